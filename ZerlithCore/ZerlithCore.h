@@ -1,0 +1,3 @@
+/// @file
+/// Everything that ZerlithCore offers.
+#pragma once

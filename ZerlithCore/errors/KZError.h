@@ -1,0 +1,130 @@
+/// @file
+/// The error objects: with a message source, with arguments, with a fixed text, and of the system.
+///
+///     KZErrorWithArgs * error = new KZErrorWithArgs(glbKZOREMsgSourceP, 14, KZErrorI::SeverityError);
+///     error->AddParam(plugInName);
+///     return KZErrorID(error);
+#pragma once
+
+#include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/errors/KZMessageSource.h"
+
+#include <memory>
+#include <vector>
+
+/// An error whose text its message source makes, on demand, in the language then asked for.
+class KZ_EXPORT KZError : public KZErrorI {
+public:
+    /// Requires: `source` isn't null.
+    KZError(KZSmartPtrToConst<KZMessageSource> const & source, long code, Severity severity = SeverityError);
+    /// Copies code, severity and source; the copy's count is 0.
+    KZError(KZError const & other);
+    KZError & operator=(KZError const & other);
+    ~KZError() override;
+
+    unsigned long AddRef() const override;
+    unsigned long Release() const override;
+    unsigned long NbRef() const noexcept { return count_.Get(); }
+    /// Serves 3 and 8.
+    KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
+    KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
+
+    [[nodiscard]] KZSmartPtrToConst<KZMessageSource> const & GetFormatter() const noexcept {
+        return formatter_;
+    }
+
+private:
+    KZCounter count_;
+    KZSmartPtrToConst<KZMessageSource> formatter_;
+};
+
+/// An error with typed arguments, which its template refers to.
+///
+/// Filled by `AddParam` before it is wrapped, read-only afterwards. Copies own deep copies of the arguments.
+class KZ_EXPORT KZErrorWithArgs : public KZError {
+public:
+    KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
+                    Severity severity = SeverityError);
+    KZErrorWithArgs(KZErrorWithArgs const & other);
+    KZErrorWithArgs & operator=(KZErrorWithArgs const & other);
+    ~KZErrorWithArgs() override;
+
+    /// These work on a count of this class; the one of KZError stays unused.
+    unsigned long AddRef() const override;
+    unsigned long Release() const override;
+    unsigned long NbRef() const noexcept { return count_.Get(); }
+    /// 9.
+    int GetIUID() const override;
+    /// Serves 9 only.
+    KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
+    KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
+    unsigned int GetParameterCount() const override;
+    ErrorParamType GetParameterType(unsigned int index) const override;
+    void const * GetParameterValue(unsigned int index) const override;
+    KZString GetParameterValueAsString(unsigned int index, KZExecContext const & context) const override;
+
+    /// Appends a copy of `value`; returns the new argument's index, from 0. A KZDouble is copied by its zeroing rule.
+    unsigned int AddParam(double const & value);
+    unsigned int AddParam(int const & value);
+    unsigned int AddParam(long const & value);
+    unsigned int AddParam(KZString const & value);
+    unsigned int AddParam(KZDateTime const & value);
+    unsigned int AddParam(KZDouble const & value);
+
+    /// Copies argument `index` to `out`. False, with `out` untouched, when there is none or it has another type.
+    bool GetParam(double & out, unsigned int index) const;
+    bool GetParam(int & out, unsigned int index) const;
+    bool GetParam(long & out, unsigned int index) const;
+    bool GetParam(KZString & out, unsigned int index) const;
+    bool GetParam(KZDateTime & out, unsigned int index) const;
+    bool GetParam(KZDouble & out, unsigned int index) const;
+
+private:
+    struct Storage;
+    unsigned int AddParam(ErrorParamType type, void * value);
+    void ClearParams() noexcept;
+    void CopyParams(KZErrorWithArgs const & other);
+
+    KZCounter count_;
+    std::vector<Storage> params_;
+};
+
+/// An error whose text is fixed: code -1, severity 1, so always bad.
+class KZ_EXPORT KZErrorString : public KZErrorI {
+public:
+    explicit KZErrorString(KZString const & text);
+    KZErrorString(KZErrorString const &) = default;
+    KZErrorString & operator=(KZErrorString const &) = default;
+    ~KZErrorString() override;
+
+    unsigned long AddRef() const override;
+    unsigned long Release() const override;
+    unsigned long NbRef() const noexcept { return count_.Get(); }
+    KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
+    KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
+
+protected:
+    /// Code 0, severity 1, no text.
+    KZErrorString();
+
+private:
+    KZCounter count_;
+    KZString text_;
+};
+
+/// The system's last error on this thread, as the moment of construction found it; the text is the system's.
+class KZ_EXPORT KZWinLastError : public KZError {
+public:
+    KZWinLastError();
+};
+
+/// The source of the library's own messages, set once when the library is loaded.
+extern KZ_EXPORT KZSmartPtrToConst<KZMessageSource> glbKZOREMsgSourceP;
+
+/// Expands a message template. "%s" is the first argument, "%n:s" the one with index n, "%%" a percent sign.
+///
+/// A conversion reaches from "%" to the next letter of "sdfuatm"; what stands between is thrown away. s, d, f: the
+/// argument as it stands; u: a duration; a, la, t, lt: date, long date, time, long time; m: money. An index out of
+/// range gives the first argument as it stands, and nothing if there is none. Never fails: a "%" with no letter
+/// behind it ends the expansion, the rest goes in as it stands.
+KZ_EXPORT KZString KZPrintf(KZString const & format, std::vector<KZString> const & arguments);

@@ -1,0 +1,73 @@
+/// @file
+/// Shared objects: the rule of counting, and its stock implementation.
+///
+/// An object starts with no owners, each owner adds one reference, and the object deletes itself when the last
+/// reference is released:
+///
+///     class Job : public KZRefCount {};
+///     KZSmartPtr<Job> job(new Job);      // count 1
+///     KZSmartPtr<Job> other = job;       // count 2; the job dies with the last of the two
+#pragma once
+
+#include "ZerlithCore/platform/Export.h"
+
+#include <atomic>
+#include <cstdint>
+
+/// What every counted object can do. Handles (KZSmartPtr) need no more than this.
+class KZ_EXPORT KZRefCountI {
+public:
+    KZRefCountI() noexcept = default;
+    KZRefCountI(KZRefCountI const &) noexcept {}
+    KZRefCountI & operator=(KZRefCountI const &) noexcept { return *this; }
+    virtual ~KZRefCountI();
+
+    /// Adds an owner and returns the new count.
+    virtual unsigned long AddRef() const = 0;
+
+    /// Takes an owner away and returns the new count. At 0 the object is gone when the call returns.
+    virtual unsigned long Release() const = 0;
+};
+
+/// A reference count as a member: atomic, writable in a const object, and never copied, since it belongs to the
+/// object's identity. Classes that implement `AddRef` and `Release` themselves hold one of these.
+///
+/// Thread safety: all operations may be called from any thread.
+class KZCounter {
+public:
+    constexpr KZCounter() noexcept = default;
+    KZCounter(KZCounter const &) noexcept {}
+    KZCounter & operator=(KZCounter const &) noexcept { return *this; }
+
+    /// Adds one; returns the new count.
+    unsigned long Increment() const noexcept { return count_.fetch_add(1, std::memory_order_relaxed) + 1U; }
+
+    /// Takes one away; returns the new count. Whoever gets 0 deletes the object.
+    unsigned long Decrement() const noexcept { return count_.fetch_sub(1, std::memory_order_acq_rel) - 1U; }
+
+    /// The present count.
+    unsigned long Get() const noexcept { return count_.load(std::memory_order_relaxed); }
+
+private:
+    mutable std::atomic<std::uint32_t> count_{0};
+};
+
+/// The stock implementation of KZRefCountI.
+///
+/// A new object and a copy have count 0; assignment leaves both counts alone. Deleting by hand an object that was
+/// never given to a handle is legal.
+///
+/// Thread safety: `AddRef` and `Release` may be called from any thread.
+class KZ_EXPORT KZRefCount : public KZRefCountI {
+public:
+    ~KZRefCount() override;
+
+    unsigned long AddRef() const override { return count_.Increment(); }
+    unsigned long Release() const override;
+
+    /// The present count.
+    operator unsigned long() const noexcept { return count_.Get(); }
+
+private:
+    KZCounter count_;
+};

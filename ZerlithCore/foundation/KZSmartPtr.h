@@ -1,0 +1,187 @@
+/// @file
+/// The two owning handles on counted objects.
+#pragma once
+
+#include <compare>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <type_traits>
+#include <utility>
+
+namespace KZDetail {
+
+/// What KZSmartPtr and KZSmartPtrToConst have in common; `T` is const in the second.
+///
+/// The assignment rule, part of the contract: equal pointers change nothing; otherwise the old object is released
+/// first, then the new pointer is stored, then a reference is added. Assigning from a handle that only the object
+/// being released owns is therefore an error of the caller.
+template <class T>
+class CountedHandle {
+public:
+    using element_type = T;
+
+    constexpr CountedHandle() noexcept = default;
+    CountedHandle(T * object) : object_(object) { Add(); }
+    CountedHandle(CountedHandle const & other) : object_(other.object_) { Add(); }
+    CountedHandle(CountedHandle && other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
+    ~CountedHandle() { Drop(); }
+
+    CountedHandle & operator=(CountedHandle const & other) {
+        Assign(other.object_);
+        return *this;
+    }
+    CountedHandle & operator=(CountedHandle && other) {
+        if (object_ != other.object_) {
+            T * const taken = std::exchange(other.object_, nullptr);
+            Drop();
+            object_ = taken;
+        }
+        return *this;
+    }
+
+    /// Releases what is held and becomes null.
+    void Clear() { Assign(nullptr); }
+
+    /// The raw pointer; no null check, no change of the count.
+    operator T *() const noexcept { return object_; }
+    T * operator->() const noexcept { return object_; }
+    T & operator*() const noexcept { return *object_; }
+
+    /// The raw pointer with const removed: the sole way from a handle on a const object to a writable pointer.
+    [[nodiscard]] std::remove_const_t<T> * GetPtr() const noexcept {
+        return const_cast<std::remove_const_t<T> *>(object_);
+    }
+
+    /// True when no object is held.
+    [[nodiscard]] bool IsNull() const noexcept { return object_ == nullptr; }
+
+protected:
+    void Assign(T * object) {
+        if (object == object_) return;
+        Drop();
+        object_ = object;
+        Add();
+    }
+
+private:
+    void Add() const {
+        if (object_) object_->AddRef();
+    }
+    void Drop() {
+        if (object_) object_->Release();
+    }
+
+    T * object_ = nullptr;
+};
+
+template <class T>
+inline std::uintptr_t AddressOf(T const * object) noexcept {
+    return reinterpret_cast<std::uintptr_t>(object);
+}
+
+// Comparisons are by identity, never of the objects: equality, and unsigned order of the addresses.
+
+template <class A, class B>
+bool operator==(CountedHandle<A> const & a, CountedHandle<B> const & b) noexcept {
+    return static_cast<A const *>(a.GetPtr()) == static_cast<B const *>(b.GetPtr());
+}
+template <class A, class B>
+requires std::is_object_v<B>
+bool operator==(CountedHandle<A> const & a, B * b) noexcept {
+    return static_cast<A const *>(a.GetPtr()) == static_cast<B const *>(b);
+}
+template <class A>
+bool operator==(CountedHandle<A> const & a, std::nullptr_t) noexcept {
+    return a.IsNull();
+}
+/// Compares the address with the integer, so that 0 tests for null.
+template <class A>
+bool operator==(CountedHandle<A> const & a, int b) noexcept {
+    return AddressOf(a.GetPtr()) == static_cast<std::uintptr_t>(b);
+}
+template <class A, class B>
+bool operator<(CountedHandle<A> const & a, CountedHandle<B> const & b) noexcept {
+    return AddressOf(a.GetPtr()) < AddressOf(b.GetPtr());
+}
+template <class A, class B>
+requires std::is_object_v<B>
+bool operator<(CountedHandle<A> const & a, B * b) noexcept { return AddressOf(a.GetPtr()) < AddressOf(b); }
+
+} // namespace KZDetail
+
+/// An owning handle on a counted `T`: a pointer in size, null by default, passed by value.
+///
+/// `T` needs `AddRef` and `Release` (KZRefCountI has both). Moving a handle changes no count.
+///
+/// Thread safety: two threads may hold two handles on one object; one handle isn't to be read and written at once.
+template <class T>
+class KZSmartPtr : public KZDetail::CountedHandle<T> {
+    using Base = KZDetail::CountedHandle<T>;
+
+public:
+    constexpr KZSmartPtr() noexcept = default;
+    KZSmartPtr(T * object) : Base(object) {}
+    /// A handle on a derived object serves as one on its base.
+    template <class U>
+    requires std::convertible_to<U *, T *> &&(!std::same_as<U, T>)KZSmartPtr(KZSmartPtr<U> const & other)
+        : Base(other.GetPtr()) {}
+
+    KZSmartPtr & operator=(T * object) {
+        Base::Assign(object);
+        return *this;
+    }
+    /// Releases what is held and becomes null, whatever the integer says.
+    KZSmartPtr & operator=(int) {
+        Base::Clear();
+        return *this;
+    }
+};
+
+/// An owning handle on a counted const `T`. A KZSmartPtr converts to it, never the reverse.
+///
+/// Thread safety: as KZSmartPtr.
+template <class T>
+class KZSmartPtrToConst : public KZDetail::CountedHandle<T const> {
+    using Base = KZDetail::CountedHandle<T const>;
+
+public:
+    constexpr KZSmartPtrToConst() noexcept = default;
+    KZSmartPtrToConst(T const * object) : Base(object) {}
+    template <class U>
+    requires std::convertible_to<U const *, T const *> KZSmartPtrToConst(KZSmartPtr<U> const & other)
+        : Base(other.GetPtr()) {}
+    template <class U>
+    requires std::convertible_to<U const *, T const *> &&
+        (!std::same_as<U, T>)KZSmartPtrToConst(KZSmartPtrToConst<U> const & other)
+        : Base(static_cast<U const *>(other)) {}
+
+    KZSmartPtrToConst & operator=(T const * object) {
+        Base::Assign(object);
+        return *this;
+    }
+    KZSmartPtrToConst & operator=(KZSmartPtr<T> const & other) {
+        Base::Assign(other.GetPtr());
+        return *this;
+    }
+    /// Releases what is held and becomes null, whatever the integer says.
+    KZSmartPtrToConst & operator=(int) {
+        Base::Clear();
+        return *this;
+    }
+};
+
+/// Handles hash by address, so that they can be keys of the standard's unordered containers.
+template <class T>
+struct std::hash<KZSmartPtr<T>> {
+    std::size_t operator()(KZSmartPtr<T> const & handle) const noexcept {
+        return std::hash<T *>()(handle.GetPtr());
+    }
+};
+template <class T>
+struct std::hash<KZSmartPtrToConst<T>> {
+    std::size_t operator()(KZSmartPtrToConst<T> const & handle) const noexcept {
+        return std::hash<T *>()(handle.GetPtr());
+    }
+};

@@ -1,0 +1,42 @@
+/// @file
+/// The recursive in-process lock that everything above the seam locks with.
+#pragma once
+
+#include "ZerlithCore/platform/Export.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace KZPlatform {
+
+/// A lock that its owner may take again, and must let go as often as it took it.
+///
+/// One word tells free, held or contended; only a contended lock calls the system. Neither fair nor copyable.
+/// The object may be static: it is ready before any constructor has run.
+///
+/// Thread safety: all operations may be called from any thread; `Unlock` only by the owner.
+class KZ_EXPORT RecursiveLock {
+public:
+    constexpr RecursiveLock() noexcept = default;
+    RecursiveLock(RecursiveLock const &) = delete;
+    RecursiveLock & operator=(RecursiveLock const &) = delete;
+
+    /// Takes the lock, waiting as long as it takes.
+    void Lock() noexcept;
+
+    /// Takes the lock if that needs no waiting; tells whether it did.
+    [[nodiscard]] bool TryLock() noexcept;
+
+    /// Undoes one `Lock` or `TryLock`. A call by a thread that isn't the owner does nothing.
+    void Unlock() noexcept;
+
+    /// How often the owner holds the lock. Requires: the calling thread holds it.
+    [[nodiscard]] std::uint32_t RecursionCount() const noexcept { return recursion_; }
+
+private:
+    std::atomic<std::uint32_t> state_{0}; // 0 free, 1 held, 2 held and somebody waits
+    std::uint32_t recursion_ = 0;
+    std::atomic<std::uintptr_t> owner_{0};
+};
+
+} // namespace KZPlatform

@@ -1,0 +1,363 @@
+/// @file
+/// The string of the library: a counted, shared block of 16-bit units.
+///
+///     KZString name(u"report");
+///     KZString copy = name;              // shares the block: one atomic increment
+///     copy += u".txt";                   // unshares on the first write
+///     KZString line;
+///     line.Format(u"%s has %d words", copy.c_str(), 42);
+#pragma once
+
+#include "ZerlithCore/foundation/KZSmartPtr.h"
+#include "ZerlithCore/platform/Export.h"
+
+#include <atomic>
+#include <concepts>
+#include <cstdarg>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+class KZCollator;
+class KZDateTime;
+class KZErrorID;
+class KZStringConverter;
+
+/// A duration in whole seconds, as `KZString::AsKZDuration` reads it and `KZPrintDuration` prints it.
+using KZDuration = std::int32_t;
+
+/// Text as 16-bit units, copied by sharing and unshared on the first write.
+///
+/// Lengths, positions and capacities count units; surrogate pairs are two units and are never touched. The string
+/// always ends in a 0 unit that isn't counted. Units of value 0 may stand inside (`operator+=(char16_t)` counts
+/// them), but whatever takes a pointer, searches or compares sees the text up to its first 0. "No position" is
+/// `npos`, unsigned -1. An empty string costs no allocation. Pointers that are passed may point into the string
+/// itself.
+///
+/// Thread safety: two threads may copy and drop handles on one block; one KZString object isn't for concurrent use.
+class KZ_EXPORT KZString {
+public:
+    /// The block behind a string. `text` holds `length` units and a 0; `capacity` + 1 units are allocated.
+    struct DataDef {
+        std::uint32_t capacity;
+        std::atomic<std::int32_t> references; // holders minus one
+        std::uint32_t length;
+        char16_t text[1];
+    };
+
+    using value_type = char16_t;
+    using const_iterator = char16_t const *;
+    using iterator = const_iterator;
+
+    static constexpr std::uint32_t npos = 0xFFFFFFFFU;
+
+    /// The flags of `Compare`, `IsEqual` and KZStringCompare; they combine by OR.
+    static constexpr long IgnoreCase = 1;
+    static constexpr long IgnoreAccent = 2;
+
+    // --- Construction and assignment
+
+    KZString() noexcept : data_(&glbEmptyData) {}
+    KZString(KZString const & other) noexcept : data_(other.data_) {
+        if (data_ != &glbEmptyData) data_->references.fetch_add(1, std::memory_order_relaxed);
+    }
+    KZString(KZString && other) noexcept : data_(other.data_) { other.data_ = &glbEmptyData; }
+    /// Copies up to the terminator; null gives the empty string. The number is accepted and ignored.
+    KZString(char16_t const * text, unsigned int ignored = 16);
+    /// One unit; a 0 unit too gives length 1.
+    KZString(char16_t unit);
+    /// `count` copies of `unit`, appended one at a time, which fixes the capacity. The last number is ignored.
+    KZString(char16_t unit, unsigned int count, unsigned int ignored = 16);
+    /// From the text pointer, so up to the first 0.
+    KZString(std::u16string const & text);
+    /// All units of `text`, 0 units included.
+    explicit KZString(std::u16string_view text);
+    ~KZString() {
+        if (data_ != &glbEmptyData) Drop(data_);
+    }
+
+    KZString & operator=(KZString const & other) noexcept {
+        Assign(other);
+        return *this;
+    }
+    KZString & operator=(KZString && other) noexcept {
+        DataDef * const taken = other.data_;
+        other.data_ = data_;
+        data_ = taken;
+        return *this;
+    }
+    KZString & operator=(char16_t const * text) {
+        Assign(text, 0, 16);
+        return *this;
+    }
+    KZString & operator=(char16_t unit) {
+        Assign(&unit, 1, 16);
+        return *this;
+    }
+
+    /// Shares the block of `other`.
+    void Assign(KZString const & other) noexcept;
+    /// Copies `count` units of `text`, 0 units included; `count` 0 means up to the terminator. A null `text` or
+    /// nothing to copy clears the string. Asks for capacity `count` + 1. The last number is ignored.
+    void Assign(char16_t const * text, unsigned int count, unsigned int ignored = 16);
+
+    /// A standard string of the text up to the first 0.
+    operator std::u16string() const { return std::u16string(c_str()); }
+    /// All units, 0 units included; valid until the string changes.
+    explicit operator std::u16string_view() const noexcept { return {data_->text, data_->length}; }
+
+    // --- Access
+
+    [[nodiscard]] std::uint32_t Length() const noexcept { return data_->length; }
+    [[nodiscard]] std::uint32_t Len() const noexcept { return data_->length; }
+    [[nodiscard]] std::uint32_t Capacity() const noexcept { return data_->capacity; }
+    /// The text with its terminator; never null; valid until the string changes.
+    [[nodiscard]] char16_t const * AsWChar() const noexcept { return data_->text; }
+    [[nodiscard]] char16_t const * c_str() const noexcept { return data_->text; }
+    [[nodiscard]] bool IsNull() const noexcept { return data_->length == 0; }
+    /// The unit at `index`; 0 at the length and above.
+    char16_t operator[](std::uint32_t index) const noexcept {
+        return index < data_->length ? data_->text[index] : u'\0';
+    }
+    [[nodiscard]] const_iterator begin() const noexcept { return data_->text; }
+    [[nodiscard]] const_iterator end() const noexcept { return data_->text + data_->length; }
+
+    /// Stores `unit` at `index`; at or past the length nothing changes.
+    void Set(unsigned int index, char16_t unit);
+    /// Lets go of the block; the string is empty and holds no memory.
+    void Clear() noexcept;
+    /// Makes room for `capacity` units in a block of the string's own.
+    void Reserve(unsigned int capacity);
+
+    // --- Building
+
+    /// Appends `count` units of `text`, 0 units included; `count` 0 means up to the terminator. Null does nothing.
+    void Append(char16_t const * text, unsigned int count);
+    /// Appends the text of `other` up to its first 0.
+    void Append(KZString const & other) { Append(other.c_str(), 0); }
+    KZString & operator+=(KZString const & other) {
+        Append(other.c_str(), 0);
+        return *this;
+    }
+    KZString & operator+=(char16_t const * text) {
+        Append(text, 0);
+        return *this;
+    }
+    /// Appends one unit; a 0 unit is appended and counted.
+    KZString & operator+=(char16_t unit) {
+        DataDef * const block = data_;
+        std::uint32_t const length = block->length;
+        // The block is ours and has room for one unit more than is appended, as ResizeCapacity would ask for.
+        if (length + 2 <= block->capacity && block->references.load(std::memory_order_acquire) == 0) {
+            block->text[length] = unit;
+            block->text[length + 1] = u'\0';
+            block->length = length + 1;
+        } else {
+            Append(&unit, 1);
+        }
+        return *this;
+    }
+    void push_back(char16_t unit) { *this += unit; }
+
+    /// Inserts `text` in front of `position`; above the length means at the end. Null does nothing.
+    void Insert(unsigned int position, char16_t const * text);
+    /// Inserts one unit; a 0 unit inserts nothing.
+    void Insert(unsigned int position, char16_t unit);
+    void Insert(unsigned int position, KZString const & text) { Insert(position, text.c_str()); }
+    /// Removes up to `count` units from `position` on; the block stays, unless all is removed by a `count` past the
+    /// end, which clears the string.
+    void Remove(unsigned int position, unsigned int count);
+    /// Replaces each `from` by `to`, from left to right; what was put in isn't searched again. Null or empty `from`
+    /// does nothing; null `to` is empty. Cost: linear in the text and the result.
+    void Replace(char16_t const * from, char16_t const * to);
+    void Replace(KZString const & from, char16_t const * to) { Replace(from.c_str(), to); }
+    void Replace(KZString const & from, KZString const & to) { Replace(from.c_str(), to.c_str()); }
+    /// `count` units from `position` on, clipped to the text; `npos` means up to the first 0 behind `position`.
+    [[nodiscard]] KZString SubStr(unsigned int position, unsigned int count = npos) const;
+
+    /// Maps each unit up to the first 0 by `KZtowupper` or `KZtowlower`, in a block of the string's own.
+    void Upper();
+    void Lower();
+
+    /// Steps forward from `position` (clipped to the last unit) over units equal to `unit`, then removes all units
+    /// in front of the stopping point: those before `position` too, whatever they are. Callers rely on that.
+    void LTrim(char16_t unit, unsigned int position = 0);
+    /// The same with a set: removes everything before the first unit at or behind `position` that isn't in `set`.
+    /// The string is cleared when there is none. An empty `set` does nothing.
+    void LTrim(char16_t const * set = u" \t", unsigned int position = 0);
+    /// Counts units equal to `unit` walking down from `position` (clipped), and removes that many from the true end
+    /// of the string, even if `position` lay before it. Callers rely on that.
+    void RTrim(char16_t unit, unsigned int position = npos);
+    /// The same with a set: removes everything behind the last unit at or before `position` that isn't in `set`.
+    void RTrim(char16_t const * set = u" \t", unsigned int position = npos);
+
+    /// Replaces the text by the expansion of a printf-style `format`.
+    ///
+    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64 ("%s" is a text
+    /// of units, "%S" and "%hs" one of bytes). F, L and N are skipped. An unknown conversion writes its letter; a
+    /// null text prints "(null)". Arguments may point into this string.
+    void Format(char16_t const * format, ...);
+    /// The same with a started argument list; a template, so that it never competes with the form above.
+    template <class ArgumentList>
+    requires std::same_as<std::remove_cvref_t<ArgumentList>, std::remove_cvref_t<std::va_list>> ||
+        std::same_as<std::decay_t<ArgumentList>, std::decay_t<std::va_list>>
+    void Format(char16_t const * format, ArgumentList && arguments) { FormatArgumentList(format, arguments); }
+    /// The same under a name of its own.
+    void FormatArgumentList(char16_t const * format, std::va_list arguments);
+
+    // --- Numbers and dates. `success` may be null.
+    //
+    // Blanks and tabs in front are skipped. Success: something was read, it was in range, and it reached the
+    // terminator. The value is what was read even without success: the limit when out of range, 0 for no number.
+
+    int AsInt(bool * success = nullptr) const;
+    long AsLong(bool * success = nullptr) const;
+    KZDuration AsKZDuration(bool * success = nullptr) const;
+    unsigned int AsUint(bool * success = nullptr) const;
+    unsigned long AsULong(bool * success = nullptr) const;
+    double AsDouble(bool * success = nullptr) const;
+    std::int64_t AsInt64(bool * success = nullptr) const;
+    std::uint64_t AsUInt64(bool * success = nullptr) const;
+    /// Reads by `KZDateTime::FromString` in the local zone under the default template.
+    KZDateTime AsKZDateTime(bool * success = nullptr) const;
+
+    // --- 8-bit text. A null converter means Latin-1.
+
+    /// Replaces the text by `source` as `converter` reads it.
+    /// Errors: 10 when the converter isn't valid, and the converter's own; the string is then as the converter left it.
+    KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> converter);
+    static KZErrorID ConvertToUnicode(KZString & string, char const * source,
+                                      KZSmartPtr<KZStringConverter> converter);
+    /// Puts the text into `out` as `converter` writes it, and returns the converter's error.
+    KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> converter) const;
+    /// What `converter`, or the code page, made of the text; an error is dropped on purpose.
+    [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> converter) const;
+    [[nodiscard]] std::string AsMbString(unsigned int codePage) const;
+    /// The text as UTF-8; lone surrogates become U+FFFD.
+    [[nodiscard]] std::string AsUTF8() const;
+    KZErrorID SetFromUTF8(std::string const & text);
+
+    // --- Comparison, of the texts up to their first 0
+
+    /// Below, at or above 0 as this text stands before, at or behind `rhs` by unit values, or by the table collators
+    /// that `flags` select. A null `rhs` gives 0 for an empty string and -1 for another: a string that isn't empty
+    /// stands before null, and callers rely on it.
+    [[nodiscard]] int Compare(char16_t const * rhs, long flags = 0) const;
+    [[nodiscard]] int Compare(KZString const & rhs, long flags = 0) const;
+    /// The same by `collator`; null means by unit values.
+    [[nodiscard]] int Compare(char16_t const * rhs, KZSmartPtrToConst<KZCollator> const & collator) const;
+    [[nodiscard]] int Compare(KZString const & rhs, KZSmartPtrToConst<KZCollator> const & collator) const;
+    [[nodiscard]] bool IsEqual(char16_t const * rhs, long flags = 0) const {
+        return Compare(rhs, flags) == 0;
+    }
+    [[nodiscard]] bool IsEqual(KZString const & rhs, long flags = 0) const {
+        return Compare(rhs, flags) == 0;
+    }
+
+    friend bool operator==(KZString const & a, KZString const & b) { return a.Compare(b, 0) == 0; }
+    friend bool operator==(KZString const & a, char16_t const * b) { return a.Compare(b, 0) == 0; }
+    friend bool operator<(KZString const & a, KZString const & b) { return a.Compare(b, 0) < 0; }
+    friend bool operator<(KZString const & a, char16_t const * b) { return a.Compare(b, 0) < 0; }
+
+    // --- Searching. All see the text up to its first 0; the result is a position or `npos`.
+
+    /// The first `needle` at or behind `position`; `npos` when `position` is at or past the end. An empty needle is
+    /// found at `position`.
+    [[nodiscard]] std::uint32_t Find(char16_t const * needle, unsigned int position = 0) const;
+    [[nodiscard]] std::uint32_t Find(KZString const & needle, unsigned int position = 0) const {
+        return Find(needle.c_str(), position);
+    }
+    /// The first `unit`. A 0 unit finds the first 0 (the terminator if there is no other), unlike `RFind`.
+    [[nodiscard]] std::uint32_t Find(char16_t unit, unsigned int position = 0) const;
+    /// The last `needle` that starts at or before `position`; overlapping hits count. An empty needle is found at the
+    /// clipped position.
+    [[nodiscard]] std::uint32_t RFind(char16_t const * needle, unsigned int position = npos) const;
+    [[nodiscard]] std::uint32_t RFind(KZString const & needle, unsigned int position = npos) const {
+        return RFind(needle.c_str(), position);
+    }
+    /// The last `unit` at or before `position`; `npos` for a 0 unit.
+    [[nodiscard]] std::uint32_t RFind(char16_t unit, unsigned int position = npos) const;
+    [[nodiscard]] std::uint32_t FindFirstOf(char16_t const * set, unsigned int position = 0) const;
+    [[nodiscard]] std::uint32_t FindFirstOf(KZString const & set, unsigned int position = 0) const {
+        return FindFirstOf(set.c_str(), position);
+    }
+    /// An empty `set` gives 0 whatever `position` is: callers rely on it.
+    [[nodiscard]] std::uint32_t FindFirstNotOf(char16_t const * set, unsigned int position = 0) const;
+    [[nodiscard]] std::uint32_t FindFirstNotOf(KZString const & set, unsigned int position = 0) const {
+        return FindFirstNotOf(set.c_str(), position);
+    }
+    [[nodiscard]] std::uint32_t FindLastOf(char16_t const * set, unsigned int position = npos) const;
+    [[nodiscard]] std::uint32_t FindLastOf(KZString const & set, unsigned int position = npos) const {
+        return FindLastOf(set.c_str(), position);
+    }
+    /// An empty `set` gives length - 1 whatever `position` is: callers rely on it.
+    [[nodiscard]] std::uint32_t FindLastNotOf(char16_t const * set, unsigned int position = npos) const;
+    [[nodiscard]] std::uint32_t FindLastNotOf(KZString const & set, unsigned int position = npos) const {
+        return FindLastNotOf(set.c_str(), position);
+    }
+
+    /// The block of every empty string: never counted, freed or written.
+    static DataDef glbEmptyData;
+
+protected:
+    /// Guarantees a block of the string's own with room for `need` units. A new block keeps the old capacity when that
+    /// suffices; otherwise it has half as much again, or `need` if that is more, and never less than 1.
+    void ResizeCapacity(std::uint32_t need);
+
+private:
+    friend class KZStringConverter;
+
+    static DataDef * Alloc(std::uint32_t capacity);
+    static void Free(DataDef * block) noexcept;
+    static void Drop(DataDef * block) noexcept;
+
+    DataDef * data_;
+};
+
+static_assert(sizeof(KZString) == sizeof(void *), "a string is one pointer");
+static_assert(offsetof(KZString::DataDef, text) == 12, "the text stands behind a header of 12 bytes");
+
+/// The left text with the right one behind it, as `+=` appends. A null pointer gives a copy of the left.
+KZ_EXPORT KZString operator+(KZString const & left, KZString const & right);
+KZ_EXPORT KZString operator+(KZString const & left, char16_t const * right);
+KZ_EXPORT KZString operator+(KZString const & left, char16_t right);
+
+/// Writes the text up to its first 0; surrogate pairs join where `wchar_t` holds them, lone ones pass.
+KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
+
+/// The simple one-unit case maps, independent of any locale. A unit without a map stays.
+KZ_EXPORT char16_t KZtowupper(char16_t unit);
+KZ_EXPORT char16_t KZtowlower(char16_t unit);
+
+/// Prints a string as quoted UTF-8 in the failure messages of GoogleTest.
+KZ_EXPORT void PrintTo(KZString const & string, std::ostream * stream);
+
+/// Order of strings for ordered containers, under the flags of `KZString::Compare`.
+class KZStringCompare {
+public:
+    explicit KZStringCompare(long flags = 0) noexcept : flags_(flags) {}
+    bool operator()(KZString const & a, KZString const & b) const { return a.Compare(b, flags_) < 0; }
+
+private:
+    long flags_;
+};
+
+/// Hash and order of strings at once, for hashed containers that want both.
+///
+/// The hash starts with the length, takes h * 613 + unit for each unit up to the first 0 in 32 bits, and is the larger
+/// of h and -h modulo 0x40000003. The empty string has hash 0.
+class KZ_EXPORT KZStringHash {
+public:
+    int operator()(KZString const & string) const noexcept;
+    bool operator()(KZString const & a, KZString const & b) const { return a.Compare(b, 0) < 0; }
+};
+
+template <>
+struct std::hash<KZString> {
+    std::size_t operator()(KZString const & string) const noexcept {
+        return static_cast<std::size_t>(KZStringHash()(string));
+    }
+};

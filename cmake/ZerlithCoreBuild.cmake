@@ -1,0 +1,59 @@
+# What the library's own targets have in common. Nothing here reaches a user's target.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+
+if(PROJECT_IS_TOP_LEVEL)
+  if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+    set(CMAKE_BUILD_TYPE Release)
+  endif()
+  find_program(ZERLITHCORE_CCACHE ccache)
+  mark_as_advanced(ZERLITHCORE_CCACHE)
+  if(ZERLITHCORE_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER "${ZERLITHCORE_CCACHE}")
+  endif()
+endif()
+
+add_library(zerlithcore_warnings INTERFACE)
+target_compile_options(zerlithcore_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+  $<$<BOOL:${ZERLITHCORE_WERROR}>:-Werror>)
+
+add_library(zerlithcore_sanitize INTERFACE)
+if(ZERLITHCORE_SANITIZE)
+  target_compile_options(zerlithcore_sanitize INTERFACE
+    -fsanitize=${ZERLITHCORE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
+  target_link_options(zerlithcore_sanitize INTERFACE -fsanitize=${ZERLITHCORE_SANITIZE})
+endif()
+
+# zerlithcore_room(SOURCES ... HEADERS ...): adds one folder of the library. Headers named here are installed.
+function(zerlithcore_room)
+  cmake_parse_arguments(ROOM "" "" "SOURCES;HEADERS" ${ARGN})
+  list(TRANSFORM ROOM_SOURCES PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+  list(TRANSFORM ROOM_HEADERS PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/")
+  target_sources(zerlithcore_objects PRIVATE ${ROOM_SOURCES})
+  target_sources(ZerlithCore PUBLIC FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ROOM_HEADERS})
+endfunction()
+
+# zerlithcore_test(NAME SOURCES ... [LIBRARIES ...] [DEFINITIONS ...] [OBJECTS]): one test program of a folder.
+# OBJECTS links the library's object files in place of the shared library, so that tests reach hidden functions.
+function(zerlithcore_test name)
+  cmake_parse_arguments(TEST "OBJECTS" "" "SOURCES;LIBRARIES;DEFINITIONS" ${ARGN})
+  add_executable(test_${name} ${TEST_SOURCES})
+  target_include_directories(test_${name} PRIVATE "${PROJECT_SOURCE_DIR}/tests")
+  target_compile_definitions(test_${name} PRIVATE ${TEST_DEFINITIONS})
+  if(TEST_OBJECTS)
+    target_link_libraries(test_${name} PRIVATE zerlithcore_objects)
+  else()
+    target_link_libraries(test_${name} PRIVATE ZerlithCore::ZerlithCore)
+  endif()
+  target_link_libraries(test_${name} PRIVATE
+    ${TEST_LIBRARIES} GTest::gtest_main zerlithcore_warnings zerlithcore_sanitize)
+  add_test(NAME ${name} COMMAND test_${name})
+  # The library's own fault handlers take precedence over the sanitizer's, and threads get an alternate stack from us.
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT
+    "ASAN_OPTIONS=handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:use_sigaltstack=0:detect_stack_use_after_return=0;TSAN_OPTIONS=handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:use_sigaltstack=0:second_deadlock_stack=1")
+endfunction()

@@ -1,0 +1,95 @@
+#include "ZerlithCore/foundation/KZObject.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+namespace {
+
+class Probe : public KZRefCount {
+public:
+    explicit Probe(int & alive) : alive_(&alive) { ++*alive_; }
+    Probe(Probe const & other) : KZRefCount(other), alive_(other.alive_) { ++*alive_; }
+    Probe & operator=(Probe const &) = default;
+    ~Probe() override { --*alive_; }
+
+private:
+    int * alive_;
+};
+
+class Numbered : public KZObjectI {
+public:
+    unsigned long AddRef() const override { return count.Increment(); }
+    unsigned long Release() const override { return count.Decrement(); }
+    int GetIUID() const override { return 42; }
+    KZCounter count;
+};
+
+TEST(KZRefCount, CountBelongsToTheObjectAndIsNeverCopied) {
+    int alive = 0;
+    KZSmartPtr<Probe> a(new Probe(alive)), b(new Probe(alive));
+    KZSmartPtr<Probe> second = a;
+    Probe copy(*a);
+    EXPECT_EQ(copy, 0UL);
+    *b = *a;
+    EXPECT_EQ(*a, 2UL);
+    EXPECT_EQ(*b, 1UL);
+    EXPECT_EQ(a->AddRef(), 3UL);
+    EXPECT_EQ(a->Release(), 2UL);
+    a = 7;
+    second.Clear();
+    b = nullptr;
+    EXPECT_TRUE(a.IsNull());
+    EXPECT_EQ(alive, 1) << "only the copy on the stack is left";
+    ++alive; // The copy didn't count itself in.
+}
+
+TEST(KZSmartPtr, CopiesMovesAndComparesByIdentity) {
+    int alive = 0;
+    KZSmartPtr<Probe> empty;
+    EXPECT_TRUE(empty == 0 && empty == nullptr && empty.IsNull());
+    KZSmartPtr<Probe> a(new Probe(alive));
+    KZSmartPtrToConst<Probe> c = a;
+    KZSmartPtr<KZRefCountI> base = a;
+    EXPECT_EQ(*a, 3UL);
+    EXPECT_TRUE(a == c && base == a && c == a.GetPtr() && a != 0 && a != empty);
+    auto & alias = a;
+    a = alias;
+    EXPECT_EQ(*a, 3UL);
+    KZSmartPtr<Probe> moved = std::move(a);
+    EXPECT_EQ(*moved, 3UL);
+    a = std::move(moved);
+    c = a;
+    EXPECT_EQ(c.GetPtr(), a.GetPtr());
+    std::set<KZSmartPtr<Probe>> ordered{a, empty};
+    EXPECT_TRUE(ordered.begin()->IsNull());
+    EXPECT_EQ(sizeof a, sizeof(void *));
+}
+
+TEST(KZSmartPtr, AssignmentReleasesBeforeItAdds) {
+    static std::string log;
+    struct Tracer {
+        char name;
+        void AddRef() const { log += '+', log += name; }
+        void Release() const { log += '-', log += name; }
+    } x{'x'}, y{'y'};
+    {
+        KZSmartPtr<Tracer> handle(&x);
+        handle = &x;
+        handle = &y;
+    }
+    EXPECT_EQ(log, "+x-x+y-y");
+}
+
+TEST(KZObjectI, AnswersItsOwnNumberOnly) {
+    Numbered object;
+    EXPECT_TRUE(object.IsKindOf(42));
+    EXPECT_FALSE(object.IsKindOf(41));
+    EXPECT_EQ(object.count.Get(), 0UL);
+    KZSmartPtr<KZObjectI> const handle = object.QueryInterface(42);
+    EXPECT_EQ(object.count.Get(), 1UL);
+    EXPECT_EQ(handle, &object);
+    EXPECT_TRUE(object.QueryInterface(3).IsNull());
+}
+
+} // namespace
