@@ -67,7 +67,7 @@ private:
 /// Success allocates nothing. An error with code 0 counts as success too, but keeps its text.
 ///
 /// Thread safety: identifiers of one error may be copied and dropped on several threads.
-class KZ_EXPORT [[nodiscard]] KZErrorID {
+class KZ_EXPORT KZErrorID {
 public:
     /// Whatever the value: success. `KZErrorID(0)` is how success is written.
     enum DefaultConstant : int { Success = 0 };

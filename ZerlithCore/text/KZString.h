@@ -29,6 +29,15 @@ class KZStringConverter;
 /// A duration in whole seconds, as `KZString::AsKZDuration` reads it and `KZPrintDuration` prints it.
 using KZDuration = std::int32_t;
 
+namespace KZDetail {
+void AcceptArgumentList(std::va_list arguments);
+/// True for a started argument list and for nothing else: numbers, texts and `nullptr` are arguments themselves.
+template <class T>
+concept IsArgumentList = !std::is_null_pointer_v<std::remove_cvref_t<T>> && requires(T & list) {
+    AcceptArgumentList(list);
+};
+} // namespace KZDetail
+
 /// Text as 16-bit units, copied by sharing and unshared on the first write.
 ///
 /// Lengths, positions and capacities count units; surrogate pairs are two units and are never touched. The string
@@ -202,8 +211,7 @@ public:
     void Format(char16_t const * format, ...);
     /// The same with a started argument list; a template, so that it never competes with the form above.
     template <class ArgumentList>
-    requires std::same_as<std::remove_cvref_t<ArgumentList>, std::remove_cvref_t<std::va_list>> ||
-        std::same_as<std::decay_t<ArgumentList>, std::decay_t<std::va_list>>
+    requires KZDetail::IsArgumentList<ArgumentList>
     void Format(char16_t const * format, ArgumentList && arguments) { FormatArgumentList(format, arguments); }
     /// The same under a name of its own.
     void FormatArgumentList(char16_t const * format, std::va_list arguments);
