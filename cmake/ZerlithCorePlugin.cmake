@@ -6,6 +6,6 @@ function(zerlithcore_add_plugin name)
   add_library(${name} MODULE ${ARGN})
   target_link_libraries(${name} PRIVATE ZerlithCore::ZerlithCore)
   target_compile_options(${name} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
-  set_target_properties(${name} PROPERTIES
+  set_target_properties(${name} PROPERTIES BUILD_RPATH_USE_ORIGIN OFF INSTALL_RPATH "$ORIGIN"
     PREFIX "" SUFFIX ".osx" CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON POSITION_INDEPENDENT_CODE ON)
 endfunction()

@@ -34,6 +34,8 @@ public:
     [[nodiscard]] std::uint32_t RecursionCount() const noexcept { return recursion_; }
 
 private:
+    void LockContended(std::uintptr_t self) noexcept;
+
     std::atomic<std::uint32_t> state_{0}; // 0 free, 1 held, 2 held and somebody waits
     std::uint32_t recursion_ = 0;
     std::atomic<std::uintptr_t> owner_{0};

@@ -318,9 +318,20 @@ protected:
 private:
     friend class KZStringConverter;
 
+    /// A block with no text and one holder.
     static DataDef * Alloc(std::uint32_t capacity);
     static void Free(DataDef * block) noexcept;
+    /// Ends the hold on a block that isn't the empty one.
     static void Drop(DataDef * block) noexcept;
+
+    /// True when the block is this string's alone and has room for `need` units.
+    bool OwnsRoom(std::uint32_t need) const noexcept;
+    /// Moves the text to a new block by the rule of `ResizeCapacity`; the result keeps the old block alive.
+    KZString Regrow(std::uint32_t need);
+    /// Makes `length` the length and ends the text there.
+    void EndAt(std::size_t length) noexcept;
+    /// Exchanges the block for `fresh`.
+    void Take(DataDef * fresh) noexcept;
 
     DataDef * data_;
 };
@@ -329,9 +340,10 @@ static_assert(sizeof(KZString) == sizeof(void *), "a string is one pointer");
 static_assert(offsetof(KZString::DataDef, text) == 12, "the text stands behind a header of 12 bytes");
 
 /// The left text with the right one behind it, as `+=` appends. A null pointer gives a copy of the left.
-KZ_EXPORT KZString operator+(KZString const & left, KZString const & right);
-KZ_EXPORT KZString operator+(KZString const & left, char16_t const * right);
-KZ_EXPORT KZString operator+(KZString const & left, char16_t right);
+/// A temporary on the left keeps its block.
+KZ_EXPORT KZString operator+(KZString left, KZString const & right);
+KZ_EXPORT KZString operator+(KZString left, char16_t const * right);
+KZ_EXPORT KZString operator+(KZString left, char16_t right);
 
 /// Writes the text up to its first 0; surrogate pairs join where `wchar_t` holds them, lone ones pass.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
@@ -363,9 +375,9 @@ public:
     bool operator()(KZString const & a, KZString const & b) const { return a.Compare(b, 0) < 0; }
 };
 
+/// A hash of the text up to its first 0, so that strings that compare equal have equal hashes. KZStringHash starts from
+/// the whole length and tells `u"a"` from the same text with units behind a 0.
 template <>
-struct std::hash<KZString> {
-    std::size_t operator()(KZString const & string) const noexcept {
-        return static_cast<std::size_t>(KZStringHash()(string));
-    }
+struct KZ_EXPORT std::hash<KZString> {
+    std::size_t operator()(KZString const & string) const noexcept;
 };

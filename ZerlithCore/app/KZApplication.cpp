@@ -1,0 +1,280 @@
+#include "ZerlithCore/app/KZApplication.h"
+
+#include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/files/KZFile.h"
+#include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/log/KZConsoleLogSubscriber.h"
+#include "ZerlithCore/log/KZFileLogSubscriber.h"
+#include "ZerlithCore/platform/Modules.h"
+#include "ZerlithCore/platform/Process.h"
+#include "ZerlithCore/platform/Signals.h"
+#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/threads/KZThread.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace {
+
+constexpr char16_t const * CoreSection = u"KZCore";
+constexpr char16_t const * ChannelName = u"KZApplicationChannel";
+
+std::wostream & ApplicationConsole(unsigned int level) {
+    KZApplication const * const application = KZApplication::GetApp();
+    return application ? application->GetCout(level) : KZGetConsole();
+}
+
+KZString EnvironmentDirectory(char16_t const * variable) {
+    KZString const value(KZPlatform::GetEnvironment(variable).value_or(std::u16string()));
+    return !value.IsNull() && KZPlatform::IsDirectory(std::u16string_view(value)) ? value : KZString();
+}
+
+} // namespace
+
+KZApplication * KZApplication::glbLastAppP_ = nullptr;
+constinit KZCriticalSection KZApplication::glbLastAppPCS_;
+
+// --- Construction
+
+KZApplication::UnitArguments::UnitArguments(int count, char ** arguments) {
+    for (int i = 0; i < count; ++i) texts.push_back(KZPlatform::FromUtf8(arguments[i], KZPlatform::Utf8Mode::Escape));
+    for (std::u16string & text : texts) pointers.push_back(text.data());
+    pointers.push_back(nullptr);
+}
+
+KZApplication::KZApplication(int count, char16_t ** arguments, KZLogSubscriberI * subscriber)
+    : commandLine_(static_cast<unsigned int>(std::max(count, 0)), arguments, u"/-", u":", false) {
+    Construct(subscriber);
+}
+
+KZApplication::KZApplication(int count, char ** arguments, KZLogSubscriberI * subscriber)
+    : units_(count, arguments)
+    , commandLine_(static_cast<unsigned int>(units_.texts.size()), units_.pointers.data(), u"/-", u":", false) {
+    Construct(subscriber);
+}
+
+KZApplication::KZApplication(KZString const & commandLine, KZLogSubscriberI * subscriber)
+    : commandLine_(commandLine, u"/-", u":", false) {
+    Construct(subscriber);
+}
+
+void KZApplication::Construct(KZLogSubscriberI * subscriber) {
+    KZSmartPtr<KZLogSubscriberI> const given(subscriber);
+    programPath_ = KZString(KZPlatform::GetExecutablePath());
+    LoadConfiguration();
+    SetTraceLevel(GetArg(u"trace", CoreSection, 1U));
+    bool const noConsole = GetArg(u"NoConsole", CoreSection, false);
+    startPath_ = KZString(KZPlatform::GetWorkingDirectory());
+
+    KZLogManager & manager = GetLogManager();
+    manager.Init();
+    channel_ = manager.AddChannel(ChannelName);
+    if (!given.IsNull() || !noConsole) AddLogSubscriber(given);
+    Publish();
+
+    ChooseDebugDirectory();
+    KZDebug::ChangeErrorLogFileName(debugPath_, GetAppName() + u"-ERROR.LOG");
+    StartFileLogIfAsked(noConsole);
+    mainThread_ = KZThread::GetCurrentThreadID();
+}
+
+KZString KZApplication::FindConfiguration() const {
+    if (commandLine_.ArgPresent(u"config")) return commandLine_.GetArg(u"config", KZString());
+    KZString const name = GetAppName() + u".ini";
+    KZString const beside = KZPath::Join(GetAppPath(), name);
+    for (KZString const & candidate : {beside, name})
+        if (KZFile::IsReadable(candidate)) return candidate;
+    return {};
+}
+
+void KZApplication::LoadConfiguration() {
+    KZString const name = FindConfiguration();
+    if (!name.IsNull()) configFile_ = KZConfigFile::Load(name);
+    // Straight to standard output: the application has no channel yet.
+    if (configFile_.IsNull())
+        KZGetConsole() << L"\nWARNING: attempting to run without a configuration file!" << std::endl;
+}
+
+void KZApplication::ChooseDebugDirectory() {
+    debugPath_ = u".";
+    if (!configFile_.IsNull()) {
+        debugPath_ = configFile_->GetString(CoreSection, u"DebugPath", u".");
+        return;
+    }
+    for (char16_t const * variable : {u"TMP", u"TMPDIR"}) {
+        KZString const directory = EnvironmentDirectory(variable);
+        if (directory.IsNull()) continue;
+        debugPath_ = directory;
+        return;
+    }
+}
+
+void KZApplication::StartFileLogIfAsked(bool noConsole) {
+    constexpr char16_t const * Option = u"ConsoleToFile";
+    if (!IsArgPresent(Option, CoreSection)) return;
+    KZString const fileName = GetArg(Option, CoreSection, u"");
+    if (fileName.IsNull())
+        StartLoggingToFile(!noConsole);
+    else
+        StartLoggingToFile(fileName, !noConsole);
+}
+
+void KZApplication::Publish() {
+    KZLockedCOUT::SetStreamSource(&ApplicationConsole);
+    KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
+    previous_ = glbLastAppP_;
+    glbLastAppP_ = this;
+}
+
+KZApplication::~KZApplication() {
+    GetCout(0).flush();
+    for (KZSmartPtr<KZLogSubscriberI> const & subscriber : subscribers_)
+        GetLogManager().UnSubscribe(channel_, subscriber);
+
+    KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
+    // An application that isn't the newest is taken out of the middle of the chain.
+    KZApplication ** link = &glbLastAppP_;
+    while (*link && *link != this) link = &(*link)->previous_;
+    if (*link) *link = previous_;
+}
+
+// --- Usage
+
+KZUsageInfo KZApplication::GetUsageInfo() const {
+    KZUsageInfo usage;
+    usage.AddCmdLineArgDesc(u"config:{filename}",
+                            u"Specify the configuration file. The default is the name of the program with the "
+                            u"extension INI, beside the program or in the current directory.");
+    usage.AddCmdLineArgDesc(u"trace:{tracelevel}",
+                            u"Specify how much the program tells: 0 for nothing but errors, 1 for the usual course, "
+                            u"more for more.");
+    usage.AddCmdLineArgDesc(u"consoleToFile[:filename]",
+                            u"Write the console output to a file as well. The default is the name of the program "
+                            u"with the extension LOG, in the debug directory.");
+    usage.AddCmdLineArgDesc(u"noConsole", u"Write nothing to the console.");
+    return usage;
+}
+
+std::vector<KZUsageInfo> KZApplication::AllUsage() const {
+    std::vector<KZUsageInfo> all{GetUsageInfo()};
+    all.insert(all.end(), customUsage_.begin(), customUsage_.end());
+    return all;
+}
+
+void KZApplication::DisplayUsage(std::wostream * stream) const {
+    KZLockedCOUT console;
+    KZWriteUsage(stream ? *stream : console.GetCout(0), GetAppName(), AllUsage());
+}
+
+bool KZApplication::DisplayUsageIfNecessary(std::wostream * stream) const {
+    if (!commandLine_.ArgPresent(u"help") && !commandLine_.ArgPresent(u"?")) return false;
+    DisplayUsage(stream);
+    return true;
+}
+
+void KZApplication::AddCustomUsageInfo(KZUsageInfo const & usage) { customUsage_.push_back(usage); }
+
+// --- Life
+
+void KZApplication::RequestExit(bool) {}
+
+bool KZApplication::IsAppWithPlugIn() const { return false; }
+
+void KZApplication::PostExitRequest() { KZPlatform::RequestQuit(); }
+
+KZApplication * KZApplication::GetApp() {
+    KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
+    return glbLastAppP_;
+}
+
+KZLogManager & KZApplication::GetLogManager() {
+    static KZLogManager manager;
+    return manager;
+}
+
+// --- Questions
+
+void KZApplication::SetTraceLevel(unsigned int level) {
+    traceLevel_ = level;
+    GlbSetTraceLevel(level);
+    if (!console_.IsNull())
+        GetLogManager().ChangeSubscriptionLevel(channel_, console_, static_cast<int>(level));
+}
+
+KZString KZApplication::GetAppPath() const { return KZPath(programPath_).GetDirectory(); }
+
+KZString KZApplication::GetAppName(bool withPath, bool withExtension) const {
+    KZPath const path(programPath_);
+    KZString const name = withExtension ? path.GetFileName() : path.GetBaseName();
+    return withPath ? KZPath::Join(path.GetDirectory(), name) : name;
+}
+
+std::wostream & KZApplication::GetCout(unsigned int level) const {
+    return (*GetLogManager().GetChannel(channel_))->GetStream().GetStream(static_cast<int>(level));
+}
+
+bool KZApplication::IsArgPresent(KZString const & name, KZString const & section) const {
+    return commandLine_.ArgPresent(name) || (!configFile_.IsNull() && configFile_->IsLinePresent(section, name));
+}
+
+KZString KZApplication::GetArg(KZString const & name, KZString const & section, KZString const & fallback) const {
+    if (commandLine_.ArgPresent(name)) return commandLine_.GetArg(name, fallback);
+    return configFile_.IsNull() ? fallback : configFile_->GetString(section, name, fallback);
+}
+
+KZString KZApplication::GetArg(KZString const & name, KZString const & section, char16_t const * fallback) const {
+    return GetArg(name, section, KZString(fallback));
+}
+
+int KZApplication::GetArg(KZString const & name, KZString const & section, int fallback) const {
+    return IsArgPresent(name, section) ? GetArg(name, section, KZString()).AsInt() : fallback;
+}
+
+bool KZApplication::GetArg(KZString const & name, KZString const & section, bool fallback) const {
+    if (!commandLine_.ArgPresent(name))
+        return configFile_.IsNull() ? fallback : configFile_->GetBool(section, name, fallback);
+    KZConfigLine line;
+    line.SetValue(commandLine_.GetArg(name, KZString()));
+    return line.GetValue().IsNull() || line.GetValueAsBool();
+}
+
+unsigned int KZApplication::GetArg(KZString const & name, KZString const & section, unsigned int fallback) const {
+    return IsArgPresent(name, section) ? GetArg(name, section, KZString()).AsUint() : fallback;
+}
+
+// --- Environment and logging
+
+void KZApplication::AddToPath(char16_t const * directory) {
+    KZString const added(directory);
+    if (added.IsNull()) return;
+    KZString path(KZPlatform::GetEnvironment(u"PATH").value_or(std::u16string()));
+    if (!path.IsNull()) path += KZPlatform::PathListSeparator;
+    path += added;
+    KZPlatform::SetEnvironment(u"PATH", std::u16string_view(path));
+}
+
+void KZApplication::AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber) {
+    if (subscriber.IsNull()) {
+        subscriber = new KZConsoleLogSubscriber(static_cast<int>(traceLevel_));
+        console_ = subscriber;
+    }
+    if (GetLogManager().Subscribe(channel_, subscriber)) subscribers_.push_back(subscriber);
+}
+
+void KZApplication::StartLoggingToFile(KZString const & fileName, bool keepConsole) {
+    constexpr bool AutoFlush = true;
+    constexpr bool Append = false;
+    AddLogSubscriber(KZSmartPtr<KZLogSubscriberI>(
+        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), AutoFlush, Append)));
+    if (keepConsole || console_.IsNull()) return;
+    GetLogManager().UnSubscribe(channel_, console_);
+    std::erase(subscribers_, console_);
+    console_.Clear();
+}
+
+void KZApplication::StartLoggingToFile(bool keepConsole) {
+    StartLoggingToFile(KZPath::Join(debugPath_, GetAppName() + u".log"), keepConsole);
+}

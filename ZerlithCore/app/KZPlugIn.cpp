@@ -1,0 +1,85 @@
+#include "ZerlithCore/app/KZPlugIn.h"
+
+// --- KZPlugIn
+
+KZPlugIn::KZPlugIn() = default;
+KZPlugIn::~KZPlugIn() = default;
+
+unsigned long KZPlugIn::AddRef() const { return count_.Increment(); }
+
+unsigned long KZPlugIn::Release() const {
+    unsigned long const left = count_.Decrement();
+    if (left == 0) delete this;
+    return left;
+}
+
+int KZPlugIn::GetIUID() const { return 4; }
+
+bool KZPlugIn::IsKindOf(int iuid) const { return KZObjectI::IsKindOf(iuid); }
+
+KZSmartPtr<KZObjectI> KZPlugIn::QueryInterface(int iuid) const {
+    if (iuid == 4) return KZSmartPtr<KZObjectI>(const_cast<KZPlugIn *>(this));
+    return KZObjectI::QueryInterface(iuid);
+}
+
+KZPlugIn::Status KZPlugIn::GetStatus() const { return status_; }
+
+bool KZPlugIn::IsRunningPlugIn() const { return false; }
+
+bool KZPlugIn::IsContainerPlugIn() const { return false; }
+
+KZUsageInfo KZPlugIn::GetUsageInfo() const { return {}; }
+
+std::vector<KZPlugIn::PlugInIdEx> KZPlugIn::GetDependentV() const { return {}; }
+
+void KZPlugIn::Unload() {}
+
+void KZPlugIn::RequestExit(bool) {}
+
+// --- KZRunPlugIn
+
+KZRunPlugIn::~KZRunPlugIn() = default;
+
+int KZRunPlugIn::GetIUID() const { return 5; }
+
+KZSmartPtr<KZObjectI> KZRunPlugIn::QueryInterface(int iuid) const {
+    if (iuid == 5) return KZSmartPtr<KZObjectI>(const_cast<KZRunPlugIn *>(this));
+    return KZPlugIn::QueryInterface(iuid);
+}
+
+bool KZRunPlugIn::IsRunningPlugIn() const { return true; }
+
+KZErrorID KZRunPlugIn::Init(KZApplicationWithPlugIns const &) { return KZErrorID(0); }
+
+// --- KZPlugInContainer
+
+KZPlugInContainer::~KZPlugInContainer() = default;
+
+int KZPlugInContainer::GetIUID() const { return 6; }
+
+KZSmartPtr<KZObjectI> KZPlugInContainer::QueryInterface(int iuid) const {
+    if (iuid == 6) return KZSmartPtr<KZObjectI>(const_cast<KZPlugInContainer *>(this));
+    return KZPlugIn::QueryInterface(iuid);
+}
+
+bool KZPlugInContainer::IsContainerPlugIn() const { return true; }
+
+KZErrorID KZPlugInContainer::Init(KZApplicationWithPlugIns const &) { return KZErrorID(0); }
+
+KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & KZPlugInContainer::GetPlugInList() const { return members_; }
+
+void KZPlugInContainer::AddMember(KZSmartPtr<KZPlugIn> const & member) {
+    if (!member.IsNull()) members_.push_back(member);
+}
+
+// --- KZLibPlugIn
+
+KZLibPlugIn::~KZLibPlugIn() = default;
+
+KZString KZLibPlugIn::GetName() const { return u"ZerlithCore PlugIn"; }
+
+KZGuid KZLibPlugIn::GetId() const { return Id; }
+
+KZUsageInfo KZLibPlugIn::GetUsageInfo() const { return {}; }
+
+KZErrorID KZLibPlugIn::Init(KZApplicationWithPlugIns const &) { return KZErrorID(0); }

@@ -1,0 +1,241 @@
+// How a host finds plug-in libraries and gets the plug-in out of each: from the configuration file, from list files,
+// from directories. A scan registers all libraries first and initialises afterwards, in the order of dependency.
+
+#include "ZerlithCore/app/KZApplicationWithPlugIns.h"
+#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/files/KZDirectory.h"
+#include "ZerlithCore/files/KZFile.h"
+#include "ZerlithCore/files/KZFileStream.h"
+#include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/platform/Modules.h"
+#include "ZerlithCore/platform/Process.h"
+#include "ZerlithCore/text/KZWideText.h"
+
+#include <ostream>
+#include <string>
+#include <utility>
+
+namespace {
+
+constexpr char16_t const * FromConfigFile = u"[FromConfigFile]";
+constexpr char16_t const * PlugInSection = u"PlugIns";
+constexpr char16_t const * Extension = u".osx";
+constexpr char16_t const * ListExtension = u"lst";
+constexpr char const * EntryPoint = "GetPlugInObject";
+
+using FileNames = std::vector<KZString>;
+
+template <class... Parts>
+void WriteLine(Parts const &... parts) {
+    KZLockedCOUT console;
+    (console.GetCout(1) << ... << parts) << std::endl;
+}
+
+// Writes `text` and makes an error of it.
+KZErrorID Refuse(KZString const & text) {
+    WriteLine(text);
+    return KZErrorID(new KZErrorString(text));
+}
+
+// Where the libraries are, and which.
+struct Found {
+    KZString directory;
+    FileNames files;
+    KZErrorID error;
+};
+
+Found FilesOfConfiguration(KZConfigFile & config, KZString const & directory) {
+    WriteLine(L"Retrieving plug-ins from ", config.GetFileName(), L"...");
+    Found found{directory, {}, {}};
+    KZGuard<KZConfigFile> const guard(config);
+    auto const section = config.FindSection(PlugInSection);
+    if (section == config.GetSectionsEnd()) return found;
+    for (auto line = section->GetLinesBegin(); line != section->GetLinesEnd(); ++line)
+        found.files.push_back(line->GetValue().IsNull() ? line->GetKey() : line->GetValue());
+    return found;
+}
+
+Found FilesOfList(KZString const & listFile, KZString const & directory) {
+    Found found{directory, {}, {}};
+    KZFileStream stream(listFile);
+    if (!stream.is_open()) {
+        found.error = Refuse(KZString(u"The plug-ins list file ") + listFile + u" does not exist.");
+        return found;
+    }
+    WriteLine(L"Retrieving plug-ins from ", listFile, L"...");
+    for (std::wstring text; std::getline(stream, text);) {
+        KZString name(std::u16string_view(KZFromWide(text)));
+        name.LTrim(u" \t");
+        name.RTrim(u" \t\r");
+        if (name.IsNull() || name[0] == u'#' || name[0] == u';') continue;
+        KZPath path(name);
+        if (path.GetDirectory().IsNull()) path.SetDirectory(directory);
+        found.files.push_back(path.AsString());
+    }
+    return found;
+}
+
+Found FilesOfDirectory(KZString directory, KZString const & extension) {
+    Found found{directory, {}, {}};
+    KZDirectory listing;
+    if (!listing.Open(directory)) {
+        found.error = Refuse(KZString(u"Invalid directory: ") + directory);
+        return found;
+    }
+    if (directory.RFind(KZPath::Separator) + 1 != directory.Length()) directory += KZPath::Separator;
+    KZString const pattern = KZString(u"*") + extension;
+    WriteLine(L"Retrieving plug-ins from ", directory, pattern, L"...");
+    for (KZString const & name : listing.GetFileNames(pattern)) found.files.push_back(directory + name);
+    return found;
+}
+
+// The list file that `place` names at its end or holds under the usual name; empty when there is none.
+KZString ListFileOf(KZString const & place) {
+    if (KZPath(place).GetExtension().IsEqual(ListExtension, KZString::IgnoreCase)) return place;
+    for (char16_t const * name : {u"osx.lst", u"OSX.LST"}) {
+        KZString const file = KZPath::Join(place, name);
+        if (KZFile::Exists(file)) return file;
+    }
+    return {};
+}
+
+Found FilesOfPlace(KZString const & place, KZString const & extension) {
+    KZString const listFile = ListFileOf(place);
+    if (listFile.IsNull()) return FilesOfDirectory(place, extension);
+    KZString const directory = KZPath(listFile).GetDirectory();
+    return FilesOfList(listFile, directory.IsNull() ? KZString(u".") : directory);
+}
+
+// Makes a directory the current one, and puts the old one back.
+class WorkingDirectory {
+public:
+    WorkingDirectory(KZString const & directory, bool change) : change_(change) {
+        if (!change_) return;
+        saved_ = KZPlatform::GetWorkingDirectory();
+        KZPlatform::SetWorkingDirectory(std::u16string_view(directory));
+    }
+    ~WorkingDirectory() {
+        if (change_) KZPlatform::SetWorkingDirectory(saved_);
+    }
+    WorkingDirectory(WorkingDirectory const &) = delete;
+    WorkingDirectory & operator=(WorkingDirectory const &) = delete;
+
+private:
+    bool change_;
+    std::u16string saved_;
+};
+
+} // namespace
+
+int KZApplicationWithPlugIns::LoadAndRun() {
+    std::vector<KZString> paths;
+    for (KZCommandLineArgument const & argument : GetCmdLine().GetParsedArgumentVector())
+        if (argument.GetArgType() == KZCommandLineArgument::WithValue &&
+            argument.GetArgument().IsEqual(u"osxpath", KZString::IgnoreCase))
+            paths.push_back(argument.GetValueAsString());
+
+    if (!GetConfigFile().IsNull() && GetConfigFile()->IsSectionPresent(PlugInSection)) {
+        static_cast<void>(LoadPlugInsFromDirectory(FromConfigFile, FromConfigFile, EntryPoint, false));
+    } else if (!paths.empty()) {
+        for (KZString const & path : paths) {
+            AddToPath(path.c_str());
+            static_cast<void>(LoadPlugInsFromDirectory(path.c_str(), Extension, EntryPoint, false));
+        }
+    } else {
+        librariesNamed_ = 0;
+        static_cast<void>(LoadPlugInsFromDirectory(u".", Extension, EntryPoint, false));
+        if (librariesNamed_ == 0) {
+            WriteLine(L"Couldn't find any OSX to load.");
+            return 1;
+        }
+    }
+    static_cast<void>(Run());
+    return 0;
+}
+
+KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * directory, char16_t const * extension,
+                                                             char const * entryPoint, bool stopAtFirstError) {
+    PlugInVector found;
+    KZErrorID error = GetDLLPlugInsFromDirectory(directory, extension, entryPoint, found, stopAtFirstError, true);
+    if (error.Bad() && stopAtFirstError) return error;
+    PlugInVector const order = GetPlugInHier(loaded_);
+    for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
+        if (std::find(found.begin(), found.end(), plugIn) == found.end()) continue;
+        error = LoadPlugIn(plugIn);
+        if (error.Bad() && stopAtFirstError) return error;
+    }
+    return KZErrorID(0);
+}
+
+KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * directory, char16_t const * extension,
+                                                               char const * entryPoint, PlugInVector & found,
+                                                               bool stopAtFirstError, bool changeDirectory) {
+    KZString const place(directory);
+    bool const configured = place == FromConfigFile && KZString(extension) == FromConfigFile;
+    if (configured && GetConfigFile().IsNull()) return KZErrorID(0);
+    Found const files =
+        configured ? FilesOfConfiguration(*GetConfigFile(), GetAppPath()) : FilesOfPlace(place, extension);
+    librariesNamed_ += static_cast<unsigned int>(files.files.size());
+
+    // File names are relative to the directory that was current before, those of the configuration to the program's.
+    FileNames complete;
+    for (KZString const & file : files.files)
+        complete.push_back(KZPath(file).MakeComplete(configured ? files.directory : KZString()).AsString());
+
+    WorkingDirectory const current(files.directory, changeDirectory && files.error.Good());
+    std::uint32_t const before = loaded_.size();
+    KZErrorID result = files.error;
+    bool const outer = std::exchange(registerOnly_, true);
+    for (KZString const & file : complete) {
+        WriteLine(L"LoadLibrary on ", file, L"...");
+        KZErrorID const error = LoadPlugIn(file.c_str(), entryPoint);
+        if (error.Bad() && result.Good()) result = error;
+        if (error.Bad() && stopAtFirstError) break;
+    }
+    registerOnly_ = outer;
+    for (std::uint32_t i = before; i < loaded_.size(); ++i) found.push_back(loaded_[i]);
+    return result;
+}
+
+KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const * entryPoint) {
+    KZString const file(path);
+    void * const library = KZPlatform::LoadModule(std::u16string_view(file));
+    if (!library) {
+        KZErrorID const error(new KZWinLastError);
+        WriteLine(L"LoadLibrary fails on ", file, L": ", error.AsString());
+        return error;
+    }
+    auto * const make = reinterpret_cast<KZPlugIn * (*)()>(KZPlatform::FindSymbol(library, entryPoint));
+    if (!make) {
+        KZString entry;
+        entry.Format(u"%S", entryPoint);
+        WriteLine(L"LoadPlugIn failed on ", file, L": Cannot locate \"", entry, L"\" entry point");
+        KZPlatform::FreeModule(library);
+        return KZErrorID(0);
+    }
+    KZSmartPtr<KZPlugIn> plugIn;
+    KZErrorID error;
+    if (!KZDetail::CallGuarded([&] {
+            plugIn = make();
+            error = AddPlugIn(plugIn, !registerOnly_);
+        }))
+        error = KZErrorID(new KZErrorString(file + u": the entry point failed"));
+    bool const kept = !plugIn.IsNull() && plugIn->NbRef() > 1;
+    if (kept) {
+        plugIn->library_ = library;
+        libraries_.push_back(library);
+    }
+    if (error.Bad() || plugIn.IsNull()) WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
+    if (!kept) {
+        plugIn.Clear();
+        KZPlatform::FreeModule(library);
+    }
+    return error;
+}
+
+KZApplicationWithPlugIns & KZApplicationWithPlugIns::SetCWDAsDllPath(char16_t const * directory) {
+    KZPlatform::SetWorkingDirectory(std::u16string_view(KZString(directory)));
+    return *this;
+}

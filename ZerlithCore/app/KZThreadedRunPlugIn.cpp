@@ -1,0 +1,38 @@
+#include "ZerlithCore/app/KZThreadedRunPlugIn.h"
+
+#include "ZerlithCore/app/KZPlugInGuard.h"
+
+KZThreadedRunPlugIn::~KZThreadedRunPlugIn() = default;
+
+int KZThreadedRunPlugIn::GetIUID() const { return 7; }
+
+KZSmartPtr<KZObjectI> KZThreadedRunPlugIn::QueryInterface(int iuid) const {
+    if (iuid == 7) return KZSmartPtr<KZObjectI>(const_cast<KZThreadedRunPlugIn *>(this));
+    return KZRunPlugIn::QueryInterface(iuid);
+}
+
+void KZThreadedRunPlugIn::RequestExit(bool wait) {
+    if (IsInRun()) StopRequested();
+    if (!wait) return;
+    while (IsInRun()) {
+        KZThread::yield();
+        KZThread::Milli_sleep(200);
+    }
+}
+
+void KZThreadedRunPlugIn::RunInThread() {
+    SetRunning(true);
+    KZDetail::CallGuarded([this] { static_cast<void>(Run()); });
+    SetRunning(false);
+}
+
+bool KZThreadedRunPlugIn::IsInRun() const {
+    KZGuard<KZCriticalSection> const guard(lock_);
+    return running_;
+}
+
+void KZThreadedRunPlugIn::SetRunning(bool running) {
+    KZGuard<KZCriticalSection> const guard(lock_);
+    running_ = running;
+    status_ = running ? Running : Ended;
+}

@@ -1,0 +1,117 @@
+/// @file
+/// Arrays of owning handles.
+///
+///     KZSmartPtrVector<KZSmartPtr<Job>> jobs;
+///     jobs.push_back(new Job);           // the vector owns it
+///     jobs.erase(jobs.begin());          // released
+///
+///     KZCriticalSection lock;            // include its header for the locked form
+///     KZSmartPtrVectorMutexedBase<KZSmartPtr<Job>> shared(lock);
+#pragma once
+
+#include "ZerlithCore/foundation/KZTypedRawVector.h"
+
+#include <algorithm>
+#include <mutex>
+
+class KZCriticalSection;
+
+/// A dynamic array of handles `T` (KZSmartPtr or KZSmartPtrToConst): each element in it counts as one owner.
+///
+/// Every slot up to the capacity is a valid handle, null behind the end. So copying a range assigns handles, erasing
+/// and destroying release them, and counts are exact at every moment in between. Copies of a vector own the objects
+/// too. Growth, limits, errors and thread safety are those of KZRawVector.
+template <class T>
+class KZSmartPtrVector : public KZTypedRawVector<T> {
+    static_assert(sizeof(T) == sizeof(void *), "a handle is one pointer, null when its bytes are zero");
+    using Base = KZTypedRawVector<T>;
+
+public:
+    KZSmartPtrVector() noexcept = default;
+    KZSmartPtrVector(KZSmartPtrVector const & other) : Base() { Base::assign(other.begin(), other.end()); }
+    KZSmartPtrVector(KZSmartPtrVector && other) noexcept = default;
+    ~KZSmartPtrVector() override { ReleaseSlots(Base::first_, Base::end_); }
+
+    KZSmartPtrVector & operator=(KZSmartPtrVector const & other) = default;
+
+    using Base::erase;
+    using Base::insert;
+
+    /// Releases the handles of the range, moves the tail down and releases what it left behind.
+    unsigned char * erase(unsigned char * first, unsigned char * last) override {
+        if (first == last) return first;
+        ReleaseSlots(first, last);
+        Base::last_ = OptCopy(last, Base::last_, first);
+        ReleaseSlots(Base::last_, Base::end_);
+        return first;
+    }
+    /// The same for one element. The end position changes nothing.
+    unsigned char * erase(unsigned char * where) override {
+        if (where == Base::last_) return where;
+        ReleaseSlots(where, where + sizeof(T));
+        OptCopy(where + sizeof(T), Base::last_, where);
+        Base::last_ -= sizeof(T);
+        ReleaseSlots(Base::last_, Base::last_ + sizeof(T));
+        return where;
+    }
+
+protected:
+    /// Assigns handles, from the end that an overlap asks for.
+    unsigned char * OptCopy(unsigned char const * first, unsigned char const * last,
+                            unsigned char * dest) override {
+        T const * const from = Base::Typed(first);
+        T const * const until = Base::Typed(last);
+        T * const to = Base::Typed(dest);
+        if (to <= from) {
+            std::copy(from, until, to);
+        } else {
+            std::copy_backward(from, until, to + (until - from));
+        }
+        return dest + (last - first);
+    }
+    /// Assigns the handle to each slot.
+    void OptFill(unsigned char * dest, unsigned int count, unsigned char const * value) override {
+        std::fill_n(Base::Typed(dest), count, *Base::Typed(value));
+    }
+    /// Releases all slots up to the capacity, then frees the block.
+    void DeAlloc() override {
+        ReleaseSlots(Base::first_, Base::end_);
+        Base::DeAlloc();
+    }
+
+private:
+    static void ReleaseSlots(unsigned char * first, unsigned char * last) {
+        std::for_each(Base::Typed(first), Base::Typed(last), [](T & slot) { slot.Clear(); });
+    }
+};
+
+/// A KZSmartPtrVector whose erase of one element runs under a lock.
+///
+/// The lock isn't owned and must outlive the vector; a copy uses the same one, assignment leaves both where they are.
+/// `Lock` needs `lock` and `unlock`.
+///
+/// Thread safety: the erase of one element may be called from any thread. For everything else the caller holds the
+/// lock.
+template <class T, class Lock = KZCriticalSection>
+class KZSmartPtrVectorMutexedBase : public KZSmartPtrVector<T> {
+    using Base = KZSmartPtrVector<T>;
+
+public:
+    explicit KZSmartPtrVectorMutexedBase(Lock & lock) noexcept : lock_(&lock) {}
+    KZSmartPtrVectorMutexedBase(KZSmartPtrVectorMutexedBase const & other) = default;
+
+    KZSmartPtrVectorMutexedBase & operator=(KZSmartPtrVectorMutexedBase const & other) {
+        Base::operator=(other);
+        return *this;
+    }
+
+    using Base::erase;
+
+    unsigned char * erase(unsigned char * where) override {
+        std::lock_guard<Lock> const guard(*lock_);
+        return Base::erase(where);
+    }
+
+private:
+    Lock * lock_;
+};

@@ -1,0 +1,140 @@
+// The logic that KZRawVector and KZVoidPtrVector share. Each offers `Unit` (what its pointers step over), `Stride`
+// (units of one element), the three pointers, and the hooks that copy, fill, allocate and free; the algorithms here
+// know nothing else, and are compiled once for each of the two.
+//
+// A value or a range may lie in the vector. When the block is replaced the old one lives on until everything has
+// been copied; when the tail moves up in place, what pointed into it is moved along (`Shift`).
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+#include <stdexcept>
+
+namespace KZDetail {
+
+/// A block of `bytes` zero bytes; never null.
+inline void * AllocZeroed(std::size_t count, std::size_t bytes) {
+    void * const block = std::calloc(std::max<std::size_t>(count, 1), bytes);
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+
+template <class Vector>
+struct VectorCore {
+    using Unit = typename Vector::Unit;
+    using Source = Unit const *;
+
+    /// Where a source has gone after everything from `tail` on moved up by `distance` units.
+    struct Shift {
+        Source tail;
+        Source end;
+        std::ptrdiff_t distance;
+
+        Source operator()(Source place) const noexcept {
+            return place >= tail && place < end ? place + distance : place;
+        }
+    };
+
+    static std::ptrdiff_t Units(Vector const & v, unsigned int count) noexcept {
+        return static_cast<std::ptrdiff_t>(count) * v.Stride();
+    }
+    static unsigned int Count(Vector const & v, Source first, Source last) noexcept {
+        return static_cast<unsigned int>(static_cast<std::size_t>(last - first) / v.Stride());
+    }
+
+    static unsigned int GrownCapacity(Vector const & v, unsigned int count) {
+        unsigned int const size = v.size();
+        unsigned int const limit = v.max_size() - size;
+        if (count > limit) throw std::length_error("vector<T> too long");
+        unsigned int const growth = size < 100001U ? size / 2 : size / 10;
+        return size + std::min(std::max(growth, count), limit);
+    }
+
+    static void SetBlock(Vector & v, Unit * block, Unit * last, unsigned int capacity) noexcept {
+        v.first_ = block;
+        v.last_ = last;
+        v.end_ = block + Units(v, capacity);
+    }
+
+    static void Reserve(Vector & v, unsigned int count) {
+        if (count <= v.capacity()) return;
+        if (count > v.max_size()) throw std::length_error("vector<T> too long");
+        Unit * const block = v.Alloc(count);
+        Unit * const last = v.OptCopy(v.first_, v.last_, block);
+        v.DeAlloc();
+        SetBlock(v, block, last, count);
+    }
+
+    /// Opens a gap of `count` elements at `where`; `fill(gap, shift)` writes them.
+    template <class Fill>
+    static void Insert(Vector & v, Unit * where, unsigned int count, Fill fill) {
+        if (count == 0) return;
+        std::ptrdiff_t const span = Units(v, count);
+        if (count <= v.capacity() - v.size()) {
+            v.OptCopy(where, v.last_, where + span);
+            fill(where, Shift{where, v.last_, span});
+            v.last_ += span;
+            return;
+        }
+        unsigned int const capacity = GrownCapacity(v, count);
+        Unit * const block = v.Alloc(capacity);
+        Unit * const gap = v.OptCopy(v.first_, where, block);
+        fill(gap, Shift{nullptr, nullptr, 0});
+        Unit * const last = v.OptCopy(where, v.last_, gap + span);
+        v.DeAlloc();
+        SetBlock(v, block, last, capacity);
+    }
+
+    static void InsertRange(Vector & v, Unit * where, Source first, Source last) {
+        Insert(v, where, Count(v, first, last), [&](Unit * gap, Shift const & shift) {
+            // A range across `where` was torn apart when the tail moved.
+            Source const cut = first < shift.tail && shift.tail < last ? shift.tail : first;
+            gap = v.OptCopy(first, cut, gap);
+            if (cut != last) v.OptCopy(shift(cut), shift(cut) + (last - cut), gap);
+        });
+    }
+
+    static Unit * Erase(Vector & v, Unit * first, Unit * last) {
+        if (first != last) v.last_ = v.OptCopy(last, v.last_, first);
+        return first;
+    }
+
+    template <class Value>
+    static void Resize(Vector & v, unsigned int count, Value value) {
+        if (count > v.size()) {
+            v.insert(v.last_, count - v.size(), value);
+        } else {
+            v.erase(v.first_ + Units(v, count), v.last_);
+        }
+    }
+
+    // Assigning overwrites what there is, and only then grows or cuts: so the source may lie in the vector.
+
+    static void AssignRange(Vector & v, Source first, Source last) {
+        unsigned int const count = Count(v, first, last);
+        std::ptrdiff_t const common = Units(v, std::min(count, v.size()));
+        Unit * const rest = v.OptCopy(first, first + common, v.first_);
+        if (count > v.size()) {
+            v.insert(v.last_, first + common, last);
+        } else {
+            v.erase(rest, v.last_);
+        }
+    }
+
+    template <class Value>
+    static void AssignCount(Vector & v, unsigned int count, Value value) {
+        v.OptFill(v.first_, std::min(count, v.size()), value);
+        Resize(v, count, value);
+    }
+
+    template <class Value>
+    static Unit * InsertOne(Vector & v, Unit * where, Value value) {
+        std::ptrdiff_t const offset = where - v.first_;
+        v.insert(where, 1U, value);
+        return v.first_ + offset;
+    }
+};
+
+} // namespace KZDetail

@@ -1,0 +1,303 @@
+#include "ZerlithCore/text/KZString.h"
+
+#include "ZerlithCore/foundation/KZMemory.h"
+#include "ZerlithCore/text/KZUnitScan.h"
+
+#include <algorithm>
+#include <cstring>
+#include <functional>
+#include <new>
+#include <stdexcept>
+#include <vector>
+
+// A block is a header of 12 bytes and the text, in one piece of KMMemoryPool. Whatever writes first makes sure that the
+// block is the string's own and large enough; when it isn't, the text moves to a new block, and the old one is held
+// until the write is done, so that arguments may point into the string itself.
+
+namespace {
+
+constexpr std::size_t UnitSize = sizeof(char16_t);
+constexpr std::size_t HeaderSize = offsetof(KZString::DataDef, text);
+
+/// The largest capacity: a position has to fit into 32 bits beside `npos`.
+constexpr std::uint32_t MaxCapacity = KZString::npos - 1;
+
+/// A number of units as a capacity. Errors: std::length_error.
+std::uint32_t AsCapacity(std::size_t units) {
+    if (units > MaxCapacity) throw std::length_error("KZString: more than 4294967294 units");
+    return static_cast<std::uint32_t>(units);
+}
+
+/// Growth by half, or to `need` if that is more; `old` where it suffices.
+std::uint32_t Grown(std::uint32_t old, std::uint32_t need) noexcept {
+    if (old >= need) return old;
+    std::uint32_t const half = old / 2;
+    return std::max(old > MaxCapacity - half ? MaxCapacity : old + half, need);
+}
+
+void Copy(char16_t * to, char16_t const * from, std::size_t count) noexcept {
+    if (count != 0) std::memcpy(to, from, count * UnitSize);
+}
+
+void Move(char16_t * to, char16_t const * from, std::size_t count) noexcept {
+    std::memmove(to, from, count * UnitSize);
+}
+
+bool PointsInto(KZString const & string, char16_t const * text) noexcept {
+    return std::less_equal<>()(string.begin(), text) && std::less_equal<>()(text, string.end());
+}
+
+/// The places of `from` in `text`, none overlapping.
+std::vector<std::uint32_t> FindAll(std::u16string_view text, std::u16string_view from) {
+    std::vector<std::uint32_t> places;
+    KZUnitScan::Finder const find(from.data(), from.size());
+    for (std::size_t start = 0;;) {
+        std::size_t const place = start + find(text.data() + start, text.size() - start);
+        if (place == text.size()) return places;
+        places.push_back(static_cast<std::uint32_t>(place));
+        start = place + from.size();
+    }
+}
+
+constexpr std::size_t BlockSize(std::uint32_t capacity) noexcept {
+    return HeaderSize + (std::size_t{capacity} + 1) * UnitSize;
+}
+
+} // namespace
+
+constinit KZString::DataDef KZString::glbEmptyData{0, 1, 0, {u'\0'}};
+
+// --- Construction and assignment
+
+KZString::KZString(char16_t const * text, unsigned int) : KZString() { Assign(text, 0); }
+
+KZString::KZString(char16_t unit) : KZString() { Assign(&unit, 1); }
+
+KZString::KZString(char16_t unit, unsigned int count, unsigned int) : KZString() {
+    if (count == 0) return;
+    std::uint32_t const room = AsCapacity(std::size_t{count} + 1);
+    std::uint32_t capacity = 2; // what the first unit asks for
+    while (capacity < room) capacity = Grown(capacity, capacity + 1);
+    Take(Alloc(capacity));
+    std::fill_n(data_->text, count, unit);
+    EndAt(count);
+}
+
+KZString::KZString(std::u16string const & text) : KZString(text.c_str()) {}
+
+KZString::KZString(std::u16string_view text) : KZString() {
+    if (text.empty()) return;
+    Assign(text.data(), AsCapacity(text.size()));
+}
+
+void KZString::Assign(KZString const & other) noexcept {
+    if (data_ == other.data_) return;
+    KZString copy(other);
+    std::swap(data_, copy.data_);
+}
+
+void KZString::Assign(char16_t const * text, unsigned int count, unsigned int) {
+    std::size_t const length = count != 0 || !text ? count : KZUnitScan::Length(text);
+    if (!text || length == 0) return Clear();
+    std::uint32_t const need = AsCapacity(length + 1);
+    if (OwnsRoom(need)) {
+        Move(data_->text, text, length);
+    } else {
+        DataDef * const fresh = Alloc(Grown(data_->capacity, need));
+        Copy(fresh->text, text, length);
+        Take(fresh);
+    }
+    EndAt(length);
+}
+
+// --- Access
+
+void KZString::Set(unsigned int index, char16_t unit) {
+    if (index >= Length()) return;
+    ResizeCapacity(Length());
+    data_->text[index] = unit;
+}
+
+void KZString::Clear() noexcept {
+    if (data_ != &glbEmptyData) Take(&glbEmptyData);
+}
+
+void KZString::Reserve(unsigned int capacity) { ResizeCapacity(capacity); }
+
+// --- Building
+
+void KZString::Append(char16_t const * text, unsigned int count) {
+    if (!text) return;
+    std::size_t const size = count != 0 ? count : KZUnitScan::Length(text);
+    if (size == 0) return;
+    std::size_t const length = Length();
+    std::uint32_t const need = AsCapacity(length + size + 1);
+    KZString const old = OwnsRoom(need) ? KZString() : Regrow(need);
+    Move(data_->text + length, text, size);
+    EndAt(length + size);
+}
+
+void KZString::Insert(unsigned int position, char16_t const * text) {
+    std::size_t const size = text ? KZUnitScan::Length(text) : 0;
+    if (size == 0) return;
+    std::size_t const length = Length();
+    std::size_t const place = std::min<std::size_t>(position, length);
+    std::uint32_t const need = AsCapacity(length + size + 1);
+    // Own text mustn't move while it is the source.
+    KZString const old = OwnsRoom(need) && !PointsInto(*this, text) ? KZString() : Regrow(need);
+    Move(data_->text + place + size, data_->text + place, length - place);
+    Copy(data_->text + place, text, size);
+    EndAt(length + size);
+}
+
+void KZString::Insert(unsigned int position, char16_t unit) {
+    char16_t const text[] = {unit, u'\0'};
+    Insert(position, text);
+}
+
+void KZString::Remove(unsigned int position, unsigned int count) {
+    std::uint32_t const length = Length();
+    if (position >= length || count == 0) return;
+    std::uint32_t const behind = length - position;
+    if (count > behind && position == 0) return Clear();
+    count = std::min(count, behind);
+    ResizeCapacity(length);
+    Move(data_->text + position, data_->text + position + count, behind - count);
+    EndAt(length - count);
+}
+
+// The hits are collected first; then the text is put together once, in a block of the capacity to which removing and
+// inserting hit by hit would have grown it. A result that isn't longer is put together in place where that is possible.
+void KZString::Replace(char16_t const * from, char16_t const * to) {
+    std::size_t const removed = from ? KZUnitScan::Length(from) : 0;
+    if (removed == 0) return;
+    auto const visible = KZUnitScan::FindUnit(begin(), Length(), u'\0');
+    auto const places = FindAll({begin(), visible}, {from, removed});
+    if (places.empty()) return;
+
+    std::size_t const inserted = to ? KZUnitScan::Length(to) : 0;
+    std::size_t length = Length();
+    std::uint32_t capacity = Capacity();
+    for (std::size_t i = 0; i < places.size(); ++i) {
+        length = length - removed + inserted;
+        if (inserted != 0) capacity = Grown(capacity, AsCapacity(length + 1));
+    }
+    bool const inPlace = inserted <= removed && OwnsRoom(capacity) && !PointsInto(*this, to);
+    DataDef * const target = inPlace ? data_ : Alloc(capacity);
+    char16_t const * source = begin();
+    char16_t * out = target->text;
+    for (std::uint32_t const place : places) {
+        char16_t const * const hit = begin() + place;
+        Move(out, source, static_cast<std::size_t>(hit - source));
+        out += hit - source;
+        Copy(out, to, inserted);
+        out += inserted;
+        source = hit + removed;
+    }
+    Move(out, source, static_cast<std::size_t>(end() - source));
+    if (!inPlace) Take(target);
+    EndAt(length);
+}
+
+KZString KZString::SubStr(unsigned int position, unsigned int count) const {
+    KZString part;
+    if (position >= Length() || count == 0) return part;
+    char16_t const * const text = data_->text + position;
+    if (count == npos) {
+        part.Assign(text, 0);
+    } else {
+        part.Assign(text, std::min(count, Length() - position));
+    }
+    return part;
+}
+
+void KZString::LTrim(char16_t unit, unsigned int position) {
+    if (IsNull()) return;
+    char16_t const * const start = begin() + std::min(position, Length() - 1);
+    auto const stop = std::find_if(start, end(), [unit](char16_t c) { return c != unit; });
+    Remove(0, static_cast<std::uint32_t>(stop - begin()));
+}
+
+void KZString::LTrim(char16_t const * set, unsigned int position) {
+    std::uint32_t const stop = FindFirstNotOf(set, position);
+    if (stop == npos) return Clear();
+    Remove(0, stop);
+}
+
+void KZString::RTrim(char16_t unit, unsigned int position) {
+    if (IsNull()) return;
+    std::uint32_t const places = std::min(position, Length() - 1) + 1;
+    std::uint32_t count = 0;
+    while (count < places && data_->text[places - 1 - count] == unit) ++count;
+    Remove(Length() - count, count);
+}
+
+void KZString::RTrim(char16_t const * set, unsigned int position) {
+    std::uint32_t const last = FindLastNotOf(set, position);
+    if (last == Length() - 1) return; // so too when both are `npos`
+    if (last == npos) return Clear();
+    Remove(last + 1, npos);
+}
+
+// --- Blocks
+
+void KZString::ResizeCapacity(std::uint32_t need) {
+    if (!OwnsRoom(need)) Regrow(need);
+}
+
+KZString::DataDef * KZString::Alloc(std::uint32_t capacity) {
+    void * const memory = KMMemoryPool::New(BlockSize(capacity));
+    return ::new (memory) DataDef{capacity, 0, 0, {u'\0'}};
+}
+
+void KZString::Free(DataDef * block) noexcept { KMMemoryPool::Delete(block, BlockSize(block->capacity)); }
+
+void KZString::Drop(DataDef * block) noexcept {
+    // A sole holder needs no atomic write: nobody is left who could copy the handle meanwhile.
+    if (block->references.load(std::memory_order_acquire) == 0 ||
+        block->references.fetch_sub(1, std::memory_order_acq_rel) == 0) {
+        Free(block);
+    }
+}
+
+bool KZString::OwnsRoom(std::uint32_t need) const noexcept {
+    return need <= data_->capacity && data_->references.load(std::memory_order_acquire) < 1;
+}
+
+KZString KZString::Regrow(std::uint32_t need) {
+    std::uint32_t const capacity = Grown(Capacity(), AsCapacity(need));
+    DataDef * const fresh = Alloc(std::max(capacity, 1U));
+    Copy(fresh->text, data_->text, std::size_t{Length()} + 1);
+    fresh->length = Length();
+    KZString old;
+    old.data_ = data_;
+    data_ = fresh;
+    return old;
+}
+
+void KZString::EndAt(std::size_t length) noexcept {
+    data_->length = static_cast<std::uint32_t>(length);
+    data_->text[length] = u'\0';
+}
+
+void KZString::Take(DataDef * fresh) noexcept {
+    if (data_ != &glbEmptyData) Drop(data_);
+    data_ = fresh;
+}
+
+// --- Free functions
+
+KZString operator+(KZString left, KZString const & right) {
+    left += right;
+    return left;
+}
+
+KZString operator+(KZString left, char16_t const * right) {
+    left += right;
+    return left;
+}
+
+KZString operator+(KZString left, char16_t right) {
+    left += right;
+    return left;
+}

@@ -1,0 +1,148 @@
+#include "ZerlithCore/text/KZUnitScan.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+// Where the processor has 128-bit compares (every x86-64 has), eight units are looked at in one step; elsewhere the same
+// functions go unit by unit. A mask holds two equal bits for each unit of a block, lowest unit first.
+//
+// A finder compares two units of the needle at once at eight places, and looks at the whole needle only where both
+// agree. The two are chosen to be different, and apart from what stands everywhere in text (blanks, small letters), so
+// that few places pass. A needle made to pass everywhere costs what a plain search costs.
+
+namespace {
+
+// The plain form of each scan, for short texts and for processors without the block compares.
+
+std::size_t FindUnitPlainly(char16_t const * text, std::size_t count, char16_t unit) noexcept {
+    return static_cast<std::size_t>(std::find(text, text + count, unit) - text);
+}
+
+std::size_t FindTextPlainly(char16_t const * text, std::size_t count, char16_t const * needle,
+                            std::size_t size) noexcept {
+    for (std::size_t i = 0; i + size <= count; ++i) {
+        if (text[i] == *needle && std::memcmp(text + i, needle, size * sizeof *needle) == 0) return i;
+    }
+    return count;
+}
+
+#ifdef __SSE2__
+
+constexpr std::size_t Block = 8;
+
+__m128i Load(char16_t const * text) noexcept {
+    return _mm_loadu_si128(reinterpret_cast<__m128i const *>(text));
+}
+
+__m128i Spread(char16_t unit) noexcept { return _mm_set1_epi16(static_cast<short>(unit)); }
+
+unsigned Mask(__m128i equal) noexcept { return static_cast<unsigned>(_mm_movemask_epi8(equal)); }
+
+std::size_t FirstOf(unsigned mask) noexcept { return static_cast<std::size_t>(std::countr_zero(mask)) / 2; }
+
+#endif
+
+/// How likely a unit is to stand at any place of a text, roughly: the lower the better for a search.
+constexpr int Commonness(char16_t unit) noexcept {
+    if (unit == u' ') return 4;
+    if (unit >= u'a' && unit <= u'z') return "20111100210012220011000000"[unit - u'a'] - '0' + 1;
+    return 0;
+}
+
+} // namespace
+
+KZUnitScan::Finder::Finder(char16_t const * needle, std::size_t size) noexcept
+    : needle_(needle), size_(size), probes_{} {
+    std::size_t const looked = std::min<std::size_t>(size, 32);
+    std::size_t first = 0;
+    for (std::size_t i = 1; i < looked; ++i) {
+        if (Commonness(needle[i]) < Commonness(needle[first])) first = i;
+    }
+    std::size_t second = first == 0 ? looked - 1 : 0;
+    for (std::size_t i = 0; i < looked; ++i) {
+        if (needle[i] != needle[first] &&
+            (needle[second] == needle[first] || Commonness(needle[i]) < Commonness(needle[second]))) {
+            second = i;
+        }
+    }
+    probes_[0] = first;
+    probes_[1] = second;
+}
+
+#ifdef __SSE2__
+
+// Aligned loads never cross into a page that the text doesn't touch; the sanitizers can't know that.
+__attribute__((no_sanitize("address", "thread"))) std::size_t
+KZUnitScan::Length(char16_t const * text) noexcept {
+    char16_t const * p = text;
+    for (; reinterpret_cast<std::uintptr_t>(p) % sizeof(__m128i) != 0; ++p) {
+        if (*p == u'\0') return static_cast<std::size_t>(p - text);
+    }
+    for (__m128i const zero = _mm_setzero_si128();; p += Block) {
+        unsigned const hits =
+            Mask(_mm_cmpeq_epi16(_mm_load_si128(reinterpret_cast<__m128i const *>(p)), zero));
+        if (hits != 0) return static_cast<std::size_t>(p - text) + FirstOf(hits);
+    }
+}
+
+std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char16_t unit) noexcept {
+    if (count < Block) return FindUnitPlainly(text, count, unit);
+    __m128i const wanted = Spread(unit);
+    std::size_t i = 0;
+    for (; i + 2 * Block <= count; i += 2 * Block) {
+        __m128i const low = _mm_cmpeq_epi16(Load(text + i), wanted);
+        __m128i const high = _mm_cmpeq_epi16(Load(text + i + Block), wanted);
+        if (Mask(_mm_or_si128(low, high)) != 0) return i + FirstOf(Mask(low) | Mask(high) << 16);
+    }
+    // What is left is looked at in blocks that end at the end, and may begin with units already seen.
+    for (; i < count; i += Block) {
+        std::size_t const start = std::min(i, count - Block);
+        unsigned const hits = Mask(_mm_cmpeq_epi16(Load(text + start), wanted));
+        if (hits != 0) return start + FirstOf(hits);
+    }
+    return count;
+}
+
+std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t count) const noexcept {
+    if (size_ == 1) return FindUnit(text, count, *needle_);
+    if (count < size_ + Block - 1) return FindTextPlainly(text, count, needle_, size_);
+    __m128i const firstUnit = Spread(needle_[probes_[0]]);
+    __m128i const secondUnit = Spread(needle_[probes_[1]]);
+    std::size_t const places = count - size_ + 1;
+    for (std::size_t i = 0; i < places; i += Block) {
+        std::size_t const start = std::min(i, places - Block);
+        __m128i const first = _mm_cmpeq_epi16(Load(text + start + probes_[0]), firstUnit);
+        __m128i const second = _mm_cmpeq_epi16(Load(text + start + probes_[1]), secondUnit);
+        for (unsigned hits = Mask(_mm_and_si128(first, second)); hits != 0;) {
+            std::size_t const place = start + FirstOf(hits);
+            if (std::memcmp(text + place, needle_, size_ * sizeof *needle_) == 0) return place;
+            hits &= hits - 1; // Each place has two bits.
+            hits &= hits - 1;
+        }
+    }
+    return count;
+}
+
+#else
+
+std::size_t KZUnitScan::Length(char16_t const * text) noexcept {
+    char16_t const * end = text;
+    while (*end != u'\0') ++end;
+    return static_cast<std::size_t>(end - text);
+}
+
+std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char16_t unit) noexcept {
+    return FindUnitPlainly(text, count, unit);
+}
+
+std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t count) const noexcept {
+    return FindTextPlainly(text, count, needle_, size_);
+}
+
+#endif

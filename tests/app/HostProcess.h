@@ -1,0 +1,73 @@
+/// @file
+/// Runs the test host in a process of its own and collects what it writes.
+#pragma once
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// A fresh directory for one test, removed with all it holds.
+class TestDirectory {
+public:
+    TestDirectory() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "zerlithcore-XXXXXX").string();
+        path_ = mkdtemp(pattern.data());
+    }
+    ~TestDirectory() { std::filesystem::remove_all(path_); }
+    TestDirectory(TestDirectory const &) = delete;
+    TestDirectory & operator=(TestDirectory const &) = delete;
+
+    std::string Path(std::string const & name = "") const { return name.empty() ? path_ : path_ + '/' + name; }
+    std::string Write(std::string const & name, std::string const & text) const {
+        std::ofstream(Path(name), std::ios::binary) << text;
+        return Path(name);
+    }
+
+private:
+    std::string path_;
+};
+
+struct HostResult {
+    int status = -1; ///< the exit status, or minus the number of the signal that ended it
+    std::string console;
+};
+
+/// Runs `program` with `arguments` in `directory`; `watch` sees the console as it grows and may signal the process.
+inline HostResult RunHost(std::string const & program, std::vector<std::string> arguments,
+                          std::string const & directory,
+                          std::function<void(std::string const &, pid_t)> const & watch = {}) {
+    int pipe[2];
+    if (::pipe(pipe) != 0) return {};
+    pid_t const child = fork();
+    if (child == 0) {
+        dup2(pipe[1], STDOUT_FILENO);
+        close(pipe[0]);
+        close(pipe[1]);
+        if (chdir(directory.c_str()) != 0) _exit(126);
+        arguments.insert(arguments.begin(), program);
+        std::vector<char *> argv;
+        for (std::string & argument : arguments) argv.push_back(argument.data());
+        argv.push_back(nullptr);
+        execv(program.c_str(), argv.data());
+        _exit(127);
+    }
+    close(pipe[1]);
+    HostResult result;
+    char buffer[4096];
+    for (ssize_t got; (got = read(pipe[0], buffer, sizeof buffer)) > 0;) {
+        result.console.append(buffer, static_cast<std::size_t>(got));
+        if (watch) watch(result.console, child);
+    }
+    close(pipe[0]);
+    int status = 0;
+    waitpid(child, &status, 0);
+    result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -WTERMSIG(status);
+    return result;
+}

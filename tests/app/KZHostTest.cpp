@@ -1,0 +1,181 @@
+// Real plug-in libraries in a real host: the console transcripts are compared whole.
+#include "app/HostProcess.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string const Start = "\nWARNING: attempting to run without a configuration file!\n"
+                          ">>>> Initializing <ZerlithCore PlugIn>... Done.\n";
+std::string const Quit = ">>>> Quit signal received. Requesting exit to all plug-ins...\n";
+std::string const End = ">>>> Unloading <ZerlithCore PlugIn>... Done.\n";
+std::string const Exit = "Exiting application...\n";
+
+std::string Library(std::string const & name) { return std::string(PLUGIN_DIRECTORY "/") + name + ".osx"; }
+
+std::string Loading(std::vector<std::string> const & names) {
+    std::string text;
+    for (std::string const & name : names) text += "LoadLibrary on " + Library(name) + "...\n";
+    return text;
+}
+
+HostResult RunWithList(TestDirectory const & place, std::vector<std::string> const & names,
+                       std::function<void(std::string const &, pid_t)> const & watch = {}) {
+    std::string list = "# the plug-ins of this test\n; one a line\n \t \n";
+    for (std::string const & name : names) list += "  " + Library(name) + " \n";
+    return RunHost(TEST_HOST, {"/osxpath:" + place.Write("my.lst", list)}, place.Path(), watch);
+}
+
+std::string Retrieving(TestDirectory const & place, std::vector<std::string> const & names) {
+    return Start + "Retrieving plug-ins from " + place.Path("my.lst") + "...\n" + Loading(names);
+}
+
+TEST(KZHost, OrdersThreeLevelsAndTearsDownInReverse) {
+    TestDirectory const place;
+    std::vector<std::string> const names{"c", "a", "b", "d"};
+    HostResult const result = RunWithList(place, names);
+    EXPECT_EQ(result.console, Retrieving(place, names) + ">>>> Initializing <A>... Done.\n"
+                                                         ">>>> Initializing <D>... Done.\n"
+                                                         ">>>> Initializing <B>... Done.\n"
+                                                         ">>>> Initializing <C>... Done.\n"
+                                                         "RUN> Running <A>...\nA runs\n"
+                                                         "RUN> Running <D>...\nD runs\n"
+                                                         "RUN> Running <B>...\nB runs\n"
+                                                         "RUN> Running <C>...\nC runs\n" +
+                                  Quit +
+                                  ">>>> Unloading <C>... Done.\n>>>> Unloading <B>... Done.\n"
+                                  ">>>> Unloading <D>... Done.\n>>>> Unloading <A>... Done.\n" +
+                                  End + "C is deleted\nA is deleted\nB is deleted\nD is deleted\n" + Exit);
+    EXPECT_EQ(result.status, 0);
+}
+
+TEST(KZHost, RefusesWhatItCannotUseAndGoesOn) {
+    TestDirectory const place;
+    std::vector<std::string> const names{"a", "clash", "noentry", "failing", "needsfailing", "needsmissing", "nameless"};
+    HostResult const result = RunWithList(place, names);
+    std::string expected = Start + "Retrieving plug-ins from " + place.Path("my.lst") + "...\n";
+    expected += Loading({"a", "clash"});
+    expected += "ERR> ***<Clash> ID's is used by another plugin or the plugin is already loaded in the application.\n"
+                "LoaPlugIn failed on " +
+                Library("clash") + ": AddPlugIn failed\nClash is deleted\n";
+    expected += Loading({"noentry"}) + "LoadPlugIn failed on " + Library("noentry") +
+                ": Cannot locate \"GetPlugInObject\" entry point\n";
+    expected += Loading({"failing", "needsfailing", "needsmissing", "nameless"});
+    expected += ">>>> Initializing <A>... Done.\n"
+                ">>>> Initializing <Failing>...Failed.\n"
+                "ERR> ***<Missing> Can't find dependent <Nobody>\n"
+                "ERR> ***<Nameless> failed dependency checking (NOT LOADED).\n"
+                "ERR> ***<Needs failing> Can't find dependent <Failing>\n"
+                "RUN> Running <A>...\nA runs\n";
+    expected += Quit + ">>>> Unloading <Failing>... Done.\n>>>> Unloading <A>... Done.\n" + End +
+                "A is deleted\nFailing is deleted\nNeeds failing is deleted\nMissing is deleted\nNameless is deleted\n" +
+                Exit;
+    EXPECT_EQ(result.console, expected);
+}
+
+TEST(KZHost, OutlivesPlugInsThatThrowOrFault) {
+    TestDirectory const place;
+    std::vector<std::string> const names{"throwing", "faulting", "initfaults", "a"};
+    HostResult const result = RunWithList(place, names);
+    EXPECT_EQ(result.status, 0);
+    std::string const & console = result.console;
+    auto const at = [&](char const * text) { return console.find(text); };
+    EXPECT_NE(at("RUN> Running <Throwing>...\nThrowing runs\nERR> ***thrown on purpose\n"), std::string::npos) << console;
+    EXPECT_NE(at("RUN> Running <Faulting>...\nFaulting runs\n"), std::string::npos) << console;
+    EXPECT_NE(at("RUN> Running <A>...\nA runs\n"), std::string::npos) << console;
+    EXPECT_GT(at("A runs"), at("Faulting runs"));
+    EXPECT_EQ(at("Running <Init faults>"), std::string::npos) << "a failed Init is never run";
+    EXPECT_NE(at("Exiting application...\n"), std::string::npos) << console;
+}
+
+TEST(KZHost, InitialisesMembersBeforeTheirContainer) {
+    TestDirectory const place;
+    HostResult const good = RunWithList(place, {"container", "a"});
+    EXPECT_EQ(good.console, Retrieving(place, {"container", "a"}) +
+                                ">>>> Initializing <First>... Done.\n>>>> Initializing <A>... Done.\n"
+                                ">>>> Initializing <Second>... Done.\n>>>> Initializing <Container>... Done.\n"
+                                "RUN> Running <First>...\nRUN> Running <A>...\nA runs\nRUN> Running <Second>...\n" +
+                                Quit +
+                                ">>>> Unloading <Container>... Done.\n>>>> Unloading <Second>... Done.\n"
+                                ">>>> Unloading <A>... Done.\n>>>> Unloading <First>... Done.\n" +
+                                End + "A is deleted\n" + Exit);
+    HostResult const bad = RunWithList(place, {"badcontainer", "a"});
+    EXPECT_EQ(bad.console.find("Initializing <Container>"), std::string::npos) << bad.console;
+    EXPECT_NE(bad.console.find("RUN> Running <A>"), std::string::npos) << bad.console;
+}
+
+TEST(KZHost, StopsAThreadedPlugInOnSigint) {
+    TestDirectory const place;
+    bool sent = false;
+    HostResult const result = RunWithList(place, {"threaded"}, [&](std::string const & console, pid_t host) {
+        if (sent || console.find("thread ready\n") == std::string::npos) return;
+        sent = true;
+        kill(host, SIGINT);
+    });
+    EXPECT_EQ(result.console, Retrieving(place, {"threaded"}) +
+                                  ">>>> Initializing <Threaded>... Done.\n"
+                                  "RUN> Running <Threaded>...(threaded)\nthread ready\n" +
+                                  Quit + "thread ends\n>>>> Unloading <Threaded>... Done.\n" + End + Exit);
+    EXPECT_EQ(result.status, 0);
+}
+
+TEST(KZHost, TakesPlugInsFromTheConfigurationFile) {
+    TestDirectory const place;
+    std::string const config = place.Write("host.ini", "[PlugIns]\nfirst=" + Library("a") + "\n" + Library("d") + "\n");
+    HostResult const result = RunHost(TEST_HOST, {"/config:" + config, "/osxpath:/nowhere"}, place.Path());
+    EXPECT_EQ(result.console, ">>>> Initializing <ZerlithCore PlugIn>... Done.\n"
+                              "Retrieving plug-ins from " +
+                                  config + "...\n" + Loading({"a", "d"}) +
+                                  ">>>> Initializing <A>... Done.\n>>>> Initializing <D>... Done.\n"
+                                  "RUN> Running <A>...\nA runs\nRUN> Running <D>...\nD runs\n" +
+                                  Quit + ">>>> Unloading <D>... Done.\n>>>> Unloading <A>... Done.\n" + End +
+                                  "A is deleted\nD is deleted\n" + Exit);
+    std::string const empty = place.Write("empty.ini", "[PlugIns]\n");
+    EXPECT_EQ(RunHost(TEST_HOST, {"/config:" + empty}, place.Path()).console,
+              ">>>> Initializing <ZerlithCore PlugIn>... Done.\nRetrieving plug-ins from " + empty + "...\n" + Quit + End +
+                  Exit);
+}
+
+TEST(KZHost, TellsWhatItCannotFind) {
+    TestDirectory const place;
+    HostResult const nothing = RunHost(TEST_HOST, {}, place.Path());
+    EXPECT_EQ(nothing.status, 1);
+    EXPECT_EQ(nothing.console, Start + "Retrieving plug-ins from ./*.osx...\nCouldn't find any OSX to load.\n" + Quit +
+                                   End + Exit);
+    struct Case {
+        char const * option;
+        std::string expected;
+    };
+    place.Write("text.osx", "no library\n");
+    std::filesystem::create_directory(place.Path("directory.lst"));
+    Case const cases[] = {
+        {"/osxpath:/no/such", "Invalid directory: /no/such\n"},
+        {"/osxpath:/no/such/my.lst", "The plug-ins list file /no/such/my.lst does not exist.\n"},
+        {"/osxpath:directory.lst", "The plug-ins list file directory.lst does not exist.\n"},
+        {"/osxpath:.", "LoadLibrary fails on " + place.Path("text.osx") + ": "},
+    };
+    for (Case const & each : cases) {
+        HostResult const result = RunHost(TEST_HOST, {each.option}, place.Path());
+        EXPECT_NE(result.console.find(each.expected), std::string::npos) << each.option << '\n' << result.console;
+        EXPECT_EQ(result.status, 0) << each.option;
+    }
+}
+
+TEST(KZHost, ScansADirectoryAndWritesItsConsoleToAFile) {
+    TestDirectory const place;
+    std::filesystem::create_directory(place.Path("set"));
+    std::filesystem::copy_file(Library("a"), place.Path("set/a.osx"));
+    place.Write("set/readme.txt", "not a plug-in");
+    HostResult const result =
+        RunHost(TEST_HOST, {"/osxpath:set", "/trace:2", "/consoleToFile:console.log"}, place.Path());
+    EXPECT_NE(result.console.find("Retrieving plug-ins from set/*.osx...\nLoadLibrary on " + place.Path("set/a.osx") +
+                                  "...\n>>>> Initializing <A>... Done.\n"),
+              std::string::npos)
+        << result.console;
+    std::ifstream log(place.Path("console.log"));
+    std::string const text(std::istreambuf_iterator<char>(log), {});
+    EXPECT_NE(text.find("RUN> Running <A>...\nA runs\n"), std::string::npos) << text;
+    EXPECT_NE(text.find("Exiting application...\n"), std::string::npos) << text;
+}
+
+} // namespace

@@ -1,0 +1,2 @@
+// A library that isn't a plug-in.
+extern "C" __attribute__((visibility("default"))) int Nothing() { return 0; }

@@ -1,0 +1,26 @@
+// A plug-in on a thread of its own, which runs until it is asked to exit.
+#include "ZerlithCore/ZerlithCore.h"
+
+namespace {
+
+void Say(wchar_t const * what) { KZLockedCOUT().GetCout(1) << what << std::endl; }
+
+class Threaded : public KZThreadedRunPlugIn {
+public:
+    KZString GetName() const override { return u"Threaded"; }
+    KZGuid GetId() const override { return {100, 0, 0, 0}; }
+    KZErrorID Run() override {
+        Say(L"thread ready");
+        static_cast<void>(stop_.wait(0xFFFFFFFFU));
+        Say(L"thread ends");
+        return KZErrorID(0);
+    }
+    void StopRequested() override { stop_.post(); }
+
+private:
+    KZEventSemaphore stop_{KZString(), false};
+};
+
+} // namespace
+
+extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() { return new Threaded; }

@@ -1,0 +1,170 @@
+#include "ZerlithCore/foundation/KZPointerVector.h"
+#include "ZerlithCore/foundation/KZRefCount.h"
+#include "ZerlithCore/foundation/KZSmartPtr.h"
+#include "ZerlithCore/foundation/KZSmartPtrVector.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+struct Item : KZRefCount {
+    explicit Item(int n) : number(n) { ++alive; }
+    ~Item() override { --alive; }
+    int number;
+    static inline int alive = 0;
+};
+using Handle = KZSmartPtr<Item>;
+using Handles = KZSmartPtrVector<Handle>;
+
+template <class Vector>
+std::vector<unsigned int> CapacitiesOfGrowth(Vector vector, typename Vector::value_type const & value) {
+    std::vector<unsigned int> seen;
+    for (int i = 0; i < 10; ++i) {
+        vector.push_back(value);
+        if (seen.empty() || seen.back() != vector.capacity()) seen.push_back(vector.capacity());
+    }
+    return seen;
+}
+
+TEST(KZVector, GrowsByHalfAndLaterByATenth) {
+    std::vector<unsigned int> const expected{1, 2, 3, 4, 6, 9, 13};
+    EXPECT_EQ(CapacitiesOfGrowth(KZTypedRawVector<short>(), 7), expected);
+    EXPECT_EQ(CapacitiesOfGrowth(KZPointerVector<char *>(), nullptr), expected);
+    EXPECT_EQ(CapacitiesOfGrowth(Handles(), new Item(1)), expected);
+    EXPECT_EQ(Item::alive, 0);
+
+    struct Case {
+        unsigned int size, added, capacity;
+    };
+    for (Case const & c : {Case{4, 100, 104}, Case{100000, 1, 150000}, Case{100001, 1, 110001}}) {
+        KZTypedRawVector<int> vector;
+        vector.reserve(c.size);
+        EXPECT_EQ(vector.capacity(), c.size);
+        vector.resize(c.size, 5);
+        vector.insert(vector.end(), c.added, 6);
+        EXPECT_EQ(vector.capacity(), c.capacity) << c.size;
+        EXPECT_EQ(vector[c.size - 1] * 10 + vector[c.size], 56);
+    }
+}
+
+TEST(KZVector, TellsItsLimitsAndRefusesWhatLiesBehindThem) {
+    KZRawVector raw(12);
+    KZPointerVector<int *> pointers;
+    EXPECT_TRUE(raw.begin() == nullptr && raw.size() == 0 && raw.capacity() == 0 && raw.empty());
+    EXPECT_EQ(raw.max_size(), 357913941U);
+    EXPECT_EQ(KZRawVector(0xFFFFFFFFU).max_size(), 1U);
+    EXPECT_EQ(pointers.max_size(), 0xFFFFFFFFU / sizeof(void *));
+    raw.pop_back();
+    raw.clear();
+    EXPECT_EQ(raw.erase(raw.end()), raw.end());
+    auto const text = [](auto && action) -> std::string {
+        try {
+            action();
+        } catch (std::out_of_range const & e) {
+            return e.what();
+        } catch (std::length_error const & e) {
+            return e.what();
+        }
+        return "nothing";
+    };
+    EXPECT_EQ(text([&] { (void)raw[0]; }), "Invalid KZRawVector subscript!");
+    EXPECT_EQ(text([&] { (void)pointers[0xFFFFFFFFU]; }), "Invalid KZVoidPtrVector subscript!");
+    pointers.push_back(nullptr);
+    EXPECT_EQ(text([&] { pointers.resize(0xFFFFFFFFU); }), "vector<T> too long");
+    EXPECT_EQ(text([&] { raw.reserve(357913942U); }), "vector<T> too long");
+    EXPECT_EQ(text([&] { raw.insert(raw.begin(), 357913942U, nullptr); }), "vector<T> too long");
+    EXPECT_THROW(raw = KZRawVector(8), std::invalid_argument);
+}
+
+// A long random walk beside a std::vector of numbers; sources lie in the vector itself as often as not. After each
+// step the contents agree and every count is exactly the number of slots that hold the object.
+TEST(KZVector, BehavesAsTheStandardVectorAndKeepsCountsExact) {
+    constexpr unsigned int seed = 20260302;
+    std::mt19937 random(seed);
+    auto const upTo = [&](unsigned int limit) { return static_cast<unsigned int>(random() % (limit + 1U)); };
+    {
+        std::array<Handle, 8> items;
+        for (int i = 0; i < 8; ++i) items[static_cast<std::size_t>(i)] = new Item(i);
+        Handles vector;
+        std::vector<int> model;
+        for (int step = 0; step < 4000; ++step) {
+            unsigned int const size = vector.size(), at = upTo(size), from = upTo(size),
+                               to = from + upTo(size - from);
+            auto const place = model.begin() + at;
+            // Copies of the model's source: the standard doesn't allow it to lie in the vector.
+            std::vector<int> const range(model.begin() + from, model.begin() + to);
+            Handle const & value = size != 0 && upTo(1) ? vector[upTo(size - 1)] : items[upTo(7)];
+            int const number = value->number;
+            switch (size > 60 ? 3 : upTo(8)) {
+            case 0: model.insert(place, number), vector.insert(vector.begin() + at, value); break;
+            case 1: model.insert(place, 3, number), vector.insert(vector.begin() + at, 3U, value); break;
+            case 2:
+                model.insert(place, range.begin(), range.end());
+                vector.insert(vector.begin() + at, vector.begin() + from, vector.begin() + to);
+                break;
+            case 3:
+                model.erase(model.begin() + from, model.begin() + to);
+                EXPECT_EQ(vector.erase(vector.begin() + from, vector.begin() + to), vector.begin() + from);
+                break;
+            case 4:
+                if (at != size) model.erase(place);
+                EXPECT_EQ(vector.erase(vector.begin() + at), vector.begin() + at);
+                break;
+            case 5: model = range, vector.assign(vector.begin() + from, vector.begin() + to); break;
+            case 6: model.assign(at, number), vector.assign(at, value); break;
+            case 7: model.resize(from + 2, number), vector.resize(from + 2, value); break;
+            default: vector = Handles(vector), vector.reserve(size + at); break;
+            }
+            std::vector<int> seen;
+            std::array<unsigned long, 8> counts{1, 1, 1, 1, 1, 1, 1, 1};
+            for (Handle const & item : vector) {
+                seen.push_back(item->number);
+                ++counts[static_cast<std::size_t>(item->number)];
+            }
+            ASSERT_EQ(seen, model) << "seed " << seed << " step " << step;
+            for (std::size_t i = 0; i < items.size(); ++i) ASSERT_EQ(*items[i], counts[i]) << "step " << step;
+        }
+    }
+    EXPECT_EQ(Item::alive, 0) << "the vector's destructor releases";
+}
+
+TEST(KZVector, SpareSlotsAreNullHandles) {
+    Handles vector;
+    vector.resize(5, new Item(1));
+    vector.erase(vector.begin() + 1, vector.begin() + 3);
+    vector.erase(vector.begin());
+    vector.pop_back();
+    ASSERT_EQ(vector.size(), 1U);
+    ASSERT_EQ(vector.capacity(), 5U);
+    for (Handle * slot = vector.end(); slot != vector.begin() + vector.capacity(); ++slot) {
+        EXPECT_TRUE(slot->IsNull());
+    }
+    vector.clear();
+    EXPECT_EQ(vector.capacity(), 5U);
+    EXPECT_EQ(Item::alive, 0);
+}
+
+TEST(KZSmartPtrVectorMutexedBase, LocksTheEraseOfOneElementOnly) {
+    struct Lock {
+        void lock() { ++taken, ++held; }
+        void unlock() { --held; }
+        int taken = 0, held = 0;
+    } lock;
+    KZSmartPtrVectorMutexedBase<Handle, Lock> vector(lock);
+    vector.assign(3U, new Item(1));
+    vector.insert(vector.begin(), new Item(2));
+    vector.erase(vector.begin() + 2, vector.end());
+    EXPECT_EQ(lock.taken, 0);
+    vector.erase(vector.begin());
+    EXPECT_EQ(lock.taken, 1);
+    EXPECT_EQ(lock.held, 0);
+    EXPECT_EQ(*vector[0], 1UL);
+}
+
+} // namespace
