@@ -24,8 +24,7 @@ struct CalendarTime {
     int millisecond;
 };
 
-/// The moment `milliseconds` after 1970-01-01 00:00 UTC, in the local zone or in UTC. A moment that the system's
-/// calendar can't show is all 0.
+/// The moment `milliseconds` after 1970-01-01 00:00 UTC, in the local zone or in UTC.
 ///
 /// Thread safety: callable from any thread.
 [[nodiscard]] CalendarTime ToLocalTime(std::int64_t milliseconds) noexcept;

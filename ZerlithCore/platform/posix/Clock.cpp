@@ -14,7 +14,7 @@ std::int64_t ReadClock(clockid_t clock, std::int64_t ticksASecond) noexcept {
 
 CalendarTime BreakDown(std::int64_t milliseconds, tm * (*convert)(time_t const *, tm *)) noexcept {
     auto const rest = static_cast<int>((milliseconds % 1000 + 1000) % 1000);
-    time_t const seconds = (milliseconds - rest) / 1000;
+    time_t const seconds = milliseconds / 1000 - (milliseconds % 1000 < 0 ? 1 : 0);
     tm parts{};
     if (!convert(&seconds, &parts)) return {};
     return {parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday, parts.tm_wday,
