@@ -1,0 +1,39 @@
+// A configuration that loads is written, loaded again and written again: both texts must be the same.
+#include "ZerlithCore/app/KZConfigFile.h"
+#include "ZerlithCore/app/KZConfigStreamException.h"
+#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/text/KZWideText.h"
+
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+
+namespace {
+
+bool Parse(std::wstring const & text, KZConfigFile & file) {
+    std::wistringstream in(text);
+    try {
+        in >> file;
+        return true;
+    } catch (KZConfigStreamException const &) {
+        return false;
+    }
+}
+
+std::wstring Print(KZConfigFile const & file) {
+    std::wostringstream out;
+    out << file;
+    return out.str();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
+    std::string_view const bytes(reinterpret_cast<char const *>(data), size);
+    std::wstring const text = KZToWide(KZPlatform::Utf8ToUnits(bytes, KZPlatform::Utf8Mode::Escape));
+    KZConfigFile first(u""), second(u"");
+    if (!Parse(text, first)) return 0;
+    std::wstring const written = Print(first);
+    if (Parse(written, second) && Print(second) != written) std::abort();
+    return 0;
+}
