@@ -133,7 +133,7 @@ TEST_F(FilesTest, KnowsTheProcess) {
 }
 
 TEST(ClockTest, BreaksMomentsDown) {
-    CalendarTime const before = ToUtcTime(-1), leap = ToUtcTime(951'782'400'000 + 1'007);
+    BrokenDownTime const before = ToUtcTime(-1), leap = ToUtcTime(951'782'400'000 + 1'007);
     EXPECT_EQ(std::tie(before.year, before.month, before.day, before.hour, before.second, before.millisecond),
               std::make_tuple(1969, 12, 31, 23, 59, 999));
     EXPECT_EQ(std::tie(leap.year, leap.month, leap.day, leap.weekday, leap.second, leap.millisecond),
