@@ -81,7 +81,7 @@ TEST(KZDirectory, MatchesPatterns) {
         {u"*.osx", u"a.OSX", false},
         {u"a?c", u"abc", true},
         {u"a?c", u"ac", false},
-        {u"*a*b*?", u"xxaxxbxxb", false},
+        {u"*a*b*?", u"xxaxxb", false},
         {u"*a*b*?", u"xxaxxbxxbc", true},
         {u"*aab", u"aaaab", true},
         {u"??*", u"a", false},
