@@ -5,10 +5,9 @@
 // between, and the start of a second thread publishes them.
 #include "ZerlithCore/platform/RecursiveLock.h"
 
-#include <linux/futex.h>
+#include "ZerlithCore/platform/posix/Futex.h"
+
 #include <sys/single_threaded.h>
-#include <sys/syscall.h>
-#include <unistd.h>
 
 namespace KZPlatform {
 
@@ -27,11 +26,6 @@ void Pause() noexcept {
 #elif defined(__aarch64__)
     asm volatile("yield");
 #endif
-}
-
-void Futex(std::atomic<std::uint32_t> & word, int operation, std::uint32_t value) noexcept {
-    static_assert(sizeof(word) == sizeof(std::uint32_t));
-    syscall(SYS_futex, &word, operation | FUTEX_PRIVATE_FLAG, value, nullptr, nullptr, 0);
 }
 
 bool TryTake(std::atomic<std::uint32_t> & state) noexcept {
@@ -79,10 +73,11 @@ void RecursiveLock::Unlock() noexcept {
         return;
     }
     // Behind the exchange the object may be gone: another owner may have destroyed it. Waking touches no memory.
-    if (state_.exchange(Free, std::memory_order_release) == Contended) Futex(state_, FUTEX_WAKE, 1);
+    if (state_.exchange(Free, std::memory_order_release) == Contended) FutexWake(&state_, 1, Reach::Process);
 }
 
 void RecursiveLock::LockContended(std::uintptr_t self) noexcept {
+    Deadline const never = Deadline::Never();
     bool taken = false;
     for (int round = 0; round < spinRounds && !taken; ++round) {
         Pause();
@@ -90,7 +85,7 @@ void RecursiveLock::LockContended(std::uintptr_t self) noexcept {
     }
     // Whoever has slept can't know whether others still do, so it takes the lock as contended.
     while (!taken && state_.exchange(Contended, std::memory_order_acquire) != Free) {
-        Futex(state_, FUTEX_WAIT, Contended);
+        FutexWait(&state_, Contended, Reach::Process, never);
     }
     owner_.store(self, std::memory_order_relaxed);
     recursion_ = 1;

@@ -1,0 +1,19 @@
+/// @file
+/// The console: the standard output as a wide stream that needs no locale.
+///
+///     KZGetConsole() << KZString(u"Grüße") << L'\n' << std::flush;
+#pragma once
+
+#include "ZerlithCore/platform/Export.h"
+
+#include <iosfwd>
+
+/// The library's one stream on the standard output. It exists from its first use to the end of the process.
+///
+/// Text goes out as UTF-8 through the C runtime's `stdout`, with no buffer in between: it keeps its order with
+/// `printf` and `std::cout`, and a flush flushes `stdout`. The byte of a file name that isn't UTF-8 comes out as that
+/// byte. Numbers are written the classic way, whatever the global locale is.
+///
+/// Thread safety: characters written from several threads arrive whole, but the stream's own state (width, flags,
+/// errors) is shared: go through KZLockedCOUT.
+[[nodiscard]] KZ_EXPORT std::wostream & KZGetConsole();

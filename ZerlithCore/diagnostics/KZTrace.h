@@ -1,0 +1,12 @@
+/// @file
+/// The process-wide trace level: how much is told on the console.
+#pragma once
+
+#include "ZerlithCore/platform/Export.h"
+
+/// The trace level: 0 is silence, a higher level tells more. 1 until somebody sets it; an application sets it from its
+/// command line or its configuration.
+///
+/// Thread safety: both functions may be called from any thread.
+[[nodiscard]] KZ_EXPORT unsigned int GlbGetTraceLevel() noexcept;
+KZ_EXPORT void GlbSetTraceLevel(unsigned int level) noexcept;

@@ -1,0 +1,18 @@
+// The C runtime locks its streams for each call, which keeps the pieces whole.
+#include "ZerlithCore/platform/Console.h"
+
+#include <cstdio>
+
+namespace KZPlatform {
+
+bool WriteToStandardOutput(std::string_view bytes) noexcept {
+    return std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size();
+}
+
+bool FlushStandardOutput() noexcept { return std::fflush(stdout) == 0; }
+
+bool WriteToStandardError(std::string_view bytes) noexcept {
+    return std::fwrite(bytes.data(), 1, bytes.size(), stderr) == bytes.size();
+}
+
+} // namespace KZPlatform

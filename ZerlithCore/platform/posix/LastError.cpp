@@ -1,0 +1,99 @@
+// Numbers are errno's and their texts the C library's. A text without a number is kept in a ring of the process, not
+// of the thread: an error object tells its text on demand, perhaps later and elsewhere.
+#include "ZerlithCore/platform/LastError.h"
+
+#include "ZerlithCore/platform/Language.h"
+#include "ZerlithCore/platform/Utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <locale.h>
+#include <mutex>
+
+namespace KZPlatform {
+
+namespace {
+
+thread_local int lastError = 0;
+
+// Far above errno's numbers; so many serial numbers follow before they start again.
+constexpr unsigned firstPrivateNumber = 0x20000000U;
+constexpr unsigned privateNumbers = 0x10000000U;
+
+class PrivateTexts {
+public:
+    int NumberOf(std::u16string_view text) {
+        std::lock_guard const lock(mutex_);
+        auto const found = std::find(texts_.begin(), texts_.end(), text);
+        if (found != texts_.end() && !text.empty()) {
+            auto const slot = static_cast<unsigned>(found - texts_.begin());
+            return Number(next_ - 1 - (next_ - 1 - slot) % kept);
+        }
+        texts_[next_ % kept] = text;
+        return Number(next_++);
+    }
+
+    std::optional<std::u16string> Text(int number) {
+        std::lock_guard const lock(mutex_);
+        unsigned const age = (next_ - 1 - static_cast<unsigned>(number)) % privateNumbers;
+        if (age >= std::min(next_, kept)) return std::nullopt;
+        return texts_[(next_ - 1 - age) % kept];
+    }
+
+private:
+    static constexpr unsigned kept = 256;
+
+    static int Number(unsigned serial) noexcept {
+        return static_cast<int>(firstPrivateNumber + serial % privateNumbers);
+    }
+
+    std::mutex mutex_;
+    std::array<std::u16string, kept> texts_;
+    unsigned next_ = 0;
+};
+
+PrivateTexts & Texts() {
+    static PrivateTexts texts;
+    return texts;
+}
+
+bool IsPrivate(int number) noexcept {
+    return number >= 0 && static_cast<unsigned>(number) - firstPrivateNumber < privateNumbers;
+}
+
+// A locale for messages, or none where the system lacks it.
+class MessageLocale {
+public:
+    explicit MessageLocale(char const * name) noexcept
+        : locale_(newlocale(LC_MESSAGES_MASK | LC_CTYPE_MASK, name, nullptr)) {}
+    ~MessageLocale() {
+        if (locale_) freelocale(locale_);
+    }
+    MessageLocale(MessageLocale const &) = delete;
+    MessageLocale & operator=(MessageLocale const &) = delete;
+
+    char const * Text(int number) const noexcept {
+        return locale_ ? strerror_l(number, locale_) : strerrordesc_np(number);
+    }
+
+private:
+    locale_t locale_;
+};
+
+} // namespace
+
+int LastErrorNumber() noexcept { return lastError; }
+
+void SetLastErrorNumber(int number) noexcept { lastError = number; }
+
+void SetLastErrorText(std::u16string_view text) { lastError = Texts().NumberOf(text); }
+
+std::optional<std::u16string> ErrorText(int number, long language) {
+    if (IsPrivate(number)) return Texts().Text(number);
+    if (!strerrordesc_np(number)) return std::nullopt;
+    MessageLocale const locale(LocaleOfLanguage(IsNeutralLanguage(language) ? ThreadLanguage() : language));
+    return Utf8ToUnits(locale.Text(number), Utf8Mode::Replace);
+}
+
+} // namespace KZPlatform

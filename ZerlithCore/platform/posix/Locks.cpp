@@ -1,0 +1,351 @@
+// A mutex is a robust, recursive mutex of the C library, whose kernel part sees to it that one waiter learns of a dead
+// owner. An event is one word that counts releases. Either stands in the handle itself, or in a named shared block;
+// a process has one block for a name however many handles it has, so that an owner is known through each of them.
+//
+// A robust mutex is on a list of its owner's thread. Its memory must stay as long as that thread has it: an object whose
+// last handle is closed while a thread owns it is parked until the thread is gone.
+#include "ZerlithCore/platform/Locks.h"
+
+#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/RecursiveLock.h"
+#include "ZerlithCore/platform/posix/Futex.h"
+#include "ZerlithCore/platform/posix/SharedBlock.h"
+
+#include <algorithm>
+#include <atomic>
+#include <bit>
+#include <csignal>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <pthread.h>
+#include <string>
+#include <utility>
+#include <variant>
+#include <vector>
+
+namespace KZPlatform {
+
+namespace {
+
+/// The event itself. Low half: bit 0 tells whether it is set, the bits above count the releases, and a waiter is let go
+/// when that count moves. High half: how many wait, so that a release that nobody waits for makes no system call.
+/// Both stand in one atomic because whoever releases must not look at it again: the waiter may already have ended it.
+struct EventState {
+    std::atomic<std::uint64_t> value{0};
+};
+static_assert(std::atomic<std::uint64_t>::is_always_lock_free);
+
+constexpr std::uint64_t setBit = 1;
+constexpr std::uint64_t oneWaiter = std::uint64_t{1} << 32U;
+
+constexpr std::uint32_t WordOf(std::uint64_t value) noexcept { return static_cast<std::uint32_t>(value); }
+constexpr bool IsSet(std::uint64_t value) noexcept { return (value & setBit) != 0; }
+
+/// The half that the system waits on.
+void const * WordAddress(EventState const & event) noexcept {
+    constexpr int index = std::endian::native == std::endian::little ? 0 : 1;
+    return reinterpret_cast<std::uint32_t const *>(&event.value) + index;
+}
+
+/// The value after one more release, set or cleared.
+constexpr std::uint64_t Released(std::uint64_t value, bool set) noexcept {
+    std::uint32_t const next = ((WordOf(value) & ~std::uint32_t{1}) + 2U) | (set ? 1U : 0U);
+    return (value & ~std::uint64_t{0xFFFFFFFF}) | next;
+}
+
+} // namespace
+
+struct WaitObject {
+    std::variant<std::monostate, pthread_mutex_t, EventState> own; // of an unnamed object
+    SharedBlock block;                                             // of a named one
+    std::u16string name;
+    unsigned handles = 1; // guarded by the registry's lock, as is the registry itself
+    pthread_mutex_t * mutex = nullptr;
+    EventState * event = nullptr;
+    // Of a mutex that a thread of this process owns. Written by the owner only; read by others to park the object.
+    std::atomic<pid_t> owner{0};
+    std::uint32_t depth = 0;
+
+    [[nodiscard]] Reach Span() const noexcept { return name.empty() ? Reach::Process : Reach::Shared; }
+};
+
+namespace {
+
+constexpr char mutexKind = 'm';
+constexpr char eventKind = 'e';
+
+/// The named objects of this process, and those that wait for the end of a thread.
+struct Registry {
+    RecursiveLock lock;
+    std::map<std::pair<char, std::u16string>, WaitObject *> named;
+    std::vector<WaitObject *> parked;
+};
+
+// Never destroyed: threads may close handles while the process ends.
+Registry & TheRegistry() {
+    static Registry & registry = *new Registry;
+    return registry;
+}
+
+class RegistryLock {
+public:
+    RegistryLock() noexcept { TheRegistry().lock.Lock(); }
+    ~RegistryLock() { TheRegistry().lock.Unlock(); }
+    RegistryLock(RegistryLock const &) = delete;
+    RegistryLock & operator=(RegistryLock const &) = delete;
+};
+
+bool Check(int error) noexcept {
+    if (error != 0) SetLastErrorNumber(error);
+    return error == 0;
+}
+
+int InitialiseMutex(pthread_mutex_t & mutex, bool shared) noexcept {
+    pthread_mutexattr_t attributes;
+    if (int const error = pthread_mutexattr_init(&attributes); error != 0) return error;
+    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
+    pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
+    if (shared) pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
+    int const error = pthread_mutex_init(&mutex, &attributes);
+    pthread_mutexattr_destroy(&attributes);
+    return error;
+}
+
+int TimedLock(pthread_mutex_t & mutex, std::uint32_t milliseconds) noexcept {
+    if (milliseconds == 0) return pthread_mutex_trylock(&mutex);
+    if (milliseconds == waitForever) return pthread_mutex_lock(&mutex);
+#if defined(__SANITIZE_THREAD__)
+    // The checker doesn't know the call with a clock of one's choice.
+    timespec moment = {};
+    clock_gettime(CLOCK_REALTIME, &moment);
+    std::uint64_t const nanoseconds =
+        static_cast<std::uint64_t>(moment.tv_nsec) + milliseconds % 1000 * std::uint64_t{1000000};
+    moment.tv_sec += static_cast<time_t>(milliseconds / 1000 + nanoseconds / 1000000000);
+    moment.tv_nsec = static_cast<long>(nanoseconds % 1000000000);
+    return pthread_mutex_timedlock(&mutex, &moment);
+#else
+    return pthread_mutex_clocklock(&mutex, CLOCK_MONOTONIC, Deadline(milliseconds).Moment());
+#endif
+}
+
+std::uint32_t LockMutex(WaitObject & object, std::uint32_t milliseconds) noexcept {
+    int const error = TimedLock(*object.mutex, milliseconds);
+    if (error == EBUSY || error == ETIMEDOUT) return waitTimedOut;
+    if (error != 0 && error != EOWNERDEAD) {
+        SetLastErrorNumber(error);
+        return waitFailed;
+    }
+    pid_t const self = KernelThreadId();
+    bool const again = error == 0 && object.owner.load(std::memory_order_relaxed) == self;
+    object.depth = again ? object.depth + 1 : 1;
+    object.owner.store(self, std::memory_order_relaxed);
+    if (error == 0) return waitDone;
+    pthread_mutex_consistent(object.mutex);
+    return waitAbandoned;
+}
+
+std::uint32_t WaitForRelease(WaitObject const & object, std::uint32_t released,
+                             Deadline const & deadline) noexcept {
+    EventState const & event = *object.event;
+    for (;;) {
+        std::uint32_t const word = WordOf(event.value.load(std::memory_order_seq_cst));
+        if (word != released) return waitDone;
+        int const error = FutexWait(WordAddress(event), word, object.Span(), deadline);
+        if (error != ETIMEDOUT) continue;
+        return WordOf(event.value.load(std::memory_order_acquire)) != released ? waitDone : waitTimedOut;
+    }
+}
+
+std::uint32_t WaitForEvent(WaitObject & object, std::uint32_t milliseconds) noexcept {
+    EventState & event = *object.event;
+    if (IsSet(event.value.load(std::memory_order_acquire))) return waitDone;
+    if (milliseconds == 0) return waitTimedOut;
+    Deadline const deadline(milliseconds);
+    std::uint64_t const before = event.value.fetch_add(oneWaiter, std::memory_order_seq_cst);
+    std::uint32_t const result = IsSet(before) ? waitDone : WaitForRelease(object, WordOf(before), deadline);
+    event.value.fetch_sub(oneWaiter, std::memory_order_release);
+    return result;
+}
+
+/// Counts a release, and wakes who waits. An event that is set already has no waiters.
+bool Release(WaitHandle handle, bool set) noexcept {
+    if (!handle || !handle->event) return Check(EINVAL);
+    EventState & event = *handle->event;
+    void const * const word = WordAddress(event);
+    Reach const reach = handle->Span();
+    std::uint64_t before = event.value.load(std::memory_order_relaxed);
+    do {
+        if (set && IsSet(before)) return true;
+    } while (!event.value.compare_exchange_weak(before, Released(before, set), std::memory_order_seq_cst));
+    if (before >= oneWaiter) FutexWake(word, 0x7FFFFFFF, reach);
+    return true;
+}
+
+bool IsThreadHere(pid_t thread) noexcept {
+    return thread == KernelThreadId() || syscall(SYS_tgkill, getpid(), thread, 0) == 0;
+}
+
+/// Ends what was parked for threads that are gone by now. Requires: the registry's lock.
+void SweepParked() noexcept {
+    std::erase_if(TheRegistry().parked, [](WaitObject * object) {
+        if (IsThreadHere(object->owner.load(std::memory_order_relaxed))) return false;
+        delete object;
+        return true;
+    });
+}
+
+void EndMutex(std::unique_ptr<WaitObject> object) noexcept {
+    pid_t const owner = object->owner.load(std::memory_order_relaxed);
+    bool const isNamed = !object->name.empty();
+    if (!isNamed && owner == KernelThreadId()) {
+        // Nobody else can reach it: taking it off the thread's list is all that matters.
+        while (object->depth > 0) UnlockMutex(object.get());
+    } else if (owner != 0 && IsThreadHere(owner)) {
+        object->block.GiveUpHold();
+        TheRegistry().parked.push_back(object.release());
+        return;
+    }
+    if (!isNamed) pthread_mutex_destroy(object->mutex);
+}
+
+/// Opens or makes the shared block of `object`, or gives the object that has it already one handle more.
+template <class Body, class Initialise, class Undo>
+WaitHandle OpenNamed(char kind, std::u16string_view name, Body * WaitObject::*body,
+                     Initialise const & initialise, Undo const & undo) {
+    RegistryLock const guard;
+    SweepParked();
+    auto const [found, isNew] = TheRegistry().named.try_emplace({kind, std::u16string(name)}, nullptr);
+    if (!isNew) {
+        ++found->second->handles;
+        return found->second;
+    }
+    auto object = std::make_unique<WaitObject>();
+    object->name = name;
+    auto const fill = [&](void * memory) { return initialise(*object, *static_cast<Body *>(memory)); };
+    auto const drop = [&](void *) { undo(*object); };
+    int const error = object->block.Open(kind, name, sizeof(Body), fill, drop);
+    if (!Check(error)) {
+        TheRegistry().named.erase(found);
+        return nullptr;
+    }
+    (*object).*body = static_cast<Body *>(object->block.Memory());
+    return found->second = object.release();
+}
+
+WaitHandle NewUnnamedMutex(bool owned) {
+    auto object = std::make_unique<WaitObject>();
+    object->mutex = &object->own.emplace<pthread_mutex_t>();
+    if (!Check(InitialiseMutex(*object->mutex, false))) return nullptr;
+    if (owned) LockMutex(*object, waitForever);
+    return object.release();
+}
+
+WaitHandle NewNamedMutex(std::u16string_view name, bool owned) {
+    auto const initialise = [owned](WaitObject & object, pthread_mutex_t & mutex) {
+        int const error = InitialiseMutex(mutex, true);
+        object.mutex = &mutex;
+        if (error == 0 && owned) LockMutex(object, waitForever);
+        return error;
+    };
+    auto const undo = [owned](WaitObject & object) {
+        if (owned) UnlockMutex(&object);
+    };
+    return OpenNamed(mutexKind, name, &WaitObject::mutex, initialise, undo);
+}
+
+WaitHandle NewUnnamedEvent(bool signalled) {
+    auto object = std::make_unique<WaitObject>();
+    object->event = &object->own.emplace<EventState>();
+    object->event->value = signalled ? setBit : 0;
+    return object.release();
+}
+
+WaitHandle NewNamedEvent(std::u16string_view name, bool signalled) {
+    auto const initialise = [signalled](WaitObject &, EventState & event) {
+        event.value = signalled ? setBit : 0;
+        return 0;
+    };
+    return OpenNamed(eventKind, name, &WaitObject::event, initialise, [](WaitObject &) {});
+}
+
+template <class Make>
+WaitHandle WithoutThrowing(Make const & make) noexcept {
+    try {
+        return make();
+    } catch (std::bad_alloc const &) {
+        SetLastErrorNumber(ENOMEM);
+        return nullptr;
+    }
+}
+
+} // namespace
+
+WaitHandle NewMutex(std::u16string_view name, bool owned) noexcept {
+    return WithoutThrowing(
+        [&] { return name.empty() ? NewUnnamedMutex(owned) : NewNamedMutex(name, owned); });
+}
+
+WaitHandle NewEvent(std::u16string_view name, bool signalled) noexcept {
+    return WithoutThrowing(
+        [&] { return name.empty() ? NewUnnamedEvent(signalled) : NewNamedEvent(name, signalled); });
+}
+
+bool UnlockMutex(WaitHandle mutex) noexcept {
+    if (!mutex || !mutex->mutex) return Check(EINVAL);
+    bool const isOwner = mutex->owner.load(std::memory_order_relaxed) == KernelThreadId();
+    // A named one may have been locked through a handle that is closed by now: the mutex itself knows.
+    if (!isOwner && mutex->name.empty()) return Check(EPERM);
+    if (isOwner && --mutex->depth == 0) mutex->owner.store(0, std::memory_order_relaxed);
+    return Check(pthread_mutex_unlock(mutex->mutex));
+}
+
+bool PostEvent(WaitHandle event) noexcept { return Release(event, true); }
+
+bool ClearEvent(WaitHandle event) noexcept {
+    if (!event || !event->event) return Check(EINVAL);
+    event->event->value.fetch_and(~setBit, std::memory_order_acq_rel);
+    return true;
+}
+
+bool PulseWaiters(WaitHandle event) noexcept { return Release(event, false); }
+
+std::uint32_t WaitFor(WaitHandle handle, std::uint32_t milliseconds) noexcept {
+    if (handle && handle->mutex) return LockMutex(*handle, milliseconds);
+    if (handle && handle->event) return WaitForEvent(*handle, milliseconds);
+    SetLastErrorNumber(EINVAL);
+    return waitFailed;
+}
+
+std::uint32_t UnlockAndWaitFor(WaitHandle mutex, WaitHandle event, std::uint32_t milliseconds) noexcept {
+    if (!event || !event->event) {
+        SetLastErrorNumber(EINVAL);
+        return waitFailed;
+    }
+    // Who is counted before the mutex is free is let go by whatever is posted after it.
+    Deadline const deadline(milliseconds);
+    EventState & state = *event->event;
+    std::uint64_t const before = state.value.fetch_add(oneWaiter, std::memory_order_seq_cst);
+    std::uint32_t result = waitFailed;
+    if (UnlockMutex(mutex)) {
+        result = IsSet(before) ? waitDone : WaitForRelease(*event, WordOf(before), deadline);
+    }
+    state.value.fetch_sub(oneWaiter, std::memory_order_release);
+    return result;
+}
+
+void CloseWait(WaitHandle handle) noexcept {
+    if (!handle) return;
+    RegistryLock const guard;
+    if (--handle->handles > 0) return;
+    std::unique_ptr<WaitObject> object(handle);
+    if (!object->name.empty()) {
+        char const kind = object->mutex ? mutexKind : eventKind;
+        TheRegistry().named.erase({kind, object->name});
+    }
+    SweepParked();
+    if (object->mutex) EndMutex(std::move(object));
+}
+
+} // namespace KZPlatform
