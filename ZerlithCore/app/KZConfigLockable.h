@@ -57,6 +57,7 @@ private:
     friend class KZConfigLine;
     friend class KZConfigSection;
     friend class KZConfigFile;
+    friend class KZConfigReader;
 
     /// A fresh part of `owner`: its locks, if any, were the original's and aren't ours to undo.
     void Adopt(KZConfigLockableI const * owner) noexcept {

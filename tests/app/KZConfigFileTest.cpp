@@ -111,7 +111,7 @@ TEST(KZConfigFile, ReachesAFixedPointOnRandomText) {
     std::mt19937 random(20);
     for (int round = 0; round < 3000; ++round) {
         std::wstring text;
-        for (unsigned int length = random() % 40; length > 0; --length)
+        for (auto length = random() % 40; length > 0; --length)
             text += L"ab=;[]\n\n \t\r\v"[random() % 12];
         KZConfigFile file(u"");
         std::wistringstream in(text);
@@ -314,14 +314,15 @@ TEST(KZConfigLockable, AnyPartLocksTheFile) {
 }
 
 TEST(KZConfigFile, LivesAsLongAsItIsHeld) {
-    KZSmartPtr<KZConfigI> base;
+    KZConfigFile * const file = new KZConfigFile(u"name.ini");
+    KZSmartPtr<KZConfigI> const base(file);
     {
-        KZSmartPtr<KZConfigFile> const file(new KZConfigFile(u"name.ini"));
-        base = file;
-        EXPECT_EQ(file->NbRef(), 2UL);
-        EXPECT_EQ(file->GetFileName(), u"name.ini");
-        file->SetString(u"A", u"k", u"v");
+        KZSmartPtr<KZConfigFile> const other(file);
+        EXPECT_EQ(other->NbRef(), 2UL);
+        EXPECT_EQ(other->GetFileName(), u"name.ini");
+        other->SetString(u"A", u"k", u"v");
     }
+    EXPECT_EQ(file->NbRef(), 1UL);
     EXPECT_EQ(base->GetString(u"A", u"k", u""), u"v");
 }
 
