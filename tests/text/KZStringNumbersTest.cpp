@@ -1,5 +1,7 @@
 #include "ZerlithCore/text/KZString.h"
 
+#include "ZerlithCore/time/KZDateTime.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -107,6 +109,15 @@ TEST(KZString, ReadsDoublesAsTheStandardDoes) {
             EXPECT_EQ(std::signbit(actual), std::signbit(expected)) << text;
         }
     }
+}
+
+TEST(KZString, ReadsLocalMoments) {
+    bool good = false;
+    KZDateTime const moment = KZString(u"2024/05/06 07:08:09").AsKZDateTime(&good);
+    EXPECT_TRUE(good);
+    EXPECT_EQ(moment.AsString(), u"2024/05/06 07:08:09");
+    EXPECT_TRUE(KZString(u"2024/05/06").AsKZDateTime(&good).IsNull());
+    EXPECT_FALSE(good);
 }
 
 } // namespace
