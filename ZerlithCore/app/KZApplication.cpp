@@ -28,8 +28,8 @@ std::wostream & ApplicationConsole(unsigned int level) {
 }
 
 KZString EnvironmentDirectory(char16_t const * variable) {
-    KZString const value(KZPlatform::ReadEnvironment(variable).value_or(std::u16string()));
-    return !value.IsNull() && KZPlatform::KindOfPath(std::u16string_view(value)) == KZPlatform::PathKind::Folder ? value : KZString();
+    KZString const value(KZPlatform::GetEnvironment(variable).value_or(std::u16string()));
+    return !value.IsNull() && KZPlatform::IsDirectory(std::u16string_view(value)) ? value : KZString();
 }
 
 } // namespace
@@ -67,7 +67,7 @@ void KZApplication::Construct(KZLogSubscriberI * subscriber) {
     LoadConfiguration();
     SetTraceLevel(GetArg(u"trace", CoreSection, 1U));
     bool const noConsole = GetArg(u"NoConsole", CoreSection, false);
-    startPath_ = KZString(KZPlatform::WorkingFolder());
+    startPath_ = KZString(KZPlatform::GetWorkingDirectory());
 
     KZLogManager & manager = GetLogManager();
     manager.Init();
@@ -183,7 +183,7 @@ void KZApplication::RequestExit(bool) {}
 
 bool KZApplication::IsAppWithPlugIn() const { return false; }
 
-void KZApplication::PostExitRequest() { KZPlatform::SetQuitRequested(true); }
+void KZApplication::PostExitRequest() { KZPlatform::RequestQuit(); }
 
 KZApplication * KZApplication::GetApp() {
     KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
@@ -250,10 +250,10 @@ unsigned int KZApplication::GetArg(KZString const & name, KZString const & secti
 void KZApplication::AddToPath(char16_t const * directory) {
     KZString const added(directory);
     if (added.IsNull()) return;
-    KZString path(KZPlatform::ReadEnvironment(u"PATH").value_or(std::u16string()));
+    KZString path(KZPlatform::GetEnvironment(u"PATH").value_or(std::u16string()));
     if (!path.IsNull()) path += KZPlatform::PathListSeparator;
     path += added;
-    KZPlatform::WriteEnvironment(u"PATH", std::u16string_view(path));
+    KZPlatform::SetEnvironment(u"PATH", std::u16string_view(path));
 }
 
 void KZApplication::AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber) {

@@ -8,7 +8,7 @@
 #include "ZerlithCore/log/KZLogManager.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
-#include "ZerlithCore/threads/KZThreadId.h"
+#include "ZerlithCore/threads/KZThread_t.h"
 
 #include <iosfwd>
 #include <vector>

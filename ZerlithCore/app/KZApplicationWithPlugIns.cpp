@@ -258,7 +258,7 @@ KZErrorID KZApplicationWithPlugIns::Initialise(KZPlugIn & plugIn) {
 // --- The main loop
 
 int KZApplicationWithPlugIns::Run() {
-    KZPlatform::CatchQuitSignals();
+    KZPlatform::InstallQuitHandlers();
     PlugInVector const order = GetPlugInHier(running_);
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
         if (plugIn->GetStatus() != KZPlugIn::Initialised) continue;

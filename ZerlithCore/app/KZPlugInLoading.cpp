@@ -113,11 +113,11 @@ class WorkingDirectory {
 public:
     WorkingDirectory(KZString const & directory, bool change) : change_(change) {
         if (!change_) return;
-        saved_ = KZPlatform::WorkingFolder();
-        static_cast<void>(KZPlatform::SetWorkingFolder(std::u16string_view(directory)));
+        saved_ = KZPlatform::GetWorkingDirectory();
+        static_cast<void>(KZPlatform::SetWorkingDirectory(std::u16string_view(directory)));
     }
     ~WorkingDirectory() {
-        if (change_) static_cast<void>(KZPlatform::SetWorkingFolder(saved_));
+        if (change_) static_cast<void>(KZPlatform::SetWorkingDirectory(saved_));
     }
     WorkingDirectory(WorkingDirectory const &) = delete;
     WorkingDirectory & operator=(WorkingDirectory const &) = delete;
@@ -236,6 +236,6 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const
 }
 
 KZApplicationWithPlugIns & KZApplicationWithPlugIns::SetCWDAsDllPath(char16_t const * directory) {
-    static_cast<void>(KZPlatform::SetWorkingFolder(std::u16string_view(KZString(directory))));
+    static_cast<void>(KZPlatform::SetWorkingDirectory(std::u16string_view(KZString(directory))));
     return *this;
 }

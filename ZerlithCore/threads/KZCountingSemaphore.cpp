@@ -11,8 +11,7 @@ constexpr std::uint64_t pollMilliseconds = 10;
 } // namespace
 
 KZCountingSemaphore::KZCountingSemaphore(unsigned int initial, unsigned int maximum)
-    : count_(initial)
-    , maximum_(maximum) {
+    : count_(initial), maximum_(maximum) {
     if (initial > maximum) {
         throw KZException(u"KZCountingSemaphore exception: initial greater than the maximum");
     }
