@@ -12,6 +12,7 @@
 #include <array>
 #include <bit>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 
 #if defined(__SSE2__)
@@ -162,8 +163,22 @@ bool HasForbiddenBytes(__m128i first, __m128i second) {
     return MaskOf(_mm_or_si128(_mm_or_si128(overlong2, four), _mm_or_si128(overlong3, surrogate))) != 0;
 }
 
+// Writes every third lane.
+template <unsigned First>
+unsigned PutThirds(char16_t * out, char16_t const * lanes) {
+#pragma GCC unroll 6
+    for (unsigned i = First; i < BlockSize; i += 3) *out++ = lanes[i];
+    return (BlockSize - First + 2) / 3;
+}
+
 // Writes the lanes whose bit in `starts` is set; returns how many. Writes up to 16 units.
 unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
+    switch (starts) { // runs of nothing but three bytes
+    case 0x9249: return PutThirds<0>(out, lanes);
+    case 0x2492: return PutThirds<1>(out, lanes);
+    case 0x4924: return PutThirds<2>(out, lanes);
+    default: break;
+    }
     unsigned const count = CountBits16(starts);
     if (count <= 8) {
         unsigned bits = starts | 0x10000;
@@ -313,25 +328,45 @@ void EncodeAsciiBlocks(EncodeCursor & cursor) {
 #endif
 }
 
-// One block without surrogates; three bytes are written for every unit, and the next unit goes over what was too much.
+#if defined(__SSE2__)
+
+// Eight units without surrogates. Four bytes are written for each, and the next one goes over what was too much.
 bool EncodeBlock(EncodeCursor & cursor) {
-    if (cursor.Left() < BlockSize || cursor.Room() < 3 * BlockSize) return false;
-    unsigned surrogates = 0;
-    for (std::size_t i = 0; i < BlockSize; ++i) surrogates |= IsSurrogate(cursor.in[i]) ? 1U : 0U;
-    if (surrogates != 0) return false;
-    char * out = cursor.out;
-#pragma GCC unroll 4
-    for (std::size_t i = 0; i < BlockSize; ++i) {
-        EncodedUnit const encoded = EncodeUnit(cursor.in[i]);
-        out[0] = static_cast<char>(encoded.bytes);
-        out[1] = static_cast<char>(encoded.bytes >> 8);
-        out[2] = static_cast<char>(encoded.bytes >> 16);
-        out += encoded.length;
+    constexpr std::size_t Lanes = 8;
+    if (cursor.Left() < Lanes || cursor.Room() < 4 * Lanes) return false;
+    __m128i const zero = _mm_setzero_si128();
+    __m128i const six = Splat16(0x3F);
+    __m128i const mark = Splat16(0x80);
+    __m128i const units = Load(cursor.in);
+    if (MaskOf(_mm_cmpeq_epi16(_mm_and_si128(units, Splat16(0xF800)), Splat16(0xD800))) != 0) return false;
+    __m128i const isOne = _mm_cmpeq_epi16(_mm_srli_epi16(units, 7), zero);
+    __m128i const isOneOrTwo = _mm_cmpeq_epi16(_mm_srli_epi16(units, 11), zero);
+    // The first two bytes of each unit, and its third.
+    __m128i const last = _mm_or_si128(mark, _mm_and_si128(units, six));
+    __m128i const upper = _mm_srli_epi16(units, 6);
+    __m128i const two = _mm_or_si128(_mm_or_si128(Splat16(0xC0), upper), _mm_slli_epi16(last, 8));
+    __m128i const middle = _mm_slli_epi16(_mm_or_si128(mark, _mm_and_si128(upper, six)), 8);
+    __m128i const three = _mm_or_si128(_mm_or_si128(Splat16(0xE0), _mm_srli_epi16(units, 12)), middle);
+    __m128i const first = Select(isOne, units, Select(isOneOrTwo, two, three));
+    alignas(16) std::uint32_t bytes[Lanes];
+    alignas(16) std::uint16_t lengths[Lanes];
+    Store(bytes, _mm_unpacklo_epi16(first, last));
+    Store(bytes + 4, _mm_unpackhi_epi16(first, last));
+    Store(lengths, _mm_add_epi16(Splat16(3), _mm_add_epi16(isOne, isOneOrTwo)));
+#pragma GCC unroll 8
+    for (std::size_t i = 0; i < Lanes; ++i) {
+        std::memcpy(cursor.out, &bytes[i], sizeof bytes[i]);
+        cursor.out += lengths[i];
     }
-    cursor.in += BlockSize;
-    cursor.out = out;
+    cursor.in += Lanes;
     return true;
 }
+
+#else
+
+bool EncodeBlock(EncodeCursor &) { return false; }
+
+#endif
 
 void EncodeBlocks(EncodeCursor & cursor) {
     do EncodeAsciiBlocks(cursor);
@@ -353,30 +388,32 @@ Utf8Status RunGears(Cursor & cursor, Blocks blocks, One one) {
 unsigned char const * AsBytes(char const * text) { return reinterpret_cast<unsigned char const *>(text); }
 
 // Converts by way of a buffer that stays in the cache: a string would fill its new room with zeros first. What isn't
-// converted is left in `in`.
-template <std::size_t Size, class String, class View, class Convert>
-Utf8Status AppendInChunks(String & out, View & in, Convert convert) {
+// converted is left in `in`. The size of a long text is counted once, when the first piece shows that it isn't all ASCII.
+template <std::size_t Size, class String, class View, class Convert, class Count>
+Utf8Status AppendInChunks(String & out, View & in, Convert convert, Count count) {
     typename String::value_type buffer[Size];
-    for (;;) {
+    for (bool isCounted = false;; isCounted = true) {
         Utf8Result const result = convert(in, std::span(buffer));
-        out.append(buffer, result.written);
+        bool const isPlain = result.written == result.read;
         in.remove_prefix(result.read);
+        if (!isCounted) out.reserve(out.size() + result.written + (isPlain ? in.size() : count(in)));
+        out.append(buffer, result.written);
         if (result.status != Utf8Status::OutputFull) return result.status;
     }
 }
 
 Utf8Status AppendDecoded(std::u16string & out, std::string_view & bytes, Utf8Mode mode, bool final) {
-    out.reserve(out.size() + UnitsInUtf8(bytes));
-    return AppendInChunks<ChunkSize>(out, bytes, [=](std::string_view in, std::span<char16_t> buffer) {
-        return DecodeUtf8(in, buffer, mode, final);
-    });
+    return AppendInChunks<ChunkSize>(
+        out, bytes,
+        [=](std::string_view in, std::span<char16_t> buffer) { return DecodeUtf8(in, buffer, mode, final); },
+        UnitsInUtf8);
 }
 
 Utf8Status AppendEncoded(std::string & out, std::u16string_view & units, Utf8Mode mode, bool final) {
-    out.reserve(out.size() + Utf8BytesOf(units));
-    return AppendInChunks<2 * ChunkSize>(out, units, [=](std::u16string_view in, std::span<char> buffer) {
-        return EncodeUtf8(in, buffer, mode, final);
-    });
+    return AppendInChunks<2 * ChunkSize>(
+        out, units,
+        [=](std::u16string_view in, std::span<char> buffer) { return EncodeUtf8(in, buffer, mode, final); },
+        Utf8BytesOf);
 }
 
 } // namespace

@@ -180,7 +180,8 @@ public:
     /// end, which clears the string.
     void Remove(unsigned int position, unsigned int count);
     /// Replaces each `from` by `to`, from left to right; what was put in isn't searched again. Null or empty `from`
-    /// does nothing; null `to` is empty. Cost: linear in the text and the result.
+    /// does nothing; null `to` is empty. The capacity grows as if each hit were removed and inserted by itself. Cost:
+    /// linear in the text and the result, with one allocation for a result that is longer.
     void Replace(char16_t const * from, char16_t const * to);
     void Replace(KZString const & from, char16_t const * to) { Replace(from.c_str(), to); }
     void Replace(KZString const & from, KZString const & to) { Replace(from.c_str(), to.c_str()); }
@@ -203,11 +204,12 @@ public:
     /// The same with a set: removes everything behind the last unit at or before `position` that isn't in `set`.
     void RTrim(char16_t const * set = u" \t", unsigned int position = npos);
 
-    /// Replaces the text by the expansion of a printf-style `format`.
+    /// Replaces the text by the expansion of a printf-style `format`, up to the first 0 unit in it.
     ///
-    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64 ("%s" is a text
-    /// of units, "%S" and "%hs" one of bytes). F, L and N are skipped. An unknown conversion writes its letter; a
-    /// null text prints "(null)". Arguments may point into this string.
+    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. "%s" is a text of
+    /// units, "%S" and "%hs" one of bytes in UTF-8; widths, precisions and "%n" count units. F, L and N are skipped.
+    /// An unknown conversion writes its letter; a null text prints "(null)". Numbers look as in the C locale.
+    /// Arguments may point into this string. Widths, and precisions of numbers, end at 1,048,576.
     void Format(char16_t const * format, ...);
     /// The same with a started argument list; a template, so that it never competes with the form above.
     template <class ArgumentList>

@@ -24,10 +24,6 @@ bool StaysInPage(char16_t const * text) noexcept {
     return reinterpret_cast<std::uintptr_t>(text) % PageSize <= PageSize - sizeof(__m128i);
 }
 
-__m128i Load(char16_t const * text) noexcept {
-    return _mm_loadu_si128(reinterpret_cast<__m128i const *>(text));
-}
-
 #endif
 
 } // namespace
@@ -41,8 +37,9 @@ __attribute__((no_sanitize("address", "thread"))) int KZCompareUnits(char16_t co
     __m128i const zero = _mm_setzero_si128();
     for (;; a += Block, b += Block) {
         if (StaysInPage(a) && StaysInPage(b)) {
-            __m128i const left = Load(a);
-            __m128i const same = _mm_cmpeq_epi16(left, Load(b));
+            __m128i const left = _mm_loadu_si128(reinterpret_cast<__m128i const *>(a));
+            __m128i const right = _mm_loadu_si128(reinterpret_cast<__m128i const *>(b));
+            __m128i const same = _mm_cmpeq_epi16(left, right);
             // Lanes that go on: equal, and not the terminator.
             auto const goOn =
                 static_cast<unsigned>(_mm_movemask_epi8(_mm_andnot_si128(_mm_cmpeq_epi16(left, zero), same)));

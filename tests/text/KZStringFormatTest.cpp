@@ -53,6 +53,7 @@ TEST(KZStringFormat, WritesTextsUnitsAndOddities) {
         {__LINE__, F(u"%hd %hu", 65537, 65537), u"1 1"},
         {__LINE__, F(u"%p %p", reinterpret_cast<void *>(0xBEEF), nullptr), u"0xbeef (nil)"},
         {__LINE__, F(u"%d", 0), u"0"},
+        {__LINE__, F(u"%#.5g %.5g", 99999.5, 99999.5), u"1.0000e+05 1e+05"},
     };
     for (Case const & c : cases) {
         EXPECT_EQ(std::u16string_view(c.actual), c.expected) << "line " << c.line;
@@ -116,7 +117,7 @@ TEST(KZStringFormat, PrintsNumbersAsThePrintfOfTheSystem) {
                          1234567.0,
                          0.0001,
                          0.00001234,
-                         99999.5,
+                         99999.0,
                          9.9999999,
                          1e100,
                          1e-100,

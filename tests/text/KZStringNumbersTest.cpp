@@ -1,10 +1,14 @@
 #include "ZerlithCore/text/KZString.h"
 
+#include "ZerlithCore/time/KZDateTime.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <cmath>
 #include <cstdlib>
+#include <sstream>
+#include <vector>
 
 namespace {
 
@@ -79,66 +83,18 @@ TEST(KZString, ReadsIntegersOf64Bits) {
 }
 
 TEST(KZString, ReadsDoublesAsTheStandardDoes) {
-    std::string const cases[] = {
-        // Shapes.
-        "0",
-        "1",
-        "-1.5",
-        "+2.",
-        ".25",
-        "1e3",
-        "1E+3",
-        "1e-3",
-        " \t\n4",
-        "0x1p4",
-        "-0X1.8P+1",
-        "0x.8",
-        "0x1.",
-        "0xap-1",
-        "inf",
-        "-Infinity",
-        "iNf",
-        "NaN",
-        "nan(123_x)",
-        "-0",
-        // What isn't read, or not to its end.
-        "",
-        " ",
-        "-",
-        ".",
-        "e5",
-        "+-1",
-        "1e",
-        "1e+",
-        "1.2.3",
-        "12 ",
-        "0x",
-        "0x.",
-        "0xg",
-        "0x1p",
-        "infinite",
-        "nan(",
-        "nan(+)",
-        // Size and exactness.
-        "1e308",
-        "1.7976931348623157e308",
-        "1e309",
-        "-1e999999999999999999999",
-        "5e-324",
-        "2.2250738585072014e-308",
-        "1e-400",
-        "0e999999",
-        "0x1p99999",
-        "0x1p-99999",
-        "9007199254740993",
-        "0.1",
-        "123456789012345678901234567890",
-        std::string(2000, '9') + "e-2000",
-        "0." + std::string(400, '0') + "1e401",
-        "1" + std::string(400, '0') + "e-400",
-        "0." + std::string(400, '0') + "1",
-        "1" + std::string(400, '0'),
-    };
+    char const * const shapes =
+        "0 1 -1.5 +2. .25 1e3 1E+3 1e-3 0x1p4 -0X1.8P+1 0x.8 0x1. 0xap-1 inf -Infinity iNf NaN "
+        "nan(123_x) -0 1e308 1.7976931348623157e308 1e309 -1e999999999999999999999 5e-324 "
+        "2.2250738585072014e-308 1e-400 0e999999 0x1p99999 0x1p-99999 9007199254740993 0.1 "
+        "123456789012345678901234567890";
+    char const * const broken = "- . e5 +-1 1e 1e+ 1.2.3 0x 0x. 0xg 0x1p infinite nan( nan(+)";
+    std::string const zeros(400, '0');
+    std::vector<std::string> cases = {"",         " ", "12 ", " \t\n4", std::string(2000, '9') + "e-2000",
+                                      "1" + zeros};
+    cases.insert(cases.end(), {"0." + zeros + "1e401", "1" + zeros + "e-400", "0." + zeros + "1"});
+    std::istringstream words(std::string(shapes) + " " + broken);
+    for (std::string word; words >> word;) cases.push_back(word);
     for (std::string const & text : cases) {
         char * end = nullptr;
         errno = 0;
@@ -153,6 +109,15 @@ TEST(KZString, ReadsDoublesAsTheStandardDoes) {
             EXPECT_EQ(std::signbit(actual), std::signbit(expected)) << text;
         }
     }
+}
+
+TEST(KZString, ReadsLocalMoments) {
+    bool good = false;
+    KZDateTime const moment = KZString(u"2024/05/06 07:08:09").AsKZDateTime(&good);
+    EXPECT_TRUE(good);
+    EXPECT_EQ(moment.AsString(), u"2024/05/06 07:08:09");
+    EXPECT_TRUE(KZString(u"2024/05/06").AsKZDateTime(&good).IsNull());
+    EXPECT_FALSE(good);
 }
 
 } // namespace

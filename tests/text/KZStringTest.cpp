@@ -15,6 +15,11 @@ using namespace std::string_view_literals;
 
 std::u16string_view All(KZString const & string) { return std::u16string_view(string); }
 
+KZString Edited(KZString string, void (*edit)(KZString &)) {
+    edit(string);
+    return string;
+}
+
 TEST(KZString, GrowsByHalfOrToWhatIsAskedFor) {
     KZString const shared(u"shared");
     struct Case {
@@ -34,48 +39,14 @@ TEST(KZString, GrowsByHalfOrToWhatIsAskedFor) {
         {"more than half", __LINE__, KZString(u"abc") += u"defghijkl", 13},
         {"a copied sum", __LINE__, shared + u"!", 10},
         {"part", __LINE__, shared.SubStr(1, 3), 4},
-        {"inserted", __LINE__,
-         [&] {
-             KZString s(shared);
-             s.Insert(0, u"x");
-             return s;
-         }(),
-         10},
-        {"removed from a shared block", __LINE__,
-         [&] {
-             KZString s(shared);
-             s.Remove(1, 5);
-             return s;
-         }(),
-         7},
-        {"assigned to a shared block", __LINE__,
-         [&] {
-             KZString s(shared);
-             s = u"x";
-             return s;
-         }(),
-         7},
-        {"reserved", __LINE__,
-         [&] {
-             KZString s(shared);
-             s.Reserve(9);
-             return s;
-         }(),
-         10},
-        {"nothing reserved is a block too", __LINE__,
-         [&] {
-             KZString s;
-             s.Reserve(0);
-             return s;
-         }(),
+        {"inserted", __LINE__, Edited(shared, [](KZString & s) { s.Insert(0, u"x"); }), 10},
+        {"removed from a shared block", __LINE__, Edited(shared, [](KZString & s) { s.Remove(1, 5); }), 7},
+        {"assigned to a shared block", __LINE__, Edited(shared, [](KZString & s) { s = u"x"; }), 7},
+        {"reserved", __LINE__, Edited(shared, [](KZString & s) { s.Reserve(9); }), 10},
+        {"nothing reserved is a block too", __LINE__, Edited(KZString(), [](KZString & s) { s.Reserve(0); }),
          1},
         {"replaced hit by hit", __LINE__,
-         [&] {
-             KZString s(u"aaa");
-             s.Replace(u"a", u"aa");
-             return s;
-         }(),
-         9},
+         Edited(KZString(u"aaa"), [](KZString & s) { s.Replace(u"a", u"aa"); }), 9},
     };
     for (Case const & c : cases) EXPECT_EQ(c.string.Capacity(), c.capacity) << c.what << ", line " << c.line;
     EXPECT_EQ(All(KZString(u'x', 10)), std::u16string(10, u'x'));
@@ -168,7 +139,7 @@ TEST(KZString, RemovesTrimsAndReplaces) {
         {__LINE__, u"abxxc", [](KZString & s) { s.LTrim(u'x', 2); }, u"c"},
         {__LINE__, u"abc", [](KZString & s) { s.LTrim(u'x', 2); }, u"c"},
         {__LINE__, u"xxx", [](KZString & s) { s.LTrim(u'x'); }, u""},
-        {__LINE__, u"xx\0", [](KZString & s) { s.LTrim(u'\0', 2); }, u""},
+        {__LINE__, u"xx\0"sv, [](KZString & s) { s.LTrim(u'\0', 2); }, u""},
         {__LINE__, u"", [](KZString & s) { s.LTrim(u'x', 2); }, u""},
         {__LINE__, u" \t ab ", [](KZString & s) { s.LTrim(); }, u"ab "},
         {__LINE__, u"xyab", [](KZString & s) { s.LTrim(u"xyz", 1); }, u"ab"},
