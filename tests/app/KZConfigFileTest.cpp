@@ -111,8 +111,7 @@ TEST(KZConfigFile, ReachesAFixedPointOnRandomText) {
     std::mt19937 random(20);
     for (int round = 0; round < 3000; ++round) {
         std::wstring text;
-        for (auto length = random() % 40; length > 0; --length)
-            text += L"ab=;[]\n\n \t\r\v"[random() % 12];
+        for (auto length = random() % 40; length > 0; --length) text += L"ab=;[]\n\n \t\r\v"[random() % 12];
         KZConfigFile file(u"");
         std::wistringstream in(text);
         try {
