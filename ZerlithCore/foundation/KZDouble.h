@@ -8,7 +8,7 @@
 #include "ZerlithCore/platform/Export.h"
 
 /// A double. While `zeroValueOnAssign` is set, a stored value whose absolute value is below `thePrecision` is 0.0; each
-/// construction, copy and assignment stores.
+/// construction, copy and assignment stores. Moving into a new object, as containers do, takes the value as it is.
 ///
 /// Thread safety: as a double; the two settings are for the start of the program.
 class KZ_EXPORT KZDouble {
@@ -16,6 +16,7 @@ public:
     KZDouble() noexcept = default;
     KZDouble(double value) noexcept : value_(Stored(value)) {}
     KZDouble(KZDouble const & other) noexcept : value_(Stored(other.value_)) {}
+    KZDouble(KZDouble &&) noexcept = default;
     KZDouble & operator=(double value) noexcept {
         value_ = Stored(value);
         return *this;
