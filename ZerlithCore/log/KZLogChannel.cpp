@@ -5,7 +5,8 @@
 using Guard = KZGuard<KZCriticalSection>;
 
 // The stream only keeps the address of the vector, which is built after it and destroyed before it.
-KZLogChannel::KZLogChannel(KZString const & name) : name_(name), stream_(&subscribers_), subscribers_(lock_) {}
+KZLogChannel::KZLogChannel(KZString const & name)
+    : name_(name), stream_(&subscribers_), subscribers_(lock_) {}
 
 KZLogChannel::~KZLogChannel() { stream_.flush(); }
 

@@ -140,6 +140,7 @@ void KZLogFile::PutRecord(std::u16string_view text, bool isStamped) {
     AppendLine(text);
     wholeUnits_ = gathered_.size();
     if (autoFlush_ || wholeUnits_ > bufferUnits) WriteGathered();
+    if (gathered_.capacity() > 2 * bufferUnits) gathered_ = std::u16string(); // a giant has passed
 }
 
 void KZLogFile::AppendLine(std::u16string_view text) {
