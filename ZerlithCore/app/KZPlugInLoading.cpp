@@ -155,10 +155,12 @@ int KZApplicationWithPlugIns::LoadAndRun() {
     return 0;
 }
 
-KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * directory, char16_t const * extension,
+KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * directory,
+                                                             char16_t const * extension,
                                                              char const * entryPoint, bool stopAtFirstError) {
     PlugInVector found;
-    KZErrorID error = GetDLLPlugInsFromDirectory(directory, extension, entryPoint, found, stopAtFirstError, true);
+    KZErrorID error =
+        GetDLLPlugInsFromDirectory(directory, extension, entryPoint, found, stopAtFirstError, true);
     if (error.Bad() && stopAtFirstError) return error;
     PlugInVector const order = GetPlugInHier(loaded_);
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
@@ -169,7 +171,8 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * di
     return KZErrorID(0);
 }
 
-KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * directory, char16_t const * extension,
+KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * directory,
+                                                               char16_t const * extension,
                                                                char const * entryPoint, PlugInVector & found,
                                                                bool stopAtFirstError, bool changeDirectory) {
     KZString const place(directory);

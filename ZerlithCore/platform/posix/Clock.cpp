@@ -27,7 +27,9 @@ std::int64_t WallClockMilliseconds() noexcept { return ReadClock(CLOCK_REALTIME,
 
 std::int64_t MonotonicNanoseconds() noexcept { return ReadClock(CLOCK_MONOTONIC, 1'000'000'000); }
 
-BrokenDownTime ToLocalTime(std::int64_t milliseconds) noexcept { return BreakDown(milliseconds, localtime_r); }
+BrokenDownTime ToLocalTime(std::int64_t milliseconds) noexcept {
+    return BreakDown(milliseconds, localtime_r);
+}
 
 BrokenDownTime ToUtcTime(std::int64_t milliseconds) noexcept { return BreakDown(milliseconds, gmtime_r); }
 

@@ -161,7 +161,7 @@ PageTables const * FindTables(unsigned number) {
 
 bool IsUtf8(unsigned page) { return page == DefaultCodePage || page == Utf8CodePage; }
 
-// Takes eight bytes at once as long as none has its high bit set, which is the same in every page.
+// ASCII is the same in every page, and is taken eight characters at once while there are so many.
 char const * DecodeAscii(char const * in, char const * end, char16_t *& out) {
     for (; end - in >= 8; in += 8, out += 8) {
         std::uint64_t eight;
@@ -172,45 +172,57 @@ char const * DecodeAscii(char const * in, char const * end, char16_t *& out) {
     return in;
 }
 
+// The length of a step is a branch, and not computed from what was read: steps don't wait for the tables then.
+char const * DecodePairs(PageTables const & tables, char const * in, char const * end, char16_t *& out) {
+    for (; end - in >= 2; in += 2) {
+        auto const lead = static_cast<unsigned char>(in[0]);
+        if (tables.units[lead] != LeadMark) break;
+        char16_t const unit = tables.trails[tables.trailRows[lead]][static_cast<unsigned char>(in[1])];
+        if (IsMark(unit)) break;
+        *out++ = unit;
+    }
+    return in;
+}
+
 std::optional<std::size_t> DecodeByTables(PageTables const & tables, std::string_view bytes,
                                           std::span<char16_t> units, InvalidBytes invalid) {
     char16_t * out = units.data();
     char const * in = bytes.data();
-    char const * const end = in + bytes.size();
-    while (in != end) {
-        auto const byte = static_cast<unsigned char>(*in);
-        if (byte < 0x80 && end - in >= 8) {
-            char const * const next = DecodeAscii(in, end, out);
-            if (next != in) {
-                in = next;
-                continue;
-            }
-        }
-        char16_t unit = tables.units[byte];
-        std::size_t size = 1;
-        if (unit == LeadMark && end - in >= 2) {
-            char16_t const pair = tables.trails[tables.trailRows[byte]][static_cast<unsigned char>(in[1])];
-            size += !IsMark(pair); // what can't follow a lead byte is looked at for itself
-            unit = pair;
-        }
+    for (char const * const end = in + bytes.size();; ++in) {
+        in = DecodePairs(tables, DecodeAscii(in, end, out), end, out);
+        if (in == end) return static_cast<std::size_t>(out - units.data());
+        // A lead byte that comes here has no valid byte behind it, which is then looked at for itself.
+        char16_t unit = tables.units[static_cast<unsigned char>(*in)];
         if (IsMark(unit)) {
             if (invalid == InvalidBytes::Refuse) return std::nullopt;
             unit = ReplacementUnit;
         }
         *out++ = unit;
-        in += size;
     }
-    return static_cast<std::size_t>(out - units.data());
 }
 
-// Always writes two bytes; of a code of one, the next code goes over the second.
+char16_t const * EncodeAscii(char16_t const * in, char16_t const * end, char *& out) {
+    for (; end - in >= 8; in += 8, out += 8) {
+        unsigned seen = 0;
+        for (int i = 0; i < 8; ++i) seen |= in[i];
+        if (seen >= 0x80) break;
+        for (int i = 0; i < 8; ++i) out[i] = static_cast<char>(in[i]);
+    }
+    return in;
+}
+
 char * EncodeByTables(PageTables const & tables, std::u16string_view units, char * out) {
-    for (char16_t const unit : units) {
-        unsigned const code = tables.codes[tables.codeRows[unit / RowSize]][unit % RowSize];
-        bool const isPair = code > 0xFF;
-        out[0] = static_cast<char>(isPair ? code >> 8 : code);
-        out[1] = static_cast<char>(code);
-        out += 1 + isPair;
+    char16_t const * in = units.data();
+    for (char16_t const * const end = in + units.size(); in != end;) {
+        in = EncodeAscii(in, end, out);
+        // Always writes two bytes; of a code of one, the next code goes over the second.
+        for (char16_t const * const stop = in + std::min<std::ptrdiff_t>(end - in, 8); in != stop; ++in) {
+            unsigned const code = tables.codes[tables.codeRows[*in / RowSize]][*in % RowSize];
+            bool const isPair = code > 0xFF;
+            out[0] = static_cast<char>(isPair ? code >> 8 : code);
+            out[1] = static_cast<char>(code);
+            out += 1 + isPair;
+        }
     }
     return out;
 }
