@@ -5,6 +5,7 @@
 
 #include "ZerlithCore/log/KZLogFile.h"
 
+#include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/log/LogStamp.h"
 #include "ZerlithCore/platform/Clock.h"
 
@@ -56,7 +57,10 @@ constinit KZLogFile * KZLogFile::Registry::first_ = nullptr;
 
 KZLogFileI::~KZLogFileI() = default;
 
-KZLogFile::KZLogFile() : stamp_(std::make_unique<LogStamp>()) { Registry::Add(*this); }
+KZLogFile::KZLogFile() : stamp_(std::make_unique<LogStamp>()) {
+    Registry::Add(*this);
+    KZDebug::AddReportHook(&KZLogFile::FlushAll);
+}
 
 KZLogFile::~KZLogFile() {
     Registry::Remove(*this);
