@@ -8,6 +8,7 @@
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
+#include "ZerlithCore/platform/Files.h"
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/platform/Signals.h"
@@ -28,8 +29,8 @@ std::wostream & ApplicationConsole(unsigned int level) {
 }
 
 KZString EnvironmentDirectory(char16_t const * variable) {
-    KZString const value(KZPlatform::ReadEnvironment(variable).value_or(std::u16string()));
-    return !value.IsNull() && KZPlatform::KindOfPath(std::u16string_view(value)) == KZPlatform::PathKind::Folder ? value : KZString();
+    KZString const value(KZPlatform::GetEnvironment(variable).value_or(std::u16string()));
+    return !value.IsNull() && KZPlatform::IsDirectory(std::u16string_view(value)) ? value : KZString();
 }
 
 } // namespace
@@ -40,7 +41,8 @@ constinit KZCriticalSection KZApplication::glbLastAppPCS_;
 // --- Construction
 
 KZApplication::UnitArguments::UnitArguments(int count, char ** arguments) {
-    for (int i = 0; i < count; ++i) texts.push_back(KZPlatform::Utf8ToUnits(arguments[i], KZPlatform::Utf8Mode::Escape));
+    for (int i = 0; i < count; ++i)
+        texts.push_back(KZPlatform::Utf8ToUnits(arguments[i], KZPlatform::Utf8Mode::Escape));
     for (std::u16string & text : texts) pointers.push_back(text.data());
     pointers.push_back(nullptr);
 }
@@ -52,7 +54,8 @@ KZApplication::KZApplication(int count, char16_t ** arguments, KZLogSubscriberI 
 
 KZApplication::KZApplication(int count, char ** arguments, KZLogSubscriberI * subscriber)
     : units_(count, arguments)
-    , commandLine_(static_cast<unsigned int>(units_.texts.size()), units_.pointers.data(), u"/-", u":", false) {
+    , commandLine_(static_cast<unsigned int>(units_.texts.size()), units_.pointers.data(), u"/-", u":",
+                   false) {
     Construct(subscriber);
 }
 
@@ -67,7 +70,7 @@ void KZApplication::Construct(KZLogSubscriberI * subscriber) {
     LoadConfiguration();
     SetTraceLevel(GetArg(u"trace", CoreSection, 1U));
     bool const noConsole = GetArg(u"NoConsole", CoreSection, false);
-    startPath_ = KZString(KZPlatform::WorkingFolder());
+    startPath_ = KZString(KZPlatform::GetWorkingDirectory());
 
     KZLogManager & manager = GetLogManager();
     manager.Init();
@@ -145,15 +148,18 @@ KZApplication::~KZApplication() {
 
 KZUsageInfo KZApplication::GetUsageInfo() const {
     KZUsageInfo usage;
-    usage.AddCmdLineArgDesc(u"config:{filename}",
-                            u"Specify the configuration file. The default is the name of the program with the "
-                            u"extension INI, beside the program or in the current directory.");
-    usage.AddCmdLineArgDesc(u"trace:{tracelevel}",
-                            u"Specify how much the program tells: 0 for nothing but errors, 1 for the usual course, "
-                            u"more for more.");
-    usage.AddCmdLineArgDesc(u"consoleToFile[:filename]",
-                            u"Write the console output to a file as well. The default is the name of the program "
-                            u"with the extension LOG, in the debug directory.");
+    usage.AddCmdLineArgDesc(
+        u"config:{filename}",
+        u"Specify the configuration file. The default is the name of the program with the "
+        u"extension INI, beside the program or in the current directory.");
+    usage.AddCmdLineArgDesc(
+        u"trace:{tracelevel}",
+        u"Specify how much the program tells: 0 for nothing but errors, 1 for the usual course, "
+        u"more for more.");
+    usage.AddCmdLineArgDesc(
+        u"consoleToFile[:filename]",
+        u"Write the console output to a file as well. The default is the name of the program "
+        u"with the extension LOG, in the debug directory.");
     usage.AddCmdLineArgDesc(u"noConsole", u"Write nothing to the console.");
     return usage;
 }
@@ -183,7 +189,7 @@ void KZApplication::RequestExit(bool) {}
 
 bool KZApplication::IsAppWithPlugIn() const { return false; }
 
-void KZApplication::PostExitRequest() { KZPlatform::SetQuitRequested(true); }
+void KZApplication::PostExitRequest() { KZPlatform::RequestQuit(); }
 
 KZApplication * KZApplication::GetApp() {
     KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
@@ -217,15 +223,18 @@ std::wostream & KZApplication::GetCout(unsigned int level) const {
 }
 
 bool KZApplication::IsArgPresent(KZString const & name, KZString const & section) const {
-    return commandLine_.ArgPresent(name) || (!configFile_.IsNull() && configFile_->IsLinePresent(section, name));
+    return commandLine_.ArgPresent(name) ||
+           (!configFile_.IsNull() && configFile_->IsLinePresent(section, name));
 }
 
-KZString KZApplication::GetArg(KZString const & name, KZString const & section, KZString const & fallback) const {
+KZString KZApplication::GetArg(KZString const & name, KZString const & section,
+                               KZString const & fallback) const {
     if (commandLine_.ArgPresent(name)) return commandLine_.GetArg(name, fallback);
     return configFile_.IsNull() ? fallback : configFile_->GetString(section, name, fallback);
 }
 
-KZString KZApplication::GetArg(KZString const & name, KZString const & section, char16_t const * fallback) const {
+KZString KZApplication::GetArg(KZString const & name, KZString const & section,
+                               char16_t const * fallback) const {
     return GetArg(name, section, KZString(fallback));
 }
 
@@ -241,7 +250,8 @@ bool KZApplication::GetArg(KZString const & name, KZString const & section, bool
     return line.GetValue().IsNull() || line.GetValueAsBool();
 }
 
-unsigned int KZApplication::GetArg(KZString const & name, KZString const & section, unsigned int fallback) const {
+unsigned int KZApplication::GetArg(KZString const & name, KZString const & section,
+                                   unsigned int fallback) const {
     return IsArgPresent(name, section) ? GetArg(name, section, KZString()).AsUint() : fallback;
 }
 
@@ -250,10 +260,10 @@ unsigned int KZApplication::GetArg(KZString const & name, KZString const & secti
 void KZApplication::AddToPath(char16_t const * directory) {
     KZString const added(directory);
     if (added.IsNull()) return;
-    KZString path(KZPlatform::ReadEnvironment(u"PATH").value_or(std::u16string()));
+    KZString path(KZPlatform::GetEnvironment(u"PATH").value_or(std::u16string()));
     if (!path.IsNull()) path += KZPlatform::PathListSeparator;
     path += added;
-    KZPlatform::WriteEnvironment(u"PATH", std::u16string_view(path));
+    KZPlatform::SetEnvironment(u"PATH", std::u16string_view(path));
 }
 
 void KZApplication::AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber) {

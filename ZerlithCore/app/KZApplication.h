@@ -8,7 +8,7 @@
 #include "ZerlithCore/log/KZLogManager.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
-#include "ZerlithCore/threads/KZThreadId.h"
+#include "ZerlithCore/threads/KZThread_t.h"
 
 #include <iosfwd>
 #include <vector>
@@ -77,11 +77,14 @@ public:
     [[nodiscard]] bool IsArgPresent(KZString const & name, KZString const & section = KZString()) const;
     /// The value of an option: from the command line, else from `section` of the configuration file, else `fallback`.
     /// As a bool, an option without a value is true.
-    [[nodiscard]] KZString GetArg(KZString const & name, KZString const & section, KZString const & fallback) const;
-    [[nodiscard]] KZString GetArg(KZString const & name, KZString const & section, char16_t const * fallback) const;
+    [[nodiscard]] KZString GetArg(KZString const & name, KZString const & section,
+                                  KZString const & fallback) const;
+    [[nodiscard]] KZString GetArg(KZString const & name, KZString const & section,
+                                  char16_t const * fallback) const;
     [[nodiscard]] int GetArg(KZString const & name, KZString const & section, int fallback) const;
     [[nodiscard]] bool GetArg(KZString const & name, KZString const & section, bool fallback) const;
-    [[nodiscard]] unsigned int GetArg(KZString const & name, KZString const & section, unsigned int fallback) const;
+    [[nodiscard]] unsigned int GetArg(KZString const & name, KZString const & section,
+                                      unsigned int fallback) const;
 
     /// Appends a directory to the process's search path (the environment variable PATH).
     void AddToPath(char16_t const * directory);

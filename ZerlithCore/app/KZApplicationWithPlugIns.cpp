@@ -54,7 +54,8 @@ bool Holds(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & list, KZPlugIn const *
 class Depths {
 public:
     explicit Depths(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & loaded) {
-        for (KZSmartPtr<KZPlugIn> const & plugIn : loaded) entries_.push_back({plugIn.GetPtr(), plugIn->GetId()});
+        for (KZSmartPtr<KZPlugIn> const & plugIn : loaded)
+            entries_.push_back({plugIn.GetPtr(), plugIn->GetId()});
     }
 
     unsigned int Of(KZPlugIn const * plugIn) {
@@ -106,22 +107,26 @@ private:
 
 // --- Construction
 
-KZApplicationWithPlugIns::KZApplicationWithPlugIns(int count, char16_t ** arguments, KZLogSubscriberI * subscriber)
+KZApplicationWithPlugIns::KZApplicationWithPlugIns(int count, char16_t ** arguments,
+                                                   KZLogSubscriberI * subscriber)
     : KZApplication(count, arguments, subscriber) {
     Ctor();
 }
 
-KZApplicationWithPlugIns::KZApplicationWithPlugIns(int count, char ** arguments, KZLogSubscriberI * subscriber)
+KZApplicationWithPlugIns::KZApplicationWithPlugIns(int count, char ** arguments,
+                                                   KZLogSubscriberI * subscriber)
     : KZApplication(count, arguments, subscriber) {
     Ctor();
 }
 
-KZApplicationWithPlugIns::KZApplicationWithPlugIns(KZString const & commandLine, KZLogSubscriberI * subscriber)
+KZApplicationWithPlugIns::KZApplicationWithPlugIns(KZString const & commandLine,
+                                                   KZLogSubscriberI * subscriber)
     : KZApplication(commandLine, subscriber) {
     Ctor();
 }
 
 void KZApplicationWithPlugIns::Ctor() {
+    KZInitCatchSignal(); // so that a plug-in's fault on this thread is an exception
     mainMenu_ = std::make_unique<KZUnitTest>(GetAppName().AsUTF8());
     static_cast<void>(AddPlugIn(KZSmartPtr<KZPlugIn>(new KZLibPlugIn), true));
 }
@@ -152,10 +157,13 @@ KZUsageInfo KZApplicationWithPlugIns::GetUsageInfo() const {
     KZUsageInfo usage = KZApplication::GetUsageInfo();
     usage.AddCmdLineArgDesc(
         u"osxpath:{directory}",
-        u"Specify to load the plug-ins (.OSX) from a specific directory. This option can be used more than once to "
-        u"specify several directories. If you have a listfile named OSX.LST in the directory specified, then the "
+        u"Specify to load the plug-ins (.OSX) from a specific directory. This option can be used more than "
+        u"once to "
+        u"specify several directories. If you have a listfile named OSX.LST in the directory specified, then "
+        u"the "
         u".OSX listed in this file will be loaded. If you want to use a different listfile name (rather than "
-        u"OSX.LST), you can specify it at then end of the directory statement (ex: d:\\\\OvrantPL\\\\myosx.lst).");
+        u"OSX.LST), you can specify it at then end of the directory statement (ex: "
+        u"d:\\\\OvrantPL\\\\myosx.lst).");
     return usage;
 }
 
@@ -169,12 +177,13 @@ KZApplicationWithPlugIns * KZApplicationWithPlugIns::GetApp() {
 
 KZSmartPtr<KZPlugIn> KZApplicationWithPlugIns::FindPlugIn(KZGuid const & id) const {
     KZGuard<KZCriticalSection> const guard(lock_);
-    auto const found =
-        std::ranges::find_if(loaded_, [&](KZSmartPtr<KZPlugIn> const & plugIn) { return plugIn->GetId() == id; });
+    auto const found = std::ranges::find_if(
+        loaded_, [&](KZSmartPtr<KZPlugIn> const & plugIn) { return plugIn->GetId() == id; });
     return found == loaded_.end() ? KZSmartPtr<KZPlugIn>() : *found;
 }
 
-KZApplicationWithPlugIns::PlugInVector KZApplicationWithPlugIns::GetPlugInHier(PlugInVector const & list) const {
+KZApplicationWithPlugIns::PlugInVector
+KZApplicationWithPlugIns::GetPlugInHier(PlugInVector const & list) const {
     KZGuard<KZCriticalSection> const guard(lock_);
     Depths depths(loaded_);
     std::vector<std::pair<unsigned int, KZSmartPtr<KZPlugIn>>> order;
@@ -187,7 +196,9 @@ KZApplicationWithPlugIns::PlugInVector KZApplicationWithPlugIns::GetPlugInHier(P
 
 // --- Adding and initialising
 
-KZErrorID KZApplicationWithPlugIns::LoadPlugIn(KZSmartPtr<KZPlugIn> plugIn) { return AddPlugIn(plugIn, true); }
+KZErrorID KZApplicationWithPlugIns::LoadPlugIn(KZSmartPtr<KZPlugIn> plugIn) {
+    return AddPlugIn(plugIn, true);
+}
 
 KZErrorID KZApplicationWithPlugIns::AddPlugIn(KZSmartPtr<KZPlugIn> plugIn, bool checkDependents) {
     if (plugIn.IsNull()) return KZErrorID(0);
@@ -258,7 +269,7 @@ KZErrorID KZApplicationWithPlugIns::Initialise(KZPlugIn & plugIn) {
 // --- The main loop
 
 int KZApplicationWithPlugIns::Run() {
-    KZPlatform::CatchQuitSignals();
+    KZPlatform::InstallQuitHandlers();
     PlugInVector const order = GetPlugInHier(running_);
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
         if (plugIn->GetStatus() != KZPlugIn::Initialised) continue;
@@ -277,7 +288,6 @@ int KZApplicationWithPlugIns::Run() {
 
 void KZApplicationWithPlugIns::RunHere(KZRunPlugIn & plugIn) {
     Write(L"\n");
-    KZInitCatchSignal();
     plugIn.status_ = KZPlugIn::Running;
     KZDetail::CallGuarded([&] { static_cast<void>(plugIn.Run()); });
     plugIn.status_ = KZPlugIn::Ended;

@@ -108,6 +108,7 @@ private:
     mutable KZCriticalSection lock_;
     std::unique_ptr<KZUnitTest> mainMenu_;
     bool runWithMenu_ = true;
-    bool registerOnly_ = false; // during a scan: libraries are registered, and initialised in order afterwards
+    bool registerOnly_ =
+        false; // during a scan: libraries are registered, and initialised in order afterwards
     unsigned int librariesNamed_ = 0;
 };

@@ -113,11 +113,11 @@ class WorkingDirectory {
 public:
     WorkingDirectory(KZString const & directory, bool change) : change_(change) {
         if (!change_) return;
-        saved_ = KZPlatform::WorkingFolder();
-        static_cast<void>(KZPlatform::SetWorkingFolder(std::u16string_view(directory)));
+        saved_ = KZPlatform::GetWorkingDirectory();
+        static_cast<void>(KZPlatform::SetWorkingDirectory(std::u16string_view(directory)));
     }
     ~WorkingDirectory() {
-        if (change_) static_cast<void>(KZPlatform::SetWorkingFolder(saved_));
+        if (change_) static_cast<void>(KZPlatform::SetWorkingDirectory(saved_));
     }
     WorkingDirectory(WorkingDirectory const &) = delete;
     WorkingDirectory & operator=(WorkingDirectory const &) = delete;
@@ -155,10 +155,12 @@ int KZApplicationWithPlugIns::LoadAndRun() {
     return 0;
 }
 
-KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * directory, char16_t const * extension,
+KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * directory,
+                                                             char16_t const * extension,
                                                              char const * entryPoint, bool stopAtFirstError) {
     PlugInVector found;
-    KZErrorID error = GetDLLPlugInsFromDirectory(directory, extension, entryPoint, found, stopAtFirstError, true);
+    KZErrorID error =
+        GetDLLPlugInsFromDirectory(directory, extension, entryPoint, found, stopAtFirstError, true);
     if (error.Bad() && stopAtFirstError) return error;
     PlugInVector const order = GetPlugInHier(loaded_);
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
@@ -169,7 +171,8 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugInsFromDirectory(char16_t const * di
     return KZErrorID(0);
 }
 
-KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * directory, char16_t const * extension,
+KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * directory,
+                                                               char16_t const * extension,
                                                                char const * entryPoint, PlugInVector & found,
                                                                bool stopAtFirstError, bool changeDirectory) {
     KZString const place(directory);
@@ -236,6 +239,6 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const
 }
 
 KZApplicationWithPlugIns & KZApplicationWithPlugIns::SetCWDAsDllPath(char16_t const * directory) {
-    static_cast<void>(KZPlatform::SetWorkingFolder(std::u16string_view(KZString(directory))));
+    static_cast<void>(KZPlatform::SetWorkingDirectory(std::u16string_view(KZString(directory))));
     return *this;
 }

@@ -9,10 +9,11 @@
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/errors/KZMessageSource.h"
 
-#include <memory>
 #include <vector>
 
 /// An error whose text its message source makes, on demand, in the language then asked for.
+///
+/// Thread safety: as KZErrorI.
 class KZ_EXPORT KZError : public KZErrorI {
 public:
     /// Requires: `source` isn't null.
@@ -24,6 +25,7 @@ public:
 
     unsigned long AddRef() const override;
     unsigned long Release() const override;
+    /// The number of holders.
     unsigned long NbRef() const noexcept { return count_.Get(); }
     /// Serves 3 and 8.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
@@ -81,9 +83,10 @@ public:
 
 private:
     struct Storage;
-    unsigned int AddParam(ErrorParamType type, void * value);
-    void ClearParams() noexcept;
-    void CopyParams(KZErrorWithArgs const & other);
+    template <class T>
+    unsigned int Append(T const & value);
+    template <class T>
+    bool Get(T & out, unsigned int index) const;
 
     KZCounter count_;
     std::vector<Storage> params_;
@@ -112,19 +115,21 @@ private:
     KZString text_;
 };
 
-/// The system's last error on this thread, as the moment of construction found it; the text is the system's.
+/// The system's last error on this thread, as the moment of construction found it: the code is its number, the text the
+/// system's. Make it before anything else that may fail.
 class KZ_EXPORT KZWinLastError : public KZError {
 public:
     KZWinLastError();
 };
 
-/// The source of the library's own messages, set once when the library is loaded.
+/// The source of the library's own messages, set once when the library is loaded. It is there for all static objects of
+/// the program, the destructors of which it outlives.
 extern KZ_EXPORT KZSmartPtrToConst<KZMessageSource> glbKZOREMsgSourceP;
 
 /// Expands a message template. "%s" is the first argument, "%n:s" the one with index n, "%%" a percent sign.
 ///
 /// A conversion reaches from "%" to the next letter of "sdfuatm"; what stands between is thrown away. s, d, f: the
-/// argument as it stands; u: a duration; a, la, t, lt: date, long date, time, long time; m: money. An index out of
-/// range gives the first argument as it stands, and nothing if there is none. Never fails: a "%" with no letter
+/// argument as it stands; u: a duration; a, la, t, lt: date, long date, time, long time, of an argument of the form
+/// "%Y/%m/%d %H:%M:%S" (another one goes in as it stands); m: money, with two decimals. An index out of range gives the first argument as it stands, and nothing if there is none. Never fails: a "%" with no letter
 /// behind it ends the expansion, the rest goes in as it stands.
 KZ_EXPORT KZString KZPrintf(KZString const & format, std::vector<KZString> const & arguments);

@@ -1,5 +1,9 @@
 /// @file
 /// Where the texts of codes come from: tables of a module, or a map in memory.
+///
+///     KZSmartPtr<KZInRAMMessageSource> const source(new KZInRAMMessageSource);
+///     source->Add(7, u"%1:s isn't in %0:s");
+///     KZErrorWithArgs * const error = new KZErrorWithArgs(source, 7);
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -11,6 +15,8 @@
 /// Turns a code into text in a language, and an error into its finished text.
 ///
 /// A source lives as long as anybody holds it; errors do.
+///
+/// Thread safety: the operations may be called from any thread.
 class KZ_EXPORT KZMessageSource : public KZRefCountI {
 public:
     ~KZMessageSource() override;
@@ -20,12 +26,130 @@ public:
     /// Puts the finished text of `error`, in the language of `context`, into `out`. A null `error` leaves `out` alone.
     virtual KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                KZFormatContext const & context) const = 0;
-    /// Puts the text of `code` into `out`, expanded printf-style by `arguments` (as `KZString::Format` does).
+    /// Puts the text of `code` into `out`, expanded printf-style by `arguments` (as `KZString::Format` does) unless
+    /// that is null. The list is left where it was.
     virtual KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
                               std::va_list * arguments) const = 0;
     /// Puts the text of `code` into `out` as it stands.
     virtual KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const = 0;
     virtual bool IsValid() const = 0;
+    /// Valid as long as the source; never null.
     virtual char16_t const * GetDefaultLanguage() const = 0;
     virtual KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const = 0;
+
+protected:
+    /// Expands the template in `text` by the parameters of `error`, made in `context`.
+    static void Expand(KZString & text, KZErrorI const & error, KZFormatContext const & context);
+};
+
+/// Messages of a module. A text that can't be had is told by the words of the text, never by an error.
+///
+/// The module must stay loaded as long as the source and the errors that hold it.
+class KZ_EXPORT RCMessageSource : public KZMessageSource {
+public:
+    RCMessageSource(RCMessageSource const &) = default;
+    RCMessageSource & operator=(RCMessageSource const &) = delete;
+    ~RCMessageSource() override;
+
+    unsigned long AddRef() const override;
+    unsigned long Release() const override;
+    /// The number of holders.
+    unsigned long NbRef() const noexcept { return count_.Get(); }
+
+    /// Always success.
+    KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
+                       KZFormatContext const & context) const override;
+    /// Always success. An expanded text is cut to 2,999 units.
+    KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
+                      std::va_list * arguments) const override;
+    KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const override;
+    /// True when there is a module.
+    bool IsValid() const override;
+    /// Empty.
+    char16_t const * GetDefaultLanguage() const override;
+    /// Errors: always 1; `out` is untouched.
+    KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const override;
+
+protected:
+    /// `module`: KZ_THIS_MODULE, or the handle of a loaded module.
+    explicit RCMessageSource(void * module) noexcept : module_(module) {}
+
+    /// Puts the text of `code` in the language numbered `languageId` into `out`, and tells whether there was one.
+    virtual bool RetrieveMessage(KZString & out, long code, long languageId) const;
+    /// The same by a language code, which `GetLanguageID` turns into a number.
+    virtual bool RetrieveMessage(KZString & out, long code, char16_t const * language) const;
+
+    /// The number of a language code of three letters, case ignored: "enu", "fra", "nld", "deu", "jpn", "kor", "ptb",
+    /// "esp", "esm". Any other text, and null, gives 1024, the neutral language.
+    static long GetLanguageID(char16_t const * language) noexcept;
+
+    [[nodiscard]] void * GetModule() const noexcept { return module_; }
+
+private:
+    KZCounter count_;
+    void * module_;
+};
+
+/// The string table of a module: texts of 499 units at most, in the language of the thread, whatever language is asked
+/// for. A missing text is empty.
+class KZ_EXPORT RCStringTableMsgSource : public RCMessageSource {
+public:
+    explicit RCStringTableMsgSource(void * module) noexcept : RCMessageSource(module) {}
+    ~RCStringTableMsgSource() override;
+
+protected:
+    using RCMessageSource::RetrieveMessage;
+    bool RetrieveMessage(KZString & out, long code, long languageId) const override;
+};
+
+/// The message table of a module, or of the system when `module` is null; a code of the system is an error number.
+///
+/// A text is taken in the language asked for, or the nearest to it that there is: another form of that language, one
+/// for all languages, English, the first. A missing text is
+/// "Internal Error in RCMessageTableSource::RetrieveMessage", and a line with the error number on standard output.
+class KZ_EXPORT RCMessageTableSource : public RCMessageSource {
+public:
+    explicit RCMessageTableSource(void * module) noexcept : RCMessageSource(module) {}
+    ~RCMessageTableSource() override;
+
+protected:
+    using RCMessageSource::RetrieveMessage;
+    bool RetrieveMessage(KZString & out, long code, long languageId) const override;
+};
+
+/// Messages in a map in memory, one text for all languages. Copies have a map of their own.
+///
+/// Thread safety: fill it before sharing it.
+class KZ_EXPORT KZInRAMMessageSource : public KZMessageSource {
+public:
+    KZInRAMMessageSource() = default;
+    KZInRAMMessageSource(KZInRAMMessageSource const &) = default;
+    KZInRAMMessageSource & operator=(KZInRAMMessageSource const &) = default;
+    ~KZInRAMMessageSource() override;
+
+    /// Sets the text of `code`; a code that has one keeps it.
+    void Add(long code, KZString const & text);
+
+    unsigned long AddRef() const override;
+    unsigned long Release() const override;
+    /// The number of holders.
+    unsigned long NbRef() const noexcept { return count_.Get(); }
+
+    KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
+                       KZFormatContext const & context) const override;
+    /// Does nothing: `out` stays as it was, with success. Callers rely on it.
+    KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
+                      std::va_list * arguments) const override;
+    /// "This message cannot be found" for a missing code, with success.
+    KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const override;
+    /// True.
+    bool IsValid() const override;
+    /// Empty.
+    char16_t const * GetDefaultLanguage() const override;
+    /// Errors: always 1; `out` is untouched.
+    KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const override;
+
+private:
+    KZCounter count_;
+    std::map<long, KZString> texts_;
 };

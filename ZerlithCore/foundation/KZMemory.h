@@ -27,7 +27,7 @@ public:
     /// Frees a block of `New`; `size` is what was asked for. Null does nothing.
     static void Delete(void * block, std::size_t size) noexcept;
 
-    /// The bytes asked for and not yet freed, over all threads. While other threads allocate, a figure that was true
-    /// of each of them at some moment of the call.
+    /// The bytes asked for and not yet freed, over all threads. Exact while no other thread allocates or frees; else a
+    /// figure in which some of what happens meanwhile is counted and some isn't.
     [[nodiscard]] static std::size_t GetUsedMemory() noexcept;
 };

@@ -14,7 +14,7 @@ using Core = KZDetail::VectorCore<KZRawVector>;
 // A constructor reaches no hook of a derived class: those that copy elements otherwise have copy constructors of
 // their own.
 KZRawVector::KZRawVector(KZRawVector const & other) : elementSize_(other.elementSize_) {
-    Core::InsertRange(*this, nullptr, other.first_, other.last_);
+    Core::CopyFrom(*this, other);
 }
 
 KZRawVector::KZRawVector(KZRawVector && other) noexcept

@@ -88,16 +88,16 @@ private:
 /// A KZSmartPtrVector whose erase of one element runs under a lock.
 ///
 /// The lock isn't owned and must outlive the vector; a copy uses the same one, assignment leaves both where they are.
-/// `Lock` needs `lock` and `unlock`.
+/// `LockType` needs `lock` and `unlock`.
 ///
 /// Thread safety: the erase of one element may be called from any thread. For everything else the caller holds the
 /// lock.
-template <class T, class Lock = KZCriticalSection>
+template <class T, class LockType = KZCriticalSection>
 class KZSmartPtrVectorMutexedBase : public KZSmartPtrVector<T> {
     using Base = KZSmartPtrVector<T>;
 
 public:
-    explicit KZSmartPtrVectorMutexedBase(Lock & lock) noexcept : lock_(&lock) {}
+    explicit KZSmartPtrVectorMutexedBase(LockType & lock) noexcept : lock_(&lock) {}
     KZSmartPtrVectorMutexedBase(KZSmartPtrVectorMutexedBase const & other) = default;
 
     KZSmartPtrVectorMutexedBase & operator=(KZSmartPtrVectorMutexedBase const & other) {
@@ -105,13 +105,17 @@ public:
         return *this;
     }
 
+    /// The vector as something to lock: forwards to the lock.
+    void Lock() { lock_->lock(); }
+    void Unlock() { lock_->unlock(); }
+
     using Base::erase;
 
     unsigned char * erase(unsigned char * where) override {
-        std::lock_guard<Lock> const guard(*lock_);
+        std::lock_guard<LockType> const guard(*lock_);
         return Base::erase(where);
     }
 
 private:
-    Lock * lock_;
+    LockType * lock_;
 };

@@ -11,9 +11,7 @@ namespace {
 using Core = KZDetail::VectorCore<KZVoidPtrVector>;
 }
 
-KZVoidPtrVector::KZVoidPtrVector(KZVoidPtrVector const & other) {
-    Core::InsertRange(*this, nullptr, other.first_, other.last_);
-}
+KZVoidPtrVector::KZVoidPtrVector(KZVoidPtrVector const & other) { Core::CopyFrom(*this, other); }
 
 KZVoidPtrVector::KZVoidPtrVector(KZVoidPtrVector && other) noexcept
     : first_(std::exchange(other.first_, nullptr))

@@ -58,6 +58,14 @@ struct VectorCore {
         v.end_ = block + Units(v, capacity);
     }
 
+    /// Fills a vector without a block.
+    static void CopyFrom(Vector & v, Vector const & other) {
+        unsigned int const count = other.size();
+        if (count == 0) return;
+        Unit * const block = v.Alloc(count);
+        SetBlock(v, block, v.OptCopy(other.first_, other.last_, block), count);
+    }
+
     static void Reserve(Vector & v, unsigned int count) {
         if (count <= v.capacity()) return;
         if (count > v.max_size()) throw std::length_error("vector<T> too long");

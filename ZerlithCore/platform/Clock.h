@@ -13,7 +13,7 @@ namespace KZPlatform {
 [[nodiscard]] std::int64_t MonotonicNanoseconds() noexcept;
 
 /// A moment as a calendar and a clock show it.
-struct CalendarTime {
+struct BrokenDownTime {
     int year;    // 2026
     int month;   // 1 to 12
     int day;     // 1 to 31
@@ -24,11 +24,10 @@ struct CalendarTime {
     int millisecond;
 };
 
-/// The moment `milliseconds` after 1970-01-01 00:00 UTC, in the local zone or in UTC. A moment that the system's
-/// calendar can't show is all 0.
+/// The moment `milliseconds` after 1970-01-01 00:00 UTC, in the local zone or in UTC.
 ///
 /// Thread safety: callable from any thread.
-[[nodiscard]] CalendarTime ToLocalTime(std::int64_t milliseconds) noexcept;
-[[nodiscard]] CalendarTime ToUtcTime(std::int64_t milliseconds) noexcept;
+[[nodiscard]] BrokenDownTime ToLocalTime(std::int64_t milliseconds) noexcept;
+[[nodiscard]] BrokenDownTime ToUtcTime(std::int64_t milliseconds) noexcept;
 
 } // namespace KZPlatform

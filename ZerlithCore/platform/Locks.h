@@ -11,6 +11,7 @@
 #include "ZerlithCore/platform/Export.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 namespace KZPlatform {
@@ -55,6 +56,14 @@ KZ_EXPORT bool PulseWaiters(WaitHandle event) noexcept;
 
 /// Waits until the event is set or the mutex is the caller's: `waitDone`, `waitAbandoned`, `waitTimedOut` or `waitFailed`.
 KZ_EXPORT std::uint32_t WaitFor(WaitHandle handle, std::uint32_t milliseconds) noexcept;
+
+/// Waits for a release that comes after `NoteReleases`, or was noted as there already. Between the two calls the caller may
+/// leave a lock, say, without missing anything.
+[[nodiscard]] std::uint32_t NoteReleases(WaitHandle event) noexcept;
+std::uint32_t WaitForReleaseAfter(WaitHandle event, std::uint32_t noted, std::uint32_t milliseconds) noexcept;
+
+/// Waits until one of `events`, at most 64, is set: its index, `waitTimedOut` or `waitFailed`. Of several the first counts.
+KZ_EXPORT std::uint32_t WaitForAny(std::span<WaitHandle const> events, std::uint32_t milliseconds) noexcept;
 
 /// Unlocks `mutex` and waits for `event` in one step: no post and no pulse that comes after the unlocking is missed.
 KZ_EXPORT std::uint32_t UnlockAndWaitFor(WaitHandle mutex, WaitHandle event,

@@ -59,8 +59,19 @@ std::vector<std::uint32_t> FindAll(std::u16string_view text, std::u16string_view
     }
 }
 
+// Where a block stands in its memory. On current x86 processors a copy of many bytes is slower by half, on some by ten
+// times, when the destination lies some bytes ahead of the source modulo 4096; behind it or equal it may lie. Allocators
+// place large blocks alike, standard strings have no header, so a text right behind ours would lie 12 bytes ahead of them.
+// In large blocks it lies 64 bytes ahead instead, where both ways are fast. Measured: 84 against 149 GB/s for 32 KB.
+
+constexpr std::uint32_t LargeCapacity = 2048;
+
+constexpr std::size_t Lead(std::uint32_t capacity) noexcept {
+    return capacity < LargeCapacity ? 0 : 64 - HeaderSize;
+}
+
 constexpr std::size_t BlockSize(std::uint32_t capacity) noexcept {
-    return HeaderSize + (std::size_t{capacity} + 1) * UnitSize;
+    return Lead(capacity) + HeaderSize + (std::size_t{capacity} + 1) * UnitSize;
 }
 
 } // namespace
@@ -246,11 +257,14 @@ void KZString::ResizeCapacity(std::uint32_t need) {
 }
 
 KZString::DataDef * KZString::Alloc(std::uint32_t capacity) {
-    void * const memory = KMMemoryPool::New(BlockSize(capacity));
-    return ::new (memory) DataDef{capacity, 0, 0, {u'\0'}};
+    auto * const memory = static_cast<std::byte *>(KMMemoryPool::New(BlockSize(capacity)));
+    return ::new (memory + Lead(capacity)) DataDef{capacity, 0, 0, {u'\0'}};
 }
 
-void KZString::Free(DataDef * block) noexcept { KMMemoryPool::Delete(block, BlockSize(block->capacity)); }
+void KZString::Free(DataDef * block) noexcept {
+    std::uint32_t const capacity = block->capacity;
+    KMMemoryPool::Delete(reinterpret_cast<std::byte *>(block) - Lead(capacity), BlockSize(capacity));
+}
 
 void KZString::Drop(DataDef * block) noexcept {
     // A sole holder needs no atomic write: nobody is left who could copy the handle meanwhile.

@@ -180,7 +180,8 @@ public:
     /// end, which clears the string.
     void Remove(unsigned int position, unsigned int count);
     /// Replaces each `from` by `to`, from left to right; what was put in isn't searched again. Null or empty `from`
-    /// does nothing; null `to` is empty. Cost: linear in the text and the result.
+    /// does nothing; null `to` is empty. The capacity grows as if each hit were removed and inserted by itself. Cost:
+    /// linear in the text and the result, with one allocation for a result that is longer.
     void Replace(char16_t const * from, char16_t const * to);
     void Replace(KZString const & from, char16_t const * to) { Replace(from.c_str(), to); }
     void Replace(KZString const & from, KZString const & to) { Replace(from.c_str(), to.c_str()); }
@@ -203,11 +204,12 @@ public:
     /// The same with a set: removes everything behind the last unit at or before `position` that isn't in `set`.
     void RTrim(char16_t const * set = u" \t", unsigned int position = npos);
 
-    /// Replaces the text by the expansion of a printf-style `format`.
+    /// Replaces the text by the expansion of a printf-style `format`, up to the first 0 unit in it.
     ///
-    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64 ("%s" is a text
-    /// of units, "%S" and "%hs" one of bytes). F, L and N are skipped. An unknown conversion writes its letter; a
-    /// null text prints "(null)". Arguments may point into this string.
+    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. "%s" is a text of
+    /// units, "%S" and "%hs" one of bytes in UTF-8; widths, precisions and "%n" count units. F, L and N are skipped.
+    /// An unknown conversion writes its letter; a null text prints "(null)". Numbers look as in the C locale.
+    /// Arguments may point into this string. Widths, and precisions of numbers, end at 1,048,576.
     void Format(char16_t const * format, ...);
     /// The same with a started argument list; a template, so that it never competes with the form above.
     template <class ArgumentList>
@@ -236,13 +238,13 @@ public:
 
     /// Replaces the text by `source` as `converter` reads it.
     /// Errors: 10 when the converter isn't valid, and the converter's own; the string is then as the converter left it.
-    KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> converter);
+    KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter);
     static KZErrorID ConvertToUnicode(KZString & string, char const * source,
-                                      KZSmartPtr<KZStringConverter> converter);
+                                      KZSmartPtr<KZStringConverter> const & converter);
     /// Puts the text into `out` as `converter` writes it, and returns the converter's error.
-    KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> converter) const;
+    KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> const & converter) const;
     /// What `converter`, or the code page, made of the text; an error is dropped on purpose.
-    [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> converter) const;
+    [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> const & converter) const;
     [[nodiscard]] std::string AsMbString(unsigned int codePage) const;
     /// The text as UTF-8; lone surrogates become U+FFFD.
     [[nodiscard]] std::string AsUTF8() const;

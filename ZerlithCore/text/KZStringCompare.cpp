@@ -1,18 +1,50 @@
+#include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZUnitCompare.h"
 
-int KZCompareUnits(char16_t const * a, char16_t const * b) noexcept {
-    while (*a == *b && *a != 0) {
-        ++a;
-        ++b;
-    }
-    return (*a > *b) - (*a < *b);
+#include <new>
+
+namespace {
+
+// A collator of 128 KB, made on first use, that holds one reference for the life of the process: destructors of static
+// objects may still compare. Null when there is no memory.
+template <class Collator>
+KZCollator const * SharedCollator() {
+    static KZCollator const * const collator = [] {
+        auto * const made = new (std::nothrow) Collator(1);
+        if (made) made->AddRef();
+        return made;
+    }();
+    return collator;
 }
 
+KZCollator const * CollatorFor(long flags) {
+    switch (flags & (KZString::IgnoreCase | KZString::IgnoreAccent)) {
+    case KZString::IgnoreCase: return SharedCollator<KZTableIgnoreCaseCollator>();
+    case KZString::IgnoreAccent: return SharedCollator<KZTableIgnoreAccentCollator>();
+    case KZString::IgnoreCase | KZString::IgnoreAccent:
+        return SharedCollator<KZTableIgnoreCaseAndAccentCollator>();
+    default: return nullptr;
+    }
+}
+
+int CompareTexts(KZString const & lhs, char16_t const * rhs, KZCollator const * collator) {
+    if (!rhs) return lhs.IsNull() ? 0 : -1;
+    return collator ? collator->Compare(lhs.c_str(), rhs) : KZCompareUnits(lhs.c_str(), rhs);
+}
+
+} // namespace
+
 int KZString::Compare(char16_t const * rhs, long flags) const {
-    static_cast<void>(flags);
-    if (!rhs) return IsNull() ? 0 : -1;
-    return KZCompareUnits(c_str(), rhs);
+    return CompareTexts(*this, rhs, rhs ? CollatorFor(flags) : nullptr);
 }
 
 int KZString::Compare(KZString const & rhs, long flags) const { return Compare(rhs.c_str(), flags); }
+
+int KZString::Compare(char16_t const * rhs, KZSmartPtrToConst<KZCollator> const & collator) const {
+    return CompareTexts(*this, rhs, collator);
+}
+
+int KZString::Compare(KZString const & rhs, KZSmartPtrToConst<KZCollator> const & collator) const {
+    return Compare(rhs.c_str(), collator);
+}

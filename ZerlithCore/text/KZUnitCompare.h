@@ -3,4 +3,4 @@
 #pragma once
 
 /// -1, 0 or 1 as `a` stands before, at or behind `b`, up to their first 0 units. Neither is null.
-int KZCompareUnits(char16_t const * a, char16_t const * b) noexcept;
+[[nodiscard]] int KZCompareUnits(char16_t const * a, char16_t const * b) noexcept;

@@ -77,18 +77,23 @@ KZUnitScan::Finder::Finder(char16_t const * needle, std::size_t size) noexcept
 
 #ifdef __SSE2__
 
-// Aligned loads never cross into a page that the text doesn't touch; the sanitizers can't know that.
+// A load that begins and ends in one page is harmless wherever the text ends; the sanitizers can't know that. The first
+// load is refused only at the end of a page; the aligned loads that follow never cross one.
 __attribute__((no_sanitize("address", "thread"))) std::size_t
 KZUnitScan::Length(char16_t const * text) noexcept {
-    char16_t const * p = text;
-    for (; reinterpret_cast<std::uintptr_t>(p) % sizeof(__m128i) != 0; ++p) {
-        if (*p == u'\0') return static_cast<std::size_t>(p - text);
+    constexpr std::uintptr_t Page = 4096;
+    auto const address = reinterpret_cast<std::uintptr_t>(text);
+    __m128i const zero = _mm_setzero_si128();
+    if (address % Page <= Page - sizeof zero) {
+        auto const first = _mm_loadu_si128(reinterpret_cast<__m128i const *>(text));
+        unsigned const hits = Mask(_mm_cmpeq_epi16(first, zero));
+        if (hits != 0) return FirstOf(hits);
     }
-    for (__m128i const zero = _mm_setzero_si128();; p += Block) {
-        unsigned const hits =
-            Mask(_mm_cmpeq_epi16(_mm_load_si128(reinterpret_cast<__m128i const *>(p)), zero));
-        if (hits != 0) return static_cast<std::size_t>(p - text) + FirstOf(hits);
-    }
+    auto const * place = reinterpret_cast<__m128i const *>(address & ~(sizeof zero - 1));
+    unsigned hits = Mask(_mm_cmpeq_epi16(*place, zero));
+    hits &= ~0U << address % sizeof zero; // Units in front of the text don't count.
+    while (hits == 0) hits = Mask(_mm_cmpeq_epi16(*++place, zero));
+    return static_cast<std::size_t>(reinterpret_cast<char16_t const *>(place) - text) + FirstOf(hits);
 }
 
 std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char16_t unit) noexcept {
@@ -112,19 +117,32 @@ std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char1
 std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t count) const noexcept {
     if (size_ == 1) return FindUnit(text, count, *needle_);
     if (count < size_ + Block - 1) return FindTextPlainly(text, count, needle_, size_);
-    __m128i const firstUnit = Spread(needle_[probes_[0]]);
-    __m128i const secondUnit = Spread(needle_[probes_[1]]);
     std::size_t const places = count - size_ + 1;
-    for (std::size_t i = 0; i < places; i += Block) {
-        std::size_t const start = std::min(i, places - Block);
-        __m128i const first = _mm_cmpeq_epi16(Load(text + start + probes_[0]), firstUnit);
-        __m128i const second = _mm_cmpeq_epi16(Load(text + start + probes_[1]), secondUnit);
-        for (unsigned hits = Mask(_mm_and_si128(first, second)); hits != 0;) {
+    __m128i const first = Spread(needle_[probes_[0]]);
+    __m128i const second = Spread(needle_[probes_[1]]);
+    // The places from `start` on where both probes agree.
+    auto const agree = [&](std::size_t start) {
+        return _mm_and_si128(_mm_cmpeq_epi16(Load(text + start + probes_[0]), first),
+                             _mm_cmpeq_epi16(Load(text + start + probes_[1]), second));
+    };
+    auto const verify = [&](std::size_t start, unsigned hits) {
+        for (; hits != 0; hits &= hits - 1, hits &= hits - 1) { // Each place has two bits.
             std::size_t const place = start + FirstOf(hits);
             if (std::memcmp(text + place, needle_, size_ * sizeof *needle_) == 0) return place;
-            hits &= hits - 1; // Each place has two bits.
-            hits &= hits - 1;
         }
+        return count;
+    };
+    std::size_t i = 0;
+    for (; i + 2 * Block <= places; i += 2 * Block) {
+        __m128i const low = agree(i);
+        __m128i const high = agree(i + Block);
+        if (Mask(_mm_or_si128(low, high)) == 0) continue;
+        if (std::size_t const place = verify(i, Mask(low) | Mask(high) << 16); place != count) return place;
+    }
+    // What is left is looked at in blocks that end at the end, and may begin with places already seen.
+    for (; i < places; i += Block) {
+        std::size_t const start = std::min(i, places - Block);
+        if (std::size_t const place = verify(start, Mask(agree(start))); place != count) return place;
     }
     return count;
 }

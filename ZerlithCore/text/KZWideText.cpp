@@ -1,5 +1,7 @@
 #include "ZerlithCore/text/KZWideText.h"
 
+#include "ZerlithCore/text/KZStringText.h"
+
 #include <algorithm>
 #include <ostream>
 
@@ -49,8 +51,7 @@ void KZAppendWide(std::u16string & string, wchar_t character) {
 }
 
 std::wostream & operator<<(std::wostream & stream, KZString const & string) {
-    std::u16string_view units(string);
-    units = units.substr(0, units.find(u'\0'));
+    std::u16string_view units = KZTextOf(string);
     if (stream.width() != 0) return stream << KZToWide(units);
     // Pieces on the stack; the joiner carries a pair over their border.
     KZWideJoiner joiner;

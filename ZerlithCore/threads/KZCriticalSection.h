@@ -17,7 +17,7 @@
 class KZ_EXPORT KZCriticalSection {
 public:
     /// Makes the lock, and enters it at once if `lockNow` is true.
-    explicit KZCriticalSection(bool lockNow = false) noexcept {
+    constexpr explicit KZCriticalSection(bool lockNow = false) noexcept {
         if (lockNow) Lock();
     }
     KZCriticalSection(KZCriticalSection const &) = delete;

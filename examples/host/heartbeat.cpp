@@ -20,7 +20,8 @@ public:
     }
 
     KZErrorID Run() override {
-        std::wostream & log = (*KZApplication::GetLogManager().GetChannel(channel_))->GetStream().GetStream(1);
+        std::wostream & log =
+            (*KZApplication::GetLogManager().GetChannel(channel_))->GetStream().GetStream(1);
         for (unsigned int beat = 1; beats_ == 0 || beat <= beats_; ++beat) {
             KZString line;
             line.Format(u"beat %u", beat);

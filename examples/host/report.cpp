@@ -47,7 +47,8 @@ private:
         KZLockedCOUT console;
         std::wostream & out = console.GetCout(1);
         out << Text(Summary, context, counts.FileName(), counts.Words(), counts.Different()) << L'\n';
-        for (auto const & [word, count] : counts.Top(top_)) out << L"  " << Text(Line, context, word, count) << L'\n';
+        for (auto const & [word, count] : counts.Top(top_))
+            out << L"  " << Text(Line, context, word, count) << L'\n';
         out.flush();
     }
 
@@ -58,9 +59,11 @@ private:
 
 } // namespace
 
-KZ_MODULE_MESSAGES({Summary, KZLanguage::EnglishUS, u"%0:s: %1:d words, %2:d different ones. The most frequent:"},
+KZ_MODULE_MESSAGES({Summary, KZLanguage::EnglishUS,
+                    u"%0:s: %1:d words, %2:d different ones. The most frequent:"},
                    {Line, KZLanguage::EnglishUS, u"\"%0:s\" stands there %1:d times"},
-                   {Summary, KZLanguage::French, u"%0:s : %1:d mots, dont %2:d différents. Les plus fréquents :"},
+                   {Summary, KZLanguage::French,
+                    u"%0:s : %1:d mots, dont %2:d différents. Les plus fréquents :"},
                    {Line, KZLanguage::French, u"« %0:s » y figure %1:d fois"})
 
 extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() { return new Report; }

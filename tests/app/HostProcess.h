@@ -24,7 +24,9 @@ public:
     TestDirectory(TestDirectory const &) = delete;
     TestDirectory & operator=(TestDirectory const &) = delete;
 
-    std::string Path(std::string const & name = "") const { return name.empty() ? path_ : path_ + '/' + name; }
+    std::string Path(std::string const & name = "") const {
+        return name.empty() ? path_ : path_ + '/' + name;
+    }
     std::string Write(std::string const & name, std::string const & text) const {
         std::ofstream(Path(name), std::ios::binary) << text;
         return Path(name);

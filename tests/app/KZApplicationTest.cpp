@@ -34,7 +34,9 @@ struct Fixture : testing::Test {
     std::string told;
     KZSmartPtr<KZLogSubscriberI> capture{new Capture(told)};
     KZString Line(std::string const & options) const { return Units("tool " + options); }
-    std::string Config(std::string const & text) const { return "/config:" + place.Write("tool.ini", text) + ' '; }
+    std::string Config(std::string const & text) const {
+        return "/config:" + place.Write("tool.ini", text) + ' ';
+    }
 };
 
 using KZApplicationTest = Fixture;
@@ -90,7 +92,8 @@ TEST_F(KZApplicationTest, ApplicationsNestAndLeaveTheirChannelsSilent) {
         EXPECT_EQ(KZApplicationWithPlugIns::GetApp(), nullptr);
     }
     EXPECT_EQ(KZApplication::GetApp(), outer.get());
-    (*KZApplication::GetLogManager().GetChannel(channel))->GetStream().GetStream(1) << L"nobody" << std::flush;
+    (*KZApplication::GetLogManager().GetChannel(channel))->GetStream().GetStream(1)
+        << L"nobody" << std::flush;
     KZLockedCOUT().GetCout(0) << L"to the other" << std::flush;
     EXPECT_EQ(inner, "2:to the newest");
     EXPECT_EQ(told, "0:to the other");
@@ -118,7 +121,8 @@ TEST_F(KZApplicationTest, ShowsItsUsageInColumns) {
     EXPECT_TRUE(application.DisplayUsageIfNecessary(&out));
     std::wstring const text = out.str();
     std::wstring const banner(78, L'*');
-    EXPECT_EQ(text.find(banner + L'\n' + banner + L"\nUSAGE: test_app [options list] \n" + banner + L"\nOptions list: \n"),
+    EXPECT_EQ(text.find(banner + L'\n' + banner + L"\nUSAGE: test_app [options list] \n" + banner +
+                        L"\nOptions list: \n"),
               0U)
         << testing::PrintToString(text);
     EXPECT_NE(text.find(L"   /noConsole            Write nothing to the console."), std::wstring::npos);

@@ -34,14 +34,15 @@ TEST(KZHost, OrdersThreeLevelsAndTearsDownInReverse) {
     TestDirectory const place;
     std::vector<std::string> const names{"c", "a", "b", "d"};
     HostResult const result = RunWithList(place, names);
-    EXPECT_EQ(result.console, Retrieving(place, names) + ">>>> Initializing <A>... Done.\n"
-                                                         ">>>> Initializing <D>... Done.\n"
-                                                         ">>>> Initializing <B>... Done.\n"
-                                                         ">>>> Initializing <C>... Done.\n"
-                                                         "RUN> Running <A>...\nA runs\n"
-                                                         "RUN> Running <D>...\nD runs\n"
-                                                         "RUN> Running <B>...\nB runs\n"
-                                                         "RUN> Running <C>...\nC runs\n" +
+    EXPECT_EQ(result.console, Retrieving(place, names) +
+                                  ">>>> Initializing <A>... Done.\n"
+                                  ">>>> Initializing <D>... Done.\n"
+                                  ">>>> Initializing <B>... Done.\n"
+                                  ">>>> Initializing <C>... Done.\n"
+                                  "RUN> Running <A>...\nA runs\n"
+                                  "RUN> Running <D>...\nD runs\n"
+                                  "RUN> Running <B>...\nB runs\n"
+                                  "RUN> Running <C>...\nC runs\n" +
                                   Quit +
                                   ">>>> Unloading <C>... Done.\n>>>> Unloading <B>... Done.\n"
                                   ">>>> Unloading <D>... Done.\n>>>> Unloading <A>... Done.\n" +
@@ -51,13 +52,15 @@ TEST(KZHost, OrdersThreeLevelsAndTearsDownInReverse) {
 
 TEST(KZHost, RefusesWhatItCannotUseAndGoesOn) {
     TestDirectory const place;
-    std::vector<std::string> const names{"a", "clash", "noentry", "failing", "needsfailing", "needsmissing", "nameless"};
+    std::vector<std::string> const names{
+        "a", "clash", "noentry", "failing", "needsfailing", "needsmissing", "nameless"};
     HostResult const result = RunWithList(place, names);
     std::string expected = Start + "Retrieving plug-ins from " + place.Path("my.lst") + "...\n";
     expected += Loading({"a", "clash"});
-    expected += "ERR> ***<Clash> ID's is used by another plugin or the plugin is already loaded in the application.\n"
-                "LoaPlugIn failed on " +
-                Library("clash") + ": AddPlugIn failed\nClash is deleted\n";
+    expected +=
+        "ERR> ***<Clash> ID's is used by another plugin or the plugin is already loaded in the application.\n"
+        "LoaPlugIn failed on " +
+        Library("clash") + ": AddPlugIn failed\nClash is deleted\n";
     expected += Loading({"noentry"}) + "LoadPlugIn failed on " + Library("noentry") +
                 ": Cannot locate \"GetPlugInObject\" entry point\n";
     expected += Loading({"failing", "needsfailing", "needsmissing", "nameless"});
@@ -68,7 +71,8 @@ TEST(KZHost, RefusesWhatItCannotUseAndGoesOn) {
                 "ERR> ***<Needs failing> Can't find dependent <Failing>\n"
                 "RUN> Running <A>...\nA runs\n";
     expected += Quit + ">>>> Unloading <Failing>... Done.\n>>>> Unloading <A>... Done.\n" + End +
-                "A is deleted\nFailing is deleted\nNeeds failing is deleted\nMissing is deleted\nNameless is deleted\n" +
+                "A is deleted\nFailing is deleted\nNeeds failing is deleted\nMissing is deleted\nNameless is "
+                "deleted\n" +
                 Exit;
     EXPECT_EQ(result.console, expected);
 }
@@ -80,7 +84,8 @@ TEST(KZHost, OutlivesPlugInsThatThrowOrFault) {
     EXPECT_EQ(result.status, 0);
     std::string const & console = result.console;
     auto const at = [&](char const * text) { return console.find(text); };
-    EXPECT_NE(at("RUN> Running <Throwing>...\nThrowing runs\nERR> ***thrown on purpose\n"), std::string::npos) << console;
+    EXPECT_NE(at("RUN> Running <Throwing>...\nThrowing runs\nERR> ***thrown on purpose\n"), std::string::npos)
+        << console;
     EXPECT_NE(at("RUN> Running <Faulting>...\nFaulting runs\n"), std::string::npos) << console;
     EXPECT_NE(at("RUN> Running <A>...\nA runs\n"), std::string::npos) << console;
     EXPECT_GT(at("A runs"), at("Faulting runs"));
@@ -91,14 +96,15 @@ TEST(KZHost, OutlivesPlugInsThatThrowOrFault) {
 TEST(KZHost, InitialisesMembersBeforeTheirContainer) {
     TestDirectory const place;
     HostResult const good = RunWithList(place, {"container", "a"});
-    EXPECT_EQ(good.console, Retrieving(place, {"container", "a"}) +
-                                ">>>> Initializing <First>... Done.\n>>>> Initializing <A>... Done.\n"
-                                ">>>> Initializing <Second>... Done.\n>>>> Initializing <Container>... Done.\n"
-                                "RUN> Running <First>...\nRUN> Running <A>...\nA runs\nRUN> Running <Second>...\n" +
-                                Quit +
-                                ">>>> Unloading <Container>... Done.\n>>>> Unloading <Second>... Done.\n"
-                                ">>>> Unloading <A>... Done.\n>>>> Unloading <First>... Done.\n" +
-                                End + "A is deleted\n" + Exit);
+    EXPECT_EQ(good.console,
+              Retrieving(place, {"container", "a"}) +
+                  ">>>> Initializing <First>... Done.\n>>>> Initializing <A>... Done.\n"
+                  ">>>> Initializing <Second>... Done.\n>>>> Initializing <Container>... Done.\n"
+                  "RUN> Running <First>...\nRUN> Running <A>...\nA runs\nRUN> Running <Second>...\n" +
+                  Quit +
+                  ">>>> Unloading <Container>... Done.\n>>>> Unloading <Second>... Done.\n"
+                  ">>>> Unloading <A>... Done.\n>>>> Unloading <First>... Done.\n" +
+                  End + "A is deleted\n" + Exit);
     HostResult const bad = RunWithList(place, {"badcontainer", "a"});
     EXPECT_EQ(bad.console.find("Initializing <Container>"), std::string::npos) << bad.console;
     EXPECT_NE(bad.console.find("RUN> Running <A>"), std::string::npos) << bad.console;
@@ -121,7 +127,8 @@ TEST(KZHost, StopsAThreadedPlugInOnSigint) {
 
 TEST(KZHost, TakesPlugInsFromTheConfigurationFile) {
     TestDirectory const place;
-    std::string const config = place.Write("host.ini", "[PlugIns]\nfirst=" + Library("a") + "\n" + Library("d") + "\n");
+    std::string const config =
+        place.Write("host.ini", "[PlugIns]\nfirst=" + Library("a") + "\n" + Library("d") + "\n");
     HostResult const result = RunHost(TEST_HOST, {"/config:" + config, "/osxpath:/nowhere"}, place.Path());
     EXPECT_EQ(result.console, ">>>> Initializing <ZerlithCore PlugIn>... Done.\n"
                               "Retrieving plug-ins from " +
@@ -132,16 +139,17 @@ TEST(KZHost, TakesPlugInsFromTheConfigurationFile) {
                                   "A is deleted\nD is deleted\n" + Exit);
     std::string const empty = place.Write("empty.ini", "[PlugIns]\n");
     EXPECT_EQ(RunHost(TEST_HOST, {"/config:" + empty}, place.Path()).console,
-              ">>>> Initializing <ZerlithCore PlugIn>... Done.\nRetrieving plug-ins from " + empty + "...\n" + Quit + End +
-                  Exit);
+              ">>>> Initializing <ZerlithCore PlugIn>... Done.\nRetrieving plug-ins from " + empty + "...\n" +
+                  Quit + End + Exit);
 }
 
 TEST(KZHost, TellsWhatItCannotFind) {
     TestDirectory const place;
     HostResult const nothing = RunHost(TEST_HOST, {}, place.Path());
     EXPECT_EQ(nothing.status, 1);
-    EXPECT_EQ(nothing.console, Start + "Retrieving plug-ins from ./*.osx...\nCouldn't find any OSX to load.\n" + Quit +
-                                   End + Exit);
+    EXPECT_EQ(nothing.console, Start +
+                                   "Retrieving plug-ins from ./*.osx...\nCouldn't find any OSX to load.\n" +
+                                   Quit + End + Exit);
     struct Case {
         char const * option;
         std::string expected;
@@ -156,7 +164,8 @@ TEST(KZHost, TellsWhatItCannotFind) {
     };
     for (Case const & each : cases) {
         HostResult const result = RunHost(TEST_HOST, {each.option}, place.Path());
-        EXPECT_NE(result.console.find(each.expected), std::string::npos) << each.option << '\n' << result.console;
+        EXPECT_NE(result.console.find(each.expected), std::string::npos) << each.option << '\n'
+                                                                         << result.console;
         EXPECT_EQ(result.status, 0) << each.option;
     }
 }
@@ -168,8 +177,8 @@ TEST(KZHost, ScansADirectoryAndWritesItsConsoleToAFile) {
     place.Write("set/readme.txt", "not a plug-in");
     HostResult const result =
         RunHost(TEST_HOST, {"/osxpath:set", "/trace:2", "/consoleToFile:console.log"}, place.Path());
-    EXPECT_NE(result.console.find("Retrieving plug-ins from set/*.osx...\nLoadLibrary on " + place.Path("set/a.osx") +
-                                  "...\n>>>> Initializing <A>... Done.\n"),
+    EXPECT_NE(result.console.find("Retrieving plug-ins from set/*.osx...\nLoadLibrary on " +
+                                  place.Path("set/a.osx") + "...\n>>>> Initializing <A>... Done.\n"),
               std::string::npos)
         << result.console;
     std::ifstream log(place.Path("console.log"));

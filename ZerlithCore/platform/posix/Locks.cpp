@@ -102,6 +102,11 @@ bool Check(int error) noexcept {
     return error == 0;
 }
 
+std::uint32_t Failure(int error) noexcept {
+    SetLastErrorNumber(error);
+    return waitFailed;
+}
+
 int InitialiseMutex(pthread_mutex_t & mutex, bool shared) noexcept {
     pthread_mutexattr_t attributes;
     if (int const error = pthread_mutexattr_init(&attributes); error != 0) return error;
@@ -133,10 +138,7 @@ int TimedLock(pthread_mutex_t & mutex, std::uint32_t milliseconds) noexcept {
 std::uint32_t LockMutex(WaitObject & object, std::uint32_t milliseconds) noexcept {
     int const error = TimedLock(*object.mutex, milliseconds);
     if (error == EBUSY || error == ETIMEDOUT) return waitTimedOut;
-    if (error != 0 && error != EOWNERDEAD) {
-        SetLastErrorNumber(error);
-        return waitFailed;
-    }
+    if (error != 0 && error != EOWNERDEAD) return Failure(error);
     pid_t const self = KernelThreadId();
     bool const again = error == 0 && object.owner.load(std::memory_order_relaxed) == self;
     object.depth = again ? object.depth + 1 : 1;
@@ -146,32 +148,25 @@ std::uint32_t LockMutex(WaitObject & object, std::uint32_t milliseconds) noexcep
     return waitAbandoned;
 }
 
-std::uint32_t WaitForRelease(WaitObject const & object, std::uint32_t released,
-                             Deadline const & deadline) noexcept {
-    EventState const & event = *object.event;
-    for (;;) {
-        std::uint32_t const word = WordOf(event.value.load(std::memory_order_seq_cst));
-        if (word != released) return waitDone;
-        int const error = FutexWait(WordAddress(event), word, object.Span(), deadline);
-        if (error != ETIMEDOUT) continue;
-        return WordOf(event.value.load(std::memory_order_acquire)) != released ? waitDone : waitTimedOut;
-    }
-}
+bool IsEvent(WaitHandle handle) noexcept { return handle && handle->event; }
 
-std::uint32_t WaitForEvent(WaitObject & object, std::uint32_t milliseconds) noexcept {
+/// Sleeps until the event's word isn't `noted` any more. Being counted as a waiter first makes whoever releases wake us.
+std::uint32_t SleepUntilReleased(WaitObject & object, std::uint32_t noted,
+                                 Deadline const & deadline) noexcept {
     EventState & event = *object.event;
-    if (IsSet(event.value.load(std::memory_order_acquire))) return waitDone;
-    if (milliseconds == 0) return waitTimedOut;
-    Deadline const deadline(milliseconds);
-    std::uint64_t const before = event.value.fetch_add(oneWaiter, std::memory_order_seq_cst);
-    std::uint32_t const result = IsSet(before) ? waitDone : WaitForRelease(object, WordOf(before), deadline);
+    std::uint32_t word = WordOf(event.value.fetch_add(oneWaiter, std::memory_order_seq_cst));
+    bool timedOut = false;
+    while (word == noted && !timedOut) {
+        timedOut = FutexWait(WordAddress(event), noted, object.Span(), deadline) == ETIMEDOUT;
+        word = WordOf(event.value.load(std::memory_order_acquire));
+    }
     event.value.fetch_sub(oneWaiter, std::memory_order_release);
-    return result;
+    return word != noted ? waitDone : waitTimedOut;
 }
 
 /// Counts a release, and wakes who waits. An event that is set already has no waiters.
 bool Release(WaitHandle handle, bool set) noexcept {
-    if (!handle || !handle->event) return Check(EINVAL);
+    if (!IsEvent(handle)) return Check(EINVAL);
     EventState & event = *handle->event;
     void const * const word = WordAddress(event);
     Reach const reach = handle->Span();
@@ -181,6 +176,36 @@ bool Release(WaitHandle handle, bool set) noexcept {
     } while (!event.value.compare_exchange_weak(before, Released(before, set), std::memory_order_seq_cst));
     if (before >= oneWaiter) FutexWake(word, 0x7FFFFFFF, reach);
     return true;
+}
+
+constexpr std::size_t maximumEvents = 64;
+
+futex_waitv WordToWaitFor(WaitObject const & object) noexcept {
+    futex_waitv word = {};
+    word.val = WordOf(object.event->value.load(std::memory_order_seq_cst));
+    word.uaddr = reinterpret_cast<std::uintptr_t>(WordAddress(*object.event));
+    word.flags = FUTEX_32 | static_cast<std::uint32_t>(object.Span());
+    return word;
+}
+
+/// The index of the first event that was set when its word was noted, or was released since.
+std::uint32_t FirstReleased(std::span<WaitHandle const> events, futex_waitv const * noted) noexcept {
+    for (std::uint32_t i = 0; i < events.size(); ++i) {
+        if (IsSet(noted[i].val) || NoteReleases(events[i]) != noted[i].val) return i;
+    }
+    return waitTimedOut;
+}
+
+std::uint32_t SleepUntilAnyReleased(std::span<WaitHandle const> events, futex_waitv * noted,
+                                    Deadline const & deadline) noexcept {
+    for (;;) {
+        std::uint32_t const first = FirstReleased(events, noted);
+        if (first != waitTimedOut) return first;
+        if (syscall(SYS_futex_waitv, noted, events.size(), 0, deadline.Moment(), CLOCK_MONOTONIC) >= 0)
+            continue;
+        if (errno == ETIMEDOUT) return FirstReleased(events, noted);
+        if (errno != EAGAIN && errno != EINTR) return Failure(errno);
+    }
 }
 
 bool IsThreadHere(pid_t thread) noexcept {
@@ -304,7 +329,7 @@ bool UnlockMutex(WaitHandle mutex) noexcept {
 bool PostEvent(WaitHandle event) noexcept { return Release(event, true); }
 
 bool ClearEvent(WaitHandle event) noexcept {
-    if (!event || !event->event) return Check(EINVAL);
+    if (!IsEvent(event)) return Check(EINVAL);
     event->event->value.fetch_and(~setBit, std::memory_order_acq_rel);
     return true;
 }
@@ -313,26 +338,41 @@ bool PulseWaiters(WaitHandle event) noexcept { return Release(event, false); }
 
 std::uint32_t WaitFor(WaitHandle handle, std::uint32_t milliseconds) noexcept {
     if (handle && handle->mutex) return LockMutex(*handle, milliseconds);
-    if (handle && handle->event) return WaitForEvent(*handle, milliseconds);
-    SetLastErrorNumber(EINVAL);
-    return waitFailed;
+    return WaitForReleaseAfter(handle, NoteReleases(handle), milliseconds);
+}
+
+std::uint32_t NoteReleases(WaitHandle event) noexcept {
+    return IsEvent(event) ? WordOf(event->event->value.load(std::memory_order_seq_cst)) : 0;
+}
+
+std::uint32_t WaitForReleaseAfter(WaitHandle event, std::uint32_t noted,
+                                  std::uint32_t milliseconds) noexcept {
+    if (!IsEvent(event)) return Failure(EINVAL);
+    if (IsSet(noted)) return waitDone;
+    if (milliseconds == 0) return NoteReleases(event) != noted ? waitDone : waitTimedOut;
+    return SleepUntilReleased(*event, noted, Deadline(milliseconds));
+}
+
+std::uint32_t WaitForAny(std::span<WaitHandle const> events, std::uint32_t milliseconds) noexcept {
+    if (events.empty() || events.size() > maximumEvents || !std::ranges::all_of(events, IsEvent)) {
+        return Failure(EINVAL);
+    }
+    Deadline const deadline(milliseconds);
+    futex_waitv words[maximumEvents] = {};
+    for (std::size_t i = 0; i < events.size(); ++i) {
+        words[i] = WordToWaitFor(*events[i]);
+        events[i]->event->value.fetch_add(oneWaiter, std::memory_order_seq_cst);
+    }
+    std::uint32_t const result =
+        milliseconds == 0 ? FirstReleased(events, words) : SleepUntilAnyReleased(events, words, deadline);
+    for (WaitHandle const event : events) event->event->value.fetch_sub(oneWaiter, std::memory_order_release);
+    return result;
 }
 
 std::uint32_t UnlockAndWaitFor(WaitHandle mutex, WaitHandle event, std::uint32_t milliseconds) noexcept {
-    if (!event || !event->event) {
-        SetLastErrorNumber(EINVAL);
-        return waitFailed;
-    }
-    // Who is counted before the mutex is free is let go by whatever is posted after it.
-    Deadline const deadline(milliseconds);
-    EventState & state = *event->event;
-    std::uint64_t const before = state.value.fetch_add(oneWaiter, std::memory_order_seq_cst);
-    std::uint32_t result = waitFailed;
-    if (UnlockMutex(mutex)) {
-        result = IsSet(before) ? waitDone : WaitForRelease(*event, WordOf(before), deadline);
-    }
-    state.value.fetch_sub(oneWaiter, std::memory_order_release);
-    return result;
+    if (!IsEvent(event)) return Failure(EINVAL);
+    std::uint32_t const noted = NoteReleases(event);
+    return UnlockMutex(mutex) ? WaitForReleaseAfter(event, noted, milliseconds) : waitFailed;
 }
 
 void CloseWait(WaitHandle handle) noexcept {

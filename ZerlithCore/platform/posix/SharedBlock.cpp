@@ -78,6 +78,9 @@ std::size_t FileSize(std::size_t size, std::u16string_view name) noexcept {
     return size + name.size() * sizeof(char16_t);
 }
 
+// A path to an open file, whether it has a name or not.
+std::string UnnamedPath(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+
 // Removes a file that nobody holds.
 void RemoveUnheld(std::string const & path) noexcept {
     Descriptor const file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
@@ -152,8 +155,9 @@ int SharedBlock::TryMake(std::string const & path, std::u16string_view name,
         std::memcpy(static_cast<char *>(memory_) + size_, name.data(), mapped_ - size_);
         error = initialise(memory_);
         if (error == 0) {
-            std::string const unnamed = "/proc/self/fd/" + std::to_string(descriptor_);
-            if (linkat(AT_FDCWD, unnamed.c_str(), AT_FDCWD, path.c_str(), AT_SYMLINK_FOLLOW) == 0) return 0;
+            if (linkat(AT_FDCWD, UnnamedPath(descriptor_).c_str(), AT_FDCWD, path.c_str(),
+                       AT_SYMLINK_FOLLOW) == 0)
+                return 0;
             error = errno == EEXIST ? again : errno;
             undo(memory_);
         }
@@ -163,7 +167,10 @@ int SharedBlock::TryMake(std::string const & path, std::u16string_view name,
 }
 
 int SharedBlock::Map() {
-    void * const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_SHARED, descriptor_, 0);
+    // Through an open file of its own: a map keeps its file open, and with it the lock, which must be able to end first.
+    Descriptor const file(open(UnnamedPath(descriptor_).c_str(), O_RDWR | O_CLOEXEC));
+    if (file.Get() < 0) return errno;
+    void * const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
     if (memory == MAP_FAILED) return errno;
     memory_ = memory;
     return 0;

@@ -5,12 +5,11 @@
 // or the collector that gives up. So a late answer never writes into memory that is gone.
 #include "ZerlithCore/platform/Threads.h"
 
-#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/Stack.h"
 #include "ZerlithCore/platform/posix/Futex.h"
 #include "ZerlithCore/platform/posix/ThreadRecord.h"
 
 #include <csignal>
-#include <unwind.h>
 
 namespace KZPlatform {
 
@@ -30,35 +29,12 @@ struct Request {
 RecursiveLock oneCollection;
 Request request;
 
-// The handler's own frame and the trampoline of the system are no part of the thread's stack.
-constexpr int framesOfHandler = 2;
-
-struct Walk {
-    std::span<void *> out;
-    std::size_t count = 0;
-    int skip = framesOfHandler;
-};
-
-_Unwind_Reason_Code NoteFrame(_Unwind_Context * context, void * argument) {
-    Walk & walk = *static_cast<Walk *>(argument);
-    if (walk.skip > 0) {
-        --walk.skip;
-        return _URC_NO_REASON;
-    }
-    auto const address = _Unwind_GetIP(context);
-    if (address == 0 || walk.count == walk.out.size()) return _URC_END_OF_STACK;
-    walk.out[walk.count++] = reinterpret_cast<void *>(address);
-    return _URC_NO_REASON;
-}
-
 void Answer(int) {
     int const savedError = errno;
     std::uint32_t expected = Asked;
     if (request.thread.load(std::memory_order_acquire) == gettid() &&
         request.state.compare_exchange_strong(expected, Answering, std::memory_order_acquire)) {
-        Walk walk{request.addresses};
-        _Unwind_Backtrace(&NoteFrame, &walk);
-        request.count = walk.count;
+        request.count = CaptureStack(request.addresses, StackOrigin::Interrupted);
         request.state.store(Answered, std::memory_order_release);
         FutexWake(&request.state, 1, Reach::Process);
     }
@@ -67,6 +43,8 @@ void Answer(int) {
 
 /// Takes the highest real-time signal that nobody uses.
 int InstallAnswer() noexcept {
+    void * unused = nullptr;
+    CaptureStack({&unused, 1}); // the first walk of a process may load and allocate, which a handler can't
     for (int number = SIGRTMAX - 1; number >= SIGRTMIN; --number) {
         struct sigaction present = {};
         if (sigaction(number, nullptr, &present) != 0 || present.sa_handler != SIG_DFL) continue;

@@ -24,6 +24,7 @@ enum Command : std::uint32_t { Wait = 0, Run = 1, Cancel = 2 };
 
 // What the library's own frames around an entry need: the reports of a fault among them.
 constexpr std::size_t leastStackBytes = 128 * 1024;
+constexpr std::size_t mostStackBytes = SIZE_MAX / 4; // what is above makes no sense in any address space
 constexpr int lowestPriority = -15;
 constexpr int highestPriority = 15;
 
@@ -98,13 +99,14 @@ std::size_t UsableStackSize(std::size_t bytes) noexcept {
     constexpr std::size_t page = 4096;
     long const least = sysconf(_SC_THREAD_STACK_MIN);
     bytes = std::max({bytes, leastStackBytes, static_cast<std::size_t>(std::max(least, 0L))});
-    return bytes > SIZE_MAX - page ? bytes : (bytes + page - 1) / page * page;
+    return (bytes + page - 1) / page * page;
 }
 
 int Create(ThreadRecord & record, std::size_t stackBytes) noexcept {
     pthread_attr_t attributes;
     if (int const error = pthread_attr_init(&attributes); error != 0) return error;
-    if (stackBytes != 0) pthread_attr_setstacksize(&attributes, UsableStackSize(stackBytes));
+    bool const isSized = stackBytes != 0 && stackBytes <= mostStackBytes;
+    if (isSized) pthread_attr_setstacksize(&attributes, UsableStackSize(stackBytes));
     int const error = pthread_create(&record.thread, &attributes, &ThreadMain, &record);
     pthread_attr_destroy(&attributes);
     return error;

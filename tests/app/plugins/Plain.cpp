@@ -16,7 +16,9 @@
 
 namespace {
 
-void Say(char16_t const * what) { KZLockedCOUT().GetCout(1) << KZString(u"" PLUGIN_NAME) << L' ' << KZString(what) << std::endl; }
+void Say(char16_t const * what) {
+    KZLockedCOUT().GetCout(1) << KZString(u"" PLUGIN_NAME) << L' ' << KZString(what) << std::endl;
+}
 
 [[maybe_unused]] KZErrorID Refuse() { return KZErrorID(new KZErrorString(u"refused")); }
 [[maybe_unused]] void Fault() { *static_cast<int volatile *>(nullptr) = 1; }

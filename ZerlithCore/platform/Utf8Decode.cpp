@@ -1,47 +1,25 @@
-// Both directions walk the text in two gears. The fast gear takes 16 bytes or units at a time and gives up at
-// whatever is unusual: it is right about everything that it does convert. The slow gear takes one character and knows
-// all the rules; after 16 bytes or units of it the fast gear gets another chance.
-//
-// The fast decoder computes, for every byte of a block, the unit that would start there, and then drops the places of
+// The fast gear computes, for every byte of a block, the unit that would start there, and then drops the places of
 // continuation bytes without a branch. A branch on the length of each character would be mispredicted too often in
 // any text that mixes scripts.
 
 #include "ZerlithCore/platform/Utf8.h"
 
+#include "ZerlithCore/platform/Utf8Detail.h"
+
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <cstdint>
 #include <utility>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace KZPlatform {
+
+using namespace Utf8Detail;
+
 namespace {
 
-constexpr char16_t ReplacementUnit = 0xFFFD;
-constexpr std::size_t BlockSize = 16;
-constexpr std::size_t ChunkSize = 4096; // units that are converted on the stack between two appends
+using DecodeCursor = Cursor<unsigned char, char16_t>;
 
-bool IsSurrogate(char16_t unit) { return (unit & 0xF800) == 0xD800; }
-bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-bool IsLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
-bool IsEscapedByte(char16_t unit) { return unit >= 0xDC80 && unit <= 0xDCFF; }
 bool IsContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
-
-// --- Decoding
-
-struct DecodeCursor {
-    unsigned char const * in;
-    unsigned char const * inEnd;
-    char16_t * out;
-    char16_t * outEnd;
-
-    [[nodiscard]] std::size_t Room() const { return static_cast<std::size_t>(outEnd - out); }
-    [[nodiscard]] std::size_t Left() const { return static_cast<std::size_t>(inEnd - in); }
-};
 
 enum class SequenceState : unsigned char { Valid, Broken, Cut };
 
@@ -128,18 +106,6 @@ constexpr std::array<unsigned char, 256> BitCounts = [] {
 
 unsigned CountBits16(unsigned bits) { return BitCounts[bits & 0xFF] + BitCounts[bits >> 8]; }
 
-__m128i Load(void const * bytes) { return _mm_loadu_si128(static_cast<__m128i const *>(bytes)); }
-void Store(void * bytes, __m128i value) { _mm_storeu_si128(static_cast<__m128i *>(bytes), value); }
-unsigned MaskOf(__m128i value) { return static_cast<unsigned>(_mm_movemask_epi8(value)); }
-__m128i Splat8(unsigned value) { return _mm_set1_epi8(static_cast<char>(value)); }
-__m128i Splat16(unsigned value) { return _mm_set1_epi16(static_cast<short>(value)); }
-__m128i AtLeast8(__m128i value, unsigned limit) {
-    return _mm_cmpeq_epi8(_mm_max_epu8(value, Splat8(limit)), value);
-}
-__m128i Select(__m128i mask, __m128i yes, __m128i no) {
-    return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
-}
-
 // The units that start at eight bytes, whose own, next and next but one bytes stand in 16-bit lanes.
 __m128i UnitsOfLanes(__m128i first, __m128i second, __m128i third) {
     __m128i const six = Splat16(0x3F);
@@ -162,8 +128,22 @@ bool HasForbiddenBytes(__m128i first, __m128i second) {
     return MaskOf(_mm_or_si128(_mm_or_si128(overlong2, four), _mm_or_si128(overlong3, surrogate))) != 0;
 }
 
+// Writes every third lane.
+template <unsigned First>
+unsigned PutThirds(char16_t * out, char16_t const * lanes) {
+#pragma GCC unroll 6
+    for (unsigned i = First; i < BlockSize; i += 3) *out++ = lanes[i];
+    return (BlockSize - First + 2) / 3;
+}
+
 // Writes the lanes whose bit in `starts` is set; returns how many. Writes up to 16 units.
 unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
+    switch (starts) { // runs of nothing but three bytes
+    case 0x9249: return PutThirds<0>(out, lanes);
+    case 0x2492: return PutThirds<1>(out, lanes);
+    case 0x4924: return PutThirds<2>(out, lanes);
+    default: break;
+    }
     unsigned const count = CountBits16(starts);
     if (count <= 8) {
         unsigned bits = starts | 0x10000;
@@ -228,155 +208,13 @@ void DecodeBlocks(DecodeCursor & cursor) {
 
 #endif
 
-// --- Encoding
-
-struct EncodeCursor {
-    char16_t const * in;
-    char16_t const * inEnd;
-    char * out;
-    char * outEnd;
-
-    [[nodiscard]] std::size_t Room() const { return static_cast<std::size_t>(outEnd - out); }
-    [[nodiscard]] std::size_t Left() const { return static_cast<std::size_t>(inEnd - in); }
-};
-
-// The bytes of a unit, the first one lowest, with whatever behind them.
-struct EncodedUnit {
-    std::uint32_t bytes;
-    unsigned length;
-};
-
-EncodedUnit EncodeUnit(char16_t unit) {
-    std::uint32_t const code = unit;
-    std::uint32_t const last = 0x80 | (code & 0x3F);
-    std::uint32_t const two = 0xC0 | code >> 6 | last << 8;
-    std::uint32_t const three = 0xE0 | code >> 12 | (0x80 | (code >> 6 & 0x3F)) << 8 | last << 16;
-    std::uint32_t bytes = code < 0x800 ? two : three;
-    bytes = code < 0x80 ? code : bytes;
-    return {bytes, 1U + (code >= 0x80) + (code >= 0x800)};
-}
-
-Utf8Status PutBytes(EncodeCursor & cursor, std::uint32_t bytes, unsigned length) {
-    if (cursor.Room() < length) return Utf8Status::OutputFull;
-    for (unsigned i = 0; i < length; ++i) *cursor.out++ = static_cast<char>(bytes >> 8 * i);
-    return Utf8Status::Done;
-}
-
-Utf8Status PutPair(EncodeCursor & cursor, char16_t high, char16_t low) {
-    std::uint32_t const code = ((high & 0x3FFU) << 10 | (low & 0x3FFU)) + 0x10000;
-    return PutBytes(cursor,
-                    0xF0 | code >> 18 | (0x80 | (code >> 12 & 0x3F)) << 8 |
-                        (0x80 | (code >> 6 & 0x3F)) << 16 | (0x80 | (code & 0x3F)) << 24,
-                    4);
-}
-
-Utf8Status PutLoneSurrogate(EncodeCursor & cursor, char16_t unit, Utf8Mode mode) {
-    if (mode == Utf8Mode::Strict) return Utf8Status::Invalid;
-    if (mode == Utf8Mode::Escape && IsEscapedByte(unit)) return PutBytes(cursor, unit & 0xFFU, 1);
-    return PutBytes(cursor, EncodeUnit(mode == Utf8Mode::Escape ? unit : ReplacementUnit).bytes, 3);
-}
-
-Utf8Status EncodeOne(EncodeCursor & cursor, Utf8Mode mode, bool final) {
-    char16_t const unit = *cursor.in;
-    unsigned length = 1;
-    Utf8Status status;
-    if (!IsSurrogate(unit)) {
-        EncodedUnit const encoded = EncodeUnit(unit);
-        status = PutBytes(cursor, encoded.bytes, encoded.length);
-    } else if (IsHighSurrogate(unit) && cursor.Left() == 1 && !final) {
-        status = Utf8Status::Incomplete;
-    } else if (IsHighSurrogate(unit) && cursor.Left() > 1 && IsLowSurrogate(cursor.in[1])) {
-        length = 2;
-        status = PutPair(cursor, unit, cursor.in[1]);
-    } else {
-        status = PutLoneSurrogate(cursor, unit, mode);
-    }
-    if (status == Utf8Status::Done) cursor.in += length;
-    return status;
-}
-
-// Blocks of nothing but ASCII.
-void EncodeAsciiBlocks(EncodeCursor & cursor) {
-#if defined(__SSE2__)
-    while (cursor.Left() >= BlockSize && cursor.Room() >= BlockSize) {
-        __m128i const first = Load(cursor.in);
-        __m128i const second = Load(cursor.in + 8);
-        __m128i const wide = _mm_and_si128(_mm_or_si128(first, second), Splat16(0xFF80));
-        if (MaskOf(_mm_cmpeq_epi16(wide, _mm_setzero_si128())) != 0xFFFF) return;
-        Store(cursor.out, _mm_packus_epi16(first, second));
-        cursor.in += BlockSize;
-        cursor.out += BlockSize;
-    }
-#else
-    while (cursor.in != cursor.inEnd && cursor.out != cursor.outEnd && *cursor.in < 0x80)
-        *cursor.out++ = static_cast<char>(*cursor.in++);
-#endif
-}
-
-// One block without surrogates; three bytes are written for every unit, and the next unit goes over what was too much.
-bool EncodeBlock(EncodeCursor & cursor) {
-    if (cursor.Left() < BlockSize || cursor.Room() < 3 * BlockSize) return false;
-    unsigned surrogates = 0;
-    for (std::size_t i = 0; i < BlockSize; ++i) surrogates |= IsSurrogate(cursor.in[i]) ? 1U : 0U;
-    if (surrogates != 0) return false;
-    char * out = cursor.out;
-#pragma GCC unroll 4
-    for (std::size_t i = 0; i < BlockSize; ++i) {
-        EncodedUnit const encoded = EncodeUnit(cursor.in[i]);
-        out[0] = static_cast<char>(encoded.bytes);
-        out[1] = static_cast<char>(encoded.bytes >> 8);
-        out[2] = static_cast<char>(encoded.bytes >> 16);
-        out += encoded.length;
-    }
-    cursor.in += BlockSize;
-    cursor.out = out;
-    return true;
-}
-
-void EncodeBlocks(EncodeCursor & cursor) {
-    do EncodeAsciiBlocks(cursor);
-    while (EncodeBlock(cursor));
-}
-
-// Runs both gears until the input is used up or something stops it.
-template <class Cursor, class Blocks, class One>
-Utf8Status RunGears(Cursor & cursor, Blocks blocks, One one) {
-    for (;;) {
-        blocks(cursor);
-        auto const * const resume = cursor.in + std::min(cursor.Left(), BlockSize);
-        while (cursor.in < resume)
-            if (Utf8Status const status = one(cursor); status != Utf8Status::Done) return status;
-        if (cursor.in == cursor.inEnd) return Utf8Status::Done;
-    }
-}
-
 unsigned char const * AsBytes(char const * text) { return reinterpret_cast<unsigned char const *>(text); }
 
-// Converts by way of a buffer that stays in the cache: a string would fill its new room with zeros first. What isn't
-// converted is left in `in`.
-template <std::size_t Size, class String, class View, class Convert>
-Utf8Status AppendInChunks(String & out, View & in, Convert convert) {
-    typename String::value_type buffer[Size];
-    for (;;) {
-        Utf8Result const result = convert(in, std::span(buffer));
-        out.append(buffer, result.written);
-        in.remove_prefix(result.read);
-        if (result.status != Utf8Status::OutputFull) return result.status;
-    }
-}
-
 Utf8Status AppendDecoded(std::u16string & out, std::string_view & bytes, Utf8Mode mode, bool final) {
-    out.reserve(out.size() + UnitsInUtf8(bytes));
-    return AppendInChunks<ChunkSize>(out, bytes, [=](std::string_view in, std::span<char16_t> buffer) {
-        return DecodeUtf8(in, buffer, mode, final);
-    });
-}
-
-Utf8Status AppendEncoded(std::string & out, std::u16string_view & units, Utf8Mode mode, bool final) {
-    out.reserve(out.size() + Utf8BytesOf(units));
-    return AppendInChunks<2 * ChunkSize>(out, units, [=](std::u16string_view in, std::span<char> buffer) {
-        return EncodeUtf8(in, buffer, mode, final);
-    });
+    return AppendInChunks<ChunkSize>(
+        out, bytes,
+        [=](std::string_view in, std::span<char16_t> buffer) { return DecodeUtf8(in, buffer, mode, final); },
+        UnitsInUtf8);
 }
 
 } // namespace
@@ -388,14 +226,6 @@ Utf8Result DecodeUtf8(std::string_view bytes, std::span<char16_t> out, Utf8Mode 
         RunGears(cursor, DecodeBlocks, [&](DecodeCursor & at) { return DecodeOne(at, mode, final); });
     return {static_cast<std::size_t>(cursor.in - in), static_cast<std::size_t>(cursor.out - out.data()),
             status};
-}
-
-Utf8Result EncodeUtf8(std::u16string_view units, std::span<char> out, Utf8Mode mode, bool final) noexcept {
-    EncodeCursor cursor{units.data(), units.data() + units.size(), out.data(), out.data() + out.size()};
-    Utf8Status const status =
-        RunGears(cursor, EncodeBlocks, [&](EncodeCursor & at) { return EncodeOne(at, mode, final); });
-    return {static_cast<std::size_t>(cursor.in - units.data()),
-            static_cast<std::size_t>(cursor.out - out.data()), status};
 }
 
 std::size_t UnitsInUtf8(std::string_view bytes) noexcept {
@@ -422,40 +252,14 @@ std::size_t UnitsInUtf8(std::string_view bytes) noexcept {
     return units;
 }
 
-std::size_t Utf8BytesOf(std::u16string_view units) noexcept {
-    std::size_t bytes = 0;
-    while (!units.empty()) {
-        // Sums of 16 bits in a piece of limited size vectorise well.
-        std::u16string_view const piece = units.substr(0, ChunkSize);
-        std::uint16_t extra = 0;
-        for (char16_t const unit : piece) {
-            bool const counts3 = unit >= 0x800 && !IsSurrogate(unit);
-            extra = static_cast<std::uint16_t>(extra + (unit >= 0x80) + counts3);
-        }
-        bytes += piece.size() + extra;
-        units.remove_prefix(piece.size());
-    }
-    return bytes;
-}
-
 bool AppendUnits(std::u16string & out, std::string_view bytes, Utf8Mode mode) {
     return AppendDecoded(out, bytes, mode, true) == Utf8Status::Done;
-}
-
-bool AppendUtf8(std::string & out, std::u16string_view units, Utf8Mode mode) {
-    return AppendEncoded(out, units, mode, true) == Utf8Status::Done;
 }
 
 std::u16string Utf8ToUnits(std::string_view bytes, Utf8Mode mode) {
     std::u16string units;
     AppendUnits(units, bytes, mode);
     return units;
-}
-
-std::string UnitsToUtf8(std::u16string_view units, Utf8Mode mode) {
-    std::string bytes;
-    AppendUtf8(bytes, units, mode);
-    return bytes;
 }
 
 bool Utf8Decoder::Append(std::u16string & out, std::string_view bytes) {
@@ -482,24 +286,6 @@ bool Utf8Decoder::Append(std::u16string & out, std::string_view bytes) {
 bool Utf8Decoder::Finish(std::u16string & out) {
     std::string_view const cut(pending_, std::exchange(pendingCount_, static_cast<unsigned char>(0)));
     return AppendUnits(out, cut, mode_);
-}
-
-bool Utf8Encoder::Append(std::string & out, std::u16string_view units) {
-    if (units.empty()) return true;
-    if (pending_ != 0) {
-        char16_t const pair[] = {std::exchange(pending_, u'\0'), units.front()};
-        bool const isPair = IsLowSurrogate(pair[1]);
-        if (!AppendUtf8(out, {pair, isPair ? 2U : 1U}, mode_)) return false;
-        if (isPair) units.remove_prefix(1);
-    }
-    Utf8Status const status = AppendEncoded(out, units, mode_, false);
-    if (status == Utf8Status::Incomplete) pending_ = units.front();
-    return status != Utf8Status::Invalid;
-}
-
-bool Utf8Encoder::Finish(std::string & out) {
-    char16_t const cut = std::exchange(pending_, u'\0');
-    return cut == 0 || AppendUtf8(out, {&cut, 1}, mode_);
 }
 
 } // namespace KZPlatform

@@ -1,0 +1,165 @@
+// The sections stand by value in one vector, so that a look-up walks memory in order. Whatever moves them keeps the
+// owner chain (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
+#include "ZerlithCore/app/KZConfigFile.h"
+
+#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/files/KZFileStream.h"
+
+#include <algorithm>
+#include <utility>
+
+using Guard = KZGuard<KZConfigFile const>;
+
+KZConfigI::~KZConfigI() = default;
+
+KZConfigFile::KZConfigFile(KZString const & fileName) : fileName_(fileName) {}
+
+KZConfigFile::~KZConfigFile() = default;
+
+KZSmartPtr<KZConfigFile> KZConfigFile::Load(KZString const & fileName) {
+    KZSmartPtr<KZConfigFile> file(new KZConfigFile(fileName));
+    if (!file->Reload()) file.Clear();
+    return file;
+}
+
+unsigned long KZConfigFile::AddRef() const { return count_.Increment(); }
+
+unsigned long KZConfigFile::Release() const {
+    unsigned long const count = count_.Decrement();
+    if (count == 0) delete this;
+    return count;
+}
+
+KZString const KZConfigFile::GetString(KZString const & section, KZString const & key,
+                                       KZString const & defaultValue) const {
+    Guard guard(*this);
+    KZConfigLine const * const line = LineOf(section, key);
+    return line ? line->GetValue() : defaultValue;
+}
+
+long KZConfigFile::GetLong(KZString const & section, KZString const & key, long defaultValue) const {
+    Guard guard(*this);
+    KZConfigLine const * const line = LineOf(section, key);
+    return line ? line->GetValueAsLong() : defaultValue;
+}
+
+bool KZConfigFile::GetBool(KZString const & section, KZString const & key, bool defaultValue) const {
+    Guard guard(*this);
+    KZConfigLine const * const line = LineOf(section, key);
+    return line ? line->GetValueAsBool() : defaultValue;
+}
+
+void KZConfigFile::Lock() const { lock_.Lock(); }
+
+void KZConfigFile::Unlock() const { lock_.Unlock(); }
+
+bool KZConfigFile::Reload() {
+    if (fileName_.IsNull()) return false;
+    try {
+        KZFileStream stream(fileName_);
+        if (!stream.good()) return false;
+        stream >> *this;
+        return !stream.bad();
+    } catch (...) {
+        return false;
+    }
+}
+
+bool KZConfigFile::Save() const {
+    Guard guard(*this);
+    if (fileName_.IsNull()) return false;
+    KZOFileStream stream(fileName_);
+    if (!stream.good()) return false;
+    stream << *this;
+    stream.close(); // The last of the text reaches the file only now.
+    return stream.good();
+}
+
+void KZConfigFile::Clear() {
+    Guard guard(*this);
+    for (KZConfigSection const & section : sections_) section.DropLocks();
+    sections_.clear();
+}
+
+KZConfigFile::const_iterator KZConfigFile::FindSection(KZString const & name, const_iterator start) const {
+    Guard guard(*this);
+    return std::find_if(start ? start : GetSectionsBegin(), GetSectionsEnd(),
+                        [&name](KZConfigSection const & section) {
+                            return KZDetail::EqualIgnoringCase(section.GetName(), name);
+                        });
+}
+
+KZConfigFile::iterator KZConfigFile::FindSection(KZString const & name, const_iterator start) {
+    return const_cast<iterator>(std::as_const(*this).FindSection(name, start));
+}
+
+KZConfigFile::iterator KZConfigFile::AddSection(KZConfigSection const & section, const_iterator position) {
+    return Insert(KZConfigSection(section), position);
+}
+
+KZConfigFile::iterator KZConfigFile::AddSection(KZString const & name, const_iterator position) {
+    return Insert(KZConfigSection(name), position);
+}
+
+void KZConfigFile::DeleteSection(const_iterator position) {
+    Guard guard(*this);
+    if (!position || position == GetSectionsEnd()) return;
+    position->DropLocks();
+    sections_.erase(sections_.begin() + (position - GetSectionsBegin()));
+}
+
+void KZConfigFile::DeleteSection(KZString const & name, const_iterator start) {
+    Guard guard(*this);
+    DeleteSection(FindSection(name, start));
+}
+
+bool KZConfigFile::IsSectionPresent(KZString const & section) const {
+    Guard guard(*this);
+    return FindSection(section) != GetSectionsEnd();
+}
+
+bool KZConfigFile::IsLinePresent(KZString const & section, KZString const & key) const {
+    Guard guard(*this);
+    return LineOf(section, key) != nullptr;
+}
+
+void KZConfigFile::SetString(KZString const & section, KZString const & key, KZString const & value) {
+    Set(section, key, value);
+}
+
+void KZConfigFile::SetLong(KZString const & section, KZString const & key, long value) {
+    Set(section, key, value);
+}
+
+void KZConfigFile::SetBool(KZString const & section, KZString const & key, bool value) {
+    Set(section, key, value);
+}
+
+/// Null when either is missing. Only the first section of the name is searched. Requires: the lock.
+KZConfigLine const * KZConfigFile::LineOf(KZString const & section, KZString const & key) const {
+    const_iterator const found = FindSection(section);
+    if (found == GetSectionsEnd()) return nullptr;
+    KZConfigSection::const_iterator const line = found->FindLine(key);
+    return line == found->GetLinesEnd() ? nullptr : line;
+}
+
+template <class Value>
+void KZConfigFile::Set(KZString const & section, KZString const & key, Value const & value) {
+    Guard guard(*this);
+    iterator found = FindSection(section);
+    if (found == GetSectionsEnd()) found = AddSection(section);
+    KZConfigSection::iterator line = found->FindLine(key);
+    if (line == found->GetLinesEnd()) line = found->AddLine(key, KZString());
+    line->SetValue(value);
+}
+
+KZConfigFile::iterator KZConfigFile::Insert(KZConfigSection && section, const_iterator position) {
+    Guard guard(*this);
+    auto const place = sections_.insert(
+        position ? sections_.begin() + (position - GetSectionsBegin()) : sections_.end(), std::move(section));
+    place->Adopt(this);
+    // A caller's assignment to a section brought along the owner of the section that was assigned.
+    for (KZConfigSection & each : sections_)
+        if (each.GetOwner() != this) each.Adopt(this);
+    return &*place;
+}

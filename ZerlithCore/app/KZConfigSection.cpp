@@ -1,0 +1,209 @@
+// A part that moves within its container keeps its locks and takes its parts along (Rebind); a part that is copied
+// starts with none (Adopt), since the locks of the original are the original's to undo. A part that is deleted undoes
+// its locks first, innermost first, because nobody could undo them afterwards.
+#include "ZerlithCore/app/KZConfigSection.h"
+
+#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/threads/KZCriticalSection.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+/// Where to insert: null and the end append.
+template <class T>
+typename std::vector<T>::iterator InsertPlace(std::vector<T> & items, T const * position) {
+    return position ? items.begin() + (position - items.data()) : items.end();
+}
+
+/// True when `position` is an item, neither null nor the end.
+template <class T>
+bool IsItem(std::vector<T> const & items, T const * position) {
+    return position && position != items.data() + items.size();
+}
+
+} // namespace
+
+// --- KZConfigComments
+
+KZConfigComments::~KZConfigComments() = default;
+
+KZConfigComments::iterator KZConfigComments::AddComment(KZString const & text, const_iterator position) {
+    KZGuard<KZConfigComments> guard(*this);
+    return &*texts_.insert(InsertPlace(texts_, position), text);
+}
+
+void KZConfigComments::DeleteComment(const_iterator position) {
+    KZGuard<KZConfigComments> guard(*this);
+    if (IsItem(texts_, position)) texts_.erase(InsertPlace(texts_, position));
+}
+
+void KZConfigComments::Clear() {
+    KZGuard<KZConfigComments> guard(*this);
+    texts_.clear();
+}
+
+// --- KZConfigLine
+
+KZConfigLine::KZConfigLine(KZString const & key, KZString const & value) : key_(key), value_(value) {
+    comments_.Adopt(this);
+}
+
+KZConfigLine::KZConfigLine(KZConfigLine const & other)
+    : KZConfigLockable(other), comments_(other.comments_), key_(other.key_), value_(other.value_) {
+    comments_.Adopt(this);
+}
+
+KZConfigLine::KZConfigLine(KZConfigLine && other) noexcept
+    : KZConfigLockable(other)
+    , comments_(std::move(other.comments_))
+    , key_(std::move(other.key_))
+    , value_(std::move(other.value_)) {
+    comments_.Rebind(this);
+}
+
+KZConfigLine & KZConfigLine::operator=(KZConfigLine const & other) {
+    if (this != &other) *this = KZConfigLine(other);
+    return *this;
+}
+
+KZConfigLine & KZConfigLine::operator=(KZConfigLine && other) noexcept {
+    KZConfigLockable::operator=(other);
+    comments_ = std::move(other.comments_);
+    key_ = std::move(other.key_);
+    value_ = std::move(other.value_);
+    comments_.Rebind(this);
+    return *this;
+}
+
+KZConfigLine::~KZConfigLine() = default;
+
+void KZConfigLine::SetValue(long value) { value_.Format(u"%ld", value); }
+
+void KZConfigLine::SetValue(double value) { value_.Format(u"%f", value); }
+
+void KZConfigLine::SetValue(bool value) { value_ = value ? u"yes" : u"no"; }
+
+bool KZConfigLine::GetValueAsBool() const {
+    static constexpr std::array<std::u16string_view, 4> words{u"1", u"yes", u"true", u"on"};
+    return std::any_of(words.begin(), words.end(), [this](std::u16string_view word) {
+        return KZDetail::EqualIgnoringCase(std::u16string_view(value_), word);
+    });
+}
+
+void KZConfigLine::Clear() {
+    comments_.Clear();
+    key_.Clear();
+    value_.Clear();
+}
+
+void KZConfigLine::DropLocks() const {
+    comments_.RemoveAllLocks();
+    RemoveAllLocks();
+}
+
+// --- KZConfigSection
+
+KZConfigSection::KZConfigSection(KZString const & name) : name_(name) { comments_.Adopt(this); }
+
+KZConfigSection::KZConfigSection(KZConfigSection const & other)
+    : KZConfigLockable(other), comments_(other.comments_), name_(other.name_), lines_(other.lines_) {
+    AdoptParts();
+}
+
+KZConfigSection::KZConfigSection(KZConfigSection && other) noexcept
+    : KZConfigLockable(other)
+    , comments_(std::move(other.comments_))
+    , name_(std::move(other.name_))
+    , lines_(std::move(other.lines_)) {
+    RebindParts();
+}
+
+KZConfigSection & KZConfigSection::operator=(KZConfigSection const & other) {
+    if (this != &other) *this = KZConfigSection(other);
+    return *this;
+}
+
+KZConfigSection & KZConfigSection::operator=(KZConfigSection && other) noexcept {
+    KZConfigLockable::operator=(other);
+    comments_ = std::move(other.comments_);
+    name_ = std::move(other.name_);
+    lines_ = std::move(other.lines_);
+    RebindParts();
+    return *this;
+}
+
+KZConfigSection::~KZConfigSection() = default;
+
+KZConfigSection::const_iterator KZConfigSection::FindLine(KZString const & key, const_iterator start) const {
+    return std::find_if(start ? start : GetLinesBegin(), GetLinesEnd(), [&key](KZConfigLine const & line) {
+        return KZDetail::EqualIgnoringCase(line.key_, key);
+    });
+}
+
+KZConfigSection::iterator KZConfigSection::FindLine(KZString const & key, const_iterator start) {
+    return const_cast<iterator>(std::as_const(*this).FindLine(key, start));
+}
+
+KZConfigSection::iterator KZConfigSection::AddLine(KZConfigLine const & line, const_iterator position) {
+    return Insert(KZConfigLine(line), position);
+}
+
+KZConfigSection::iterator KZConfigSection::AddLine(KZString const & key, KZString const & value,
+                                                   const_iterator position) {
+    return Insert(KZConfigLine(key, value), position);
+}
+
+void KZConfigSection::DeleteLine(const_iterator position) {
+    KZGuard<KZConfigSection> guard(*this);
+    if (!IsItem(lines_, position)) return;
+    position->DropLocks();
+    lines_.erase(InsertPlace(lines_, position));
+}
+
+void KZConfigSection::DeleteLine(KZString const & key, const_iterator start) {
+    KZGuard<KZConfigSection> guard(*this);
+    DeleteLine(FindLine(key, start));
+}
+
+void KZConfigSection::Clear() {
+    KZGuard<KZConfigSection> guard(*this);
+    comments_.Clear();
+    name_.Clear();
+    DropLinesLocks();
+    lines_.clear();
+}
+
+KZConfigSection::iterator KZConfigSection::Insert(KZConfigLine && line, const_iterator position) {
+    KZGuard<KZConfigSection> guard(*this);
+    auto const place = lines_.insert(InsertPlace(lines_, position), std::move(line));
+    place->Adopt(this);
+    // A caller's assignment to a line brought along the owner of the line that was assigned.
+    for (KZConfigLine & each : lines_)
+        if (each.GetOwner() != this) each.Adopt(this);
+    return &*place;
+}
+
+void KZConfigSection::DropLocks() const {
+    DropLinesLocks();
+    comments_.RemoveAllLocks();
+    RemoveAllLocks();
+}
+
+void KZConfigSection::DropLinesLocks() const {
+    for (KZConfigLine const & line : lines_) line.DropLocks();
+}
+
+/// The parts are copies: their locks aren't theirs.
+void KZConfigSection::AdoptParts() noexcept {
+    comments_.Adopt(this);
+    for (KZConfigLine & line : lines_) line.Adopt(this);
+}
+
+/// This object is the former one at a new address.
+void KZConfigSection::RebindParts() noexcept {
+    comments_.Rebind(this);
+    for (KZConfigLine & line : lines_) line.Rebind(this);
+}

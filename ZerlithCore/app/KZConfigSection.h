@@ -1,0 +1,182 @@
+/// @file
+/// The parts of a configuration file: comments, lines and sections.
+///
+///     KZConfigSection section(u"Server");
+///     section.AddLine(u"port", u"8080")->GetComments().AddComment(u" 0 chooses a free one");
+///     std::wcout << section;
+///
+/// prints
+///
+///     [Server]
+///     ; 0 chooses a free one
+///     port=8080
+///
+/// Iterators are pointers. Where an iterator is an argument, null means the end for adding and the beginning for
+/// finding; any other must lie in the container it is given to. Iterators hold until the container changes, so threads
+/// that share a file use them under its lock.
+///
+/// Thread safety of all classes here: operations that change a list hold the lock of the owner; the others need the
+/// caller to hold it, by `Lock` of the part or the file, wherever other threads may change the file.
+#pragma once
+
+#include "ZerlithCore/app/KZConfigLockable.h"
+#include "ZerlithCore/text/KZString.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <vector>
+
+/// The comment lines in front of a line or a section, each without its ";". An empty one stands for a blank line.
+class KZ_EXPORT KZConfigComments : public KZConfigLockable {
+public:
+    using iterator = KZString *;
+    using const_iterator = KZString const *;
+
+    KZConfigComments() noexcept = default;
+    KZConfigComments(KZConfigComments const & other) = default;
+    KZConfigComments(KZConfigComments && other) noexcept = default;
+    KZConfigComments & operator=(KZConfigComments const & other) = default;
+    KZConfigComments & operator=(KZConfigComments && other) noexcept = default;
+    ~KZConfigComments() override;
+
+    [[nodiscard]] std::size_t GetSize() const noexcept { return texts_.size(); }
+    [[nodiscard]] iterator GetCommentsBegin() noexcept { return texts_.data(); }
+    [[nodiscard]] iterator GetCommentsEnd() noexcept { return texts_.data() + texts_.size(); }
+    [[nodiscard]] const_iterator GetCommentsBegin() const noexcept { return texts_.data(); }
+    [[nodiscard]] const_iterator GetCommentsEnd() const noexcept { return texts_.data() + texts_.size(); }
+
+    /// Inserts one line in front of `position` and returns its place. `text` must not hold line ends.
+    iterator AddComment(KZString const & text, const_iterator position = nullptr);
+    /// The end and null delete nothing.
+    void DeleteComment(const_iterator position);
+    void Clear();
+
+private:
+    friend class KZConfigReader;
+    friend class KZConfigLine;
+    friend class KZConfigSection;
+
+    std::vector<KZString> texts_;
+};
+
+/// One `key=value` with the comments directly above it.
+class KZ_EXPORT KZConfigLine : public KZConfigLockable {
+public:
+    KZConfigLine() { comments_.Adopt(this); }
+    KZConfigLine(KZString const & key, KZString const & value);
+    KZConfigLine(KZConfigLine const & other);
+    KZConfigLine(KZConfigLine && other) noexcept;
+    KZConfigLine & operator=(KZConfigLine const & other);
+    KZConfigLine & operator=(KZConfigLine && other) noexcept;
+    ~KZConfigLine() override;
+
+    [[nodiscard]] KZString const & GetKey() const noexcept { return key_; }
+    void SetKey(KZString const & key) { key_ = key; }
+
+    [[nodiscard]] KZString const & GetValue() const noexcept { return value_; }
+    void SetValue(KZString const & value) { value_ = value; }
+    void SetValue(char16_t const * value) { value_ = KZString(value); }
+    void SetValue(int value) { SetValue(static_cast<long>(value)); }
+    void SetValue(long value);
+    /// With six digits behind the point.
+    void SetValue(double value);
+    /// "yes" or "no".
+    void SetValue(bool value);
+
+    /// By `KZString::AsLong`: 0 for what is no number.
+    [[nodiscard]] long GetValueAsLong() const { return value_.AsLong(); }
+    [[nodiscard]] double GetValueAsDouble() const { return value_.AsDouble(); }
+    /// True for "1", "yes", "true" and "on", ignoring case; false for all other texts.
+    [[nodiscard]] bool GetValueAsBool() const;
+
+    [[nodiscard]] KZConfigComments & GetComments() noexcept { return comments_; }
+    [[nodiscard]] KZConfigComments const & GetComments() const noexcept { return comments_; }
+
+    /// Empties comments, key and value.
+    void Clear();
+
+private:
+    friend class KZConfigReader;
+    friend class KZConfigSection;
+
+    void DropLocks() const;
+
+    KZConfigComments comments_;
+    KZString key_;
+    KZString value_;
+};
+
+/// A `[name]` with the comments above it and the lines below it. A section with an empty name has no header in the file.
+///
+/// A copy holds copies of the lines, which forward their locks to the copy.
+class KZ_EXPORT KZConfigSection : public KZConfigLockable {
+public:
+    using iterator = KZConfigLine *;
+    using const_iterator = KZConfigLine const *;
+
+    KZConfigSection() { comments_.Adopt(this); }
+    explicit KZConfigSection(KZString const & name);
+    KZConfigSection(KZConfigSection const & other);
+    KZConfigSection(KZConfigSection && other) noexcept;
+    KZConfigSection & operator=(KZConfigSection const & other);
+    KZConfigSection & operator=(KZConfigSection && other) noexcept;
+    ~KZConfigSection() override;
+
+    [[nodiscard]] KZString const & GetName() const noexcept { return name_; }
+    void SetName(KZString const & name) { name_ = name; }
+
+    [[nodiscard]] KZConfigComments & GetComments() noexcept { return comments_; }
+    [[nodiscard]] KZConfigComments const & GetComments() const noexcept { return comments_; }
+
+    [[nodiscard]] iterator GetLinesBegin() noexcept { return lines_.data(); }
+    [[nodiscard]] iterator GetLinesEnd() noexcept { return lines_.data() + lines_.size(); }
+    [[nodiscard]] const_iterator GetLinesBegin() const noexcept { return lines_.data(); }
+    [[nodiscard]] const_iterator GetLinesEnd() const noexcept { return lines_.data() + lines_.size(); }
+
+    /// The first line at or behind `start` with this key, ignoring case; the end when there is none.
+    /// Cost: linear, one comparison of lengths for most lines.
+    [[nodiscard]] const_iterator FindLine(KZString const & key, const_iterator start = nullptr) const;
+    [[nodiscard]] iterator FindLine(KZString const & key, const_iterator start = nullptr);
+
+    /// Inserts a copy in front of `position` and returns its place. Lines with the same key aren't looked for.
+    iterator AddLine(KZConfigLine const & line, const_iterator position = nullptr);
+    iterator AddLine(KZString const & key, KZString const & value, const_iterator position = nullptr);
+
+    /// The end, null, and a key that isn't there delete nothing. Locks taken through the line are undone.
+    void DeleteLine(const_iterator position);
+    /// Deletes the first line that `FindLine` finds.
+    void DeleteLine(KZString const & key, const_iterator start = nullptr);
+
+    /// Empties comments, name and lines.
+    void Clear();
+
+private:
+    friend class KZConfigReader;
+    friend class KZConfigFile;
+
+    iterator Insert(KZConfigLine && line, const_iterator position);
+    void DropLocks() const;
+    void DropLinesLocks() const;
+    void AdoptParts() noexcept;
+    void RebindParts() noexcept;
+
+    KZConfigComments comments_;
+    KZString name_;
+    std::vector<KZConfigLine> lines_;
+};
+
+// --- The text of the parts. Reading replaces what the part held.
+//
+// Errors: KZConfigStreamException where the text breaks the grammar; what was read stays in the part.
+
+/// Reads a comment block: comments, blank lines and white space up to anything else.
+KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigComments & comments);
+/// Reads comments, key and value. A last line may lack its line end only if it has a "=".
+KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigLine & line);
+/// Reads comments and header; the lines are left in the stream. At the end of the stream the name is empty.
+KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigSection & section);
+
+KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZConfigComments const & comments);
+KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZConfigLine const & line);
+/// Writes comments, header and lines.
+KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZConfigSection const & section);

@@ -1,0 +1,47 @@
+/// @file
+/// Descriptions of a program's options, and their display.
+///
+///     KZUsageInfo usage;
+///     usage.AddCmdLineArgDesc("level:{number}", "How much the tool tells.");
+///     KZWriteUsage(std::wcout, u"tool", {usage});
+#pragma once
+
+#include "ZerlithCore/text/KZString.h"
+
+#include <cstddef>
+#include <iosfwd>
+#include <vector>
+
+/// A general text and the descriptions of options, in the order in which they were added.
+///
+/// Thread safety: one object needs outside locking.
+class KZ_EXPORT KZUsageInfo {
+public:
+    [[nodiscard]] KZString const & GetGeneralInfo() const noexcept { return generalInfo_; }
+    void SetGeneralInfo(KZString const & text) { generalInfo_ = text; }
+
+    [[nodiscard]] unsigned int GetCmdLineArgDescCount() const noexcept {
+        return static_cast<unsigned int>(descriptions_.size());
+    }
+    /// Gives one description; false, and nothing given, when there is none at `index`.
+    bool GetCmdLineArgDesc(unsigned int index, KZString & option, KZString & description, bool & flag) const;
+    /// Appends a description. `option` comes without its delimiter. `flag` is stored and handed back; the display
+    /// doesn't use it. Narrow texts are UTF-8; null is empty.
+    void AddCmdLineArgDesc(KZString const & option, KZString const & description, bool flag = false);
+    void AddCmdLineArgDesc(char const * option, char const * description, bool flag = false);
+
+private:
+    struct Description {
+        KZString option;
+        KZString description;
+        bool flag;
+    };
+
+    KZString generalInfo_;
+    std::vector<Description> descriptions_;
+};
+
+/// Writes how `appName` is used: a banner, then for each of `infos` the general text and the options in two columns of 20
+/// and 54 units. A long option has a line of its own; descriptions break at blanks.
+KZ_EXPORT void KZWriteUsage(std::wostream & stream, KZString const & appName,
+                            std::vector<KZUsageInfo> const & infos);

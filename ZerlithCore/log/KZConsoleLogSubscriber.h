@@ -1,0 +1,20 @@
+/// @file
+/// The subscriber that writes what it hears to the console.
+///
+///     manager.Subscribe(channel, new KZConsoleLogSubscriber(1));
+#pragma once
+
+#include "ZerlithCore/log/KZLogSubscriberI.h"
+#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/text/KZString.h"
+
+/// Writes texts to the console as they stand, and flushes it after each.
+///
+/// It takes no lock of the console's: the writer may hold that (KZLockedCOUT), and takes it before the streams' lock.
+class KZ_EXPORT KZConsoleLogSubscriber : public KZLogSubscriberI {
+public:
+    explicit KZConsoleLogSubscriber(int level) noexcept : KZLogSubscriberI(level) {}
+    ~KZConsoleLogSubscriber() override;
+
+    void OnFlush(int level, KZString const & text) override;
+};

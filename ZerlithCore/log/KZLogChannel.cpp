@@ -1,0 +1,51 @@
+#include "ZerlithCore/log/KZLogChannel.h"
+
+#include <algorithm>
+
+using Guard = KZGuard<KZCriticalSection>;
+
+// The stream only keeps the address of the vector, which is built after it and destroyed before it.
+KZLogChannel::KZLogChannel(KZString const & name)
+    : name_(name), stream_(&subscribers_), subscribers_(lock_) {}
+
+KZLogChannel::~KZLogChannel() { stream_.flush(); }
+
+bool KZLogChannel::Subscribe(KZSmartPtr<KZLogSubscriberI> subscriber) {
+    if (subscriber.IsNull()) return false;
+    Guard const guard(lock_);
+    Handle * const place = std::lower_bound(subscribers_.begin(), subscribers_.end(), subscriber);
+    if (place != subscribers_.end() && *place == subscriber) return false;
+    subscribers_.insert(place, subscriber);
+    stream_.OnAddedSubscriber(subscriber);
+    return true;
+}
+
+void KZLogChannel::UnSubscribe(KZSmartPtr<KZLogSubscriberI> subscriber) {
+    Guard const guard(lock_);
+    subscribers_.erase(Find(subscriber));
+    stream_.OnDeletedSubscriber();
+}
+
+bool KZLogChannel::ChangeSubscriptionLevel(KZSmartPtr<KZLogSubscriberI> subscriber, int level) {
+    Guard const guard(lock_);
+    if (Find(subscriber) == subscribers_.end()) return false;
+    subscriber->SetDesiredLevel(level);
+    stream_.OnUpdatedSubscriber(subscriber);
+    return true;
+}
+
+bool KZLogChannel::IsSubscribed(KZSmartPtr<KZLogSubscriberI> const & subscriber) const {
+    Guard const guard(lock_);
+    return std::binary_search(subscribers_.begin(), subscribers_.end(), subscriber);
+}
+
+void KZLogChannel::OnLevelChangedElsewhere(KZSmartPtr<KZLogSubscriberI> const & subscriber) {
+    Guard const guard(lock_);
+    if (Find(subscriber) != subscribers_.end()) stream_.OnUpdatedSubscriber(subscriber);
+}
+
+/// The place of a subscriber, or the end. Requires: the caller holds the lock.
+KZLogChannel::Handle * KZLogChannel::Find(Handle const & subscriber) {
+    Handle * const place = std::lower_bound(subscribers_.begin(), subscribers_.end(), subscriber);
+    return place != subscribers_.end() && *place == subscriber ? place : subscribers_.end();
+}

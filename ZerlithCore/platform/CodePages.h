@@ -1,0 +1,45 @@
+/// @file
+/// 8-bit text by the number of its code page.
+///
+///     char16_t units[64];
+///     auto count = KZPlatform::DecodeCodePage(932, bytes, units, KZPlatform::InvalidBytes::Refuse);
+///     if (!count) return KZErrorID(new KZWinLastError);
+///
+/// Page 0 and page 65001 are UTF-8. Further pages are 932, 936, 949, 950, 1250 to 1258, 437, 850, 20127 and 28591 to
+/// 28605, where the platform has them.
+///
+/// Thread safety: all functions may be called from any thread. The first use of a page costs some milliseconds.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace KZPlatform {
+
+inline constexpr unsigned DefaultCodePage = 0;
+inline constexpr unsigned Utf8CodePage = 65001;
+
+/// What bytes that mean nothing in a code page do.
+enum class InvalidBytes : unsigned char {
+    Refuse, // the conversion fails
+    Replace // they become U+FFFD
+};
+
+/// True when texts can be converted by this page.
+[[nodiscard]] bool CodePageExists(unsigned page);
+
+/// Writes the units of all `bytes` to `out` and returns how many. Requires: `out` has room for `bytes.size()` units,
+/// which always suffice.
+/// Errors: null, with the last error set, for a page that doesn't exist and for invalid bytes that are refused.
+[[nodiscard]] std::optional<std::size_t> DecodeCodePage(unsigned page, std::string_view bytes,
+                                                        std::span<char16_t> out, InvalidBytes invalid);
+
+/// Appends the bytes of `units` to `out`. A unit that the page lacks becomes "?"; in UTF-8 a lone surrogate becomes
+/// U+FFFD.
+/// Errors: false, with the last error set and nothing appended, for a page that doesn't exist.
+[[nodiscard]] bool EncodeCodePage(unsigned page, std::u16string_view units, std::string & out);
+
+} // namespace KZPlatform

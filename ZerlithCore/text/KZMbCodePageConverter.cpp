@@ -1,0 +1,50 @@
+#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/platform/CodePages.h"
+#include "ZerlithCore/text/KZStringConverter.h"
+#include "ZerlithCore/text/KZStringText.h"
+
+#include <memory>
+#include <optional>
+#include <span>
+
+namespace {
+
+constexpr std::size_t StackUnits = 4096; // longer texts are decoded on the heap
+constexpr std::uint32_t JisCodePage = 932;
+
+KZErrorID LastError() { return new KZWinLastError; }
+
+} // namespace
+
+KZMbCodePageConverter::KZMbCodePageConverter(std::uint32_t codePage) : codePage_(codePage) {}
+
+KZMbCodePageConverter::~KZMbCodePageConverter() = default;
+
+// The text goes by way of a buffer, since invalid bytes may come late and leave the destination as it was.
+KZErrorID KZMbCodePageConverter::ConvertToUnicode(KZString & dest, char const * src) const {
+    std::string_view const bytes = KZBytesOf(src);
+    char16_t stack[StackUnits];
+    std::unique_ptr<char16_t[]> heap;
+    if (bytes.size() > StackUnits) heap = std::make_unique_for_overwrite<char16_t[]>(bytes.size());
+    std::span<char16_t> const buffer = heap ? std::span(heap.get(), bytes.size()) : std::span(stack);
+    std::optional<std::size_t> const size =
+        KZPlatform::DecodeCodePage(codePage_, bytes, buffer, KZPlatform::InvalidBytes::Refuse);
+    if (!size) return LastError();
+    dest = KZString(std::u16string_view(buffer.data(), *size));
+    return {};
+}
+
+KZErrorID KZMbCodePageConverter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
+    dest.clear();
+    if (src.IsNull()) return {};
+    if (!KZPlatform::EncodeCodePage(codePage_, KZTextOf(src), dest)) return LastError();
+    return {};
+}
+
+bool KZMbCodePageConverter::IsValid() const {
+    return codePage_ == KZPlatform::DefaultCodePage || KZPlatform::CodePageExists(codePage_);
+}
+
+KZJisConverter::KZJisConverter() : KZMbCodePageConverter(JisCodePage) {}
+
+KZJisConverter::~KZJisConverter() = default;

@@ -1,0 +1,75 @@
+#include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/KZStringConverter.h"
+#include "ZerlithCore/text/KZStringText.h"
+
+#include <optional>
+
+namespace {
+
+constexpr unsigned RowSize = 256;
+
+// A missing mapping is one without tables.
+constexpr KZMultiByteMapping EmptyMapping{};
+
+// Reads units from bytes one by one.
+class MappedReader {
+public:
+    MappedReader(KZMultiByteMapping const & mapping, char const * bytes) : mapping_(mapping), at_(bytes) {}
+
+    // The next unit, 0 for one that no table has; nothing at the end of the bytes.
+    std::optional<char16_t> Next() {
+        if (!at_ || *at_ == '\0') return std::nullopt;
+        char const byte = *at_++;
+        char16_t const * const table = mapping_.tables[KZMultiByteMapping::Bytes];
+        fromTable_ = table != nullptr;
+        if (!table) return static_cast<char16_t>(static_cast<signed char>(byte));
+        auto const lead = static_cast<unsigned char>(byte);
+        char16_t const * const trails = mapping_.tables[KZMultiByteMapping::Trails + lead];
+        if (table[lead] != 0 || !trails || *at_ == '\0') return table[lead];
+        return trails[static_cast<unsigned char>(*at_++)];
+    }
+
+    // True when some table gave the unit that was read last.
+    [[nodiscard]] bool IsFromTable() const { return fromTable_; }
+
+private:
+    KZMultiByteMapping const & mapping_;
+    char const * at_;
+    bool fromTable_ = false;
+};
+
+} // namespace
+
+KZMultiByteConverter::KZMultiByteConverter(KZMultiByteMapping const * mapping)
+    : mapping_(mapping ? mapping : &EmptyMapping) {}
+
+KZMultiByteConverter::~KZMultiByteConverter() = default;
+
+void KZMultiByteConverter::ConvertMbToStr(KZString & dest, char const * src) const {
+    std::uint32_t count = 0;
+    bool hasWideUnits = false;
+    for (MappedReader reader(*mapping_, src); auto const unit = reader.Next();) {
+        ++count;
+        hasWideUnits = hasWideUnits || (reader.IsFromTable() && *unit >= RowSize);
+    }
+    dest.Clear();
+    dest.Reserve(count);
+    if (!hasWideUnits) return;
+    char16_t * text = GetStrDataP(dest);
+    for (MappedReader reader(*mapping_, src); auto const unit = reader.Next();)
+        *text++ = *unit != 0 ? *unit : u'?';
+    *text = u'\0';
+    *GetStrDataLenP(dest) = count;
+}
+
+std::string KZMultiByteConverter::ConvertStrToMb(KZString const & src) const {
+    std::string bytes;
+    bytes.reserve(src.Length() * std::size_t{2});
+    for (char16_t const unit : KZTextOf(src)) {
+        char16_t const * const codes = mapping_->tables[unit / RowSize];
+        char16_t const code = codes ? codes[unit % RowSize] : u'\0';
+        if (code >= RowSize) bytes += static_cast<char>(code / RowSize);
+        bytes += code != 0 ? static_cast<char>(code % RowSize) : '?';
+    }
+    return bytes;
+}

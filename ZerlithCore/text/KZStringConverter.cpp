@@ -1,0 +1,114 @@
+#include "ZerlithCore/text/KZStringConverter.h"
+
+#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/text/KZStringText.h"
+
+#include <algorithm>
+#include <string_view>
+
+namespace {
+
+constexpr long UnsupportedCharacters = 11;
+
+// A size as `Reserve` takes it. More than a string can hold becomes what `Reserve` refuses.
+std::uint32_t RoomFor(std::size_t size) {
+    return static_cast<std::uint32_t>(std::min<std::size_t>(size, KZString::npos));
+}
+
+} // namespace
+
+// --- KZStringConverter
+
+KZStringConverter::~KZStringConverter() = default;
+
+unsigned long KZStringConverter::Release() const {
+    unsigned long const count = count_.Decrement();
+    if (count == 0) delete this;
+    return count;
+}
+
+bool KZStringConverter::IsValid() const { return true; }
+
+char16_t * KZStringConverter::GetStrDataP(KZString & string) {
+    string.ResizeCapacity(string.Length());
+    return string.data_->text;
+}
+
+std::uint32_t * KZStringConverter::GetStrDataLenP(KZString & string) {
+    string.ResizeCapacity(string.Length());
+    return &string.data_->length;
+}
+
+// --- KZMbStringConverter
+
+KZMbStringConverter::~KZMbStringConverter() = default;
+
+KZErrorID KZMbStringConverter::ConvertToUnicode(KZString & dest, char const * src) const {
+    ConvertMbToStr(dest, src);
+    return {};
+}
+
+KZErrorID KZMbStringConverter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
+    dest = ConvertStrToMb(src);
+    return {};
+}
+
+void KZMbStringConverter::ConvertMbToStr(KZString &, char const *) const {}
+
+std::string KZMbStringConverter::ConvertStrToMb(KZString const &) const { return {}; }
+
+// --- KZLatinStringConverter
+
+KZLatinStringConverter::~KZLatinStringConverter() = default;
+
+KZErrorID KZLatinStringConverter::ConvertToUnicode(KZString & dest, char const * src) const {
+    std::string_view const bytes = KZBytesOf(src);
+    dest.Clear();
+    dest.Reserve(RoomFor(bytes.size() + 1));
+    char16_t * const text = GetStrDataP(dest);
+    for (std::size_t i = 0; i < bytes.size(); ++i) text[i] = static_cast<unsigned char>(bytes[i]);
+    text[bytes.size()] = u'\0';
+    *GetStrDataLenP(dest) = static_cast<std::uint32_t>(bytes.size());
+    return {};
+}
+
+KZErrorID KZLatinStringConverter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
+    std::u16string_view const units = KZTextOf(src);
+    dest.resize(units.size());
+    std::ranges::transform(units, dest.begin(),
+                           [](char16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; });
+    unsigned seen = 0;
+    for (char16_t const unit : src) seen |= unit;
+    if (seen < 256) return {};
+    return new KZError(glbKZOREMsgSourceP, UnsupportedCharacters);
+}
+
+// --- KZStringUTF8Converter
+
+KZStringUTF8Converter::~KZStringUTF8Converter() = default;
+
+KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * src) const {
+    std::string_view const bytes = KZBytesOf(src);
+    std::size_t size = KZPlatform::UnitsInUtf8(bytes);
+    if (bytes.empty()) {
+        dest.Clear();
+        return {};
+    }
+    KZPlatform::Utf8Result result;
+    for (;; size = bytes.size()) {
+        dest.Reserve(RoomFor(size + 1));
+        result = KZPlatform::DecodeUtf8(bytes, {GetStrDataP(dest), size}, KZPlatform::Utf8Mode::Replace);
+        if (result.status == KZPlatform::Utf8Status::Done) break;
+        // Broken sequences take more units than were counted, but no more than there are bytes.
+    }
+    GetStrDataP(dest)[result.written] = u'\0';
+    *GetStrDataLenP(dest) = static_cast<std::uint32_t>(result.written);
+    return {};
+}
+
+KZErrorID KZStringUTF8Converter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
+    dest.clear();
+    KZPlatform::AppendUtf8(dest, KZTextOf(src), KZPlatform::Utf8Mode::Replace);
+    return {};
+}

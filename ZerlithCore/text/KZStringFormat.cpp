@@ -1,0 +1,436 @@
+#include "ZerlithCore/text/KZString.h"
+
+#include "ZerlithCore/platform/Utf8.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <memory>
+#include <utility>
+
+// One pass: the format is walked once, each conversion is put together in pieces (prefix, zeros, body) and written to a
+// buffer that starts on the stack and grows on the heap. The string takes the result at the end, so arguments may point
+// into it. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's locale is.
+//
+// A wild width or precision can't exhaust memory: padding stops at `MaxPadding` units.
+
+namespace {
+
+constexpr int MaxPadding = 1 << 20;
+
+/// More digits than any double has behind its point; what is asked for beyond is zeros.
+constexpr int MaxDoubleDigits = 1100;
+
+/// Units on the stack as long as they fit there.
+class Buffer {
+public:
+    std::size_t Size() const noexcept { return static_cast<std::size_t>(end_ - begin_); }
+    void Put(char16_t unit) { *Extend(1) = unit; }
+    void Fill(char16_t unit, std::size_t count) { std::fill_n(Extend(count), count, unit); }
+    template <class Unit>
+    void Put(std::basic_string_view<Unit> text) {
+        std::copy(text.begin(), text.end(), Extend(text.size()));
+    }
+    /// The text with a terminator; valid until the next change.
+    char16_t const * Terminated() {
+        Put(u'\0');
+        return begin_;
+    }
+
+private:
+    char16_t * Extend(std::size_t count) {
+        if (static_cast<std::size_t>(limit_ - end_) < count) Grow(count);
+        return std::exchange(end_, end_ + count);
+    }
+
+    void Grow(std::size_t count) {
+        std::size_t const size = Size();
+        std::size_t const room = std::max(size + count, size * 2);
+        auto larger = std::make_unique_for_overwrite<char16_t[]>(room);
+        std::copy(begin_, end_, larger.get());
+        heap_ = std::move(larger);
+        begin_ = heap_.get();
+        end_ = begin_ + size;
+        limit_ = begin_ + room;
+    }
+
+    std::array<char16_t, 512> local_;
+    std::unique_ptr<char16_t[]> heap_;
+    char16_t * begin_ = local_.data();
+    char16_t * end_ = begin_;
+    char16_t * limit_ = begin_ + local_.size();
+};
+
+enum class ArgumentSize { Char, Short, Default, Long, Quad };
+
+/// One conversion as it stands in the format.
+struct Conversion {
+    bool left = false, plus = false, blank = false, alternate = false, zeros = false;
+    int width = 0;
+    int precision = -1; // -1: none given
+    ArgumentSize size = ArgumentSize::Default;
+    char16_t letter = u'\0';
+};
+
+/// A number in the pieces that padding may part.
+struct Number {
+    std::string_view sign;
+    std::size_t zeros = 0; // between sign and digits
+    std::string_view digits;
+    std::size_t moreZeros = 0; // behind the digits
+    std::string_view exponent;
+};
+
+/// Reads a decimal number, stopping at the largest int.
+int ReadNumber(char16_t const *& format) noexcept {
+    std::int64_t value = 0;
+    for (; *format >= u'0' && *format <= u'9'; ++format) {
+        value = std::min<std::int64_t>(value * 10 + (*format - u'0'), INT_MAX);
+    }
+    return static_cast<int>(value);
+}
+
+class Formatter {
+public:
+    explicit Formatter(std::va_list arguments) { va_copy(arguments_, arguments); }
+    ~Formatter() { va_end(arguments_); }
+    Formatter(Formatter const &) = delete;
+    Formatter & operator=(Formatter const &) = delete;
+
+    char16_t const * Run(char16_t const * format) {
+        for (;;) {
+            char16_t const * const start = format;
+            while (*format != u'%' && *format != u'\0') ++format;
+            out_.Put(std::u16string_view(start, static_cast<std::size_t>(format - start)));
+            if (*format == u'\0') return out_.Terminated();
+            ++format;
+            Write(Read(format));
+        }
+    }
+
+private:
+    /// Reads what stands behind the "%" up to the letter; widths and precisions of `*` are taken from the arguments.
+    Conversion Read(char16_t const *& format) {
+        Conversion conversion;
+        bool const hasWidth = ReadFlags(format, conversion);
+        if (!hasWidth) conversion.width = std::min(ReadNumber(format), MaxPadding);
+        if (*format == u'.') {
+            ++format;
+            if (*format == u'*') {
+                ++format;
+                conversion.precision = std::max(va_arg(arguments_, int), -1);
+            } else {
+                conversion.precision = ReadNumber(format);
+            }
+        }
+        ReadSizes(format, conversion);
+        conversion.letter = *format;
+        if (*format != u'\0') ++format;
+        return conversion;
+    }
+
+    /// True when a `*` gave the width.
+    bool ReadFlags(char16_t const *& format, Conversion & conversion) {
+        for (bool hasWidth = false;; ++format) {
+            switch (*format) {
+            case u'-': conversion.left = true; break;
+            case u'+': conversion.plus = true; break;
+            case u' ': conversion.blank = true; break;
+            case u'#': conversion.alternate = true; break;
+            case u'0': conversion.zeros = true; break;
+            case u'*': {
+                int const width = va_arg(arguments_, int);
+                if (width < 0) conversion.left = true;
+                conversion.width = width > -MaxPadding && width < MaxPadding ? std::abs(width) : MaxPadding;
+                hasWidth = true;
+                break;
+            }
+            default: return hasWidth;
+            }
+        }
+    }
+
+    static void ReadSizes(char16_t const *& format, Conversion & conversion) noexcept {
+        ArgumentSize & size = conversion.size;
+        for (;; ++format) {
+            switch (*format) {
+            case u'h': size = size == ArgumentSize::Short ? ArgumentSize::Char : ArgumentSize::Short; break;
+            case u'l': size = size == ArgumentSize::Long ? ArgumentSize::Quad : ArgumentSize::Long; break;
+            case u'F':
+            case u'L':
+            case u'N': break;
+            case u'I':
+                if (format[1] != u'6' || format[2] != u'4') return;
+                size = ArgumentSize::Quad;
+                format += 2;
+                break;
+            default: return;
+            }
+        }
+    }
+
+    void Write(Conversion const & conversion) {
+        switch (conversion.letter) {
+        case u'd':
+        case u'i': return WriteSigned(conversion);
+        case u'o':
+        case u'u':
+        case u'x':
+        case u'X': return WriteUnsigned(conversion, TakeUnsigned(conversion.size));
+        case u'p': return WritePointer(conversion);
+        case u'e':
+        case u'E':
+        case u'f':
+        case u'g':
+        case u'G': return WriteDouble(conversion, va_arg(arguments_, double));
+        case u'c':
+        case u'C': return WriteUnit(conversion);
+        case u's':
+        case u'S': return WriteText(conversion);
+        case u'n': return StoreSize(conversion.size);
+        case u'\0': return;
+        default: return out_.Put(conversion.letter); // "%%" too
+        }
+    }
+
+    // --- Integers
+
+    std::int64_t TakeSigned(ArgumentSize size) {
+        switch (size) {
+        case ArgumentSize::Quad: return va_arg(arguments_, long long);
+        case ArgumentSize::Long: return va_arg(arguments_, long);
+        case ArgumentSize::Short: return static_cast<short>(va_arg(arguments_, int));
+        case ArgumentSize::Char: return static_cast<signed char>(va_arg(arguments_, int));
+        default: return va_arg(arguments_, int);
+        }
+    }
+
+    std::uint64_t TakeUnsigned(ArgumentSize size) {
+        switch (size) {
+        case ArgumentSize::Quad: return va_arg(arguments_, unsigned long long);
+        case ArgumentSize::Long: return va_arg(arguments_, unsigned long);
+        case ArgumentSize::Short: return static_cast<unsigned short>(va_arg(arguments_, unsigned));
+        case ArgumentSize::Char: return static_cast<unsigned char>(va_arg(arguments_, unsigned));
+        default: return va_arg(arguments_, unsigned);
+        }
+    }
+
+    static std::string_view SignOf(Conversion const & conversion, bool negative) noexcept {
+        return negative ? "-" : conversion.plus ? "+" : conversion.blank ? " " : "";
+    }
+
+    void WriteSigned(Conversion const & conversion) {
+        std::int64_t const value = TakeSigned(conversion.size);
+        auto const bits = static_cast<std::uint64_t>(value);
+        WriteInteger(conversion, SignOf(conversion, value < 0), value < 0 ? 0 - bits : bits, 10);
+    }
+
+    void WriteUnsigned(Conversion const & conversion, std::uint64_t value) {
+        bool const marked = conversion.alternate && value != 0;
+        switch (conversion.letter) {
+        case u'o': return WriteInteger(conversion, "", value, 8);
+        case u'x': return WriteInteger(conversion, marked ? "0x" : "", value, 16);
+        case u'X': return WriteInteger(conversion, marked ? "0X" : "", value, 16);
+        default: return WriteInteger(conversion, "", value, 10);
+        }
+    }
+
+    void WriteInteger(Conversion const & conversion, std::string_view sign, std::uint64_t value, int base) {
+        std::array<char, 24> digits;
+        char * end = digits.data();
+        if (value != 0 || conversion.precision != 0) {
+            end = std::to_chars(end, digits.data() + digits.size(), value, base).ptr;
+        }
+        if (conversion.letter == u'X') MakeUpper(digits.data(), end);
+        auto const count = static_cast<int>(end - digits.data());
+        int zeros = std::max(std::min(conversion.precision, MaxPadding) - count, 0);
+        // An octal number is marked by a digit 0 in front, unless it has one.
+        if (base == 8 && conversion.alternate && zeros == 0 && (count == 0 || digits[0] != '0')) zeros = 1;
+        WriteNumber(conversion, conversion.zeros && conversion.precision < 0,
+                    {sign, static_cast<std::size_t>(zeros), {digits.data(), end}, 0, {}});
+    }
+
+    /// As the system's own printf shows pointers.
+    void WritePointer(Conversion const & conversion) {
+        void const * const pointer = va_arg(arguments_, void *);
+        if (!pointer) return WriteField(conversion, std::string_view("(nil)"));
+        WriteInteger(conversion, "0x", reinterpret_cast<std::uintptr_t>(pointer), 16);
+    }
+
+    // --- Doubles
+
+    void WriteDouble(Conversion const & conversion, double value) {
+        bool const upper = conversion.letter == u'E' || conversion.letter == u'G';
+        std::string_view const sign = SignOf(conversion, std::signbit(value));
+        value = std::fabs(value);
+        if (!std::isfinite(value)) {
+            std::string_view const word =
+                std::isnan(value) ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf");
+            return WriteNumber(conversion, false, {sign, 0, word, 0, {}});
+        }
+        int precision = conversion.precision < 0 ? 6 : std::min(conversion.precision, MaxPadding);
+        auto style = std::chars_format::general;
+        if (conversion.letter == u'f') style = std::chars_format::fixed;
+        if ((conversion.letter | 0x20) == u'e') style = std::chars_format::scientific;
+        if (style == std::chars_format::general && conversion.alternate) ChooseStyle(value, style, precision);
+
+        // 309 digits in front of the point, and the point that is put in, at most.
+        std::array<char, MaxDoubleDigits + 320> digits;
+        int const made = std::min(precision, MaxDoubleDigits);
+        char * end = std::to_chars(digits.data(), digits.data() + digits.size(), value, style, made).ptr;
+        char * exponent = style == std::chars_format::fixed ? end : std::find(digits.data(), end, 'e');
+        if (conversion.alternate && std::find(digits.data(), exponent, '.') == exponent) {
+            std::copy_backward(exponent, end, end + 1);
+            *exponent++ = '.';
+            ++end;
+        }
+        if (upper) MakeUpper(exponent, end);
+        std::size_t const moreZeros =
+            style == std::chars_format::general ? 0 : static_cast<std::size_t>(precision - made);
+        WriteNumber(conversion, conversion.zeros,
+                    {sign, 0, {digits.data(), exponent}, moreZeros, {exponent, end}});
+    }
+
+    /// What "%#g" prints: the style that "%g" would choose, with all its zeros.
+    static void ChooseStyle(double value, std::chars_format & style, int & precision) {
+        int const significant = std::max(precision, 1);
+        std::array<char, MaxDoubleDigits + 16> digits;
+        auto const end =
+            std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::scientific,
+                          std::min(significant, MaxDoubleDigits) - 1)
+                .ptr;
+        char const * const letter = std::find(digits.data(), end, 'e');
+        int exponent = 0;
+        std::from_chars(letter + (letter[1] == '+' ? 2 : 1), end, exponent);
+        bool const fixed = exponent >= -4 && exponent < significant;
+        style = fixed ? std::chars_format::fixed : std::chars_format::scientific;
+        precision = fixed ? significant - 1 - exponent : significant - 1;
+    }
+
+    static void MakeUpper(char * begin, char * end) noexcept {
+        for (; begin != end; ++begin) {
+            if (*begin >= 'a' && *begin <= 'z') *begin = static_cast<char>(*begin - ('a' - 'A'));
+        }
+    }
+
+    // --- Texts
+
+    /// "S" and an h mean bytes, in UTF-8; an l means units.
+    static bool IsNarrow(Conversion const & conversion) noexcept {
+        switch (conversion.size) {
+        case ArgumentSize::Short: return true;
+        case ArgumentSize::Long: return false;
+        default: return conversion.letter == u'S' || conversion.letter == u'C';
+        }
+    }
+
+    void WriteUnit(Conversion const & conversion) {
+        int const code = va_arg(arguments_, int);
+        auto unit = static_cast<char16_t>(code);
+        if (IsNarrow(conversion)) unit = (code & 0x80) == 0 ? static_cast<char16_t>(code & 0x7F) : u'\uFFFD';
+        WriteField(conversion, std::u16string_view(&unit, 1));
+    }
+
+    void WriteText(Conversion const & conversion) {
+        void const * const text = va_arg(arguments_, void *);
+        auto const limit = conversion.precision < 0 ? std::size_t{KZString::npos}
+                                                    : static_cast<std::size_t>(conversion.precision);
+        if (!text) {
+            WriteField(conversion, std::u16string_view(u"(null)").substr(0, limit));
+        } else if (IsNarrow(conversion)) {
+            WriteField(conversion, std::u16string_view(Decode(static_cast<char const *>(text), limit)));
+        } else {
+            auto const units = static_cast<char16_t const *>(text);
+            std::size_t size = 0;
+            while (size < limit && units[size] != u'\0')
+                ++size; // behind the limit there may be no terminator
+            WriteField(conversion, std::u16string_view(units, size));
+        }
+    }
+
+    /// At most `limit` units of a text of bytes. A unit takes one byte at least: so many can be read in any case.
+    static std::u16string Decode(char const * bytes, std::size_t limit) {
+        std::u16string units;
+        KZPlatform::Utf8Decoder decoder(KZPlatform::Utf8Mode::Replace);
+        while (units.size() < limit) {
+            std::size_t const wanted = limit - units.size();
+            auto const stop = static_cast<char const *>(std::memchr(bytes, '\0', wanted));
+            std::size_t const count = stop ? static_cast<std::size_t>(stop - bytes) : wanted;
+            decoder.Append(units, {bytes, count});
+            bytes += count;
+            if (stop) break;
+        }
+        decoder.Finish(units);
+        if (units.size() > limit) units.resize(limit);
+        return units;
+    }
+
+    void StoreSize(ArgumentSize size) {
+        void * const target = va_arg(arguments_, void *);
+        if (!target) return;
+        std::size_t const count = out_.Size();
+        switch (size) {
+        case ArgumentSize::Quad: *static_cast<long long *>(target) = static_cast<long long>(count); break;
+        case ArgumentSize::Long: *static_cast<long *>(target) = static_cast<long>(count); break;
+        case ArgumentSize::Short: *static_cast<short *>(target) = static_cast<short>(count); break;
+        case ArgumentSize::Char: *static_cast<signed char *>(target) = static_cast<signed char>(count); break;
+        default: *static_cast<int *>(target) = static_cast<int>(count); break;
+        }
+    }
+
+    // --- Padding
+
+    template <class Unit>
+    void WriteField(Conversion const & conversion, std::basic_string_view<Unit> text) {
+        std::size_t const blanks = Padding(conversion, text.size());
+        if (!conversion.left) out_.Fill(u' ', blanks);
+        out_.Put(text);
+        if (conversion.left) out_.Fill(u' ', blanks);
+    }
+
+    void WriteNumber(Conversion const & conversion, bool padWithZeros, Number number) {
+        std::size_t const size = number.sign.size() + number.zeros + number.digits.size() + number.moreZeros +
+                                 number.exponent.size();
+        std::size_t blanks = Padding(conversion, size);
+        if (padWithZeros && !conversion.left) number.zeros += std::exchange(blanks, 0);
+        if (!conversion.left) out_.Fill(u' ', blanks);
+        out_.Put(number.sign);
+        out_.Fill(u'0', number.zeros);
+        out_.Put(number.digits);
+        out_.Fill(u'0', number.moreZeros);
+        out_.Put(number.exponent);
+        if (conversion.left) out_.Fill(u' ', blanks);
+    }
+
+    static std::size_t Padding(Conversion const & conversion, std::size_t size) noexcept {
+        auto const width = static_cast<std::size_t>(conversion.width);
+        return width > size ? width - size : 0;
+    }
+
+    std::va_list arguments_;
+    Buffer out_;
+};
+
+/// Ends a started list, also when formatting throws.
+struct ArgumentListEnd {
+    std::va_list & list;
+    ~ArgumentListEnd() { va_end(list); }
+};
+
+} // namespace
+
+void KZString::Format(char16_t const * format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    ArgumentListEnd const end{arguments};
+    FormatArgumentList(format, arguments);
+}
+
+void KZString::FormatArgumentList(char16_t const * format, std::va_list arguments) {
+    if (!format) return Clear();
+    Formatter formatter(arguments);
+    Assign(formatter.Run(format), 0);
+}

@@ -1,0 +1,184 @@
+#include "ZerlithCore/text/KZString.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <concepts>
+#include <limits>
+#include <string>
+#include <type_traits>
+
+// The standard's wide conversions are not to be had for 16-bit units, so the text is read here. Integers need no help.
+// For a double the extent of the number is found first; its units, all ASCII by then, go to std::from_chars, which knows no
+// locale and rounds correctly however long the number is.
+
+namespace {
+
+bool IsSpace(char16_t unit) noexcept { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
+
+/// The value of a digit; 10 and more for other units.
+unsigned DigitValue(char16_t unit) noexcept { return static_cast<unsigned>(unit) - u'0'; }
+
+bool IsDigit(char16_t unit) noexcept { return DigitValue(unit) < 10; }
+
+bool IsHexDigit(char16_t unit) noexcept {
+    char16_t const lower = unit | 0x20;
+    return IsDigit(unit) || (lower >= u'a' && lower <= u'f');
+}
+
+char16_t const * SkipSpace(char16_t const * text) noexcept {
+    while (IsSpace(*text)) ++text;
+    return text;
+}
+
+/// Steps over a sign; tells whether it was a minus.
+bool TakeSign(char16_t const *& text) noexcept {
+    bool const minus = *text == u'-';
+    if (minus || *text == u'+') ++text;
+    return minus;
+}
+
+void Report(bool * success, bool value) noexcept {
+    if (success) *success = value;
+}
+
+/// Reads an `Integer`; an unsigned one may have a minus and is negated within its bits.
+template <std::integral Integer>
+Integer ReadInteger(char16_t const * text, bool * success) noexcept {
+    using Limits = std::numeric_limits<Integer>;
+    using Magnitude = std::make_unsigned_t<Integer>;
+    text = SkipSpace(text);
+    bool const minus = TakeSign(text);
+    Magnitude const limit = static_cast<Magnitude>(static_cast<Magnitude>(Limits::max()) +
+                                                   (std::is_signed_v<Integer> && minus ? 1U : 0U));
+    char16_t const * const digits = text;
+    Magnitude value = 0;
+    bool fits = true;
+    for (unsigned digit; (digit = DigitValue(*text)) < 10; ++text) {
+        fits = fits && (value < limit / 10 || (value == limit / 10 && digit <= limit % 10));
+        if (fits) value = static_cast<Magnitude>(value * 10 + digit);
+    }
+    Report(success, fits && text != digits && *text == u'\0');
+    if (!fits) return minus && std::is_signed_v<Integer> ? Limits::min() : Limits::max();
+    return static_cast<Integer>(minus ? Magnitude{0} - value : value);
+}
+
+/// The length of `word`, in small letters, if `text` begins with it in any case; else 0.
+std::size_t StartsWith(char16_t const * text, std::u16string_view word) noexcept {
+    for (std::size_t i = 0; i < word.size(); ++i) {
+        if ((text[i] | 0x20) != word[i]) return 0;
+    }
+    return word.size();
+}
+
+/// Steps over an exponent that `letter` begins, if there is one with a digit; its value, bounded far above any double's.
+std::int64_t TakeExponent(char16_t const *& text, char16_t letter) noexcept {
+    constexpr std::int64_t Bound = 1'000'000'000'000;
+    char16_t const * place = text;
+    if ((*place | 0x20) != letter) return 0;
+    bool const minus = TakeSign(++place);
+    if (!IsDigit(*place)) return 0;
+    std::int64_t value = 0;
+    for (; IsDigit(*place); ++place) {
+        if (value < Bound) value = value * 10 + DigitValue(*place);
+    }
+    text = place;
+    return minus ? -value : value;
+}
+
+/// The extent of a number, from its first digit or point on.
+struct Extent {
+    char16_t const * begin;
+    char16_t const * end; // equal to `begin` where no number stands
+    bool isHex;
+    bool isLarge; // at least 1, so that what doesn't fit into a double is too large, not too small
+};
+
+Extent MeasureNumber(char16_t const * text) noexcept {
+    bool const isHex = text[0] == u'0' && (text[1] | 0x20) == u'x' &&
+                       (IsHexDigit(text[2]) || (text[2] == u'.' && IsHexDigit(text[3])));
+    auto const isDigit = isHex ? IsHexDigit : IsDigit;
+    char16_t const * const begin = isHex ? text + 2 : text;
+    // The place of the highest digit that isn't 0, counted from the point: 1 stands just in front of it.
+    std::int64_t place = 0;
+    bool isZero = true, hasDigits = false, behindPoint = false;
+    char16_t const * end = begin;
+    for (; isDigit(*end) || (*end == u'.' && !behindPoint); ++end) {
+        if (*end == u'.') {
+            behindPoint = true;
+            continue;
+        }
+        hasDigits = true;
+        isZero = isZero && *end == u'0';
+        if (behindPoint ? isZero : !isZero) place += behindPoint ? -1 : 1;
+    }
+    if (!hasDigits) return {text, text, false, false};
+    std::int64_t const exponent = TakeExponent(end, isHex ? u'p' : u'e');
+    return {begin, end, isHex, (isHex ? place * 4 : place) + exponent > 0};
+}
+
+/// Reads a double without a sign and steps over it; `fits` tells whether it lies in the range of a double.
+double TakeNumber(char16_t const *& text, bool & fits) {
+    auto const [begin, end, isHex, isLarge] = MeasureNumber(text);
+    text = end;
+    std::array<char, 64> few;
+    std::string many;
+    auto const count = static_cast<std::size_t>(end - begin);
+    char * const digits = count <= few.size() ? few.data() : (many.resize(count), many.data());
+    std::transform(begin, end, digits, [](char16_t unit) { return static_cast<char>(unit); });
+    double value = 0;
+    auto const format = isHex ? std::chars_format::hex : std::chars_format::general;
+    fits = std::from_chars(digits, digits + count, value, format).ec != std::errc::result_out_of_range &&
+           !std::isinf(value);
+    if (!fits) return isLarge ? HUGE_VAL : 0.0;
+    return value;
+}
+
+/// Steps over "inf", "infinity", "nan" or "nan(...)"; 0 where none of them stands.
+double TakeWord(char16_t const *& text) noexcept {
+    if (std::size_t const inf = StartsWith(text, u"inf")) {
+        text += inf;
+        text += StartsWith(text, u"inity");
+        return HUGE_VAL;
+    }
+    std::size_t const nan = StartsWith(text, u"nan");
+    if (nan == 0) return 0;
+    text += nan;
+    if (*text == u'(') {
+        char16_t const * place = text + 1;
+        while (IsDigit(*place) || *place == u'_' || ((*place | 0x20) >= u'a' && (*place | 0x20) <= u'z'))
+            ++place;
+        if (*place == u')') text = place + 1;
+    }
+    return std::numeric_limits<double>::quiet_NaN();
+}
+
+} // namespace
+
+int KZString::AsInt(bool * success) const { return ReadInteger<std::int32_t>(c_str(), success); }
+
+long KZString::AsLong(bool * success) const { return ReadInteger<std::int32_t>(c_str(), success); }
+
+KZDuration KZString::AsKZDuration(bool * success) const { return ReadInteger<KZDuration>(c_str(), success); }
+
+unsigned int KZString::AsUint(bool * success) const { return ReadInteger<std::uint32_t>(c_str(), success); }
+
+unsigned long KZString::AsULong(bool * success) const { return ReadInteger<std::uint32_t>(c_str(), success); }
+
+double KZString::AsDouble(bool * success) const {
+    char16_t const * text = SkipSpace(c_str());
+    bool const minus = TakeSign(text);
+    char16_t const * const start = text;
+    bool fits = true;
+    double value = TakeWord(text);
+    if (text == start) value = TakeNumber(text, fits);
+    Report(success, fits && text != start && *text == u'\0');
+    return minus && text != start ? -value : value;
+}
+
+std::int64_t KZString::AsInt64(bool * success) const { return ReadInteger<std::int64_t>(c_str(), success); }
+
+std::uint64_t KZString::AsUInt64(bool * success) const {
+    return ReadInteger<std::uint64_t>(c_str(), success);
+}

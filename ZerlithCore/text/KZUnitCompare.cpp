@@ -1,0 +1,62 @@
+// Where the processor has 128-bit compares, eight units are looked at in one step. A block may reach behind a
+// terminator, but is never loaded where it would reach into another page, which may not exist; there eight steps are
+// taken unit by unit.
+
+#include "ZerlithCore/text/KZUnitCompare.h"
+
+#include <bit>
+#include <cstdint>
+
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
+namespace {
+
+int OrderOf(char16_t a, char16_t b) noexcept { return (a > b) - (a < b); }
+
+#ifdef __SSE2__
+
+constexpr int Block = 8;
+constexpr std::uintptr_t PageSize = 4096; // the smallest of any processor with these compares
+
+bool StaysInPage(char16_t const * text) noexcept {
+    return reinterpret_cast<std::uintptr_t>(text) % PageSize <= PageSize - sizeof(__m128i);
+}
+
+#endif
+
+} // namespace
+
+#ifdef __SSE2__
+
+// The sanitizers can't know that units behind a terminator are looked at and ignored.
+__attribute__((no_sanitize("address", "thread"))) int KZCompareUnits(char16_t const * a,
+                                                                     char16_t const * b) noexcept {
+    if (a == b) return 0;
+    __m128i const zero = _mm_setzero_si128();
+    for (;; a += Block, b += Block) {
+        if (StaysInPage(a) && StaysInPage(b)) {
+            __m128i const left = _mm_loadu_si128(reinterpret_cast<__m128i const *>(a));
+            __m128i const right = _mm_loadu_si128(reinterpret_cast<__m128i const *>(b));
+            __m128i const same = _mm_cmpeq_epi16(left, right);
+            // Lanes that go on: equal, and not the terminator.
+            auto const goOn =
+                static_cast<unsigned>(_mm_movemask_epi8(_mm_andnot_si128(_mm_cmpeq_epi16(left, zero), same)));
+            if (goOn == 0xFFFF) continue;
+            int const stop = std::countr_one(goOn) / 2;
+            return OrderOf(a[stop], b[stop]);
+        }
+        for (int i = 0; i < Block; ++i)
+            if (a[i] != b[i] || a[i] == 0) return OrderOf(a[i], b[i]);
+    }
+}
+
+#else
+
+int KZCompareUnits(char16_t const * a, char16_t const * b) noexcept {
+    for (; *a == *b && *a != 0; ++a) ++b;
+    return OrderOf(*a, *b);
+}
+
+#endif

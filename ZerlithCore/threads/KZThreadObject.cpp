@@ -1,0 +1,5 @@
+#include "ZerlithCore/threads/KZThreadObject.h"
+
+void KZThreadObject::Stop() {}
+
+KZThreadObject::~KZThreadObject() = default;

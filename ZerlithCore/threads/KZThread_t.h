@@ -1,0 +1,27 @@
+/// @file
+/// What names a thread.
+#pragma once
+
+/// A thread's identifier and its system handle. The handle is the thread's own business: valid until the thread has been
+/// waited for, and null for a thread that wasn't started by a KZThread.
+class KZThread_t {
+public:
+    constexpr KZThread_t() noexcept = default;
+    constexpr KZThread_t(unsigned long id, void * handle) noexcept : id_(id), handle_(handle) {}
+
+    /// The identifier; 0 names no thread.
+    constexpr operator unsigned long() const noexcept { return id_; }
+    [[nodiscard]] constexpr void * GetHandle() const noexcept { return handle_; }
+
+    /// Equal are both fields, ordered is by the identifier alone.
+    friend constexpr bool operator==(KZThread_t const & a, KZThread_t const & b) noexcept {
+        return a.id_ == b.id_ && a.handle_ == b.handle_;
+    }
+    friend constexpr bool operator<(KZThread_t const & a, KZThread_t const & b) noexcept {
+        return a.id_ < b.id_;
+    }
+
+private:
+    unsigned long id_ = 0;
+    void * handle_ = nullptr;
+};

@@ -1,0 +1,68 @@
+/// @file
+/// A moment as seconds since 1970.
+///
+///     KZDateTime moment;
+///     KZErrorID const error = moment.FromString(u"2024/05/06 07:08:09");    // in local time
+///     KZString const text = moment.AsString(u"%d %B %Y, %H:%M");            // "06 May 2024, 07:08"
+#pragma once
+
+#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/text/KZString.h"
+
+#include <compare>
+#include <cstdint>
+
+class KZErrorID;
+class KZTimeZone;
+
+/// A moment: seconds since 1970-01-01 00:00:00 UTC, in 32 unsigned bits, so to the year 2106. 0 is the null date.
+///
+/// Its calendar fields are made on demand, in a zone: local time unless another one is asked for.
+///
+/// Thread safety: as an integer.
+class KZ_EXPORT KZDateTime {
+public:
+    /// Stands for the local zone where a KZTimeZone is wanted.
+    struct KZ_EXPORT LocalTimeZone {
+        operator KZTimeZone const &() const;
+    };
+    static constexpr LocalTimeZone localTimeZone{};
+
+    static constexpr char16_t const * DefaultFormat = u"%Y/%m/%d %H:%M:%S";
+
+    /// The null date.
+    constexpr KZDateTime() noexcept = default;
+    /// `seconds` since 1970 UTC.
+    constexpr explicit KZDateTime(std::uint32_t seconds) noexcept : seconds_(seconds) {}
+
+    /// Reads `text`, a local time of `zone`, under `format`. What can't be read leaves the value alone.
+    ///
+    /// Conversions: %Y %m %d %H %M %S in digits, also %y (69 to 99 are 19xx) %e %j %I %p, %b %B %h %a %A with English
+    /// names, %D %T %R %F %x %X, %n %t %%. Numbers may have blanks and zeros in front; a blank in `format` stands for
+    /// any number of them; names ignore case. Fields that aren't named are those of 1970-01-01 00:00:00. A time that
+    /// a change of clocks leaves out, or has twice, is read with the offset from before the change.
+    /// Errors: 8 when `text` doesn't have that form, 9 when it names no date from 1970 to 2106.
+    KZErrorID FromString(KZString const & text, KZString const & format = DefaultFormat,
+                         KZTimeZone const & zone = localTimeZone);
+
+    /// Puts the local time of `zone` into `out`, under a `format` of the standard's strftime. A null date is empty.
+    /// Errors: 7 when the text is longer than 65,536 characters; `out` is then as before.
+    KZErrorID AsString(KZString & out, KZString const & format,
+                       KZTimeZone const & zone = localTimeZone) const;
+    /// The same as a result; empty on error.
+    [[nodiscard]] KZString AsString(KZString const & format = DefaultFormat,
+                                    KZTimeZone const & zone = localTimeZone) const;
+
+    [[nodiscard]] constexpr bool IsNull() const noexcept { return seconds_ == 0; }
+    [[nodiscard]] constexpr std::uint32_t AsSeconds() const noexcept { return seconds_; }
+
+    /// By time; null stands in front.
+    friend constexpr auto operator<=>(KZDateTime const &, KZDateTime const &) noexcept = default;
+
+private:
+    std::uint32_t seconds_ = 0;
+};
+
+/// Prints `duration` seconds as "01:02:03", with the days in front if there are any: "2 01:02:03". A negative one has
+/// "-" in front of all.
+KZ_EXPORT KZString KZPrintDuration(KZDuration duration);

@@ -1,0 +1,112 @@
+// Log lines: the stamped log file beside the formatted output of the C and C++ libraries, and what a channel costs.
+#include "ZerlithCore/log/KZLogFile.h"
+#include "ZerlithCore/log/KZLogManager.h"
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace {
+
+std::string const path = (std::filesystem::temp_directory_path() / "kz-log-bench.log").string();
+
+// The file is emptied before each run and removed behind the last, so that runs compare.
+std::u16string FreshFile() {
+    std::ofstream(path).flush();
+    return {path.begin(), path.end()};
+}
+
+void LogLine(benchmark::State & state) {
+    static std::unique_ptr<KZLogFile> log;
+    if (state.thread_index() == 0) {
+        log = std::make_unique<KZLogFile>();
+        log->SetAutoFlush(state.range(0) != 0);
+        log->Open(FreshFile().c_str());
+    }
+    int i = 0;
+    for (auto _ : state) log->Log(u"request %d of %s took %d ms", ++i, u"client", 42);
+    if (state.thread_index() == 0) {
+        log.reset();
+        std::filesystem::remove(path);
+    }
+}
+
+// The same line with a stamp of the C library's; `fprintf` locks by itself, the wide stream needs a lock.
+
+void PeerFprintf(benchmark::State & state) {
+    static std::FILE * file;
+    if (state.thread_index() == 0) file = std::fopen(path.c_str(), "w");
+    int i = 0;
+    for (auto _ : state) {
+        std::time_t const now = std::time(nullptr);
+        std::tm parts{};
+        localtime_r(&now, &parts);
+        std::fprintf(file, "%04d%02d%02d %02d%02d%02d> request %d of %s took %d ms\r\n", parts.tm_year + 1900,
+                     parts.tm_mon + 1, parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, ++i,
+                     "client", 42);
+        if (state.range(0) != 0) std::fflush(file);
+    }
+    if (state.thread_index() == 0) {
+        std::fclose(file);
+        std::filesystem::remove(path);
+    }
+}
+
+void PeerWofstream(benchmark::State & state) {
+    static std::unique_ptr<std::wofstream> file;
+    static std::mutex lock;
+    if (state.thread_index() == 0) file = std::make_unique<std::wofstream>(path);
+    int i = 0;
+    for (auto _ : state) {
+        std::time_t const now = std::time(nullptr);
+        std::tm parts{};
+        localtime_r(&now, &parts);
+        wchar_t stamp[32];
+        std::wcsftime(stamp, 32, L"%Y%m%d %H%M%S> ", &parts);
+        std::lock_guard const guard(lock);
+        *file << stamp << L"request " << ++i << L" of " << L"client" << L" took " << 42 << L" ms\r\n";
+        if (state.range(0) != 0) file->flush();
+    }
+    if (state.thread_index() == 0) {
+        file.reset();
+        std::filesystem::remove(path);
+    }
+}
+
+BENCHMARK(LogLine)->ArgName("flush")->Arg(0)->Arg(1)->ThreadRange(1, 4)->UseRealTime();
+BENCHMARK(PeerFprintf)->ArgName("flush")->Arg(0)->Arg(1)->ThreadRange(1, 4)->UseRealTime();
+BENCHMARK(PeerWofstream)->ArgName("flush")->Arg(0)->Arg(1)->ThreadRange(1, 4)->UseRealTime();
+
+class Listener : public KZLogSubscriberI {
+public:
+    using KZLogSubscriberI::KZLogSubscriberI;
+    void OnFlush(int, KZString const & text) override { benchmark::DoNotOptimize(text.Length()); }
+};
+
+// A hundred characters a message, one by one or as one text; level 1 is heard, level 2 isn't.
+void ChannelCharacters(benchmark::State & state) {
+    KZLogManager manager;
+    manager.AddChannel(u"bench");
+    manager.Subscribe(0, KZSmartPtr<KZLogSubscriberI>(new Listener(1)));
+    std::wostream & stream =
+        (*manager.GetChannel(0U))->GetStream().GetStream(static_cast<int>(state.range(0)));
+    std::wstring const text(100, L'x');
+    for (auto _ : state) {
+        if (state.range(1) != 0) {
+            stream << text;
+        } else {
+            for (wchar_t const character : text) stream.rdbuf()->sputc(character);
+        }
+        stream.flush();
+    }
+    state.SetItemsProcessed(state.iterations() * 100);
+}
+BENCHMARK(ChannelCharacters)->ArgNames({"level", "text"})->ArgsProduct({{2, 1}, {0, 1}});
+
+} // namespace

@@ -1,0 +1,314 @@
+#include "ZerlithCore/app/KZConfigFile.h"
+
+#include "ZerlithCore/app/KZConfigStreamException.h"
+#include "ZerlithCore/text/KZWideText.h"
+#include "files/TemporaryDirectory.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <sstream>
+#include <thread>
+
+namespace {
+
+/// The text as it comes back from a part of type `Part`, or what reading it throws.
+template <class Part>
+std::wstring Rewritten(std::wstring const & text, Part && part) {
+    std::wistringstream in(text);
+    try {
+        in >> part;
+    } catch (KZConfigStreamException const & exception) {
+        return KZToWide(exception.What());
+    }
+    std::wostringstream out;
+    out << part;
+    return out.str();
+}
+
+constexpr wchar_t const * noKey = L"unexpected EOF while parsing a key name of a configuration line";
+constexpr wchar_t const * noName = L"unexpected EOF while parsing a section name";
+constexpr wchar_t const * stray = L"unexpected character after the closing ']' of a section name";
+
+TEST(KZConfigFile, RewritesWhatItReads) {
+    struct Case {
+        char const * what;
+        wchar_t const * in;
+        int line;
+        wchar_t const * expected;
+    };
+    constexpr Case cases[] = {
+        // The structure of the file.
+        {"empty", L"", __LINE__, L""},
+        {"comments only", L";a\n\n; b", __LINE__, L";a\n\n; b\n"},
+        {"lines before the first header are dropped", L"k=1\n;c\n[A]\nk=2\n", __LINE__, L";c\n[A]\nk=2\n"},
+        {"lines without any header", L"k=1\nl=2", __LINE__, L""},
+        {"lines without header, comment at the end", L"k=1\n;c", __LINE__, L";c\n"},
+        {"comments stay in place", L";1\n[A]\n;2\n\n;3\nk=v\n;4\n[B]\n;5\n", __LINE__,
+         L";1\n[A]\n;2\n\n;3\nk=v\n;4\n[B]\n;5\n"},
+        {"duplicates and order", L"[B]\nk=1\nK=2\nk=1\n[b]\n[A]\n[B]\n", __LINE__,
+         L"[B]\nk=1\nK=2\nk=1\n[b]\n[A]\n[B]\n"},
+        {"no name, no header", L"[A]\na=1\n[]\nb=2\n", __LINE__, L"[A]\na=1\nb=2\n"},
+        // White space.
+        {"around everything", L" \t\r;c \n \t [A] \t\r\n \t k \t=\v\f\u2003 v  w\t \n", __LINE__,
+         L";c \n[A]\nk=v  w\n"},
+        {"blank line of blanks", L"[A]\n  \t \nk=v\n", __LINE__, L"[A]\n\nk=v\n"},
+        {"carriage returns", L";c\r\r\n\r\n[A]\r\nk\r1\r=\r\nl=\rv\rw\r\n", __LINE__,
+         L";c\r\n\n[A]\nk1=\nl=vw\n"},
+        {"no-break spaces stay", L"[A]\nk\u00A0=\u00A0v\u00A0\n", __LINE__, L"[A]\nk\u00A0=\u00A0v\u00A0\n"},
+        {"trailing space of a value that is no blank", L"[A]\nk=v\v \n", __LINE__, L"[A]\nk=v\v\n"},
+        // Comments.
+        {"lone semicolon becomes a blank line", L";\n;\r\n[A]\n;", __LINE__, L"\n\n[A]\n\n"},
+        {"double semicolon", L";;x\n[A]\n", __LINE__, L";;x\n[A]\n"},
+        // Lines.
+        {"no equals sign", L"[A]\nalone\n", __LINE__, L"[A]\nalone=\n"},
+        {"no key", L"[A]\n=v\n", __LINE__, L"[A]\n=v\n"},
+        {"delimiters in the value", L"[A]\nk=a=b ; c [d]", __LINE__, L"[A]\nk=a=b ; c [d]\n"},
+        {"semicolon and bracket in the key", L"[A]\na;b[c]=1\n", __LINE__, L"[A]\na;b[c]=1\n"},
+        {"characters of two units", L"[\U0001F600]\n\U0001F601=\U0001F602\n", __LINE__,
+         L"[\U0001F600]\n\U0001F601=\U0001F602\n"},
+        // Headers.
+        {"line end in the name", L"[A\nB]\n", __LINE__, L"[A\nB]\n"},
+        {"space in the name", L"[ A ]", __LINE__, L"[ A ]\n"},
+        {"stray last character", L"[A]x", __LINE__, L"[A]\n"},
+        // Errors.
+        {"key cut", L"[A]\nkey", __LINE__, noKey},
+        {"key cut behind blanks", L"[A]\nk=v\n  key  ", __LINE__, noKey},
+        {"key cut before any header", L"key", __LINE__, noKey},
+        {"name cut", L"[A", __LINE__, noName},
+        {"name cut by the next header", L"[A\n[B", __LINE__, noName},
+        {"comment behind a header", L"[A] ; note\n", __LINE__, stray},
+        {"stray character and line end", L"[A]x\n", __LINE__, stray},
+        {"two headers on a line", L"[A][B]\n", __LINE__, stray},
+    };
+    for (Case const & each : cases) {
+        KZConfigFile file(u"");
+        file.AddSection(u"Old");
+        EXPECT_EQ(Rewritten(each.in, file), each.expected) << each.what << ", line " << each.line;
+    }
+}
+
+TEST(KZConfigFile, ReadsPartsAlone) {
+    KZConfigLine line(u"old", u"old");
+    EXPECT_EQ(Rewritten(L" ;c\n k = v ", line), L";c\nk=v\n");
+    EXPECT_EQ(Rewritten(L";only a comment\n", KZConfigLine()), noKey);
+    KZConfigSection section(u"old");
+    section.AddLine(line);
+    EXPECT_EQ(Rewritten(L"\n[S]\nk=v\n", section), L"\n[S]\n");
+    EXPECT_EQ(Rewritten(L";c", section), L";c\n");
+    EXPECT_EQ(Rewritten(L"k=v", section), L"expecting a '[' at the beginning of a section");
+    EXPECT_EQ(Rewritten(L";1\n \n;2\nk", KZConfigComments()), L";1\n\n;2\n");
+
+    std::wistringstream stream(L"a=1\nb=2");
+    stream >> line >> line;
+    EXPECT_EQ(line.GetKey(), u"b");
+    EXPECT_TRUE(stream.eof());
+    EXPECT_THROW(stream >> line, KZConfigStreamException);
+}
+
+/// Whatever is read and written once reads and writes the same from then on.
+TEST(KZConfigFile, ReachesAFixedPointOnRandomText) {
+    std::mt19937 random(20);
+    for (int round = 0; round < 3000; ++round) {
+        std::wstring text;
+        for (auto length = random() % 40; length > 0; --length) text += L"ab=;[]\n\n \t\r\v"[random() % 12];
+        KZConfigFile file(u"");
+        std::wistringstream in(text);
+        try {
+            in >> file;
+        } catch (KZConfigStreamException const &) {
+            continue;
+        }
+        std::wostringstream once;
+        once << file;
+        // One carriage return goes from the end of a comment at each reading, and "[]" from the text.
+        if (once.str().find(L'\r') != std::wstring::npos || text.find(L"[]") != std::wstring::npos) continue;
+        EXPECT_EQ(Rewritten(once.str(), KZConfigFile(u"")), once.str()) << "round " << round;
+    }
+}
+
+class KZConfigFileOnDisk : public testing::Test {
+protected:
+    KZString Write(std::string const & bytes) const {
+        folder.Write(u"test.ini", bytes);
+        return folder.Path(u"test.ini");
+    }
+    std::string Saved(KZConfigFile const & file) const {
+        return file.Save() ? folder.Read(u"test.ini") : "not saved";
+    }
+
+    TemporaryDirectory folder;
+};
+
+TEST_F(KZConfigFileOnDisk, KeepsAllBytes) {
+    std::string const tail = "[\xC3\x84]\nk=\xFF\xFE \xED\xA0\x80\xF0\x9F\x98\x80\n;" +
+                             std::string(5000, 'c') + "\nlong=" + std::string(1 << 20, 'v') + "\n" +
+                             std::string("zero=a\0b\n", 9);
+    KZSmartPtr<KZConfigFile> const file = KZConfigFile::Load(Write("\xEF\xBB\xBF" + tail));
+    ASSERT_FALSE(file.IsNull());
+    EXPECT_EQ(file->GetString(u"\u00E4", u"LONG", u"").Length(), 1U << 20);
+    EXPECT_TRUE(Saved(*file) == tail);
+    EXPECT_EQ(file->NbRef(), 1UL);
+}
+
+TEST_F(KZConfigFileOnDisk, KeepsItsContentsWhenTheFileCannotBeOpened) {
+    KZConfigFile file(folder.Path(u"missing.ini"));
+    file.SetString(u"A", u"k", u"v");
+    EXPECT_FALSE(file.Reload());
+    EXPECT_EQ(file.GetString(u"A", u"k", u""), u"v");
+    EXPECT_TRUE(KZConfigFile::Load(folder.Path(u"missing.ini")).IsNull());
+    EXPECT_TRUE(KZConfigFile::Load(folder.Path(u"")).IsNull()) << "a folder";
+    EXPECT_TRUE(KZConfigFile::Load(u"").IsNull());
+}
+
+TEST_F(KZConfigFileOnDisk, KeepsTheSectionsInFrontOfAnError) {
+    KZString const path = Write("[A]\nk=1\n[B]\nk=2\n[C] ;\n");
+    EXPECT_TRUE(KZConfigFile::Load(path).IsNull());
+    KZConfigFile file(path);
+    EXPECT_FALSE(file.Reload());
+    EXPECT_EQ(file.GetLong(u"B", u"k", 0), 2);
+    EXPECT_EQ(file.GetSectionsEnd() - file.GetSectionsBegin(), 2);
+}
+
+TEST_F(KZConfigFileOnDisk, TellsFailedSaves) {
+    for (char16_t const * name : {u"", u"/dev/full", u"/no/such/folder/x.ini"}) {
+        KZConfigFile file(name);
+        file.SetString(u"A", u"k", KZString(u'v', 10));
+        EXPECT_FALSE(file.Save()) << testing::PrintToString(KZString(name));
+    }
+    KZConfigFile const empty(Write("rest"));
+    EXPECT_EQ(Saved(empty), "");
+}
+
+TEST(KZConfigFile, LooksUpTheFirstMatchIgnoringCase) {
+    KZConfigFile file(u"");
+    std::wistringstream(L"[A]\nk=1\nK=2\nempty=\n[a]\nother=3\n[\u00C4\u044F]\non=On\nno=nope\nx= 0x10 \n") >>
+        file;
+    EXPECT_EQ(file.GetString(u"a", u"K", u"-"), u"1");
+    EXPECT_EQ(file.GetString(u"A", u"EMPTY", u"-"), u"");
+    EXPECT_EQ(file.GetString(u"a", u"other", u"-"), u"-") << "only the first section is searched";
+    EXPECT_EQ(file.GetString(u"B", u"k", u"-"), u"-");
+    EXPECT_TRUE(file.GetBool(u"\u00E4\u042F", u"ON", false));
+    EXPECT_FALSE(file.GetBool(u"\u00E4\u042F", u"no", true));
+    EXPECT_TRUE(file.GetBool(u"A", u"none", true));
+    EXPECT_EQ(file.GetLong(u"A", u"empty", 7), 0);
+    EXPECT_EQ(file.GetLong(u"A", u"none", 7), 7);
+    EXPECT_TRUE(file.IsSectionPresent(u"a"));
+    EXPECT_FALSE(file.IsSectionPresent(u"ab"));
+    EXPECT_TRUE(file.IsLinePresent(u"a", u"Empty"));
+    EXPECT_FALSE(file.IsLinePresent(u"none", u"k"));
+    auto const second = file.FindSection(u"A", file.GetSectionsBegin() + 1);
+    EXPECT_EQ(second - file.GetSectionsBegin(), 1);
+    EXPECT_EQ(file.FindSection(u"A", second + 1), file.GetSectionsEnd());
+}
+
+TEST(KZConfigFile, SetsValuesAndKeepsComments) {
+    KZConfigFile file(u"");
+    std::wistringstream(L"[A]\n;c\nk=1\n") >> file;
+    file.SetLong(u"a", u"K", -2147483647);
+    file.SetBool(u"New", u"yes", true);
+    file.SetBool(u"new", u"no", false);
+    file.SetString(u"A", u"s", u" x ");
+    KZConfigLine line(u"d", u"");
+    line.SetValue(0.5);
+    file.FindSection(u"A")->AddLine(line, file.FindSection(u"A")->GetLinesBegin());
+    std::wostringstream out;
+    out << file;
+    EXPECT_EQ(out.str(), L"[A]\nd=0.500000\n;c\nk=-2147483647\ns= x \n[New]\nyes=yes\nno=no\n");
+    line.SetValue(u"TRUE");
+    EXPECT_TRUE(line.GetValueAsBool());
+}
+
+TEST(KZConfigFile, InsertsAndDeletesAnywhere) {
+    KZConfigFile file(u"");
+    file.DeleteSection(file.GetSectionsEnd());
+    file.DeleteSection(u"none");
+    auto const c = file.AddSection(u"C");
+    c->AddLine(u"2", u"b");
+    c->AddLine(u"1", u"a", c->GetLinesBegin());
+    c->AddLine(*c->GetLinesBegin());
+    file.AddSection(*c, file.GetSectionsBegin())->SetName(u"B");
+    file.AddSection(u"A", file.GetSectionsBegin())->GetComments().AddComment(u"2");
+    auto & comments = file.GetSectionsBegin()->GetComments();
+    comments.AddComment(u"1", comments.GetCommentsBegin());
+    comments.AddComment(u"3");
+    comments.DeleteComment(comments.GetCommentsBegin() + 1);
+    comments.DeleteComment(comments.GetCommentsEnd());
+    file.FindSection(u"C")->DeleteLine(u"1");
+    file.FindSection(u"C")->DeleteLine(u"3");
+    std::wostringstream out;
+    out << file;
+    EXPECT_EQ(out.str(), L";1\n;3\n[A]\n[B]\n1=a\n2=b\n1=a\n[C]\n2=b\n1=a\n");
+    file.DeleteSection(file.FindSection(u"B"));
+    file.FindSection(u"C")->Clear();
+    EXPECT_EQ(file.FindSection(u"")->GetLinesBegin(), file.FindSection(u"")->GetLinesEnd());
+    file.Clear();
+    EXPECT_EQ(file.GetSectionsBegin(), file.GetSectionsEnd());
+}
+
+// --- Locks
+
+class Spy : public KZConfigLockableI {
+public:
+    void Lock() const override { ++depth; }
+    void Unlock() const override { --depth; }
+    virtual ~Spy() = default;
+    mutable int depth = 0;
+};
+
+TEST(KZConfigLockable, ForwardsToItsOwnerAndUndoesOnChange) {
+    Spy a, b;
+    KZConfigSection section(u"S");
+    section.SetOwner(&a);
+    KZConfigLine * line = section.AddLine(u"k", u"v");
+    line->GetComments().Lock();
+    line->Lock();
+    section.GetComments().Lock();
+    EXPECT_EQ(a.depth, 3);
+    EXPECT_EQ(section.GetLockCount(), 3U);
+    section.SetOwner(&a);
+    EXPECT_EQ(a.depth, 3);
+    section.AddLine(u"l", u"v", line)->Unlock(); // Moves the first line, with its locks.
+    line = section.FindLine(u"k");
+    EXPECT_EQ(line->GetLockCount(), 2U);
+    EXPECT_EQ(line->GetOwner(), &section);
+    EXPECT_EQ(line->GetComments().GetOwner(), line);
+    KZConfigLine const copy = *line;
+    EXPECT_EQ(copy.GetLockCount(), 2U);
+    EXPECT_EQ(section.AddLine(copy)->GetLockCount(), 0U) << "a fresh copy in a container";
+    section.DeleteLine(u"k");
+    EXPECT_EQ(a.depth, 1) << "the locks of a deleted line are undone";
+    section.SetOwner(&b);
+    EXPECT_EQ(a.depth, 0);
+    section.Unlock();
+    EXPECT_EQ(b.depth, 0) << "nothing to undo";
+}
+
+TEST(KZConfigLockable, AnyPartLocksTheFile) {
+    KZConfigFile file(u"");
+    for (char16_t name = u'A'; name < u'D'; ++name) file.SetLong(name, u"k", 0);
+    file.AddSection(u"0", file.GetSectionsBegin());
+    for (auto each = file.GetSectionsBegin(); each != file.GetSectionsEnd(); ++each) {
+        EXPECT_EQ(each->GetOwner(), static_cast<KZConfigLockableI *>(&file));
+        EXPECT_EQ(each->GetComments().GetOwner(), each);
+        for (auto line = each->GetLinesBegin(); line != each->GetLinesEnd(); ++line)
+            EXPECT_EQ(line->GetOwner(), each);
+    }
+    constexpr int rounds = 2000;
+    auto const count = [&file](auto const & lockable) {
+        for (int i = 0; i < rounds; ++i) {
+            KZGuard guard(lockable);
+            file.SetLong(u"B", u"k", file.GetLong(u"B", u"k", 0) + 1);
+            if (i % 100 == 0) file.FindSection(u"B")->GetComments().AddComment(u"c");
+        }
+    };
+    std::thread byLine([&] { count(*file.FindSection(u"B")->FindLine(u"k")); });
+    std::thread bySection([&] { count(*file.FindSection(u"C")); });
+    count(file);
+    byLine.join();
+    bySection.join();
+    EXPECT_EQ(file.GetLong(u"B", u"k", 0), 3 * rounds);
+    EXPECT_EQ(file.FindSection(u"B")->GetLockCount(), 0U);
+}
+
+} // namespace

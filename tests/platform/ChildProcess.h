@@ -1,0 +1,35 @@
+/// @file
+/// A process of its own for what can only be seen from outside.
+#pragma once
+
+#include <csignal>
+#include <functional>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// Runs `body` in a forked child; its result is the exit status. Reaped at the end at the latest.
+class ChildProcess {
+public:
+    explicit ChildProcess(std::function<int()> const & body) : id_(fork()) {
+        if (id_ == 0) _exit(body());
+    }
+    ~ChildProcess() { Kill(); }
+    ChildProcess(ChildProcess const &) = delete;
+    ChildProcess & operator=(ChildProcess const &) = delete;
+
+    void Kill() {
+        if (id_ > 0) kill(id_, SIGKILL);
+        Status();
+    }
+
+    /// The exit status, when the child has ended; -1 if it was killed.
+    int Status() {
+        int status = 0;
+        if (id_ <= 0 || waitpid(id_, &status, 0) != id_) return -1;
+        id_ = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    pid_t id_;
+};

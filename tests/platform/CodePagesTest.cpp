@@ -1,0 +1,136 @@
+#include "ZerlithCore/platform/CodePages.h"
+#include "ZerlithCore/platform/CaseMap.h"
+#include "ZerlithCore/platform/LastError.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <thread>
+#include <vector>
+
+using namespace KZPlatform;
+
+namespace {
+
+std::optional<std::u16string> Decode(unsigned page, std::string const & bytes, InvalidBytes invalid) {
+    std::u16string units(bytes.size(), u'\0');
+    std::optional<std::size_t> const size = DecodeCodePage(page, bytes, units, invalid);
+    if (!size) return std::nullopt;
+    units.resize(*size);
+    return units;
+}
+
+std::string Encode(unsigned page, std::u16string const & units) {
+    std::string bytes = "<";
+    EXPECT_TRUE(EncodeCodePage(page, units, bytes));
+    return bytes.substr(1);
+}
+
+} // namespace
+
+TEST(CodePages, ConvertsBothWays) {
+    struct Case {
+        unsigned page;
+        char const * bytes;
+        char16_t const * units;
+    };
+    static constexpr Case cases[] = {
+        {0, "\xE2\x82\xAC", u"€"},
+        {65001, "\xF0\x9F\x98\x80", u"\U0001F600"},
+        {437, "\x80\xE1", u"Çß"},
+        {850, "\x80\xE1", u"Çß"},
+        {932, "\\\xB1\x82\xA0\x95\x5C|", u"\\ｱあ表|"},
+        {936, "\xC4\xE3\xBA\xC3", u"你好"},
+        {949, "\xB0\xA1\x81\x41", u"가갂"},
+        {950, "\xA7\x41\xA6\x6E", u"你好"},
+        {1250, "\xE8\x9E", u"čž"},
+        {1251, "\xCF\xF0", u"Пр"},
+        {1252, "\x80\xFF", u"€ÿ"},
+        {1255, "\xE0\xC8", u"\u05D0\u05B8"}, // a letter and its point stay two units
+        {1258, "\xE2\xEC", u"â\u0301"},
+        {20127, "a~", u"a~"},
+        {28591, "\x80\xFF", u"\u0080ÿ"},
+        {28605, "\xA4", u"€"},
+    };
+    for (Case const & c : cases) {
+        EXPECT_TRUE(CodePageExists(c.page)) << c.page;
+        EXPECT_EQ(Decode(c.page, c.bytes, InvalidBytes::Refuse), c.units) << c.page;
+        EXPECT_EQ(Encode(c.page, c.units), c.bytes) << c.page;
+        // The same behind and in front of stretches of ASCII, and across the pieces that a long text is encoded in.
+        std::string const ascii(4093, 'x');
+        std::string const bytes = ascii + c.bytes + c.bytes + "0123456789";
+        std::optional<std::u16string> const units = Decode(c.page, bytes, InvalidBytes::Refuse);
+        ASSERT_TRUE(units) << c.page;
+        EXPECT_EQ(units->size(), bytes.size() - 2 * (std::string_view(c.bytes).size() -
+                                                     std::u16string_view(c.units).size()));
+        EXPECT_EQ(Encode(c.page, *units), bytes) << c.page;
+    }
+}
+
+TEST(CodePages, TellsInvalidBytes) {
+    struct Case {
+        unsigned page;
+        char const * bytes;
+        char16_t const * replaced;
+    };
+    static constexpr Case cases[] = {
+        {0, "a\xC3", u"a\uFFFD"},           {932, "\x82", u"\uFFFD"},
+        {932, "\x82!", u"\uFFFD!"},         {932, "\x82\x81\x82", u"ａ\uFFFD"},
+        {1252, "\x81", u"\uFFFD"},          {20127, "abcdefgh\x80", u"abcdefgh\uFFFD"},
+        {949, "\xA2\xE8", u"\uFFFD\uFFFD"},
+    };
+    for (Case const & c : cases) {
+        SetLastErrorNumber(0);
+        EXPECT_FALSE(Decode(c.page, c.bytes, InvalidBytes::Refuse)) << c.page;
+        EXPECT_EQ(LastErrorNumber(), EILSEQ);
+        EXPECT_EQ(Decode(c.page, c.bytes, InvalidBytes::Replace), c.replaced) << c.page;
+    }
+    EXPECT_EQ(Encode(932, u"a\U0001F600é"), "a???");
+    EXPECT_EQ(Encode(1252, std::u16string{u'a', 0, 0xD800}), std::string("a\0?", 3));
+}
+
+TEST(CodePages, RefusesPagesThatDontExist) {
+    for (unsigned const page : {1U, 42U, 933U, 28602U, 28606U, 0xFFFFFFFFU}) {
+        EXPECT_FALSE(CodePageExists(page)) << page;
+        SetLastErrorNumber(0);
+        EXPECT_FALSE(Decode(page, "a", InvalidBytes::Replace));
+        EXPECT_EQ(LastErrorNumber(), EINVAL);
+        std::string bytes = "kept";
+        EXPECT_FALSE(EncodeCodePage(page, u"a", bytes));
+        EXPECT_EQ(bytes, "kept");
+    }
+}
+
+TEST(CodePages, MapEveryPairOfBytesBack) {
+    // Pages have pairs that mean the same unit; what must hold is that a unit's own bytes mean that unit.
+    for (unsigned const page : {437U, 932U, 936U, 949U, 950U, 1251U, 1257U}) {
+        unsigned count = 0;
+        for (unsigned pair = 0x100; pair < 0x10000; ++pair) {
+            std::string const bytes{static_cast<char>(pair >> 8), static_cast<char>(pair)};
+            std::optional<std::u16string> const units = Decode(page, bytes, InvalidBytes::Refuse);
+            if (!units) continue;
+            std::string const back = Encode(page, *units);
+            ASSERT_EQ(Decode(page, back, InvalidBytes::Refuse), units) << page << " " << std::hex << pair;
+            count += back == bytes;
+        }
+        EXPECT_GT(count, 20000U) << page;
+    }
+}
+
+TEST(CodePages, MayBeFirstUsedOnSeveralThreads) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back([] { EXPECT_EQ(Encode(1253, u"λ"), "\xEB"); });
+    for (std::thread & thread : threads) thread.join();
+}
+
+TEST(CaseMap, HasTheSimpleMapsOfAllScripts) {
+    static constexpr char16_t pairs[][2] = {{u'a', u'A'}, {u'é', u'É'}, {u'ÿ', u'Ÿ'}, {u'ж', u'Ж'},
+                                            {u'σ', u'Σ'}, {u'ǆ', u'Ǆ'}, {u'ⓐ', u'Ⓐ'}, {u'ａ', u'Ａ'}};
+    for (auto const & [lower, upper] : pairs) {
+        EXPECT_EQ(UpperCaseMap()(lower), upper);
+        EXPECT_EQ(LowerCaseMap()(upper), lower);
+    }
+    for (char16_t const unit : {u'\0', u'ß', u'あ', u'\xD801', u'\xDC00', u'\xFFFF'})
+        EXPECT_EQ(UpperCaseMap()(unit), unit);
+    EXPECT_EQ(UpperCaseMap()(u'ς'), u'Σ');
+}

@@ -1,0 +1,141 @@
+#include "ZerlithCore/platform/Files.h"
+
+#include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/platform/FileHandle.h"
+#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/Process.h"
+#include "ZerlithCore/platform/Signals.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <tuple>
+
+namespace {
+
+using namespace KZPlatform;
+
+class FilesTest : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_TRUE(MakeDirectory(folder)); }
+    void TearDown() override {
+        std::vector<DirectoryEntry> entries;
+        EXPECT_TRUE(ListDirectory(folder, entries));
+        for (DirectoryEntry const & entry : entries) {
+            std::u16string const place = folder + PathSeparator + entry.name;
+            EXPECT_TRUE(entry.kind == PathKind::File ? RemoveFile(place) : RemoveEmptyDirectory(place));
+        }
+        EXPECT_TRUE(RemoveEmptyDirectory(folder));
+    }
+
+    std::u16string const folder = GetTemporaryDirectory() + u"/kz-files-" + UnitsOf(MonotonicNanoseconds());
+    std::u16string const path = folder + u"/file";
+
+private:
+    static std::u16string UnitsOf(std::int64_t number) {
+        std::string const digits = std::to_string(number);
+        return {digits.begin(), digits.end()};
+    }
+};
+
+std::string Contents(std::u16string const & name) {
+    FileHandle file;
+    char bytes[64];
+    std::size_t count = 0;
+    EXPECT_TRUE(file.Open(name, FileAccess::Read, FileCreation::OpenExisting));
+    EXPECT_EQ(file.Size(), file.Seek(0, FileOrigin::End));
+    EXPECT_EQ(file.Seek(0, FileOrigin::Begin), 0);
+    EXPECT_TRUE(file.Read(bytes, sizeof bytes, count));
+    return {bytes, count};
+}
+
+TEST_F(FilesTest, OpensByAccessAndCreation) {
+    using enum FileAccess;
+    using enum FileCreation;
+    struct Case {
+        FileAccess access;
+        FileCreation creation;
+        char const *missing, *there; // the contents afterwards; null: can't be opened
+    };
+    Case const cases[] = {
+        {Write, OpenExisting, nullptr, "XYder"}, {Write, OpenAlways, "XY", "XYder"},
+        {Write, CreateAlways, "XY", "XY"},       {Write, CreateNew, "XY", nullptr},
+        {Append, OpenAlways, "XY", "olderXY"},   {ReadWrite, OpenExisting, nullptr, "XYder"},
+    };
+    for (Case const & c : cases) {
+        for (char const * expected : {c.missing, c.there}) {
+            if (expected == c.missing) {
+                std::ignore = RemoveFile(path);
+            } else {
+                std::ofstream(std::filesystem::path(path)) << "older";
+            }
+            FileHandle file;
+            EXPECT_EQ(file.Open(path, c.access, c.creation), expected != nullptr);
+            if (!expected) continue;
+            EXPECT_TRUE(file.Write("XY", 2));
+            FileHandle moved(std::move(file));
+            EXPECT_TRUE(!file.IsOpen() && moved.IsOpen() && moved.Close() && moved.Close());
+            EXPECT_EQ(Contents(path), expected);
+        }
+    }
+}
+
+TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
+    FileHandle file;
+    std::size_t count = 0;
+    char byte = 0;
+    std::vector<DirectoryEntry> entries;
+    auto const reason = [](bool success) {
+        int const number = LastErrorNumber();
+        SetLastErrorNumber(0);
+        return success ? -1 : number;
+    };
+    EXPECT_EQ(reason(file.Open(path, FileAccess::Read, FileCreation::OpenExisting)), ENOENT);
+    EXPECT_EQ(reason(file.Open(folder, FileAccess::Read, FileCreation::OpenExisting)), EISDIR);
+    EXPECT_EQ(reason(file.Open(u"", FileAccess::Read, FileCreation::OpenExisting)), ENOENT);
+    EXPECT_EQ(reason(file.Open(path + u'\0', FileAccess::Write, FileCreation::OpenAlways)), ENOENT);
+    EXPECT_EQ(reason(file.Read(&byte, 1, count)), EBADF);
+    ASSERT_TRUE(file.Open(u"/dev/full", FileAccess::Write, FileCreation::OpenExisting));
+    EXPECT_EQ(reason(file.Write("x", 1)), ENOSPC);
+    EXPECT_EQ(reason(file.Read(&byte, 1, count)), EBADF);
+    EXPECT_EQ(reason(MakeDirectory(folder)), EEXIST);
+    EXPECT_EQ(reason(RemoveEmptyDirectory(path)), ENOENT);
+    EXPECT_EQ(reason(ListDirectory(path, entries)), ENOENT);
+    EXPECT_EQ(reason(SetEnvironment(u"", u"x")), EINVAL);
+    EXPECT_TRUE(KindOfPath(path) == PathKind::Missing && IsDirectory(folder) && MayRead(folder));
+}
+
+TEST_F(FilesTest, KnowsTheProcess) {
+    std::u16string const before = GetWorkingDirectory();
+    ASSERT_TRUE(SetWorkingDirectory(folder));
+    EXPECT_EQ(GetWorkingDirectory(), FullPath(u"x/.."));
+    EXPECT_TRUE(SetWorkingDirectory(before));
+    EXPECT_EQ(GetEnvironment(u"KZ_NO_SUCH_VARIABLE"), std::nullopt);
+    EXPECT_TRUE(SetEnvironment(u"KZ_TEST", u"\u00E9\xDCFF"));
+    EXPECT_EQ(GetEnvironment(u"KZ_TEST"), u"\u00E9\xDCFF");
+}
+
+TEST(ClockTest, BreaksMomentsDown) {
+    BrokenDownTime const before = ToUtcTime(-1), leap = ToUtcTime(951'782'400'000 + 1'007);
+    EXPECT_EQ(std::tie(before.year, before.month, before.day, before.hour, before.second, before.millisecond),
+              std::make_tuple(1969, 12, 31, 23, 59, 999));
+    EXPECT_EQ(std::tie(leap.year, leap.month, leap.day, leap.weekday, leap.second, leap.millisecond),
+              std::make_tuple(2000, 2, 29, 2, 1, 7));
+    EXPECT_EQ(ToUtcTime(INT64_MIN).year, -292275055);
+}
+
+TEST(SignalsTest, QuitSignalsSetAFlag) {
+    ASSERT_TRUE(InstallQuitHandlers());
+    for (int const signal : {SIGINT, SIGTERM}) {
+        EXPECT_FALSE(IsQuitRequested());
+        std::raise(signal);
+        EXPECT_TRUE(IsQuitRequested());
+        RequestQuit(false);
+    }
+}
+
+} // namespace

@@ -1,0 +1,343 @@
+#include "ZerlithCore/platform/Locks.h"
+
+#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/RecursiveLock.h"
+#include "platform/ChildProcess.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace KZPlatform;
+
+namespace {
+
+struct Closer {
+    void operator()(WaitHandle handle) const { CloseWait(handle); }
+};
+using Owned = std::unique_ptr<WaitObject, Closer>;
+
+Owned Mutex(std::u16string_view name = {}, bool owned = false) { return Owned(NewMutex(name, owned)); }
+Owned Event(std::u16string_view name = {}, bool set = false) { return Owned(NewEvent(name, set)); }
+
+/// A name that no other run of the tests uses.
+std::u16string Unique(std::u16string const & name) {
+    std::string const id = std::to_string(getpid());
+    return name + std::u16string(id.begin(), id.end());
+}
+
+/// What another thread sees.
+std::uint32_t ElsewhereWaitFor(Owned const & handle, std::uint32_t milliseconds) {
+    std::uint32_t result = 0;
+    std::thread([&] {
+        result = WaitFor(handle.get(), milliseconds);
+        if (result != waitTimedOut) UnlockMutex(handle.get());
+    }).join();
+    return result;
+}
+
+/// Threads that wait for an event, each of which is known to wait once `Arrived` has told so.
+class Waiters {
+public:
+    Waiters(int count, WaitHandle event) : mutex_(Mutex()) {
+        for (int i = 0; i < count; ++i) {
+            threads_.emplace_back([this, event] {
+                WaitFor(mutex_.get(), waitForever);
+                ++waiting_;
+                UnlockAndWaitFor(mutex_.get(), event, waitForever);
+            });
+        }
+        while (!HasAllWaiting(count)) std::this_thread::yield();
+    }
+    ~Waiters() {
+        for (std::thread & thread : threads_) thread.join();
+    }
+
+private:
+    bool HasAllWaiting(int count) {
+        WaitFor(mutex_.get(), waitForever);
+        bool const all = waiting_ == count;
+        UnlockMutex(mutex_.get());
+        return all;
+    }
+
+    Owned mutex_;
+    int waiting_ = 0;
+    std::vector<std::thread> threads_;
+};
+
+} // namespace
+
+TEST(RecursiveLock, CountsAndExcludes) {
+    RecursiveLock lock;
+    lock.Lock();
+    EXPECT_TRUE(lock.TryLock());
+    EXPECT_EQ(lock.RecursionCount(), 2U);
+    bool elsewhere = true;
+    auto const tryElsewhere = [&] {
+        lock.Unlock(); // no owner: nothing happens
+        elsewhere = lock.TryLock();
+        if (elsewhere) lock.Unlock();
+    };
+    std::thread(tryElsewhere).join();
+    EXPECT_FALSE(elsewhere);
+    lock.Unlock();
+    std::thread(tryElsewhere).join();
+    EXPECT_FALSE(elsewhere) << "one level is left";
+    lock.Unlock();
+    std::thread(tryElsewhere).join();
+    EXPECT_TRUE(elsewhere);
+}
+
+TEST(RecursiveLock, KeepsThreadsApart) {
+    RecursiveLock lock;
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < 20000; ++i) {
+                lock.Lock();
+                lock.Lock();
+                ++count;
+                lock.Unlock();
+                lock.Unlock();
+            }
+        });
+    }
+    for (std::thread & thread : threads) thread.join();
+    EXPECT_EQ(count, 80000);
+}
+
+TEST(Locks, RefuseWhatMakesNoSense) {
+    Owned const mutex = Mutex();
+    Owned const event = Event();
+    EXPECT_FALSE(UnlockMutex(mutex.get())) << "not owned";
+    EXPECT_FALSE(UnlockMutex(event.get()));
+    EXPECT_FALSE(UnlockMutex(nullptr));
+    EXPECT_FALSE(PostEvent(mutex.get()));
+    EXPECT_FALSE(ClearEvent(nullptr));
+    EXPECT_FALSE(PulseWaiters(mutex.get()));
+    SetLastErrorNumber(0);
+    EXPECT_EQ(WaitFor(nullptr, 0), waitFailed);
+    EXPECT_NE(LastErrorNumber(), 0);
+    EXPECT_EQ(UnlockAndWaitFor(mutex.get(), event.get(), 0), waitFailed) << "not owned";
+    EXPECT_EQ(UnlockAndWaitFor(mutex.get(), mutex.get(), 0), waitFailed);
+    EXPECT_EQ(WaitForAny({}, 0), waitFailed);
+    CloseWait(nullptr);
+}
+
+TEST(Locks, MutexIsRecursiveAndTimesOut) {
+    Owned const mutex = Mutex({}, true);
+    EXPECT_EQ(WaitFor(mutex.get(), waitForever), waitDone);
+    for (int level = 2; level > 0; --level) {
+        EXPECT_EQ(ElsewhereWaitFor(mutex, 0), waitTimedOut) << level;
+        EXPECT_EQ(ElsewhereWaitFor(mutex, 10), waitTimedOut) << level;
+        EXPECT_TRUE(UnlockMutex(mutex.get()));
+    }
+    EXPECT_EQ(ElsewhereWaitFor(mutex, 10), waitDone);
+}
+
+TEST(Locks, OneWaiterLearnsOfAnOwnerThatEnded) {
+    for (std::u16string const & name : {std::u16string(), Unique(u"abandoned")}) {
+        Owned const mutex = Mutex(name);
+        std::thread([&] {
+            EXPECT_EQ(WaitFor(mutex.get(), waitForever), waitDone);
+            EXPECT_EQ(WaitFor(mutex.get(), waitForever), waitDone);
+        }).join();
+        std::array<std::atomic<int>, 2> seen{};
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 3; ++i) {
+            threads.emplace_back([&] {
+                ++seen[WaitFor(mutex.get(), waitForever) == waitAbandoned ? 1 : 0];
+                UnlockMutex(mutex.get());
+            });
+        }
+        for (std::thread & thread : threads) thread.join();
+        EXPECT_EQ(seen[0], 2);
+        EXPECT_EQ(seen[1], 1);
+        EXPECT_EQ(ElsewhereWaitFor(mutex, 0), waitDone);
+    }
+}
+
+TEST(Locks, ClosingDoesNotUnlockButLeavesNothingDangling) {
+    // The C library keeps owned mutexes on a list of the thread: a bad entry would be met by the locks behind it.
+    Mutex({}, true).reset();
+    Owned unnamed = Mutex();
+    std::u16string const name = Unique(u"closed");
+    Owned named = Mutex(name);
+    Owned const held = Event();
+    Owned const closed = Event();
+    std::thread owner([&] {
+        WaitFor(unnamed.get(), waitForever);
+        WaitFor(named.get(), waitForever);
+        PostEvent(held.get());
+        WaitFor(closed.get(), waitForever);
+        Owned const other = Mutex({}, true);
+        UnlockMutex(other.get());
+    });
+    WaitFor(held.get(), waitForever);
+    unnamed.reset();
+    ChildProcess holder([] { return pause(); });
+    named.reset();
+    Owned const reopened = Mutex(name);
+    EXPECT_EQ(WaitFor(reopened.get(), 0), waitTimedOut) << "the forked process has handles too";
+    PostEvent(closed.get());
+    owner.join();
+    EXPECT_EQ(WaitFor(reopened.get(), waitForever), waitAbandoned);
+    holder.Kill();
+    Mutex({}, true).reset();
+}
+
+TEST(Locks, EventStates) {
+    struct Case {
+        char const * operations; // p post, c clear, u pulse
+        bool set;
+    };
+    for (Case const & test : {Case{"", false},
+                              {"p", true},
+                              {"pp", true},
+                              {"pc", false},
+                              {"u", false},
+                              {"pu", false},
+                              {"pcp", true},
+                              {"cc", false},
+                              {"up", true}}) {
+        Owned const event = Event();
+        for (char const * operation = test.operations; *operation; ++operation) {
+            if (*operation == 'p') PostEvent(event.get());
+            if (*operation == 'c') ClearEvent(event.get());
+            if (*operation == 'u') PulseWaiters(event.get());
+        }
+        EXPECT_EQ(WaitFor(event.get(), 0), test.set ? waitDone : waitTimedOut) << test.operations;
+        EXPECT_EQ(WaitFor(event.get(), 1), test.set ? waitDone : waitTimedOut) << test.operations;
+    }
+    EXPECT_EQ(WaitFor(Event({}, true).get(), waitForever), waitDone);
+}
+
+TEST(Locks, PulseAndShortPostLetGoExactlyThoseWhoWait) {
+    for (int round = 0; round < 100; ++round) {
+        Owned const event = Event(round % 4 < 2 ? std::u16string() : Unique(u"pulse"));
+        {
+            Waiters const waiters(3, event.get());
+            if (round % 2 == 0) {
+                PulseWaiters(event.get());
+            } else {
+                PostEvent(event.get());
+                ClearEvent(event.get());
+            }
+        }
+        EXPECT_EQ(WaitFor(event.get(), 0), waitTimedOut) << "who comes later waits";
+    }
+}
+
+TEST(Locks, WaitsForOneOfSeveralEvents) {
+    std::vector<Owned> owners;
+    std::vector<WaitHandle> events;
+    for (int i = 0; i < 3; ++i)
+        events.push_back(owners.emplace_back(Event(i == 1 ? Unique(u"any") : u"")).get());
+    EXPECT_EQ(WaitForAny(events, 0), waitTimedOut);
+    EXPECT_EQ(WaitForAny(events, 5), waitTimedOut);
+    PostEvent(events[2]);
+    EXPECT_EQ(WaitForAny(events, waitForever), 2U);
+    PostEvent(events[1]);
+    EXPECT_EQ(WaitForAny(events, waitForever), 1U) << "the first counts";
+    ClearEvent(events[1]);
+    ClearEvent(events[2]);
+    std::thread poster([&] { PostEvent(events[1]); });
+    EXPECT_EQ(WaitForAny(events, waitForever), 1U);
+    poster.join();
+}
+
+TEST(Locks, NamesAreExactAndKindsAreApart) {
+    std::u16string const longName = Unique(std::u16string(300, u'n'));
+    struct Case {
+        char const * what;
+        std::u16string first, second;
+        bool same;
+    };
+    for (Case const & test : {
+             Case{"same", Unique(u"a"), Unique(u"a"), true},
+             {"case counts", Unique(u"a"), Unique(u"A"), false},
+             {"slashes and dots are units like others", Unique(u"../a/"), Unique(u"../a/"), true},
+             {"lone surrogate", Unique(u"\xD800"), Unique(u"\xDC00"), false},
+             {"long", longName, longName, true},
+             {"long, last unit differs", longName + u"1", longName + u"2", false},
+         }) {
+        Owned const event = Event(test.first, true);
+        Owned const mutex = Mutex(test.first, true);
+        Owned const other = Event(test.second, false);
+        ASSERT_TRUE(event && mutex && other) << test.what;
+        EXPECT_EQ(WaitFor(other.get(), 0), test.same ? waitDone : waitTimedOut) << test.what;
+    }
+}
+
+TEST(Locks, NamedObjectsEndWithTheirLastHandle) {
+    std::u16string const name = Unique(u"last");
+    Owned first = Event(name, true);
+    Owned second = Event(name, false);
+    first.reset();
+    EXPECT_EQ(WaitFor(second.get(), 0), waitDone) << "the flag counts for the creator";
+    second.reset();
+    EXPECT_EQ(WaitFor(Event(name).get(), 0), waitTimedOut);
+}
+
+TEST(Locks, OwnerKnowsItsNamedMutexThroughEachHandle) {
+    std::u16string const name = Unique(u"twice");
+    Owned const first = Mutex(name, true);
+    Owned second = Mutex(name, true); // doesn't own it again
+    EXPECT_EQ(WaitFor(second.get(), 0), waitDone);
+    EXPECT_TRUE(UnlockMutex(first.get()));
+    EXPECT_EQ(ElsewhereWaitFor(first, 0), waitTimedOut);
+    second.reset();
+    EXPECT_TRUE(UnlockMutex(first.get()));
+    EXPECT_EQ(ElsewhereWaitFor(first, 0), waitDone);
+}
+
+TEST(Locks, ProcessesShareNamedEvents) {
+    std::u16string const name = Unique(u"shared");
+    ChildProcess child([&] {
+        Owned const go = Event(name + u"go");
+        Owned const done = Event(name + u"done");
+        if (WaitFor(go.get(), 10000) != waitDone) return 1;
+        PostEvent(done.get());
+        return WaitFor(go.get(), 10000) == waitDone ? 0 : 2;
+    });
+    Owned const go = Event(name + u"go");
+    Owned const done = Event(name + u"done");
+    PostEvent(go.get());
+    EXPECT_EQ(WaitFor(done.get(), 10000), waitDone);
+    EXPECT_EQ(child.Status(), 0);
+}
+
+TEST(Locks, KilledOwnerIsSeenByOneWaiter) {
+    std::u16string const name = Unique(u"killed");
+    Owned const ready = Event(name + u"ready");
+    ChildProcess owner([&] {
+        Owned const mutex = Mutex(name, true);
+        WaitFor(mutex.get(), waitForever);
+        Owned const own = Event(name + u"own", true);
+        PostEvent(Event(name + u"ready").get());
+        pause();
+        return 0;
+    });
+    ASSERT_EQ(WaitFor(ready.get(), 10000), waitDone);
+    Owned const mutex = Mutex(name, true);
+    EXPECT_EQ(WaitFor(mutex.get(), 0), waitTimedOut) << "it is the other process's";
+    EXPECT_EQ(WaitFor(Event(name + u"own").get(), 0), waitDone);
+    ChildProcess second([&] {
+        std::uint32_t const result = WaitFor(mutex.get(), waitForever);
+        UnlockMutex(mutex.get());
+        return static_cast<int>(result);
+    });
+    owner.Kill();
+    std::uint32_t const here = WaitFor(mutex.get(), waitForever);
+    UnlockMutex(mutex.get());
+    int const there = second.Status();
+    EXPECT_EQ(std::minmax(static_cast<int>(here), there), std::minmax(0, 128));
+    EXPECT_EQ(WaitFor(Event(name + u"own").get(), 0), waitTimedOut) << "it ended with its process";
+}

@@ -1,0 +1,154 @@
+#include "ZerlithCore/platform/Modules.h"
+
+#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/errors/KZFormatContext.h"
+#include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/platform/LastError.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using namespace KZPlatform;
+
+std::u16string Folder() { return std::filesystem::path(MODULES_FOLDER).u16string() + u'/'; }
+
+struct Module {
+    explicit Module(char16_t const * name) : path(Folder() + name), handle(LoadModule(path)) {}
+    ~Module() {
+        if (handle) FreeModule(handle);
+    }
+    std::u16string path;
+    void * handle;
+};
+
+std::u16string StringText(void * module, std::uint32_t code, std::size_t limit = 499) {
+    std::u16string text = u"before";
+    return LoadStringText(text, module, code, limit) ? text : u"[" + text + u"]";
+}
+
+std::u16string MessageText(void * module, std::uint32_t code, long language) {
+    std::u16string text;
+    return LoadMessageText(text, module, code, language) ? text : u"none";
+}
+
+TEST(Modules, LoadFindAndFree) {
+    Module module(u"messages.so");
+    ASSERT_NE(module.handle, nullptr);
+    auto * const answer = reinterpret_cast<int (*)()>(FindSymbol(module.handle, "MessagesAnswer"));
+    ASSERT_NE(answer, nullptr);
+    EXPECT_EQ(answer(), 42);
+    EXPECT_EQ(GetModulePath(reinterpret_cast<void const *>(answer)), module.path);
+    EXPECT_EQ(FindSymbol(module.handle, "NoSuchThing"), nullptr);
+    EXPECT_TRUE(IsModuleLoaded(module.path));
+    EXPECT_TRUE(FreeModule(module.handle));
+    module.handle = nullptr;
+    EXPECT_FALSE(IsModuleLoaded(module.path));
+    EXPECT_FALSE(FreeModule(nullptr));
+}
+
+TEST(Modules, ProgramKnowsItself) {
+    EXPECT_EQ(std::filesystem::path(GetExecutablePath()).filename(), "test_platform");
+    EXPECT_EQ(GetModulePath(reinterpret_cast<void const *>(&Folder)), GetExecutablePath());
+}
+
+TEST(Modules, RelativePathsKeepTheirPlace) {
+    std::filesystem::path const before = std::filesystem::current_path();
+    std::filesystem::current_path(MODULES_FOLDER);
+    void * const module = LoadModule(u"./messages.so");
+    std::filesystem::current_path(before);
+    ASSERT_NE(module, nullptr);
+    EXPECT_EQ(GetModulePath(FindSymbol(module, "MessagesAnswer")), Folder() + u"messages.so");
+    FreeModule(module);
+}
+
+TEST(Modules, FailuresHaveClearTexts) {
+    std::ofstream(std::string(MODULES_FOLDER) + "/text.so")
+        << "This is no library, but long enough to be looked at: " << std::string(100, '.');
+    struct Case {
+        char16_t const * name;
+        int number; // 0: the loader's own
+        char16_t const * part;
+    };
+    constexpr Case cases[] = {
+        {u"missing.so", ENOENT, u"No such file"},
+        {u"", EISDIR, u"Is a directory"},
+        {u"text.so", 0, u"text.so: invalid ELF header"},
+        {u"orphan.so", 0, u"undefined symbol: MessagesAnswer"},
+    };
+    SetThreadLanguage(EnglishLanguage);
+    for (Case const & c : cases) {
+        KZString const path(std::u16string_view(Folder() + c.name));
+        EXPECT_EQ(LoadModule(Folder() + c.name), nullptr) << path.AsUTF8();
+        KZErrorID const id(new KZWinLastError);
+        EXPECT_EQ(id, c.number ? c.number : LastErrorNumber()) << path.AsUTF8();
+        EXPECT_TRUE(id.Bad());
+        EXPECT_NE(id.AsString().Find(c.part), KZString::npos)
+            << path.AsUTF8() << ": " << id.AsString().AsUTF8();
+    }
+    SetThreadLanguage(NeutralLanguage);
+    EXPECT_EQ(LoadModule(u""), nullptr);
+    EXPECT_EQ(LoadModule(u"no-such-library-anywhere.so"), nullptr);
+}
+
+TEST(ModuleMessages, ComeInTheNearestLanguage) {
+    Module const module(u"messages.so");
+    struct Case {
+        char const * what;
+        std::uint32_t code;
+        long language;
+        char16_t const * expected;
+    };
+    constexpr Case cases[] = {
+        {"the very language", 1, 1036, u"Bonjour, %s"},
+        {"another country's form of it", 1, 3084, u"Bonjour, %s"},
+        {"no such language: English", 1, 1043, u"Good morning, %s"},
+        {"no such language: the one for all", 2, 1036, u"OK"},
+        {"neither: the first", 3, 1033, u"\u306f\u3044"},
+        {"no such code", 4, 1033, u"none"},
+    };
+    for (Case const & c : cases) {
+        EXPECT_EQ(MessageText(module.handle, c.code, c.language), c.expected) << c.what;
+        SetThreadLanguage(c.language);
+        EXPECT_EQ(MessageText(module.handle, c.code, NeutralLanguage), c.expected) << c.what;
+        EXPECT_EQ(StringText(module.handle, c.code), c.code == 4 ? u"[]" : c.expected) << c.what;
+        SetThreadLanguage(NeutralLanguage);
+    }
+    EXPECT_EQ(StringText(module.handle, 3, 1).size(), 1U);
+    EXPECT_EQ(StringText(nullptr, 1), u"[]");
+    EXPECT_EQ(MessageText(nullptr, ENOENT, 1033), u"No such file or directory");
+    EXPECT_EQ(MessageText(nullptr, 99999, 1033), u"none");
+}
+
+TEST(ModuleMessages, AreNeverThoseOfAnotherModule) {
+    Module const module(u"dependent.so");
+    ASSERT_NE(module.handle, nullptr) << KZErrorID(new KZWinLastError).AsString().AsUTF8();
+    auto const own = [&](void * handle, char const * name) {
+        return reinterpret_cast<void * (*)()>(FindSymbol(handle, name))();
+    };
+    EXPECT_EQ(FindSymbol(module.handle, "MessagesAnswer"), nullptr);
+    EXPECT_EQ(StringText(module.handle, 1), u"[]");
+    EXPECT_EQ(StringText(own(module.handle, "DependentOwnModule"), 1), u"[]");
+    Module const messages(u"messages.so");
+    EXPECT_EQ(StringText(own(messages.handle, "MessagesOwnModule"), 2), u"OK");
+    EXPECT_EQ(StringText(KZ_THIS_MODULE, 15), u"The thread is already started.");
+    EXPECT_EQ(FindSymbol(KZ_THIS_MODULE, ModuleMessagesSymbol), nullptr);
+}
+
+TEST(ModuleMessages, AreMadeInTheLanguageOfTheContext) {
+    Module const module(u"messages.so");
+    KZErrorWithArgs * const error = new KZErrorWithArgs(new RCMessageTableSource(module.handle), 1);
+    KZErrorID const id(error);
+    error->AddParam(KZString(u"Ada"));
+    KZString text;
+    EXPECT_TRUE(id->AsString(text, KZFormatContext(u"FRA")).Good());
+    EXPECT_EQ(text, u"Bonjour, Ada");
+    EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu")).Good());
+    EXPECT_EQ(text, u"Good morning, Ada");
+}
+
+} // namespace

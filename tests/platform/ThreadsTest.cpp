@@ -1,0 +1,172 @@
+#include "ZerlithCore/platform/Threads.h"
+
+#include "ZerlithCore/platform/Stack.h"
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <gtest/gtest.h>
+#include <set>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace KZPlatform;
+
+namespace {
+
+/// A thread that runs a function object, and is closed at the end.
+class TestThread {
+public:
+    explicit TestThread(std::function<void()> body, std::size_t stackBytes = 0)
+        : body_(std::move(body)), handle_(NewThread(&TestThread::Enter, this, stackBytes)) {}
+    ~TestThread() {
+        if (handle_) CloseThread(handle_);
+    }
+    [[nodiscard]] ThreadHandle Get() const { return handle_; }
+    void Run() {
+        StartThread(handle_);
+        EXPECT_EQ(WaitForThreadEnd(handle_, waitForever), waitDone);
+    }
+    void Cancel() { CancelThread(std::exchange(handle_, nullptr)); }
+
+private:
+    static void Enter(void * self) { static_cast<TestThread *>(self)->body_(); }
+
+    std::function<void()> body_;
+    ThreadHandle handle_;
+};
+
+/// Fills so much of the stack.
+template <std::size_t bytes>
+void UseStack() {
+    [[maybe_unused]] char volatile space[bytes];
+    for (std::size_t i = bytes; i > 0; i -= 1024) space[i - 1] = 1;
+}
+
+std::atomic<bool> parked{false};
+
+__attribute__((noinline)) void ParkHere(WaitHandle event) {
+    parked = true;
+    WaitFor(event, waitForever);
+    asm volatile(""); // no tail call
+}
+
+bool IsNamed(std::span<void * const> addresses, char const * function) {
+    return std::ranges::any_of(NameAddresses(addresses), [&](FrameName const & frame) {
+        return frame.function.find(function) != std::string::npos;
+    });
+}
+
+} // namespace
+
+TEST(Threads, StartSuspendedAndAreKnownByTheirNumber) {
+    bool hasRun = false;
+    unsigned long inside = 0;
+    TestThread cancelled([&] { hasRun = true; });
+    cancelled.Cancel();
+    EXPECT_FALSE(hasRun);
+    TestThread thread([&] { inside = CurrentThreadId(); });
+    EXPECT_EQ(WaitForThreadEnd(thread.Get(), 0), waitTimedOut) << "not let go yet";
+    EXPECT_EQ(WaitForThreadEnd(thread.Get(), 1), waitTimedOut);
+    unsigned long const id = IdOf(thread.Get());
+    thread.Run();
+    EXPECT_EQ(inside, id);
+    EXPECT_NE(id, CurrentThreadId());
+    EXPECT_EQ(CurrentThreadId(), CurrentThreadId());
+    EXPECT_EQ(WaitForThreadEnd(thread.Get(), 0), waitDone) << "as often as one likes";
+    EXPECT_EQ(WaitForThreadEnd(nullptr, 0), waitFailed);
+}
+
+TEST(Threads, SeveralCanWaitForOneEnd) {
+    WaitHandle const go = NewEvent({}, false);
+    TestThread thread([&] { WaitFor(go, waitForever); });
+    std::atomic<int> ended{0};
+    std::vector<std::thread> waiters;
+    for (int i = 0; i < 3; ++i) {
+        waiters.emplace_back([&] { ended += WaitForThreadEnd(thread.Get(), waitForever) == waitDone; });
+    }
+    StartThread(thread.Get());
+    PostEvent(go);
+    for (std::thread & waiter : waiters) waiter.join();
+    EXPECT_EQ(ended, 3);
+    CloseWait(go);
+}
+
+TEST(Threads, StackIsAboutAsLargeAsAskedFor) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the checker keeps its own data of a thread on that stack";
+#endif
+    TestThread(&UseStack<16 * 1024>, 1).Run();
+    TestThread(&UseStack<512 * 1024>, 1024 * 1024 + 1).Run();
+    TestThread(&UseStack<20 * 1024 * 1024>, 21 * 1024 * 1024).Run();
+    TestThread(&UseStack<512 * 1024>, SIZE_MAX).Run(); // nonsense is the default
+    TestThread(&UseStack<512 * 1024>, SIZE_MAX / 2).Run();
+}
+
+TEST(Threads, PrioritiesAreKept) {
+    TestThread thread([] {});
+    EXPECT_EQ(PriorityOf(thread.Get()), 0);
+    for (int const priority : {1, 15, -15, -1, 7, 0}) {
+        EXPECT_TRUE(SetPriorityOf(thread.Get(), priority)) << priority;
+        EXPECT_EQ(PriorityOf(thread.Get()), priority);
+    }
+    EXPECT_TRUE(SetPriorityOf(thread.Get(), -2));
+    for (int const priority : {16, -16, 0x7FFFFFFF}) {
+        EXPECT_FALSE(SetPriorityOf(thread.Get(), priority)) << priority;
+        EXPECT_EQ(PriorityOf(thread.Get()), -2);
+    }
+    thread.Run();
+    EXPECT_TRUE(SetPriorityOf(thread.Get(), 2)) << "after the end it is a number only";
+    EXPECT_FALSE(SetPriorityOf(nullptr, 0));
+    EXPECT_EQ(PriorityOf(nullptr), noPriority);
+}
+
+TEST(Threads, SlotsHoldOneValueAThread) {
+    unsigned long const slot = NewSlot();
+    ASSERT_NE(slot, noSlot);
+    int here = 0;
+    EXPECT_EQ(SlotValue(slot), nullptr);
+    EXPECT_TRUE(SetSlotValue(slot, &here));
+    void * seen = &here;
+    TestThread([&] { seen = SlotValue(slot); }).Run();
+    EXPECT_EQ(seen, nullptr);
+    EXPECT_EQ(SlotValue(slot), &here);
+    EXPECT_TRUE(FreeSlot(slot));
+    for (unsigned long const bad : {slot, noSlot, noSlot + 1UL, 5000UL}) {
+        EXPECT_FALSE(FreeSlot(bad)) << bad;
+        EXPECT_FALSE(SetSlotValue(bad, &here)) << bad;
+        EXPECT_EQ(SlotValue(bad), nullptr) << bad;
+    }
+    std::set<unsigned long> slots;
+    while (slots.size() < 5000) {
+        unsigned long const next = NewSlot();
+        if (next == noSlot) break;
+        EXPECT_TRUE(slots.insert(next).second);
+    }
+    EXPECT_LT(slots.size(), 5000U) << "there is an end to them, and it is told";
+    for (unsigned long const each : slots) FreeSlot(each);
+}
+
+TEST(Threads, StackOfAnotherIsCollected) {
+#if defined(__SANITIZE_THREAD__)
+    GTEST_SKIP() << "the checker holds signals back until the thread's next call of the C library";
+#endif
+    WaitHandle const event = NewEvent({}, false);
+    TestThread thread([&] { ParkHere(event); });
+    std::array<void *, 64> addresses{};
+    StartThread(thread.Get());
+    while (!parked) std::this_thread::yield();
+    for (int round = 0; round < 20; ++round) {
+        std::size_t const count = CollectStackOf(thread.Get(), addresses);
+        EXPECT_TRUE(IsNamed({addresses.data(), count}, "ParkHere")) << count << " frames";
+        EXPECT_EQ(CollectStackOf(thread.Get(), {addresses.data(), 2}), 2U);
+    }
+    PostEvent(event);
+    WaitForThreadEnd(thread.Get(), waitForever);
+    EXPECT_EQ(CollectStackOf(thread.Get(), addresses), 0U);
+    EXPECT_EQ(CollectStackOf(nullptr, addresses), 0U);
+    CloseWait(event);
+}

@@ -1,0 +1,6 @@
+// A module without messages of its own that needs a library with some.
+#include "ZerlithCore/errors/KZModuleMessages.h"
+
+extern "C" int MessagesAnswer();
+extern "C" KZ_EXPORT int DependentAnswer() { return MessagesAnswer() + 1; }
+extern "C" KZ_EXPORT void * DependentOwnModule() { return KZ_THIS_MODULE; }

@@ -1,0 +1,208 @@
+#include "ZerlithCore/text/KZStringConverter.h"
+
+#include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/KZWideText.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <sstream>
+
+namespace {
+
+using Converter = KZSmartPtr<KZStringConverter>;
+
+// Two lead bytes, 0x81 with a trail table and 0x82 without; 0x80 is U+20AC.
+struct Mapping {
+    std::array<char16_t, 256> bytes{}, trails{}, latin{}, kana{};
+    KZMultiByteMapping mapping{};
+
+    Mapping() {
+        for (char16_t i = 0; i < 128; ++i) latin[i] = bytes[i] = i;
+        bytes[0x80] = u'€';
+        trails[0x40] = u'あ';
+        kana[u'あ' & 0xFF] = 0x8140;
+        mapping.tables[0x00] = latin.data();
+        mapping.tables[u'あ' >> 8] = kana.data();
+        mapping.tables[KZMultiByteMapping::Bytes] = bytes.data();
+        mapping.tables[KZMultiByteMapping::Trails + 0x81] = trails.data();
+    }
+};
+
+// Writes the text itself, as converters that know a string's block do.
+class CountingConverter : public KZStringConverter {
+public:
+    KZErrorID ConvertToUnicode(KZString & dest, char const * src) const override {
+        dest.Reserve(1);
+        GetStrDataP(dest)[0] = static_cast<char16_t>(std::string_view(src).size());
+        GetStrDataP(dest)[1] = u'\0';
+        *GetStrDataLenP(dest) = 1;
+        return {};
+    }
+    KZErrorID ConvertFromUnicode(std::string &, KZString const &) const override { return {}; }
+};
+
+} // namespace
+
+TEST(KZStringConverter, LatinWidensBytesUnsigned) {
+    KZString text(u"old");
+    EXPECT_TRUE(text.ConvertToUnicode("a\x80\xFF", Converter()).Good());
+    EXPECT_EQ(text, u"a\u0080ÿ");
+    EXPECT_EQ(text.Capacity(), 4U);
+    EXPECT_EQ(text.AsMbString(Converter()), "a\x80\xFF");
+    EXPECT_TRUE(text.ConvertToUnicode(nullptr, Converter()).Good());
+    EXPECT_EQ(text, u"");
+}
+
+TEST(KZStringConverter, LatinTellsUnitsItLacksAndConvertsAllTheSame) {
+    struct Case {
+        char const * what;
+        KZString in;
+        char const * out;
+        int code;
+    };
+    KZString hidden(u"ab");
+    hidden += u'\0';
+    hidden += u'€';
+    Case const cases[] = {{"euro", u"1 €", "1 ?", 11},
+                          {"behind a 0 unit", hidden, "ab", 11},
+                          {"all Latin", u"\u00FFa",
+                           "\xFF"
+                           "a",
+                           0},
+                          {"empty", u"", "", 0}};
+    for (Case const & c : cases) {
+        std::string out = "old";
+        EXPECT_EQ(c.in.ConvertFromUnicode(out, Converter()), c.code) << c.what;
+        EXPECT_EQ(out, c.out) << c.what;
+    }
+}
+
+TEST(KZStringConverter, Utf8ReplacesWhatIsBroken) {
+    // Around the limit of 4096, where buffers change; broken bytes take more units than well-formed ones would.
+    for (std::size_t const size : {0U, 1U, 4094U, 4095U, 4096U, 4097U, 20000U}) {
+        KZString text(u"old");
+        std::string const bytes(size, 'x');
+        EXPECT_TRUE(text.SetFromUTF8(bytes + "\xE2\x82\xAC\xE2\x82").Good());
+        EXPECT_EQ(text, KZString(std::u16string(size, u'x') + u"€\uFFFD")) << size;
+        EXPECT_EQ(text.Length(), size + 2);
+        EXPECT_EQ(text.AsUTF8(), bytes + "\xE2\x82\xAC\xEF\xBF\xBD");
+        text.SetFromUTF8(std::string(size, '\x80'));
+        EXPECT_EQ(text, KZString(std::u16string(size, u'\uFFFD'))) << size;
+    }
+    KZString const shared = u"shared";
+    KZString other = shared;
+    other.SetFromUTF8(std::string("a\0b", 3));
+    EXPECT_EQ(other, u"a");
+    EXPECT_EQ(shared, u"shared");
+    EXPECT_EQ(KZString(std::u16string{0xD800}).AsUTF8(), "\xEF\xBF\xBD");
+}
+
+TEST(KZStringConverter, CodePagesFailWithTheSystemsError) {
+    Converter const jis(new KZJisConverter);
+    KZString text;
+    EXPECT_TRUE(text.ConvertToUnicode("\x95\x5C", jis).Good());
+    EXPECT_EQ(text, u"表");
+    EXPECT_EQ(text.AsMbString(932U), "\x95\x5C");
+    EXPECT_EQ(text.AsMbString(1252U), "?");
+    EXPECT_TRUE(text.ConvertToUnicode("ok\x82", jis).Bad());
+    EXPECT_EQ(text, u"表") << "an error leaves the text alone";
+    EXPECT_TRUE(text.ConvertToUnicode("", jis).Good());
+    EXPECT_EQ(text, u"");
+    std::string const longText(5000, 'x');
+    EXPECT_TRUE(text.ConvertToUnicode(longText.c_str(), jis).Good());
+    EXPECT_EQ(text.AsUTF8(), longText);
+}
+
+TEST(KZStringConverter, TellsConvertersThatAreNotValid) {
+    EXPECT_TRUE(KZMbCodePageConverter(0).IsValid());
+    EXPECT_TRUE(KZMbCodePageConverter(932).IsValid());
+    Converter const bad(new KZMbCodePageConverter(12345));
+    EXPECT_FALSE(bad->IsValid());
+    KZString text(u"kept");
+    EXPECT_EQ(KZString::ConvertToUnicode(text, "new", bad), 10);
+    EXPECT_EQ(text, u"kept");
+    std::string out = "old";
+    EXPECT_TRUE(text.ConvertFromUnicode(out, bad).Bad());
+    EXPECT_EQ(out, "");
+}
+
+TEST(KZStringConverter, MultiByteReadsByTables) {
+    Mapping const tables;
+    KZMultiByteConverter const converter(&tables.mapping);
+    struct Case {
+        char const * what;
+        char const * bytes;
+        char16_t const * units;
+    };
+    static constexpr Case cases[] = {
+        {"nothing above 255 leaves the text empty", "abc", u""},
+        {"nothing but a lead byte", "a\x81", u""},
+        {"pair", "a\x81@b", u"aあb"},
+        {"lead byte at the end", "\x80\x81", u"€?"},
+        {"lead byte without trails", "\x80\x82@", u"€?@"},
+        {"trail that means nothing", "\x80\x81!", u"€?"},
+        {"empty", "", u""},
+    };
+    for (Case const & c : cases) {
+        KZString text(u"old");
+        converter.ConvertMbToStr(text, c.bytes);
+        EXPECT_EQ(text, c.units) << c.what;
+    }
+    EXPECT_EQ(converter.ConvertStrToMb(u"aあ€い"), "a\x81@??");
+    KZString text(u"old");
+    KZMultiByteConverter(nullptr).ConvertMbToStr(text, "\xFF");
+    EXPECT_EQ(text, u"");
+}
+
+TEST(KZStringConverter, WritesOnlyBlocksOfTheStringsOwn) {
+    KZString const empty;
+    KZString const original(u"x");
+    KZString copy = original;
+    EXPECT_TRUE(copy.ConvertToUnicode("12345", new CountingConverter).Good());
+    EXPECT_EQ(copy, u"\5");
+    EXPECT_EQ(original, u"x");
+    KZString fresh;
+    EXPECT_TRUE(fresh.ConvertToUnicode("1", new CountingConverter).Good());
+    EXPECT_EQ(fresh, u"\1");
+    EXPECT_EQ(empty, u"");
+}
+
+TEST(KZWideText, JoinsAndSplitsPairs) {
+    struct Case {
+        char const * what;
+        std::u16string units;
+        std::wstring wide;
+    };
+    Case const cases[] = {
+        {"pair", u"a\U0001F600", L"a\U0001F600"},
+        {"0 unit", {u'a', 0, u'b'}, {L'a', 0, L'b'}},
+        {"lone surrogates",
+         {0xD800, u'a', 0xDC00, 0xD800},
+         {wchar_t(0xD800), L'a', wchar_t(0xDC00), wchar_t(0xD800)}},
+        {"high before a pair", {0xD800, 0xD83D, 0xDE00}, {wchar_t(0xD800), wchar_t(0x1F600)}},
+    };
+    for (Case const & c : cases) {
+        EXPECT_EQ(KZToWide(c.units), c.wide) << c.what;
+        EXPECT_EQ(KZFromWide(c.wide), c.units) << c.what;
+    }
+    EXPECT_EQ(KZFromWide(std::wstring{wchar_t(0x110000), wchar_t(-1)}), u"\uFFFD\uFFFD");
+}
+
+TEST(KZWideText, StreamsUpToTheFirstZero) {
+    for (std::size_t const size : {0U, 255U, 256U, 1000U}) {
+        // The pair lies across the border of a piece of 256 units for one of the sizes.
+        std::u16string units = std::u16string(size, u'x') + u"\U0001F600" + std::u16string(300, u'y');
+        std::wostringstream stream;
+        KZString text{std::u16string_view(units)};
+        text += u'\0';
+        text += u'z';
+        stream << text;
+        EXPECT_EQ(stream.str(), KZToWide(units)) << size;
+    }
+    std::wostringstream stream;
+    stream.width(5);
+    stream << KZString(u"ab") << KZString(u"c");
+    EXPECT_EQ(stream.str(), L"   abc");
+}

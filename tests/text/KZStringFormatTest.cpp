@@ -1,0 +1,134 @@
+#include "ZerlithCore/text/KZString.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cmath>
+#include <limits>
+
+namespace {
+
+KZString F(char16_t const * format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    KZString result;
+    result.Format(format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+constexpr char16_t const * noText = nullptr;
+
+TEST(KZStringFormat, WritesTextsUnitsAndOddities) {
+    struct Case {
+        int line;
+        KZString actual;
+        std::u16string expected;
+    };
+    Case const cases[] = {
+        {__LINE__, F(u""), u""},
+        {__LINE__, F(nullptr), u""},
+        {__LINE__, F(u"100%% sure"), u"100% sure"},
+        {__LINE__, F(u"a%"), u"a"},
+        {__LINE__, F(u"a%-+05.3l"), u"a"},
+        {__LINE__, F(u"%y%5z%Iq"), u"yzIq"},
+        // Texts: units, and bytes in UTF-8.
+        {__LINE__, F(u"%s|%5s|%-5s|%.2s|%5.1s|", u"abc", u"abc", u"abc", u"abc", u"abc"),
+         u"abc|  abc|abc  |ab|    a|"},
+        {__LINE__, F(u"%ls%lS%Fs", u"a", u"b", u"c"), u"abc"},
+        {__LINE__, F(u"%S%hs%hS", "a", "b", "c"), u"abc"},
+        {__LINE__, F(u"%S|%.2S|%.1S", "\xC3\xA9t\xE2\x82\xAC", "\xC3\xA9t\xE2\x82\xAC", "\xFFz"),
+         u"\u00E9t\u20AC|\u00E9t|\uFFFD"},
+        {__LINE__, F(u"%s|%.3s|%S|%8s", noText, noText, noText, noText), u"(null)|(nu|(null)|  (null)"},
+        {__LINE__, F(u"%.s|%.0s|%05s", u"abc", u"abc", u"abc"), u"||  abc"},
+        {__LINE__, F(u"%*s|%-*s|%*s|%.*s|%.*s", 4, u"a", 4, u"b", -4, u"c", 1, u"de", -1, u"fg"),
+         u"   a|b   |c   |d|fg"},
+        {__LINE__, F(u"%c%3c%-3c|%C%hc%lc", u'a', u'b', u'c', 'd', 'e', u'\u20AC'), u"a  bc  |de\u20AC"},
+        {__LINE__, F(u"a%cb", 0), u"a"},
+        // Numbers beyond what the system's printf says alike.
+        {__LINE__, F(u"%I64d %I64u %I64x", INT64_MIN, UINT64_MAX, UINT64_MAX),
+         u"-9223372036854775808 18446744073709551615 ffffffffffffffff"},
+        {__LINE__, F(u"%ld %lu %lld", -5L, 5UL, -5LL), u"-5 5 -5"},
+        {__LINE__, F(u"%Fd %Lf %Nx %Ff", 1, 2.0, 3, 4.0), u"1 2.000000 3 4.000000"},
+        {__LINE__, F(u"%hd %hu", 65537, 65537), u"1 1"},
+        {__LINE__, F(u"%p %p", reinterpret_cast<void *>(0xBEEF), nullptr), u"0xbeef (nil)"},
+        {__LINE__, F(u"%d", 0), u"0"},
+        {__LINE__, F(u"%#.5g %.5g", 99999.5, 99999.5), u"1.0000e+05 1e+05"},
+    };
+    for (Case const & c : cases) {
+        EXPECT_EQ(std::u16string_view(c.actual), c.expected) << "line " << c.line;
+    }
+}
+
+TEST(KZStringFormat, StoresTheSizeSoFar) {
+    int all = -1;
+    short part = -1;
+    long long wide = -1;
+    EXPECT_EQ(F(u"ab%hnc%nd%I64n%n", &part, &all, &wide, nullptr), u"abcd");
+    EXPECT_TRUE(part == 2 && all == 3 && wide == 4);
+}
+
+TEST(KZStringFormat, BoundsWildWidthsAndPrecisions) {
+    constexpr std::uint32_t most = 1 << 20;
+    EXPECT_EQ(F(u"%99999999999999999999d", 1).Length(), most);
+    EXPECT_EQ(F(u"%*d|", INT_MIN, 1).Length(), most + 1);
+    EXPECT_EQ(F(u"%.*d", INT_MAX, 1).Length(), most);
+    EXPECT_EQ(F(u"%.2147483647f", 1.0).Length(), most + 2);
+    EXPECT_EQ(F(u"%.*s", INT_MAX, u"abc"), u"abc");
+}
+
+/// Formats `value` under many widths, precisions and flags, by the string and by the system's printf.
+template <class Value>
+void CompareWithPrintf(std::string const & letters, Value value) {
+    for (unsigned flags = 0; flags < 32; ++flags) {
+        for (char const * size : {"", "1", "9", ".", ".0", ".3", "12.5", "30.17", "2.1"}) {
+            for (char letter : letters) {
+                std::string format = "<%";
+                for (unsigned i = 0; i < 5; ++i) {
+                    if (flags >> i & 1) format += "-+ #0"[i];
+                }
+                format += std::string(size) + letter + ">";
+                char expected[512];
+                std::snprintf(expected, sizeof expected, format.c_str(), value);
+                KZString actual;
+                actual.Format(std::u16string(format.begin(), format.end()).c_str(), value);
+                ASSERT_EQ(std::string(actual.begin(), actual.end()), expected) << format << " of " << value;
+            }
+        }
+    }
+}
+
+#if defined(__GNUC__)
+#pragma GCC diagnostic ignored "-Wformat-nonliteral"
+#endif
+
+TEST(KZStringFormat, PrintsNumbersAsThePrintfOfTheSystem) {
+    for (int value : {0, 1, -1, 7, 8, 255, -4711, INT_MAX, INT_MIN}) CompareWithPrintf("dixXou", value);
+    using Limits = std::numeric_limits<double>;
+    for (double value : {0.0,
+                         -0.0,
+                         1.0,
+                         -1.5,
+                         0.5,
+                         2.5,
+                         3.14159265358979,
+                         1e15,
+                         123456.0,
+                         1234567.0,
+                         0.0001,
+                         0.00001234,
+                         99999.0,
+                         9.9999999,
+                         1e100,
+                         1e-100,
+                         Limits::max(),
+                         Limits::denorm_min(),
+                         -Limits::infinity(),
+                         Limits::quiet_NaN()}) {
+        CompareWithPrintf("feEgG", value);
+    }
+    EXPECT_EQ(F(u"%.1200f", 0.1).SubStr(1100, 102), F(u"%0102d", 0))
+        << "zeros behind the last digit of any double";
+}
+
+} // namespace

@@ -1,0 +1,315 @@
+#include "ZerlithCore/threads/KZThread.h"
+
+#include "ZerlithCore/errors/KZException.h"
+#include "ZerlithCore/platform/Stack.h"
+#include "ZerlithCore/threads/KZEventSemaphore.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <memory>
+#include <pthread.h>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace {
+
+class Function : public KZCallback {
+public:
+    explicit Function(std::function<void()> body) : KZCallback(u"test"), body_(std::move(body)) {}
+    void operator()(KZSmartPtr<KZCallbackArgs> const &) override { body_(); }
+
+private:
+    std::function<void()> body_;
+};
+
+KZSmartPtr<KZCallback> Callback(std::function<void()> body) { return new Function(std::move(body)); }
+
+KZSmartPtr<KZThread> NewThread(std::function<void()> body) { return new KZThread(Callback(std::move(body))); }
+
+// The library reads it once, at the first start: it must be there before any test.
+constexpr char const * stackSizeVariable = "KZ_THREAD_STACKSIZE";
+int const isStackSizeSet = setenv(stackSizeVariable, "3145728 bytes", 1);
+
+std::size_t OwnStackSize() {
+    pthread_attr_t attributes;
+    pthread_getattr_np(pthread_self(), &attributes);
+    std::size_t size = 0;
+    pthread_attr_getstacksize(&attributes, &size);
+    pthread_attr_destroy(&attributes);
+    return size;
+}
+
+/// What the process has: memory maps, open files and threads.
+std::vector<std::size_t> Possessions() {
+    std::ifstream maps("/proc/self/maps");
+    auto const count = [](char const * folder) {
+        std::filesystem::directory_iterator const all(folder);
+        return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+    };
+    std::string line;
+    std::size_t lines = 0;
+    while (std::getline(maps, line)) ++lines;
+    return {lines, count("/proc/self/fd"), count("/proc/self/task")};
+}
+
+} // namespace
+
+TEST(KZThread, LivesFromStartToJoin) {
+    KZEventSemaphore go;
+    unsigned long inside = 0;
+    KZThread * object = nullptr;
+    KZSmartPtr<KZThread> const thread = NewThread([&] {
+        go.Wait();
+        inside = KZThread::GetCurrentThreadID();
+        object = KZThread::GetCurrentThreadP();
+        KZThread::SetFlag(inside, 0x40);
+    });
+    EXPECT_FALSE(thread->IsStarted());
+    EXPECT_FALSE(thread->Exists());
+    thread->Join(); // nothing to wait for
+    EXPECT_TRUE(thread->Start().Good());
+    KZThread_t const id = thread->GetThreadId();
+    EXPECT_TRUE(thread->IsStarted() && thread->IsRunning() && thread->Exists());
+    EXPECT_EQ(thread->Start(), 15) << "a second start";
+    EXPECT_TRUE(id == thread->GetThreadId());
+    KZThread::SetFlag(id, 0x20);
+    EXPECT_TRUE(KZThread::IsFlagSet(id, 0x20));
+    EXPECT_FALSE(KZThread::IsFlagSet(id, 0x30));
+    go.Post();
+    thread->Join();
+    EXPECT_EQ(inside, id);
+    EXPECT_EQ(object, thread.GetPtr());
+    EXPECT_TRUE(thread->IsFlagSet(0x60));
+    EXPECT_TRUE(thread->IsStarted());
+    EXPECT_FALSE(thread->IsRunning() || thread->Exists());
+    thread->Join();
+    EXPECT_EQ(thread->Start(), 15);
+    EXPECT_THROW(KZThread::WaitForThread(id), KZException);
+    EXPECT_FALSE(KZThread::IsFlagSet(id, 0x20)) << "not in the table";
+    EXPECT_EQ(KZThread::GetCurrentThreadP(), nullptr);
+}
+
+TEST(KZThread, QuestionsDoNotWaitForAJoin) {
+    KZEventSemaphore go;
+    KZSmartPtr<KZThread> const thread = NewThread([&] { go.Wait(); });
+    (void)thread->Start();
+    std::atomic<bool> joining{false};
+    std::thread joiner([&] {
+        joining = true;
+        thread->Join();
+    });
+    while (!joining) std::this_thread::yield();
+    for (int i = 0; i < 1000; ++i) EXPECT_TRUE(thread->IsRunning() && thread->GetThreadId() != 0UL);
+    go.Post();
+    joiner.join();
+}
+
+TEST(KZThread, OfSeveralWaitersOneReturns) {
+    for (int round = 0; round < 20; ++round) {
+        KZEventSemaphore go;
+        KZSmartPtr<KZThread> const thread = NewThread([&] { go.Wait(); });
+        (void)thread->Start();
+        KZThread_t const id = thread->GetThreadId();
+        std::atomic<int> returned{0};
+        std::atomic<int> thrown{0};
+        std::vector<std::thread> waiters;
+        for (int i = 0; i < 3; ++i) {
+            waiters.emplace_back([&, i] {
+                try {
+                    KZThread::WaitForThread(id, i); // one of them spins
+                    ++returned;
+                } catch (KZException const & exception) {
+                    EXPECT_EQ(std::u16string(exception.What()), u"Invalid Thread ID");
+                    ++thrown;
+                }
+            });
+        }
+        go.Post();
+        for (std::thread & waiter : waiters) waiter.join();
+        EXPECT_EQ(returned, 1);
+        EXPECT_EQ(thrown, 2);
+        thread->Join(); // quietly
+    }
+}
+
+TEST(KZThread, ExitFunctionsRunInOrderWhateverTheEnd) {
+    std::string order;
+    KZSmartPtr<KZThread> const thread = NewThread([] { throw std::runtime_error("out of the body"); });
+    bool existed = true;
+    thread->AddExitFunction(Callback([&] {
+        order += '1';
+        existed = thread->Exists();
+        thread->AddExitFunction(Callback([&] { order += '3'; }));
+        throw 1;
+    }));
+    thread->AddExitFunction(Callback([&] { order += '2'; }));
+    thread->AddExitFunction(KZSmartPtr<KZCallback>());
+    testing::internal::CaptureStdout();
+    (void)thread->Start();
+    thread->Join();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "unhandled exception in KZThread\nunhandled exception in KZThread\n");
+    EXPECT_EQ(order, "123");
+    EXPECT_FALSE(existed);
+}
+
+TEST(KZThread, WaitingForItselfAtItsEndDoesNotBlock) {
+    KZSmartPtr<KZThread> const thread = NewThread([] {});
+    bool done = false;
+    thread->AddExitFunction(Callback([&] {
+        KZThread::WaitForThread(KZThread::GetCurrentThreadID());
+        std::this_thread::yield();
+        done = true;
+    }));
+    (void)thread->Start();
+    thread->Join();
+    EXPECT_TRUE(done) << "the join waits for the end all the same";
+}
+
+TEST(KZThread, RunHoldsItsObject) {
+    KZEventSemaphore go;
+    KZEventSemaphore ended;
+    struct Observer {
+        KZEventSemaphore & event;
+        ~Observer() { event.Post(); }
+    };
+    {
+        KZSmartPtr<KZThread> const thread =
+            NewThread([&go, observer = std::make_shared<Observer>(ended)] { go.Wait(); });
+        (void)thread->Start();
+    }
+    EXPECT_FALSE(ended.Posted());
+    go.Post();
+    EXPECT_EQ(ended.Wait(), 0U) << "the last hold was the run's own";
+
+    ended.Reset();
+    auto * const deletesItself = new KZThread(Callback([observer = std::make_shared<Observer>(ended)] {}));
+    deletesItself->SetDeleteOnEnd(true);
+    EXPECT_TRUE(deletesItself->GetDeleteOnEnd());
+    (void)deletesItself->Start();
+    EXPECT_EQ(ended.Wait(), 0U);
+}
+
+TEST(KZThread, RefusedPriorityLeavesItStartable) {
+    bool hasRun = false;
+    int inside = 0;
+    KZSmartPtr<KZThread> const thread = NewThread([&] {
+        hasRun = true;
+        inside = KZThread::GetCurrentThreadP()->GetThreadPriority();
+    });
+    EXPECT_TRUE(thread->Start(1000).Bad());
+    EXPECT_FALSE(hasRun || thread->IsStarted());
+    EXPECT_FALSE(thread->SetThreadPriority(1));
+    EXPECT_EQ(thread->GetThreadPriority(), 0x7FFFFFFF);
+    EXPECT_TRUE(thread->Start(-2).Good());
+    EXPECT_TRUE(thread->SetThreadPriority(-2));
+    EXPECT_FALSE(KZThread::SetThreadPriority(KZThread_t(thread->GetThreadId(), nullptr), 0)) << "no handle";
+    thread->Join();
+    EXPECT_EQ(inside, -2);
+    EXPECT_FALSE(thread->SetThreadPriority(0)) << "the handle is closed";
+}
+
+TEST(KZThread, ComModelIsTakenAtConstruction) {
+    EXPECT_FALSE(KZThread::InitializeCOM(true));
+    bool single = false;
+    KZSmartPtr<KZThread> const thread = NewThread([&] { single = KZThread::IsSingleThreadedCOMApartment(); });
+    EXPECT_EQ(KZThread::InitializeCOM(KZThread::MultiThreaded), KZThread::SingleThreaded);
+    EXPECT_TRUE(KZThread::InitializeCOM(false));
+    (void)thread->Start();
+    thread->Join();
+    EXPECT_TRUE(single);
+    EXPECT_TRUE(thread->IsFlagSet(KZThread::SingleThreaded));
+    EXPECT_FALSE(KZThread::IsSingleThreadedCOMApartment());
+}
+
+TEST(KZThread, KeysHoldOneValueAThread) {
+    unsigned long key = KZThread::AllocateThreadKey();
+    int here = 0;
+    KZThread::Set(key, &here);
+    void * there = &here;
+    KZSmartPtr<KZThread> const thread = NewThread([&] { there = KZThread::Get(key); });
+    (void)thread->Start();
+    thread->Join();
+    EXPECT_EQ(there, nullptr);
+    EXPECT_EQ(KZThread::Get(key), &here);
+    unsigned long const before = key;
+    KZThread::ReleaseThreadKey(key);
+    EXPECT_EQ(key, before);
+}
+
+TEST(KZThread, StackSizeIsReadOnce) {
+    ASSERT_EQ(isStackSizeSet, 0);
+    std::vector<std::size_t> sizes;
+    for (char const * const text : {"3145728", "5242880"}) {
+        setenv(stackSizeVariable, text, 1);
+        KZThread thread(Callback([&] { sizes.push_back(OwnStackSize()); }));
+        (void)thread.Start();
+        thread.Join();
+    }
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{3145728, 3145728}));
+}
+
+TEST(KZThread, ManyStartsAndJoinsLeaveNothing) {
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    constexpr int rounds = 500;
+#else
+    constexpr int rounds = 10000;
+#endif
+    int count = 0;
+    auto const round = [&] {
+        KZThread thread(Callback([&] { ++count; }));
+        (void)thread.Start();
+        thread.Join();
+    };
+    for (int i = 0; i < 10; ++i) round(); // what is kept for later is there now
+    std::vector<std::size_t> const before = Possessions();
+    for (int i = 0; i < rounds; ++i) round();
+    EXPECT_EQ(count, rounds + 10);
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__)
+    EXPECT_EQ(Possessions(), before);
+#endif
+}
+
+TEST(KZThread, DumpNamesWhatEachThreadDoes) {
+    KZEventSemaphore go;
+    KZEventSemaphore ready;
+    KZSmartPtr<KZThread> const waiting = NewThread([&] {
+        ready.Post();
+        go.Wait();
+    });
+    std::string text;
+    KZSmartPtr<KZThread> const dumping = NewThread([&] {
+        testing::internal::CaptureStderr();
+        KZDumpAllStacks();
+        text = testing::internal::GetCapturedStderr();
+    });
+    KZSmartPtr<KZThread> const ended = NewThread([] {});
+    (void)ended->Start();
+    (void)waiting->Start();
+    ready.Wait();
+    while (ended->Exists()) std::this_thread::yield();
+    (void)dumping->Start();
+    dumping->Join();
+    go.Post();
+    waiting->Join();
+    EXPECT_TRUE(text.starts_with("\n\n****** Dumping call stack for all threads ******\n"));
+    EXPECT_TRUE(text.ends_with("\n****** Call stacks dumped ******\n\n"));
+    auto const stackOf = [&](KZSmartPtr<KZThread> const & thread) {
+        unsigned long const id = thread->GetThreadId();
+        std::size_t const start = text.find("Thread " + std::to_string(id) + "\n");
+        return start == std::string::npos ? std::string()
+                                          : text.substr(start, text.find("\n\n", start) - start);
+    };
+    EXPECT_NE(stackOf(dumping).find("KZDumpAllStacks"), std::string::npos) << text;
+    EXPECT_TRUE(stackOf(ended).empty());
+#if !defined(__SANITIZE_THREAD__) // which holds signals back from a thread that waits
+    EXPECT_NE(stackOf(waiting).find("KZThread::"), std::string::npos) << text;
+#endif
+}
