@@ -2,6 +2,7 @@
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZStackDump.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 
 #include <gtest/gtest.h>
 
