@@ -21,14 +21,18 @@
 #include "ZerlithCore/text/KZWideText.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZStackDump.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
 
 #include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/errors/KZFormatContext.h"
 #include "ZerlithCore/errors/KZMessageSource.h"
 #include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/errors/KZSignalException.h"
 
 #include "ZerlithCore/threads/KZBaton.h"
 #include "ZerlithCore/threads/KZCallback.h"

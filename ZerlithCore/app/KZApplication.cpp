@@ -8,6 +8,7 @@
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
+#include "ZerlithCore/platform/Files.h"
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/platform/Signals.h"

@@ -126,6 +126,7 @@ KZApplicationWithPlugIns::KZApplicationWithPlugIns(KZString const & commandLine,
 }
 
 void KZApplicationWithPlugIns::Ctor() {
+    KZInitCatchSignal(); // so that a plug-in's fault on this thread is an exception
     mainMenu_ = std::make_unique<KZUnitTest>(GetAppName().AsUTF8());
     static_cast<void>(AddPlugIn(KZSmartPtr<KZPlugIn>(new KZLibPlugIn), true));
 }
@@ -287,7 +288,6 @@ int KZApplicationWithPlugIns::Run() {
 
 void KZApplicationWithPlugIns::RunHere(KZRunPlugIn & plugIn) {
     Write(L"\n");
-    KZInitCatchSignal();
     plugIn.status_ = KZPlugIn::Running;
     KZDetail::CallGuarded([&] { static_cast<void>(plugIn.Run()); });
     plugIn.status_ = KZPlugIn::Ended;

@@ -6,6 +6,7 @@
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <istream>
+#include <iterator>
 #include <ostream>
 #include <utility>
 
@@ -68,6 +69,7 @@ private:
     void ReadComments(Texts & comments);
     KZString ReadComment();
     void ReadLine(KZConfigSection & section, Texts && comments);
+    static void Append(KZConfigFile & file, KZConfigSection & working);
 
     std::wistream & stream_;
     std::wstreambuf * buffer_;
@@ -150,6 +152,19 @@ void KZConfigReader::ReadLine(KZConfigSection & section, Texts && comments) {
     ReadKeyAndValue(line);
 }
 
+/// Moves what was read of a section into one of its own, with lines in a block of just their size; the block of
+/// `working` stays for the lines of the next section.
+void KZConfigReader::Append(KZConfigFile & file, KZConfigSection & working) {
+    KZConfigSection & section = file.sections_.emplace_back();
+    section.Adopt(&file);
+    section.comments_.texts_ = std::move(working.comments_.texts_);
+    section.name_ = std::move(working.name_);
+    section.lines_.assign(std::move_iterator(working.lines_.begin()),
+                          std::move_iterator(working.lines_.end()));
+    section.RebindParts();
+    working.lines_.clear();
+}
+
 /// A section joins the file when the next one begins: what was read of a section in front of an error doesn't, nor do
 /// lines in front of the first header, which no section was pending for.
 void KZConfigReader::ReadFile(KZConfigFile & file) {
@@ -157,9 +172,7 @@ void KZConfigReader::ReadFile(KZConfigFile & file) {
     KZConfigSection working;
     bool isPending = false;
     auto const keepPending = [&] {
-        if (!isPending) return;
-        file.sections_.push_back(std::move(working));
-        file.sections_.back().Adopt(&file);
+        if (isPending) Append(file, working);
         isPending = false;
     };
     do {

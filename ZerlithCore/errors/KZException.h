@@ -58,6 +58,8 @@ public:
     [[nodiscard]] unsigned long GetErrorNumber() const noexcept { return error_; }
 
 private:
+    explicit KZWindowsLastErrorException(int error);
+
     unsigned long error_;
 };
 

@@ -7,7 +7,7 @@
 ///
 ///     KZSmartPtrToConst<KZMessageSource> const source(new RCMessageTableSource(KZ_THIS_MODULE));
 ///
-/// The texts are data that the module exports under the symbol `KZModuleMessages`. Who has loaded the module can read
+/// The texts are data that the module exports by the function `KZModuleMessages`. Who has loaded the module can read
 /// them by its handle; the module itself says KZ_THIS_MODULE. Both last as long as the module is loaded.
 #pragma once
 
@@ -36,8 +36,9 @@ struct KZ_EXPORT KZLanguage {
 };
 
 extern "C" {
-/// What other modules find.
-extern KZ_EXPORT KZModuleMessageTable const KZModuleMessages;
+/// What other modules find. A function, since each module has one: data of one name in several is taken for an error
+/// by the address sanitizer.
+KZ_EXPORT KZModuleMessageTable const * KZModuleMessages();
 /// What the module finds itself: bound when it is linked, null where there is none, never that of another module.
 extern __attribute__((weak, visibility("hidden"))) KZModuleMessageTable const KZHiddenModuleMessages;
 }
@@ -51,13 +52,12 @@ inline constexpr KZModuleMessageTable NoMessages{nullptr, 0};
     KZPlatform::ModuleOfMessages(&KZHiddenModuleMessages ? KZHiddenModuleMessages : KZDetail::NoMessages)
 
 /// Gives a module its messages: entries of code, language and text. Once in a module, in one source, at file level.
-#define KZ_MODULE_MESSAGES(...)                                                             \
-    namespace KZDetail {                                                                    \
-    static constexpr KZModuleMessage moduleMessages[] = {__VA_ARGS__};                      \
-    }                                                                                       \
-    extern "C" {                                                                            \
-    KZModuleMessageTable const KZModuleMessages{KZDetail::moduleMessages,                   \
-                                                std::size(KZDetail::moduleMessages)};       \
-    KZModuleMessageTable const KZHiddenModuleMessages{KZDetail::moduleMessages,             \
-                                                      std::size(KZDetail::moduleMessages)}; \
+#define KZ_MODULE_MESSAGES(...)                                                                   \
+    namespace KZDetail {                                                                          \
+    static constexpr KZModuleMessage moduleMessages[] = {__VA_ARGS__};                            \
+    }                                                                                             \
+    extern "C" {                                                                                  \
+    KZModuleMessageTable const KZHiddenModuleMessages{KZDetail::moduleMessages,                   \
+                                                      std::size(KZDetail::moduleMessages)};       \
+    KZ_EXPORT KZModuleMessageTable const * KZModuleMessages() { return &KZHiddenModuleMessages; } \
     }

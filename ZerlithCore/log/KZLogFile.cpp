@@ -5,6 +5,7 @@
 
 #include "ZerlithCore/log/KZLogFile.h"
 
+#include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/log/LogStamp.h"
 #include "ZerlithCore/platform/Clock.h"
 
@@ -56,7 +57,10 @@ constinit KZLogFile * KZLogFile::Registry::first_ = nullptr;
 
 KZLogFileI::~KZLogFileI() = default;
 
-KZLogFile::KZLogFile() : stamp_(std::make_unique<LogStamp>()) { Registry::Add(*this); }
+KZLogFile::KZLogFile() : stamp_(std::make_unique<LogStamp>()) {
+    Registry::Add(*this);
+    KZDebug::AddReportHook(&KZLogFile::FlushAll);
+}
 
 KZLogFile::~KZLogFile() {
     Registry::Remove(*this);
@@ -140,6 +144,7 @@ void KZLogFile::PutRecord(std::u16string_view text, bool isStamped) {
     AppendLine(text);
     wholeUnits_ = gathered_.size();
     if (autoFlush_ || wholeUnits_ > bufferUnits) WriteGathered();
+    if (gathered_.capacity() > 2 * bufferUnits) gathered_ = std::u16string(); // a giant has passed
 }
 
 void KZLogFile::AppendLine(std::u16string_view text) {

@@ -41,8 +41,8 @@ KZModuleMessage const * FindMessage(void * module, std::uint32_t code, long lang
 KZModuleMessageTable const * MessagesOfModule(void * module) noexcept {
     auto const handle = reinterpret_cast<std::uintptr_t>(module);
     if (handle & tableMark) return reinterpret_cast<KZModuleMessageTable const *>(handle & ~tableMark);
-    return module ? static_cast<KZModuleMessageTable const *>(FindSymbol(module, ModuleMessagesSymbol))
-                  : nullptr;
+    void * const symbol = module ? FindSymbol(module, ModuleMessagesSymbol) : nullptr;
+    return symbol ? reinterpret_cast<KZModuleMessageTable const * (*)()>(symbol)() : nullptr;
 }
 
 bool LoadStringText(std::u16string & out, void * module, std::uint32_t code, std::size_t limit) {

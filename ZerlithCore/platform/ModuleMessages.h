@@ -16,7 +16,7 @@ struct KZModuleMessage {
     char16_t const * text;
 };
 
-/// What a module exports under the name `KZModuleMessages`; KZ_MODULE_MESSAGES makes it.
+/// The texts of a module, which its function `KZModuleMessages` gives; KZ_MODULE_MESSAGES makes both.
 struct KZModuleMessageTable {
     KZModuleMessage const * messages;
     std::size_t count;
@@ -24,7 +24,7 @@ struct KZModuleMessageTable {
 
 namespace KZPlatform {
 
-/// The symbol under which a module exports its KZModuleMessageTable.
+/// The function under which a module exports its table: `KZModuleMessageTable const * KZModuleMessages()`.
 inline constexpr char const * ModuleMessagesSymbol = "KZModuleMessages";
 
 /// A module handle that stands for `table` alone, so that code can name its own module without asking the loader.

@@ -238,13 +238,13 @@ public:
 
     /// Replaces the text by `source` as `converter` reads it.
     /// Errors: 10 when the converter isn't valid, and the converter's own; the string is then as the converter left it.
-    KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> converter);
+    KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter);
     static KZErrorID ConvertToUnicode(KZString & string, char const * source,
-                                      KZSmartPtr<KZStringConverter> converter);
+                                      KZSmartPtr<KZStringConverter> const & converter);
     /// Puts the text into `out` as `converter` writes it, and returns the converter's error.
-    KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> converter) const;
+    KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> const & converter) const;
     /// What `converter`, or the code page, made of the text; an error is dropped on purpose.
-    [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> converter) const;
+    [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> const & converter) const;
     [[nodiscard]] std::string AsMbString(unsigned int codePage) const;
     /// The text as UTF-8; lone surrogates become U+FFFD.
     [[nodiscard]] std::string AsUTF8() const;

@@ -26,22 +26,23 @@ KZStringConverter const & ConverterOrLatin(KZSmartPtr<KZStringConverter> const &
 
 } // namespace
 
-KZErrorID KZString::ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> converter) {
+KZErrorID KZString::ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter) {
     KZStringConverter const & chosen = ConverterOrLatin(converter);
     if (!chosen.IsValid()) return new KZError(glbKZOREMsgSourceP, InvalidConverter);
     return chosen.ConvertToUnicode(*this, source);
 }
 
 KZErrorID KZString::ConvertToUnicode(KZString & string, char const * source,
-                                     KZSmartPtr<KZStringConverter> converter) {
+                                     KZSmartPtr<KZStringConverter> const & converter) {
     return string.ConvertToUnicode(source, converter);
 }
 
-KZErrorID KZString::ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> converter) const {
+KZErrorID KZString::ConvertFromUnicode(std::string & out,
+                                       KZSmartPtr<KZStringConverter> const & converter) const {
     return ConverterOrLatin(converter).ConvertFromUnicode(out, *this);
 }
 
-std::string KZString::AsMbString(KZSmartPtr<KZStringConverter> converter) const {
+std::string KZString::AsMbString(KZSmartPtr<KZStringConverter> const & converter) const {
     std::string out;
     ConvertFromUnicode(out, converter);
     return out;

@@ -42,19 +42,11 @@ TEST(KZUnitTest, RunsWhatIsChosen) {
 }
 
 TEST(KZUnitTest, LeavesAtTheEndOfTheInput) {
-    class Growing : public KZTestCase {
-    public:
-        explicit Growing(KZUnitTest & menu) : KZTestCase(u"grows"), menu_(menu) {}
-        bool Run() override {
-            for (int i = 0; i < 100; ++i) menu_.AddTestCase(new KZTestCase(u"more"));
-            return false;
-        }
-
-    private:
-        KZUnitTest & menu_;
-    };
     KZUnitTest menu("");
-    menu.AddTestCase(new Growing(menu));
+    menu.AddTestCase(new KZTestCase(u"grows", [&menu] {
+        for (int i = 0; i < 100; ++i) menu.AddTestCase(new KZTestCase(u"more"));
+        return false;
+    }));
     std::wistringstream in(L"a");
     std::wostringstream out;
     menu.DisplayMenuAndExecuteUserChoice(menu.GetTestList(), out, in);

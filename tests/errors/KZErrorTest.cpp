@@ -6,12 +6,15 @@
 
 #include <gtest/gtest.h>
 
-#include <thread>
+#include <algorithm>
 
 namespace {
 
 // A static object of a program makes an error before main.
 KZString const textBeforeMain = KZErrorID(new KZError(glbKZOREMsgSourceP, 15)).AsString();
+
+// Read as local time, as it is printed.
+KZDateTime const birthday = KZString(u"1971/01/01 00:00:00").AsKZDateTime();
 
 KZSmartPtr<KZInRAMMessageSource> Source() {
     KZSmartPtr<KZInRAMMessageSource> const source(new KZInRAMMessageSource);
@@ -27,7 +30,7 @@ KZErrorWithArgs * EveryType() {
     error->AddParam(-2);
     error->AddParam(3L);
     error->AddParam(KZString(u"text"));
-    error->AddParam(KZDateTime(86400U * 365));
+    error->AddParam(birthday);
     EXPECT_EQ(error->AddParam(KZDouble(0.25)), 5U);
     return error;
 }
@@ -49,31 +52,15 @@ TEST(KZErrorID, IsSuccessWhenNullOrCodeZero) {
     EXPECT_TRUE(id.Good());
 }
 
-TEST(KZErrorID, SharesItsErrorAmongThreads) {
-    KZErrorID const id(new KZErrorString(u"shared"));
-    auto const copy = [&] {
-        for (int i = 0; i < 10000; ++i) EXPECT_EQ(KZErrorID(id), -1);
-    };
-    std::thread other(copy);
-    copy();
-    other.join();
-    EXPECT_EQ(static_cast<KZErrorString const *>(id.operator->().GetPtr())->NbRef(), 1UL);
-}
-
 TEST(KZError, ServesItsInterfaces) {
     KZSmartPtr<KZErrorI> const plain(new KZError(Source(), 0)), rich(new KZErrorWithArgs(Source(), 0)),
         fixed(new KZErrorString(u""));
-    struct Case {
-        KZErrorI const & error;
-        int own;
-        std::vector<int> served;
-    };
-    for (Case const & c : {Case{*plain, 3, {3, 8}}, Case{*rich, 9, {9}}, Case{*fixed, 3, {3}}}) {
-        EXPECT_EQ(c.error.GetIUID(), c.own);
-        for (int const iuid : {0, 3, 4, 8, 9}) {
-            bool const expected = std::find(c.served.begin(), c.served.end(), iuid) != c.served.end();
-            EXPECT_EQ(c.error.IsKindOf(iuid), expected) << c.own << " asked for " << iuid;
-        }
+    std::pair<KZSmartPtr<KZErrorI>, std::vector<int>> const cases[] = {
+        {plain, {3, 8}}, {rich, {9}}, {fixed, {3}}};
+    for (auto const & [error, served] : cases) {
+        EXPECT_EQ(error->GetIUID(), served.front());
+        for (int const iuid : {0, 3, 4, 8, 9})
+            EXPECT_EQ(error->IsKindOf(iuid), std::count(served.begin(), served.end(), iuid) == 1) << iuid;
     }
     EXPECT_EQ(plain->GetParameterCount(), 0U);
     EXPECT_EQ(plain->GetParameterType(0), KZErrorI::ParamNone);
@@ -101,22 +88,12 @@ TEST(KZErrorWithArgs, GivesEachArgumentAsItsOwnTypeOnly) {
     }
     EXPECT_EQ(real, 1.5);
     EXPECT_EQ(number, -2) << "untouched by the indexes that aren't its own";
-    EXPECT_EQ(wide, 3);
     EXPECT_EQ(text, u"text");
-    EXPECT_EQ(date.AsSeconds(), 86400U * 365);
-    EXPECT_EQ(double{small}, 0.25);
+    EXPECT_EQ(date, birthday);
     EXPECT_EQ(*static_cast<int const *>(error->GetParameterValue(1)), -2);
 }
 
-TEST(KZErrorWithArgs, TellsItsArgumentsInTheContextsFormat) {
-    KZErrorID const id(EveryType());
-    EXPECT_EQ(id.AsString(), u"1.500000|-2|3|text|1971/01/01 00:00:00|0.250000");
-    KZString text;
-    EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu", u"%d.%m.%Y")).Good());
-    EXPECT_EQ(text, u"1.500000|-2|3|text|01.01.1971|0.250000");
-}
-
-TEST(KZErrorWithArgs, CopiesOwnTheirArguments) {
+TEST(KZErrorWithArgs, CopiesOwnTheirArgumentsAndTellThem) {
     KZSmartPtr<KZErrorWithArgs> copy;
     {
         KZSmartPtr<KZErrorWithArgs> const error(EveryType());
@@ -128,11 +105,13 @@ TEST(KZErrorWithArgs, CopiesOwnTheirArguments) {
         KZErrorWithArgs other(Source(), 9);
         other.AddParam(1);
         other = *error;
-        EXPECT_EQ(other.NbRef(), 0UL);
-        EXPECT_EQ(other.GetCode(), 5);
         EXPECT_EQ(other.GetParameterCount(), 6U);
     }
-    EXPECT_EQ(KZErrorID(copy.GetPtr()).AsString(), u"1.500000|-2|3|text|1971/01/01 00:00:00|0.250000");
+    KZErrorID const id(copy.GetPtr());
+    EXPECT_EQ(id.AsString(), u"1.500000|-2|3|text|1971/01/01 00:00:00|0.250000");
+    KZString text;
+    EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu", u"%d.%m.%Y")).Good());
+    EXPECT_EQ(text, u"1.500000|-2|3|text|01.01.1971|0.250000");
 }
 
 TEST(KZErrorWithArgs, DropsSmallNumbersOnTheWayInAndOut) {
@@ -151,18 +130,6 @@ TEST(KZErrorWithArgs, DropsSmallNumbersOnTheWayInAndOut) {
 
 TEST(OwnMessages, AreThereBeforeMain) {
     EXPECT_EQ(textBeforeMain, u"The thread is already started.");
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, 16);
-    KZErrorID const id(error);
-    error->AddParam(KZString(u"sort"));
-    error->AddParam(5);
-    error->AddParam(1.0);
-    error->AddParam(2.0);
-    error->AddParam(100);
-    EXPECT_EQ(id.AsString(),
-              u"The test named <sort> failed its benchmark's tolerance of 5%. Before this test, the "
-              u"average time was 1.000000 secs and for this one, it tooks 2.000000 secs. The absolute "
-              u"difference is 100%. Delete the .PRF file if this is the new benchmark that you want to "
-              u"set.");
     EXPECT_EQ(KZErrorID(new KZError(glbKZOREMsgSourceP, 17)).AsString(), u"");
 }
 

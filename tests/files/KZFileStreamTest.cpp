@@ -87,24 +87,17 @@ TEST_F(KZFileStreamTest, ReadsALineOfAMegabyteAndStartsAgain) {
 
 TEST_F(KZFileStreamTest, EveryPositionThatWasToldCanBeSought) {
     std::string bytes = "\xEF\xBB\xBF";
-    for (int i = 0; i < 3000; ++i) bytes += "a\xC3\xA9\xF0\x9F\x98\x80\xFF";
+    for (int i = 0; i < 600; ++i) bytes += "a\xC3\xA9\xF0\x9F\x98\x80\xFF";
     folder.Write(u"file.txt", bytes);
-    KZFileStream stream(Path());
-    std::vector<std::pair<std::wios::pos_type, wchar_t>> places;
+    KZFileStream stream(Path()), sought(Path());
     for (wchar_t c; stream.get(c);) {
-        stream.unget();
-        auto const place = stream.tellg();
-        ASSERT_EQ(stream.get(), static_cast<std::wint_t>(c));
-        if (places.size() % 7 != 0 || place >= 4000) places.emplace_back(place, c);
-        if (place > 12000) break;
+        stream.unget(); // across the border of two blocks too
+        sought.seekg(stream.tellg());
+        ASSERT_EQ(sought.get(), static_cast<std::wint_t>(c)) << stream.tellg();
+        stream.get();
     }
-    stream.clear();
-    for (std::size_t i = 0; i < places.size(); i += 131) {
-        stream.seekg(places[places.size() - 1 - i].first);
-        EXPECT_EQ(stream.get(), static_cast<std::wint_t>(places[places.size() - 1 - i].second));
-    }
-    stream.seekg(-1, ios_base::end);
-    EXPECT_EQ(stream.get(), 0xDCFFU);
+    sought.seekg(-1, ios_base::end);
+    EXPECT_EQ(sought.get(), 0xDCFFU);
 }
 
 TEST_F(KZFileStreamTest, TurnsRoundWithoutASeek) {

@@ -54,8 +54,6 @@ TEST(Modules, LoadFindAndFree) {
 TEST(Modules, ProgramKnowsItself) {
     EXPECT_EQ(std::filesystem::path(GetExecutablePath()).filename(), "test_platform");
     EXPECT_EQ(GetModulePath(reinterpret_cast<void const *>(&Folder)), GetExecutablePath());
-    int local = 0;
-    EXPECT_EQ(GetModulePath(&local), u"");
 }
 
 TEST(Modules, RelativePathsKeepTheirPlace) {
@@ -82,6 +80,7 @@ TEST(Modules, FailuresHaveClearTexts) {
         {u"text.so", 0, u"text.so: invalid ELF header"},
         {u"orphan.so", 0, u"undefined symbol: MessagesAnswer"},
     };
+    SetThreadLanguage(EnglishLanguage);
     for (Case const & c : cases) {
         KZString const path(std::u16string_view(Folder() + c.name));
         EXPECT_EQ(LoadModule(Folder() + c.name), nullptr) << path.AsUTF8();
@@ -91,6 +90,7 @@ TEST(Modules, FailuresHaveClearTexts) {
         EXPECT_NE(id.AsString().Find(c.part), KZString::npos)
             << path.AsUTF8() << ": " << id.AsString().AsUTF8();
     }
+    SetThreadLanguage(NeutralLanguage);
     EXPECT_EQ(LoadModule(u""), nullptr);
     EXPECT_EQ(LoadModule(u"no-such-library-anywhere.so"), nullptr);
 }

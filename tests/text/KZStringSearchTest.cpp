@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
 
 namespace {
@@ -18,14 +17,12 @@ TEST(KZString, SearchesFromAPosition) {
         std::uint32_t actual, expected;
     };
     Case const cases[] = {
-        {__LINE__, text.Find(u"ca"), 2},
         {__LINE__, text.Find(u"ca", 3), 5},
         {__LINE__, text.Find(u"ca", 6), none},
         {__LINE__, text.Find(u"", 3), 3},
         {__LINE__, text.Find(u"", 8), none},
         {__LINE__, text.Find(u"abcabcabc"), none},
         {__LINE__, text.Find(u'c', 3), 5},
-        {__LINE__, text.Find(u'x'), none},
         {__LINE__, text.Find(u'\0'), 8},
         {__LINE__, text.Find(u'\0', 8), none},
         {__LINE__, empty.Find(u'\0'), none},
@@ -33,7 +30,6 @@ TEST(KZString, SearchesFromAPosition) {
         {__LINE__, embedded.Find(u"ab", 1), none},
         {__LINE__, embedded.Find(u"ab", 3), 3},
         {__LINE__, embedded.Find(u'a', 1), none},
-        {__LINE__, text.RFind(u"ab"), 6},
         {__LINE__, text.RFind(u"ab", 5), 3},
         {__LINE__, text.RFind(u"", 5), 5},
         {__LINE__, text.RFind(u"", 50), 7},
@@ -46,16 +42,13 @@ TEST(KZString, SearchesFromAPosition) {
         {__LINE__, text.FindFirstOf(u"bc", 3), 4},
         {__LINE__, text.FindFirstOf(u"xyz\x416"), none},
         {__LINE__, text.FindFirstOf(u""), none},
-        {__LINE__, text.FindFirstOf(u"a", 8), none},
         {__LINE__, KZString(u"ab\x416z").FindFirstOf(u"\x415z\x416"), 2},
         {__LINE__, embedded.FindFirstOf(u"a", 1), none},
         {__LINE__, text.FindFirstNotOf(u"ab"), 2},
         {__LINE__, text.FindFirstNotOf(u"abc"), none},
-        {__LINE__, text.FindFirstNotOf(u"", 5), 0},
         {__LINE__, text.FindFirstNotOf(u"", 50), 0},
         {__LINE__, text.FindFirstNotOf(u"x", 8), none},
         {__LINE__, text.FindLastOf(u"c", 4), 2},
-        {__LINE__, text.FindLastOf(u""), none},
         {__LINE__, embedded.FindLastOf(u"b"), 4},
         {__LINE__, text.FindLastNotOf(u"ab"), 5},
         {__LINE__, text.FindLastNotOf(u"", 2), 7},

@@ -37,28 +37,22 @@ TEST(KZDateTime, ReadsUnderATemplate) {
     constexpr char16_t const * full = KZDateTime::DefaultFormat;
     constexpr Case cases[] = {
         {"default", u"2024/05/06 07:08:09", full, 0, 1714979289},
-        {"first second", u"1970/01/01 00:00:01", full, 0, 1},
         {"last second", u"2106/02/07 06:28:15", full, 0, 0xFFFFFFFF},
         {"one more", u"2106/02/07 06:28:16", full, 9, 0},
         {"before 1970", u"1969/12/31 23:59:59", full, 9, 0},
         {"leap day", u"2024/02/29", u"%Y/%m/%d", 0, 1709164800},
         {"no leap day", u"2023/02/29", u"%Y/%m/%d", 9, 0},
-        {"no leap day in 2100", u"2100/02/29", u"%Y/%m/%d", 9, 0},
         {"missing fields are those of the start", u"2", u"%H", 0, 7200},
         {"names, any case", u"mon, 6 MAY 2024", u"%a, %d %B %Y", 0, 1714953600},
         {"short name in a long place", u"6 Sep 2024", u"%d %B %Y", 0, 1725580800},
         {"half days", u"12:30 AM,2024", u"%I:%M %p,%Y", 0, 1704069000},
-        {"half days, afternoon", u"12:30 pm,2024", u"%I:%M %p,%Y", 0, 1704112200},
         {"day of the year", u"2024-366", u"%Y-%j", 0, 1735603200},
         {"day 366 of a short year", u"2023-366", u"%Y-%j", 9, 0},
         {"short years", u"05/06/24", u"%x", 0, 1714953600},
-        {"short years of the last century", u"99 1", u"%y %m", 0, 915148800},
         {"blanks for blanks", u"2024   5", u"%Y %m", 0, 1714521600},
         {"digits without separators", u"20240506", u"%Y%m%d", 0, 1714953600},
         {"percent sign", u"%2024", u"%%%Y", 0, 1704067200},
         {"text behind the end", u"2024x", u"%Y", 8, 0},
-        {"text that ends early", u"2024/05", full, 8, 0},
-        {"another text", u"today", full, 8, 0},
         {"empty", u"", full, 8, 0},
         {"field out of range", u"2024/13/01", u"%Y/%m/%d", 8, 0},
         {"unknown conversion", u"5", u"%Q", 8, 0},
@@ -76,18 +70,13 @@ TEST(KZDateTime, ReadsUnderATemplate) {
 
 TEST(KZDateTime, PrintsUnderATemplate) {
     KZDateTime const date(1714979289);
-    struct Case {
-        char16_t const * format;
-        char16_t const * expected;
-    };
-    constexpr Case cases[] = {
+    constexpr std::pair<char16_t const *, char16_t const *> cases[] = {
         {KZDateTime::DefaultFormat, u"2024/05/06 07:08:09"},
         {u"%A, %B %d, %j, %w", u"Monday, May 06, 127, 1"},
         {u"%z %Z", u"+0000 UTC"},
         {u"\u00fc\U0001F600%H\u3042", u"\u00fc\U0001F60007\u3042"},
-        {u"", u""},
     };
-    for (Case const & c : cases) EXPECT_EQ(date.AsString(c.format, UTC), c.expected);
+    for (auto const & [format, expected] : cases) EXPECT_EQ(date.AsString(format, UTC), expected);
     EXPECT_EQ(KZDateTime(0xFFFFFFFF).AsString(u"%F %T", UTC), u"2106-02-07 06:28:15");
     EXPECT_EQ(KZDateTime().AsString(), u"");
     KZString out(u"kept");
@@ -96,7 +85,6 @@ TEST(KZDateTime, PrintsUnderATemplate) {
     EXPECT_EQ(id.AsString(), u"Error converting the datetime.");
     EXPECT_EQ(out, u"kept");
     EXPECT_EQ(date.AsString(u"%9999Y", UTC).Length(), 9999U);
-    EXPECT_LT(KZDateTime(), date);
 }
 
 TEST_F(InParis, LocalTimeFollowsTheClock) {
@@ -107,12 +95,10 @@ TEST_F(InParis, LocalTimeFollowsTheClock) {
         char16_t const * again;
     };
     constexpr Case cases[] = {
-        {"winter", u"2024/01/15 12:00:00", u"2024/01/15 11:00:00", nullptr},
         {"summer", u"2024/07/15 12:00:00", u"2024/07/15 10:00:00", nullptr},
         {"last second of winter", u"2024/03/31 01:59:59", u"2024/03/31 00:59:59", nullptr},
         {"left out", u"2024/03/31 02:30:00", u"2024/03/31 01:30:00", u"2024/03/31 03:30:00"},
         {"first second of summer", u"2024/03/31 03:00:00", u"2024/03/31 01:00:00", nullptr},
-        {"last second that comes once", u"2024/10/27 01:59:59", u"2024/10/26 23:59:59", nullptr},
         {"comes twice: the first one", u"2024/10/27 02:30:00", u"2024/10/27 00:30:00", nullptr},
         {"first second behind", u"2024/10/27 03:00:00", u"2024/10/27 02:00:00", nullptr},
     };
@@ -129,18 +115,9 @@ TEST_F(InParis, LocalTimeFollowsTheClock) {
 }
 
 TEST(KZPrintDuration, PrintsDaysWhereThereAreAny) {
-    struct Case {
-        KZDuration seconds;
-        char16_t const * expected;
-    };
-    constexpr Case cases[] = {{0, u"00:00:00"},
-                              {59, u"00:00:59"},
-                              {86399, u"23:59:59"},
-                              {86400, u"1 00:00:00"},
-                              {-3661, u"-01:01:01"},
-                              {-90061, u"-1 01:01:01"},
-                              {INT32_MIN, u"-24855 03:14:08"}};
-    for (Case const & c : cases) EXPECT_EQ(KZPrintDuration(c.seconds), c.expected) << c.seconds;
+    constexpr std::pair<KZDuration, char16_t const *> cases[] = {
+        {0, u"00:00:00"}, {-90061, u"-1 01:01:01"}, {INT32_MIN, u"-24855 03:14:08"}};
+    for (auto const & [seconds, expected] : cases) EXPECT_EQ(KZPrintDuration(seconds), expected) << seconds;
 }
 
 } // namespace

@@ -52,7 +52,9 @@ public:
     Descriptor(Descriptor const &) = delete;
     Descriptor & operator=(Descriptor const &) = delete;
 
-    [[nodiscard]] bool IsOpen() const noexcept { return handle_ != reinterpret_cast<iconv_t>(-1); }
+    [[nodiscard]] bool IsOpen() const noexcept {
+        return handle_ != std::bit_cast<iconv_t>(std::intptr_t{-1});
+    }
 
     // Converts one character to its end. Returns the bytes written; 0 with errno set when it isn't one.
     std::size_t Convert(char const * in, std::size_t inSize, std::span<char> out) const noexcept {

@@ -62,6 +62,9 @@ bool IsPrivate(int number) noexcept {
     return number >= 0 && static_cast<unsigned>(number) - firstPrivateNumber < privateNumbers;
 }
 
+// The C library's own language, for which it needs no translation.
+bool IsEnglish(long language) noexcept { return ((language ^ EnglishLanguage) & 0x3FF) == 0; }
+
 // A locale for messages, or none where the system lacks it.
 class MessageLocale {
 public:
@@ -92,8 +95,9 @@ void SetLastErrorText(std::u16string_view text) { lastError = Texts().NumberOf(t
 std::optional<std::u16string> ErrorText(int number, long language) {
     if (IsPrivate(number)) return Texts().Text(number);
     if (!strerrordesc_np(number)) return std::nullopt;
-    MessageLocale const locale(LocaleOfLanguage(IsNeutralLanguage(language) ? ThreadLanguage() : language));
-    return Utf8ToUnits(locale.Text(number), Utf8Mode::Replace);
+    long const wanted = IsNeutralLanguage(language) ? ThreadLanguage() : language;
+    if (IsEnglish(wanted)) return Utf8ToUnits(strerrordesc_np(number), Utf8Mode::Replace);
+    return Utf8ToUnits(MessageLocale(LocaleOfLanguage(wanted)).Text(number), Utf8Mode::Replace);
 }
 
 } // namespace KZPlatform

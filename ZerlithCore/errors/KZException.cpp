@@ -1,0 +1,106 @@
+#include "ZerlithCore/errors/KZException.h"
+
+#include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZStackDump.h"
+#include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/errors/KZFormatContext.h"
+#include "ZerlithCore/errors/KZMessageSource.h"
+#include "ZerlithCore/platform/LastError.h"
+
+#include <cstdlib>
+#include <ostream>
+
+namespace {
+
+// Between the complete report and the message for the user.
+constexpr char16_t const * Marker = u"###***###";
+constexpr std::uint32_t MarkerLength = 9;
+
+KZString FromUtf8(std::string const & text) {
+    KZString units;
+    static_cast<void>(units.SetFromUTF8(text));
+    return units;
+}
+
+KZString TakeStack() {
+    // The first exception that wants a stack decides for all.
+    static bool const isDisabled = std::getenv("KZ_DISABLE_STACK") != nullptr;
+    if (isDisabled) return u"(Stack disabled - KZ_DISABLE_STACK is defined)";
+    KZStackDump const dump;
+    return FromUtf8(dump.GetStackText());
+}
+
+KZString SystemText(int error) { return KZString(KZPlatform::ErrorText(error).value_or(std::u16string())); }
+
+KZString SourceText(long code, KZSmartPtr<KZMessageSource> const & source) {
+    KZString text;
+    if (!source.IsNull()) static_cast<void>(source->GetText(text, code, KZFormatContext()));
+    return text;
+}
+
+void WriteIfTracing(KZString const & report) {
+    if (GlbGetTraceLevel() == 0) return;
+    KZLockedCOUT const console;
+    KZLockedCOUT::GetCout(1) << report << std::flush;
+}
+
+} // namespace
+
+// --- KZException
+
+KZException::KZException(KZString const & message, bool noStack) : message_(message) {
+    if (!noStack) stack_ = TakeStack();
+}
+
+KZException::KZException(KZStackDump & dump) : stack_(FromUtf8(dump.GetStackText())) {
+    message_ = FromUtf8(dump.GetReport()) + Marker + FromUtf8(dump.GetExceptionText());
+}
+
+KZException::KZException(KZException const & other) = default;
+
+KZException & KZException::operator=(KZException const & other) = default;
+
+KZException::~KZException() = default;
+
+char const * KZException::what() const noexcept {
+    try {
+        narrow_ = KZString(What()).AsUTF8();
+        return narrow_.c_str();
+    } catch (...) {
+        return "KZException"; // no memory for the text
+    }
+}
+
+char16_t const * KZException::What() const noexcept {
+    std::uint32_t const marker = message_.Find(Marker);
+    return marker == KZString::npos ? message_.c_str() : message_.c_str() + marker + MarkerLength;
+}
+
+void KZException::LogInErrorFile(LogOpt option) const {
+    if (logged_ && option != LogAlways) return;
+    logged_ = true;
+    std::uint32_t const marker = message_.Find(Marker);
+    WriteIfTracing(marker == KZString::npos ? KZDebug::ComposeReport(message_, stack_) : message_.SubStr(0, marker));
+}
+
+// --- KZWindowsLastErrorException
+
+KZWindowsLastErrorException::KZWindowsLastErrorException()
+    : KZWindowsLastErrorException(KZPlatform::LastErrorNumber()) {}
+
+KZWindowsLastErrorException::KZWindowsLastErrorException(int error)
+    : KZException(SystemText(error)), error_(static_cast<unsigned long>(error)) {}
+
+KZWindowsLastErrorException::KZWindowsLastErrorException(KZWindowsLastErrorException const & other) = default;
+
+KZWindowsLastErrorException::~KZWindowsLastErrorException() = default;
+
+// --- KZMsgException
+
+KZMsgException::KZMsgException(long code, KZSmartPtr<KZMessageSource> const & source)
+    : KZException(SourceText(code, source)) {}
+
+KZMsgException::KZMsgException(KZMsgException const & other) = default;
+
+KZMsgException::~KZMsgException() = default;

@@ -1,0 +1,41 @@
+#include "ZerlithCore/errors/KZSignalException.h"
+
+#include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/diagnostics/KZStackDump.h"
+#include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/platform/Faults.h"
+#include "ZerlithCore/platform/FloatingPoint.h"
+
+namespace {
+
+// Runs as if the instruction that failed had called it, outside of the signal handler.
+[[noreturn]] void ThrowFault(KZPlatform::Fault const & fault) {
+    KZStackDump dump(fault);
+    throw KZSignalException(dump);
+}
+
+} // namespace
+
+KZSignalException::KZSignalException(KZStackDump & dump) : KZException(dump), code_(dump.GetCode()) {
+    if (dump.IsReported()) return;
+    dump.SetReported();
+    KZDebug::CallReportHooks();
+    KZString report;
+    static_cast<void>(report.SetFromUTF8(dump.GetReport()));
+    KZDebug::AppendToErrorLog(report);
+    KZSignalException::LogInErrorFile(LogAlways);
+}
+
+KZSignalException::KZSignalException(KZSignalException const & other) = default;
+
+KZSignalException::~KZSignalException() {
+    // The frames that a stack overflow has left need its reserve no more.
+    if (code_ == KZPlatform::FaultCode::StackOverflow) KZPlatform::RestoreStackReserve();
+}
+
+void KZSignalException::LogInErrorFile(LogOpt option) const { KZException::LogInErrorFile(option); }
+
+void KZInitCatchSignal() {
+    KZPlatform::RaiseFloatingPointFaults();
+    KZPlatform::TranslateFaults(&ThrowFault);
+}

@@ -1,0 +1,390 @@
+// The system tells the kind of a fault less exactly than the processor does: it calls every failed division a division
+// by zero, every denormal operand an underflow, and a privileged instruction a bad access. The trap number and the
+// instruction itself tell them apart.
+#include "ZerlithCore/platform/posix/FaultContext.h"
+
+#include <array>
+#include <cstring>
+#include <unwind.h>
+#include <utility>
+
+namespace KZPlatform {
+
+namespace {
+
+std::uint32_t CodeOfFloat(int code) noexcept {
+    switch (code) {
+    case FPE_INTDIV: return FaultCode::IntegerDivideByZero;
+    case FPE_INTOVF: return FaultCode::IntegerOverflow;
+    case FPE_FLTDIV: return FaultCode::FloatDivideByZero;
+    case FPE_FLTOVF: return FaultCode::FloatOverflow;
+    case FPE_FLTUND: return FaultCode::FloatUnderflow;
+    case FPE_FLTRES: return FaultCode::FloatInexact;
+    case FPE_FLTSUB: return FaultCode::ArrayBounds;
+    default: return FaultCode::FloatInvalid;
+    }
+}
+
+/// What the system's own codes tell; 0 for what isn't a fault of the list.
+std::uint32_t CodeOfSignal(siginfo_t const & info) noexcept {
+    if (info.si_code <= 0) return 0; // sent by somebody
+    switch (info.si_signo) {
+    case SIGSEGV: return info.si_code == SEGV_BNDERR ? FaultCode::ArrayBounds : FaultCode::AccessViolation;
+    case SIGBUS: return info.si_code == BUS_ADRALN ? FaultCode::Misalignment : 0;
+    case SIGFPE: return CodeOfFloat(info.si_code);
+    case SIGILL:
+        return info.si_code == ILL_PRVOPC || info.si_code == ILL_PRVREG ? FaultCode::PrivilegedInstruction
+                                                                        : FaultCode::IllegalInstruction;
+    default: return 0;
+    }
+}
+
+} // namespace
+
+#if defined(__x86_64__)
+
+namespace {
+
+namespace Trap {
+constexpr long long Division = 0;
+constexpr long long StackSegment = 12; // an address that can't exist, reached by the stack or frame pointer
+constexpr long long Protection = 13;
+constexpr long long Page = 14;
+constexpr long long OldFloat = 16;
+constexpr long long VectorFloat = 19;
+} // namespace Trap
+
+constexpr std::array<int, 16> registers = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP,
+                                           REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
+                                           REG_R12, REG_R13, REG_R14, REG_R15};
+
+/// Reads an instruction that the processor has just tried to execute, so its bytes are there.
+class InstructionReader {
+public:
+    explicit InstructionReader(greg_t const * state) noexcept
+        : state_(state), next_(reinterpret_cast<unsigned char const *>(state[REG_RIP])) {}
+
+    /// True for an instruction that only the system may execute.
+    bool IsPrivileged() noexcept {
+        SkipPrefixes();
+        unsigned char const first = *next_++;
+        if (first != 0x0F) {
+            bool const isPortAccess = (first & 0xFC) == 0x6C || (first & 0xF4) == 0xE4;
+            return isPortAccess || first == 0xF4 || first == 0xFA || first == 0xFB; // hlt, cli, sti
+        }
+        constexpr std::array<unsigned char, 12> privileged = {0x00, 0x01, 0x06, 0x07, 0x08, 0x09,
+                                                              0x20, 0x21, 0x22, 0x23, 0x30, 0x32};
+        return std::memchr(privileged.data(), *next_, privileged.size()) != nullptr;
+    }
+
+    /// True for a division whose divisor isn't 0: the quotient didn't fit.
+    bool IsDivisionByNonzero() noexcept {
+        SkipPrefixes();
+        unsigned char const opcode = *next_++;
+        if (isOdd_ || (opcode & 0xFE) != 0xF6) return false;
+        std::size_t const size = opcode == 0xF6 ? 1 : (rex_ & 8) != 0 ? 8 : isNarrow_ ? 2 : 4;
+        unsigned char const modrm = *next_++;
+        void const * const operand = modrm >= 0xC0 ? RegisterOperand(modrm & 7, size) : MemoryOperand(modrm);
+        static constexpr std::uint64_t zero = 0;
+        return std::memcmp(operand, &zero, size) != 0;
+    }
+
+private:
+    void SkipPrefixes() noexcept {
+        for (;; ++next_) {
+            switch (*next_) {
+            case 0x66: isNarrow_ = true; continue;
+            case 0x64:
+            case 0x65:
+            case 0x67: isOdd_ = true; continue; // other segments, 32-bit addresses
+            case 0x26:
+            case 0x2E:
+            case 0x36:
+            case 0x3E:
+            case 0xF0:
+            case 0xF2:
+            case 0xF3: continue;
+            default: break;
+            }
+            break;
+        }
+        if ((*next_ & 0xF0) == 0x40) rex_ = *next_++;
+    }
+
+    std::uintptr_t Value(unsigned int number) const noexcept {
+        return static_cast<std::uintptr_t>(state_[registers[number]]);
+    }
+
+    void const * RegisterOperand(unsigned int number, std::size_t size) const noexcept {
+        bool const isHighByte = size == 1 && rex_ == 0 && number >= 4; // ah, ch, dh, bh
+        if (isHighByte) return reinterpret_cast<char const *>(&state_[registers[number - 4]]) + 1;
+        return &state_[registers[number + (rex_ & 1) * 8]];
+    }
+
+    template <class Displacement>
+    std::uintptr_t Fetch() noexcept {
+        Displacement value;
+        std::memcpy(&value, next_, sizeof value);
+        next_ += sizeof value;
+        return static_cast<std::uintptr_t>(static_cast<std::intptr_t>(value));
+    }
+
+    void const * MemoryOperand(unsigned char modrm) noexcept {
+        unsigned int const mode = modrm >> 6;
+        unsigned int base = modrm & 7;
+        std::uintptr_t address = 0;
+        bool const isScaled = base == 4;
+        if (isScaled) {
+            unsigned char const sib = *next_++;
+            unsigned int const index = (sib >> 3 & 7) + (rex_ >> 1 & 1) * 8;
+            if (index != 4) address = Value(index) << (sib >> 6);
+            base = sib & 7;
+        }
+        bool const isBare = mode == 0 && base == 5; // a displacement without a base
+        if (!isBare) address += Value(base + (rex_ & 1) * 8);
+        if (mode == 1) address += Fetch<std::int8_t>();
+        if (mode == 2 || isBare) address += Fetch<std::int32_t>();
+        if (isBare && !isScaled)
+            address += reinterpret_cast<std::uintptr_t>(next_); // relative to what follows
+        return reinterpret_cast<void const *>(address);
+    }
+
+    greg_t const * state_;
+    unsigned char const * next_;
+    unsigned int rex_ = 0;
+    bool isNarrow_ = false;
+    bool isOdd_ = false;
+};
+
+constexpr unsigned int denormal = 0x02;
+constexpr unsigned int underflow = 0x10;
+constexpr unsigned int invalid = 0x01;
+constexpr unsigned int stackFault = 0x40;
+constexpr unsigned int allExceptions = 0x3F;
+
+/// Tells apart what shares one code of the system.
+std::uint32_t RefineFloat(std::uint32_t code, ucontext_t const & context) noexcept {
+    auto const * const state = context.uc_mcontext.fpregs;
+    if (!state) return code;
+    bool const isVector = context.uc_mcontext.gregs[REG_TRAPNO] == Trap::VectorFloat;
+    unsigned int const raised =
+        isVector ? state->mxcsr & ~(state->mxcsr >> 7) : state->swd & ~state->cwd & allExceptions;
+    if (code == FaultCode::FloatUnderflow && (raised & denormal) && !(raised & underflow))
+        return FaultCode::FloatDenormal;
+    if (code == FaultCode::FloatInvalid && !isVector && (raised & invalid) && (state->swd & stackFault))
+        return FaultCode::FloatStackCheck;
+    return code;
+}
+
+constexpr greg_t alignmentCheck = 0x40000;
+constexpr greg_t directionFlag = 0x400;
+constexpr greg_t singleStep = 0x100;
+constexpr long long pageWrite = 2;
+constexpr long long pageFetch = 16;
+
+} // namespace
+
+std::uintptr_t FaultContext::Instruction() const noexcept {
+    return static_cast<std::uintptr_t>(context_->uc_mcontext.gregs[REG_RIP]);
+}
+
+std::uintptr_t FaultContext::StackPointer() const noexcept {
+    return static_cast<std::uintptr_t>(context_->uc_mcontext.gregs[REG_RSP]);
+}
+
+std::uint32_t FaultContext::Code() const noexcept {
+    greg_t const * const state = context_->uc_mcontext.gregs;
+    std::uint32_t const code = CodeOfSignal(info_);
+    switch (state[REG_TRAPNO]) {
+    case Trap::StackSegment:
+        return info_.si_signo == SIGBUS && info_.si_code > 0 ? FaultCode::AccessViolation : code;
+    case Trap::Protection:
+        return code == FaultCode::AccessViolation && InstructionReader(state).IsPrivileged()
+                   ? FaultCode::PrivilegedInstruction
+                   : code;
+    case Trap::Division:
+        return code == FaultCode::IntegerDivideByZero && InstructionReader(state).IsDivisionByNonzero()
+                   ? FaultCode::IntegerOverflow
+                   : code;
+    case Trap::OldFloat:
+    case Trap::VectorFloat: return code == 0 ? 0 : RefineFloat(code, *context_);
+    default: return code;
+    }
+}
+
+FaultAccess FaultContext::Access() const noexcept {
+    greg_t const * const state = context_->uc_mcontext.gregs;
+    if (state[REG_TRAPNO] != Trap::Page) return FaultAccess::None;
+    if (state[REG_ERR] & pageFetch || Address() == reinterpret_cast<void const *>(state[REG_RIP]))
+        return FaultAccess::Execute;
+    return state[REG_ERR] & pageWrite ? FaultAccess::Write : FaultAccess::Read;
+}
+
+void const * FaultContext::Address() const noexcept {
+    return context_->uc_mcontext.gregs[REG_TRAPNO] == Trap::Page ? info_.si_addr : nullptr;
+}
+
+namespace {
+
+/// A reader of the exception tables that the compiler writes for C++.
+class TableReader {
+public:
+    explicit TableReader(unsigned char const * next) noexcept : next_(next) {}
+
+    unsigned char Byte() noexcept { return *next_++; }
+    std::uintptr_t Number() noexcept {
+        std::uintptr_t value = 0;
+        for (unsigned int shift = 0; shift < 64; shift += 7) {
+            value |= std::uintptr_t{*next_ & 0x7FU} << shift;
+            if ((*next_++ & 0x80) == 0) break;
+        }
+        return value;
+    }
+    unsigned char const * Position() const noexcept { return next_; }
+
+private:
+    unsigned char const * next_;
+};
+
+enum class Place : unsigned char { InTable, BeforeLandingPads, NotInTable };
+
+/// Where the instruction `offset` bytes into a function stands for the function's exception table. Tables in unusual
+/// encodings are taken to have an entry.
+Place PlaceIn(unsigned char const * table, std::uintptr_t offset) noexcept {
+    constexpr unsigned char omitted = 0xFF;
+    constexpr unsigned char variableLength = 0x01;
+    TableReader reader(table);
+    if (reader.Byte() != omitted) return Place::InTable; // landing pads outside of the function
+    if (reader.Byte() != omitted) reader.Number();       // the distance of the types
+    if (reader.Byte() != variableLength) return Place::InTable;
+    std::uintptr_t const bytes = reader.Number();
+    unsigned char const * const end = reader.Position() + bytes;
+    while (reader.Position() < end) {
+        std::uintptr_t const start = reader.Number();
+        std::uintptr_t const length = reader.Number();
+        std::uintptr_t const landingPad = reader.Number();
+        reader.Number(); // what it catches
+        if (landingPad != 0 && offset < start) return Place::BeforeLandingPads;
+        if (offset >= start && offset - start < length) return Place::InTable;
+    }
+    return Place::NotInTable;
+}
+
+/// How the DWARF tables number the registers that a function keeps for its caller.
+constexpr std::array<std::pair<int, int>, 6> keptRegisters = {
+    {{3, REG_RBX}, {6, REG_RBP}, {12, REG_R12}, {13, REG_R13}, {14, REG_R14}, {15, REG_R15}}};
+
+struct LandingPadSearch {
+    greg_t * state;
+    bool isInterruptedSeen = false;
+    bool isLeaving = false; // the frame before this one is to be left
+    bool isFound = true;
+    int framesLeft = 8;
+};
+
+_Unwind_Reason_Code SearchLandingPad(_Unwind_Context * frame, void * argument) {
+    LandingPadSearch & search = *static_cast<LandingPadSearch *>(argument);
+    int isInterrupted = 0;
+    std::uintptr_t address = _Unwind_GetIPInfo(frame, &isInterrupted);
+    if (!isInterrupted) --address;
+    search.isInterruptedSeen |= isInterrupted != 0;
+    if (!search.isInterruptedSeen) return _URC_NO_REASON; // the handler's own frames
+    if (search.isLeaving) {
+        for (auto const & [column, index] : keptRegisters)
+            search.state[index] = static_cast<greg_t>(_Unwind_GetGR(frame, column));
+        search.state[REG_RSP] = static_cast<greg_t>(_Unwind_GetCFA(frame));
+        search.state[REG_RIP] = static_cast<greg_t>(address);
+        return _URC_END_OF_STACK;
+    }
+    void * const table = _Unwind_GetLanguageSpecificData(frame);
+    if (!table) return --search.framesLeft > 0 ? _URC_NO_REASON : _URC_END_OF_STACK; // passes everything on
+    Place const place =
+        PlaceIn(static_cast<unsigned char const *>(table), address - _Unwind_GetRegionStart(frame));
+    search.isLeaving = place == Place::BeforeLandingPads;
+    search.isFound = place != Place::NotInTable;
+    return search.isLeaving ? _URC_NO_REASON : _URC_END_OF_STACK;
+}
+
+} // namespace
+
+bool FaultContext::GoToLandingPad() noexcept {
+    LandingPadSearch search{context_->uc_mcontext.gregs};
+    _Unwind_Backtrace(&SearchLandingPad, &search);
+    return search.isFound;
+}
+
+void FaultContext::ReturnFromBadJump() noexcept {
+    greg_t * const state = context_->uc_mcontext.gregs;
+    greg_t returnAddress;
+    std::memcpy(&returnAddress, reinterpret_cast<void const *>(state[REG_RSP]), sizeof returnAddress);
+    state[REG_RIP] = returnAddress - 1; // inside the call, where the tables of the caller look for it
+    state[REG_RSP] += static_cast<greg_t>(sizeof returnAddress);
+}
+
+// The trampoline's frame holds the two registers that a call would have changed. Its unwind rules take them from there
+// and say that it was entered between two instructions, as a signal is, so that the faulting instruction itself is
+// looked up; all other registers are still those of the interrupted function.
+__asm__(R"(
+    .pushsection .text
+    .type KZPlatformFaultTrampoline, @function
+    .hidden KZPlatformFaultTrampoline
+    .globl KZPlatformFaultTrampoline
+KZPlatformFaultTrampoline:
+    .cfi_startproc
+    .cfi_signal_frame
+    .cfi_def_cfa rsp, 16
+    .cfi_offset rip, -16
+    .cfi_offset rsp, -8
+    call KZPlatformThrowFault
+    ud2
+    .cfi_endproc
+    .size KZPlatformFaultTrampoline, . - KZPlatformFaultTrampoline
+    .popsection
+)");
+extern "C" void KZPlatformFaultTrampoline();
+
+// Writes below the stack pointer, where the sanitizer sees nobody's memory.
+__attribute__((no_sanitize("address"))) void FaultContext::Redirect(std::uintptr_t stackTop) noexcept {
+    greg_t * const state = context_->uc_mcontext.gregs;
+    auto * const frame = reinterpret_cast<greg_t *>(stackTop & ~std::uintptr_t{15}) - 2;
+    frame[0] = state[REG_RIP];
+    frame[1] = state[REG_RSP];
+    state[REG_RSP] = reinterpret_cast<greg_t>(frame);
+    state[REG_RIP] = reinterpret_cast<greg_t>(&KZPlatformFaultTrampoline);
+    state[REG_EFL] &= ~(alignmentCheck | directionFlag | singleStep);
+    if (auto * const floating = context_->uc_mcontext.fpregs) {
+        floating->swd = static_cast<std::uint16_t>(floating->swd & ~0x80FFU);
+        floating->mxcsr &= ~allExceptions;
+    }
+}
+
+#else
+
+std::uintptr_t FaultContext::Instruction() const noexcept {
+#if defined(__aarch64__)
+    return context_->uc_mcontext.pc;
+#else
+    return 0;
+#endif
+}
+std::uintptr_t FaultContext::StackPointer() const noexcept {
+#if defined(__aarch64__)
+    return context_->uc_mcontext.sp;
+#else
+    return 0;
+#endif
+}
+std::uint32_t FaultContext::Code() const noexcept { return CodeOfSignal(info_); }
+FaultAccess FaultContext::Access() const noexcept {
+    return info_.si_signo == SIGSEGV ? FaultAccess::Read : FaultAccess::None;
+}
+void const * FaultContext::Address() const noexcept {
+    return info_.si_signo == SIGSEGV ? info_.si_addr : nullptr;
+}
+bool FaultContext::GoToLandingPad() noexcept { return true; }
+void FaultContext::ReturnFromBadJump() noexcept {}
+void FaultContext::Redirect(std::uintptr_t) noexcept {}
+
+#endif
+
+} // namespace KZPlatform

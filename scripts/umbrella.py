@@ -1,0 +1,32 @@
+#!/usr/bin/env python3
+"""Writes ZerlithCore/ZerlithCore.h from the installed headers that the folders' CMakeLists.txt name; with --check
+only tells whether it is up to date."""
+import pathlib
+import re
+import sys
+
+ROOMS = ("foundation", "text", "diagnostics", "errors", "threads", "files", "log", "time", "app")
+LIBRARY = pathlib.Path(__file__).resolve().parent.parent / "ZerlithCore"
+
+
+def public_headers(room):
+    lists = (LIBRARY / room / "CMakeLists.txt").read_text()
+    return sorted(set(re.findall(r"^\s+(KZ\w+\.h)$", lists, re.MULTILINE)))
+
+
+def umbrella():
+    text = "/// @file\n/// Everything that ZerlithCore offers.\n#pragma once\n"
+    for room in ROOMS:
+        text += "\n" + "".join(f'#include "ZerlithCore/{room}/{name}"\n' for name in public_headers(room))
+    return text
+
+
+def main():
+    target = LIBRARY / "ZerlithCore.h"
+    if "--check" not in sys.argv:
+        target.write_text(umbrella())
+    elif target.read_text() != umbrella():
+        sys.exit("ZerlithCore/ZerlithCore.h is out of date: run scripts/umbrella.py")
+
+
+main()

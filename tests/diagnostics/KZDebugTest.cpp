@@ -1,0 +1,84 @@
+#include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZStackDump.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+#include <thread>
+#include <vector>
+
+namespace {
+
+TEST(KZDebug, AppendsReportsToTheFileThatWasChosen) {
+    KZDebug::ChangeErrorLogFileName(u"", u"");
+    EXPECT_FALSE(KZDebug::AppendToErrorLog(u"nowhere to go"));
+    KZDebug::ChangeErrorLogFileName(u"/no/such/directory", u"x-ERROR.LOG");
+    EXPECT_EQ(KZDebug::GetErrorLogFileName(), u"/no/such/directory/x-ERROR.LOG");
+    EXPECT_FALSE(KZDebug::AppendToErrorLog(u"can't be opened"));
+
+    std::string const directory = testing::TempDir();
+    KZString units;
+    static_cast<void>(units.SetFromUTF8(directory));
+    KZDebug::ChangeErrorLogFileName(units, u"debug-ERROR.LOG");
+    std::string const path = directory + "debug-ERROR.LOG";
+    std::remove(path.c_str());
+    EXPECT_TRUE(KZDebug::AppendToErrorLog(u"one \u20ac\n"));
+    EXPECT_TRUE(KZDebug::AppendToErrorLog(u"two\n"));
+    std::ifstream file(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one \xE2\x82\xAC\ntwo\n");
+    std::remove(path.c_str());
+    KZDebug::ChangeErrorLogFileName(u"", u"");
+}
+
+std::atomic<int> glbHooked{0};
+
+TEST(KZDebug, CallsEachHookOnce) {
+    KZDebug::ReportHook const hook = []() noexcept { ++glbHooked; };
+    EXPECT_TRUE(KZDebug::AddReportHook(hook));
+    EXPECT_TRUE(KZDebug::AddReportHook(hook));
+    KZDebug::CallReportHooks();
+    EXPECT_EQ(glbHooked, 1);
+}
+
+TEST(KZStackDump, NamesFunctionModuleAndOffset) {
+    std::string const text = KZStackDump().GetStackText();
+    EXPECT_NE(text.find("NamesFunctionModuleAndOffset"), std::string::npos) << text;
+    EXPECT_NE(text.find("[test_diagnostics+0x"), std::string::npos) << text;
+}
+
+TEST(KZConsole, KeepsItsPlaceBetweenTheOtherWaysToStandardOutput) {
+    testing::internal::CaptureStdout();
+    std::printf("a");
+    KZGetConsole() << L"\u00e9\U0001F600" << wchar_t(0xD800) << L'\n' << std::flush;
+    std::printf("b");
+    std::cout << "c" << std::flush;
+    KZGetConsole() << 42 << std::flush;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD\nbc42");
+}
+
+TEST(KZLockedCOUT, KeepsTheLinesOfThreadsWhole) {
+    testing::internal::CaptureStdout();
+    std::vector<std::thread> threads;
+    for (wchar_t const letter : {L'x', L'y', L'z'})
+        threads.emplace_back([letter] {
+            for (int line = 0; line < 200; ++line) {
+                KZLockedCOUT const console;
+                KZLockedCOUT const again; // the owner may take it twice
+                for (int i = 0; i < 20; ++i) KZLockedCOUT::GetCout(1) << letter;
+                KZLockedCOUT::GetCout(1) << std::endl;
+            }
+        });
+    for (std::thread & thread : threads) thread.join();
+    std::string const text = testing::internal::GetCapturedStdout();
+    ASSERT_EQ(text.size(), 3U * 200 * 21);
+    for (std::size_t at = 0; at < text.size(); at += 21)
+        EXPECT_EQ(text.substr(at, 21), std::string(20, text[at]) + '\n') << at;
+}
+
+} // namespace

@@ -1,0 +1,104 @@
+#include "ZerlithCore/errors/KZException.h"
+#include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/errors/KZError.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+
+namespace {
+
+std::wostringstream glbTold;
+
+// What goes to the locked console while it lives.
+struct ConsoleCapture {
+    ConsoleCapture() {
+        glbTold.str(L"");
+        KZLockedCOUT::SetStreamSource([](unsigned int) -> std::wostream & { return glbTold; });
+    }
+    ~ConsoleCapture() { KZLockedCOUT::SetStreamSource(nullptr); }
+};
+
+TEST(KZException, ShowsTheUserWhatStandsBehindTheMarker) {
+    struct Case {
+        char16_t const * message;
+        char const * shown;
+    };
+    Case const cases[] = {{u"plain", "plain"},
+                          {u"report###***###short", "short"},
+                          {u"a###***###b###***###c", "b###***###c"},
+                          {u"###***###", ""},
+                          {u"", ""},
+                          {u"\u20ac", "\xE2\x82\xAC"}};
+    for (Case const & each : cases) {
+        KZException const exception(each.message, true);
+        EXPECT_STREQ(exception.what(), each.shown);
+        EXPECT_EQ(KZString(exception.What()).AsUTF8(), each.shown);
+        EXPECT_TRUE(exception.Stack().IsNull());
+    }
+}
+
+TEST(KZException, WritesItsReportOnceWhenTracing) {
+    ConsoleCapture const capture;
+    KZException const exception(u"the whole report###***###short", true);
+    GlbSetTraceLevel(0);
+    exception.LogInErrorFile();
+    EXPECT_EQ(glbTold.str(), L"");
+    GlbSetTraceLevel(1);
+    exception.LogInErrorFile();
+    EXPECT_EQ(glbTold.str(), L"") << "it counts as logged, though nobody listened";
+    exception.LogInErrorFile(KZException::LogAlways);
+    KZException const copy(exception);
+    copy.LogInErrorFile();
+    EXPECT_EQ(glbTold.str(), L"the whole report");
+}
+
+TEST(KZException, ComposesTheReportLineByLine) {
+    ConsoleCapture const capture;
+    KZException(u"what happened", true).LogInErrorFile();
+    std::wstring const text = glbTold.str();
+    EXPECT_EQ(
+        text.find(
+            L"The application encountered an unexpected situation. Please contact technical support for "
+            L"assistance.\nDATE:      "),
+        0U);
+    EXPECT_NE(text.find(L"\nTHREAD:    "), std::wstring::npos);
+    EXPECT_NE(text.find(L"\nEXCEPTION: what happened\nSTACK:\n\n\n"), std::wstring::npos);
+}
+
+__attribute__((noinline)) KZException MakeDeepInside() { return KZException(u"deep"); }
+
+TEST(KZException, StackNamesTheFunctionThatMadeIt) {
+    if (std::getenv("KZ_DISABLE_STACK")) GTEST_SKIP() << "stacks are disabled from outside";
+    EXPECT_NE(MakeDeepInside().Stack().AsUTF8().find("MakeDeepInside"), std::string::npos)
+        << MakeDeepInside().Stack().AsUTF8();
+}
+
+TEST(KZExceptionDeathTest, AnEmptyVariableDisablesStacks) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            setenv("KZ_DISABLE_STACK", "", 1);
+            KZString const first = KZException(u"x").Stack();
+            unsetenv("KZ_DISABLE_STACK");
+            bool const both = first == u"(Stack disabled - KZ_DISABLE_STACK is defined)" &&
+                              KZException(u"y").Stack() == first;
+            std::_Exit(both ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
+TEST(KZException, DerivedOnesSayWhatTheSystemOrTheSourceSays) {
+    KZSmartPtr<KZInRAMMessageSource> const source(new KZInRAMMessageSource);
+    source->Add(7, u"seven");
+    KZMsgException const message(7, KZSmartPtr<KZMessageSource>(source.GetPtr()));
+    EXPECT_STREQ(message.what(), "seven");
+    EXPECT_STREQ(KZMsgException(7, nullptr).what(), "");
+    KZWindowsLastErrorException const last;
+    EXPECT_EQ(KZWindowsLastErrorException(last).GetErrorNumber(), last.GetErrorNumber());
+}
+
+} // namespace
