@@ -161,7 +161,7 @@ private:
     bool IsStackOverflow(FaultContext const & context) const noexcept;
     bool Describe(FaultContext const & context) noexcept;
     bool Survive(FaultContext & context) noexcept;
-    void ForgetPoison() const noexcept;
+    void EndReport() noexcept;
     std::uintptr_t ReportStack(std::uintptr_t stackPointer) const noexcept;
 
     FaultThrower thrower_ = nullptr;
@@ -236,10 +236,15 @@ std::uintptr_t ThreadFaults::ReportStack(std::uintptr_t stackPointer) const noex
 /// A fault in the allocator leaves its locks held and its lists torn: nothing that allocates could be done after it.
 bool IsInAllocator(std::span<void * const> stack) noexcept {
     void const * const entries[] = {
-        reinterpret_cast<void const *>(&std::malloc),        reinterpret_cast<void const *>(&std::free),
-        reinterpret_cast<void const *>(&std::calloc),        reinterpret_cast<void const *>(&std::realloc),
-        reinterpret_cast<void const *>(&std::aligned_alloc), reinterpret_cast<void const *>(&posix_memalign)};
-    constexpr std::size_t deepest = 8;
+        reinterpret_cast<void const *>(&std::malloc),
+        reinterpret_cast<void const *>(&std::free),
+        reinterpret_cast<void const *>(&std::calloc),
+        reinterpret_cast<void const *>(&std::realloc),
+        reinterpret_cast<void const *>(&std::aligned_alloc),
+        reinterpret_cast<void const *>(&posix_memalign),
+        reinterpret_cast<void const *>(static_cast<void * (*)(std::size_t)>(&operator new)),
+        reinterpret_cast<void const *>(static_cast<void (*)(void *) noexcept>(&operator delete))};
+    constexpr std::size_t deepest = 24;
     return std::ranges::any_of(stack.first(std::min(stack.size(), deepest)), [&](void * address) {
         void const * const function = _Unwind_FindEnclosingFunction(static_cast<char *>(address) + 1);
         return function && std::ranges::find(entries, function) != std::end(entries);
@@ -285,19 +290,20 @@ bool ThreadFaults::Translate(siginfo_t const & info, void * rawContext) noexcept
     return !isReporting_ && !isOnSpare && Describe(context) && Survive(context);
 }
 
-/// The sanitizer forgets the frames that an exception leaves, but only when the throw is on the same stack.
-void ThreadFaults::ForgetPoison() const noexcept {
+/// The sanitizer forgets the frames that an exception leaves, but only those on the stack where it is thrown.
+void ThreadFaults::EndReport() noexcept {
+    isReporting_ = false;
 #if defined(__SANITIZE_ADDRESS__)
     __asan_unpoison_memory_region(reinterpret_cast<void const *>(stackLow_), stackTop_ - stackLow_);
+    __asan_unpoison_memory_region(reinterpret_cast<void const *>(stacks_.SpareLow()), spareStackBytes);
 #endif
 }
 
 void ThreadFaults::Throw() {
-    struct EndOfReport {
-        bool volatile & isReporting;
-        ~EndOfReport() { isReporting = false; }
-    } const end{isReporting_};
-    ForgetPoison();
+    struct Guard {
+        ThreadFaults & faults;
+        ~Guard() { faults.EndReport(); }
+    } const guard{*this};
     thrower_(fault_);
     std::terminate();
 }

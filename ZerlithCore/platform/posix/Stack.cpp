@@ -100,7 +100,8 @@ FrameName NameByLoader(void * address, std::size_t index, Unresolved & unresolve
 } // namespace
 
 __attribute__((noinline)) std::size_t CaptureStack(std::span<void *> addresses, StackOrigin origin) noexcept {
-    Walk walk{addresses, origin == StackOrigin::Interrupted, 2};
+    bool const isInterrupted = origin == StackOrigin::Interrupted;
+    Walk walk{addresses, isInterrupted, isInterrupted ? 0U : 2U};
     WalkGuarded(walk);
     return walk.count;
 }
