@@ -61,6 +61,7 @@
 #include "ZerlithCore/log/KZLogStream.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
 
+#include "ZerlithCore/time/KZDateException.h"
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 
