@@ -35,7 +35,7 @@ KZSmartPtr<KZThread> NewThread(std::function<void()> body) { return new KZThread
 
 // The library reads it once, at the first start: it must be there before any test.
 constexpr char const * stackSizeVariable = "KZ_THREAD_STACKSIZE";
-int const isStackSizeSet = setenv(stackSizeVariable, "3145728 bytes", 1);
+int const isStackSizeSet = setenv(stackSizeVariable, "16777216 bytes", 1);
 
 std::size_t OwnStackSize() {
     pthread_attr_t attributes;
@@ -247,13 +247,13 @@ TEST(KZThread, KeysHoldOneValueAThread) {
 TEST(KZThread, StackSizeIsReadOnce) {
     ASSERT_EQ(isStackSizeSet, 0);
     std::vector<std::size_t> sizes;
-    for (char const * const text : {"3145728", "5242880"}) {
+    for (char const * const text : {"16777216", "33554432"}) {
         setenv(stackSizeVariable, text, 1);
         KZThread thread(Callback([&] { sizes.push_back(OwnStackSize()); }));
         (void)thread.Start();
         thread.Join();
     }
-    EXPECT_EQ(sizes, (std::vector<std::size_t>{3145728, 3145728}));
+    EXPECT_EQ(sizes, (std::vector<std::size_t>{16777216, 16777216}));
 }
 
 TEST(KZThread, ManyStartsAndJoinsLeaveNothing) {

@@ -232,7 +232,8 @@ void EndMutex(std::unique_ptr<WaitObject> object) noexcept {
         TheRegistry().parked.push_back(object.release());
         return;
     }
-    if (!isNamed) pthread_mutex_destroy(object->mutex);
+    // One whose owner ended with it counts as locked, and has nothing to give back either.
+    if (!isNamed && object->owner.load(std::memory_order_relaxed) == 0) pthread_mutex_destroy(object->mutex);
 }
 
 /// Opens or makes the shared block of `object`, or gives the object that has it already one handle more.

@@ -19,11 +19,11 @@ struct ThreadRecord {
     std::atomic<std::uint32_t> references{2}; // the handle's and the thread's own
     std::atomic<std::uint32_t> command{0};    // what the thread waits for at its start
     std::atomic<std::uint32_t> ended{0}; // set under `lock`, so that the thread is alive while it is 0 there
+    std::atomic<std::uint32_t> joining{0}; // how far the one join of the thread is
     std::atomic<int> priority{0};
     std::atomic<pid_t> kernelId{0}; // 0 until the thread runs
     int normalNice = 0;             // guarded by `lock`, as what follows
     bool isNiceKnown = false;
-    bool joined = false;
     RecursiveLock lock;
 };
 

@@ -1,6 +1,6 @@
 // A thread made here first sleeps on its command word, so it can be numbered, recorded and given a priority before the
-// first instruction of its entry. "Ended" is a word too, which any number of threads can wait for with a limit; the first
-// of them then joins, so that nothing of the thread is left when a wait returns.
+// first instruction of its entry. "Ended" is a word too, which any number of threads can wait for with a limit. One of
+// those who wait joins, and the others wait for that, so that nothing of the thread is left when a wait returns.
 #include "ZerlithCore/platform/Threads.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -21,6 +21,7 @@ namespace KZPlatform {
 namespace {
 
 enum Command : std::uint32_t { Wait = 0, Run = 1, Cancel = 2 };
+enum Joining : std::uint32_t { NotJoined = 0, BeingJoined = 1, Joined = 2 };
 
 // What the library's own frames around an entry need: the reports of a fault among them.
 constexpr std::size_t leastStackBytes = 128 * 1024;
@@ -64,12 +65,19 @@ void NameThread(unsigned long id) noexcept {
     prctl(PR_SET_NAME, name);
 }
 
+/// Waits while the word is `value`; false when it still is at the deadline.
+bool AwaitChange(std::atomic<std::uint32_t> const & word, std::uint32_t value,
+                 Deadline const & deadline) noexcept {
+    while (word.load(std::memory_order_acquire) == value) {
+        if (FutexWait(&word, value, Reach::Process, deadline) != ETIMEDOUT) continue;
+        return word.load(std::memory_order_acquire) != value;
+    }
+    return true;
+}
+
 void RunThread(ThreadRecord & record) noexcept {
     threadId = record.id;
-    Deadline const never = Deadline::Never();
-    while (record.command.load(std::memory_order_acquire) == Wait) {
-        FutexWait(&record.command, Wait, Reach::Process, never);
-    }
+    AwaitChange(record.command, Wait, Deadline::Never());
     if (record.command.load(std::memory_order_relaxed) == Cancel) return;
     NameThread(record.id);
     record.lock.Lock();
@@ -93,6 +101,23 @@ void * ThreadMain(void * argument) {
 void Give(ThreadRecord & record, Command command) noexcept {
     record.command.store(command, std::memory_order_release);
     FutexWake(&record.command, 1, Reach::Process);
+}
+
+/// The first of those who wait joins, the others wait for that. False when the deadline comes first.
+bool JoinOrAwaitJoined(ThreadRecord & record, Deadline const & deadline) noexcept {
+    for (;;) {
+        std::uint32_t state = NotJoined;
+        if (record.joining.compare_exchange_strong(state, BeingJoined, std::memory_order_acquire)) {
+            bool const isJoined = pthread_join(record.thread, nullptr) == 0;
+            record.joining.store(isJoined ? Joined : NotJoined, std::memory_order_release);
+            FutexWake(&record.joining, INT_MAX, Reach::Process);
+            // Refused to a thread that waits for itself, or for one that waits for it: they wait, as they said.
+            if (!isJoined && !AwaitChange(record.ended, 0, deadline)) return false;
+        } else if (state == BeingJoined && !AwaitChange(record.joining, BeingJoined, deadline)) {
+            return false;
+        }
+        if (record.joining.load(std::memory_order_acquire) == Joined) return true;
+    }
 }
 
 std::size_t UsableStackSize(std::size_t bytes) noexcept {
@@ -176,20 +201,14 @@ std::uint32_t WaitForThreadEnd(ThreadHandle thread, std::uint32_t milliseconds) 
         return waitFailed;
     }
     Deadline const deadline(milliseconds);
-    while (thread->ended.load(std::memory_order_acquire) == 0) {
-        if (FutexWait(&thread->ended, 0, Reach::Process, deadline) != ETIMEDOUT) continue;
-        if (thread->ended.load(std::memory_order_acquire) == 0) return waitTimedOut;
-    }
-    thread->lock.Lock();
-    if (!thread->joined) pthread_join(thread->thread, nullptr);
-    thread->joined = true;
-    thread->lock.Unlock();
-    return waitDone;
+    // Who waits without a limit may as well wait in the join.
+    bool const canJoin = milliseconds == waitForever || AwaitChange(thread->ended, 0, deadline);
+    return canJoin && JoinOrAwaitJoined(*thread, deadline) ? waitDone : waitTimedOut;
 }
 
 void CloseThread(ThreadHandle thread) noexcept {
     if (!thread) return;
-    if (!thread->joined) pthread_detach(thread->thread);
+    if (thread->joining.load(std::memory_order_acquire) == NotJoined) pthread_detach(thread->thread);
     DropReference(thread);
 }
 
