@@ -9,6 +9,7 @@
 #include <cfenv>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -21,6 +22,7 @@ namespace {
 // The sanitizers look at these instructions before the processor does.
 #define UNCHECKED __attribute__((no_sanitize("undefined", "address", "thread")))
 
+void * volatile glbNoBlock = reinterpret_cast<void *>(0x70000010);
 int volatile glbZero = 0;
 double volatile glbFloatZero = 0;
 int volatile * volatile glbNull = nullptr;
@@ -30,13 +32,36 @@ NOINLINE UNCHECKED void ReadNull() { static_cast<void>(*glbNull); }
 NOINLINE UNCHECKED void DivideInteger() { glbZero = 1 / glbZero; }
 NOINLINE UNCHECKED void DivideFloat() { glbFloatZero = 1.0 / glbFloatZero; }
 NOINLINE UNCHECKED void InvalidFloat() { glbFloatZero = glbFloatZero / glbFloatZero; }
-NOINLINE void Illegal() {
-#if defined(__x86_64__)
-    asm volatile("ud2");
-#else
-    asm volatile(".inst 0");
-#endif
+NOINLINE UNCHECKED void CallNowhere() {
+    reinterpret_cast<void (*)()>(const_cast<int *>(glbNull))();
+    glbZero = 0; // the call is not the last thing to do
 }
+#if defined(__x86_64__)
+int volatile glbMinusOne = -1;
+double volatile glbHuge = 1e300;
+double volatile glbTiny = 1e-300;
+double volatile glbDenormal = 4e-320;
+NOINLINE UNCHECKED void OverflowInteger() { glbZero = (-0x7FFFFFFF - 1) / glbMinusOne; }
+NOINLINE UNCHECKED void OverflowFloat() { glbFloatZero = glbHuge * glbHuge; }
+NOINLINE UNCHECKED void UnderflowFloat() { glbFloatZero = glbTiny * glbTiny; }
+NOINLINE UNCHECKED void TakeDenormal() { glbFloatZero = glbDenormal * 2; }
+NOINLINE void Illegal() { asm volatile("ud2"); }
+NOINLINE void Privileged() { asm volatile("hlt"); }
+NOINLINE void OldFloat() {
+    unsigned short const all = 0x360;
+    asm volatile("fldcw %0\n\tfld1\n\tfldz\n\tfdivrp\n\tfwait" : : "m"(all));
+}
+NOINLINE UNCHECKED void ReadMisaligned() {
+    static int const words[2] = {};
+    int const volatile * const volatile misaligned =
+        reinterpret_cast<int const *>(reinterpret_cast<char const *>(words) + 1);
+    __builtin_ia32_writeeflags_u64(__builtin_ia32_readeflags_u64() | 0x40000); // the alignment check
+    asm volatile("" : : : "memory");
+    static_cast<void>(*misaligned);
+}
+#else
+NOINLINE void Illegal() { asm volatile(".inst 0"); }
+#endif
 
 struct Case {
     char const * what;
@@ -44,13 +69,17 @@ struct Case {
     unsigned int code;
 };
 constexpr Case cases[] = {
-    {"WriteNull", WriteNull, 0xC0000005},
-    {"ReadNull", ReadNull, 0xC0000005},
-    {"Illegal", Illegal, 0xC000001D},
+    {"WriteNull", WriteNull, 0xC0000005},           {"ReadNull", ReadNull, 0xC0000005},
+    {"CallNowhere", CallNowhere, 0xC0000005},       {"Illegal", Illegal, 0xC000001D},
 #if defined(__x86_64__)
-    {"DivideInteger", DivideInteger, 0xC0000094},
-    {"DivideFloat", DivideFloat, 0xC000008E},
-    {"InvalidFloat", InvalidFloat, 0xC0000090},
+    {"DivideInteger", DivideInteger, 0xC0000094},   {"DivideFloat", DivideFloat, 0xC000008E},
+    {"InvalidFloat", InvalidFloat, 0xC0000090},     {"OverflowInteger", OverflowInteger, 0xC0000095},
+    {"OverflowFloat", OverflowFloat, 0xC0000091},   {"UnderflowFloat", UnderflowFloat, 0xC0000093},
+    {"TakeDenormal", TakeDenormal, 0xC000008D},     {"OldFloat", OldFloat, 0xC000008E},
+    {"Privileged", Privileged, 0xC0000096},
+#if !defined(__SANITIZE_THREAD__) // its own signal handler comes first, and trips over the flag
+    {"ReadMisaligned", ReadMisaligned, 0x80000002},
+#endif
 #endif
 };
 
@@ -120,26 +149,55 @@ TEST_F(KZSignalExceptionTest, FloatingPointIsAsBeforeAfterAFault) {
     double const volatile third = 1.0 / 3.0;
     EXPECT_GT(third, 0.3);
     EXPECT_EQ(std::fetestexcept(FE_DIVBYZERO), 0);
+    bool read = true;
+    EXPECT_GT(KZString(u"1e999").AsDouble(&read), 1e300) << "reading a number is no fault";
+    EXPECT_FALSE(read);
     EXPECT_THROW(DivideFloat(), KZSignalException);
 }
 #endif
 
+int volatile glbDepthLimit = 0x7FFFFFFF;
+
 NOINLINE UNCHECKED int Recurse(int depth) {
     char volatile room[512];
     room[0] = static_cast<char>(depth);
-    return depth < 0 ? 0 : Recurse(depth + 1) + room[0];
+    return depth == glbDepthLimit ? 0 : Recurse(depth + 1) + room[0];
+}
+
+// Finds the stack full in its clean-up, in the allocator, or in a constructor as often as in its own prologue.
+NOINLINE UNCHECKED std::size_t RecurseWithObjects(int depth, int & alive) {
+    ++alive;
+    struct Leaving {
+        int & alive;
+        ~Leaving() { --alive; }
+    } const leaving{alive};
+    std::string const text = std::to_string(depth) + " is how deep we are, in more words than fit";
+    return depth == glbDepthLimit ? 0 : RecurseWithObjects(depth + 1, alive) + text.size();
 }
 
 TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
-    for (int round = 0; round < 3; ++round) {
+    auto const overflow = [](auto && recurse) {
         unsigned int code = 0;
         try {
-            static_cast<void>(Recurse(0));
+            recurse();
         } catch (KZSignalException const & exception) {
             code = exception.GetSeHNumber();
         }
-        EXPECT_EQ(code, 0xC00000FDU) << round;
-    }
+        EXPECT_EQ(code, 0xC00000FDU);
+    };
+    auto const repeatedly = [&overflow] {
+        KZInitCatchSignal();
+        for (int round = 0; round < 3; ++round) {
+            overflow([] { static_cast<void>(Recurse(0)); });
+#if !defined(__SANITIZE_ADDRESS__) // finds the block that the allocator had just given, and nobody got
+            int alive = 0;
+            overflow([&alive] { static_cast<void>(RecurseWithObjects(0, alive)); });
+            EXPECT_EQ(alive, 0);
+#endif
+        }
+    };
+    repeatedly();
+    std::thread(repeatedly).join();
 }
 
 using KZSignalExceptionDeathTest = KZSignalExceptionTest;
@@ -150,6 +208,21 @@ TEST_F(KZSignalExceptionDeathTest, WhatIsNotAFaultOfThisThreadKeepsItsCourse) {
         << "a thread that never asked for translation";
     EXPECT_EXIT(std::raise(SIGSEGV), testing::KilledBySignal(SIGSEGV), "");
     EXPECT_EXIT(std::raise(SIGFPE), testing::KilledBySignal(SIGFPE), "");
+    EXPECT_EXIT(std::free(glbNoBlock), testing::KilledBySignal(SIGSEGV), "")
+        << "the allocator's locks are held";
+}
+
+TEST_F(KZSignalExceptionDeathTest, AFaultThatNobodyCatchesEndsTheProcessWithItsReport) {
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(
+        {
+            KZDebug::ChangeErrorLogFileName(u"/dev", u"stderr");
+            std::thread([] {
+                KZInitCatchSignal();
+                WriteNull();
+            }).join();
+        },
+        testing::KilledBySignal(SIGABRT), "Access violation.*STACK:.*WriteNull");
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 
 #include <array>
 #include <cstring>
+#include <optional>
 #include <unwind.h>
 #include <utility>
 
@@ -274,43 +275,88 @@ Place PlaceIn(unsigned char const * table, std::uintptr_t offset) noexcept {
 constexpr std::array<std::pair<int, int>, 6> keptRegisters = {
     {{3, REG_RBX}, {6, REG_RBP}, {12, REG_R12}, {13, REG_R13}, {14, REG_R14}, {15, REG_R15}}};
 
-struct LandingPadSearch {
-    greg_t * state;
-    bool isInterruptedSeen = false;
-    bool isLeaving = false; // the frame before this one is to be left
-    bool isFound = true;
-    int framesLeft = 8;
+/// The registers of a frame, as they are when its call returns.
+struct FrameState {
+    std::array<greg_t, keptRegisters.size()> kept;
+    greg_t stackPointer;
+    greg_t instruction;
+
+    FrameState(_Unwind_Context * frame, std::uintptr_t address) noexcept
+        : stackPointer(static_cast<greg_t>(_Unwind_GetCFA(frame)))
+        , instruction(static_cast<greg_t>(address)) {
+        for (std::size_t i = 0; i < kept.size(); ++i)
+            kept[i] = static_cast<greg_t>(_Unwind_GetGR(frame, keptRegisters[i].first));
+    }
+    void Restore(greg_t * state) const noexcept {
+        for (std::size_t i = 0; i < kept.size(); ++i) state[keptRegisters[i].second] = kept[i];
+        state[REG_RSP] = stackPointer;
+        state[REG_RIP] = instruction;
+    }
 };
 
+struct LandingPadSearch {
+    std::size_t unsafeFrames;
+    std::size_t index = 0; // of the next frame, counted from the interrupted one
+    bool isInterruptedSeen = false;
+    bool isBlocked = false; // a frame without a landing pad stands inside of the present one
+    bool isLeaving = false; // the frame before the present one is to be left
+    FaultContext::Way way = FaultContext::Way::None;
+    std::optional<FrameState> left = {}; // what leaving a frame leads to
+    std::uintptr_t * returnSlot = nullptr;
+
+    /// Keeps the innermost way out.
+    void Take(_Unwind_Context * frame, std::uintptr_t address) noexcept {
+        if (way != FaultContext::Way::None) return;
+        bool const isHere = !isBlocked && (index == 0 || isLeaving);
+        way = isHere ? FaultContext::Way::Here : FaultContext::Way::AtReturn;
+        if (isHere && isLeaving) left.emplace(frame, address);
+        if (!isHere) returnSlot = reinterpret_cast<std::uintptr_t *>(_Unwind_GetCFA(frame)) - 1;
+    }
+};
+
+/// Looks at one frame; true when the search is over.
+bool LookAt(LandingPadSearch & search, _Unwind_Context * frame, std::uintptr_t address) noexcept {
+    void * const table = _Unwind_GetLanguageSpecificData(frame);
+    if (!table) {
+        search.Take(frame, address); // passes everything on
+        search.isLeaving = false;
+        return false;
+    }
+    Place const place =
+        PlaceIn(static_cast<unsigned char const *>(table), address - _Unwind_GetRegionStart(frame));
+    if (place == Place::InTable) {
+        search.Take(frame, address);
+        return true;
+    }
+    search.isLeaving =
+        place == Place::BeforeLandingPads && !search.isBlocked && search.way != FaultContext::Way::AtReturn;
+    search.isBlocked |= !search.isLeaving;
+    search.way = FaultContext::Way::None;
+    return false;
+}
+
 _Unwind_Reason_Code SearchLandingPad(_Unwind_Context * frame, void * argument) {
+    constexpr std::size_t furthest = 32;
     LandingPadSearch & search = *static_cast<LandingPadSearch *>(argument);
     int isInterrupted = 0;
     std::uintptr_t address = _Unwind_GetIPInfo(frame, &isInterrupted);
     if (!isInterrupted) --address;
     search.isInterruptedSeen |= isInterrupted != 0;
     if (!search.isInterruptedSeen) return _URC_NO_REASON; // the handler's own frames
-    if (search.isLeaving) {
-        for (auto const & [column, index] : keptRegisters)
-            search.state[index] = static_cast<greg_t>(_Unwind_GetGR(frame, column));
-        search.state[REG_RSP] = static_cast<greg_t>(_Unwind_GetCFA(frame));
-        search.state[REG_RIP] = static_cast<greg_t>(address);
-        return _URC_END_OF_STACK;
-    }
-    void * const table = _Unwind_GetLanguageSpecificData(frame);
-    if (!table) return --search.framesLeft > 0 ? _URC_NO_REASON : _URC_END_OF_STACK; // passes everything on
-    Place const place =
-        PlaceIn(static_cast<unsigned char const *>(table), address - _Unwind_GetRegionStart(frame));
-    search.isLeaving = place == Place::BeforeLandingPads;
-    search.isFound = place != Place::NotInTable;
-    return search.isLeaving ? _URC_NO_REASON : _URC_END_OF_STACK;
+    search.isBlocked |= search.index < search.unsafeFrames;
+    bool const isOver = search.index >= search.unsafeFrames && LookAt(search, frame, address);
+    return isOver || ++search.index == furthest ? _URC_END_OF_STACK : _URC_NO_REASON;
 }
 
 } // namespace
 
-bool FaultContext::GoToLandingPad() noexcept {
-    LandingPadSearch search{context_->uc_mcontext.gregs};
+FaultContext::Way FaultContext::FindLandingPad(std::size_t unsafeFrames,
+                                               std::uintptr_t *& returnSlot) noexcept {
+    LandingPadSearch search{unsafeFrames};
     _Unwind_Backtrace(&SearchLandingPad, &search);
-    return search.isFound;
+    if (search.way == Way::Here && search.left) search.left->Restore(context_->uc_mcontext.gregs);
+    returnSlot = search.returnSlot;
+    return search.way;
 }
 
 void FaultContext::ReturnFromBadJump() noexcept {
@@ -339,17 +385,43 @@ KZPlatformFaultTrampoline:
     ud2
     .cfi_endproc
     .size KZPlatformFaultTrampoline, . - KZPlatformFaultTrampoline
+
+    .type KZPlatformReturnTrampoline, @function
+    .hidden KZPlatformReturnTrampoline
+    .globl KZPlatformReturnTrampoline
+    .cfi_startproc
+    .cfi_undefined rip
+    nop
+KZPlatformReturnTrampoline:
+    mov %rsp, %rdi
+    and $-16, %rsp
+    call KZPlatformCaughtReturn
+    mov %rax, %rsp
+    jmp KZPlatformFaultTrampoline
+    .cfi_endproc
+    .size KZPlatformReturnTrampoline, . - KZPlatformReturnTrampoline
     .popsection
 )");
 extern "C" void KZPlatformFaultTrampoline();
+extern "C" void KZPlatformReturnTrampoline();
+
+std::uintptr_t ReturnTrampoline() noexcept {
+    return reinterpret_cast<std::uintptr_t>(&KZPlatformReturnTrampoline);
+}
 
 // Writes below the stack pointer, where the sanitizer sees nobody's memory.
-__attribute__((no_sanitize("address"))) void FaultContext::Redirect(std::uintptr_t stackTop) noexcept {
+__attribute__((no_sanitize("address"))) void * MakeTrampolineFrame(std::uintptr_t stackTop,
+                                                                   std::uintptr_t instruction,
+                                                                   std::uintptr_t stackPointer) noexcept {
+    auto * const frame = reinterpret_cast<std::uintptr_t *>(stackTop & ~std::uintptr_t{15}) - 2;
+    frame[0] = instruction;
+    frame[1] = stackPointer;
+    return frame;
+}
+
+void FaultContext::Redirect(std::uintptr_t stackTop) noexcept {
     greg_t * const state = context_->uc_mcontext.gregs;
-    auto * const frame = reinterpret_cast<greg_t *>(stackTop & ~std::uintptr_t{15}) - 2;
-    frame[0] = state[REG_RIP];
-    frame[1] = state[REG_RSP];
-    state[REG_RSP] = reinterpret_cast<greg_t>(frame);
+    state[REG_RSP] = reinterpret_cast<greg_t>(MakeTrampolineFrame(stackTop, Instruction(), StackPointer()));
     state[REG_RIP] = reinterpret_cast<greg_t>(&KZPlatformFaultTrampoline);
     state[REG_EFL] &= ~(alignmentCheck | directionFlag | singleStep);
     if (auto * const floating = context_->uc_mcontext.fpregs) {
@@ -381,7 +453,11 @@ FaultAccess FaultContext::Access() const noexcept {
 void const * FaultContext::Address() const noexcept {
     return info_.si_signo == SIGSEGV ? info_.si_addr : nullptr;
 }
-bool FaultContext::GoToLandingPad() noexcept { return true; }
+FaultContext::Way FaultContext::FindLandingPad(std::size_t unsafeFrames, std::uintptr_t *&) noexcept {
+    return unsafeFrames == 0 ? Way::Here : Way::None;
+}
+void * MakeTrampolineFrame(std::uintptr_t, std::uintptr_t, std::uintptr_t) noexcept { return nullptr; }
+std::uintptr_t ReturnTrampoline() noexcept { return 0; }
 void FaultContext::ReturnFromBadJump() noexcept {}
 void FaultContext::Redirect(std::uintptr_t) noexcept {}
 

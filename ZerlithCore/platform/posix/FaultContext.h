@@ -5,6 +5,7 @@
 #include "ZerlithCore/platform/Faults.h"
 
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <ucontext.h>
 
@@ -37,9 +38,17 @@ public:
     /// Requires: the word at the stack pointer can be read.
     void ReturnFromBadJump() noexcept;
 
-    /// False when the exception tables have no entry for the place: an exception from there would end the process. A
-    /// function that has done nothing yet that needs a landing pad, its prologue say, is left for its caller first.
-    bool GoToLandingPad() noexcept;
+    /// Where an exception can be thrown from.
+    enum class Way : unsigned char {
+        Here,     ///< at the instruction that failed, or at the call of the function that failed
+        AtReturn, ///< when a call that is under way returns: see `returnSlot`
+        None
+    };
+
+    /// Finds a place that the exception tables know; elsewhere an exception ends the process. A function that has done
+    /// nothing yet that needs a landing pad, its prologue say, is left for its caller. Otherwise, and always out of the
+    /// `unsafeFrames` innermost calls, it takes a return: `returnSlot` is where its address lies on the stack.
+    Way FindLandingPad(std::size_t unsafeFrames, std::uintptr_t *& returnSlot) noexcept;
 
     /// Makes the thread go on in `faultTrampoline`, on the stack that grows down from `stackTop`, and as far as the
     /// unwinder can see called by the instruction that failed. Clears what would let the next instructions fault too.
@@ -51,8 +60,17 @@ private:
     ucontext_t * context_;
 };
 
-/// What the trampoline calls; defined in Faults.cpp.
+/// Functions of Faults.cpp that trampolines call. The second gets the stack pointer behind a return that was caught, and
+/// answers with a frame for the trampoline.
 extern "C" void KZPlatformThrowFault();
+extern "C" void * KZPlatformCaughtReturn(std::uintptr_t stackPointer) noexcept;
+
+/// Puts the frame that the trampoline wants on the stack that grows down from `stackTop`.
+void * MakeTrampolineFrame(std::uintptr_t stackTop, std::uintptr_t instruction,
+                           std::uintptr_t stackPointer) noexcept;
+
+/// What a return address is replaced by, to catch the return.
+[[nodiscard]] std::uintptr_t ReturnTrampoline() noexcept;
 
 /// First thing in a signal handler: a thread that traps misaligned accesses would trap in the handler too.
 inline void AllowMisalignedAccess() noexcept {

@@ -10,9 +10,10 @@
 // points into. Nothing on the spare stack is needed any more when the first frame is unwound, so it serves again.
 //
 // Stack overflow. The clean-ups of the deepest frames run on the full stack, so some of it is kept locked as a reserve;
-// the overflow meets the reserve and opens it, and the end of the exception locks it again. Where the tables have no
-// entry for the place, or it is in the allocator, the thread gets a page of the reserve and goes on: it will soon run into
-// the next one, at another place.
+// the overflow meets the reserve and opens it, and the end of the exception locks it again. The stack is
+// mostly full in some small function deep down, often in the allocator, where nothing can be thrown. The thread then goes on
+// with the reserve, and the exception is thrown when control returns to the next frame where it can be: the return address
+// of that call is changed to lead to a second trampoline.
 //
 // Limits. An exception leaves a frame only by a landing pad, and the compiler makes one only for instructions that it
 // thinks can fail: code that is to catch or clean up needs -fnon-call-exceptions, and neither a function's own prologue
@@ -37,6 +38,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 #include <unwind.h>
+#include <utility>
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/asan_interface.h>
 #endif
@@ -103,36 +105,27 @@ class StackReserve {
 public:
     /// Takes the reserve from the low end of a stack, an eighth of it at most.
     void Make(std::uintptr_t stackLow, std::size_t stackBytes) noexcept {
-        page_ = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        low_ = reinterpret_cast<char *>((stackLow + page_ - 1) / page_ * page_);
-        bytes_ = std::clamp(stackBytes / 8, page_, reserveBytes) / page_ * page_;
+        std::size_t const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+        low_ = reinterpret_cast<char *>((stackLow + page - 1) / page * page);
+        bytes_ = std::clamp(stackBytes / 8, page, reserveBytes) / page * page;
         if (stackBytes < hugeStackBytes && Touch(low_)) Lock();
     }
-    void Lock() noexcept {
-        if (locked_ != bytes_ && mprotect(low_, bytes_, PROT_NONE) == 0) locked_ = bytes_;
-    }
+    void Lock() noexcept { isLocked_ = isLocked_ || mprotect(low_, bytes_, PROT_NONE) == 0; }
     /// False when it isn't locked, or can't be opened.
-    bool Open() noexcept { return locked_ != 0 && Open(locked_); }
-    /// Opens one page, as long as half of the reserve remains.
-    bool OpenPage() noexcept { return locked_ > bytes_ / 2 && locked_ > page_ && Open(page_); }
-
-    /// Below this nothing may be used.
-    std::uintptr_t Top() const noexcept { return reinterpret_cast<std::uintptr_t>(low_) + locked_; }
+    bool Open() noexcept {
+        if (!isLocked_ || mprotect(low_, bytes_, PROT_READ | PROT_WRITE) != 0) return false;
+        isLocked_ = false;
+        return true;
+    }
+    std::uintptr_t Top() const noexcept { return reinterpret_cast<std::uintptr_t>(low_) + bytes_; }
 
 private:
     static constexpr std::size_t hugeStackBytes = std::size_t{1}
                                                   << 30; // no limit is set: growing it is no good
 
-    bool Open(std::size_t bytes) noexcept {
-        if (mprotect(low_ + locked_ - bytes, bytes, PROT_READ | PROT_WRITE) != 0) return false;
-        locked_ -= bytes;
-        return true;
-    }
-
     char * low_ = nullptr;
     std::size_t bytes_ = 0;
-    std::size_t page_ = 0;
-    std::size_t locked_ = 0; // of these, from the low end
+    bool isLocked_ = false;
 };
 
 /// What a thread that translates its faults needs for it.
@@ -148,8 +141,9 @@ public:
     /// In the signal handler: sends the thread to the trampoline. False when this fault isn't to be translated.
     bool Translate(siginfo_t const & info, void * context) noexcept;
 
-    /// Behind the trampoline.
+    /// Behind the trampolines.
     void Throw();
+    void * CaughtReturn(std::uintptr_t stackPointer) noexcept;
 
     void RestoreReserve() noexcept;
 
@@ -161,6 +155,8 @@ private:
     bool IsStackOverflow(FaultContext const & context) const noexcept;
     bool Describe(FaultContext const & context) noexcept;
     bool Survive(FaultContext & context) noexcept;
+    bool SurviveOverflow(FaultContext & context, std::size_t unsafeFrames) noexcept;
+    void StartReport(FaultContext & context, std::uintptr_t stackTop);
     void EndReport() noexcept;
     std::uintptr_t ReportStack(std::uintptr_t stackPointer) const noexcept;
 
@@ -170,6 +166,7 @@ private:
     std::uintptr_t stackLow_ = 0;
     std::uintptr_t stackTop_ = 0;
     StackReserve reserve_;
+    std::uintptr_t caughtReturn_ = 0;   // where a return that is to be caught should have gone
     bool volatile isReporting_ = false; // from the fault until its exception unwinds the first frame
     Fault fault_ = {};
     std::array<void *, maxFrames> addresses_;
@@ -233,8 +230,9 @@ std::uintptr_t ThreadFaults::ReportStack(std::uintptr_t stackPointer) const noex
     return hasRoom ? stackPointer - redZoneBytes : stacks_.SpareTop();
 }
 
-/// A fault in the allocator leaves its locks held and its lists torn: nothing that allocates could be done after it.
-bool IsInAllocator(std::span<void * const> stack) noexcept {
+/// How many of the innermost calls belong to the allocator: a fault there leaves its locks held and its lists torn, and
+/// nothing that allocates could be done after it.
+std::size_t FramesOfAllocator(std::span<void * const> stack) noexcept {
     void const * const entries[] = {
         reinterpret_cast<void const *>(&std::malloc),
         reinterpret_cast<void const *>(&std::free),
@@ -245,10 +243,12 @@ bool IsInAllocator(std::span<void * const> stack) noexcept {
         reinterpret_cast<void const *>(static_cast<void * (*)(std::size_t)>(&operator new)),
         reinterpret_cast<void const *>(static_cast<void (*)(void *) noexcept>(&operator delete))};
     constexpr std::size_t deepest = 24;
-    return std::ranges::any_of(stack.first(std::min(stack.size(), deepest)), [&](void * address) {
-        void const * const function = _Unwind_FindEnclosingFunction(static_cast<char *>(address) + 1);
-        return function && std::ranges::find(entries, function) != std::end(entries);
-    });
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < std::min(stack.size(), deepest); ++i) {
+        void const * const function = _Unwind_FindEnclosingFunction(static_cast<char *>(stack[i]) + 1);
+        if (function && std::ranges::find(entries, function) != std::end(entries)) count = i + 1;
+    }
+    return count;
 }
 
 /// False when the fault isn't in the list.
@@ -262,25 +262,45 @@ bool ThreadFaults::Describe(FaultContext const & context) noexcept {
     return fault_.code != 0;
 }
 
-/// Makes the fault one that an exception can be thrown from, notes the stack, and sends the thread to the trampoline.
+/// In the signal handler: lets the thread go on in the trampoline.
+void ThreadFaults::StartReport(FaultContext & context, std::uintptr_t stackTop) {
+    isReporting_ = true;
+    if constexpr (canRedirect)
+        context.Redirect(stackTop);
+    else
+        Throw();
+}
+
+bool ThreadFaults::SurviveOverflow(FaultContext & context, std::size_t unsafeFrames) noexcept {
+    if (!reserve_.Open()) return false;
+    std::uintptr_t * returnSlot = nullptr;
+    switch (context.FindLandingPad(unsafeFrames, returnSlot)) {
+    case FaultContext::Way::Here: StartReport(context, stacks_.SpareTop()); return true;
+    case FaultContext::Way::AtReturn:
+        caughtReturn_ = std::exchange(*returnSlot, ReturnTrampoline());
+        return true;
+    case FaultContext::Way::None: break;
+    }
+    reserve_.Lock(); // the default action comes by the same fault again
+    return false;
+}
+
+/// Notes the stack, and sends the thread to the trampoline.
 bool ThreadFaults::Survive(FaultContext & context) noexcept {
     std::uintptr_t const stackPointer = context.StackPointer();
     bool const isBadJump = fault_.access == FaultAccess::Execute && IsOnStack(stackPointer);
     if (isBadJump) context.ReturnFromBadJump();
     fault_.stack = std::span(addresses_).first(CaptureStack(addresses_, StackOrigin::Interrupted));
-    bool const isInAllocator = IsInAllocator(fault_.stack);
-    if (fault_.code == FaultCode::StackOverflow) {
-        if ((isInAllocator || !context.GoToLandingPad()) && reserve_.OpenPage())
-            return true; // and so goes on
-        if (!reserve_.Open()) return false;
-    }
-    if (isInAllocator) return false;
-    isReporting_ = true;
-    if constexpr (canRedirect)
-        context.Redirect(ReportStack(stackPointer));
-    else
-        Throw();
+    std::size_t const unsafeFrames = FramesOfAllocator(fault_.stack);
+    if (fault_.code == FaultCode::StackOverflow) return SurviveOverflow(context, unsafeFrames);
+    if (unsafeFrames != 0) return false;
+    StartReport(context, ReportStack(stackPointer));
     return true;
+}
+
+void * ThreadFaults::CaughtReturn(std::uintptr_t stackPointer) noexcept {
+    isReporting_ = true;
+    return MakeTrampolineFrame(stacks_.SpareTop(), caughtReturn_ - 1, stackPointer);
 }
 
 bool ThreadFaults::Translate(siginfo_t const & info, void * rawContext) noexcept {
@@ -364,6 +384,10 @@ bool InstallHandlers() noexcept {
 } // namespace
 
 extern "C" void KZPlatformThrowFault() { current->Throw(); }
+
+extern "C" void * KZPlatformCaughtReturn(std::uintptr_t stackPointer) noexcept {
+    return current->CaughtReturn(stackPointer);
+}
 
 bool TranslateFaults(FaultThrower thrower) noexcept {
     [[maybe_unused]] static bool const isInstalled = InstallHandlers();
