@@ -27,7 +27,7 @@ protected:
 private:
     static bool Write(std::wstring_view text) {
         return KZPlatform::WriteToStandardOutput(
-            KZPlatform::UnitsToUtf8(KZFromWide(text), KZPlatform::Utf8Mode::Escape));
+            KZPlatform::UnitsToUtf8(KZFromWide(text), KZPlatform::Utf8Mode::Replace));
     }
 };
 

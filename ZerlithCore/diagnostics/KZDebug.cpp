@@ -31,14 +31,16 @@ constinit std::array<std::atomic<KZDebug::ReportHook>, 8> hooks{};
 KZString Now() {
     KZPlatform::BrokenDownTime const now = KZPlatform::ToLocalTime(KZPlatform::WallClockMilliseconds());
     KZString text;
-    text.Format(u"%04d-%02d-%02d %02d:%02d:%02d", now.year, now.month, now.day, now.hour, now.minute, now.second);
+    text.Format(u"%04d-%02d-%02d %02d:%02d:%02d", now.year, now.month, now.day, now.hour, now.minute,
+                now.second);
     return text;
 }
 
 } // namespace
 
-char16_t const * KZDebug::glbUserText = u"The application encountered an unexpected situation. Please contact technical "
-                                        u"support for assistance.";
+char16_t const * KZDebug::glbUserText =
+    u"The application encountered an unexpected situation. Please contact technical "
+    u"support for assistance.";
 
 void KZDebug::ChangeErrorLogFileName(KZString const & directory, KZString const & name) {
     KZString path;
@@ -60,7 +62,8 @@ KZString KZDebug::GetErrorLogFileName() {
 bool KZDebug::AppendToErrorLog(KZString const & report) {
     KZString const path = GetErrorLogFileName();
     if (path.IsNull()) return false;
-    std::string const bytes = KZPlatform::UnitsToUtf8(std::u16string_view(report), KZPlatform::Utf8Mode::Replace);
+    std::string const bytes =
+        KZPlatform::UnitsToUtf8(std::u16string_view(report), KZPlatform::Utf8Mode::Replace);
     KZPlatform::FileHandle file;
     return file.Open(std::u16string_view(path), KZPlatform::FileAccess::Append,
                      KZPlatform::FileCreation::OpenAlways) &&

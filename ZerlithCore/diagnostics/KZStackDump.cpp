@@ -10,6 +10,7 @@
 #include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <utility>
 
 namespace {
 
@@ -85,7 +86,11 @@ KZStackDump::KZStackDump(KZPlatform::Fault const & fault) : code_(fault.code) {
     stackText_ = Describe(fault.stack);
 }
 
-KZStackDump::~KZStackDump() { dumpLock.Unlock(); }
+KZStackDump::~KZStackDump() { Release(); }
+
+void KZStackDump::Release() noexcept {
+    if (std::exchange(isLocked_, false)) dumpLock.Unlock();
+}
 
 std::string KZStackDump::GetReport() const {
     KZString const report = KZDebug::ComposeReport(FromUtf8(exceptionText_), FromUtf8(stackText_));
@@ -97,7 +102,8 @@ std::string KZStackDump::Describe(std::span<void * const> addresses) {
     std::size_t index = 0;
     for (KZPlatform::FrameName const & frame : KZPlatform::NameAddresses(addresses)) {
         text += "  " + Hex(addresses[index++]);
-        text += ' ' + (frame.function.empty() ? std::string("?") : frame.function + '+' + Hex(frame.functionOffset));
+        text += ' ' + (frame.function.empty() ? std::string("?")
+                                              : frame.function + '+' + Hex(frame.functionOffset));
         if (!frame.module.empty()) text += " [" + frame.module + '+' + Hex(frame.moduleOffset) + ']';
         text += '\n';
     }

@@ -17,8 +17,8 @@ struct Fault;
 
 /// The call stack of the calling thread, with functions, modules and offsets, and what is known about a fault.
 ///
-/// There is one dump at a time in the process: an object holds a lock from its construction to its end, so two threads
-/// that raise at once wait for each other. Keep it short.
+/// There is one dump at a time in the process: an object holds a lock from its construction to `Release` or its end, so
+/// two threads that raise at once wait for each other. Nothing that may wait for another lock belongs in between.
 class KZ_EXPORT KZStackDump {
 public:
     /// The stack of the caller.
@@ -28,6 +28,9 @@ public:
     ~KZStackDump();
     KZStackDump(KZStackDump const &) = delete;
     KZStackDump & operator=(KZStackDump const &) = delete;
+
+    /// Lets the next thread take its dump. The texts of this one stay.
+    void Release() noexcept;
 
     /// What happened, in a line, as UTF-8; empty for a dump without a fault.
     [[nodiscard]] std::string const & GetExceptionText() const noexcept { return exceptionText_; }
@@ -50,4 +53,5 @@ private:
     std::string stackText_;
     std::uint32_t code_ = 0;
     bool isReported_ = false;
+    bool isLocked_ = true;
 };

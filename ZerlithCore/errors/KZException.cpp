@@ -39,12 +39,6 @@ KZString SourceText(long code, KZSmartPtr<KZMessageSource> const & source) {
     return text;
 }
 
-void WriteIfTracing(KZString const & report) {
-    if (GlbGetTraceLevel() == 0) return;
-    KZLockedCOUT const console;
-    KZLockedCOUT::GetCout(1) << report << std::flush;
-}
-
 } // namespace
 
 // --- KZException
@@ -80,8 +74,16 @@ char16_t const * KZException::What() const noexcept {
 void KZException::LogInErrorFile(LogOpt option) const {
     if (logged_ && option != LogAlways) return;
     logged_ = true;
+    if (GlbGetTraceLevel() == 0) return;
+    bool const isReported = message_.Find(Marker) != KZString::npos;
+    KZString const report = isReported ? Report() : KZDebug::ComposeReport(message_, stack_);
+    KZLockedCOUT const console;
+    KZLockedCOUT::GetCout(1) << report << std::flush;
+}
+
+KZString KZException::Report() const {
     std::uint32_t const marker = message_.Find(Marker);
-    WriteIfTracing(marker == KZString::npos ? KZDebug::ComposeReport(message_, stack_) : message_.SubStr(0, marker));
+    return marker == KZString::npos ? KZString() : message_.SubStr(0, marker);
 }
 
 // --- KZWindowsLastErrorException

@@ -39,6 +39,8 @@ public:
 protected:
     /// Takes report, short text and stack from `dump`.
     explicit KZException(KZStackDump & dump);
+    /// What stands in front of the marker; nothing without one.
+    [[nodiscard]] KZString Report() const;
 
 private:
     KZString stack_;

@@ -2,7 +2,6 @@
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZStackDump.h"
-#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/Faults.h"
 #include "ZerlithCore/platform/FloatingPoint.h"
 
@@ -17,12 +16,11 @@ namespace {
 } // namespace
 
 KZSignalException::KZSignalException(KZStackDump & dump) : KZException(dump), code_(dump.GetCode()) {
+    dump.Release(); // what follows takes the locks of logs and console, whose owners may want a dump
     if (dump.IsReported()) return;
     dump.SetReported();
     KZDebug::CallReportHooks();
-    KZString report;
-    static_cast<void>(report.SetFromUTF8(dump.GetReport()));
-    KZDebug::AppendToErrorLog(report);
+    KZDebug::AppendToErrorLog(Report());
     KZSignalException::LogInErrorFile(LogAlways);
 }
 

@@ -115,7 +115,9 @@ bool KZFileStreamBuf::ReadBlock() {
     std::size_t const kept = characters_.size();
     while (characters_.size() == kept) {
         std::size_t count = 0;
-        if (!file_.Read(bytes_.data() + pendingBytes_, blockBytes - pendingBytes_, count)) count = 0;
+        // Not the end of the file: a stream turns the exception into `badbit`, so that nobody takes half for all.
+        if (!file_.Read(bytes_.data() + pendingBytes_, blockBytes - pendingBytes_, count))
+            throw std::ios_base::failure("KZFileStreamBuf: the file can't be read");
         if (count + pendingBytes_ == 0) break;
         std::string_view const block(bytes_.data(), count + pendingBytes_);
         auto const result = KZPlatform::DecodeUtf8(block, units_, escape, count == 0);

@@ -132,6 +132,12 @@ public:
         Base::Assign(object);
         return *this;
     }
+    template <class U>
+    requires std::convertible_to<U *, T *> &&(!std::same_as<U, T>)KZSmartPtr &
+    operator=(KZSmartPtr<U> const & other) {
+        Base::Assign(other.GetPtr());
+        return *this;
+    }
     /// Releases what is held and becomes null, whatever the integer says.
     KZSmartPtr & operator=(int) {
         Base::Clear();
@@ -161,7 +167,9 @@ public:
         Base::Assign(object);
         return *this;
     }
-    KZSmartPtrToConst & operator=(KZSmartPtr<T> const & other) {
+    template <class U>
+    requires std::convertible_to<U const *, T const *> KZSmartPtrToConst &
+    operator=(KZSmartPtr<U> const & other) {
         Base::Assign(other.GetPtr());
         return *this;
     }

@@ -127,7 +127,7 @@ TEST_F(KZSignalExceptionTest, FloatingPointIsAsBeforeAfterAFault) {
 NOINLINE UNCHECKED int Recurse(int depth) {
     char volatile room[512];
     room[0] = static_cast<char>(depth);
-    return Recurse(depth + 1) + room[0];
+    return depth < 0 ? 0 : Recurse(depth + 1) + room[0];
 }
 
 TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {

@@ -50,7 +50,8 @@ TEST(KZSmartPtr, CopiesMovesAndComparesByIdentity) {
     EXPECT_TRUE(empty == 0 && empty == nullptr && empty.IsNull());
     KZSmartPtr<Probe> a(new Probe(alive));
     KZSmartPtrToConst<Probe> c = a;
-    KZSmartPtr<KZRefCountI> base = a;
+    KZSmartPtr<KZRefCountI> base;
+    base = a;
     EXPECT_EQ(*a, 3UL);
     EXPECT_TRUE(a == c && base == a && c == a.GetPtr() && a != 0 && a != empty);
     auto & alias = a;

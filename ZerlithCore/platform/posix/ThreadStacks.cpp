@@ -52,6 +52,8 @@ int InstallAnswer() noexcept {
         action.sa_handler = &Answer;
         action.sa_flags = SA_RESTART | SA_ONSTACK;
         sigfillset(&action.sa_mask);
+        // The walk over a stack that was overwritten survives its faults, if they arrive.
+        for (int const fault : {SIGSEGV, SIGBUS}) sigdelset(&action.sa_mask, fault);
         if (sigaction(number, &action, nullptr) == 0) return number;
     }
     return 0;
