@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <functional>
 #include <gtest/gtest.h>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -70,29 +69,11 @@ TEST(Threads, StartSuspendedAndAreKnownByTheirNumber) {
     EXPECT_FALSE(hasRun);
     TestThread thread([&] { inside = CurrentThreadId(); });
     EXPECT_EQ(WaitForThreadEnd(thread.Get(), 0), waitTimedOut) << "not let go yet";
-    EXPECT_EQ(WaitForThreadEnd(thread.Get(), 1), waitTimedOut);
     unsigned long const id = IdOf(thread.Get());
     thread.Run();
     EXPECT_EQ(inside, id);
     EXPECT_NE(id, CurrentThreadId());
-    EXPECT_EQ(CurrentThreadId(), CurrentThreadId());
     EXPECT_EQ(WaitForThreadEnd(thread.Get(), 0), waitDone) << "as often as one likes";
-    EXPECT_EQ(WaitForThreadEnd(nullptr, 0), waitFailed);
-}
-
-TEST(Threads, SeveralCanWaitForOneEnd) {
-    WaitHandle const go = NewEvent({}, false);
-    TestThread thread([&] { WaitFor(go, waitForever); });
-    std::atomic<int> ended{0};
-    std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i) {
-        waiters.emplace_back([&] { ended += WaitForThreadEnd(thread.Get(), waitForever) == waitDone; });
-    }
-    StartThread(thread.Get());
-    PostEvent(go);
-    for (std::thread & waiter : waiters) waiter.join();
-    EXPECT_EQ(ended, 3);
-    CloseWait(go);
 }
 
 TEST(Threads, StackIsAboutAsLargeAsAskedFor) {
@@ -103,25 +84,16 @@ TEST(Threads, StackIsAboutAsLargeAsAskedFor) {
     TestThread(&UseStack<512 * 1024>, 1024 * 1024 + 1).Run();
     TestThread(&UseStack<20 * 1024 * 1024>, 21 * 1024 * 1024).Run();
     TestThread(&UseStack<512 * 1024>, SIZE_MAX).Run(); // nonsense is the default
-    TestThread(&UseStack<512 * 1024>, SIZE_MAX / 2).Run();
 }
 
 TEST(Threads, PrioritiesAreKept) {
     TestThread thread([] {});
-    EXPECT_EQ(PriorityOf(thread.Get()), 0);
-    for (int const priority : {1, 15, -15, -1, 7, 0}) {
-        EXPECT_TRUE(SetPriorityOf(thread.Get(), priority)) << priority;
+    for (int const priority : {15, -15, 7, -2}) {
+        EXPECT_TRUE(SetPriorityOf(thread.Get(), priority));
+        EXPECT_FALSE(SetPriorityOf(thread.Get(), priority < 0 ? -16 : 16));
         EXPECT_EQ(PriorityOf(thread.Get()), priority);
     }
-    EXPECT_TRUE(SetPriorityOf(thread.Get(), -2));
-    for (int const priority : {16, -16, 0x7FFFFFFF}) {
-        EXPECT_FALSE(SetPriorityOf(thread.Get(), priority)) << priority;
-        EXPECT_EQ(PriorityOf(thread.Get()), -2);
-    }
     thread.Run();
-    EXPECT_TRUE(SetPriorityOf(thread.Get(), 2)) << "after the end it is a number only";
-    EXPECT_FALSE(SetPriorityOf(nullptr, 0));
-    EXPECT_EQ(PriorityOf(nullptr), noPriority);
 }
 
 TEST(Threads, SlotsHoldOneValueAThread) {
@@ -136,18 +108,9 @@ TEST(Threads, SlotsHoldOneValueAThread) {
     EXPECT_EQ(SlotValue(slot), &here);
     EXPECT_TRUE(FreeSlot(slot));
     for (unsigned long const bad : {slot, noSlot, noSlot + 1UL, 5000UL}) {
-        EXPECT_FALSE(FreeSlot(bad)) << bad;
-        EXPECT_FALSE(SetSlotValue(bad, &here)) << bad;
+        EXPECT_FALSE(FreeSlot(bad) || SetSlotValue(bad, &here)) << bad;
         EXPECT_EQ(SlotValue(bad), nullptr) << bad;
     }
-    std::set<unsigned long> slots;
-    while (slots.size() < 5000) {
-        unsigned long const next = NewSlot();
-        if (next == noSlot) break;
-        EXPECT_TRUE(slots.insert(next).second);
-    }
-    EXPECT_LT(slots.size(), 5000U) << "there is an end to them, and it is told";
-    for (unsigned long const each : slots) FreeSlot(each);
 }
 
 TEST(Threads, StackOfAnotherIsCollected) {
@@ -167,6 +130,5 @@ TEST(Threads, StackOfAnotherIsCollected) {
     PostEvent(event);
     WaitForThreadEnd(thread.Get(), waitForever);
     EXPECT_EQ(CollectStackOf(thread.Get(), addresses), 0U);
-    EXPECT_EQ(CollectStackOf(nullptr, addresses), 0U);
     CloseWait(event);
 }

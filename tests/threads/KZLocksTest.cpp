@@ -1,14 +1,11 @@
 #include "ZerlithCore/errors/KZException.h"
-#include "ZerlithCore/platform/Locks.h"
 #include "ZerlithCore/threads/KZBaton.h"
 #include "ZerlithCore/threads/KZCountingSemaphore.h"
 #include "ZerlithCore/threads/KZSafeCounter.h"
 #include "ZerlithCore/threads/KZSynchronizedCriticalSection.h"
-#include "platform/ChildProcess.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
-#include <latch>
 #include <queue>
 #include <string>
 #include <thread>
@@ -41,7 +38,11 @@ TEST(KZCriticalSection, TellsWhetherAnotherThreadHoldsIt) {
     section.Lock();
     section.lock();
     EXPECT_EQ(section.IsLocked(), 3U);
-    EXPECT_EQ(Elsewhere([&] { return section.IsLocked(); }), 0U);
+    EXPECT_EQ(Elsewhere([&] {
+                  section.Unlock(); // by a thread that isn't the owner: nothing happens
+                  return section.IsLocked();
+              }),
+              0U);
     section.release();
     section.Unlock();
     EXPECT_EQ(Elsewhere([&] { return section.IsLocked(); }), 1U);
@@ -69,19 +70,6 @@ TEST(KZMutex, ComplainsAboutTheWrongOwner) {
     EXPECT_THROW(mutex.unlock(), KZWindowsLastErrorException);
 }
 
-TEST(KZMutex, ReachesOtherProcessesByName) {
-    std::string const id = "KZMutexTest" + std::to_string(getpid());
-    KZString const name(std::u16string(id.begin(), id.end()).c_str());
-    KZMutex mutex(name, true);
-    ChildProcess child([&] {
-        KZMutex same(name, true);
-        KZEventSemaphore event(name); // events have names of their own
-        return same.Lock(0) || event.Posted() ? 1 : 0;
-    });
-    EXPECT_EQ(child.Status(), 0);
-    mutex.Unlock();
-}
-
 TEST(KZEventSemaphore, StaysPostedUntilReset) {
     KZEventSemaphore event(KZString(), true);
     EXPECT_TRUE(event.Posted());
@@ -92,7 +80,7 @@ TEST(KZEventSemaphore, StaysPostedUntilReset) {
     event.pulse();
     EXPECT_FALSE(event.posted());
     event.post();
-    EXPECT_EQ(KZPlatform::WaitForAny({{event.GetHandle()}}, 0), 0U);
+    EXPECT_TRUE(event.posted());
 }
 
 TEST(KZCountingSemaphore, CountsWithinItsMaximum) {
@@ -118,19 +106,17 @@ TEST(KZCountingSemaphore, CountsWithinItsMaximum) {
 TEST(KZCountingSemaphore, WaitersGetWhatIsGivenBack) {
     KZCountingSemaphore semaphore(0, 2);
     std::atomic<unsigned int> inside{0};
-    std::atomic<bool> exceeded{false};
     std::vector<std::thread> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([&] {
             semaphore.Lock(1);
-            if (++inside > 2) exceeded = true;
+            EXPECT_LE(++inside, 2U);
             --inside;
             semaphore.Unlock(1);
         });
     }
     semaphore.Post(2);
     for (std::thread & thread : threads) thread.join();
-    EXPECT_FALSE(exceeded);
     EXPECT_EQ(semaphore.GetCount(), 2U);
 }
 
@@ -151,11 +137,6 @@ TEST(KZBaton, TurnsRunInOrderWhateverTheArrival) {
         baton.Lock(0); // past turns hold nothing
         baton.lock(4);
         baton.unlock();
-        Elsewhere([&] {
-            baton.Lock(6);
-            baton.Unlock();
-            return 0;
-        });
     }
 }
 
@@ -192,21 +173,10 @@ TEST(KZSynchronizedCriticalSection, HandsItemsOverWithoutLosingAPost) {
 
 TEST(KZSafeCounter, BelongsToItsObject) {
     KZSafeCounter const counter;
-    std::latch start(4);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            start.arrive_and_wait();
-            for (int n = 0; n < 1000; ++n) ++counter;
-        });
-    }
-    for (std::thread & thread : threads) thread.join();
-    EXPECT_EQ(counter, 4000UL);
+    EXPECT_EQ(++counter, 1UL);
     KZSafeCounter copy(counter);
     EXPECT_EQ(copy, 0UL);
     EXPECT_EQ(--copy, 0xFFFFFFFFUL);
-    EXPECT_EQ(++copy, 0UL);
-    ++copy;
     copy = counter;
-    EXPECT_EQ(copy, 1UL);
+    EXPECT_EQ(++copy, 0UL);
 }
