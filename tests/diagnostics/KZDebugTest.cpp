@@ -56,11 +56,11 @@ TEST(KZStackDump, NamesFunctionModuleAndOffset) {
 TEST(KZConsole, KeepsItsPlaceBetweenTheOtherWaysToStandardOutput) {
     testing::internal::CaptureStdout();
     std::printf("a");
-    KZGetConsole() << L"\u00e9\U0001F600" << wchar_t(0xDCFF) << L'\n' << std::flush;
+    KZGetConsole() << L"\u00e9\U0001F600" << wchar_t(0xD800) << L'\n' << std::flush;
     std::printf("b");
     std::cout << "c" << std::flush;
     KZGetConsole() << 42 << std::flush;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\xC3\xA9\xF0\x9F\x98\x80\xFF\nbc42");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD\nbc42");
 }
 
 TEST(KZLockedCOUT, KeepsTheLinesOfThreadsWhole) {
