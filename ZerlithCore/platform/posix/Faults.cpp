@@ -57,17 +57,24 @@ constexpr std::size_t reserveBytes = 64 * 1024;
 constexpr std::size_t redZoneBytes = 128;               // below the stack pointer, but in use
 constexpr std::size_t farBelowStack = 64 * 1024 * 1024; // where a frame that is too big may still reach
 
-/// The two spare stacks of a thread in one mapping, each above a guard.
+/// The two spare stacks of a thread in one mapping, each above a guard. Those of threads that have ended wait for the
+/// next ones, a few at most: making them anew is most of what starting a thread costs.
 class SpareStacks {
 public:
     SpareStacks() noexcept = default;
     SpareStacks(SpareStacks const &) = delete;
     SpareStacks & operator=(SpareStacks const &) = delete;
     ~SpareStacks() {
+        for (std::atomic<char *> & place : kept_) {
+            char * empty = nullptr;
+            if (base_ && place.compare_exchange_strong(empty, base_)) base_ = nullptr;
+        }
         if (base_) munmap(base_, bytes);
     }
 
     bool Map() noexcept {
+        for (std::atomic<char *> & place : kept_)
+            if (!base_) base_ = place.exchange(nullptr);
         if (base_) return true;
         void * const memory =
             mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
@@ -84,8 +91,12 @@ public:
 private:
     static constexpr std::size_t bytes = 2 * guardBytes + signalStackBytes + spareStackBytes;
 
+    static constinit std::array<std::atomic<char *>, 4> kept_;
+
     char * base_ = nullptr;
 };
+
+constinit std::array<std::atomic<char *>, 4> SpareStacks::kept_{};
 
 /// Reads a byte that may not be there: that makes a stack grow which grows by being used.
 __attribute__((no_sanitize("address"), noinline)) bool Touch(char const * byte) noexcept {
@@ -197,7 +208,9 @@ bool ThreadFaults::Install(FaultThrower thrower) noexcept {
     ours.ss_sp = stacks_.SignalStack();
     ours.ss_size = signalStackBytes;
     if (sigaltstack(&ours, &formerSignalStack_) != 0) return false;
-    CaptureStack(addresses_); // what the unwinder prepares once is not for a signal handler
+    // What the unwinder prepares once is not for a signal handler.
+    static std::size_t const prepared = CaptureStack(addresses_);
+    static_cast<void>(prepared);
     reserve_.Make(stackLow_, stackTop_ - stackLow_);
     current = this;
     return true;
