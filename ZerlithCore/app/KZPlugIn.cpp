@@ -80,6 +80,10 @@ KZString KZLibPlugIn::GetName() const { return u"ZerlithCore PlugIn"; }
 
 KZGuid KZLibPlugIn::GetId() const { return Id; }
 
-KZUsageInfo KZLibPlugIn::GetUsageInfo() const { return {}; }
+KZUsageInfo KZLibPlugIn::GetUsageInfo() const {
+    KZUsageInfo usage;
+    usage.AddCmdLineArgDesc(u"help", u"Show the options of the program and of its plug-ins.");
+    return usage;
+}
 
 KZErrorID KZLibPlugIn::Init(KZApplicationWithPlugIns const &) { return KZErrorID(0); }

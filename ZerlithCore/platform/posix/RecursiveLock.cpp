@@ -16,7 +16,7 @@ namespace {
 enum State : std::uint32_t { Free = 0, Held = 1, Contended = 2 };
 
 // Critical sections are short: looking again a few times is cheaper than asking the system to sleep.
-constexpr int spinRounds = 60;
+constexpr int spinRounds = 30;
 
 std::uintptr_t Self() noexcept { return reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()); }
 
