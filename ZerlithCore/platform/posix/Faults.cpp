@@ -50,8 +50,8 @@ namespace {
 constexpr std::array<int, 4> faultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 constexpr std::size_t maxFrames = 128;
 constexpr std::size_t guardBytes = 64 * 1024; // a multiple of every page size
-constexpr std::size_t signalStackBytes = 128 * 1024;
 constexpr std::size_t spareStackBytes = 512 * 1024;
+constexpr std::size_t signalStackBytes = canRedirect ? 128 * 1024 : spareStackBytes;
 constexpr std::size_t roomForReport = 128 * 1024;
 constexpr std::size_t reserveBytes = 64 * 1024;
 constexpr std::size_t redZoneBytes = 128;               // below the stack pointer, but in use
@@ -167,7 +167,7 @@ private:
     bool Describe(FaultContext const & context) noexcept;
     bool Survive(FaultContext & context) noexcept;
     bool SurviveOverflow(FaultContext & context, std::size_t unsafeFrames) noexcept;
-    void StartReport(FaultContext & context, std::uintptr_t stackTop);
+    void StartReport(FaultContext & context, std::uintptr_t stackTop) noexcept;
     void EndReport() noexcept;
     std::uintptr_t ReportStack(std::uintptr_t stackPointer) const noexcept;
 
@@ -276,12 +276,9 @@ bool ThreadFaults::Describe(FaultContext const & context) noexcept {
 }
 
 /// In the signal handler: lets the thread go on in the trampoline.
-void ThreadFaults::StartReport(FaultContext & context, std::uintptr_t stackTop) {
+void ThreadFaults::StartReport(FaultContext & context, std::uintptr_t stackTop) noexcept {
     isReporting_ = true;
-    if constexpr (canRedirect)
-        context.Redirect(stackTop);
-    else
-        Throw();
+    context.Redirect(stackTop);
 }
 
 bool ThreadFaults::SurviveOverflow(FaultContext & context, std::size_t unsafeFrames) noexcept {
@@ -370,8 +367,12 @@ void OnFault(int signal, siginfo_t * info, void * context) {
     AllowMisalignedAccess();
     int const savedError = errno;
     if (stackProbe && info->si_code > 0) siglongjmp(*stackProbe, 1);
-    if (!current || !current->Translate(*info, context)) PassOn(signal, info, context);
+    bool const isTranslated = current && current->Translate(*info, context);
     errno = savedError;
+    if (!isTranslated)
+        PassOn(signal, info, context);
+    else if constexpr (!canRedirect)
+        current->Throw();
 }
 
 /// A library whose function is a signal handler must stay.
