@@ -52,16 +52,22 @@ public:
 private:
     void CountLine(std::u16string const & line) {
         KZString word;
-        for (char16_t const unit : line + u' ') {
-            if (IsWordUnit(unit)) {
+        for (char16_t const unit : line) {
+            if (IsWordUnit(unit))
                 word += unit;
-            } else if (!word.IsNull()) {
-                word.Lower();
-                ++counts_[word];
-                ++words_;
-                word.Clear();
-            }
+            else
+                Count(word);
         }
+        Count(word);
+    }
+
+    // Counts a word and empties it; nothing isn't a word.
+    void Count(KZString & word) {
+        if (word.IsNull()) return;
+        word.Lower();
+        ++counts_[word];
+        ++words_;
+        word.Clear();
     }
 
     KZString fileName_;
