@@ -18,8 +18,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <iterator>
 #include <ostream>
-#include <ranges>
 #include <utility>
 
 namespace {
@@ -48,6 +48,10 @@ KZErrorID NamedError(long code, KZString const & plugIn, KZString const * depend
 
 bool Holds(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & list, KZPlugIn const * plugIn) {
     return std::ranges::any_of(list, [=](auto const & each) { return each.GetPtr() == plugIn; });
+}
+
+std::vector<KZSmartPtr<KZPlugIn>> Reversed(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & list) {
+    return {std::make_reverse_iterator(list.end()), std::make_reverse_iterator(list.begin())};
 }
 
 // The depth of each loaded plug-in below those it depends on; a container depends on its members.
@@ -143,8 +147,7 @@ KZApplicationWithPlugIns::~KZApplicationWithPlugIns() {
 }
 
 void KZApplicationWithPlugIns::UnloadAll() {
-    PlugInVector const order = GetPlugInHier(loaded_);
-    for (KZSmartPtr<KZPlugIn> const & plugIn : std::views::reverse(order)) {
+    for (KZSmartPtr<KZPlugIn> const & plugIn : Reversed(GetPlugInHier(loaded_))) {
         if (plugIn->GetStatus() == KZPlugIn::NotInitialised) continue;
         Write(L">>>> Unloading <", plugIn->GetName(), L">...");
         if (KZDetail::CallGuarded([&] { plugIn->Unload(); })) Write(L" Done.\n");
@@ -338,7 +341,6 @@ void KZApplicationWithPlugIns::RequestExit(bool wait) {
     KZGuard<KZCriticalSection> const guard(lock_);
     if (!glbExitAnnounced.exchange(true))
         Write(L">>>> Quit signal received. Requesting exit to all plug-ins...\n");
-    PlugInVector const order = GetPlugInHier(running_);
-    for (KZSmartPtr<KZPlugIn> const & plugIn : std::views::reverse(order))
+    for (KZSmartPtr<KZPlugIn> const & plugIn : Reversed(GetPlugInHier(running_)))
         KZDetail::CallGuarded([&] { plugIn->RequestExit(wait); });
 }

@@ -32,7 +32,7 @@ public:
         Assign(other.object_);
         return *this;
     }
-    CountedHandle & operator=(CountedHandle && other) {
+    CountedHandle & operator=(CountedHandle && other) noexcept {
         if (object_ != other.object_) {
             T * const taken = std::exchange(other.object_, nullptr);
             Drop();

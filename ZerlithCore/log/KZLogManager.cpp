@@ -13,7 +13,7 @@ unsigned int KZLogManager::AddChannel(KZString const & name) {
     auto channel = std::make_unique<KZLogChannel>(name);
     Guard const guard(lock_);
     channels_.push_back(channel.get());
-    channel.release();
+    static_cast<void>(channel.release()); // the vector has it now
     return count_++;
 }
 

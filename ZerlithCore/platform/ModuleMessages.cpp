@@ -54,8 +54,10 @@ bool LoadStringText(std::u16string & out, void * module, std::uint32_t code, std
 bool LoadMessageText(std::u16string & out, void * module, std::uint32_t code, long language) {
     if (!module) {
         auto text = ErrorText(static_cast<int>(code), language);
-        if (text) out = *std::move(text);
-        if (!text) SetLastErrorNumber(EINVAL);
+        if (text)
+            out = *text;
+        else
+            SetLastErrorNumber(EINVAL);
         return text.has_value();
     }
     KZModuleMessage const * const message = FindMessage(module, code, language);
