@@ -10,7 +10,6 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -52,9 +51,7 @@ public:
     Descriptor(Descriptor const &) = delete;
     Descriptor & operator=(Descriptor const &) = delete;
 
-    [[nodiscard]] bool IsOpen() const noexcept {
-        return handle_ != std::bit_cast<iconv_t>(std::intptr_t{-1});
-    }
+    [[nodiscard]] bool IsOpen() const noexcept { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
 
     // Converts one character to its end. Returns the bytes written; 0 with errno set when it isn't one.
     std::size_t Convert(char const * in, std::size_t inSize, std::span<char> out) const noexcept {
