@@ -300,7 +300,7 @@ template <class Make>
 WaitHandle WithoutThrowing(Make const & make) noexcept {
     try {
         return make();
-    } catch (std::bad_alloc const &) {
+    } catch (...) { // no memory, or a name beyond all measure
         SetLastErrorNumber(ENOMEM);
         return nullptr;
     }

@@ -112,7 +112,10 @@ int SharedBlock::Open(char kind, std::u16string_view name, std::size_t size,
     for (int turn = 0; turn < maximumTurns; ++turn) {
         int error = TryOpen(path, name);
         if (error == ENOENT) error = TryMake(path, name, initialise, undo);
-        if (error == 0) path_ = std::move(path);
+        if (error == 0) {
+            path_ = std::move(path);
+            return 0;
+        }
         if (error != again) return error;
         sched_yield();
     }
