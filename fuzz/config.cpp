@@ -1,4 +1,4 @@
-// A configuration that loads is written, loaded again and written again: both texts must be the same.
+// A configuration that loads is written, loaded again and written again: the text must load, and both must be the same.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
 #include "ZerlithCore/platform/Utf8.h"
@@ -26,14 +26,21 @@ std::wstring Print(KZConfigFile const & file) {
     return out.str();
 }
 
+// The lines of a section without a name have no header to stand under in the file.
+bool HasNamelessLines(KZConfigFile & file) {
+    for (auto section = file.GetSectionsBegin(); section != file.GetSectionsEnd(); ++section)
+        if (section->GetName().IsNull() && section->GetLinesBegin() != section->GetLinesEnd()) return true;
+    return false;
+}
+
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     std::string_view const bytes(reinterpret_cast<char const *>(data), size);
     std::wstring const text = KZToWide(KZPlatform::Utf8ToUnits(bytes, KZPlatform::Utf8Mode::Escape));
     KZConfigFile first(u""), second(u"");
-    if (!Parse(text, first)) return 0;
+    if (!Parse(text, first) || HasNamelessLines(first)) return 0;
     std::wstring const written = Print(first);
-    if (Parse(written, second) && Print(second) != written) std::abort();
+    if (!Parse(written, second) || Print(second) != written) std::abort();
     return 0;
 }

@@ -95,7 +95,7 @@ KZString KZConfigReader::ReadComment() {
     Take();
     for (auto character = Take(); character != endOfText && character != L'\n'; character = Take())
         Gather(character);
-    if (text_.ends_with(u'\r')) text_.pop_back();
+    while (text_.ends_with(u'\r')) text_.pop_back(); // all of them, so that a rewrite reads as it was written
     return KZString(std::u16string_view(text_));
 }
 
