@@ -54,7 +54,7 @@ TEST(KZConfigFile, RewritesWhatItReads) {
          L";c \n[A]\nk=v  w\n"},
         {"blank line of blanks", L"[A]\n  \t \nk=v\n", __LINE__, L"[A]\n\nk=v\n"},
         {"carriage returns", L";c\r\r\n\r\n[A]\r\nk\r1\r=\r\nl=\rv\rw\r\n", __LINE__,
-         L";c\r\n\n[A]\nk1=\nl=vw\n"},
+         L";c\n\n[A]\nk1=\nl=vw\n"},
         {"no-break spaces stay", L"[A]\nk\u00A0=\u00A0v\u00A0\n", __LINE__, L"[A]\nk\u00A0=\u00A0v\u00A0\n"},
         {"trailing space of a value that is no blank", L"[A]\nk=v\v \n", __LINE__, L"[A]\nk=v\v\n"},
         // Comments.
