@@ -149,9 +149,17 @@ KZApplicationWithPlugIns::~KZApplicationWithPlugIns() {
 void KZApplicationWithPlugIns::UnloadAll() {
     for (KZSmartPtr<KZPlugIn> const & plugIn : Reversed(GetPlugInHier(loaded_))) {
         if (plugIn->GetStatus() == KZPlugIn::NotInitialised) continue;
+        JoinThread(*plugIn);
         Write(L">>>> Unloading <", plugIn->GetName(), L">...");
         if (KZDetail::CallGuarded([&] { plugIn->Unload(); })) Write(L" Done.\n");
     }
+}
+
+// The thread outlives the run that it is for by its exit functions, which may be code of the plug-in's library.
+void KZApplicationWithPlugIns::JoinThread(KZPlugIn & plugIn) {
+    KZSmartPtr<KZObjectI> const object = plugIn.QueryInterface(7);
+    auto * const threaded = dynamic_cast<KZThreadedRunPlugIn *>(object.GetPtr());
+    if (threaded && !threaded->thread_.IsNull()) threaded->thread_->Join();
 }
 
 // --- Questions

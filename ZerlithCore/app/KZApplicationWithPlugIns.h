@@ -101,6 +101,7 @@ private:
     void RunThreaded(KZSmartPtr<KZPlugIn> const & plugIn);
     void WaitForThreads(PlugInVector const & order);
     void UnloadAll();
+    static void JoinThread(KZPlugIn & plugIn);
 
     PlugInVector loaded_;
     PlugInVector running_;

@@ -225,12 +225,14 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const
             error = AddPlugIn(plugIn, !registerOnly_);
         }))
         error = KZErrorID(new KZErrorString(file + u": the entry point failed"));
+    if (plugIn.IsNull() && error.Good())
+        error = KZErrorID(new KZErrorString(file + u": the entry point made no plug-in"));
     bool const kept = !plugIn.IsNull() && plugIn->NbRef() > 1;
     if (kept) {
         plugIn->library_ = library;
         libraries_.push_back(library);
     }
-    if (error.Bad() || plugIn.IsNull()) WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
+    if (error.Bad()) WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
     if (!kept) {
         plugIn.Clear();
         KZPlatform::FreeModule(library);

@@ -121,7 +121,8 @@ TEST(KZHost, StopsAThreadedPlugInOnSigint) {
     EXPECT_EQ(result.console, Retrieving(place, {"threaded"}) +
                                   ">>>> Initializing <Threaded>... Done.\n"
                                   "RUN> Running <Threaded>...(threaded)\nthread ready\n" +
-                                  Quit + "thread ends\n>>>> Unloading <Threaded>... Done.\n" + End + Exit);
+                                  Quit + "thread ends\nthread is gone\n>>>> Unloading <Threaded>... Done.\n" +
+                                  End + Exit);
     EXPECT_EQ(result.status, 0);
 }
 

@@ -10,6 +10,9 @@ public:
     KZString GetName() const override { return u"Threaded"; }
     KZGuid GetId() const override { return {100, 0, 0, 0}; }
     KZErrorID Run() override {
+        // What runs behind the end of the run is code of this library, too.
+        KZThread::GetCurrentThreadP()->AddExitFunction(
+            KZSmartPtr<KZCallback>(new KZCallbackMethVoid<Threaded>(u"", this, &Threaded::OnExit)));
         Say(L"thread ready");
         static_cast<void>(stop_.wait(0xFFFFFFFFU));
         Say(L"thread ends");
@@ -18,6 +21,11 @@ public:
     void StopRequested() override { stop_.post(); }
 
 private:
+    void OnExit() {
+        KZThread::Milli_sleep(300); // long enough to be overtaken by a host that doesn't wait
+        Say(L"thread is gone");
+    }
+
     KZEventSemaphore stop_{KZString(), false};
 };
 
