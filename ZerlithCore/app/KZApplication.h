@@ -26,7 +26,7 @@
 class KZ_EXPORT KZApplication {
 public:
     /// Builds the frame from the arguments of `main`, as units. `arguments` stays the caller's and must live as long.
-    /// A `subscriber` takes the place of the console as the first to hear the application's channel.
+    /// A `subscriber` takes the place of the console; it is counted, so pass a new one or hold a handle on it.
     KZApplication(int count, char16_t ** arguments, KZLogSubscriberI * subscriber = nullptr);
     /// The same from the bytes that the system passes (UTF-8).
     KZApplication(int count, char ** arguments, KZLogSubscriberI * subscriber = nullptr);
