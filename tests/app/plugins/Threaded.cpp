@@ -22,7 +22,7 @@ public:
 
 private:
     void OnExit() {
-        KZThread::Milli_sleep(300); // long enough to be overtaken by a host that doesn't wait
+        KZThread::Milli_sleep(1000); // long enough to be overtaken by a host that doesn't wait
         Say(L"thread is gone");
     }
 
