@@ -63,7 +63,10 @@
 
 #include "ZerlithCore/time/KZDateException.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/KZExchangeTypes.h"
 #include "ZerlithCore/time/KZTimeZone.h"
+
+
 
 #include "ZerlithCore/app/KZApplication.h"
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
