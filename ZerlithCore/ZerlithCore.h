@@ -61,10 +61,21 @@
 #include "ZerlithCore/log/KZLogStream.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
 
+#include "ZerlithCore/time/KZDSTAdjuster.h"
+#include "ZerlithCore/time/KZDateAndTime.h"
+#include "ZerlithCore/time/KZDateEx.h"
 #include "ZerlithCore/time/KZDateException.h"
+#include "ZerlithCore/time/KZDateExceptionEx.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/KZDateTimeEx.h"
+#include "ZerlithCore/time/KZDurationEx.h"
+#include "ZerlithCore/time/KZDurationExceptionEx.h"
 #include "ZerlithCore/time/KZExchangeTypes.h"
+#include "ZerlithCore/time/KZSystemTime.h"
+#include "ZerlithCore/time/KZTimeEx.h"
 #include "ZerlithCore/time/KZTimeZone.h"
+#include "ZerlithCore/time/KZTimeZoneInfo.h"
+#include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
 
 

@@ -1,5 +1,5 @@
 /// @file
-/// The calendar of the system: the offset of local time, and the printing of dates.
+/// The calendar of the system: the printing of dates.
 #pragma once
 
 #include <cstddef>
@@ -27,9 +27,6 @@ struct CalendarTime {
     int weekDay = 4; // Sunday is 0
     int yearDay = 1; // from 1
 };
-
-/// The zone of this computer (TZ, or the system's setting) at `utc`, seconds since 1970 UTC.
-[[nodiscard]] ZoneMoment LocalZoneAt(std::int64_t utc);
 
 /// Expands `format`, a template of strftime, in the program's locale. Nothing when the text would have more than
 /// `limit` characters.

@@ -22,9 +22,13 @@
 #include <string_view>
 
 class KZCollator;
+class KZDateEx;
 class KZDateTime;
+class KZDateTimeEx;
+class KZDurationEx;
 class KZErrorID;
 class KZStringConverter;
+class KZTimeEx;
 
 /// A duration in whole seconds, as `KZString::AsKZDuration` reads it and `KZPrintDuration` prints it.
 using KZDuration = std::int32_t;
@@ -233,6 +237,12 @@ public:
     std::uint64_t AsUInt64(bool * success = nullptr) const;
     /// Reads by `KZDateTime::FromString` in the local zone under the default template.
     KZDateTime AsKZDateTime(bool * success = nullptr) const;
+    /// Read by the `FromString` of those classes, in the local zone under the default templates; a duration without a
+    /// unit counts seconds.
+    KZDateTimeEx AsKZDateTimeEx(bool * success = nullptr) const;
+    KZDateEx AsKZDateEx(bool * success = nullptr) const;
+    KZTimeEx AsKZTimeEx(bool * success = nullptr) const;
+    KZDurationEx AsKZDurationEx(bool * success = nullptr) const;
 
     // --- 8-bit text. A null converter means Latin-1.
 

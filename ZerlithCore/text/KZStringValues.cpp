@@ -2,6 +2,7 @@
 
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/KZDateTimeEx.h"
 
 // The string's readings of values whose classes stand above it; nothing else in this room looks upward.
 
@@ -9,5 +10,33 @@ KZDateTime KZString::AsKZDateTime(bool * success) const {
     KZDateTime value;
     KZErrorID const error = value.FromString(*this);
     if (success) *success = error.Good();
+    return value;
+}
+
+KZDateTimeEx KZString::AsKZDateTimeEx(bool * success) const {
+    KZDateTimeEx value;
+    KZErrorID const error = value.FromString(*this);
+    if (success) *success = error.Good();
+    return value;
+}
+
+KZDateEx KZString::AsKZDateEx(bool * success) const {
+    KZDateEx value;
+    bool const good = value.FromString(*this);
+    if (success) *success = good;
+    return value;
+}
+
+KZTimeEx KZString::AsKZTimeEx(bool * success) const {
+    KZTimeEx value;
+    bool const good = value.FromString(*this);
+    if (success) *success = good;
+    return value;
+}
+
+KZDurationEx KZString::AsKZDurationEx(bool * success) const {
+    KZDurationEx value;
+    bool const good = value.FromString(*this, KZDurationEx::second);
+    if (success) *success = good;
     return value;
 }

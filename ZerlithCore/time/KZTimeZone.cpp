@@ -1,33 +1,233 @@
+// Both questions, at a moment and at a local time, come down to one: do the clocks of that year show daylight time? It
+// is answered by arithmetic on the two rules, with no table and no state.
 #include "ZerlithCore/time/KZTimeZone.h"
 
-#include "ZerlithCore/platform/Calendar.h"
+#include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/platform/ZoneStore.h"
+#include "ZerlithCore/time/CalendarDays.h"
+#include "ZerlithCore/time/KZDateException.h"
+#include "ZerlithCore/time/ZoneRule.h"
 
-KZTimeZone const & KZTimeZone::GetLocalTimeZone() {
-    static KZTimeZone const zone(true);
-    return zone;
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <string_view>
+
+namespace {
+
+constexpr std::u16string_view zonesPath = u"Software\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
+constexpr std::u16string_view settingPath = u"System\\CurrentControlSet\\Control\\TimeZoneInformation";
+
+// Far beyond every calendar value, and far from overflow.
+constexpr std::int64_t farthestSecond = std::int64_t{1} << 50;
+
+template <std::size_t Size>
+void Store(char16_t (&target)[Size], std::u16string_view text) {
+    std::size_t const length = std::min(text.size(), Size - 1);
+    std::fill(std::copy_n(text.begin(), length, target), std::end(target), u'\0');
 }
 
-KZTimeZone const & KZTimeZone::GetUTCTimeZone() {
-    static KZTimeZone const zone;
-    return zone;
+template <class T>
+T TakeBytes(std::string_view & bytes) {
+    T value;
+    std::memcpy(&value, bytes.data(), sizeof value);
+    bytes.remove_prefix(sizeof value);
+    return value;
+}
+
+// The registry's form of a rule: three biases and two dates, 44 bytes.
+bool ReadRule(std::string_view bytes, KZTimeZoneInfo & info) {
+    if (bytes.size() != 44) return false;
+    info.bias = TakeBytes<std::int32_t>(bytes);
+    info.standardBias = TakeBytes<std::int32_t>(bytes);
+    info.daylightBias = TakeBytes<std::int32_t>(bytes);
+    info.standardDate = TakeBytes<KZSystemTime>(bytes);
+    info.daylightDate = TakeBytes<KZSystemTime>(bytes);
+    constexpr std::int32_t longestBias = 7 * 24 * 60;
+    for (std::int32_t const bias : {info.bias, info.standardBias, info.daylightBias})
+        if (bias < -longestBias || bias > longestBias) return false;
+    if (info.daylightDate.month == 0) info.standardBias = info.daylightBias = 0;
+    return true;
+}
+
+bool ReadKey(KZPlatform::ZoneKey const & key, KZTimeZoneInfo & info) {
+    auto const standard = key.Text(u"Std");
+    auto const daylightName = key.Text(u"Dlt");
+    auto const display = key.Text(u"Display");
+    auto const rule = key.Bytes(u"TZI");
+    if (!standard || !daylightName || !display || !rule || !ReadRule(*rule, info)) return false;
+    Store(info.standardName, *standard);
+    Store(info.daylightName, *daylightName);
+    Store(info.displayName, *display);
+    return true;
+}
+
+// The machine-wide switch: off only when the value is there and is 1.
+bool DSTObservanceEnabled() {
+    auto const key = KZPlatform::OpenZoneKey(settingPath);
+    return !key || key->Number(u"DisableAutoDaylightTimeSet").value_or(0) != 1;
+}
+
+KZTimeZone ReadLocalZone() {
+    KZTimeZoneInfo info;
+    if (!ReadKey(KZPlatform::LocalZoneKey(), info)) return {};
+    return {info, info.standardDate.month != 0 && DSTObservanceEnabled()};
+}
+
+KZDateTime ToDateTime(std::int64_t seconds) {
+    bool const fits = seconds > 0 && seconds <= std::numeric_limits<std::uint32_t>::max();
+    return fits ? KZDateTime(static_cast<std::uint32_t>(seconds)) : KZDateTime();
+}
+
+} // namespace
+
+bool KZTimeZoneInfo::operator==(KZTimeZoneInfo const & other) const noexcept {
+    return bias == other.bias && standardBias == other.standardBias && daylightBias == other.daylightBias &&
+           standardDate == other.standardDate && daylightDate == other.daylightDate &&
+           std::u16string_view(standardName) == other.standardName &&
+           std::u16string_view(daylightName) == other.daylightName;
+}
+
+KZTimeZone::KZTimeZone() noexcept {
+    Store(info_.standardName, u"UTC");
+    Store(info_.daylightName, u"UTC");
+}
+
+void KZTimeZone::Init() { static_cast<void>(GetPredefined()); }
+
+KZTimeZone::PredefinedTimeZones const & KZTimeZone::GetPredefined() {
+    static PredefinedTimeZones const zones{std::make_unique<KZTimeZone const>(ReadLocalZone()),
+                                           std::make_unique<KZTimeZone const>()};
+    return zones;
+}
+
+bool KZTimeZone::FromWindowsTimeZoneName(KZString const & name) {
+    std::u16string path(zonesPath);
+    path.append(1, u'\\').append(name.c_str());
+    auto const key = KZPlatform::OpenZoneKey(path);
+    KZTimeZoneInfo info;
+    if (name.IsNull() || !key || !ReadKey(*key, info)) return false;
+    bool observed = info.daylightDate.month != 0;
+    if (observed && GetLocalTimeZone().GetStandardName() == info.standardName)
+        observed = DSTObservanceEnabled();
+    *this = KZTimeZone(info, observed);
+    return true;
+}
+
+bool KZTimeZone::GetWindowsTimeZones(std::vector<KZTimeZone> & zones) {
+    for (std::u16string const & name : KZPlatform::ListZoneKeys(zonesPath)) {
+        KZTimeZone zone;
+        if (!zone.FromWindowsTimeZoneName(KZString(name))) return false;
+        zones.push_back(zone);
+    }
+    return true;
+}
+
+std::int32_t KZTimeZone::GetOffset() const {
+    return dstObserved_ ? GetLocalMinusUTC(KZPlatform::WallClockMilliseconds() / 1000) : info_.bias * 60;
+}
+
+std::int32_t KZTimeZone::GetOffset(KZDateTime const & moment) const {
+    if (!dstObserved_) return info_.bias * 60;
+    if (moment.IsNull()) throw KZDateException(moment);
+    return GetLocalMinusUTC(moment.AsSeconds());
+}
+
+std::int32_t KZTimeZone::GetOffset(KZTimeZone const & zone, KZDateTime const & moment) {
+    return zone.GetOffset(moment);
 }
 
 KZString KZTimeZone::GetName(std::int64_t utc) const {
-    return local_ ? KZString(KZPlatform::LocalZoneAt(utc).name) : KZString(u"UTC");
+    bool const isDaylight = dstObserved_ && GetLocalMinusUTC(utc) == DaylightOffset();
+    return isDaylight ? info_.daylightName : info_.standardName;
 }
 
-std::int32_t KZTimeZone::GetLocalMinusUTC(std::int64_t utc) const {
-    return local_ ? KZPlatform::LocalZoneAt(utc).localMinusUtc : 0;
+// Rules tell wall-clock times before the change. On the clock of standard time, daylight time begins as its rule says,
+// and ends that much earlier as daylight time is ahead.
+std::int32_t KZTimeZone::GetLocalMinusUTC(std::int64_t utc) const noexcept {
+    std::int32_t const standard = StandardOffset();
+    if (!dstObserved_ || utc < -farthestSecond || utc > farthestSecond) return standard;
+    std::int32_t const inSummer = DaylightOffset();
+    return IsDaylight(utc + standard, 0, standard - inSummer) ? inSummer : standard;
 }
 
-// Looks a day to either side: with one offset there it is the answer. Otherwise a change lies between, and only a
-// time that is surely behind it takes the new offset.
-std::int64_t KZTimeZone::LocalToUTC(std::int64_t local) const {
-    constexpr std::int64_t day = 86400;
-    std::int64_t const before = local - GetLocalMinusUTC(local - day);
-    std::int64_t const after = local - GetLocalMinusUTC(local + day);
-    if (before == after) return before;
-    bool const isBefore = before + GetLocalMinusUTC(before) == local;
-    bool const isAfter = after + GetLocalMinusUTC(after) == local;
-    return isAfter && !isBefore ? after : before;
+// A time that is left out counts as before the change until the clock has passed it; so does one that comes twice.
+std::int64_t KZTimeZone::LocalToUTC(std::int64_t local) const noexcept {
+    std::int32_t const standard = StandardOffset();
+    if (!dstObserved_ || local < -farthestSecond || local > farthestSecond) return local - standard;
+    std::int32_t const inSummer = DaylightOffset();
+    std::int32_t const ahead = inSummer - standard;
+    return local - (IsDaylight(local, std::max(ahead, 0), std::max(-ahead, 0)) ? inSummer : standard);
+}
+
+KZDateTime KZTimeZone::Convert(KZTimeZone const & from, KZTimeZone const & to, KZDateTime const & value) {
+    return to.ConvertFromGMT(from.ConvertToGMT(value));
+}
+
+KZDateTime KZTimeZone::ConvertToGMT(KZTimeZone const & zone, KZDateTime const & value) {
+    return zone.ConvertToGMT(value);
+}
+
+KZDateTime KZTimeZone::ConvertFromGMT(KZTimeZone const & zone, KZDateTime const & value) {
+    return zone.ConvertFromGMT(value);
+}
+
+KZDateTime KZTimeZone::ConvertToLocal(KZTimeZone const & zone, KZDateTime const & value) {
+    return Convert(zone, GetLocalTimeZone(), value);
+}
+
+KZDateTime KZTimeZone::ConvertFromLocal(KZTimeZone const & zone, KZDateTime const & value) {
+    return Convert(GetLocalTimeZone(), zone, value);
+}
+
+KZDateTime KZTimeZone::ConvertFromLocalToGMT(KZDateTime const & value) {
+    return GetLocalTimeZone().ConvertToGMT(value);
+}
+
+KZDateTime KZTimeZone::ConvertFromGMTToLocal(KZDateTime const & value) {
+    return GetLocalTimeZone().ConvertFromGMT(value);
+}
+
+KZDateTime KZTimeZone::ConvertTo(KZTimeZone const & zone, KZDateTime const & value) const {
+    return Convert(*this, zone, value);
+}
+
+KZDateTime KZTimeZone::ConvertFrom(KZTimeZone const & zone, KZDateTime const & value) const {
+    return Convert(zone, *this, value);
+}
+
+KZDateTime KZTimeZone::ConvertToGMT(KZDateTime const & value) const {
+    return value.IsNull() ? value : ToDateTime(LocalToUTC(value.AsSeconds()));
+}
+
+KZDateTime KZTimeZone::ConvertFromGMT(KZDateTime const & value) const {
+    std::int64_t const utc = value.AsSeconds();
+    return value.IsNull() ? value : ToDateTime(utc + GetLocalMinusUTC(utc));
+}
+
+KZDateTime KZTimeZone::ConvertToLocal(KZDateTime const & value) const { return ConvertToLocal(*this, value); }
+
+KZDateTime KZTimeZone::ConvertFromLocal(KZDateTime const & value) const {
+    return ConvertFromLocal(*this, value);
+}
+
+bool KZTimeZone::operator<(KZTimeZone const & other) const noexcept {
+    if (info_.bias != other.info_.bias) return info_.bias < other.info_.bias;
+    return std::u16string_view(info_.standardName) < other.info_.standardName;
+}
+
+// Where daylight saving isn't observed, the bias stands for itself.
+std::int32_t KZTimeZone::StandardOffset() const noexcept {
+    return -60 * (dstObserved_ ? info_.bias + info_.standardBias : info_.bias);
+}
+
+// In the southern half of the world daylight time holds at both ends of the year.
+bool KZTimeZone::IsDaylight(std::int64_t local, std::int64_t startShift,
+                            std::int64_t endShift) const noexcept {
+    using namespace KZDetail;
+    std::int32_t const year = CivilFromDays(FloorDivide(local, secondsOfDay)).year;
+    std::int64_t const start = SecondOfRule(info_.daylightDate, year) + startShift;
+    std::int64_t const end = SecondOfRule(info_.standardDate, year) + endShift;
+    if (start < end) return start <= local && local < end;
+    return local < end || start <= local;
 }

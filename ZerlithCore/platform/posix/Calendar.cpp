@@ -57,13 +57,6 @@ std::tm AsTm(CalendarTime const & time, ZoneMoment const & zone, std::string con
 
 } // namespace
 
-ZoneMoment LocalZoneAt(std::int64_t utc) {
-    std::time_t const moment = utc;
-    std::tm fields{};
-    if (!localtime_r(&moment, &fields)) return {};
-    return {static_cast<std::int32_t>(fields.tm_gmtoff), Utf8ToUnits(fields.tm_zone, Utf8Mode::Replace)};
-}
-
 std::optional<std::u16string> PrintCalendar(CalendarTime const & time, ZoneMoment const & zone,
                                             std::u16string_view format, std::size_t limit) {
     std::string const zoneName = UnitsToUtf8(zone.name, Utf8Mode::Replace);

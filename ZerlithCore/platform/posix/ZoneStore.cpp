@@ -1,0 +1,304 @@
+// Keys are made from zoneinfo files when they are asked for: each file ends in the rule that holds from now on, and that
+// is all a key tells. The names of zones and their cities are a generated table.
+#include "ZerlithCore/platform/ZoneStore.h"
+
+#include "ZerlithCore/platform/posix/PosixZone.h"
+
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <fstream>
+#include <limits.h>
+#include <mutex>
+#include <unistd.h>
+
+namespace KZPlatform {
+namespace {
+
+struct ZoneName {
+    std::string_view name;
+    std::string_view cities; // between blanks; the first one gives the rule
+};
+
+constexpr ZoneName zoneNames[] = {
+#include "ZerlithCore/platform/posix/generated/ZoneNames.inl"
+};
+
+constexpr std::u16string_view zonesPath = u"software\\microsoft\\windows nt\\currentversion\\time zones";
+constexpr std::size_t longestFile = 1 << 20;
+
+char Lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char16_t Lower(char16_t c) { return c >= u'A' && c <= u'Z' ? static_cast<char16_t>(c - u'A' + u'a') : c; }
+
+std::u16string Lowered(std::u16string_view text) {
+    std::u16string result(text);
+    std::ranges::transform(result, result.begin(), [](char16_t c) { return Lower(c); });
+    return result;
+}
+
+// Names of zones and their abbreviations are ASCII; what else a rule has between brackets becomes "?".
+std::u16string Widen(std::string_view text) {
+    std::u16string result;
+    for (char const c : text)
+        result += static_cast<unsigned char>(c) < 0x80 ? static_cast<char16_t>(c) : u'?';
+    return result;
+}
+
+// --- The rule of a zoneinfo file
+
+std::string ReadBytes(std::string const & path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes(longestFile, '\0');
+    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    return bytes;
+}
+
+// From version 2 on the file ends in the rule, between two line ends.
+std::optional<PosixZone> ReadZoneFile(std::string const & path) {
+    std::string const bytes = ReadBytes(path);
+    if (bytes.size() < 46 || !bytes.starts_with("TZif") || bytes[4] < '2' || bytes.back() != '\n')
+        return std::nullopt;
+    std::string_view footer(bytes);
+    footer.remove_suffix(1);
+    std::size_t const start = footer.rfind('\n');
+    return start == std::string_view::npos ? std::nullopt : ParsePosixZone(footer.substr(start + 1));
+}
+
+std::string ZoneFolder() {
+    char const * const folder = std::getenv("TZDIR");
+    return folder && *folder ? folder : "/usr/share/zoneinfo";
+}
+
+std::optional<PosixZone> ReadCity(std::string_view city) {
+    if (city.empty() || city.front() == '/' || city.find("..") != std::string_view::npos) return std::nullopt;
+    return ReadZoneFile(ZoneFolder() + '/' + std::string(city));
+}
+
+// --- The values of a key
+
+struct Rule {
+    std::int32_t bias;
+    std::int32_t standardBias;
+    std::int32_t daylightBias;
+    std::array<std::uint16_t, 8> standardDate; // in the order of a SYSTEMTIME
+    std::array<std::uint16_t, 8> daylightDate;
+};
+static_assert(sizeof(Rule) == 44);
+
+std::chrono::year ThisYear() {
+    using namespace std::chrono;
+    return year_month_day(floor<days>(system_clock::now())).year();
+}
+
+// A rule by the day of the year is told as it falls in this one.
+std::chrono::sys_days DayOfYear(PosixChange const & change) {
+    using namespace std::chrono;
+    year const now = ThisYear();
+    int day = change.day;
+    if (change.form == PosixChange::Form::YearDayNoLeap) day -= now.is_leap() && day >= 60 ? 0 : 1;
+    return sys_days(now / January / 1) + days(day);
+}
+
+std::array<std::uint16_t, 8> DateOf(PosixChange const & change) {
+    using namespace std::chrono;
+    int month = change.month;
+    int week = change.week;
+    int weekDay = change.day;
+    if (change.form != PosixChange::Form::MonthWeekDay) {
+        sys_days const date = DayOfYear(change);
+        year_month_day const fields(date);
+        month = static_cast<int>(static_cast<unsigned>(fields.month()));
+        week = (static_cast<int>(static_cast<unsigned>(fields.day())) - 1) / 7 + 1;
+        weekDay = static_cast<int>(weekday(date).c_encoding());
+    }
+    // Hours of 24 and more stay, since the day behind a month's last Thursday isn't always its last Friday. Times in
+    // front of midnight have no such form; they move to the weekday before.
+    int second = change.second;
+    for (; second < 0; second += 86400) weekDay = (weekDay + 6) % 7;
+    auto const field = [](int value) { return static_cast<std::uint16_t>(value); };
+    return {0,
+            field(month),
+            field(weekDay),
+            field(week),
+            field(second / 3600),
+            field(second / 60 % 60),
+            field(second % 60),
+            0};
+}
+
+std::string RuleOf(PosixZone const & zone) {
+    Rule rule{};
+    rule.bias = -zone.standardOffset / 60;
+    if (!zone.daylightName.empty()) {
+        rule.daylightBias = (zone.standardOffset - zone.daylightOffset) / 60;
+        rule.daylightDate = DateOf(zone.daylightStart);
+        rule.standardDate = DateOf(zone.daylightEnd);
+    }
+    std::string bytes(sizeof rule, '\0');
+    std::memcpy(bytes.data(), &rule, sizeof rule);
+    return bytes;
+}
+
+std::string DisplayOf(PosixZone const & zone, std::string_view place) {
+    int const minutes = zone.standardOffset / 60;
+    char offset[16] = "(UTC) ";
+    if (minutes != 0)
+        std::snprintf(offset, sizeof offset, "(UTC%c%02d:%02d) ", minutes < 0 ? '-' : '+',
+                      std::abs(minutes) / 60 % 100, std::abs(minutes) % 60);
+    std::string city(place.substr(place.rfind('/') + 1));
+    std::ranges::replace(city, '_', ' ');
+    return offset + city;
+}
+
+// "Tokyo Standard Time" has "Tokyo Daylight Time"; a name of another shape serves for both.
+std::string DaylightNameOf(std::string_view name) {
+    constexpr std::string_view standard = "Standard Time";
+    std::string result(name);
+    if (name.ends_with(standard)) result.replace(name.size() - standard.size(), 8, "Daylight");
+    return result;
+}
+
+ZoneKey MakeKey(PosixZone const & zone, std::string_view standardName, std::string_view daylightName,
+                std::string_view place) {
+    ZoneKey key;
+    key.Set(u"Std", Widen(standardName));
+    key.Set(u"Dlt", Widen(daylightName));
+    key.Set(u"Display", Widen(DisplayOf(zone, place)));
+    key.Set(u"TZI", RuleOf(zone));
+    return key;
+}
+
+std::optional<ZoneKey> MakeNamedKey(ZoneName const & row) {
+    std::string_view const city = row.cities.substr(0, row.cities.find(' '));
+    auto const zone = ReadCity(city);
+    if (!zone) return std::nullopt;
+    return MakeKey(*zone, row.name, DaylightNameOf(row.name), city);
+}
+
+ZoneName const * FindName(std::u16string_view lowered) {
+    auto const * const found = std::ranges::find_if(zoneNames, [lowered](ZoneName const & row) {
+        return std::ranges::equal(row.name, lowered, [](char a, char16_t b) {
+            return Lower(a) == static_cast<char>(b) && b < 0x80;
+        });
+    });
+    return found == std::end(zoneNames) ? nullptr : found;
+}
+
+ZoneName const * FindCity(std::string_view city) {
+    if (city.empty()) return nullptr;
+    std::string const wanted = ' ' + std::string(city) + ' ';
+    auto const * const found = std::ranges::find_if(zoneNames, [&wanted](ZoneName const & row) {
+        return (' ' + std::string(row.cities) + ' ').find(wanted) != std::string::npos;
+    });
+    return found == std::end(zoneNames) ? nullptr : found;
+}
+
+// --- Keys that were put in
+
+struct Overlay {
+    std::mutex mutex;
+    std::map<std::u16string, std::pair<std::u16string, ZoneKey>> keys; // by path in lower case: path and key
+};
+
+Overlay & ThisOverlay() {
+    static Overlay overlay;
+    return overlay;
+}
+
+// --- The local zone
+
+// The city of a path into the zoneinfo folder, or nothing.
+std::string CityOfPath(std::string_view path) {
+    constexpr std::string_view folder = "/zoneinfo/";
+    std::size_t const start = path.rfind(folder);
+    return start == std::string_view::npos ? std::string() : std::string(path.substr(start + folder.size()));
+}
+
+struct Place {
+    std::optional<PosixZone> zone;
+    std::string city;
+};
+
+Place SystemPlace() {
+    constexpr char const * setting = "/etc/localtime";
+    std::array<char, PATH_MAX> target{};
+    std::string city;
+    if (realpath(setting, target.data())) city = CityOfPath(target.data());
+    return {ReadZoneFile(setting), city};
+}
+
+// TZ is a city or a path, with or without a colon in front, or a rule.
+Place PlaceOf(std::string_view setting) {
+    if (setting.starts_with(':')) setting.remove_prefix(1);
+    if (setting.starts_with('/')) return {ReadZoneFile(std::string(setting)), CityOfPath(setting)};
+    if (auto zone = ReadCity(setting)) return {std::move(zone), std::string(setting)};
+    return {ParsePosixZone(setting), {}};
+}
+
+} // namespace
+
+std::optional<ZoneKey> OpenZoneKey(std::u16string_view path) {
+    std::u16string const lowered = Lowered(path);
+    {
+        Overlay & overlay = ThisOverlay();
+        std::scoped_lock const lock(overlay.mutex);
+        auto const found = overlay.keys.find(lowered);
+        if (found != overlay.keys.end()) return found->second.second;
+    }
+    std::u16string_view const name(lowered);
+    if (!name.starts_with(zonesPath) || name.size() <= zonesPath.size() || name[zonesPath.size()] != u'\\')
+        return std::nullopt;
+    ZoneName const * const row = FindName(name.substr(zonesPath.size() + 1));
+    return row ? MakeNamedKey(*row) : std::nullopt;
+}
+
+// A name of the table whose city the system's data doesn't have isn't there; a damaged one is, and fails to open.
+std::vector<std::u16string> ListZoneKeys(std::u16string_view path) {
+    std::u16string const folder = Lowered(path);
+    std::map<std::u16string, std::u16string> names; // by lower case
+    if (folder == zonesPath)
+        for (ZoneName const & row : zoneNames) {
+            std::string const file =
+                ZoneFolder() + '/' + std::string(row.cities.substr(0, row.cities.find(' ')));
+            if (access(file.c_str(), F_OK) == 0) names.emplace(Lowered(Widen(row.name)), Widen(row.name));
+        }
+    Overlay & overlay = ThisOverlay();
+    std::scoped_lock const lock(overlay.mutex);
+    for (auto const & [lowered, key] : overlay.keys) {
+        std::u16string_view const whole(lowered);
+        bool const below =
+            whole.starts_with(folder + u'\\') && whole.find(u'\\', folder.size() + 1) == whole.npos;
+        if (below)
+            names.insert_or_assign(lowered.substr(folder.size() + 1), key.first.substr(folder.size() + 1));
+    }
+    std::vector<std::u16string> result;
+    for (auto & [lowered, name] : names) result.push_back(std::move(name));
+    return result;
+}
+
+void PutZoneKey(std::u16string_view path, std::optional<ZoneKey> key) {
+    Overlay & overlay = ThisOverlay();
+    std::scoped_lock const lock(overlay.mutex);
+    if (key)
+        overlay.keys.insert_or_assign(Lowered(path), std::pair(std::u16string(path), std::move(*key)));
+    else
+        overlay.keys.erase(Lowered(path));
+}
+
+ZoneKey LocalZoneKey() {
+    char const * const setting = std::getenv("TZ");
+    Place const place = setting ? PlaceOf(setting) : SystemPlace();
+    if (!place.zone) return MakeKey(PosixZone{"UTC", "", 0, 0, {}, {}}, "UTC", "UTC", "UTC");
+    if (ZoneName const * const row = FindCity(place.city))
+        return MakeKey(*place.zone, row->name, DaylightNameOf(row->name), place.city);
+    std::string const & daylight = place.zone->daylightName;
+    return MakeKey(*place.zone, place.zone->standardName,
+                   daylight.empty() ? place.zone->standardName : daylight,
+                   place.city.empty() ? place.zone->standardName : place.city);
+}
+
+} // namespace KZPlatform

@@ -1,0 +1,32 @@
+// Calendar values in the records of other programs, zones left aside. A null date or time leaves its fields at the
+// record's zero. Each function is false, with its target as it was, when the value can't be told in that form.
+#pragma once
+
+#include "ZerlithCore/time/KZDateEx.h"
+#include "ZerlithCore/time/KZTimeEx.h"
+
+namespace KZDetail {
+
+struct DateAndTime {
+    KZDateEx date;
+    KZTimeEx time;
+};
+
+bool ToTm(DateAndTime const & value, std::tm & out);
+bool ToSystemTime(DateAndTime const & value, SYSTEMTIME & out);
+bool ToFileTime(DateAndTime const & value, FILETIME & out);
+bool ToDouble(DateAndTime const & value, double & out);
+bool ToVariant(DateAndTime const & value, VARIANT & out);
+
+// Date fields that are all zero give a null date.
+bool FromTm(std::tm const & in, DateAndTime & value);
+bool FromSystemTime(SYSTEMTIME const & in, DateAndTime & value);
+bool FromFileTime(FILETIME const & in, DateAndTime & value);
+bool FromDouble(double in, DateAndTime & value);
+bool FromVariant(VARIANT const & in, DateAndTime & value);
+
+// Milliseconds since 1970, and back.
+std::int64_t ToMilliseconds(DateAndTime const & value);
+DateAndTime FromMilliseconds(std::int64_t milliseconds);
+
+} // namespace KZDetail

@@ -1,0 +1,46 @@
+// Calendar values as text under a template: the one printer and the one reader of all of them.
+#pragma once
+
+#include "ZerlithCore/time/KZDateEx.h"
+#include "ZerlithCore/time/KZTimeEx.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace KZDetail {
+
+// The letters that a kind of value knows; others stand for themselves in printing and for nothing in reading.
+enum CalendarLetters : unsigned int { DateLetters = 1, TimeLetters = 2, ZoneLetters = 4, AllLetters = 7 };
+
+struct CalendarValue {
+    KZDateEx date;
+    KZTimeEx time;
+    std::int32_t localMinusUtc = 0; // seconds
+};
+
+// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left; false when that cut
+// the text.
+bool PrintCalendar(char16_t * buffer, std::size_t capacity, char16_t const * format,
+                   CalendarValue const & value, unsigned int letters);
+// The same into a string, with room enough.
+void PrintCalendar(KZString & out, KZString const & format, CalendarValue const & value,
+                   unsigned int letters);
+
+struct CalendarFields {
+    int year = 0;
+    unsigned int month = 1;
+    unsigned int day = 1;
+    unsigned int hour = 0;
+    unsigned int minute = 0;
+    unsigned int second = 0;
+    unsigned int millisecond = 0;
+    std::int32_t localMinusUtc = 0;
+    unsigned int read = 0; // the fields that were in the text, by the bits of KZDateAndTime
+};
+
+// Reads `text` under `format`. Whatever the two are, it ends with the shorter one.
+CalendarFields ReadCalendar(char16_t const * text, char16_t const * format, unsigned int letters);
+
+char16_t const * SkipBlanks(char16_t const * text);
+
+} // namespace KZDetail

@@ -1,0 +1,378 @@
+#include "ZerlithCore/time/KZDateTimeEx.h"
+
+#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/time/CalendarExchange.h"
+#include "ZerlithCore/time/CalendarText.h"
+#include "ZerlithCore/time/KZDateAndTime.h"
+#include "ZerlithCore/time/KZDateExceptionEx.h"
+#include "ZerlithCore/time/KZDateTime.h"
+
+#include <istream>
+#include <limits>
+#include <ostream>
+#include <string>
+
+namespace {
+
+using KZDetail::DateAndTime;
+
+constexpr long noSuchDate = 9;
+
+KZErrorID Refuse(KZString const & text) {
+    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, noSuchDate);
+    KZErrorID id(error);
+    error->AddParam(text);
+    return id;
+}
+
+std::int64_t Milliseconds(KZDateEx const & date, KZTimeEx const & time) {
+    return KZDetail::ToMilliseconds({date, time});
+}
+
+KZDateTimeEx FromMilliseconds(std::int64_t milliseconds) {
+    DateAndTime const value = KZDetail::FromMilliseconds(milliseconds);
+    return {value.date, value.time};
+}
+
+std::int64_t Seconds(std::int64_t milliseconds) { return KZDetail::FloorDivide(milliseconds, 1000); }
+
+// What was read, still in its zone; null when the fields make no value.
+KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
+    KZDateEx date;
+    KZTimeEx time;
+    if (read.read & KZDateAndTime::Date) {
+        KZDateAndTime fields;
+        fields.year = read.year;
+        fields.month = read.month;
+        fields.day = read.day;
+        fields.mask = KZDateAndTime::Date;
+        if (!date.SetDateAndTime(fields) || date.GetYear() == 0) return {};
+    }
+    if (read.read & KZDateAndTime::Time) {
+        if (read.hour > 23 || read.minute > 59 || read.second > 59 || read.millisecond > 999) return {};
+        time.SetTime(read.hour, read.minute, read.second, read.millisecond);
+    }
+    return {date, time};
+}
+
+// Becomes the moment that `convert` makes of `from` and `zone`, or null.
+template <class From>
+bool Take(KZDateTimeEx & result, From const & from, KZTimeZone const & zone,
+          bool (*convert)(From const &, DateAndTime &)) {
+    DateAndTime value;
+    bool const ok = convert(from, value);
+    result = KZDateTimeEx(value.date, value.time);
+    result.ConvertToUTC(zone);
+    return ok;
+}
+
+} // namespace
+
+KZDateTimeEx::KZDateTimeEx(int year, unsigned int month, unsigned int day, unsigned int hour,
+                           unsigned int minute, unsigned int second, unsigned int millisecond,
+                           KZTimeZone const & zone)
+    : time_(hour, minute, second, millisecond), date_(year, month, day) {
+    bool const isCut = date_.GetYear() != year || date_.GetMonth() != month || date_.GetDay() != day;
+    if (isCut || !date_.IsValid() || time_.IsNull()) throw KZDateExceptionEx(*this);
+    ConvertToUTC(zone);
+}
+
+KZDateTimeEx::KZDateTimeEx(KZDateAndTime const & fields) {
+    bool const isSet = SetDateAndTime(fields);
+    bool const hasTime = !(fields.mask & KZDateAndTime::Time) || HasTime();
+    bool const hasDate = !(fields.mask & KZDateAndTime::Date) || HasDate();
+    if (!isSet || !hasTime || !hasDate) throw KZDateExceptionEx(*this);
+}
+
+KZDateTimeEx::KZDateTimeEx(KZString const & text, KZTimeZone const & zone)
+    : KZDateTimeEx(text, KZDateTimeEx().GetDefaultFormat(true, true), zone) {}
+
+KZDateTimeEx::KZDateTimeEx(KZString const & text, KZString const & format, KZTimeZone const & zone) {
+    KZErrorID const error = FromString(text, format, zone);
+    if (error.Bad()) throw KZDateExceptionEx(error.AsString());
+}
+
+KZDateTimeEx::KZDateTimeEx(std::tm const & time, KZTimeZone const & zone) { FromStructTM(time, zone); }
+
+KZDateTimeEx::KZDateTimeEx(SYSTEMTIME const & time, KZTimeZone const & zone) { FromSystemTime(time, zone); }
+
+KZDateTimeEx::KZDateTimeEx(FILETIME const & time, KZTimeZone const & zone) { FromFileTime(time, zone); }
+
+KZDateTimeEx::KZDateTimeEx(VARIANT const & value, KZTimeZone const & zone) { FromVariant(value, zone); }
+
+KZDateTimeEx::KZDateTimeEx(double days, KZTimeZone const & zone) { FromDouble(days, zone); }
+
+KZDateTimeEx KZDateTimeEx::GetCurrentDateTime() {
+    return FromMilliseconds(KZPlatform::WallClockMilliseconds());
+}
+
+KZDateEx KZDateTimeEx::GetDate(KZTimeZone const & zone) const noexcept { return ToLocal(zone).date_; }
+
+KZTimeEx KZDateTimeEx::GetTime(KZTimeZone const & zone) const noexcept { return ToLocal(zone).time_; }
+
+unsigned int KZDateTimeEx::GetWeekDay(KZTimeZone const & zone) const noexcept {
+    return GetDate(zone).GetWeekDay();
+}
+
+unsigned int KZDateTimeEx::GetYearDay(KZTimeZone const & zone) const noexcept {
+    return GetDate(zone).GetYearDay();
+}
+
+unsigned int KZDateTimeEx::GetYearWeek(KZTimeZone const & zone) const noexcept {
+    return GetDate(zone).GetYearWeek();
+}
+
+bool KZDateTimeEx::GetDateAndTime(KZDateAndTime & fields, KZTimeZone const & zone, unsigned int mask) const {
+    if (IsNull()) return false;
+    KZDateTimeEx const local = ToLocal(zone);
+    unsigned int filled = 0;
+    if (local.date_.GetDateAndTime(fields, mask)) filled |= fields.mask;
+    if (local.time_.GetDateAndTime(fields, mask)) filled |= fields.mask;
+    if (IsDateAndTime() && (mask & KZDateAndTime::TimeZone)) {
+        fields.timeZone = zone;
+        filled |= KZDateAndTime::TimeZone;
+    }
+    fields.mask = filled;
+    return true;
+}
+
+bool KZDateTimeEx::SetDateAndTime(KZDateAndTime const & fields, KZTimeZone const & zone) {
+    KZTimeZone const & in = fields.mask & KZDateAndTime::TimeZone ? fields.timeZone : zone;
+    KZDateTimeEx local = ToLocal(in);
+    if (fields.mask & KZDateAndTime::Date) local.date_.SetDateAndTime(fields);
+    if (fields.mask & KZDateAndTime::Time) local.time_.SetDateAndTime(fields);
+    local.ConvertToUTC(in);
+    *this = local;
+    return IsValid();
+}
+
+std::int32_t KZDateTimeEx::GetOffset(KZTimeZone const & zone) const noexcept {
+    if (!zone.GetDstObserved() || !IsDateAndTime()) return zone.GetTimeZoneInfo().bias * 60;
+    return zone.GetLocalMinusUTC(Seconds(Milliseconds(date_, time_)));
+}
+
+bool KZDateTimeEx::ConvertToUTC(KZTimeZone const & zone) noexcept {
+    if (!IsDateAndTime()) return false;
+    std::int64_t const local = Milliseconds(date_, time_);
+    std::int64_t const second = Seconds(local);
+    *this = FromMilliseconds(local + (zone.LocalToUTC(second) - second) * 1000);
+    return true;
+}
+
+bool KZDateTimeEx::ConvertFromUTCTo(KZTimeZone const & zone) noexcept {
+    *this = ToLocal(zone);
+    return IsDateAndTime();
+}
+
+KZString const & KZDateTimeEx::GetDefaultFormat(bool all, bool withMilliseconds) const {
+    static KZString const longFormat(u"%Y/%m/%d %H:%M:%S.%L");
+    static KZString const shortFormat(u"%Y/%m/%d %H:%M:%S");
+    static KZString const empty;
+    if (all) return longFormat;
+    if (IsDateAndTime()) return withMilliseconds ? longFormat : shortFormat;
+    if (IsOnlyDate()) return KZDateEx::GetDefaultFormat();
+    return IsOnlyTime() ? KZTimeEx::GetDefaultFormat(withMilliseconds) : empty;
+}
+
+bool KZDateTimeEx::AsString(KZString & out, KZTimeZone const & zone) const {
+    return AsString(out, GetDefaultFormat(false, true), zone);
+}
+
+bool KZDateTimeEx::AsString(KZString & out, KZString const & format, KZTimeZone const & zone) const {
+    if (IsNull()) {
+        out.Clear();
+        return true;
+    }
+    std::int32_t const offset =
+        IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds(Milliseconds(date_, time_))) : 0;
+    KZDateTimeEx const local =
+        offset == 0 ? *this : FromMilliseconds(Milliseconds(date_, time_) + offset * std::int64_t{1000});
+    KZDetail::PrintCalendar(out, format, {local.date_, local.time_, offset}, KZDetail::AllLetters);
+    return true;
+}
+
+bool KZDateTimeEx::AsString(char16_t * buffer, std::size_t capacity, KZString const & format,
+                            KZTimeZone const & zone) const {
+    std::int32_t const offset =
+        IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds(Milliseconds(date_, time_))) : 0;
+    KZDateTimeEx const local = ToLocal(zone);
+    return KZDetail::PrintCalendar(buffer, capacity, IsNull() ? u"" : format.c_str(),
+                                   {local.date_, local.time_, offset}, KZDetail::AllLetters);
+}
+
+KZString KZDateTimeEx::AsString(KZTimeZone const & zone) const {
+    return AsString(GetDefaultFormat(false, true), zone);
+}
+
+KZString KZDateTimeEx::AsString(KZString const & format, KZTimeZone const & zone) const {
+    KZString text;
+    AsString(text, format, zone);
+    return text;
+}
+
+KZErrorID KZDateTimeEx::FromString(KZString const & text, KZTimeZone const & zone) {
+    return FromString(text, GetDefaultFormat(true, true), zone);
+}
+
+KZErrorID KZDateTimeEx::FromString(KZString const & text, KZString const & format, KZTimeZone const & zone) {
+    SetNull();
+    if (text == u"SYSDATE") {
+        *this = GetCurrentDateTime();
+        return {};
+    }
+    char16_t const * const rest = KZDetail::SkipBlanks(text.c_str());
+    if (!*rest) return {};
+    KZDetail::CalendarFields const read = KZDetail::ReadCalendar(rest, format.c_str(), KZDetail::AllLetters);
+    KZDateTimeEx const value = ValueOf(read);
+    if (value.IsNull()) return Refuse(text);
+    *this = value;
+    if (!IsDateAndTime()) return {};
+    if (read.read & KZDateAndTime::TimeZone)
+        *this = FromMilliseconds(Milliseconds(date_, time_) - read.localMinusUtc * std::int64_t{1000});
+    else
+        ConvertToUTC(zone);
+    return {};
+}
+
+bool KZDateTimeEx::AsStructTM(std::tm & out, KZTimeZone const & zone) const {
+    KZDateTimeEx const local = ToLocal(zone);
+    return KZDetail::ToTm({local.date_, local.time_}, out);
+}
+
+bool KZDateTimeEx::AsSystemTime(SYSTEMTIME & out, KZTimeZone const & zone) const {
+    KZDateTimeEx const local = ToLocal(zone);
+    return KZDetail::ToSystemTime({local.date_, local.time_}, out);
+}
+
+bool KZDateTimeEx::AsFileTime(FILETIME & out, KZTimeZone const & zone) const {
+    KZDateTimeEx const local = ToLocal(zone);
+    return KZDetail::ToFileTime({local.date_, local.time_}, out);
+}
+
+bool KZDateTimeEx::AsVariant(VARIANT & out, KZTimeZone const & zone) const {
+    KZDateTimeEx const local = ToLocal(zone);
+    return KZDetail::ToVariant({local.date_, local.time_}, out);
+}
+
+bool KZDateTimeEx::AsDouble(double & out, KZTimeZone const & zone) const {
+    KZDateTimeEx const local = ToLocal(zone);
+    return KZDetail::ToDouble({local.date_, local.time_}, out);
+}
+
+bool KZDateTimeEx::AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const {
+    if (IsOnlyDate()) return date_.AsKZDateTime(out, zone);
+    if (!IsDateAndTime()) return time_.AsKZDateTime(out, zone);
+    std::int64_t const seconds = Seconds(Milliseconds(date_, time_));
+    if (!date_.IsValid() || seconds <= 0 || seconds > std::numeric_limits<std::uint32_t>::max()) return false;
+    out = KZDateTime(static_cast<std::uint32_t>(seconds));
+    return true;
+}
+
+bool KZDateTimeEx::FromStructTM(std::tm const & time, KZTimeZone const & zone) {
+    return Take(*this, time, zone, KZDetail::FromTm);
+}
+
+bool KZDateTimeEx::FromSystemTime(SYSTEMTIME const & time, KZTimeZone const & zone) {
+    return Take(*this, time, zone, KZDetail::FromSystemTime);
+}
+
+bool KZDateTimeEx::FromFileTime(FILETIME const & time, KZTimeZone const & zone) {
+    return Take(*this, time, zone, KZDetail::FromFileTime);
+}
+
+bool KZDateTimeEx::FromVariant(VARIANT const & value, KZTimeZone const & zone) {
+    return Take(*this, value, zone, KZDetail::FromVariant);
+}
+
+bool KZDateTimeEx::FromDouble(double days, KZTimeZone const & zone) {
+    DateAndTime value;
+    bool const ok = KZDetail::FromDouble(days, value);
+    *this = KZDateTimeEx(value.date, value.time);
+    ConvertToUTC(zone);
+    return ok;
+}
+
+bool KZDateTimeEx::FromKZDateTime(KZDateTime const & moment) {
+    SetNull();
+    if (moment.IsNull()) return false;
+    *this = FromMilliseconds(std::int64_t{moment.AsSeconds()} * 1000);
+    return true;
+}
+
+KZDateTimeEx & KZDateTimeEx::operator++() { return *this += 1; }
+
+KZDateTimeEx & KZDateTimeEx::operator--() { return *this -= 1; }
+
+KZDateTimeEx KZDateTimeEx::operator++(int) {
+    KZDateTimeEx const before = *this;
+    ++*this;
+    return before;
+}
+
+KZDateTimeEx KZDateTimeEx::operator--(int) {
+    KZDateTimeEx const before = *this;
+    --*this;
+    return before;
+}
+
+KZDateTimeEx & KZDateTimeEx::operator+=(long seconds) {
+    return *this += KZDurationEx(seconds, KZDurationEx::second);
+}
+
+KZDateTimeEx & KZDateTimeEx::operator-=(long seconds) {
+    return *this -= KZDurationEx(seconds, KZDurationEx::second);
+}
+
+KZDateTimeEx & KZDateTimeEx::AddOrSubstract(KZDurationEx const & duration, bool add) {
+    if (IsNull() || !duration.IsValid() || duration.GetDuration() == 0) return *this;
+    if (duration.GetUnit() > KZDurationEx::day) {
+        if (!HasTime()) time_ = KZTimeEx(0);
+        date_.AddDays(time_.AddOrSubstractAux(duration, add));
+    } else if (IsDateAndTime()) {
+        // By the wall clock, so that a day later is the same hour also where the clocks have changed.
+        KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone();
+        KZDateTimeEx local = ToLocal(zone);
+        local.date_.AddOrSubstract(duration, add);
+        local.ConvertToUTC(zone);
+        *this = local;
+    } else {
+        date_.AddOrSubstract(duration, add);
+    }
+    return *this;
+}
+
+KZDurationEx operator-(KZDateTimeEx const & a, KZDateTimeEx const & b) {
+    if (a.IsOnlyTime() && b.IsOnlyTime()) return a.time_ - b.time_;
+    if (a.IsOnlyDate() && b.IsOnlyDate()) return a.date_ - b.date_;
+    SYSTEMTIME left;
+    SYSTEMTIME right;
+    KZTimeZone const & utc = KZTimeZone::GetUTCTimeZone();
+    if (!a.HasDate() || !b.HasDate() || !a.AsSystemTime(left, utc) || !b.AsSystemTime(right, utc))
+        return KZDurationEx(0, KZDurationEx::invalid);
+    std::int64_t const milliseconds = Milliseconds(a.date_, a.time_) - Milliseconds(b.date_, b.time_);
+    return KZDurationEx(static_cast<long>(milliseconds / 1000), KZDurationEx::second);
+}
+
+KZDateTimeEx KZDateTimeEx::ToLocal(KZTimeZone const & zone) const noexcept {
+    if (!IsDateAndTime()) return *this;
+    std::int64_t const utc = Milliseconds(date_, time_);
+    std::int32_t const offset = zone.GetLocalMinusUTC(Seconds(utc));
+    return offset == 0 ? *this : FromMilliseconds(utc + offset * std::int64_t{1000});
+}
+
+std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const & value) {
+    return stream << value.AsString();
+}
+
+std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value) {
+    std::wstring text;
+    if (!(stream >> text)) return stream;
+    KZErrorID error = value.FromString(KZString(KZFromWide(text)));
+    std::wstring time;
+    if (error.Good() && value.IsOnlyDate() && stream.peek() == L' ' && stream >> time)
+        error = value.FromString(KZString(KZFromWide(text + L' ' + time)));
+    if (error.Bad()) stream.setstate(std::ios_base::failbit);
+    return stream;
+}

@@ -1,0 +1,50 @@
+/// @file
+/// A date and time in fields of 16 bits, and the yearly rule that the same fields tell in a time zone.
+#pragma once
+
+#include "ZerlithCore/time/KZExchangeTypes.h"
+
+#include <cstdint>
+
+/// The fields of a SYSTEMTIME, in its order.
+///
+/// With the year 0 they are a rule for the change of clocks in any year: `month` (0: there is no change), `dayOfWeek`
+/// (0 is Sunday), `day` the how-manieth such weekday of the month (1 to 5, 5 being the last), and the wall-clock time
+/// before the change. An `hour` of 24 or more reaches into the days behind that one.
+struct KZSystemTime {
+    std::uint16_t year = 0;
+    std::uint16_t month = 0;
+    std::uint16_t dayOfWeek = 0;
+    std::uint16_t day = 0;
+    std::uint16_t hour = 0;
+    std::uint16_t minute = 0;
+    std::uint16_t second = 0;
+    std::uint16_t milliseconds = 0;
+
+    constexpr KZSystemTime() noexcept = default;
+    constexpr KZSystemTime(std::uint16_t ofYear, std::uint16_t ofMonth, std::uint16_t ofDayOfWeek,
+                           std::uint16_t ofDay, std::uint16_t ofHour, std::uint16_t ofMinute,
+                           std::uint16_t ofSecond, std::uint16_t ofMilliseconds) noexcept
+        : year(ofYear)
+        , month(ofMonth)
+        , dayOfWeek(ofDayOfWeek)
+        , day(ofDay)
+        , hour(ofHour)
+        , minute(ofMinute)
+        , second(ofSecond)
+        , milliseconds(ofMilliseconds) {}
+    constexpr explicit KZSystemTime(SYSTEMTIME const & time) noexcept { Assign(*this, time); }
+
+    static constexpr void Assign(KZSystemTime & out, SYSTEMTIME const & time) noexcept {
+        out = {time.wYear, time.wMonth,  time.wDayOfWeek, time.wDay,
+               time.wHour, time.wMinute, time.wSecond,    time.wMilliseconds};
+    }
+    static constexpr void Assign(SYSTEMTIME & out, KZSystemTime const & time) noexcept {
+        out = {time.year, time.month,  time.dayOfWeek, time.day,
+               time.hour, time.minute, time.second,    time.milliseconds};
+    }
+
+    bool operator==(KZSystemTime const &) const noexcept = default;
+};
+
+static_assert(sizeof(KZSystemTime) == 16);

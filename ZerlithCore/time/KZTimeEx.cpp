@@ -1,0 +1,159 @@
+#include "ZerlithCore/time/KZTimeEx.h"
+
+#include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/time/CalendarExchange.h"
+#include "ZerlithCore/time/CalendarText.h"
+#include "ZerlithCore/time/KZDateAndTime.h"
+#include "ZerlithCore/time/KZDateTime.h"
+
+#include <istream>
+#include <limits>
+#include <ostream>
+#include <string>
+
+namespace {
+
+using KZDetail::DateAndTime;
+
+// Becomes the time of day that `convert` makes of `from`, or null.
+template <class From>
+bool Take(KZTimeEx & time, From const & from, bool (*convert)(From const &, DateAndTime &)) {
+    DateAndTime value;
+    bool const ok = convert(from, value);
+    time = value.time;
+    return ok;
+}
+
+} // namespace
+
+KZString const & KZTimeEx::GetDefaultFormat(bool withMilliseconds) {
+    static KZString const longFormat(u"%H:%M:%S.%L");
+    static KZString const shortFormat(u"%H:%M:%S");
+    return withMilliseconds ? longFormat : shortFormat;
+}
+
+KZTimeEx KZTimeEx::GetTheCurrentTime(bool local) {
+    std::int64_t const now = KZPlatform::WallClockMilliseconds();
+    std::int64_t const offset = local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(now / 1000) : 0;
+    return KZDetail::FromMilliseconds(now + offset * 1000).time;
+}
+
+bool KZTimeEx::GetDateAndTime(KZDateAndTime & fields, unsigned int mask) const {
+    if (IsNull()) return false;
+    fields.mask = mask & KZDateAndTime::Time;
+    if (mask & KZDateAndTime::Hour) fields.hour = GetHour();
+    if (mask & KZDateAndTime::Minute) fields.minute = GetMinute();
+    if (mask & KZDateAndTime::Second) fields.second = GetSecond();
+    if (mask & KZDateAndTime::Millisecond) fields.millisecond = GetMillisecond();
+    return true;
+}
+
+bool KZTimeEx::SetDateAndTime(KZDateAndTime const & fields) {
+    unsigned int const mask = fields.mask & KZDateAndTime::Time;
+    if (mask == KZDateAndTime::Time) {
+        SetTime(fields.hour, fields.minute, fields.second, fields.millisecond);
+        return IsValid();
+    }
+    if (mask == 0) return IsValid();
+    std::int64_t total = Count();
+    if (mask & KZDateAndTime::Hour) total = fields.hour * std::int64_t{3600000} + total % 3600000;
+    if (mask & KZDateAndTime::Minute) total += fields.minute * std::int64_t{60000} - GetMinute();
+    if (mask & KZDateAndTime::Second) total += fields.second * std::int64_t{1000} - GetSecond();
+    if (mask & KZDateAndTime::Millisecond) total += std::int64_t{fields.millisecond} - GetMillisecond();
+    Store(total);
+    return IsValid();
+}
+
+bool KZTimeEx::AsString(KZString & out) const { return AsString(out, GetDefaultFormat()); }
+
+bool KZTimeEx::AsString(KZString & out, KZString const & format) const {
+    if (IsNull())
+        out.Clear();
+    else
+        KZDetail::PrintCalendar(out, format, {{}, *this}, KZDetail::TimeLetters);
+    return true;
+}
+
+bool KZTimeEx::AsString(char16_t * buffer, std::size_t capacity, KZString const & format) const {
+    return KZDetail::PrintCalendar(buffer, capacity, IsNull() ? u"" : format.c_str(), {{}, *this},
+                                   KZDetail::TimeLetters);
+}
+
+KZString KZTimeEx::AsString() const { return AsString(GetDefaultFormat()); }
+
+KZString KZTimeEx::AsString(KZString const & format) const {
+    KZString text;
+    AsString(text, format);
+    return text;
+}
+
+bool KZTimeEx::FromString(KZString const & text) { return FromString(text, GetDefaultFormat()); }
+
+bool KZTimeEx::FromString(KZString const & text, KZString const & format) {
+    SetNull();
+    if (text == u"SYSTIME") {
+        *this = GetTheCurrentTime(true);
+        return true;
+    }
+    char16_t const * const rest = KZDetail::SkipBlanks(text.c_str());
+    if (!*rest) return true;
+    KZDetail::CalendarFields const read = KZDetail::ReadCalendar(rest, format.c_str(), KZDetail::TimeLetters);
+    if (read.read == 0 || read.hour > 23 || read.minute > 59 || read.second > 59 || read.millisecond > 999)
+        return false;
+    SetTime(read.hour, read.minute, read.second, read.millisecond);
+    return true;
+}
+
+bool KZTimeEx::AsStructTM(std::tm & out) const { return KZDetail::ToTm({{}, *this}, out); }
+
+bool KZTimeEx::AsSystemTime(SYSTEMTIME & out) const { return KZDetail::ToSystemTime({{}, *this}, out); }
+
+bool KZTimeEx::AsFileTime(FILETIME & out) const { return KZDetail::ToFileTime({{}, *this}, out); }
+
+bool KZTimeEx::AsVariant(VARIANT & out) const { return KZDetail::ToVariant({{}, *this}, out); }
+
+bool KZTimeEx::AsDouble(double & out) const { return KZDetail::ToDouble({{}, *this}, out); }
+
+bool KZTimeEx::AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const {
+    if (IsNull()) return false;
+    std::int64_t const seconds = zone.LocalToUTC(AsSeconds());
+    if (seconds <= 0 || seconds > std::numeric_limits<std::uint32_t>::max()) return false;
+    out = KZDateTime(static_cast<std::uint32_t>(seconds));
+    return true;
+}
+
+bool KZTimeEx::FromStructTM(std::tm const & time) { return Take(*this, time, KZDetail::FromTm); }
+
+bool KZTimeEx::FromSystemTime(SYSTEMTIME const & time) { return Take(*this, time, KZDetail::FromSystemTime); }
+
+bool KZTimeEx::FromFileTime(FILETIME const & time) { return Take(*this, time, KZDetail::FromFileTime); }
+
+bool KZTimeEx::FromVariant(VARIANT const & value) { return Take(*this, value, KZDetail::FromVariant); }
+
+bool KZTimeEx::FromDouble(double days) {
+    DateAndTime value;
+    bool const ok = KZDetail::FromDouble(days, value);
+    *this = value.time;
+    return ok;
+}
+
+bool KZTimeEx::FromKZDateTime(KZDateTime const & moment, bool local) {
+    SetNull();
+    if (moment.IsNull()) return false;
+    std::int64_t const utc = moment.AsSeconds();
+    std::int64_t const offset = local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(utc) : 0;
+    *this = KZDetail::FromMilliseconds((utc + offset) * 1000).time;
+    return true;
+}
+
+std::wostream & operator<<(std::wostream & stream, KZTimeEx const & time) {
+    return stream << time.AsString();
+}
+
+std::wistream & operator>>(std::wistream & stream, KZTimeEx & time) {
+    std::wstring word;
+    if (stream >> word && !time.FromString(KZString(KZFromWide(word))))
+        stream.setstate(std::ios_base::failbit);
+    return stream;
+}

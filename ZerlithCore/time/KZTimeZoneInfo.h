@@ -1,0 +1,29 @@
+/// @file
+/// The rule of a time zone as a plain record.
+#pragma once
+
+#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/time/KZSystemTime.h"
+
+#include <cstdint>
+
+/// A bias from UTC, the two yearly changes of clocks, and the names. Names end in a 0 unit, longer ones are cut.
+struct KZ_EXPORT KZTimeZoneInfo {
+    std::int32_t bias = 0; ///< minutes, UTC minus local time: -60 in Berlin
+    char16_t standardName[32] = {};
+    KZSystemTime standardDate;
+    std::int32_t standardBias = 0; ///< minutes that standard time adds to `bias`, usually 0
+    char16_t daylightName[32] = {};
+    KZSystemTime daylightDate;
+    std::int32_t daylightBias = 0; ///< minutes that daylight time adds to `bias`, usually -60
+    char16_t displayName[64] = {}; ///< "(UTC+01:00) Berlin"
+
+    /// The rules by which standard and daylight time begin; month 0 where the clocks never change.
+    [[nodiscard]] KZSystemTime const & GetStandardDate() const noexcept { return standardDate; }
+    [[nodiscard]] KZSystemTime const & GetDaylightDate() const noexcept { return daylightDate; }
+
+    /// Everything but the display name.
+    bool operator==(KZTimeZoneInfo const & other) const noexcept;
+};
+
+static_assert(sizeof(KZTimeZoneInfo) == 300);

@@ -1,0 +1,24 @@
+// The yearly rule of a change of clocks, as a local second.
+#pragma once
+
+#include "ZerlithCore/time/CalendarDays.h"
+#include "ZerlithCore/time/KZSystemTime.h"
+
+namespace KZDetail {
+
+// The day of the month on which `rule` falls in `year`. Week 5 is the last; nonsense stays within the month.
+constexpr unsigned int DayOfRule(KZSystemTime const & rule, int year, std::int64_t firstOfMonth) noexcept {
+    unsigned int const toWeekDay = (rule.dayOfWeek + 7U - WeekDayOfDays(firstOfMonth)) % 7;
+    unsigned int const week = rule.day < 1 ? 1U : rule.day > 5 ? 5U : rule.day;
+    unsigned int const day = 1 + toWeekDay + 7 * (week - 1);
+    return day > DaysInMonth(year, rule.month) ? day - 7 : day;
+}
+
+// Seconds since 1970 on the wall clock before the change.
+constexpr std::int64_t SecondOfRule(KZSystemTime const & rule, int year) noexcept {
+    std::int64_t const firstOfMonth = DaysFromCivil(year, rule.month, 1);
+    std::int64_t const day = firstOfMonth + DayOfRule(rule, year, firstOfMonth) - 1;
+    return day * secondsOfDay + rule.hour * 3600 + rule.minute * 60 + rule.second;
+}
+
+} // namespace KZDetail
