@@ -1,0 +1,45 @@
+// The readers of calendar values take any text under any template, read what they print, and end.
+#include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/time/KZDateTimeEx.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+// Prints and reads again, under a template of all letters: what is valid comes back.
+void CheckRoundTrip(KZDateTimeEx const & value) {
+    KZTimeZone const & utc = KZTimeZone::GetUTCTimeZone();
+    KZDateTimeEx back;
+    KZString const format = value.GetDefaultFormat(false, true);
+    if (back.FromString(value.AsString(format, utc), format, utc).Bad() || back != value) std::abort();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t size) {
+    std::u16string units(size / 2, u'\0');
+    std::memcpy(units.data(), data, units.size() * 2);
+    std::size_t const split = units.find(u'\0');
+    KZString const text(units.substr(0, split));
+    KZString const format(split == units.npos ? std::u16string(u"%Y/%m/%d %H:%M:%S.%L%Z")
+                                              : units.substr(split + 1));
+
+    KZDateEx date;
+    if (date.FromString(text, format) && !date.IsNull() && !date.IsValid()) std::abort();
+    date.AsString(format);
+    KZTimeEx time;
+    time.FromString(text, format);
+    if (time.AsInt() < -1 || time.AsInt() >= 86400000) std::abort();
+    KZDateTimeEx value;
+    if (value.FromString(text, format).Good() && !value.IsNull()) CheckRoundTrip(value);
+    char16_t buffer[24];
+    value.AsString(buffer, units.size() % 25, format);
+    KZDurationEx duration;
+    duration.FromString(text);
+    duration.Normalize();
+    duration.AsString(true);
+    return 0;
+}
