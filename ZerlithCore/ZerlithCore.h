@@ -77,6 +77,13 @@
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 #include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
+#include "ZerlithCore/pattern/KZLookupTable.h"
+#include "ZerlithCore/pattern/KZNFANodeSet.h"
+#include "ZerlithCore/pattern/KZRangeSet.h"
+#include "ZerlithCore/pattern/KZRegEx.h"
+#include "ZerlithCore/pattern/KZRegExParser.h"
+#include "ZerlithCore/pattern/KZRegExSyntaxNode.h"
+#include "ZerlithCore/pattern/KZUWCharSet.h"
 
 
 #include "ZerlithCore/app/KZApplication.h"

@@ -1,0 +1,120 @@
+/// @file
+/// A table from ranges of keys to values.
+#pragma once
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+/// One entry of a KZLookupTable: the keys from `low` up to, but not including, `high`.
+template <class Key, class Value>
+struct KZLookupRange {
+    Key low;
+    Key high;
+    Value value;
+
+    bool operator==(KZLookupRange const &) const = default;
+};
+
+/// Values by ranges of keys; a key that no range covers has the default value.
+///
+/// The ranges are sorted, never empty, don't overlap, and neighbours of equal value are merged. A look-up is a binary
+/// search; a change moves the ranges behind it.
+///
+/// Thread safety: a const object may be read from any thread.
+template <class Key, class Value>
+class KZLookupTable {
+public:
+    using Range = KZLookupRange<Key, Value>;
+    using const_iterator = typename std::vector<Range>::const_iterator;
+
+    explicit KZLookupTable(Value defaultValue = Value()) : default_(std::move(defaultValue)) {}
+
+    [[nodiscard]] const_iterator begin() const noexcept { return ranges_.begin(); }
+    [[nodiscard]] const_iterator end() const noexcept { return ranges_.end(); }
+    [[nodiscard]] std::size_t size() const noexcept { return ranges_.size(); }
+    [[nodiscard]] bool empty() const noexcept { return ranges_.empty(); }
+    void clear() noexcept { ranges_.clear(); }
+
+    /// The value at `key`.
+    [[nodiscard]] Value const & Lookup(Key key) const {
+        auto const found = FirstBehind(key);
+        return found != ranges_.end() && found->low <= key ? found->value : default_;
+    }
+
+    /// Gives the keys from `low` up to `high` this value; nothing when the range is empty.
+    void Assign(Key low, Key high, Value const & value) {
+        if (!(low < high)) return;
+        // Ranges that touch take part, so that they can be merged.
+        auto first = std::ranges::lower_bound(ranges_, low, {}, &Range::high);
+        auto last = std::ranges::upper_bound(first, ranges_.end(), high, {}, &Range::low);
+        Range fresh{low, high, value};
+        Range left = fresh;
+        Range right = fresh;
+        bool keepLeft = false;
+        bool keepRight = false;
+        if (first != last) {
+            keepLeft = first->low < low && !(first->value == value);
+            if (keepLeft)
+                left = {first->low, low, first->value};
+            else if (first->low < low)
+                fresh.low = first->low;
+            Range const & back = *(last - 1);
+            keepRight = high < back.high && !(back.value == value);
+            if (keepRight)
+                right = {high, back.high, back.value};
+            else if (high < back.high)
+                fresh.high = back.high;
+        }
+        Replace(first, last, keepLeft ? &left : nullptr, &fresh, keepRight ? &right : nullptr);
+    }
+
+    /// Takes the keys from `low` up to `high` out of the table.
+    void Erase(Key low, Key high) {
+        if (!(low < high)) return;
+        auto first = FirstBehind(low);
+        auto last = std::ranges::lower_bound(first, ranges_.end(), high, {}, &Range::low);
+        if (first == last) return;
+        Range const left{first->low, low, first->value};
+        Range const right{high, (last - 1)->high, (last - 1)->value};
+        Replace(first, last, left.low < low ? &left : nullptr, nullptr, high < right.high ? &right : nullptr);
+    }
+
+    /// Adds a range behind all others; `low` must not lie before their end.
+    void Append(Key low, Key high, Value const & value) {
+        if (!ranges_.empty() && ranges_.back().high == low && ranges_.back().value == value)
+            ranges_.back().high = high;
+        else
+            ranges_.push_back({low, high, value});
+    }
+
+    friend bool operator==(KZLookupTable const & a, KZLookupTable const & b) {
+        return a.ranges_ == b.ranges_;
+    }
+
+private:
+    /// The first range that ends behind `key`.
+    [[nodiscard]] auto FirstBehind(Key key) const {
+        return std::ranges::upper_bound(ranges_, key, {}, &Range::high);
+    }
+    [[nodiscard]] auto FirstBehind(Key key) {
+        return std::ranges::upper_bound(ranges_, key, {}, &Range::high);
+    }
+
+    using Place = typename std::vector<Range>::iterator;
+    void Replace(Place first, Place last, Range const * a, Range const * b, Range const * c) {
+        for (Range const * part : {a, b, c}) {
+            if (!part) continue;
+            if (first != last) {
+                *first++ = *part;
+            } else {
+                first = ranges_.insert(first, *part) + 1;
+                last = first;
+            }
+        }
+        ranges_.erase(first, last);
+    }
+
+    std::vector<Range> ranges_;
+    Value default_;
+};

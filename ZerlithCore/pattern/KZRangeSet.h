@@ -1,0 +1,102 @@
+/// @file
+/// A set of values as sorted ranges.
+#pragma once
+
+#include "ZerlithCore/pattern/KZLookupTable.h"
+
+#include <algorithm>
+#include <compare>
+
+/// A set of keys. Ranges are half open, so the greatest value of `T` can't be in any set.
+///
+/// Thread safety: a const object may be read from any thread.
+template <class T>
+class KZRangeSet {
+public:
+    using Table = KZLookupTable<T, bool>;
+    using const_iterator = typename Table::const_iterator;
+
+    /// Adds, or removes, the keys from `low` up to, but not including, `high`; nothing for an empty range.
+    void Add(T low, T high) { table_.Assign(low, high, true); }
+    void Del(T low, T high) { table_.Erase(low, high); }
+    void Clear() noexcept { table_.clear(); }
+
+    [[nodiscard]] bool IsEmpty() const noexcept { return table_.empty(); }
+    [[nodiscard]] bool IsInSet(T key) const { return table_.Lookup(key); }
+    /// The number of keys, counted in `T`.
+    [[nodiscard]] T GetKeyLength() const {
+        T sum{};
+        for (auto const & range : table_) sum = static_cast<T>(sum + (range.high - range.low));
+        return sum;
+    }
+    /// The ranges in order.
+    [[nodiscard]] const_iterator GetBegin() const noexcept { return table_.begin(); }
+    [[nodiscard]] const_iterator GetEnd() const noexcept { return table_.end(); }
+
+    /// Union, difference and intersection.
+    KZRangeSet & operator|=(KZRangeSet const & other) {
+        if (this != &other)
+            for (auto const & range : other.table_) Add(range.low, range.high);
+        return *this;
+    }
+    KZRangeSet & operator/=(KZRangeSet const & other) {
+        if (this == &other) {
+            Clear();
+        } else {
+            for (auto const & range : other.table_) Del(range.low, range.high);
+        }
+        return *this;
+    }
+    KZRangeSet & operator&=(KZRangeSet const & other) {
+        if (this == &other) return *this;
+        Table const mine = table_;
+        table_.clear();
+        ComputeIntersection(table_, mine, other.table_);
+        return *this;
+    }
+    /// Becomes the intersection of `a` and `b`, which is taken out of both.
+    void ComputeDifference(KZRangeSet & a, KZRangeSet & b) {
+        Table common(false);
+        ComputeIntersection(common, a.table_, b.table_);
+        for (auto const & range : common) {
+            a.Del(range.low, range.high);
+            b.Del(range.low, range.high);
+        }
+        table_ = std::move(common);
+    }
+
+    /// True when the sets share a key.
+    [[nodiscard]] bool operator&(KZRangeSet const & other) const {
+        auto a = GetBegin();
+        auto b = other.GetBegin();
+        while (a != GetEnd() && b != other.GetEnd()) {
+            if (std::max(a->low, b->low) < std::min(a->high, b->high)) return true;
+            a->high < b->high ? ++a : ++b;
+        }
+        return false;
+    }
+    friend bool operator==(KZRangeSet const & a, KZRangeSet const & b) { return a.table_ == b.table_; }
+    /// By the ranges one after the other: their low, then their high ends. A set that runs out first stands in front.
+    friend bool operator<(KZRangeSet const & a, KZRangeSet const & b) {
+        return std::lexicographical_compare(
+            a.GetBegin(), a.GetEnd(), b.GetBegin(), b.GetEnd(), [](auto const & left, auto const & right) {
+                return left.low != right.low ? left.low < right.low : left.high < right.high;
+            });
+    }
+
+protected:
+    /// Appends the overlaps of two tables to the empty `result`.
+    static void ComputeIntersection(Table & result, Table const & a, Table const & b) {
+        auto left = a.begin();
+        auto right = b.begin();
+        while (left != a.end() && right != b.end()) {
+            T const low = std::max(left->low, right->low);
+            T const high = std::min(left->high, right->high);
+            if (low < high) result.Append(low, high, true);
+            left->high < right->high ? ++left : ++right;
+        }
+    }
+
+private:
+    Table table_{false};
+};

@@ -1,0 +1,185 @@
+// Recursive descent, one token ahead. Sequences and alternates nest to the left, so only parentheses recurse.
+#include "ZerlithCore/pattern/KZRegExParser.h"
+
+#include <utility>
+
+namespace {
+
+constexpr std::uint32_t deepestNesting = 1000;
+
+KZSmartPtr<KZRegExSyntaxNode> MakeSet(KZUWCharSet const & set) {
+    KZSmartPtr<KZRegExSyntaxNodeCharSet> node(new KZRegExSyntaxNodeCharSet);
+    static_cast<KZUWCharSet &>(*node) = set;
+    return node;
+}
+
+} // namespace
+
+KZRegExParserBase::~KZRegExParserBase() = default;
+
+KZParsedRegEx KZRegExParserBase::Parse() {
+    if (!std::exchange(isParsed_, true)) {
+        GetRegExChar();
+        root_ = ParseRegEx();
+        if (error_ || token_ != Token::End) root_.Clear();
+    }
+    return {root_, collatingTable_, wCollatingTable_};
+}
+
+void KZRegExParserBase::GetRegExChar() { ReadToken(false); }
+
+void KZRegExParserBase::GetGroupChar() { ReadToken(true); }
+
+std::uint32_t KZRegExParserBase::GetCount(std::uint32_t defaultValue) {
+    std::uint32_t value = defaultValue;
+    for (; token_ == Token::Character && character_ >= u'0' && character_ <= u'9'; GetRegExChar())
+        value = character_ - u'0';
+    return value;
+}
+
+KZRegExParserBase::Node KZRegExParserBase::ParseRegEx() {
+    Node left = ParseSequence();
+    while (!error_ && token_ == Token::Alternative) {
+        GetRegExChar();
+        Node right = ParseSequence();
+        if (!error_) left = Node(new KZRegExSyntaxNodeAlternate(std::move(left), std::move(right)));
+    }
+    return error_ ? Node() : left;
+}
+
+KZRegExParserBase::Node KZRegExParserBase::ParseSequence() {
+    Node left = ParseRepSubRegEx();
+    while (!error_ && token_ != Token::End && token_ != Token::Alternative && token_ != Token::Close) {
+        Node right = ParseRepSubRegEx();
+        if (!error_) left = Node(new KZRegExSyntaxNodeSequence(std::move(left), std::move(right)));
+    }
+    return error_ ? Node() : left;
+}
+
+KZRegExParserBase::Node KZRegExParserBase::ParseRepSubRegEx() {
+    Node node = ParseSubRegEx();
+    return error_ ? Node() : ParseSuffix(std::move(node));
+}
+
+KZRegExParserBase::Node KZRegExParserBase::ParseSubRegEx() {
+    KZUWCharSet set;
+    Node node;
+    switch (token_) {
+    case Token::Character: set.AddChar(character_); break;
+    case Token::Any: set.AddAllChars(); break;
+    case Token::GroupStart: node = ParseGroupDef(); break;
+    case Token::Open:
+        if (++depth_ > deepestNesting) return Fail();
+        GetRegExChar();
+        node = ParseRegEx();
+        --depth_;
+        if (!error_ && token_ != Token::Close) return Fail();
+        break;
+    default: return Fail();
+    }
+    if (error_) return {};
+    if (node.IsNull()) node = MakeSet(set);
+    GetRegExChar();
+    return node;
+}
+
+KZRegExParserBase::Node KZRegExParserBase::ParseGroupDef() {
+    KZUWCharSet set;
+    GetGroupChar();
+    bool const negate = token_ == Token::Negate;
+    if (negate) {
+        set.AddAllChars();
+        GetGroupChar();
+    }
+    while (token_ == Token::Character)
+        if (!ReadGroupItem(set, negate)) return Fail();
+    return token_ == Token::GroupEnd ? MakeSet(set) : Fail();
+}
+
+void KZRegExParserBase::ReadToken(bool inGroup) {
+    struct Special {
+        char16_t unit;
+        Token token;
+        bool inGroup;
+        bool outside;
+    };
+    static constexpr Special specials[] = {
+        {u'[', Token::GroupStart, true, true},   {u']', Token::GroupEnd, true, true},
+        {u'(', Token::Open, false, true},        {u')', Token::Close, false, true},
+        {u'{', Token::CountOpen, false, true},   {u'}', Token::CountClose, false, true},
+        {u'|', Token::Alternative, false, true}, {u'.', Token::Any, false, true},
+        {u'+', Token::OneOrMore, false, true},   {u'*', Token::ZeroOrMore, false, true},
+        {u'?', Token::Optional, false, true},    {u'-', Token::Range, true, false},
+        {u'^', Token::Negate, true, false},
+    };
+    character_ = GetNextChar();
+    token_ = character_ == 0 ? Token::End : Token::Character;
+    if (character_ == u'\\') {
+        // At the very end the backslash stands for itself.
+        char16_t const next = GetNextChar();
+        if (next != 0) character_ = next;
+        return;
+    }
+    for (Special const & special : specials)
+        if (special.unit == character_ && (inGroup ? special.inGroup : special.outside))
+            token_ = special.token;
+}
+
+KZRegExParserBase::Node KZRegExParserBase::ParseSuffix(Node node) {
+    std::uint32_t minimum = 0;
+    std::uint32_t maximum = KZRegExSyntaxNodeRepeat::Unbounded;
+    switch (token_) {
+    case Token::OneOrMore: minimum = 1; break;
+    case Token::ZeroOrMore: break;
+    case Token::Optional: maximum = 1; break;
+    case Token::CountOpen: return ParseCount(std::move(node));
+    default: return node;
+    }
+    GetRegExChar();
+    return Node(new KZRegExSyntaxNodeRepeat(std::move(node), minimum, maximum));
+}
+
+// Between the counts any character separates.
+KZRegExParserBase::Node KZRegExParserBase::ParseCount(Node node) {
+    GetRegExChar();
+    std::uint32_t const minimum = GetCount(1);
+    std::uint32_t maximum = minimum;
+    if (token_ != Token::CountClose) {
+        if (token_ != Token::Character) return Fail();
+        GetRegExChar();
+        maximum = GetCount(KZRegExSyntaxNodeRepeat::Unbounded);
+        if (token_ != Token::CountClose) return Fail();
+    }
+    if (maximum < minimum) return Fail();
+    GetRegExChar();
+    if (minimum == 1 && maximum == 1) return node;
+    return Node(new KZRegExSyntaxNodeRepeat(std::move(node), minimum, maximum));
+}
+
+KZRegExParserBase::Node KZRegExParserBase::Fail() {
+    error_ = true;
+    return {};
+}
+
+// A character, or a range of them.
+bool KZRegExParserBase::ReadGroupItem(KZUWCharSet & set, bool negate) {
+    char16_t const low = character_;
+    char16_t high = low;
+    GetGroupChar();
+    if (token_ == Token::Range) {
+        GetGroupChar();
+        high = character_;
+        if (token_ != Token::Character || high < low) return false;
+        GetGroupChar();
+    }
+    negate ? set.DelRange(low, high) : set.AddRange(low, high);
+    return true;
+}
+
+KZStringRegExParser::~KZStringRegExParser() = default;
+
+char16_t KZStringRegExParser::GetNextChar() {
+    char16_t const unit = text_[position_];
+    if (unit != 0) ++position_;
+    return unit;
+}

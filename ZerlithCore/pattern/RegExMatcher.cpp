@@ -1,0 +1,124 @@
+// Matching. One load gives the class of a unit, one more the next state. States that stay as they are for a while are
+// left to a scan for the first unit that leaves them.
+#include "ZerlithCore/pattern/RegExMatcher.h"
+
+#include <algorithm>
+#include <bit>
+#include <new>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace KZDetail {
+
+MatchTables::MatchTables(std::vector<DFAState> const & states) {
+    MakeClasses(states);
+    MakeRows(states);
+}
+
+bool MatchTables::Match(std::u16string_view text) const noexcept { return Match(text, Identity{}); }
+
+// Classes are the pieces between all ends of ranges. A page that lies in one piece is shared by all such pages.
+void MatchTables::MakeClasses(std::vector<DFAState> const & states) {
+    bounds_.assign({0, 0x10000});
+    for (DFAState const & state : states)
+        for (auto const & range : state.transitions) {
+            bounds_.push_back(range.low);
+            bounds_.push_back(range.high);
+        }
+    std::ranges::sort(bounds_);
+    auto const doubles = std::ranges::unique(bounds_);
+    bounds_.erase(doubles.begin(), doubles.end());
+    classCount_ = static_cast<std::uint32_t>(bounds_.size() - 1);
+
+    std::uint32_t piece = 0;
+    std::uint32_t sharedPiece = noState;
+    for (std::uint32_t page = 0; page < pages_.size(); ++page) {
+        std::uint32_t const first = page * 256;
+        while (bounds_[piece + 1] <= first) ++piece;
+        bool const isWhole = bounds_[piece + 1] >= first + 256;
+        if (isWhole && sharedPiece == piece) {
+            pages_[page] = pages_[page - 1];
+            continue;
+        }
+        pages_[page] = static_cast<std::uint16_t>(classes_.size());
+        for (std::uint32_t unit = first, at = piece; unit < first + 256;) {
+            std::uint32_t const end = std::min(bounds_[at + 1], first + 256);
+            classes_.insert(classes_.end(), end - unit, static_cast<std::uint16_t>(at));
+            unit = end;
+            ++at;
+        }
+        sharedPiece = isWhole ? piece : noState;
+    }
+}
+
+void MatchTables::MakeRows(std::vector<DFAState> const & states) {
+    std::size_t const size = states.size() * classCount_;
+    if (size >= everything) throw std::bad_alloc();
+    next_.assign(size, dead);
+    accepting_.reserve(states.size());
+    loops_.reserve(states.size());
+    for (std::uint32_t i = 0; i < states.size(); ++i) {
+        DFAState const & state = states[i];
+        for (auto const & range : state.transitions) {
+            std::uint32_t const target =
+                states[range.value].acceptsEverything ? everything : range.value * classCount_;
+            auto const first = std::ranges::lower_bound(bounds_, range.low) - bounds_.begin();
+            auto const last = std::ranges::lower_bound(bounds_, range.high) - bounds_.begin();
+            std::fill(next_.begin() + i * classCount_ + first, next_.begin() + i * classCount_ + last,
+                      target);
+        }
+        accepting_.push_back(state.isAccepting ? 1 : 0);
+        loops_.push_back(MakeLoop(state, i));
+    }
+    if (!states.empty()) start_ = states.front().acceptsEverything ? everything : 0;
+}
+
+// Unit 0 ends a text, so it never belongs to a loop.
+MatchTables::Loop MatchTables::MakeLoop(DFAState const & state, std::uint32_t self) {
+    Loop loop;
+    for (auto const & range : state.transitions) {
+        if (range.value != self || range.high == 1) continue;
+        if (loop.count == loop.low.size()) return {};
+        auto const low = std::max<char16_t>(range.low, 1);
+        loop.low[loop.count] = low;
+        loop.span[loop.count] = static_cast<char16_t>(range.high - 1 - low);
+        ++loop.count;
+    }
+    if (loop.count == 0) return loop;
+    for (std::uint32_t i = loop.count; i < loop.low.size(); ++i) {
+        loop.low[i] = loop.low[0];
+        loop.span[i] = loop.span[0];
+    }
+    return loop;
+}
+
+// The first unit that leaves the loop, or a place less than eight units in front of the end.
+char16_t const * MatchTables::Skip(Loop const & loop, char16_t const * text, char16_t const * end) noexcept {
+#if defined(__SSE2__)
+    if (loop.count == 0) return text;
+    __m128i low[4];
+    __m128i span[4];
+    for (int i = 0; i < 4; ++i) {
+        low[i] = _mm_set1_epi16(static_cast<short>(loop.low[static_cast<std::size_t>(i)]));
+        span[i] = _mm_set1_epi16(static_cast<short>(loop.span[static_cast<std::size_t>(i)]));
+    }
+    __m128i const zero = _mm_setzero_si128();
+    for (; end - text >= 8; text += 8) {
+        __m128i const units = _mm_loadu_si128(reinterpret_cast<__m128i const *>(text));
+        __m128i stays = zero;
+        for (int i = 0; i < 4; ++i)
+            stays = _mm_or_si128(
+                stays, _mm_cmpeq_epi16(_mm_subs_epu16(_mm_sub_epi16(units, low[i]), span[i]), zero));
+        auto const leaves = static_cast<unsigned int>(_mm_movemask_epi8(stays)) ^ 0xFFFFU;
+        if (leaves != 0) return text + std::countr_zero(leaves) / 2;
+    }
+#else
+    static_cast<void>(loop);
+    static_cast<void>(end);
+#endif
+    return text;
+}
+
+} // namespace KZDetail

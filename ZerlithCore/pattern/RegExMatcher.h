@@ -1,0 +1,93 @@
+// The states of an automaton as tables to match with.
+#pragma once
+
+#include "ZerlithCore/pattern/RegExAutomaton.h"
+
+#include <array>
+#include <cstdint>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace KZDetail {
+
+// The states as tables. Units that no state tells apart are one class; a row has the next state for each class.
+// States are told by the start of their rows.
+class MatchTables {
+public:
+    struct Identity {
+        char16_t operator()(char16_t unit) const noexcept { return unit; }
+    };
+
+    // Targets that end a match.
+    static constexpr std::uint32_t dead = 0xFFFFFFFFU;
+    static constexpr std::uint32_t everything = 0xFFFFFFFEU;
+
+    explicit MatchTables(std::vector<DFAState> const & states);
+
+    // Of all of `text` up to its first 0.
+    [[nodiscard]] bool Match(std::u16string_view text) const noexcept;
+    // The same with what `translate` gives in place of each unit.
+    template <class Translate>
+    [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept;
+
+private:
+    // The units on which a state stays as it is, as at most four ranges; count 0 where there are more, or none.
+    struct Loop {
+        std::uint32_t count = 0;
+        std::array<char16_t, 4> low{};
+        std::array<char16_t, 4> span{}; // last unit minus the first
+    };
+
+    void MakeClasses(std::vector<DFAState> const & states);
+    void MakeRows(std::vector<DFAState> const & states);
+    static Loop MakeLoop(DFAState const & state, std::uint32_t self);
+    [[nodiscard]] std::uint32_t ClassOf(char16_t unit) const noexcept {
+        return classes_[std::uint32_t{pages_[unit >> 8]} + (unit & 0xFFU)];
+    }
+    static char16_t const * Skip(Loop const & loop, char16_t const * text, char16_t const * end) noexcept;
+
+    std::vector<std::uint32_t> bounds_; // where classes begin, and the end of all units
+    std::uint32_t start_ = dead;
+    std::uint32_t classCount_ = 1;
+    std::array<std::uint16_t, 256> pages_{}; // start of a page in classes_
+    std::vector<std::uint16_t> classes_;     // pages of 256 units
+    std::vector<std::uint32_t> next_;
+    std::vector<std::uint8_t> accepting_; // by state
+    std::vector<Loop> loops_;             // by state
+};
+
+struct RegExAutomaton {
+    std::vector<DFAState> states; // the start state first
+    MatchTables tables;
+};
+
+template <class Translate>
+bool MatchTables::Match(std::u16string_view text, Translate translate) const noexcept {
+    // A state is worth a scan once it has stayed for that long.
+    constexpr std::uint32_t patience = 8;
+    constexpr std::ptrdiff_t worthwhile = 16;
+    std::uint32_t state = start_;
+    if (state >= everything) return state == everything;
+    std::uint32_t stayed = 0;
+    char16_t const * unit = text.data();
+    char16_t const * const end = unit + text.size();
+    while (unit != end && *unit != 0) {
+        std::uint32_t const next = next_[state + ClassOf(translate(*unit))];
+        ++unit;
+        if (next == state) {
+            if constexpr (std::is_same_v<Translate, Identity>) {
+                if (++stayed < patience) continue;
+                stayed = 0;
+                if (end - unit >= worthwhile) unit = Skip(loops_[state / classCount_], unit, end);
+            }
+            continue;
+        }
+        if (next >= everything) return next == everything;
+        state = next;
+        stayed = 0;
+    }
+    return accepting_[state / classCount_] != 0;
+}
+
+} // namespace KZDetail

@@ -1,0 +1,148 @@
+// From tree to nodes. Pieces of the tree wait on a stack of their own, so that patterns may be as long as they like.
+#include "ZerlithCore/pattern/RegExAutomaton.h"
+
+#include <new>
+
+namespace KZDetail {
+namespace {
+
+constexpr std::size_t mostNodes = 1'000'000;
+
+class Builder {
+public:
+    explicit Builder(NFA & nfa) : nfa_(nfa) {}
+
+    std::uint32_t AddNode() {
+        if (nfa_.nodes.size() >= mostNodes) throw std::bad_alloc();
+        auto const id = static_cast<std::uint32_t>(nfa_.nodes.size());
+        nfa_.nodes.emplace_back().id = id;
+        return id;
+    }
+
+    void Build(KZRegExSyntaxNode const & root) {
+        Push({&root, nfa_.entry, nfa_.exit, true});
+        while (!pending_.empty()) {
+            Piece const piece = pending_.back();
+            pending_.pop_back();
+            BuildPiece(piece);
+        }
+    }
+
+private:
+    // A part of the tree to be built between two nodes. When nothing else starts at `from`, a loop may stand on it.
+    struct Piece {
+        KZRegExSyntaxNode const * node;
+        std::uint32_t from;
+        std::uint32_t to;
+        bool ownsFrom;
+    };
+
+    void Push(Piece const & piece) { pending_.push_back(piece); }
+    void Link(std::uint32_t from, std::uint32_t to) { nfa_.nodes[from].targets.Insert(to); }
+
+    void BuildPiece(Piece const & piece) {
+        switch (piece.node->GetType()) {
+        case KZRegExSyntaxNode::CharSet: AddUnits(*piece.node, piece.from, piece.to); break;
+        case KZRegExSyntaxNode::Sequence: BuildSequence(piece); break;
+        case KZRegExSyntaxNode::Alternate: BuildAlternate(piece); break;
+        case KZRegExSyntaxNode::Repeat: BuildRepeat(piece); break;
+        }
+    }
+
+    void AddUnits(KZRegExSyntaxNode const & node, std::uint32_t from, std::uint32_t to) {
+        nfa_.nodes[from].onUnits[to] |= static_cast<KZRegExSyntaxNodeCharSet const &>(node);
+    }
+
+    // The left part is pushed last, so that it is built first.
+    void BuildSequence(Piece const & piece) {
+        std::uint32_t const middle = AddNode();
+        Push({&*piece.node->GetRightChild(), middle, piece.to, true});
+        Push({&*piece.node->GetLeftChild(), piece.from, middle, piece.ownsFrom});
+    }
+
+    // Each branch has nodes of its own at both ends; those of an alternate inside are branches of this one.
+    void BuildAlternate(Piece const & piece) {
+        for (auto const & child : {piece.node->GetRightChild(), piece.node->GetLeftChild()}) {
+            if (child->GetType() == KZRegExSyntaxNode::Alternate) {
+                Push({&*child, piece.from, piece.to, false});
+                continue;
+            }
+            std::uint32_t const from = AddNode();
+            std::uint32_t const to = AddNode();
+            Link(piece.from, from);
+            Link(to, piece.to);
+            Push({&*child, from, to, true});
+        }
+    }
+
+    void BuildRepeat(Piece const & piece) {
+        auto const & repeat = static_cast<KZRegExSyntaxNodeRepeat const &>(*piece.node);
+        KZRegExSyntaxNode const & child = *repeat.GetLeftChild();
+        std::uint32_t const minimum = repeat.GetMinimum();
+        std::uint32_t const maximum = repeat.GetMaximum();
+        if (maximum < minimum) return;
+        if (maximum == KZRegExSyntaxNodeRepeat::Unbounded)
+            BuildLoop(piece, child, minimum);
+        else
+            BuildChain(piece, child, minimum, maximum);
+    }
+
+    // Copies up to the minimum, and behind them the loop. A single set of units loops on one node, so that the state it
+    // makes goes back to itself at once.
+    void BuildLoop(Piece const & piece, KZRegExSyntaxNode const & child, std::uint32_t minimum) {
+        std::uint32_t from = piece.from;
+        bool ownsFrom = piece.ownsFrom;
+        bool const isSet = child.GetType() == KZRegExSyntaxNode::CharSet;
+        std::uint32_t const copies = isSet || minimum == 0 ? minimum : minimum - 1;
+        for (std::uint32_t i = 0; i < copies; ++i) {
+            std::uint32_t const to = AddNode();
+            Push({&child, from, to, ownsFrom});
+            from = to;
+            ownsFrom = true;
+        }
+        if (isSet) {
+            std::uint32_t const loop = ownsFrom ? from : AddNode();
+            if (loop != from) Link(from, loop);
+            AddUnits(child, loop, loop);
+            Link(loop, piece.to);
+            return;
+        }
+        std::uint32_t const start = AddNode();
+        std::uint32_t const end = AddNode();
+        Link(from, start);
+        Link(end, start);
+        Link(end, piece.to);
+        if (minimum == 0) Link(from, piece.to);
+        Push({&child, start, end, true});
+    }
+
+    void BuildChain(Piece const & piece, KZRegExSyntaxNode const & child, std::uint32_t minimum,
+                    std::uint32_t maximum) {
+        std::uint32_t from = piece.from;
+        bool ownsFrom = piece.ownsFrom;
+        for (std::uint32_t i = 0; i < maximum; ++i) {
+            if (i >= minimum) Link(from, piece.to);
+            std::uint32_t const to = i + 1 < maximum ? AddNode() : piece.to;
+            Push({&child, from, to, ownsFrom && i < minimum});
+            from = to;
+            ownsFrom = true;
+        }
+        if (maximum == 0) Link(from, piece.to);
+    }
+
+    NFA & nfa_;
+    std::vector<Piece> pending_;
+};
+
+} // namespace
+
+NFA BuildNFA(KZSmartPtr<KZRegExSyntaxNode> const & root) {
+    NFA nfa;
+    Builder builder(nfa);
+    nfa.entry = builder.AddNode();
+    nfa.exit = builder.AddNode();
+    if (!root.IsNull()) builder.Build(*root);
+    return nfa;
+}
+
+} // namespace KZDetail
