@@ -77,6 +77,7 @@
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 #include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
+#include "ZerlithCore/pattern/KZCondition.h"
 #include "ZerlithCore/pattern/KZLookupTable.h"
 #include "ZerlithCore/pattern/KZNFANodeSet.h"
 #include "ZerlithCore/pattern/KZRangeSet.h"

@@ -1,0 +1,41 @@
+// The small parts of a condition's text.
+#pragma once
+
+#include "ZerlithCore/text/KZString.h"
+
+#include <string>
+#include <string_view>
+
+namespace KZDetail {
+
+inline constexpr std::u16string_view dateCall = u"TO_DATE(";
+
+inline std::u16string WithoutQuotes(std::u16string_view text) {
+    std::u16string result(text);
+    std::erase(result, u'"');
+    return result;
+}
+
+// Without the outer quotes; doubled ones inside stand for one.
+inline KZString Unquote(std::u16string_view text) {
+    text.remove_prefix(1);
+    if (text.ends_with(u'"')) text.remove_suffix(1);
+    KZString result{text};
+    result.Replace(u"\"\"", u"\"");
+    return result;
+}
+
+// Counts the texts that a thread reads inside of each other.
+class NestingGuard {
+public:
+    NestingGuard() noexcept { ++depth; }
+    ~NestingGuard() { --depth; }
+    NestingGuard(NestingGuard const &) = delete;
+    NestingGuard & operator=(NestingGuard const &) = delete;
+    [[nodiscard]] static bool IsTooDeep() noexcept { return depth > 1000; }
+
+private:
+    static inline thread_local int depth = 0;
+};
+
+} // namespace KZDetail
