@@ -18,6 +18,7 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 #include "ZerlithCore/text/KZUnicode.h"
+#include "ZerlithCore/text/KZUnicodeInfoReader.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
@@ -85,7 +86,6 @@
 #include "ZerlithCore/pattern/KZRegExParser.h"
 #include "ZerlithCore/pattern/KZRegExSyntaxNode.h"
 #include "ZerlithCore/pattern/KZUWCharSet.h"
-
 
 #include "ZerlithCore/app/KZApplication.h"
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"

@@ -1,6 +1,7 @@
 // Conversions and comparisons against what the C and C++ libraries offer for the same work.
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 
@@ -226,6 +227,14 @@ void CompareIgnoreCase(benchmark::State & state) {
     for (auto _ : state) benchmark::DoNotOptimize(a.Compare(b, KZString::IgnoreCase));
 }
 BENCHMARK(CompareIgnoreCase);
+
+void CompareByTable(benchmark::State & state) {
+    KZString const a(u"the quick brown fox jumps over i");
+    KZString const b(u"THE QUICK BROWN FOX JUMPS OVER I");
+    KZTableIgnoreCaseCollator const collator;
+    for (auto _ : state) benchmark::DoNotOptimize(collator.Compare(a.c_str(), b.c_str()));
+}
+BENCHMARK(CompareByTable);
 
 void CompareIgnoreCase_Wcscasecmp(benchmark::State & state) {
     std::setlocale(LC_CTYPE, "C.UTF-8");

@@ -99,8 +99,7 @@ private:
                 }
         std::ranges::sort(edges_, {}, &Edge::low);
         std::ranges::sort(bounds_);
-        auto const doubles = std::ranges::unique(bounds_);
-        bounds_.erase(doubles.begin(), doubles.end());
+        bounds_.erase(std::unique(bounds_.begin(), bounds_.end()), bounds_.end());
     }
 
     std::uint32_t StateOfActive() {

@@ -28,8 +28,7 @@ void MatchTables::MakeClasses(std::vector<DFAState> const & states) {
             bounds_.push_back(range.high);
         }
     std::ranges::sort(bounds_);
-    auto const doubles = std::ranges::unique(bounds_);
-    bounds_.erase(doubles.begin(), doubles.end());
+    bounds_.erase(std::unique(bounds_.begin(), bounds_.end()), bounds_.end());
     classCount_ = static_cast<std::uint32_t>(bounds_.size() - 1);
 
     std::uint32_t piece = 0;

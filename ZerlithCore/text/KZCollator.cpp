@@ -1,5 +1,5 @@
-// All comparisons are one walk, a template over the kinds of the two texts. Equal characters have equal weights, so the
-// tables are asked only where the texts differ.
+// All comparisons are one walk, a template over the kinds of the two texts. Equal characters have equal weights, so costly
+// weights are asked for only where the texts differ.
 
 #include "ZerlithCore/text/KZCollator.h"
 
@@ -58,8 +58,16 @@ int CompareUpperCase(A const * a, B const * b) {
 
 template <class A, class B>
 int CompareByTable(KZTableCollator const & table, A const * a, B const * b) {
-    Stop const stop = Walk(a, b, [&table](char16_t unit) { return table.GetWeight(unit); });
-    return Difference(table.GetWeight(stop.a), table.GetWeight(stop.b));
+    // One branch a character: looking both weights up is cheaper than guessing whether the texts differ.
+    A const * left = TextOf(a);
+    B const * right = TextOf(b);
+    for (;; ++left, ++right) {
+        char16_t const aUnit = UnitOf(*left);
+        char16_t const bUnit = UnitOf(*right);
+        auto const aWeight = table.GetWeight(aUnit);
+        auto const bWeight = table.GetWeight(bUnit);
+        if ((aUnit == 0) | (bUnit == 0) | (aWeight != bWeight)) return Difference(aWeight, bWeight);
+    }
 }
 
 // The end of either text ends the walk with 0, and so does a weight 0 that both have.
