@@ -1,11 +1,17 @@
-// Whole-text matches beside RE2 and PCRE2 with its compiler, where those are present.
+// Whole-text matches beside std::wregex, and beside RE2, PCRE2 with its compiler and ICU, where those are present. The
+// standard's engine overflows its stack on long texts, so it has the short ones only.
 #include "ZerlithCore/pattern/KZRegEx.h"
 
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
+#include <regex>
 #include <string>
 #include <vector>
+
+#ifdef HAVE_ICU
+#include <unicode/regex.h>
+#endif
 
 #ifdef HAVE_RE2
 #include <re2/re2.h>
@@ -84,6 +90,27 @@ void CompileOurs(benchmark::State & state, Row const & row) {
     }
 }
 
+void Standard(benchmark::State & state, Row const & row, bool isLong) {
+    std::wregex const regEx(std::wstring(row.pattern.begin(), row.pattern.end()), std::regex::optimize);
+    std::string const narrow = TextOf(row, isLong);
+    std::wstring const text(narrow.begin(), narrow.end());
+    for (auto _ : state) benchmark::DoNotOptimize(std::regex_match(text, regEx));
+}
+
+#ifdef HAVE_ICU
+void Icu(benchmark::State & state, Row const & row, bool isLong) {
+    UErrorCode error = U_ZERO_ERROR;
+    icu::UnicodeString const text = icu::UnicodeString::fromUTF8(TextOf(row, isLong));
+    icu::RegexMatcher matcher(icu::UnicodeString::fromUTF8(row.pattern), UREGEX_DOTALL, error);
+    matcher.reset(text);
+    for (auto _ : state) {
+        matcher.reset();
+        benchmark::DoNotOptimize(matcher.matches(error));
+    }
+    if (U_FAILURE(error)) state.SkipWithError("gives up");
+}
+#endif
+
 #ifdef HAVE_RE2
 void Re2(benchmark::State & state, Row const & row, bool isLong) {
     RE2 const regEx(row.pattern);
@@ -135,8 +162,13 @@ int const isRegistered = [] {
             if (isLong && row.unit.empty()) continue;
             std::string const name = std::string(row.name) + (isLong ? "/long" : "/short");
             Register(name + "/ours", Ours, row, isLong);
+            if (!isLong && std::string(row.name) != "optional")
+                Register(name + "/wregex", Standard, row, isLong);
 #ifdef HAVE_RE2
             Register(name + "/RE2", Re2, row, isLong);
+#endif
+#ifdef HAVE_ICU
+            Register(name + "/ICU", Icu, row, isLong);
 #endif
 #ifdef HAVE_PCRE2
             Register(name + "/PCRE2", Pcre2, row, isLong);

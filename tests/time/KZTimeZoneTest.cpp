@@ -16,6 +16,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <set>
 #include <unistd.h>
 
 namespace {
@@ -148,8 +149,12 @@ TEST(KZTimeZone, KnowsTheNamedZones) {
     std::vector<KZTimeZone> zones;
     EXPECT_TRUE(KZTimeZone::GetWindowsTimeZones(zones));
     EXPECT_GT(zones.size(), 130U);
-    for (KZTimeZone const & zone : zones)
+    std::set<int> types; // of all 62, each of which has a name of its own here
+    for (KZTimeZone const & zone : zones) {
         EXPECT_EQ(zone.GetDisplayName().Find(u"(UTC"), 0U) << zone.GetStandardName().AsUTF8();
+        types.insert(KZTimeZoneObsolete::GetType(zone));
+    }
+    EXPECT_EQ(types.size(), 62U);
     EXPECT_EQ(Zone(u"Newfoundland Standard Time").GetDisplayName(), u"(UTC-03:30) St Johns");
     EXPECT_EQ(Zone(u"W. Europe Standard Time").GetDayLightName(), u"W. Europe Daylight Time");
     KZTimeZone zone = Zone(u"Korea Standard Time");
