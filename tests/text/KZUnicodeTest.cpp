@@ -106,7 +106,8 @@ TEST(KZUnicodeInfoReader, SurvivesDamagedFiles) {
     for (std::size_t length = 0; length < line.size(); ++length) {
         Info const cut = Read(line.substr(0, length) + "\n0030;ZERO");
         ASSERT_STREQ(cut[u'0'].name, "ZERO") << length;
-        ASSERT_EQ(cut[u'A'].upperCase, length >= line.find("0043") + 4 ? u'C' : cut[u'A'].upperCase) << length;
+        bool const hasUpperCase = length >= line.find("0043") + 4;
+        ASSERT_TRUE(!hasUpperCase || cut[u'A'].upperCase == u'C') << length;
     }
     // An index wraps, lines without one are passed over, a long one ends the reading.
     Info const odd = Read("\n;x\n110041;WRAPPED\n0042;" + std::string(4080, 'b') + "\n0043;" +
