@@ -45,6 +45,7 @@
 #include "ZerlithCore/threads/KZSynchronizedCriticalSection.h"
 #include "ZerlithCore/threads/KZThread.h"
 #include "ZerlithCore/threads/KZThreadObject.h"
+#include "ZerlithCore/threads/KZThreadPool.h"
 #include "ZerlithCore/threads/KZThread_t.h"
 
 #include "ZerlithCore/files/KZDirectory.h"

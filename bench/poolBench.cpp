@@ -1,0 +1,60 @@
+// Posting and running empty tasks, beside Boost.Asio's pool where that is present.
+#include "ZerlithCore/threads/KZThreadPool.h"
+
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <thread>
+#include <vector>
+
+#ifdef HAVE_ASIO
+#include <boost/asio/post.hpp>
+#include <boost/asio/thread_pool.hpp>
+#endif
+
+namespace {
+
+constexpr int tasks = 200000;
+constexpr int workers = 2;
+
+// Calls `post` from so many threads at once, `tasks` times in all.
+template <class Post>
+void PostFrom(int threads, Post post) {
+    std::vector<std::thread> posters;
+    for (int i = 1; i < threads; ++i)
+        posters.emplace_back([&] {
+            for (int n = 0; n < tasks / threads; ++n) post();
+        });
+    for (int n = 0; n < tasks / threads; ++n) post();
+    for (std::thread & poster : posters) poster.join();
+}
+
+class Empty : public KZCallback {
+public:
+    Empty() : KZCallback(KZString()) {}
+    using KZCallback::operator();
+    void operator()(KZSmartPtr<KZCallbackArgs> const &) override {}
+};
+
+void PostToPool(benchmark::State & state) {
+    for (auto _ : state) {
+        KZThreadPool pool(workers, nullptr, nullptr, false);
+        PostFrom(static_cast<int>(state.range(0)), [&] { pool.Post(KZSmartPtr<KZCallback>(new Empty)); });
+    }
+    state.SetItemsProcessed(state.iterations() * tasks);
+}
+BENCHMARK(PostToPool)->Arg(1)->Arg(4)->UseRealTime()->Unit(benchmark::kMillisecond);
+
+#ifdef HAVE_ASIO
+void PostToAsio(benchmark::State & state) {
+    for (auto _ : state) {
+        boost::asio::thread_pool pool(workers);
+        PostFrom(static_cast<int>(state.range(0)), [&] { boost::asio::post(pool, [] {}); });
+        pool.join();
+    }
+    state.SetItemsProcessed(state.iterations() * tasks);
+}
+BENCHMARK(PostToAsio)->Arg(1)->Arg(4)->UseRealTime()->Unit(benchmark::kMillisecond);
+#endif
+
+} // namespace

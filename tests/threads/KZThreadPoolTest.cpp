@@ -1,0 +1,195 @@
+#include "ZerlithCore/threads/KZThreadPool.h"
+
+#include "ZerlithCore/diagnostics/KZTrace.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <thread>
+
+namespace {
+
+class Task : public KZCallback {
+public:
+    explicit Task(std::function<void()> body) : KZCallback(u"task"), body_(std::move(body)) {}
+    using KZCallback::operator();
+    void operator()(KZSmartPtr<KZCallbackArgs> const &) override { body_(); }
+
+private:
+    std::function<void()> body_;
+};
+
+KZSmartPtr<KZCallback> Make(std::function<void()> body) {
+    return KZSmartPtr<KZCallback>(new Task(std::move(body)));
+}
+
+// Holds the callbacks that wait for it until it is opened.
+class Gate {
+public:
+    void Pass() {
+        ++arrived_;
+        arrived_.notify_all();
+        open_.wait(false);
+    }
+    void AwaitArrivals(int count) {
+        for (int now = arrived_; now < count; now = arrived_) arrived_.wait(now);
+    }
+    void Open() {
+        open_ = true;
+        open_.notify_all();
+    }
+
+private:
+    std::atomic<int> arrived_{0};
+    std::atomic<bool> open_{false};
+};
+
+std::size_t StartedCount(KZThreadPool const & pool) {
+    std::vector<KZThread_t> ids(9);
+    pool.GetThreadIds(ids);
+    return static_cast<std::size_t>(
+        std::ranges::count_if(ids, [](KZThread_t const & id) { return id != 0UL; }));
+}
+
+TEST(KZThreadPool, StartsWorkersBeforeItQueues) {
+    Gate gate;
+    std::string order;
+    {
+        KZThreadPool pool(2);
+        EXPECT_EQ(StartedCount(pool), 0U);
+        EXPECT_TRUE(pool.Post(Make([&gate] { gate.Pass(); })));
+        EXPECT_EQ(StartedCount(pool), 1U);
+        EXPECT_TRUE(pool.Post(Make([&gate] { gate.Pass(); })));
+        EXPECT_EQ(StartedCount(pool), 2U);
+        gate.AwaitArrivals(2);
+        std::atomic<int> queued{0};
+        EXPECT_TRUE(pool.Post(Make([&] { ++queued; })));
+        EXPECT_EQ(StartedCount(pool), 2U);
+        EXPECT_EQ(queued, 0);
+        gate.Open();
+        EXPECT_FALSE(pool.Post({}));
+        pool.Shutdown();
+        pool.Shutdown();
+        EXPECT_FALSE(pool.Post(Make([] {})));
+    }
+    {
+        // One worker takes the queue in order.
+        Gate single;
+        KZThreadPool pool(1, nullptr, nullptr, false);
+        EXPECT_EQ(StartedCount(pool), 1U);
+        pool.Post(Make([&single] { single.Pass(); }));
+        for (char c : {'a', 'b', 'c'}) pool.Post(Make([&order, c] { order += c; }));
+        single.Open();
+    }
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(KZThreadPool, DropsTheQueueOnlyWhenAsked) {
+    for (bool const discard : {false, true}) {
+        Gate gate;
+        std::atomic<int> run{0};
+        {
+            KZThreadPool pool(1, nullptr, nullptr, true, discard);
+            pool.Post(Make([&] { gate.Pass(); }));
+            gate.AwaitArrivals(1);
+            for (int i = 0; i < 10; ++i) pool.Post(Make([&run] { ++run; }));
+            pool.Shutdown();
+            gate.Open();
+        }
+        EXPECT_EQ(run, discard ? 0 : 10);
+    }
+    KZThreadPool const none(0);
+    KZThreadPool negative(-3, nullptr, nullptr, false);
+    EXPECT_TRUE(negative.Post(Make([] { FAIL(); })));
+}
+
+struct Supply {
+    std::atomic<int> left{100};
+    std::atomic<int> run{0};
+    Gate empty;
+};
+
+KZSmartPtr<KZCallback> Produce(KZThread_t thread, void * data) {
+    auto & supply = *static_cast<Supply *>(data);
+    EXPECT_EQ(thread, KZThread::GetCurrentThreadP()->GetThreadId());
+    int const number = --supply.left;
+    if (number == 50) throw std::runtime_error("a factory that fails once");
+    if (number < 0) {
+        supply.empty.Open();
+        return {};
+    }
+    return Make([&supply] { ++supply.run; });
+}
+
+TEST(KZThreadPool, PullsFromItsFactory) {
+    GlbSetTraceLevel(0);
+    Supply supply;
+    std::atomic<int> posted{0};
+    {
+        KZThreadPool pool(3, Produce, &supply, false);
+        supply.empty.Pass();
+        // A worker that found the factory empty is idle and takes what is posted.
+        for (int i = 0; i < 20; ++i) pool.Post(Make([&posted] { ++posted; }));
+    }
+    EXPECT_EQ(posted, 20);
+    EXPECT_GE(supply.run, 96); // 99, less one that failed and those that shut-down may drop
+}
+
+TEST(KZThreadPool, GoesOnAfterAnException) {
+    GlbSetTraceLevel(1);
+    testing::internal::CaptureStdout();
+    std::atomic<int> run{0};
+    {
+        KZThreadPool pool(1);
+        pool.Post(Make([] { throw std::runtime_error("thrown"); }));
+        pool.Post(Make([&run] { ++run; }));
+    }
+    EXPECT_EQ(run, 1);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "unhandled exception in KZThread\n");
+    GlbSetTraceLevel(0);
+}
+
+// Callbacks come from several threads and from callbacks; the pool shuts down at some moment. Each one that was accepted
+// runs once.
+TEST(KZThreadPool, RunsEachAcceptedCallbackOnce) {
+    std::mt19937 random(42);
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    constexpr int rounds = 20;
+#else
+    constexpr int rounds = 100;
+#endif
+    constexpr int posters = 4;
+    constexpr int each = 2500;
+    long total = 0;
+    for (int round = 0; round < rounds; ++round) {
+        auto const runs = std::make_unique<std::atomic<int>[]>(posters * each);
+        std::vector<char> accepted(posters * each);
+        std::atomic<long> done{0};
+        std::uint32_t const shutdownAfter = static_cast<std::uint32_t>(random() % (2 * posters * each));
+        {
+            KZThreadPool pool(8, nullptr, nullptr, round % 2 == 0);
+            std::vector<std::thread> threads;
+            for (int poster = 0; poster < posters; ++poster)
+                threads.emplace_back([&, poster] {
+                    for (int i = poster * each; i < (poster + 1) * each; ++i)
+                        accepted[static_cast<std::size_t>(i)] = pool.Post(Make([&, i] {
+                            ++runs[static_cast<std::size_t>(i)];
+                            if (++done == static_cast<long>(shutdownAfter)) pool.Shutdown();
+                        }));
+                });
+            for (std::thread & thread : threads) thread.join();
+        }
+        for (std::size_t i = 0; i < accepted.size(); ++i)
+            ASSERT_EQ(runs[i], accepted[i]) << "round " << round << ", " << i;
+        total += done;
+    }
+    EXPECT_GT(total, rounds * each / 2);
+}
+
+} // namespace
