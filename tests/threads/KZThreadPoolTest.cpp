@@ -50,6 +50,18 @@ private:
     std::atomic<bool> open_{false};
 };
 
+// The level that a test needs, until its end.
+class TraceLevel {
+public:
+    explicit TraceLevel(unsigned level) : before_(GlbGetTraceLevel()) { GlbSetTraceLevel(level); }
+    ~TraceLevel() { GlbSetTraceLevel(before_); }
+    TraceLevel(TraceLevel const &) = delete;
+    TraceLevel & operator=(TraceLevel const &) = delete;
+
+private:
+    unsigned before_;
+};
+
 std::size_t StartedCount(KZThreadPool const & pool) {
     std::vector<KZThread_t> ids(9);
     pool.GetThreadIds(ids);
@@ -128,7 +140,7 @@ KZSmartPtr<KZCallback> Produce(KZThread_t thread, void * data) {
 }
 
 TEST(KZThreadPool, PullsFromItsFactory) {
-    GlbSetTraceLevel(0);
+    TraceLevel const quiet(0);
     Supply supply;
     std::atomic<int> posted{0};
     {
@@ -142,7 +154,7 @@ TEST(KZThreadPool, PullsFromItsFactory) {
 }
 
 TEST(KZThreadPool, GoesOnAfterAnException) {
-    GlbSetTraceLevel(1);
+    TraceLevel const told(1);
     testing::internal::CaptureStdout();
     std::atomic<int> run{0};
     {
@@ -152,7 +164,6 @@ TEST(KZThreadPool, GoesOnAfterAnException) {
     }
     EXPECT_EQ(run, 1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "unhandled exception in KZThread\n");
-    GlbSetTraceLevel(0);
 }
 
 // Callbacks come from several threads and from callbacks; the pool shuts down at some moment. Each one that was accepted
