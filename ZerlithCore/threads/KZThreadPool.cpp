@@ -2,11 +2,9 @@
 // down and wakes it, once; so its event is posted exactly once for each sleep.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
-#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/threads/UnhandledException.h"
 
 #include <algorithm>
-#include <ostream>
 #include <utility>
 
 namespace {
@@ -14,21 +12,11 @@ namespace {
 // A worker looks out for work for a few microseconds before it sleeps: waking a thread costs as much.
 constexpr int looksBeforeSleep = 8;
 
-void TellUnhandledException() noexcept {
-    if (GlbGetTraceLevel() == 0) return;
-    try {
-        KZLockedCOUT const console;
-        KZLockedCOUT::GetCout(1) << L"unhandled exception in KZThread" << std::endl;
-    } catch (...) {
-        // A console that can't be written to has nobody to tell.
-    }
-}
-
 void Run(KZSmartPtr<KZCallback> & callback) noexcept {
     try {
         (*callback)();
     } catch (...) {
-        TellUnhandledException();
+        KZDetail::TellUnhandledException();
     }
     callback.Clear();
 }
@@ -172,7 +160,7 @@ KZSmartPtr<KZCallback> KZThreadPool::AskFactory(ChildThreadInfo const & info) co
     try {
         return factory_(info.thread_->GetThreadId(), factoryData_);
     } catch (...) {
-        TellUnhandledException();
+        KZDetail::TellUnhandledException();
         return {};
     }
 }

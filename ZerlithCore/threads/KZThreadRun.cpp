@@ -1,11 +1,8 @@
 // What runs on the thread itself: the body, the exit functions, and the end.
-#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/diagnostics/KZTrace.h"
 #include "ZerlithCore/errors/KZSignalException.h"
 #include "ZerlithCore/threads/KZThread.h"
 #include "ZerlithCore/threads/KZThreadTable.h"
-
-#include <ostream>
+#include "ZerlithCore/threads/UnhandledException.h"
 
 namespace {
 
@@ -26,16 +23,6 @@ bool Call(KZSmartPtr<KZCallback> const & callback) noexcept {
     }
 }
 
-void TellUnhandledException() noexcept {
-    if (GlbGetTraceLevel() == 0) return;
-    try {
-        KZLockedCOUT const console;
-        KZLockedCOUT::GetCout(1) << L"unhandled exception in KZThread" << std::endl;
-    } catch (...) {
-        // A console that can't be written to has nobody to tell.
-    }
-}
-
 } // namespace
 
 void KZThread::StartThreadWrapper(void * thread) noexcept { static_cast<KZThread *>(thread)->RunBody(); }
@@ -47,7 +34,7 @@ void KZThread::RunBody() noexcept {
     MarkEnded();
     RunExitFunctions();
     isSingleThreadedApartment = false;
-    if (!finished) TellUnhandledException();
+    if (!finished) KZDetail::TellUnhandledException();
     EndRun();
 }
 
@@ -68,7 +55,7 @@ void KZThread::RunExitFunctions() noexcept {
             if (next >= exitFunctions_.size()) return;
             function = exitFunctions_[next];
         }
-        if (!Call(function)) TellUnhandledException();
+        if (!Call(function)) KZDetail::TellUnhandledException();
     }
 }
 

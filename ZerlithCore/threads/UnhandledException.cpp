@@ -1,0 +1,16 @@
+#include "ZerlithCore/threads/UnhandledException.h"
+
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZTrace.h"
+
+#include <ostream>
+
+void KZDetail::TellUnhandledException() noexcept {
+    if (GlbGetTraceLevel() == 0) return;
+    try {
+        KZLockedCOUT const console;
+        KZLockedCOUT::GetCout(1) << L"unhandled exception in KZThread" << std::endl;
+    } catch (...) {
+        // A console that can't be written to has nobody to tell.
+    }
+}
