@@ -18,6 +18,7 @@
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZCommandLineArgument {
 public:
+    /// The kinds of arguments.
     enum ArgumentType : int {
         WithoutValue = 0, // "/trace"
         WithValue = 1,    // "/trace:2"

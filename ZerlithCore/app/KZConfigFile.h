@@ -120,4 +120,5 @@ private:
 /// Replaces the contents of `file` by the text of `stream`, up to its end.
 /// Errors: KZConfigStreamException where the text breaks the grammar; the sections in front of that place are held.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigFile & file);
+/// Writes all sections, as `Save` does.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZConfigFile const & file);

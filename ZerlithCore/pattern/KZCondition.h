@@ -37,8 +37,11 @@ public:
 /// Thread safety: a condition is built by one thread; then any may evaluate it.
 class KZ_EXPORT KZCondition {
 public:
+    /// The comparison. A pattern has `Equal` or `NotEqual`, and a value type of its own.
     enum Operator : int { NoOperator, Less, LessOrEqual, Equal, NotEqual, GreaterOrEqual, Greater };
+    /// What the value was read or given as.
     enum ValueType : int { NoValue, String, Number, Date, Pattern, PlainText };
+    /// How a condition is joined to the ones in front of it.
     enum Connective : int { Or, And };
 
     KZCondition();

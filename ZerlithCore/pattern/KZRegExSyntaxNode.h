@@ -14,6 +14,7 @@
 /// Thread safety: nodes don't change once they are built; the count is atomic.
 class KZ_EXPORT KZRegExSyntaxNode {
 public:
+    /// Which of the classes below a node is.
     enum NodeType : std::uint32_t { CharSet, Repeat, Sequence, Alternate };
 
     virtual ~KZRegExSyntaxNode();

@@ -136,61 +136,73 @@ public:
     int Compare(char const * a, char const * b) const override;
 };
 
+/// By the weights of upper case.
 class KZ_EXPORT KZTableIgnoreCaseCollator : public KZTableCollator {
 public:
     explicit KZTableIgnoreCaseCollator(int unused = 1);
 };
 
+/// By the weights of base letters.
 class KZ_EXPORT KZTableIgnoreAccentCollator : public KZTableCollator {
 public:
     explicit KZTableIgnoreAccentCollator(int unused = 1);
 };
 
+/// By the weights of the base letters' upper case.
 class KZ_EXPORT KZTableIgnoreCaseAndAccentCollator : public KZTableCollator {
 public:
     explicit KZTableIgnoreCaseAndAccentCollator(int unused = 1);
 };
 
+/// By values, until a derived class gives the cases an order.
 class KZ_EXPORT KZTableSortCaseCollator : public KZTableCollator {
 public:
     explicit KZTableSortCaseCollator(int unused = 1);
 };
 
+/// By values, until a derived class gives the accents an order.
 class KZ_EXPORT KZTableSortAccentCollator : public KZTableCollator {
 public:
     explicit KZTableSortAccentCollator(int unused = 1);
 };
 
+/// By values, until a derived class gives cases and accents an order.
 class KZ_EXPORT KZTableSortCaseAndAccentCollator : public KZTableCollator {
 public:
     explicit KZTableSortCaseAndAccentCollator(int unused = 1);
 };
 
+/// By the small weights of upper case.
 class KZ_EXPORT KZSmallTableIgnoreCaseCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableIgnoreCaseCollator(int unused = 1);
 };
 
+/// By the small weights of base letters.
 class KZ_EXPORT KZSmallTableIgnoreAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableIgnoreAccentCollator(int unused = 1);
 };
 
+/// By the small weights of the base letters' upper case.
 class KZ_EXPORT KZSmallTableIgnoreCaseAndAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableIgnoreCaseAndAccentCollator(int unused = 1);
 };
 
+/// By values, until a derived class gives the cases an order.
 class KZ_EXPORT KZSmallTableSortCaseCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableSortCaseCollator(int unused = 1);
 };
 
+/// By values, until a derived class gives the accents an order.
 class KZ_EXPORT KZSmallTableSortAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableSortAccentCollator(int unused = 1);
 };
 
+/// By values, until a derived class gives cases and accents an order.
 class KZ_EXPORT KZSmallTableSortCaseAndAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableSortCaseAndAccentCollator(int unused = 1);

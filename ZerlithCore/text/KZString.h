@@ -360,8 +360,9 @@ KZ_EXPORT KZString operator+(KZString left, char16_t right);
 /// Writes the text up to its first 0; surrogate pairs join where `wchar_t` holds them, lone ones pass.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
 
-/// The simple one-unit case maps, independent of any locale. A unit without a map stays.
+/// The simple one-unit map to upper case, independent of any locale. A unit without a map stays.
 KZ_EXPORT char16_t KZtowupper(char16_t unit);
+/// The same to lower case.
 KZ_EXPORT char16_t KZtowlower(char16_t unit);
 
 /// Prints a string as quoted UTF-8 in the failure messages of GoogleTest.

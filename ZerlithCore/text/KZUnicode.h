@@ -24,12 +24,14 @@ public:
 
     // The values are named after the keys of the database, in one order; `None` stands for any other key.
 
+    /// Letters, marks, numbers, punctuation, symbols, separators and the rest, each with its subdivision.
     enum class GeneralCategory : std::uint8_t {
         // clang-format off
         Mn, Mc, Me, Nd, Nl, No, Zs, Zl, Zp, Cc, Cf, Cs, Co, Cn, Lu, Ll, Lt, Lm, Lo, Pc, Pd, Ps, Pe, Pi, Pf, Po, Sm, Sc,
         Sk, So, None
         // clang-format on
     };
+    /// The direction in which a character is written.
     enum class BidirectionalCategory : std::uint8_t { L, R, EN, ES, ET, AN, CS, B, S, WS, ON, None };
     /// The tag of a compatibility decomposition: "<font>" is `Font`.
     enum class Compatibility : std::uint8_t {

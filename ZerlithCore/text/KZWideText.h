@@ -15,8 +15,9 @@
 #include <string>
 #include <string_view>
 
-/// All of the text, 0 units included.
+/// All of the text as characters, 0 units included.
 [[nodiscard]] KZ_EXPORT std::wstring KZToWide(std::u16string_view units);
+/// All of the text as units, 0 included.
 [[nodiscard]] KZ_EXPORT std::u16string KZFromWide(std::wstring_view wide);
 
 /// Appends the one or two units of `character`; a 0 is appended and counted.

@@ -188,8 +188,9 @@ private:
 
 static_assert(sizeof(KZDateEx) == 4);
 
-/// Writes the default text, and reads a word as `FromString` does; what can't be read sets failbit.
+/// Writes the default text.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateEx const & date);
+/// Reads a word as `FromString` does; what can't be read sets failbit.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateEx & date);
 
 // --- What runs in constant expressions, too

@@ -195,7 +195,7 @@ private:
 
 static_assert(sizeof(KZDateTimeEx) == 8);
 
-/// Writes the default text in local time, and reads one as `FromString` does: a word, and behind a date the word of its
-/// time. What can't be read sets failbit.
+/// Writes the default text in local time.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const & value);
+/// Reads one as `FromString` does: a word, and behind a date the word of its time. What can't be read sets failbit.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value);

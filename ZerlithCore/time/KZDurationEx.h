@@ -22,6 +22,7 @@
 /// Thread safety: as an integer.
 class KZ_EXPORT KZDurationEx {
 public:
+    /// The longest first. `invalid` marks what is no duration.
     enum Unit : std::uint32_t { year, month, week, day, hour, minute, second, millisecond, invalid };
 
     /// 0 seconds.
@@ -145,8 +146,9 @@ private:
 
 static_assert(sizeof(KZDurationEx) == 8);
 
-/// Writes the short form, and reads a line's word as `FromString` does; what can't be read sets failbit.
+/// Writes the short form.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDurationEx const & duration);
+/// Reads a line's word as `FromString` does; what can't be read sets failbit.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDurationEx & duration);
 
 // --- What runs in constant expressions, too

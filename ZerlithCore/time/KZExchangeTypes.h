@@ -28,8 +28,9 @@ struct FILETIME {
 };
 static_assert(sizeof(FILETIME) == 8);
 
-/// The type mark of a VARIANT that holds a date, and of one that holds nothing.
+/// The type mark of a VARIANT that holds a date.
 inline constexpr std::uint16_t VT_DATE = 7;
+/// The type mark of one that holds nothing.
 inline constexpr std::uint16_t VT_EMPTY = 0;
 
 /// A tagged value; of its many kinds the date is the one that calendar values exchange.

@@ -184,8 +184,9 @@ private:
 
 static_assert(sizeof(KZTimeEx) == 4);
 
-/// Writes the default text, and reads a word as `FromString` does; what can't be read sets failbit.
+/// Writes the default text.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZTimeEx const & time);
+/// Reads a word as `FromString` does; what can't be read sets failbit.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZTimeEx & time);
 
 // --- What runs in constant expressions, too
