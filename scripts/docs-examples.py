@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
 """Compiles and runs the examples of pages: docs-examples.py page... -- compiler-argument...
 
-An example is a ```cpp block with a ```text block behind it, which is what it prints. A block with a `main` of its own is a
+An example is a ```cpp block with a ```text block behind it, which is what it prints, blanks at the
+ends of lines aside. A block with a `main` of its own is a
 program; others are the bodies of functions, gathered in one program."""
 import difflib
 import pathlib
@@ -11,7 +12,7 @@ import sys
 import tempfile
 
 EXAMPLE = re.compile(r"^```cpp\n((?:(?!```).*\n)*)```\n\n?```text\n((?:(?!```).*\n)*)```$", re.MULTILINE)
-HEADER = "#include <ZerlithCore/ZerlithCore.h>\n#include <iostream>\n"
+HEADER = "#include <ZerlithCore/ZerlithCore.h>\n#include <iostream>\n#include <sstream>\n"
 
 
 def build(folder, name, source, flags):
@@ -34,8 +35,8 @@ def main():
         build(folder, "bodies", f"int main(int, char ** arguments) {{\n{bodies}}}\n", sys.argv[split + 1:])
         for (page, _, expected), command in zip(examples, commands):
             printed = subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, timeout=60).stdout.decode()
-            if printed != expected:
-                sys.exit("\n".join(difflib.unified_diff(expected.split("\n"), printed.split("\n"), page, "printed", lineterm="")))
+            lines = [[line.rstrip() for line in text.split("\n")] for text in (expected, printed)]
+            if lines[0] != lines[1]: sys.exit("\n".join(difflib.unified_diff(*lines, page, "printed", lineterm="")))
     print(f"{len(examples)} examples print what the pages say")
 
 
