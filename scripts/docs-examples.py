@@ -1,10 +1,7 @@
 #!/usr/bin/env python3
 """Compiles and runs the examples of pages: docs-examples.py page... -- compiler-argument...
 
-An example is a ```cpp block with a ```text block behind it, which is what it prints, blanks at the
-ends of lines aside. A block with a `main` of its own is a
-program; others are the bodies of functions, gathered in one program."""
-import difflib
+An example is a ```cpp block and, behind it as ```text, what it prints: a program with a `main`, or the body of a function."""
 import pathlib
 import re
 import subprocess
@@ -15,28 +12,27 @@ EXAMPLE = re.compile(r"^```cpp\n((?:(?!```).*\n)*)```\n\n?```text\n((?:(?!```).*
 HEADER = "#include <ZerlithCore/ZerlithCore.h>\n#include <iostream>\n#include <sstream>\n"
 
 
-def build(folder, name, source, flags):
-    (folder / f"{name}.cpp").write_text(HEADER + source)
-    subprocess.run(["c++", "-std=c++20", folder / f"{name}.cpp", "-o", folder / name, *flags], check=True)
+def build(program, source, flags):
+    program.with_suffix(".cpp").write_text(HEADER + source)
+    subprocess.run(["c++", "-std=c++20", program.with_suffix(".cpp"), "-o", program, *flags], check=True)
 
 
 def main():
-    split = sys.argv.index("--")
-    examples = [(page, *found) for page in sys.argv[1:split] for found in EXAMPLE.findall(pathlib.Path(page).read_text())]
-    with tempfile.TemporaryDirectory() as scratch:
-        folder, bodies, commands = pathlib.Path(scratch), "", []
+    pages, flags = sys.argv[1:sys.argv.index("--")], sys.argv[sys.argv.index("--") + 1:]
+    examples = [(page, *found) for page in pages for found in EXAMPLE.findall(pathlib.Path(page).read_text())]
+    with tempfile.TemporaryDirectory() as folder:
+        bodies, programs = "", [pathlib.Path(folder, f"example{number}") for number in range(len(examples))]
         for number, (_, code, _) in enumerate(examples):
-            isProgram = re.search(r"^int main\(", code, re.MULTILINE)
-            commands.append([folder / (f"program{number}" if isProgram else "bodies"), str(number)])
-            if isProgram:
-                build(folder, f"program{number}", code, sys.argv[split + 1:])
+            if re.search(r"^int main\(", code, re.MULTILINE):
+                build(programs[number], code, flags)
             else:
+                programs[number] = pathlib.Path(folder, "bodies")
                 bodies += f"if (std::atoi(arguments[1]) == {number}) {{\n{code}}}\n"
-        build(folder, "bodies", f"int main(int, char ** arguments) {{\n{bodies}}}\n", sys.argv[split + 1:])
-        for (page, _, expected), command in zip(examples, commands):
-            printed = subprocess.run(command, cwd=folder, stdout=subprocess.PIPE, timeout=60).stdout.decode()
-            lines = [[line.rstrip() for line in text.split("\n")] for text in (expected, printed)]
-            if lines[0] != lines[1]: sys.exit("\n".join(difflib.unified_diff(*lines, page, "printed", lineterm="")))
+        build(pathlib.Path(folder, "bodies"), f"int main(int, char ** arguments) {{\n{bodies}}}\n", flags)
+        for number, (page, _, expected) in enumerate(examples):
+            run = subprocess.run([programs[number], str(number)], cwd=folder, stdout=subprocess.PIPE, timeout=60)
+            if re.sub(r" +$", "", run.stdout.decode(), flags=re.MULTILINE) != expected:
+                sys.exit(f"{page} expects:\n{expected}but the example prints:\n{run.stdout.decode()}")
     print(f"{len(examples)} examples print what the pages say")
 
 
