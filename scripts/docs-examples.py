@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Compiles and runs the examples of pages: docs-examples.py page... -- compiler-argument...
 
-An example is a ```cpp block and, behind it as ```text, what it prints: a program with a `main`, or the body of a function."""
+An example is a ```cpp block and, behind it as ```text, what it prints: a program with a `main`, or the body of a function.
+Local time is Berlin's."""
+import os
 import pathlib
 import re
 import subprocess
@@ -30,7 +32,8 @@ def main():
                 bodies += f"if (std::atoi(arguments[1]) == {number}) {{\n{code}}}\n"
         build(pathlib.Path(folder, "bodies"), f"int main(int, char ** arguments) {{\n{bodies}}}\n", flags)
         for number, (page, _, expected) in enumerate(examples):
-            run = subprocess.run([programs[number], str(number)], cwd=folder, stdout=subprocess.PIPE, timeout=60)
+            run = subprocess.run([programs[number], str(number)], cwd=folder, stdout=subprocess.PIPE, timeout=60,
+                                 env=os.environ | {"TZ": "Europe/Berlin"})
             if re.sub(r" +$", "", run.stdout.decode(), flags=re.MULTILINE) != expected:
                 sys.exit(f"{page} expects:\n{expected}but the example prints:\n{run.stdout.decode()}")
     print(f"{len(examples)} examples print what the pages say")
