@@ -27,6 +27,7 @@
 #include "ZerlithCore/diagnostics/KZStackDump.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
 
+#include "ZerlithCore/errors/DBMessage.h"
 #include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/errors/KZException.h"
@@ -34,6 +35,8 @@
 #include "ZerlithCore/errors/KZMessageSource.h"
 #include "ZerlithCore/errors/KZModuleMessages.h"
 #include "ZerlithCore/errors/KZSignalException.h"
+#include "ZerlithCore/errors/MSGLibMessageSource.h"
+#include "ZerlithCore/errors/MessageFile.h"
 
 #include "ZerlithCore/threads/KZBaton.h"
 #include "ZerlithCore/threads/KZCallback.h"

@@ -6,12 +6,13 @@ import re
 import sys
 
 ROOMS = ("foundation", "text", "diagnostics", "errors", "threads", "files", "log", "time", "pattern", "app")
+OTHER_NAMES = "DBMessage|MessageFile|MSGLibMessageSource"  # public classes without the usual prefix
 LIBRARY = pathlib.Path(__file__).resolve().parent.parent / "ZerlithCore"
 
 
 def public_headers(room):
     lists = (LIBRARY / room / "CMakeLists.txt").read_text()
-    return sorted(set(re.findall(r"^\s+(KZ\w+\.h)$", lists, re.MULTILINE)))
+    return sorted(set(re.findall(rf"^\s+((?:KZ\w+|{OTHER_NAMES})\.h)$", lists, re.MULTILINE)))
 
 
 def umbrella():

@@ -51,6 +51,10 @@ void KZMessageSource::Expand(KZString & text, KZErrorI const & error, KZFormatCo
     text = KZPrintf(text, arguments);
 }
 
+void KZMessageSource::FormatText(KZString & out, KZString const & format, std::va_list & arguments) {
+    ArgumentListCopy(arguments).Format(out, format);
+}
+
 // --- RCMessageSource
 
 RCMessageSource::~RCMessageSource() = default;
@@ -77,7 +81,7 @@ KZErrorID RCMessageSource::GetText(KZString & out, long code, KZFormatContext co
     RetrieveMessage(out, code, context.GetLanguage().c_str());
     if (!arguments) return KZErrorID(0);
     KZString const format = out;
-    ArgumentListCopy(*arguments).Format(out, format);
+    FormatText(out, format, *arguments);
     if (out.Length() > longest) out.Remove(longest, out.Length() - longest);
     return KZErrorID(0);
 }

@@ -1,5 +1,5 @@
 /// @file
-/// Where the texts of codes come from: tables of a module, or a map in memory.
+/// Where the texts of codes come from: tables of a module, or a map in memory. MSGLibMessageSource.h has those in files.
 ///
 ///     KZSmartPtr<KZInRAMMessageSource> const source(new KZInRAMMessageSource);
 ///     source->Add(7, u"%1:s isn't in %0:s");
@@ -33,13 +33,15 @@ public:
     /// Puts the text of `code` into `out` as it stands.
     virtual KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const = 0;
     virtual bool IsValid() const = 0;
-    /// Valid as long as the source; never null.
+    /// Valid as long as the source. Null only for an MSGLibMessageSource that isn't valid.
     virtual char16_t const * GetDefaultLanguage() const = 0;
     virtual KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const = 0;
 
 protected:
     /// Expands the template in `text` by the parameters of `error`, made in `context`.
     static void Expand(KZString & text, KZErrorI const & error, KZFormatContext const & context);
+    /// Puts the expansion of a printf-style `format` into `out`. The list is left where it was.
+    static void FormatText(KZString & out, KZString const & format, std::va_list & arguments);
 };
 
 /// Messages of a module. A text that can't be had is told by the words of the text, never by an error.
