@@ -1,0 +1,15 @@
+# zerlithcore_add_messages(target text lan [language]): makes the message library file `lan` from the text file `text`
+# whenever `target` is built. A relative `lan` is meant from the binary directory. The language, which decides about the
+# code page, is the middle of the name prefix.language.LAN unless it is given.
+function(zerlithcore_add_messages target text lan)
+  if(NOT TARGET ZerlithCore::kzlan)
+    message(FATAL_ERROR "zerlithcore_add_messages needs the program kzlan: set ZERLITHCORE_BUILD_TOOLS")
+  endif()
+  cmake_path(ABSOLUTE_PATH text BASE_DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}")
+  cmake_path(ABSOLUTE_PATH lan BASE_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}")
+  list(TRANSFORM ARGN PREPEND "--language=" OUTPUT_VARIABLE language)
+  add_custom_command(OUTPUT "${lan}"
+    COMMAND ZerlithCore::kzlan make "${text}" "${lan}" ${language}
+    DEPENDS "${text}" ZerlithCore::kzlan VERBATIM)
+  target_sources(${target} PRIVATE "${lan}")
+endfunction()
