@@ -87,8 +87,8 @@ public:
     /// current language, into `index`, where a number that is there keeps its text. True.
     bool BuildFileIndex(Index & index, std::istream & stream) const;
 
-    /// The languages that have files, in lower case, by the order of the file names, one entry a file. Read from the directory
-    /// when `refresh` is true and as long as none is known. A file counts when its name has the extension LAN and the
+    /// The languages that have files, in lower case, by the order of the file names, one entry a file. Read from the
+    /// directory when `refresh` is true and as long as none is known. A file counts when its name has the extension LAN and the
     /// prefix somewhere in it, case ignored. A directory that can't be read is told on the console ("Message Library
     /// Fatal Error"), and nothing is stopped. Valid until the next call.
     std::vector<KZString> const & GetAvailableLanguages(bool refresh);

@@ -51,10 +51,13 @@ Stop SystemRefuses(KZString const & name) {
 }
 
 Request ReadArguments(int count, char ** arguments) {
+    auto const size = static_cast<std::size_t>(std::max(count, 0));
     std::vector<std::u16string> texts;
+    texts.reserve(size);
     for (int i = 0; i < count; ++i)
         texts.push_back(KZPlatform::Utf8ToUnits(arguments[i], KZPlatform::Utf8Mode::Escape));
     std::vector<char16_t const *> pointers;
+    pointers.reserve(size);
     for (std::u16string const & text : texts) pointers.push_back(text.c_str());
     KZCommandLine const line(static_cast<unsigned int>(pointers.size()), pointers.data(), u"-", u"=", true);
 
