@@ -33,6 +33,7 @@ public:
     /// Texts by number.
     using Index = std::map<long, KZString>;
 
+    /// What `Open` takes.
     enum OpenMode : int { Read = 0, Write = 1, Append = 2 };
 
     /// An object with no file open. `path` is the directory, empty for the current one. A `prefix` should have no point
