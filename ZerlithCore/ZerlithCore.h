@@ -91,6 +91,15 @@
 #include "ZerlithCore/pattern/KZRegExSyntaxNode.h"
 #include "ZerlithCore/pattern/KZUWCharSet.h"
 
+#include "ZerlithCore/xml/KZDOMDocument.h"
+#include "ZerlithCore/xml/KZDOMElement.h"
+#include "ZerlithCore/xml/KZDOMException.h"
+#include "ZerlithCore/xml/KZDOMNode.h"
+#include "ZerlithCore/xml/KZDOMNodeList.h"
+#include "ZerlithCore/xml/KZDOMNodeType.h"
+#include "ZerlithCore/xml/KZDOMParseError.h"
+#include "ZerlithCore/xml/KZDOMText.h"
+
 #include "ZerlithCore/app/KZApplication.h"
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 #include "ZerlithCore/app/KZCommaSeparatedValues.h"

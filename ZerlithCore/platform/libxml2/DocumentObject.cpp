@@ -1,0 +1,219 @@
+#include "ZerlithCore/platform/libxml2/DocumentObject.h"
+
+#include "ZerlithCore/platform/FileHandle.h"
+#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/platform/libxml2/Paths.h"
+#include "ZerlithCore/platform/libxml2/Schemas.h"
+
+#include <libxml/xmlsave.h>
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace KZPlatform {
+
+Document * CreateDocument() {
+    LibXml2::Initialise();
+    return LibXml2::NewDocumentObject(LibXml2::NewDoc());
+}
+
+} // namespace KZPlatform
+
+namespace KZPlatform::LibXml2 {
+
+namespace {
+
+std::u16string LastErrorReason() {
+    return ErrorText(LastErrorNumber()).value_or(u"The system has given no reason");
+}
+
+// The whole file. False with the reason in the last error.
+bool ReadFile(std::u16string_view path, std::string & bytes) {
+    constexpr std::size_t chunk = 65536;
+    FileHandle file;
+    if (!file.Open(path, FileAccess::Read, FileCreation::OpenExisting)) return false;
+    std::int64_t const size = file.Size();
+    bytes.reserve(static_cast<std::size_t>(
+        std::clamp<std::int64_t>(size, 0, std::numeric_limits<int>::max()))); // a device may claim any size
+    for (std::size_t read = 1; read != 0 && bytes.size() <= std::numeric_limits<int>::max();) {
+        std::size_t const filled = bytes.size();
+        bytes.resize(filled + chunk);
+        if (!file.Read(bytes.data() + filled, chunk, read)) return false;
+        bytes.resize(filled + read);
+    }
+    return true;
+}
+
+bool IsInstructionTarget(std::string const & name) {
+    return xmlValidateNCName(Chars(name), 0) == 0 && xmlStrcasecmp(Chars(name), Chars("xml")) != 0;
+}
+
+} // namespace
+
+Document * NewDocumentObject(OwnedDoc doc) {
+    auto tree = std::make_unique<Tree>(std::move(doc));
+    auto * const object = new DocumentObject(*tree);
+    static_cast<void>(tree.release()); // the object holds it
+    return object;
+}
+
+void Replace(Document & document, OwnedDoc doc) {
+    dynamic_cast<DocumentObject &>(document).Take(std::move(doc));
+}
+
+// The old tree lives on while others hold its nodes, and gets an object of its own when one asks for it. Schemas and the
+// last error belong to the object and go with it.
+void DocumentObject::Take(OwnedDoc doc) {
+    auto tree = std::make_unique<Tree>(std::move(doc));
+    tree->schemas = Home().schemas;
+    tree->lastError = Home().lastError;
+    Home().Detach(Home().DocNode(), *this);
+    Tree & fresh = *tree.release();
+    fresh.Attach(fresh.DocNode(), *this);
+    MoveTo(fresh, fresh.DocNode());
+}
+
+bool DocumentObject::Finish(OwnedDoc doc, Fault fault) {
+    bool const isGood = doc != nullptr;
+    auto * const error = new ParseError(std::move(fault));
+    error->AddRef();
+    Home().lastError = {error, [](ParseError const * last) { last->Release(); }};
+    if (isGood) Take(std::move(doc));
+    return isGood;
+}
+
+bool DocumentObject::Load(std::u16string_view text) {
+    if (text.starts_with(u'\uFEFF')) text.remove_prefix(1);
+    std::string const bytes = Utf8Of(text);
+    Fault fault;
+    OwnedDoc doc = Parse(bytes, true, fault);
+    fault.position =
+        static_cast<std::uint32_t>(UnitsInUtf8(std::string_view(bytes).substr(0, fault.position)));
+    return Finish(std::move(doc), std::move(fault));
+}
+
+bool DocumentObject::LoadFile(std::u16string_view path) {
+    std::string bytes;
+    Fault fault;
+    OwnedDoc doc;
+    if (ReadFile(path, bytes)) {
+        doc = Parse(bytes, false, fault);
+    } else {
+        fault.code = DocumentCode::CantRead;
+        fault.reason = LastErrorReason();
+    }
+    fault.url = path;
+    if (doc) doc->URL = Need(xmlStrdup(Chars(UnitsToUtf8(path, Utf8Mode::Escape))));
+    return Finish(std::move(doc), std::move(fault));
+}
+
+DocumentResult DocumentObject::Save(std::u16string_view path) const {
+    ErrorScope const scope;
+    std::unique_ptr<xmlBuffer, FreeBy<xmlBufferFree>> const buffer(Need(xmlBufferCreate()));
+    xmlDoc * const doc = Home().Doc();
+    char const * const encoding = doc->encoding ? reinterpret_cast<char const *>(doc->encoding) : "UTF-8";
+    xmlSaveCtxt * const save = xmlSaveToBuffer(buffer.get(), encoding, XML_SAVE_AS_XML);
+    if (!save) return {DocumentCode::CantWrite, scope.Reason()};
+    long const saved = xmlSaveDoc(save, doc);
+    if (xmlSaveClose(save) < 0 || saved < 0) return {DocumentCode::CantWrite, scope.Reason()};
+    FileHandle file;
+    bool const isWritten =
+        file.Open(path, FileAccess::Write, FileCreation::CreateAlways) &&
+        file.Write(xmlBufferContent(buffer.get()), static_cast<std::size_t>(xmlBufferLength(buffer.get()))) &&
+        file.Close();
+    if (!isWritten) return {DocumentCode::CantWrite, LastErrorReason()};
+    return {};
+}
+
+DocumentResult DocumentObject::AddSchema(std::u16string_view nameSpace, Document const & schema) {
+    if (!Home().schemas) Home().schemas = std::make_shared<Schemas>();
+    return Home().schemas->Add(Utf8Of(nameSpace), reinterpret_cast<xmlDoc const *>(NodeOf(schema)));
+}
+
+DocumentResult DocumentObject::Validate(bool & isValid) {
+    isValid = false;
+    Fault fault;
+    if (Home().schemas) {
+        DocumentResult result = Home().schemas->Validate(Home().Doc(), fault);
+        if (!result) return result;
+    } else {
+        fault.code = DocumentCode::NoSchema;
+        fault.reason = u"The document has no schema";
+    }
+    isValid = fault.code == DocumentCode::Good;
+    static_cast<void>(Finish(nullptr, std::move(fault)));
+    return {};
+}
+
+DocumentParseError * DocumentObject::LastParseError() const {
+    if (!Home().lastError) return new ParseError({});
+    return const_cast<ParseError *>(Home().lastError.get());
+}
+
+DocumentNode * DocumentObject::Root() const { return Home().Wrap(xmlDocGetRootElement(Home().Doc())); }
+
+DocumentResult DocumentObject::SetRoot(DocumentNode & element) {
+    xmlNode * const node = NodeOf(element);
+    if (node->type != XML_ELEMENT_NODE)
+        return {DocumentCode::Hierarchy, u"The root of a document is an element"};
+    xmlNode * const old = xmlDocGetRootElement(Home().Doc());
+    if (old == node) return {};
+    // The new root may stand below the old one, so that one goes last.
+    element.AddRef();
+    Home().Move(node, Home().DocNode(), old);
+    if (old) Home().Remove(old);
+    element.Release();
+    return {};
+}
+
+DocumentResult DocumentObject::CreateElement(std::u16string_view name, std::u16string_view nameSpace,
+                                             xmlNode *& made) {
+    std::string const text = Utf8Of(name);
+    std::string const uri = Utf8Of(nameSpace);
+    std::size_t const colon = text.find(':');
+    if (xmlValidateQName(Chars(text), 0) != 0 || (colon != text.npos && uri.empty()))
+        return {DocumentCode::InvalidName, u"No element can be named " + Quoted(name)};
+    if (!IsDocumentText(uri)) return CheckText(XML_ELEMENT_NODE, uri);
+    std::string const prefix = colon == text.npos ? std::string() : text.substr(0, colon);
+    if (prefix == "xml" || prefix == "xmlns")
+        return {DocumentCode::InvalidName, u"The prefix is reserved: " + Quoted(name)};
+    made =
+        Need(xmlNewDocNode(Home().Doc(), nullptr, Chars(text) + (prefix.empty() ? 0 : colon + 1), nullptr));
+    if (!uri.empty()) made->ns = xmlNewNs(made, Chars(uri), prefix.empty() ? nullptr : Chars(prefix));
+    return {};
+}
+
+DocumentResult DocumentObject::Create(DocumentNodeKind kind, std::u16string_view name,
+                                      std::u16string_view nameSpace, std::u16string_view text,
+                                      DocumentNode *& made) {
+    made = nullptr;
+    auto const type = static_cast<xmlElementType>(kind);
+    std::string const content = Utf8Of(text);
+    DocumentResult result = CheckText(type, content);
+    xmlNode * node = nullptr;
+    xmlDoc * const doc = Home().Doc();
+    if (!result) return result;
+    switch (kind) {
+    case DocumentNodeKind::Element: result = CreateElement(name, nameSpace, node); break;
+    case DocumentNodeKind::Text: node = Need(xmlNewDocText(doc, Chars(content))); break;
+    case DocumentNodeKind::CData:
+        node = Need(xmlNewCDataBlock(doc, Chars(content), static_cast<int>(content.size())));
+        break;
+    case DocumentNodeKind::Comment: node = Need(xmlNewDocComment(doc, Chars(content))); break;
+    case DocumentNodeKind::Fragment: node = Need(xmlNewDocFragment(doc)); break;
+    case DocumentNodeKind::Instruction: {
+        std::string const target = Utf8Of(name);
+        if (!IsInstructionTarget(target))
+            return {DocumentCode::InvalidName, u"No instruction can be named " + Quoted(name)};
+        node = Need(xmlNewDocPI(doc, Chars(target), Chars(content)));
+        break;
+    }
+    default: result = {DocumentCode::InvalidArgument, u"Nodes of this kind can't be made"}; break;
+    }
+    if (node) made = Home().WrapNew(node);
+    return result;
+}
+
+} // namespace KZPlatform::LibXml2

@@ -1,0 +1,96 @@
+/// @file
+/// The objects of nodes.
+#pragma once
+
+#include "ZerlithCore/platform/libxml2/Tree.h"
+
+namespace KZPlatform::LibXml2 {
+
+// What nodes of all kinds do; the objects below forward to these.
+
+[[nodiscard]] DocumentName NameOf(xmlNode const * node) noexcept;
+void PutName(xmlNode const * node, DocumentSink & sink);
+void PutValue(xmlNode const * node, DocumentSink & sink);
+void PutText(xmlNode const * node, DocumentSink & sink);
+void PutXml(xmlNode const * node, DocumentSink & sink);
+void WalkNode(xmlNode const * node, DocumentVisitor & visitor);
+DocumentResult SetNodeText(Tree & tree, xmlNode * node, std::u16string_view text);
+[[nodiscard]] xmlNode * ElementFrom(xmlNode * node, bool elementsOnly) noexcept;
+DocumentResult Insert(xmlNode * parent, xmlNode * child, xmlNode * reference);
+/// Tells why `text` can't be the text of a node of that type.
+DocumentResult CheckText(xmlElementType type, std::string_view text);
+
+/// What a stylesheet makes of a node.
+DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, DocumentSink & sink);
+DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, OwnedDoc & result);
+
+/// The node of libxml2 behind an object.
+[[nodiscard]] inline NodeCore const & CoreOf(DocumentNode const & node) {
+    return dynamic_cast<NodeCore const &>(node);
+}
+[[nodiscard]] inline xmlNode * NodeOf(DocumentNode const & node) { return CoreOf(node).Node(); }
+
+/// Puts a new content into a document's object.
+void Replace(Document & document, OwnedDoc doc);
+
+/// A new object for a node.
+[[nodiscard]] DocumentNode * MakeNode(Tree & tree, xmlNode * node);
+
+/// Implements the interface of all nodes under one of the narrower ones.
+template <class Interface>
+class NodeBase : public Interface, public NodeCore {
+public:
+    NodeBase(Tree & tree, xmlNode * node) : NodeCore(tree, node, *this) {}
+
+    unsigned long AddRef() const override { return AddReference(); }
+    unsigned long Release() const override { return DropReference(); }
+
+    [[nodiscard]] DocumentNodeKind Kind() const noexcept override {
+        switch (Node()->type) {
+        case XML_DTD_NODE: return DocumentNodeKind::DocumentType;
+        default: return static_cast<DocumentNodeKind>(Node()->type);
+        }
+    }
+    void Name(DocumentSink & sink) const override { PutName(Node(), sink); }
+    void Value(DocumentSink & sink) const override { PutValue(Node(), sink); }
+    void Text(DocumentSink & sink) const override { PutText(Node(), sink); }
+    DocumentResult SetText(std::u16string_view text) override { return SetNodeText(Home(), Node(), text); }
+    void Xml(DocumentSink & sink) const override { PutXml(Node(), sink); }
+    void Walk(DocumentVisitor & visitor) const override { WalkNode(Node(), visitor); }
+
+    [[nodiscard]] Document * Owner() const override {
+        return static_cast<Document *>(Home().Wrap(Home().DocNode()));
+    }
+    [[nodiscard]] DocumentNode * Parent() const override {
+        return Home().Wrap(Node()->type == XML_ATTRIBUTE_NODE ? nullptr : Node()->parent);
+    }
+    [[nodiscard]] bool HasChildren() const noexcept override { return FirstBelow(Node()) != nullptr; }
+    [[nodiscard]] DocumentNode * FirstChild(bool elementsOnly) const override {
+        return Home().Wrap(ElementFrom(FirstBelow(Node()), elementsOnly));
+    }
+    [[nodiscard]] DocumentNode * NextSibling(bool elementsOnly) const override {
+        if (Node()->type == XML_ATTRIBUTE_NODE) return nullptr;
+        return Home().Wrap(ElementFrom(Node()->next, elementsOnly));
+    }
+    [[nodiscard]] DocumentNodeList * Children() const override;
+
+    DocumentResult Select(std::u16string_view path, DocumentNode *& found) const override;
+    DocumentResult Select(std::u16string_view path, DocumentNodeList *& found) const override;
+
+    DocumentResult InsertBefore(DocumentNode & child, DocumentNode * reference) override {
+        return Insert(Node(), NodeOf(child), reference ? NodeOf(*reference) : nullptr);
+    }
+    [[nodiscard]] DocumentNode * Clone(bool deep) const override;
+
+    DocumentResult Transform(DocumentNode const & stylesheet, DocumentSink & sink) const override {
+        return TransformNode(Node(), NodeOf(stylesheet), sink);
+    }
+    DocumentResult Transform(DocumentNode const & stylesheet, Document & out) const override {
+        OwnedDoc made;
+        DocumentResult result = TransformNode(Node(), NodeOf(stylesheet), made);
+        if (result) Replace(out, std::move(made));
+        return result;
+    }
+};
+
+} // namespace KZPlatform::LibXml2

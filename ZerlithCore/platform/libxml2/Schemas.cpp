@@ -1,0 +1,150 @@
+// libxml2 compiles one schema and what it imports. So a schema is made up that imports all the added ones, each under the
+// name "x-schema:" with its namespace; a callback that knows such names only, and only while a thread compiles, gives the
+// text. In the copies the places of imports are replaced by those names or taken out, so no file and no network is asked.
+#include "ZerlithCore/platform/libxml2/Schemas.h"
+
+#include "ZerlithCore/platform/libxml2/Tree.h"
+
+#include <libxml/uri.h>
+#include <libxml/xmlIO.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace KZPlatform::LibXml2 {
+
+namespace {
+
+constexpr char SchemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
+constexpr std::string_view NameStart = "x-schema:";
+
+using SchemaTexts = std::map<std::string, std::string>; // by name
+
+thread_local SchemaTexts const * currentTexts = nullptr;
+
+// What is read, and how far.
+struct OpenText {
+    std::string_view rest;
+};
+
+int Match(char const * name) { return currentTexts && std::string_view(name).starts_with(NameStart) ? 1 : 0; }
+
+void * Open(char const * name) noexcept {
+    auto const place = currentTexts->find(name);
+    return place == currentTexts->end() ? nullptr : new (std::nothrow) OpenText{place->second};
+}
+
+int Read(void * open, char * buffer, int length) {
+    auto & text = *static_cast<OpenText *>(open);
+    std::size_t const count = text.rest.copy(buffer, static_cast<std::size_t>(std::max(length, 0)));
+    text.rest.remove_prefix(count);
+    return static_cast<int>(count);
+}
+
+int Close(void * open) {
+    delete static_cast<OpenText *>(open);
+    return 0;
+}
+
+// A name that is a valid URI whatever the namespace is.
+std::string NameOf(std::string const & nameSpace) {
+    OwnedText const escaped(Need(xmlURIEscapeStr(Chars(nameSpace), Chars(""))));
+    return std::string(NameStart) + std::string(View(escaped.get()));
+}
+
+std::string TextOf(xmlDoc * doc) {
+    xmlChar * bytes = nullptr;
+    int size = 0;
+    xmlDocDumpMemoryEnc(doc, &bytes, &size, "UTF-8");
+    OwnedText const text(Need(bytes));
+    return {reinterpret_cast<char const *>(bytes), static_cast<std::size_t>(size)};
+}
+
+bool IsSchemaElement(xmlNode const * node, std::string_view name) {
+    return node->type == XML_ELEMENT_NODE && node->ns && View(node->ns->href) == SchemaNamespace &&
+           View(node->name) == name;
+}
+
+std::string AttributeOf(xmlNode * node, char const * name) {
+    OwnedText const value(xmlGetNoNsProp(node, Chars(name)));
+    return std::string(View(value.get()));
+}
+
+DocumentResult Bad(std::u16string reason) { return {DocumentCode::BadSchema, std::move(reason)}; }
+
+} // namespace
+
+void Schemas::RegisterNames() { xmlRegisterInputCallbacks(Match, Open, Read, Close); }
+
+DocumentResult Schemas::Add(std::string const & nameSpace, xmlDoc const * schema) {
+    xmlNode * const root = xmlDocGetRootElement(schema);
+    if (!root || !IsSchemaElement(root, "schema")) return Bad(u"The document isn't a schema");
+    if (AttributeOf(root, "targetNamespace") != nameSpace)
+        return Bad(u"The schema is for another namespace than " + Quoted(UnitsOf(nameSpace)));
+    for (xmlNode const * child = root->children; child; child = child->next)
+        if (IsSchemaElement(child, "include") || IsSchemaElement(child, "redefine"))
+            return Bad(u"The schema includes another one, and nothing is loaded: add it by itself");
+    // Without a document type, whose declarations would be read again.
+    OwnedDoc copy = NewDoc();
+    Link(CopyNode(root, copy.get(), true), reinterpret_cast<xmlNode *>(copy.get()), nullptr);
+    docs_.insert_or_assign(nameSpace, std::move(copy));
+    compiled_.reset();
+    return {};
+}
+
+DocumentResult Schemas::Compile() {
+    SchemaTexts texts;
+    std::string all =
+        "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
+        "\" targetNamespace=\"x-schema:\">"; // a namespace of its own, to import those without one
+    for (auto const & [nameSpace, doc] : docs_) {
+        for (xmlNode * child = xmlDocGetRootElement(doc.get())->children; child; child = child->next) {
+            if (!IsSchemaElement(child, "import")) continue;
+            std::string const wanted = AttributeOf(child, "namespace");
+            xmlUnsetProp(child, Chars("schemaLocation"));
+            if (docs_.contains(wanted)) xmlNewProp(child, Chars("schemaLocation"), Chars(NameOf(wanted)));
+        }
+        OwnedDoc const import = NewDoc();
+        xmlNode * const element = Need(xmlNewDocNode(import.get(), nullptr, Chars("xs:import"), nullptr));
+        Link(element, reinterpret_cast<xmlNode *>(import.get()), nullptr);
+        if (!nameSpace.empty()) xmlNewProp(element, Chars("namespace"), Chars(nameSpace));
+        xmlNewProp(element, Chars("schemaLocation"), Chars(NameOf(nameSpace)));
+        std::string const line = TextOf(import.get());
+        all += line.substr(line.find("<xs:import"));
+        texts.emplace(NameOf(nameSpace), TextOf(doc.get()));
+    }
+    all += "</xs:schema>";
+
+    struct Current {
+        explicit Current(SchemaTexts const & now) { currentTexts = &now; }
+        ~Current() { currentTexts = nullptr; }
+    } const current(texts);
+    ErrorScope scope;
+    std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
+        Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
+    xmlSchemaSetParserStructuredErrors(parser.get(), ErrorScope::Structured, &scope);
+    compiled_.reset(xmlSchemaParse(parser.get()));
+    return compiled_ ? DocumentResult() : Bad(scope.Reason());
+}
+
+DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
+    if (docs_.empty()) {
+        fault.code = DocumentCode::NoSchema;
+        fault.reason = u"The document has no schema";
+        return {};
+    }
+    if (!compiled_)
+        if (DocumentResult result = Compile(); !result) return result;
+    ErrorScope scope;
+    std::unique_ptr<xmlSchemaValidCtxt, FreeBy<xmlSchemaFreeValidCtxt>> const context(
+        Need(xmlSchemaNewValidCtxt(compiled_.get())));
+    xmlSchemaSetValidStructuredErrors(context.get(), ErrorScope::Structured, &scope);
+    int const outcome = xmlSchemaValidateDoc(context.get(), doc);
+    if (outcome == 0) return {};
+    fault.code = DocumentCode::Invalid;
+    fault.reason = scope.Reason();
+    fault.line = static_cast<std::uint32_t>(std::max(scope.Line(), 0));
+    return {};
+}
+
+} // namespace KZPlatform::LibXml2

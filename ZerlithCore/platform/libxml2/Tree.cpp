@@ -1,0 +1,322 @@
+// Nodes are linked here by hand: libxml2's own functions join neighbouring texts and free one of them, which an object
+// may stand for, and some of them recurse.
+#include "ZerlithCore/platform/libxml2/Tree.h"
+
+#include "ZerlithCore/platform/libxml2/NodeList.h"
+#include "ZerlithCore/platform/libxml2/Nodes.h"
+#include "ZerlithCore/platform/libxml2/Paths.h"
+
+#include <utility>
+
+namespace KZPlatform::LibXml2 {
+
+namespace {
+
+void Free(xmlNode * node) noexcept {
+    if (node->type == XML_ATTRIBUTE_NODE) {
+        xmlFreeProp(reinterpret_cast<xmlAttr *>(node));
+    } else {
+        xmlFreeNode(node);
+    }
+}
+
+// Calls `action` with every object of the subtree.
+template <class Action>
+void ForEachObject(xmlNode * top, Action action) {
+    for (xmlNode * at = top; at; at = NextBelow(at, top)) {
+        if (at->_private) action(*static_cast<NodeCore *>(at->_private));
+        if (at->type != XML_ELEMENT_NODE) continue;
+        for (xmlAttr * attribute = at->properties; attribute; attribute = attribute->next)
+            if (attribute->_private) action(*static_cast<NodeCore *>(attribute->_private));
+    }
+}
+
+std::size_t CountObjects(xmlNode * top) {
+    std::size_t count = 0;
+    ForEachObject(top, [&count](NodeCore &) { ++count; });
+    return count;
+}
+
+// Takes a node out of its tree; the namespaces that it uses come along.
+void Unlink(xmlNode * node) {
+    if (node->type == XML_ATTRIBUTE_NODE) {
+        xmlDOMWrapRemoveNode(nullptr, node->doc, node, 0);
+        return;
+    }
+    xmlUnlinkNode(node);
+    if (node->type == XML_ELEMENT_NODE && xmlDOMWrapReconcileNamespaces(nullptr, node, 0) != 0)
+        throw std::bad_alloc();
+}
+
+} // namespace
+
+// --- NodeCore
+
+NodeCore::NodeCore(Tree & tree, xmlNode * node, DocumentNode & face)
+    : node_(node), tree_(&tree), face_(face) {
+    tree.Attach(node, *this);
+    tree.Hold();
+}
+
+NodeCore::~NodeCore() {
+    tree_->Detach(node_, *this);
+    tree_->Drop();
+}
+
+void NodeCore::MoveTo(Tree & tree, xmlNode * node) {
+    tree.Hold();
+    Tree * const old = std::exchange(tree_, &tree);
+    node_ = node;
+    old->Drop();
+}
+
+// --- Tree
+
+Tree::Tree(OwnedDoc doc) : doc_(std::move(doc)) {
+    // Without an encoding libxml2 writes letters in attributes as references.
+    if (!doc_->encoding) doc_->encoding = Need(xmlStrdup(Chars("UTF-8")));
+    doc_->_private = this;
+}
+
+Tree::~Tree() {
+    paths_.reset();
+    for (auto const & [root, count] : orphans_) Free(root);
+}
+
+Paths & Tree::GetPaths() {
+    if (!paths_) paths_ = std::make_unique<Paths>(doc_.get());
+    return *paths_;
+}
+
+DocumentNode * Tree::Wrap(xmlNode * node) {
+    if (!node) return nullptr;
+    auto const * const core = node == DocNode() ? document_ : static_cast<NodeCore *>(node->_private);
+    return core ? &core->Face() : MakeNode(*this, node);
+}
+
+DocumentNode * Tree::WrapNew(xmlNode * node) {
+    try {
+        orphans_.emplace(node, 0);
+    } catch (std::bad_alloc const &) {
+        Free(node);
+        throw;
+    }
+    return Wrap(node);
+}
+
+void Tree::Attach(xmlNode * node, NodeCore & core) {
+    if (node == DocNode()) {
+        document_ = &core;
+        return;
+    }
+    node->_private = &core;
+    if (!orphans_.empty()) ChangeCount(RootOf(node), 1);
+}
+
+void Tree::Detach(xmlNode * node, NodeCore & core) noexcept {
+    if (node == DocNode()) {
+        if (document_ == &core) document_ = nullptr;
+        return;
+    }
+    node->_private = nullptr;
+    if (!orphans_.empty()) ChangeCount(RootOf(node), -1);
+}
+
+// Counts objects of an orphan, which goes with the last one.
+void Tree::ChangeCount(xmlNode * root, std::ptrdiff_t by) noexcept {
+    if (!IsOrphan(root)) return;
+    auto const place = orphans_.find(root);
+    if (place == orphans_.end()) return;
+    place->second += static_cast<std::size_t>(by);
+    if (place->second != 0) return;
+    orphans_.erase(place);
+    Free(root);
+}
+
+void Tree::Remove(xmlNode * node) {
+    PinLists();
+    std::size_t const count = CountObjects(node);
+    xmlNode * const root = RootOf(node);
+    if (count != 0) orphans_.emplace(node, count);
+    Unlink(node);
+    if (count == 0) return Free(node);
+    ChangeCount(root, -static_cast<std::ptrdiff_t>(count));
+}
+
+void Tree::Move(xmlNode * node, xmlNode * parent, xmlNode * before) {
+    Tree & source = Of(node);
+    bool const isForeign = &source != this;
+    if (isForeign) source.PinLists();
+    // The way up is long in a deep tree; it is spared where nothing but the node itself stands outside a document.
+    xmlNode * const oldRoot = RootOf(node);
+    bool const isOnlyOrphan = orphans_.size() == (oldRoot == node && !isForeign ? 1 : 0);
+    xmlNode * const newRoot = isOnlyOrphan ? DocNode() : RootOf(parent);
+    bool const counts = isForeign || source.IsOrphan(oldRoot) || IsOrphan(newRoot);
+    auto const count = static_cast<std::ptrdiff_t>(counts ? CountObjects(node) : 0);
+    if (before == node) before = node->next;
+
+    if (node->parent) Unlink(node);
+    if (isForeign) {
+        ErrorScope const scope;
+        if (xmlDOMWrapAdoptNode(nullptr, source.Doc(), node, Doc(), parent, 0) != 0) throw std::bad_alloc();
+    }
+    Link(node, parent, before);
+
+    source.Hold(); // until it has been told
+    if (isForeign) ForEachObject(node, [this](NodeCore & core) { core.MoveTo(*this, core.Node()); });
+    ChangeCount(newRoot, count);
+    if (oldRoot == node) {
+        source.orphans_.erase(node);
+    } else {
+        source.ChangeCount(oldRoot, -count);
+    }
+    source.Drop();
+}
+
+// Lists hold plain pointers until nodes may go; from then on they hold objects.
+void Tree::PinLists() {
+    for (NodeList * const list : lists_) list->Pin();
+}
+
+// --- Walks
+
+xmlNode * NextBelow(xmlNode * node, xmlNode const * top) noexcept {
+    if (xmlNode * const child = FirstBelow(node)) return child;
+    while (node != top && !node->next) node = node->parent;
+    return node == top ? nullptr : node->next;
+}
+
+xmlNode * RootOf(xmlNode * node) noexcept {
+    while (node->parent) node = node->parent;
+    return node;
+}
+
+void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept {
+    node->parent = parent;
+    node->next = before;
+    node->prev = before ? before->prev : parent->last;
+    (node->prev ? node->prev->next : parent->children) = node;
+    (before ? before->prev : parent->last) = node;
+}
+
+// --- Copies
+
+std::string_view AttributeValue(xmlAttr const * attribute, std::string & room) {
+    xmlNode const * const first = attribute->children;
+    if (!first) return {};
+    if (!first->next && first->type == XML_TEXT_NODE) return View(first->content);
+    OwnedText const joined(xmlNodeListGetString(attribute->doc, first, 1));
+    return room = View(joined.get());
+}
+
+namespace {
+
+using NamespaceMap = std::unordered_map<xmlNs const *, xmlNs *>;
+
+void CopyDeclarations(xmlNode const * from, xmlNode * to, NamespaceMap & map) {
+    for (xmlNs const * ns = from->nsDef; ns; ns = ns->next)
+        map.emplace(ns, Need(xmlNewNs(to, ns->href, ns->prefix)));
+}
+
+xmlNs * Mapped(xmlNs * ns, NamespaceMap const & map) {
+    if (!ns || map.empty()) return ns;
+    auto const place = map.find(ns);
+    return place == map.end() ? ns : place->second;
+}
+
+xmlNode * CopyElement(xmlNode const * node, xmlDoc * doc, NamespaceMap & map) {
+    std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>> copy(
+        Need(xmlNewDocNode(doc, nullptr, node->name, nullptr)));
+    CopyDeclarations(node, copy.get(), map);
+    copy->ns = Mapped(node->ns, map);
+    copy->line = node->line;
+    std::string room;
+    for (xmlAttr const * attribute = node->properties; attribute; attribute = attribute->next) {
+        std::string const value(AttributeValue(attribute, room));
+        Need(xmlNewNsProp(copy.get(), Mapped(attribute->ns, map), attribute->name, Chars(value)));
+    }
+    return copy.release();
+}
+
+// The node alone.
+xmlNode * CopyOne(xmlNode const * node, xmlDoc * doc, NamespaceMap & map) {
+    switch (node->type) {
+    case XML_ELEMENT_NODE: return CopyElement(node, doc, map);
+    case XML_TEXT_NODE: return Need(xmlNewDocText(doc, node->content));
+    case XML_CDATA_SECTION_NODE: return Need(xmlNewCDataBlock(doc, node->content, xmlStrlen(node->content)));
+    case XML_COMMENT_NODE: return Need(xmlNewDocComment(doc, node->content));
+    case XML_PI_NODE: return Need(xmlNewDocPI(doc, node->name, node->content));
+    case XML_ENTITY_REF_NODE: return Need(xmlNewReference(doc, node->name));
+    case XML_DOCUMENT_FRAG_NODE: return Need(xmlNewDocFragment(doc));
+    default: return nullptr;
+    }
+}
+
+// Everything below `node` as children of `copy`; kinds that can't be copied are left out.
+void CopyBelow(xmlNode const * top, xmlNode * copy, xmlDoc * doc, NamespaceMap & map) {
+    xmlNode * parent = copy;
+    for (xmlNode const * at = FirstBelow(top); at;) {
+        xmlNode * const made = CopyOne(at, doc, map);
+        if (made) Link(made, parent, nullptr);
+        if (xmlNode const * const child = FirstBelow(at)) {
+            at = child;
+            parent = made;
+            continue;
+        }
+        while (!at->next) {
+            at = at->parent;
+            if (at == top) return;
+            parent = parent->parent;
+        }
+        at = at->next;
+    }
+}
+
+} // namespace
+
+xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
+    ErrorScope const scope;
+    if (node->type == XML_ATTRIBUTE_NODE) {
+        auto const * const attribute = reinterpret_cast<xmlAttr const *>(node);
+        std::string room;
+        std::string const value(AttributeValue(attribute, room));
+        return reinterpret_cast<xmlNode *>(Need(xmlNewDocProp(doc, attribute->name, Chars(value))));
+    }
+    NamespaceMap map;
+    std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>> copy(CopyOne(node, doc, map));
+    if (!copy) return nullptr;
+    if (deep) CopyBelow(node, copy.get(), doc, map);
+    // What is declared above the node becomes its own.
+    for (xmlNode * at = copy.get(); at;
+         at = at->type == XML_DOCUMENT_FRAG_NODE ? at->children : (at->parent ? at->next : nullptr)) {
+        if (at->type == XML_ELEMENT_NODE && xmlDOMWrapReconcileNamespaces(nullptr, at, 0) != 0)
+            throw std::bad_alloc();
+    }
+    return copy.release();
+}
+
+OwnedDoc CopyDoc(xmlDoc const * doc, bool deep) {
+    ErrorScope const scope;
+    OwnedDoc copy = NewDoc();
+    if (doc->encoding) copy->encoding = Need(xmlStrdup(doc->encoding));
+    if (doc->URL) copy->URL = Need(xmlStrdup(doc->URL));
+    copy->standalone = doc->standalone;
+    if (!deep) return copy;
+    if (doc->intSubset) {
+        xmlDtd * const dtd = Need(xmlCopyDtd(doc->intSubset));
+        copy->intSubset = dtd;
+        xmlSetTreeDoc(reinterpret_cast<xmlNode *>(dtd), copy.get());
+        Link(reinterpret_cast<xmlNode *>(dtd), reinterpret_cast<xmlNode *>(copy.get()), nullptr);
+    }
+    NamespaceMap map;
+    CopyBelow(reinterpret_cast<xmlNode const *>(doc), reinterpret_cast<xmlNode *>(copy.get()), copy.get(),
+              map);
+    return copy;
+}
+
+OwnedDoc NewDoc() {
+    OwnedDoc doc(Need(xmlNewDoc(Chars("1.0"))));
+    return doc;
+}
+
+} // namespace KZPlatform::LibXml2

@@ -1,0 +1,143 @@
+/// @file
+/// A tree of libxml2's nodes and the objects that stand for them.
+#pragma once
+
+#include "ZerlithCore/platform/libxml2/Library.h"
+
+#include <atomic>
+#include <cstddef>
+#include <memory>
+#include <unordered_map>
+#include <vector>
+
+namespace KZPlatform::LibXml2 {
+
+class NodeList;
+class ParseError;
+class Paths;
+class Schemas;
+class Tree;
+
+/// The part that the objects of all kinds of nodes have in common: where the node is and who holds the object.
+///
+/// The node's `_private` points back here, so a node has one object at a time; the object of a document is known to its
+/// tree. Whoever drops the last reference deletes the object, and the node too when it stands nowhere and no other node
+/// of its subtree has an object.
+class NodeCore {
+public:
+    NodeCore(Tree & tree, xmlNode * node, DocumentNode & face);
+    NodeCore(NodeCore const &) = delete;
+    NodeCore & operator=(NodeCore const &) = delete;
+    virtual ~NodeCore();
+
+    unsigned long AddReference() const noexcept {
+        return references_.fetch_add(1, std::memory_order_relaxed) + 1;
+    }
+    unsigned long DropReference() const {
+        unsigned long const left = references_.fetch_sub(1, std::memory_order_acq_rel) - 1;
+        if (left == 0) delete this;
+        return left;
+    }
+
+    [[nodiscard]] xmlNode * Node() const noexcept { return node_; }
+    [[nodiscard]] Tree & Home() const noexcept { return *tree_; }
+    [[nodiscard]] DocumentNode & Face() const noexcept { return face_; }
+    /// Makes this the object of `node` in `tree`, which takes the place of what it stood for.
+    void MoveTo(Tree & tree, xmlNode * node);
+
+private:
+    mutable std::atomic<std::uint32_t> references_{0};
+    xmlNode * node_;
+    Tree * tree_;
+    DocumentNode & face_;
+};
+
+/// One document of libxml2 with everything that depends on it. It lives as long as an object or a list refers to it.
+///
+/// A node either hangs below the document or belongs to an orphan: a subtree whose top has no parent. An orphan exists
+/// as long as one of its nodes has an object; how many have is counted here, an orphan a line. Namespaces that an
+/// orphan uses are declared inside it, so it never refers to nodes outside.
+class Tree {
+public:
+    explicit Tree(OwnedDoc doc);
+    Tree(Tree const &) = delete;
+    Tree & operator=(Tree const &) = delete;
+    ~Tree();
+
+    [[nodiscard]] static Tree & Of(xmlNode const * node) noexcept {
+        return *static_cast<Tree *>(node->doc->_private);
+    }
+
+    void Hold() noexcept { ++holders_; }
+    void Drop() noexcept {
+        if (--holders_ == 0) delete this;
+    }
+
+    [[nodiscard]] xmlDoc * Doc() const noexcept { return doc_.get(); }
+    [[nodiscard]] xmlNode * DocNode() const noexcept { return reinterpret_cast<xmlNode *>(doc_.get()); }
+    [[nodiscard]] Paths & GetPaths();
+
+    /// The object of a node of this tree, perhaps a new one without references; null for null.
+    [[nodiscard]] DocumentNode * Wrap(xmlNode * node);
+    /// The same for a node that has just been made and stands nowhere; the tree owns it from now on.
+    [[nodiscard]] DocumentNode * WrapNew(xmlNode * node);
+
+    /// Takes a node from where it stands and frees it, or keeps it as an orphan while it or a node below has an object.
+    void Remove(xmlNode * node);
+    /// Moves a node of any tree below `parent` of this one, in front of `before` or, for null, to the end. Requires: the
+    /// place is fit for it.
+    void Move(xmlNode * node, xmlNode * parent, xmlNode * before);
+
+    void Register(NodeList & list) { lists_.push_back(&list); }
+    void Unregister(NodeList & list) noexcept { std::erase(lists_, &list); }
+
+    // What objects tell.
+    void Attach(xmlNode * node, NodeCore & core);
+    void Detach(xmlNode * node, NodeCore & core) noexcept;
+
+    /// What outlives a change of the content.
+    std::shared_ptr<Schemas> schemas;
+    std::shared_ptr<ParseError const> lastError;
+
+private:
+    [[nodiscard]] bool IsOrphan(xmlNode const * root) const noexcept { return root != DocNode(); }
+    void ChangeCount(xmlNode * root, std::ptrdiff_t by) noexcept;
+    void PinLists();
+
+    std::size_t holders_ = 0;
+    OwnedDoc doc_;
+    NodeCore * document_ = nullptr;
+    std::unordered_map<xmlNode *, std::size_t> orphans_; // the top of each, and the objects in it
+    std::vector<NodeList *> lists_;
+    std::unique_ptr<Paths> paths_;
+};
+
+// --- Walks. Nothing below an attribute, an entity reference or a document type is looked at.
+
+/// The first child in that sense.
+[[nodiscard]] inline xmlNode * FirstBelow(xmlNode const * node) noexcept {
+    switch (node->type) {
+    case XML_ELEMENT_NODE:
+    case XML_DOCUMENT_NODE:
+    case XML_DOCUMENT_FRAG_NODE: return node->children;
+    default: return nullptr;
+    }
+}
+/// The node behind `node` in document order below `top`; null at the end.
+[[nodiscard]] xmlNode * NextBelow(xmlNode * node, xmlNode const * top) noexcept;
+/// The node that has no parent.
+[[nodiscard]] xmlNode * RootOf(xmlNode * node) noexcept;
+/// Makes `node`, which stands nowhere, a child of `parent`.
+void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept;
+
+// --- Copies
+
+/// A copy for `doc` that stands nowhere and declares what it uses; null for a kind that can't be copied.
+[[nodiscard]] xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep);
+[[nodiscard]] OwnedDoc CopyDoc(xmlDoc const * doc, bool deep);
+[[nodiscard]] OwnedDoc NewDoc();
+
+/// The value of an attribute: a view of the attribute's own text, or of `room`.
+[[nodiscard]] std::string_view AttributeValue(xmlAttr const * attribute, std::string & room);
+
+} // namespace KZPlatform::LibXml2

@@ -1,0 +1,160 @@
+// The seam walks the tree and tells what it meets; what is printed is decided here. Units go through a buffer that stays in
+// the cache, and so to the string in large pieces. A run of bytes up to the next character that wants escaping is decoded
+// at once.
+#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/xml/DOMText.h"
+#include "ZerlithCore/xml/KZDOMException.h"
+#include "ZerlithCore/xml/KZDOMNode.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+using KZPlatform::DocumentName;
+
+namespace {
+
+/// What stands for a character in printed text; empty for most.
+constexpr std::array<std::u16string_view, 128> Escapes = [] {
+    std::array<std::u16string_view, 128> escapes{};
+    escapes['&'] = u"&amp;";
+    escapes['>'] = u"&gt;";
+    escapes['<'] = u"&lt;";
+    escapes['"'] = u"&quot;";
+    escapes['\''] = u"&apos;";
+    return escapes;
+}();
+
+constexpr bool IsEscaped(char byte) {
+    return (byte == '&') | (byte == '>') | (byte == '<') | (byte == '"') | (byte == '\'');
+}
+
+// Appends to a string by way of a buffer.
+class Writer {
+public:
+    explicit Writer(KZString & out) : out_(out) {}
+
+    void Put(char16_t unit) {
+        if (used_ == buffer_.size()) Flush();
+        buffer_[used_++] = unit;
+    }
+    void Put(std::u16string_view text) {
+        for (char16_t const unit : text) Put(unit);
+    }
+    void PutBlanks(std::uint64_t count) {
+        while (count != 0) {
+            if (used_ == buffer_.size()) Flush();
+            auto const part =
+                static_cast<std::size_t>(std::min<std::uint64_t>(count, buffer_.size() - used_));
+            std::fill_n(buffer_.begin() + static_cast<std::ptrdiff_t>(used_), part, u' ');
+            used_ += part;
+            count -= part;
+        }
+    }
+    void PutUtf8(std::string_view text) {
+        while (!text.empty()) {
+            if (buffer_.size() - used_ < 64) Flush();
+            KZPlatform::Utf8Result const result = KZPlatform::DecodeUtf8(
+                text, std::span(buffer_).subspan(used_), KZPlatform::Utf8Mode::Replace);
+            used_ += result.written;
+            text.remove_prefix(result.read);
+            if (result.status != KZPlatform::Utf8Status::Done) Flush();
+        }
+    }
+    void PutEscaped(std::string_view text) {
+        for (;;) {
+            auto const special = std::ranges::find_if(text, IsEscaped);
+            auto const plain = static_cast<std::size_t>(special - text.begin());
+            PutUtf8(text.substr(0, plain));
+            if (plain == text.size()) return;
+            Put(Escapes[static_cast<unsigned char>(text[plain])]);
+            text.remove_prefix(plain + 1);
+        }
+    }
+    void Flush() {
+        if (used_ != 0) out_.Append(buffer_.data(), static_cast<unsigned>(used_));
+        used_ = 0;
+    }
+
+private:
+    KZString & out_;
+    std::size_t used_ = 0;
+    std::array<char16_t, 4096> buffer_;
+};
+
+class Formatter final : public KZPlatform::DocumentVisitor {
+public:
+    Formatter(KZString & out, unsigned level, bool closeFlush, unsigned step)
+        : writer_(out), indentation_(level), step_(step), closeFlush_(closeFlush) {}
+
+    void BeginElement(DocumentName name) override {
+        BeginContent();
+        writer_.PutBlanks(indentation_);
+        writer_.Put(u'<');
+        PutName(name);
+        isOpen_ = true;
+        indentation_ += step_;
+    }
+
+    void Attribute(DocumentName name, std::string_view value) override {
+        writer_.Put(u' ');
+        PutName(name);
+        writer_.Put(u"=\"");
+        writer_.PutEscaped(value);
+        writer_.Put(u'"');
+    }
+
+    void Text(std::string_view text) override {
+        BeginContent();
+        writer_.PutEscaped(text);
+        isBehindText_ = true;
+    }
+
+    void EndElement(DocumentName name) override {
+        indentation_ -= step_;
+        if (isOpen_) {
+            writer_.Put(u"/>\n");
+        } else {
+            if (!closeFlush_ || !isBehindText_) writer_.PutBlanks(indentation_);
+            writer_.Put(u"</");
+            PutName(name);
+            writer_.Put(u">\n");
+        }
+        isOpen_ = false;
+        isBehindText_ = false;
+    }
+
+    void Finish() { writer_.Flush(); }
+
+private:
+    // What comes stands inside the element whose start tag was written last.
+    void BeginContent() {
+        if (isOpen_) writer_.Put(u">\n");
+        isOpen_ = false;
+    }
+
+    void PutName(DocumentName name) {
+        if (!name.prefix.empty()) {
+            writer_.PutUtf8(name.prefix);
+            writer_.Put(u':');
+        }
+        writer_.PutUtf8(name.local);
+    }
+
+    Writer writer_;
+    std::uint64_t indentation_;
+    std::uint64_t step_;
+    bool closeFlush_;
+    bool isOpen_ = false;       // the last start tag still lacks its end
+    bool isBehindText_ = false; // a text was the last thing written
+};
+
+} // namespace
+
+void KZDOMNode::Format(KZString & out, unsigned const & level, bool closeFlush, unsigned const & step) const {
+    Formatter formatter(out, level, closeFlush, step);
+    Existing().Walk(formatter);
+    formatter.Finish();
+}

@@ -1,0 +1,37 @@
+// Documents for tests.
+#pragma once
+
+#include "ZerlithCore/xml/KZDOMDocument.h"
+#include "ZerlithCore/xml/KZDOMException.h"
+#include "ZerlithCore/xml/KZDOMNodeList.h"
+
+#include <gtest/gtest.h>
+
+/// The document that `text` is; a failure of the test if it is none.
+inline KZDOMDocument Parsed(KZString const & text) {
+    KZDOMDocument document = KZDOMDocument::Create();
+    EXPECT_TRUE(document.Load(text)) << text.AsUTF8() << ": "
+                                     << document.GetLastParseError().GetReason().AsUTF8();
+    return document;
+}
+
+/// The printed form of what `text` parses to.
+inline std::string Formatted(KZDOMNode const & node, unsigned level = 0, bool closeFlush = true,
+                             unsigned step = 2) {
+    KZString out;
+    node.Format(out, level, closeFlush, step);
+    return out.AsUTF8();
+}
+
+/// The result code of the KZDOMException that `action` throws; 0 when it throws none.
+template <class Action>
+std::int32_t CodeOf(Action action) {
+    try {
+        action();
+    } catch (KZDOMException const & exception) {
+        EXPECT_NE(*exception.What(), u'\0');
+        EXPECT_FALSE(exception.GetInterfaceId().IsNull());
+        return exception.GetResultCode();
+    }
+    return 0;
+}

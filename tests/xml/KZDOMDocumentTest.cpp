@@ -1,0 +1,209 @@
+#include "tests/files/TemporaryDirectory.h"
+#include "tests/xml/DOMTestDocument.h"
+
+#include <thread>
+
+namespace {
+
+TEST(KZDOMDocument, TellsWhatIsWrong) {
+    struct Case {
+        char16_t const * text;
+        std::int32_t code;
+        std::uint32_t line;
+        std::uint32_t column;
+        std::uint32_t position;
+        char16_t const * source;
+    };
+    constexpr Case cases[] = {
+        {u"", KZDOMResult::Empty, 0, 0, 0, u""},
+        {u" \n", KZDOMResult::Empty, 2, 1, 2, u""},
+        {u"text", KZDOMResult::Empty, 1, 1, 0, u"text"},
+        {u"<a>\n<b>", KZDOMResult::UnclosedElement, 2, 4, 7, u"<b>"},
+        {u"<a>\n \u00e9<b></a>\n", KZDOMResult::MismatchedTag, 2, 10, 13, u" \u00e9<b></a>"},
+        {u"<a k='1'\r\n k='2'/>", KZDOMResult::DuplicateAttribute, 2, 7, 16, u" k='2'/>"},
+        {u"<a>&no;</a>", KZDOMResult::BadEntity, 1, 8, 7, u"<a>&no;</a>"},
+        {u"<a>&lt</a>", KZDOMResult::BadEntity, 1, 7, 6, u"<a>&lt</a>"},
+        {u"<a>&#0;</a>", KZDOMResult::Malformed, 1, 8, 7, u"<a>&#0;</a>"},
+        {u"<p:a/>", KZDOMResult::UndeclaredPrefix, 1, 5, 4, u"<p:a/>"},
+        {u"<a b=c/>", KZDOMResult::Malformed, 1, 6, 5, u"<a b=c/>"},
+        {u"<a/><b/>", KZDOMResult::Malformed, 1, 5, 4, u"<a/><b/>"},
+        {u"<a>\x01</a>", KZDOMResult::Malformed, 1, 4, 3, u"<a>\x01</a>"},
+        {u"<a>]]></a>", KZDOMResult::Malformed, 1, 4, 3, u"<a>]]></a>"},
+    };
+    KZDOMDocument document = Parsed(u"<kept/>");
+    for (Case const & c : cases) {
+        EXPECT_FALSE(document.Load(c.text)) << KZString(c.text).AsUTF8();
+        KZDOMParseError const error = document.GetLastParseError();
+        EXPECT_EQ(error.GetErrorCode(), c.code) << KZString(c.text).AsUTF8() << error.GetReason().AsUTF8();
+        EXPECT_FALSE(error.GetReason().IsNull());
+        EXPECT_EQ(error.GetLine(), c.line) << KZString(c.text).AsUTF8();
+        EXPECT_EQ(error.GetLinePosition(), c.column) << KZString(c.text).AsUTF8();
+        EXPECT_EQ(error.GetFilePosition(), c.position) << KZString(c.text).AsUTF8();
+        EXPECT_EQ(error.GetSourceText(), c.source);
+        EXPECT_EQ(error.GetURL(), u"");
+    }
+    EXPECT_EQ(document.GetRootElement().GetName(), u"kept");
+    KZDOMParseError const last = document.GetLastParseError();
+    EXPECT_TRUE(document.Load(u"<fine/>"));
+    EXPECT_EQ(document.GetLastParseError().GetErrorCode(), 0);
+    EXPECT_EQ(document.GetLastParseError().GetReason(), u"");
+    EXPECT_EQ(last.GetErrorCode(), KZDOMResult::Malformed);
+}
+
+TEST(KZDOMDocument, ReadsAndWritesFiles) {
+    TemporaryDirectory const directory;
+    KZString const path = directory.Path(u"d\u00e9.xml");
+    KZDOMDocument document = KZDOMDocument::Create();
+    EXPECT_FALSE(document.Load(path, true));
+    EXPECT_EQ(document.GetLastParseError().GetErrorCode(), KZDOMResult::CantRead);
+    EXPECT_EQ(document.GetLastParseError().GetURL(), path);
+    EXPECT_FALSE(document.GetLastParseError().GetReason().IsNull());
+    EXPECT_FALSE(document.Load(directory.Path(u""), true));
+
+    struct Case {
+        std::string bytes;
+        std::int32_t code;
+        char16_t const * text;
+    };
+    using namespace std::string_literals;
+    Case const cases[] = {
+        {"<a>\xC3\xA9</a>", 0, u"\u00e9"},
+        {"\xEF\xBB\xBF<a>\xC3\xA9</a>", 0, u"\u00e9"},
+        {"<?xml version='1.0' encoding='ISO-8859-1'?><a>\xE9</a>", 0, u"\u00e9"},
+        {"\xFF\xFE<\0a\0>\0\xE9\0<\0/\0a\0>\0"s, 0, u"\u00e9"},
+        {"<a>\n\xE9</a>", KZDOMResult::BadEncoding, nullptr},
+        {"<?xml version='1.0' encoding='no-such'?><a/>", KZDOMResult::BadEncoding, nullptr},
+        {"\xFF\xFE<\0a\0>\0\n\0<\0/\0b\0>\0"s, KZDOMResult::MismatchedTag, nullptr},
+        {"", KZDOMResult::Empty, nullptr},
+        {"<a>\0</a>"s, KZDOMResult::UnclosedElement, nullptr},
+    };
+    for (Case const & c : cases) {
+        directory.Write(u"d\u00e9.xml", c.bytes);
+        EXPECT_EQ(document.Load(path, true), c.text != nullptr) << c.bytes;
+        KZDOMParseError const error = document.GetLastParseError();
+        EXPECT_EQ(error.GetErrorCode(), c.code) << c.bytes << error.GetReason().AsUTF8();
+        if (c.text) {
+            EXPECT_EQ(document.ValueOf(u"a"), c.text) << c.bytes;
+            document.SelectNode(u"a").AsElement().SetAttribute(u"k", u"\u20ac");
+            document.SaveToFile(path);
+            KZDOMDocument again = KZDOMDocument::Create();
+            EXPECT_TRUE(again.Load(path, true));
+            EXPECT_EQ(Formatted(again), Formatted(document));
+        } else if (c.code == KZDOMResult::MismatchedTag) {
+            EXPECT_EQ(error.GetSourceText(), u"</b>");
+            EXPECT_EQ(error.GetLine(), 2U);
+        }
+    }
+    EXPECT_EQ(CodeOf([&] { document.SaveToFile(directory.Path(u"none/x.xml")); }), KZDOMResult::CantWrite);
+    // A text's own declaration doesn't count.
+    EXPECT_EQ(Parsed(u"\uFEFF<?xml version='1.0' encoding='UTF-16'?><a>\u00e9</a>").ValueOf(u"a"), u"\u00e9");
+}
+
+TEST(KZDOMDocument, LoadsNothingElse) {
+    TemporaryDirectory const directory;
+    KZString const secret = directory.Path(u"secret.xml");
+    directory.Write(u"secret.xml",
+                    "<?xml version='1.0'?><!ENTITY leak 'secret'><!ATTLIST a k CDATA 'secret'>");
+    char16_t const * const texts[] = {
+        u"<!DOCTYPE a [<!ENTITY e SYSTEM '%s'>]><a>&e;</a>",
+        u"<!DOCTYPE a [<!ENTITY e SYSTEM 'http://127.0.0.1:9/%s'>]><a>&e;</a>",
+        u"<!DOCTYPE a [<!ENTITY %% p SYSTEM '%s'> %%p;]><a>&leak;</a>",
+        u"<!DOCTYPE a SYSTEM '%s'><a>&leak;</a>",
+        u"<!DOCTYPE a PUBLIC 'x' 'http://127.0.0.1:9/%s'><a>&leak;</a>",
+        u"<a xmlns:i='http://www.w3.org/2001/XInclude'><i:include href='%s' parse='text'/></a>",
+    };
+    for (char16_t const * const format : texts) {
+        KZString text;
+        text.Format(format, secret.c_str());
+        KZDOMDocument document = KZDOMDocument::Create();
+        if (document.Load(text)) {
+            EXPECT_EQ(document.GetXML().Find(u"ENTITY leak"), KZString::npos);
+        }
+        EXPECT_TRUE(document.GetRootElement().IsValid() ? document.ValueOf(u"a").IsNull() : true)
+            << text.AsUTF8();
+    }
+    EXPECT_FALSE(KZDOMDocument::Create().Load(u"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]><a>&e;</a>"));
+}
+
+TEST(KZDOMDocument, StandsBombs) {
+    KZString laughs = u"<!DOCTYPE a [<!ENTITY e0 'ha'>";
+    for (int i = 1; i < 12; ++i) {
+        KZString line;
+        line.Format(u"<!ENTITY e%d '", i);
+        for (int j = 0; j < 10; ++j) {
+            KZString part;
+            part.Format(u"&e%d;", i - 1);
+            line += part;
+        }
+        laughs += line + u"'>";
+    }
+    KZString const value(u'x', 5000U);
+    KZString defaults = u"<!DOCTYPE a [<!ATTLIST b k CDATA '" + value + u"'>]><a>";
+    for (int i = 0; i < 5000; ++i) defaults += u"<b/>";
+    KZString deep;
+    for (int i = 0; i < 300; ++i) deep += u"<a>";
+    struct Case {
+        KZString text;
+        std::int32_t code;
+    };
+    Case const cases[] = {
+        {laughs + u"]><a>&e11;</a>", KZDOMResult::LimitExceeded},
+        {laughs + u"]><a k='&e11;'/>", KZDOMResult::LimitExceeded},
+        {u"<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>", KZDOMResult::LimitExceeded},
+        {defaults + u"</a>", KZDOMResult::LimitExceeded},
+        {deep, KZDOMResult::LimitExceeded},
+    };
+    for (Case const & c : cases) {
+        KZDOMDocument document = KZDOMDocument::Create();
+        EXPECT_FALSE(document.Load(c.text));
+        EXPECT_EQ(document.GetLastParseError().GetErrorCode(), c.code)
+            << document.GetLastParseError().GetReason().AsUTF8();
+    }
+}
+
+TEST(KZDOMDocument, MakesNodes) {
+    KZDOMDocument document = KZDOMDocument::Create();
+    EXPECT_FALSE(document.GetRootElement().IsValid());
+    KZDOMElement root = document.CreateElement(u"r", true);
+    root.AppendChild(document.CreateNode(KZDOMNodeType::Element, u"p:e", u"urn:p")).SetText(u"<t>");
+    root.AppendChild(document.CreateNode(KZDOMNodeType::Comment)).SetText(u"note");
+    root.AppendChild(document.CreateNode(KZDOMNodeType::CDATASection)).SetText(u"]]>");
+    root.AppendChild(document.CreateProcessingInstruction(u"go", u"on"));
+    EXPECT_EQ(
+        root.GetXML(),
+        u"<r><p:e xmlns:p=\"urn:p\">&lt;t&gt;</p:e><!--note--><![CDATA[]]]]><![CDATA[>]]><?go on?></r>");
+    EXPECT_EQ(document.CreateText(u"x").GetTextSP()->Kind(), KZPlatform::DocumentNodeKind::Text);
+    EXPECT_EQ(document.CreateElement(u"second", true).GetParentNode().GetNodeSP(), document.GetNodeSP());
+    EXPECT_EQ(document.GetChildNodes().GetLength(), 1U);
+    EXPECT_EQ(document.Clone(true).GetXML(), document.GetXML());
+    EXPECT_NE(document.CloneSP(true), document.GetNodeSP());
+    EXPECT_FALSE(document.Clone(false).HasChilds());
+    constexpr std::int32_t badName = KZDOMResult::InvalidName;
+    EXPECT_EQ(CodeOf([&] { document.CreateElement(u"a b"); }), badName);
+    EXPECT_EQ(CodeOf([&] { document.CreateElement(u"p:a"); }), badName);
+    EXPECT_EQ(CodeOf([&] { document.CreateProcessingInstruction(u"XML", u""); }), badName);
+    EXPECT_EQ(CodeOf([&] { document.CreateText(u"\x02"); }), KZDOMResult::InvalidText);
+    EXPECT_EQ(CodeOf([&] { document.CreateProcessingInstruction(u"p", u"?>"); }), KZDOMResult::InvalidText);
+    EXPECT_EQ(CodeOf([&] { document.CreateNode(KZDOMNodeType::Comment).SetText(u"--"); }),
+              KZDOMResult::InvalidText);
+    EXPECT_EQ(CodeOf([&] { document.CreateNode(KZDOMNodeType::Attribute, u"a"); }),
+              KZDOMResult::InvalidArgument);
+    EXPECT_EQ(CodeOf([&] { document.SetText(u"x"); }), KZDOMResult::Hierarchy);
+}
+
+TEST(KZDOMDocument, ServesAThreadEach) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([] {
+            for (int round = 0; round < 50; ++round) {
+                KZDOMDocument document = Parsed(u"<r><i>1</i><i>2</i></r>");
+                EXPECT_EQ(document.ValueOf(u"r/i[2]"), u"2");
+                EXPECT_FALSE(document.Load(u"<r>"));
+                EXPECT_EQ(CodeOf([&] { static_cast<void>(document.SelectNode(u"[")); }),
+                          KZDOMResult::BadPath);
+            }
+        });
+    for (std::thread & thread : threads) thread.join();
+}
+
+} // namespace

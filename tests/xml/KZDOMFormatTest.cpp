@@ -1,0 +1,85 @@
+#include "tests/xml/DOMTestDocument.h"
+
+namespace {
+
+TEST(KZDOMFormat, FollowsItsLayout) {
+    struct Case {
+        char16_t const * source;
+        unsigned level;
+        bool closeFlush;
+        unsigned step;
+        char const * printed;
+    };
+    constexpr Case cases[] = {
+        {u"<a/>", 0, true, 2, "<a/>\n"},
+        {u"<a></a>", 3, true, 2, "   <a/>\n"},
+        {u"<a>x</a>", 0, true, 2, "<a>\nx</a>\n"},
+        {u"<a>x</a>", 4, true, 2, "    <a>\nx</a>\n"},
+        {u"<a>x</a>", 4, false, 2, "    <a>\nx    </a>\n"},
+        {u"<a><b/></a>", 1, true, 3, " <a>\n    <b/>\n </a>\n"},
+        {u"<a>x<b/></a>", 2, true, 2, "  <a>\nx    <b/>\n  </a>\n"},
+        {u"<a><b/>x</a>", 2, true, 2, "  <a>\n    <b/>\nx</a>\n"},
+        {u"<a><b>x</b><c><d/></c></a>", 0, true, 1, "<a>\n <b>\nx</b>\n <c>\n  <d/>\n </c>\n</a>\n"},
+        {u"<a x='1' y='2'/>", 0, true, 2, "<a x=\"1\" y=\"2\"/>\n"},
+        {u"<a x='&amp;&lt;&gt;&quot;&apos;'>&amp;&lt;&gt;\"'</a>", 0, true, 2,
+         "<a x=\"&amp;&lt;&gt;&quot;&apos;\">\n&amp;&lt;&gt;&quot;&apos;</a>\n"},
+        {u"<a>&amp;lt;</a>", 0, true, 2, "<a>\n&amp;lt;</a>\n"},
+        {u"<a><![CDATA[<&]]></a>", 0, true, 2, "<a>\n&lt;&amp;</a>\n"},
+        {u"<!--c--><?p i?><a><!--c--><b/><?p i?></a>", 0, true, 2, "<a>\n  <b/>\n</a>\n"},
+        {u"<a><!--alone--></a>", 0, true, 2, "<a/>\n"},
+        {u"<a>x<!--c--></a>", 1, true, 2, " <a>\nx</a>\n"},
+        {u"<p:a xmlns:p='urn:p' xmlns='urn:d' p:k='v'><b/></p:a>", 0, true, 2,
+         "<p:a xmlns:p=\"urn:p\" xmlns=\"urn:d\" p:k=\"v\">\n  <b/>\n</p:a>\n"},
+        {u"<a>\u00e9\u4e2d\U0001F600</a>", 0, true, 2, "<a>\n\u00e9\u4e2d\U0001F600</a>\n"},
+        {u"<!DOCTYPE a [<!ENTITY e 'x&#38;y<b/>'>]><a k='&e;'/>", 0, true, 2, nullptr}, // < in an attribute
+        {u"<!DOCTYPE a [<!ENTITY e 'x<b/>'>]><a>&e;</a>", 0, true, 2, "<a>\nx  <b/>\n</a>\n"},
+    };
+    for (Case const & c : cases) {
+        KZDOMDocument document = KZDOMDocument::Create();
+        ASSERT_EQ(document.Load(c.source), c.printed != nullptr) << KZString(c.source).AsUTF8();
+        if (c.printed) {
+            EXPECT_EQ(Formatted(document, c.level, c.closeFlush, c.step), c.printed);
+        }
+    }
+}
+
+TEST(KZDOMFormat, LeavesOutBlanksBetweenElements) {
+    constexpr struct {
+        char16_t const * source;
+        char16_t const * xml;
+    } cases[] = {
+        {u"<a>\n <b> </b>\n</a>", u"<a><b> </b></a>"},
+        {u"<a> </a>", u"<a> </a>"},
+        {u"<a> <!--c--> </a>", u"<a> <!--c--> </a>"},
+        {u"<a> <!--c--> <b/> </a>", u"<a><!--c--><b/></a>"},
+        {u"<a>x <b/> <c/> y</a>", u"<a>x <b/><c/> y</a>"},
+        {u"<a> <![CDATA[ ]]> <b/></a>", u"<a> <![CDATA[ ]]> <b/></a>"},
+        {u"<a xml:space='preserve'> <b/> </a>", u"<a xml:space=\"preserve\"> <b/> </a>"},
+        {u"<a xml:space='preserve'><b xml:space='default'> <c/></b></a>",
+         u"<a xml:space=\"preserve\"><b xml:space=\"default\"><c/></b></a>"},
+    };
+    for (auto const & c : cases) EXPECT_EQ(Parsed(c.source).GetRootElement().GetXML(), c.xml);
+}
+
+TEST(KZDOMFormat, AppendsAndTakesSingleNodes) {
+    KZDOMDocument document = Parsed(u"<a><b>x</b>t&lt;</a>");
+    KZString out = u"before\n";
+    document.SelectNode(u"a/b").Format(out, 0, true, 2);
+    document.SelectNode(u"a/text()").Format(out, 9, true, 2);
+    EXPECT_EQ(out, u"before\n<b>\nx</b>\nt&lt;");
+    EXPECT_EQ(Formatted(KZDOMDocument::Create()), "");
+    // Long runs cross the buffer; nesting that no parser would take needs no stack.
+    KZDOMElement root = document.CreateElement(u"r", true);
+    KZString const text(u'\u00fc', 10000U);
+    root.SetText(text);
+    EXPECT_EQ(Formatted(root), "<r>\n" + text.AsUTF8() + "</r>\n");
+    root.SetText(u"");
+    KZDOMNode at = root;
+    for (int i = 0; i < 100000; ++i) at = at.AppendChild(document.CreateElement(u"n"));
+    EXPECT_EQ(Formatted(root, 0, true, 0).size(), 9U + 99999 * 9 + 5);
+    EXPECT_EQ(root.Clone(true).GetXML().Length(), root.GetXML().Length());
+    EXPECT_EQ(CodeOf([&] { static_cast<void>(document.TransformNode(document)); }),
+              KZDOMResult::LimitExceeded);
+}
+
+} // namespace

@@ -1,0 +1,299 @@
+#include "tests/xml/DOMTestDocument.h"
+
+#include <algorithm>
+#include <vector>
+
+namespace {
+
+TEST(KZDOMNode, TellsWhatItIs) {
+    KZDOMDocument document =
+        Parsed(u"<?xml version='1.0'?><!DOCTYPE r><r xmlns:p='urn:p' p:k='v'>t<![CDATA[c]]>"
+               u"<!--n--><?go on?><p:e>u</p:e></r>");
+    KZDOMElement root = document.GetRootElement();
+    struct Case {
+        char16_t const * path;
+        KZDOMNodeType type;
+        char16_t const * name;
+        char16_t const * value;
+        char16_t const * text;
+        char16_t const * xml;
+    };
+    constexpr Case cases[] = {
+        {u"@p:k", KZDOMNodeType::Attribute, u"p:k", u"v", u"v", u"p:k=\"v\""},
+        {u"text()[1]", KZDOMNodeType::Text, u"#text", u"t", u"t", u"t"},
+        {u"text()[2]", KZDOMNodeType::CDATASection, u"#cdata-section", u"c", u"c", u"<![CDATA[c]]>"},
+        {u"comment()", KZDOMNodeType::Comment, u"#comment", u"n", u"n", u"<!--n-->"},
+        {u"processing-instruction()", KZDOMNodeType::ProcessingInstruction, u"go", u"on", u"on",
+         u"<?go on?>"},
+        {u"p:e", KZDOMNodeType::Element, u"p:e", u"", u"u", u"<p:e xmlns:p=\"urn:p\">u</p:e>"},
+        {u".", KZDOMNodeType::Element, u"r", u"", u"tcu", nullptr},
+        {u"/", KZDOMNodeType::Document, u"#document", u"", u"tcu", nullptr},
+    };
+    for (Case const & c : cases) {
+        KZDOMNode const node = root.SelectNode(c.path);
+        EXPECT_EQ(node.GetNodeType(), c.type) << KZString(c.path).AsUTF8();
+        EXPECT_EQ(node.GetName(), c.name);
+        EXPECT_EQ(node.GetValue(), c.value);
+        EXPECT_EQ(node.GetText(), c.text);
+        if (c.xml) {
+            EXPECT_EQ(node.GetXML(), c.xml);
+        }
+        EXPECT_EQ(root.ValueOf(c.path, u"none"), c.text);
+        EXPECT_EQ(node.GetDocument().GetNodeSP(), document.GetNodeSP());
+    }
+    EXPECT_EQ(document.GetFirstChildNode().GetNodeType(), KZDOMNodeType::DocumentType);
+    EXPECT_EQ(Parsed(u"<a>\u00e9</a>").GetXML(), u"<?xml version=\"1.0\"?>\n<a>\u00e9</a>\n");
+}
+
+TEST(KZDOMNode, FindsItsWay) {
+    KZDOMDocument document = Parsed(u"<a><b i='1'><c/>x<c>y</c></b><!--n--><b i='2'/></a>");
+    KZDOMElement const a = document.GetRootElement();
+    KZDOMElement const b = a.GetFirstChildElement();
+    EXPECT_EQ(b.GetNextSiblingElement().GetAttrAsInteger(u"i"), 2);
+    EXPECT_FALSE(b.GetNextSiblingElement().GetNextSiblingElement().IsValid());
+    EXPECT_EQ(b.GetParentNode().GetNodeSP(), a.GetNodeSP());
+    EXPECT_EQ(a.GetParentNode().GetNodeType(), KZDOMNodeType::Document);
+    EXPECT_FALSE(document.GetParentNode().IsValid() || b.SelectNode(u"@i").GetParentNode().IsValid());
+    KZDOMNode const y = document.SelectNode(u"//c[2]/text()");
+    EXPECT_EQ(y.GetAncestorNode(u"b").GetNodeSP(), b.GetNodeSP());
+    EXPECT_FALSE(y.GetAncestorNode(u"x").IsValid());
+    EXPECT_TRUE(b.HasChilds() && !y.HasChilds() && !y.AsElement().IsValid());
+    KZDOMNodeList children = b.GetChildNodes();
+    EXPECT_EQ(children.GetLength(), 3U);
+    EXPECT_EQ(children.GetNextElement().GetName(), u"c");
+    EXPECT_EQ(children.GetNextElement().GetText(), u"y");
+    EXPECT_FALSE(children.GetNextNode().IsValid());
+    children.Reset();
+    EXPECT_EQ(children.GetNextNode().GetXML(), u"<c/>");
+    EXPECT_EQ(children.GetNextNode().GetNodeType(), KZDOMNodeType::Text);
+}
+
+TEST(KZDOMNode, EvaluatesPaths) {
+    KZDOMDocument document = Parsed(u"<r xmlns='urn:d' xmlns:q='urn:d'><i k='1'>one</i><i k='2'>two</i></r>");
+    EXPECT_EQ(document.ValueOf(u"/q:r/q:i[@k='2']"), u"two");
+    EXPECT_EQ(document.ValueOf(u"/r/i", u"default"), u"default"); // no prefix means no namespace
+    EXPECT_EQ(document.GetChildNodeValue(u"q:r/q:i/@k", u"0"), u"1");
+    EXPECT_EQ(document.GetChildNodeValue(u"q:none", u"0"), u"0");
+    EXPECT_TRUE(document.ChildExists(u"//q:i") && !document.ChildExists(u"//i"));
+    KZDOMNodeList list = document.SelectNodes(u"//q:i[2] | //q:i[1] | //namespace::*");
+    EXPECT_EQ(list.GetLength(), 2U); // in document order, without declarations
+    EXPECT_EQ(list.GetNextNode().GetText(), u"one");
+    constexpr struct {
+        char16_t const * path;
+        std::int32_t code;
+    } bad[] = {
+        {u"", KZDOMResult::BadPath},        {u"a[", KZDOMResult::BadPath},
+        {u"x:a", KZDOMResult::BadPath},     {u"no(1)", KZDOMResult::BadPath},
+        {u"$v", KZDOMResult::BadPath},      {u"count(//*)", KZDOMResult::NotNodes},
+        {u"'text'", KZDOMResult::NotNodes},
+    };
+    for (auto const & c : bad)
+        for (int i = 0; i < 2; ++i) // the second time from the table of compiled paths
+            EXPECT_EQ(CodeOf([&] { static_cast<void>(document.SelectNode(c.path)); }), c.code)
+                << KZString(c.path).AsUTF8();
+    KZString nested;
+    for (int i = 0; i < 20000; ++i) nested += u'(';
+    EXPECT_EQ(CodeOf([&] { static_cast<void>(document.SelectNode(nested)); }), KZDOMResult::LimitExceeded);
+    for (int i = 0; i < 1000; ++i) { // more paths than are kept
+        KZString path;
+        path.Format(u"/q:r/q:i[@k='%d']", i % 300);
+        EXPECT_EQ(document.ChildExists(path), i % 300 == 1 || i % 300 == 2);
+    }
+}
+
+TEST(KZDOMNode, LimitsTheWorkOfAPath) {
+    KZString text = u"<r>";
+    for (int i = 0; i < 300; ++i) text += u"<i/>";
+    KZDOMDocument document = Parsed(text + u"</r>");
+    EXPECT_EQ(CodeOf([&] {
+                  static_cast<void>(document.SelectNode(u"//i[count(//i[count(//i[count(//i)>1])>1])>1]"));
+              }),
+              KZDOMResult::LimitExceeded);
+    EXPECT_TRUE(document.ChildExists(u"//i[300]"));
+}
+
+TEST(KZDOMNode, MovesNodes) {
+    KZDOMDocument document = Parsed(u"<r><a/>t<b/></r>");
+    KZDOMElement root = document.GetRootElement();
+    KZDOMNode const a = document.SelectNode(u"//a");
+    KZDOMNode const b = document.SelectNode(u"//b");
+    root.InsertBefore(b, a);
+    EXPECT_EQ(root.GetXML(), u"<r><b/><a/>t</r>");
+    root.InsertBefore(b, b);
+    root.AppendChild(a);
+    EXPECT_EQ(root.GetXML(), u"<r><b/>t<a/></r>");
+    KZDOMNode fragment = document.CreateNode(KZDOMNodeType::DocumentFragment);
+    fragment.AppendChild(document.CreateText(u"1"));
+    fragment.AppendChild(document.CreateText(u"2")); // texts side by side stay apart
+    fragment.AppendChild(b);
+    root.InsertBefore(fragment, a);
+    EXPECT_EQ(root.GetXML(), u"<r>t12<b/><a/></r>");
+    EXPECT_EQ(root.GetChildNodes().GetLength(), 5U);
+    EXPECT_FALSE(fragment.HasChilds());
+
+    KZDOMDocument other = Parsed(u"<o/>");
+    KZDOMNode const attribute = other.SelectNode(u"o").Clone(true);
+    auto const hierarchy = [](KZDOMNode parent, KZDOMNode const & child) {
+        return CodeOf([&] { parent.AppendChild(child); }) == KZDOMResult::Hierarchy;
+    };
+    EXPECT_TRUE(hierarchy(b, root)); // below itself
+    EXPECT_TRUE(hierarchy(root, root));
+    EXPECT_TRUE(hierarchy(root, document));
+    EXPECT_TRUE(hierarchy(document, other.GetRootElement())); // a second root
+    EXPECT_TRUE(hierarchy(document, document.CreateText(u"t")));
+    EXPECT_TRUE(hierarchy(root.SelectNode(u"text()"), a));
+    EXPECT_TRUE(hierarchy(root, Parsed(u"<o k='v'/>").SelectNode(u"o/@k")));
+    EXPECT_TRUE(hierarchy(root, Parsed(u"<!DOCTYPE o><o/>").GetFirstChildNode()));
+    EXPECT_EQ(CodeOf([&] { root.InsertBefore(b, other.GetRootElement()); }), KZDOMResult::NotAChild);
+    EXPECT_EQ(CodeOf([&] { root.AppendChild(KZDOMNode()); }), KZDOMResult::NullNode);
+    EXPECT_EQ(root.GetXML(), u"<r>t12<b/><a/></r>");
+}
+
+TEST(KZDOMNode, CarriesNamespacesAlong) {
+    KZDOMDocument from =
+        Parsed(u"<r xmlns:p='urn:p' xmlns='urn:d'><p:a p:k='v' xml:lang='en' xml:id='i'><b/></p:a></r>");
+    KZDOMNode const a = from.SelectNode(u"//*[local-name()='a']");
+    KZDOMNode const copy = a.Clone(true);
+    EXPECT_EQ(a.Clone(false).GetXML(), u"<p:a xmlns:p=\"urn:p\" p:k=\"v\" xml:lang=\"en\" xml:id=\"i\"/>");
+    KZDOMDocument to = Parsed(u"<o xmlns:p='urn:other'/>");
+    to.GetRootElement().AppendChild(a);
+    EXPECT_EQ(a.GetDocument().GetNodeSP(), to.GetNodeSP());
+    from = KZDOMDocument();
+    EXPECT_EQ(
+        Parsed(to.GetXML()).SelectNode(u"//*[namespace-uri()='urn:p']/@*[namespace-uri()='urn:p']").GetText(),
+        u"v");
+    EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//*[namespace-uri()='urn:d']"));
+    to.GetRootElement().SetText(u"");
+    for (KZDOMNode const & node : {a, copy})
+        EXPECT_TRUE(
+            Parsed(node.GetXML()).ChildExists(u"/*[namespace-uri()='urn:p']/*[namespace-uri()='urn:d']"));
+}
+
+// Every way to lose a node from its document, with handles dropped in every order.
+TEST(KZDOMNode, OutlivesItsPlace) {
+    using Lose = void (*)(KZDOMDocument &);
+    constexpr Lose ways[] = {
+        [](KZDOMDocument &) {},
+        [](KZDOMDocument & document) { document.GetRootElement().SetText(u"gone"); },
+        [](KZDOMDocument & document) { document.CreateElement(u"new", true); },
+        [](KZDOMDocument & document) { EXPECT_TRUE(document.Load(u"<another/>")); },
+        [](KZDOMDocument & document) {
+            KZDOMDocument(Parsed(u"<o/>")).GetRootElement().AppendChild(document.SelectNode(u"//b"));
+        },
+        [](KZDOMDocument & document) { document.SetRootElement(document.SelectNode(u"//b").AsElement()); },
+        [](KZDOMDocument & document) { document.SelectNode(u"//b").AsElement().RemoveAttribute(u"k"); },
+        [](KZDOMDocument & document) {
+            KZDOMNode const b = document.SelectNode(u"//b");
+            document.GetRootElement().SetText(u"");
+            b.Clone(true).AppendChild(b.SelectNode(u"c"));
+        },
+    };
+    for (Lose const lose : ways) {
+        std::vector<int> order{0, 1, 2, 3, 4};
+        do {
+            std::vector<KZDOMNode> held(order.size());
+            KZDOMNodeList list;
+            {
+                KZDOMDocument document = Parsed(u"<r><a><b k='v'><c>text</c></b></a><a/></r>");
+                held[0] = document;
+                held[1] = document.SelectNode(u"//b");
+                held[2] = document.SelectNode(u"//b/@k");
+                held[3] = document.SelectNode(u"//c");
+                held[4] = document.SelectNode(u"//text()");
+                list = document.SelectNodes(u"//node()");
+                lose(document);
+            }
+            EXPECT_EQ(held[4].GetValue() + held[3].GetText() + held[2].GetText(), u"texttextv");
+            EXPECT_EQ(list.GetLength(), 6U);
+            for (KZDOMNode node = list.GetNextNode(); node.IsValid(); node = list.GetNextNode())
+                EXPECT_FALSE(node.GetName().IsNull());
+            if (order[0] % 2 == 0) list = KZDOMNodeList();
+            for (int const index : order) {
+                held[static_cast<std::size_t>(index)] = KZDOMNode();
+                for (KZDOMNode const & node : held)
+                    if (node.IsValid()) static_cast<void>(node.GetXML());
+            }
+        } while (std::ranges::next_permutation(order).found);
+    }
+}
+
+TEST(KZDOMNode, MovesPiecesThatStandNowhere) {
+    KZDOMDocument first = KZDOMDocument::Create();
+    KZDOMDocument second = KZDOMDocument::Create();
+    KZDOMElement top = first.CreateElement(u"top");
+    KZDOMElement inner = first.CreateElement(u"inner");
+    top.AppendChild(inner);
+    inner.AppendChild(first.CreateText(u"kept by nobody"));
+    top = KZDOMElement(); // inner keeps the whole piece
+    EXPECT_EQ(inner.GetParentNode().GetName(), u"top");
+    second.AppendChild(inner); // and lets go of it here
+    EXPECT_EQ(second.GetXML(), u"<?xml version=\"1.0\"?>\n<inner>kept by nobody</inner>\n");
+    KZDOMElement piece = second.CreateElement(u"piece");
+    piece.AppendChild(inner);
+    piece.AppendChild(first.CreateElement(u"more"));
+    second = first = KZDOMDocument();
+    KZDOMNode const more = piece.SelectNode(u"more");
+    piece = inner = KZDOMElement();
+    EXPECT_EQ(more.GetParentNode().GetXML(), u"<piece><inner>kept by nobody</inner><more/></piece>");
+}
+
+TEST(KZDOMNode, RefusesNothing) {
+    KZDOMNode none;
+    EXPECT_FALSE(none.IsValid());
+    EXPECT_EQ(none.GetNodeType(), KZDOMNodeType::Invalid);
+    try {
+        static_cast<void>(none.GetText());
+        FAIL();
+    } catch (KZException const & exception) {
+        auto const & failure = dynamic_cast<KZDOMException const &>(exception);
+        EXPECT_EQ(failure.GetResultCode(), KZDOMResult::NullNode);
+        EXPECT_EQ(static_cast<std::uint32_t>(failure.GetResultCode()), 0x80004003U);
+        EXPECT_EQ(failure.GetInterfaceId(), KZDOMNode::InterfaceId);
+    }
+    EXPECT_EQ(CodeOf([] { static_cast<void>(KZDOMDocument().GetRootElement()); }), KZDOMResult::NullNode);
+    EXPECT_EQ(CodeOf([] { static_cast<void>(KZDOMElement().GetAttrAsString(u"x")); }), KZDOMResult::NullNode);
+    EXPECT_EQ(KZDOMNodeList().GetLength() + KZDOMParseError().GetLine(), 0U);
+}
+
+TEST(KZDOMElement, HasAttributes) {
+    KZDOMDocument document = Parsed(u"<p:r xmlns:p='urn:p' p:k='1' k='2' b='YES' n='-12x'/>");
+    KZDOMElement root = document.GetRootElement();
+    EXPECT_EQ(root.GetAttrAsString(u"p:k") + root.GetAttrAsString(u"k"), u"12");
+    EXPECT_EQ(root.GetAttrAsString(u"xmlns:p"), u"urn:p");
+    EXPECT_EQ(root.GetAttrAsString(u"none"), u"");
+    EXPECT_EQ(CodeOf([&] { static_cast<void>(root.GetAttrAsString(u"none", true)); }),
+              KZDOMResult::MissingAttribute);
+    EXPECT_EQ(root.GetAttrAsInteger(u"n"), -12);
+    EXPECT_TRUE(root.GetAttrAsBool(u"b") && !root.GetAttrAsBool(u"n") && !root.GetAttrAsBool(u"none"));
+    root.SetAttribute(u"p:k", u"<&\"");
+    root.SetAttribute(u"new", u"\u00e9\xD800");
+    root.SetAttribute(u"p:new", u"n");
+    root.SetAttribute(u"xmlns:q", u"urn:q");
+    root.SetAttribute(u"q:a", u"b");
+    document.SelectNode(u"*/@k").SetText(u"&amp;");
+    EXPECT_TRUE(root.RemoveAttribute(u"b"));
+    EXPECT_FALSE(root.RemoveAttribute(u"b") || root.RemoveAttribute(u"xmlns:q") ||
+                 root.RemoveAttribute(u"xmlns:z"));
+    EXPECT_EQ(root.GetXML(),
+              u"<p:r xmlns:p=\"urn:p\" xmlns:q=\"urn:q\" p:k=\"&lt;&amp;&quot;\" k=\"&amp;amp;\" n=\"-12x\" "
+              u"new=\"\u00e9\uFFFD\" p:new=\"n\" q:a=\"b\"/>");
+    EXPECT_TRUE(root.RemoveAttribute(u"q:a") && root.RemoveAttribute(u"xmlns:q"));
+    constexpr struct {
+        char16_t const * name;
+        char16_t const * value;
+        std::int32_t code;
+    } bad[] = {
+        {u"", u"", KZDOMResult::InvalidName},
+        {u"1", u"", KZDOMResult::InvalidName},
+        {u"a b", u"", KZDOMResult::InvalidName},
+        {u"z:a", u"", KZDOMResult::InvalidName},
+        {u"a", u"\x01", KZDOMResult::InvalidText},
+        {u"a", u"\uFFFF", KZDOMResult::InvalidText},
+        {u"xmlns:p", u"x", KZDOMResult::NamespaceInUse},
+        {u"xmlns:p2", u"", KZDOMResult::InvalidArgument},
+    };
+    for (auto const & c : bad)
+        EXPECT_EQ(CodeOf([&] { root.SetAttribute(c.name, c.value); }), c.code) << KZString(c.name).AsUTF8();
+}
+
+} // namespace

@@ -1,0 +1,133 @@
+#include "tests/files/TemporaryDirectory.h"
+#include "tests/xml/DOMTestDocument.h"
+
+namespace {
+
+KZDOMDocument Sheet(KZString const & inside) {
+    return Parsed(u"<x:stylesheet version='1.0' xmlns:x='http://www.w3.org/1999/XSL/Transform'>" + inside +
+                  u"</x:stylesheet>");
+}
+
+KZDOMDocument Schema(KZString const & inside, KZString const & nameSpace = KZString()) {
+    return Parsed(u"<s:schema xmlns:s='http://www.w3.org/2001/XMLSchema' " +
+                  (nameSpace.IsNull() ? KZString() : u"targetNamespace='" + nameSpace + u"'") + u">" +
+                  inside + u"</s:schema>");
+}
+
+TEST(KZDOMTransform, MakesTextAndDocuments) {
+    KZDOMDocument source = Parsed(u"<r><i>b</i><i>\u00e9</i></r>");
+    KZDOMDocument const asText =
+        Sheet(u"<x:output method='text'/><x:template match='/'>"
+              u"<x:for-each select='//i'><x:sort/>[<x:value-of select='.'/>]</x:for-each></x:template>");
+    EXPECT_EQ(source.TransformNode(asText), u"[b][\u00e9]");
+    EXPECT_EQ(source.SelectNode(u"//i[2]").TransformNode(asText), u"[\u00e9]"); // a document of its own
+    EXPECT_EQ(source.TransformNode(asText.GetRootElement()), u"[b][\u00e9]");
+    KZDOMDocument const asHtml = Sheet(u"<x:output method='html' indent='no'/><x:strip-space elements='*'/>"
+                                       u"<x:template match='/'><html><br/></html></x:template>");
+    EXPECT_EQ(source.TransformNode(asHtml), u"<html><br></html>\n");
+    KZDOMDocument out = Parsed(u"<old/>");
+    KZDOMElement const old = out.GetRootElement();
+    source.TransformNodeToObject(asHtml, out);
+    EXPECT_EQ(out.GetRootElement().GetXML(), u"<html><br/></html>");
+    EXPECT_EQ(out.GetNodeType(), KZDOMNodeType::Document);
+    EXPECT_EQ(old.GetXML(), u"<old/>");
+    EXPECT_EQ(old.GetDocument().GetRootElement().GetNodeSP(), old.GetNodeSP());
+    KZDOMDocument const latin =
+        Sheet(u"<x:output encoding='ISO-8859-1'/>"
+              u"<x:template match='/'><a><x:value-of select='//i[2]'/></a></x:template>");
+    EXPECT_EQ(Parsed(source.TransformNode(latin)).ValueOf(u"a"), u"\u00e9");
+    source.TransformNodeToObject(latin, source);
+    EXPECT_EQ(source.ValueOf(u"a"), u"\u00e9");
+}
+
+TEST(KZDOMTransform, RefusesWhatIsBad) {
+    TemporaryDirectory const directory;
+    KZString const file = directory.Path(u"file.xml");
+    directory.Write(u"file.xml", "<secret/>");
+    KZDOMDocument const source = Parsed(u"<r><i/><i/><i/><i/><i/><i/><i/><i/><i/><i/></r>");
+    struct Case {
+        KZString sheet;
+        std::int32_t code;
+    };
+    auto const all = [](KZString const & body) {
+        return u"<x:template match='/'>" + body + u"</x:template>";
+    };
+    KZString loops;
+    for (int i = 0; i < 12; ++i) loops += u"<x:for-each select='//i'>";
+    loops += u"<x:value-of select='.'/>";
+    for (int i = 0; i < 12; ++i) loops += u"</x:for-each>";
+    Case const cases[] = {
+        {u"<x:import href='" + file + u"'/>", KZDOMResult::BadStylesheet},
+        {u"<x:include href='http://127.0.0.1:9/'/>", KZDOMResult::BadStylesheet},
+        {u"<x:template match='['/>", KZDOMResult::BadStylesheet},
+        {u"<x:template/>", KZDOMResult::BadStylesheet},
+        {all(u"<x:call-template name='none'/>"), KZDOMResult::TransformFailed},
+        {all(u"<x:message terminate='yes'>stop</x:message>"), KZDOMResult::TransformFailed},
+        {all(u"<x:copy-of select=\"document('" + file + u"')\"/>"), KZDOMResult::TransformFailed},
+        {all(u"<x:document href='" + directory.Path(u"made") + u"'/>"), KZDOMResult::TransformFailed},
+        {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>",
+         KZDOMResult::TransformFailed},
+        {u"<x:template match='r'><x:apply-templates select='.'/></x:template>", KZDOMResult::TransformFailed},
+        {all(loops), KZDOMResult::TransformFailed},
+    };
+    testing::internal::CaptureStderr();
+    for (Case const & c : cases)
+        EXPECT_EQ(
+            CodeOf([&] { EXPECT_EQ(source.TransformNode(Sheet(c.sheet)).Find(u"secret"), KZString::npos); }),
+            c.code)
+            << c.sheet.AsUTF8();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(CodeOf([&] { static_cast<void>(source.TransformNode(KZDOMDocument::Create())); }),
+              KZDOMResult::BadStylesheet);
+    EXPECT_FALSE(directory.Exists(u"made"));
+}
+
+TEST(KZDOMSchema, Validates) {
+    KZDOMDocument document = Parsed(u"<r xmlns='urn:r'>\n<i xmlns='urn:i'>12</i>\n</r>");
+    EXPECT_FALSE(document.Validate());
+    EXPECT_EQ(document.GetLastParseError().GetErrorCode(), KZDOMResult::NoSchema);
+    document.AddSchema(
+        u"urn:r", Schema(u"<s:import namespace='urn:i' schemaLocation='http://127.0.0.1:9/i.xsd'/>"
+                         u"<s:element name='r'><s:complexType><s:sequence>"
+                         u"<s:element ref='i:i' xmlns:i='urn:i'/></s:sequence></s:complexType></s:element>",
+                         u"urn:r"));
+    EXPECT_EQ(CodeOf([&] { document.Validate(); }), KZDOMResult::BadSchema); // its import is missing
+    document.AddSchema(u"urn:i", Schema(u"<s:element name='i' type='s:int'/>", u"urn:i"));
+    EXPECT_TRUE(document.Validate()) << document.GetLastParseError().GetReason().AsUTF8();
+    EXPECT_EQ(document.GetLastParseError().GetErrorCode(), 0);
+    document.SelectNode(u"//text()").SetText(u"twelve");
+    EXPECT_FALSE(document.Validate());
+    KZDOMParseError const error = document.GetLastParseError();
+    EXPECT_EQ(error.GetErrorCode(), KZDOMResult::Invalid);
+    EXPECT_EQ(error.GetLine(), 2U);
+    EXPECT_NE(error.GetReason().Find(u"twelve"), KZString::npos);
+    EXPECT_TRUE(document.Load(u"<r xmlns='urn:r'><i xmlns='urn:i'>7</i></r>")); // the schemas stay
+    EXPECT_TRUE(document.Validate());
+    EXPECT_TRUE(document.Load(u"<unknown xmlns:x='http://www.w3.org/2001/XMLSchema-instance' "
+                              u"x:noNamespaceSchemaLocation='/etc/passwd'/>"));
+    EXPECT_FALSE(document.Validate());
+    document.AddSchema(u"", Schema(u"<s:element name='unknown'/>"));
+    EXPECT_TRUE(document.Validate()) << document.GetLastParseError().GetReason().AsUTF8();
+    document.AddSchema(u"", Schema(u"<s:element name='unknown' type='s:int'/>")); // replaced
+    EXPECT_FALSE(document.Validate());
+    EXPECT_FALSE(KZDOMDocument::Create().Validate());
+}
+
+TEST(KZDOMSchema, RefusesWhatIsBad) {
+    KZDOMDocument document = Parsed(u"<r/>");
+    auto const refused = [&](KZString const & nameSpace, KZDOMDocument const & schema) {
+        return CodeOf([&] {
+                   document.AddSchema(nameSpace, schema);
+                   document.Validate();
+               }) == KZDOMResult::BadSchema;
+    };
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(refused(u"", Parsed(u"<r/>")));
+    EXPECT_TRUE(refused(u"", KZDOMDocument::Create()));
+    EXPECT_TRUE(refused(u"urn:x", Schema(u"", u"urn:y")));
+    EXPECT_TRUE(refused(u"", Schema(u"<s:include schemaLocation='/etc/passwd'/>")));
+    EXPECT_TRUE(refused(u"", Schema(u"<s:element name='r' type='s:none'/>")));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+} // namespace
