@@ -1,5 +1,8 @@
+#include "ZerlithCore/errors/KZSignalException.h"
 #include "tests/files/TemporaryDirectory.h"
 #include "tests/xml/DOMTestDocument.h"
+
+#include <thread>
 
 namespace {
 
@@ -13,6 +16,10 @@ KZDOMDocument Schema(KZString const & inside, KZString const & nameSpace = KZStr
                   (nameSpace.IsNull() ? KZString() : u"targetNamespace='" + nameSpace + u"'") + u">" +
                   inside + u"</s:schema>");
 }
+
+double volatile glbZero = 0.0;
+
+double DivideByZero() { return 1.0 / glbZero; }
 
 TEST(KZDOMTransform, MakesTextAndDocuments) {
     KZDOMDocument source = Parsed(u"<r><i>b</i><i>\u00e9</i></r>");
@@ -128,6 +135,24 @@ TEST(KZDOMSchema, RefusesWhatIsBad) {
     EXPECT_TRUE(refused(u"", Schema(u"<s:include schemaLocation='/etc/passwd'/>")));
     EXPECT_TRUE(refused(u"", Schema(u"<s:element name='r' type='s:none'/>")));
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+// An application's threads have floating-point faults on; what a path computes is no fault of the program.
+TEST(KZDOMTransform, ComputesWhereFloatingPointResultsAreFaults) {
+    std::jthread([] {
+        KZInitCatchSignal();
+        KZDOMDocument document = Parsed(u"<r><i>1e-310</i></r>");
+        EXPECT_TRUE(document.SelectNode(u"//i[number('x') != 0 and 1 div 0 > 0 and . * 0.5 < 1]").IsValid());
+        EXPECT_EQ(document.TransformNode(Sheet(u"<x:output method='text'/><x:template match='/'>"
+                                               u"<x:value-of select='1 div 0'/></x:template>")),
+                  u"Infinity");
+        document.AddSchema(
+            KZString(),
+            Schema(u"<s:element name='r'><s:complexType><s:sequence><s:element name='i' type='s:float'/>"
+                   u"</s:sequence></s:complexType></s:element>"));
+        EXPECT_TRUE(document.Validate());
+        EXPECT_THROW(DivideByZero(), KZSignalException) << "they are on again";
+    });
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 // replaced once, by one that looks for a scope on its thread and hands on to its predecessor where there is none.
 #include "ZerlithCore/platform/libxml2/Library.h"
 
+#include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
@@ -45,6 +46,7 @@ void XsltError(void *, char const * format, ...) noexcept {
 void Initialise() {
     static std::once_flag once;
     std::call_once(once, [] {
+        QuietFloatingPoint const quiet; // the library makes itself a NaN
         xmlInitParser();
         xmlXPathInit();
         xmlSchemaInitTypes();

@@ -2,6 +2,8 @@
 // evaluating does. An expression may be evaluated by one thread at a time only, so documents don't share them.
 #include "ZerlithCore/platform/libxml2/Paths.h"
 
+#include "ZerlithCore/platform/FloatingPoint.h"
+
 #include <libxml/xpathInternals.h>
 
 #include <algorithm>
@@ -123,6 +125,7 @@ DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, Result
         error_ = XPATH_UNDEF_PREFIX_ERROR;
         return Failure(path);
     }
+    QuietFloatingPoint const quiet; // numbers of paths may overflow, and be none
     context_->node = context;
     context_->opCount = 0;
     found.reset(xmlXPathCompiledEval(compiled->expression.get(), context_.get()));

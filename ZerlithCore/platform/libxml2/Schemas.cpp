@@ -3,6 +3,7 @@
 // text. In the copies the places of imports are replaced by those names or taken out, so no file and no network is asked.
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
+#include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
 #include <libxml/uri.h>
@@ -93,6 +94,7 @@ DocumentResult Schemas::Add(std::string const & nameSpace, xmlDoc const * schema
 }
 
 DocumentResult Schemas::Compile() {
+    QuietFloatingPoint const quiet;
     SchemaTexts texts;
     std::string all =
         "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
@@ -128,6 +130,7 @@ DocumentResult Schemas::Compile() {
 }
 
 DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
+    QuietFloatingPoint const quiet;
     if (docs_.empty()) {
         fault.code = DocumentCode::NoSchema;
         fault.reason = u"The document has no schema";

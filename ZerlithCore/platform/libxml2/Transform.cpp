@@ -1,5 +1,6 @@
 // Stylesheet and source are copied before they meet: libxslt takes the stylesheet's document as its own, and takes white
 // space out of the source, whose texts somebody may hold.
+#include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/libxml2/Nodes.h"
 
 #include <libxslt/security.h>
@@ -108,6 +109,7 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, OwnedDoc & resu
 } // namespace
 
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, OwnedDoc & result) {
+    QuietFloatingPoint const quiet;
     OwnedSheet sheet;
     DocumentResult outcome = Compile(stylesheet, sheet);
     if (outcome) outcome = Run(source, sheet.get(), result);
@@ -117,6 +119,7 @@ DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet,
 }
 
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, DocumentSink & sink) {
+    QuietFloatingPoint const quiet;
     OwnedSheet sheet;
     OwnedDoc result;
     DocumentResult outcome = Compile(stylesheet, sheet);
