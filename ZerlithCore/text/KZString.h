@@ -82,6 +82,10 @@ public:
     KZString(char16_t const * text, unsigned int ignored = 16);
     /// One unit; a 0 unit too gives length 1.
     KZString(char16_t unit);
+    /// A number is no unit: `Format` prints it.
+    template <std::integral Number>
+    requires(!std::same_as<Number, char16_t>) KZString(Number number)
+    = delete;
     /// `count` copies of `unit`, appended one at a time, which fixes the capacity. The last number is ignored.
     KZString(char16_t unit, unsigned int count, unsigned int ignored = 16);
     /// From the text pointer, so up to the first 0.
