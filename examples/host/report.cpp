@@ -1,9 +1,10 @@
-// Prints what the word counter found, with messages of its own in two languages.
+// Tells what the word counter found, in the language of a command-line option: on the console, as XML, and as a page made
+// of that by a stylesheet. The texts come from message files.
 #include "WordCounts.h"
 
 namespace {
 
-enum Message : long { Summary = 1, Line = 2 };
+enum Message : long { Summary = 1, Line = 2, Title = 3, WordHead = 4, TimesHead = 5, PageLanguage = 6 };
 
 class Report : public KZRunPlugIn {
 public:
@@ -11,59 +12,103 @@ public:
     KZGuid GetId() const override { return {0x7D1E90A3, 0x11C24B7F, 0x8F60A2B4, 0xC1D2E3F4}; }
     std::vector<PlugInIdEx> GetDependentV() const override { return {{WordCountsI::Id, u"Word count"}}; }
 
+    KZUsageInfo GetUsageInfo() const override {
+        KZUsageInfo usage;
+        usage.AddCmdLineArgDesc(u"language:{code}", u"The language of the report: enu, fra or jpn.");
+        usage.AddCmdLineArgDesc(u"top:{number}", u"How many words the report lists.");
+        return usage;
+    }
+
     KZErrorID Init(KZApplicationWithPlugIns const & application) override {
         counter_ = application.FindPlugIn(WordCountsI::Id);
         top_ = application.GetArg(u"Top", u"Report", 5U);
-        languages_ = application.GetArg(u"Languages", u"Report", u"enu");
-        return KZErrorID(0);
+        language_ = application.GetArg(u"Language", u"Report", u"enu");
+        xmlName_ = application.GetArg(u"Xml", u"Report", u"report.xml");
+        pageName_ = application.GetArg(u"Page", u"Report", u"report.html");
+        stylesheetName_ = application.GetArg(u"Stylesheet", u"Report", u"report.xsl");
+        KZString const folder = application.GetArg(u"Messages", u"Report", u"messages");
+        auto * const messages = new MSGLibMessageSource(folder.c_str(), u"report", language_.c_str());
+        messages_ = messages;
+        if (messages_->IsValid()) return KZErrorID(0);
+        return KZErrorID(new KZErrorString(u"No messages in " + folder));
     }
 
     KZErrorID Run() override {
         KZSmartPtr<KZObjectI> const object = counter_->QueryInterface(WordCountsI::Iuid);
         if (object.IsNull()) return KZErrorID(new KZErrorString(u"The word counter is of another kind"));
         auto const & counts = static_cast<WordCountsI const &>(*object);
-        KZCommaSeparatedValues languages(languages_);
-        for (KZString language = languages.Get(); !language.IsNull(); language = languages.Get())
-            Print(counts, KZFormatContext(language));
-        return KZErrorID(0);
+        Print(counts);
+        KZDOMDocument const report = MakeReport(counts);
+        report.SaveToFile(xmlName_);
+        KZErrorID const id = SavePage(report);
+        KZLockedCOUT().GetCout(1) << (id.Good() ? xmlName_ + u", " + pageName_ : id.AsString()) << std::endl;
+        return id;
     }
 
     void Unload() override { counter_.Clear(); }
 
 private:
-    // A message with arguments is an error object like any other: its text is made in the language of `context`.
+    // A message with arguments is an error object like any other: its text is made when it is asked for.
     template <class... Arguments>
-    static KZString Text(Message message, KZFormatContext const & context, Arguments const &... arguments) {
-        KZSmartPtrToConst<KZMessageSource> const source(new RCMessageTableSource(KZ_THIS_MODULE));
-        KZErrorWithArgs text(source, message);
-        (text.AddParam(arguments), ...);
-        KZSmartPtr<KZErrorWithArgs> const counted(new KZErrorWithArgs(text));
+    KZString Text(Message message, Arguments const &... arguments) const {
+        KZSmartPtr<KZErrorWithArgs> const text(new KZErrorWithArgs(messages_, message));
+        (text->AddParam(arguments), ...);
         KZString out;
-        static_cast<void>(counted->AsString(out, context));
+        static_cast<void>(text->AsString(out, KZFormatContext(language_)));
         return out;
     }
 
-    void Print(WordCountsI const & counts, KZFormatContext const & context) const {
+    KZString SummaryOf(WordCountsI const & counts) const {
+        return Text(Summary, counts.FileName(), counts.Words(), counts.Different());
+    }
+
+    void Print(WordCountsI const & counts) const {
         KZLockedCOUT console;
         std::wostream & out = console.GetCout(1);
-        out << Text(Summary, context, counts.FileName(), counts.Words(), counts.Different()) << L'\n';
-        for (auto const & [word, count] : counts.Top(top_))
-            out << L"  " << Text(Line, context, word, count) << L'\n';
+        out << SummaryOf(counts) << L'\n';
+        for (auto const & [word, count] : counts.Top(top_)) out << L"  " << Text(Line, word, count) << L'\n';
         out.flush();
     }
 
+    KZDOMDocument MakeReport(WordCountsI const & counts) const {
+        KZDOMDocument document = KZDOMDocument::Create();
+        KZDOMElement report = document.CreateElement(u"report", true);
+        report.SetAttribute(u"language", Text(PageLanguage));
+        report.AppendChild(document.CreateElement(u"title")).SetText(Text(Title, counts.FileName()));
+        report.AppendChild(document.CreateElement(u"summary")).SetText(SummaryOf(counts));
+        KZDOMElement words = document.CreateElement(u"words");
+        words.SetAttribute(u"word", Text(WordHead));
+        words.SetAttribute(u"times", Text(TimesHead));
+        for (auto const & [word, count] : counts.Top(top_)) {
+            KZDOMElement element = document.CreateElement(u"word");
+            KZString times;
+            times.Format(u"%ld", count);
+            element.SetAttribute(u"times", times);
+            element.SetText(word);
+            words.AppendChild(element);
+        }
+        report.AppendChild(words);
+        return document;
+    }
+
+    KZErrorID SavePage(KZDOMDocument const & report) const {
+        KZDOMDocument stylesheet = KZDOMDocument::Create();
+        if (!stylesheet.Load(stylesheetName_, true))
+            return KZErrorID(
+                new KZErrorString(stylesheetName_ + u": " + stylesheet.GetLastParseError().GetReason()));
+        KZOFileStream(pageName_) << report.TransformNode(stylesheet);
+        return KZErrorID(0);
+    }
+
     KZSmartPtr<KZPlugIn> counter_;
+    KZSmartPtrToConst<KZMessageSource> messages_;
     unsigned int top_ = 5;
-    KZString languages_;
+    KZString language_;
+    KZString xmlName_;
+    KZString pageName_;
+    KZString stylesheetName_;
 };
 
 } // namespace
-
-KZ_MODULE_MESSAGES({Summary, KZLanguage::EnglishUS,
-                    u"%0:s: %1:d words, %2:d different ones. The most frequent:"},
-                   {Line, KZLanguage::EnglishUS, u"\"%0:s\" stands there %1:d times"},
-                   {Summary, KZLanguage::French,
-                    u"%0:s : %1:d mots, dont %2:d différents. Les plus fréquents :"},
-                   {Line, KZLanguage::French, u"« %0:s » y figure %1:d fois"})
 
 extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() { return new Report; }
