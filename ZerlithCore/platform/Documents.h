@@ -145,6 +145,9 @@ public:
     /// those in scope at the node, or at the root of a document. Errors: BadPath, NotNodes, LimitExceeded.
     virtual DocumentResult Select(std::u16string_view path, DocumentNode *& found) const = 0;
     virtual DocumentResult Select(std::u16string_view path, DocumentNodeList *& found) const = 0;
+    /// Puts the text of the first node that the path finds into `sink`, without an object for that node.
+    virtual DocumentResult SelectText(std::u16string_view path, bool & isFound,
+                                      DocumentSink & sink) const = 0;
 
     /// Moves `child`, from wherever it stands, in front of `reference`, or behind all children for null. Of a
     /// fragment the children move. Errors, without a change: Hierarchy, NotAChild.

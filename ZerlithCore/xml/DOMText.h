@@ -7,6 +7,7 @@
 #include "ZerlithCore/text/KZString.h"
 
 #include <string_view>
+#include <utility>
 
 namespace KZDetail {
 
@@ -14,7 +15,8 @@ namespace KZDetail {
 class StringSink final : public KZPlatform::DocumentSink {
 public:
     void Append(std::string_view utf8) override;
-    [[nodiscard]] KZString const & Text() const noexcept { return text_; }
+    /// The text; the sink is empty then.
+    [[nodiscard]] KZString Take() noexcept { return std::move(text_); }
 
 private:
     KZString text_;

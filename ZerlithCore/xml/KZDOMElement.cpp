@@ -23,7 +23,7 @@ KZString KZDOMElement::GetAttrAsString(KZString const & name, bool required) con
     if (!Existing().Attribute(ViewOf(name), sink) && required)
         KZDetail::Fail(KZPlatform::DocumentCode::MissingAttribute, InterfaceId,
                        u"The element <" + GetName() + u"> has no attribute \"" + name + u"\"");
-    return sink.Text();
+    return sink.Take();
 }
 
 int KZDOMElement::GetAttrAsInteger(KZString const & name, bool required) const {

@@ -9,8 +9,13 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 using KZPlatform::DocumentName;
 
@@ -31,6 +36,25 @@ constexpr bool IsEscaped(char byte) {
     return (byte == '&') | (byte == '>') | (byte == '<') | (byte == '"') | (byte == '\'');
 }
 
+// The bytes in front of the first that is escaped.
+std::size_t PlainLength(std::string_view text) {
+    std::size_t at = 0;
+#if defined(__SSE2__)
+    auto const equals = [](__m128i block, char byte) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)); };
+    for (; text.size() - at >= 16; at += 16) {
+        __m128i const block = _mm_loadu_si128(reinterpret_cast<__m128i const *>(text.data() + at));
+        // '&' and \''\'', '<' and '>' differ in one bit each.
+        __m128i const found = _mm_or_si128(_mm_or_si128(equals(_mm_or_si128(block, _mm_set1_epi8(1)), '\''),
+                                                        equals(_mm_or_si128(block, _mm_set1_epi8(2)), '>')),
+                                           equals(block, '"'));
+        if (int const mask = _mm_movemask_epi8(found))
+            return at + static_cast<std::size_t>(std::countr_zero(static_cast<unsigned>(mask)));
+    }
+#endif
+    while (at < text.size() && !IsEscaped(text[at])) ++at;
+    return at;
+}
+
 // Appends to a string by way of a buffer.
 class Writer {
 public:
@@ -40,8 +64,11 @@ public:
         if (used_ == buffer_.size()) Flush();
         buffer_[used_++] = unit;
     }
+    /// A few units.
     void Put(std::u16string_view text) {
-        for (char16_t const unit : text) Put(unit);
+        if (buffer_.size() - used_ < text.size()) Flush();
+        std::ranges::copy(text, buffer_.begin() + static_cast<std::ptrdiff_t>(used_));
+        used_ += text.size();
     }
     void PutBlanks(std::uint64_t count) {
         while (count != 0) {
@@ -54,6 +81,14 @@ public:
         }
     }
     void PutUtf8(std::string_view text) {
+        // Names and short values: cheaper than the general way.
+        if (text.size() <= ShortText && buffer_.size() - used_ >= ShortText) {
+            std::size_t at = 0;
+            for (; at < text.size() && static_cast<unsigned char>(text[at]) < 0x80; ++at)
+                buffer_[used_ + at] = static_cast<unsigned char>(text[at]);
+            used_ += at;
+            text.remove_prefix(at);
+        }
         while (!text.empty()) {
             if (buffer_.size() - used_ < 64) Flush();
             KZPlatform::Utf8Result const result = KZPlatform::DecodeUtf8(
@@ -65,8 +100,7 @@ public:
     }
     void PutEscaped(std::string_view text) {
         for (;;) {
-            auto const special = std::ranges::find_if(text, IsEscaped);
-            auto const plain = static_cast<std::size_t>(special - text.begin());
+            std::size_t const plain = PlainLength(text);
             PutUtf8(text.substr(0, plain));
             if (plain == text.size()) return;
             Put(Escapes[static_cast<unsigned char>(text[plain])]);
@@ -79,6 +113,8 @@ public:
     }
 
 private:
+    static constexpr std::size_t ShortText = 24;
+
     KZString & out_;
     std::size_t used_ = 0;
     std::array<char16_t, 4096> buffer_;

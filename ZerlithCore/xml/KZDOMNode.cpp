@@ -22,7 +22,7 @@ template <class Put>
 KZString TextFrom(Put put) {
     StringSink sink;
     put(sink);
-    return sink.Text();
+    return sink.Take();
 }
 
 } // namespace
@@ -100,20 +100,16 @@ KZDOMNodeList KZDOMNode::SelectNodes(KZString const & path) const {
 
 bool KZDOMNode::ChildExists(KZString const & path) const { return SelectNode(path).IsValid(); }
 
+// The value of an attribute, text or CDATA section is all the text that it has.
 KZString KZDOMNode::ValueOf(KZString const & path, KZString const & otherwise) const {
-    KZDOMNode const node = SelectNode(path);
-    switch (node.GetNodeType()) {
-    case KZDOMNodeType::Invalid: return otherwise;
-    case KZDOMNodeType::Attribute:
-    case KZDOMNodeType::Text:
-    case KZDOMNodeType::CDATASection: return node.GetValue();
-    default: return node.GetText();
-    }
+    StringSink sink;
+    bool isFound = false;
+    Check(Existing().SelectText(ViewOf(path), isFound, sink), InterfaceId);
+    return isFound ? sink.Take() : otherwise;
 }
 
 KZString KZDOMNode::GetChildNodeValue(KZString const & path, KZString const & otherwise) const {
-    KZDOMNode const node = SelectNode(path);
-    return node.IsValid() ? node.GetText() : otherwise;
+    return ValueOf(path, otherwise);
 }
 
 // --- Changes

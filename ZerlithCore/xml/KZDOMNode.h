@@ -12,6 +12,8 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/xml/KZDOMNodeType.h"
 
+#include <utility>
+
 class KZDOMDocument;
 class KZDOMElement;
 class KZDOMNodeList;
@@ -33,7 +35,7 @@ public:
 
     /// A handle on none.
     KZDOMNode() noexcept = default;
-    explicit KZDOMNode(KZSmartPtr<KZPlatform::DocumentNode> const & node) : node_(node) {}
+    explicit KZDOMNode(KZSmartPtr<KZPlatform::DocumentNode> node) noexcept : node_(std::move(node)) {}
 
     [[nodiscard]] bool IsValid() const noexcept { return !node_.IsNull(); }
     [[nodiscard]] KZSmartPtr<KZPlatform::DocumentNode> const & GetNodeSP() const noexcept { return node_; }

@@ -17,7 +17,7 @@ public:
     static constexpr KZGuid InterfaceId{0x5D0C9A14, 0x4B7E2F31, 0x6E83A19C, 0x7F24D0B5};
 
     KZDOMNodeList() noexcept = default;
-    explicit KZDOMNodeList(KZSmartPtr<KZPlatform::DocumentNodeList> const & list) : list_(list) {}
+    explicit KZDOMNodeList(KZSmartPtr<KZPlatform::DocumentNodeList> list) noexcept : list_(std::move(list)) {}
 
     [[nodiscard]] std::uint32_t GetLength() const;
     /// The next node; not valid at the end.

@@ -59,10 +59,8 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
     auto const all = [](KZString const & body) {
         return u"<x:template match='/'>" + body + u"</x:template>";
     };
-    KZString loops;
-    for (int i = 0; i < 12; ++i) loops += u"<x:for-each select='//i'>";
-    loops += u"<x:value-of select='.'/>";
-    for (int i = 0; i < 12; ++i) loops += u"</x:for-each>";
+    KZString loops = u"1";
+    for (int i = 0; i < 12; ++i) loops = u"//i[" + loops + u"]/..//i";
     Case const cases[] = {
         {u"<x:import href='" + file + u"'/>", KZDOMResult::BadStylesheet},
         {u"<x:include href='http://127.0.0.1:9/'/>", KZDOMResult::BadStylesheet},
@@ -75,7 +73,7 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
         {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>",
          KZDOMResult::TransformFailed},
         {u"<x:template match='r'><x:apply-templates select='.'/></x:template>", KZDOMResult::TransformFailed},
-        {all(loops), KZDOMResult::TransformFailed},
+        {all(u"<x:value-of select='count(" + loops + u")'/>"), KZDOMResult::TransformFailed},
     };
     testing::internal::CaptureStderr();
     for (Case const & c : cases)

@@ -59,7 +59,9 @@ void Initialise() {
 }
 
 std::string Utf8Of(std::u16string_view text) {
-    return UnitsToUtf8(text.substr(0, text.find(u'\0')), Utf8Mode::Replace);
+    std::string utf8 = UnitsToUtf8(text, Utf8Mode::Replace);
+    if (std::size_t const end = utf8.find('\0'); end != utf8.npos) utf8.resize(end);
+    return utf8;
 }
 
 std::u16string UnitsOf(std::string_view utf8) { return Utf8ToUnits(utf8, Utf8Mode::Replace); }

@@ -204,6 +204,19 @@ DocumentResult NodeBase<Interface>::Select(std::u16string_view path, DocumentNod
 }
 
 template <class Interface>
+DocumentResult NodeBase<Interface>::SelectText(std::u16string_view path, bool & isFound,
+                                               DocumentSink & sink) const {
+    isFound = false;
+    Paths::Result set;
+    DocumentResult result = Home().GetPaths().Select(Node(), path, set);
+    if (!result) return result;
+    xmlNode const * const first = Paths::FirstOf(*set);
+    isFound = first != nullptr;
+    if (first) PutText(first, sink);
+    return result;
+}
+
+template <class Interface>
 DocumentNode * NodeBase<Interface>::Clone(bool deep) const {
     if (Node()->type == XML_DOCUMENT_NODE) return NewDocumentObject(CopyDoc(Home().Doc(), deep));
     xmlNode * const copy = CopyNode(Node(), Home().Doc(), deep);

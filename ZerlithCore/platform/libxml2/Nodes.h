@@ -76,6 +76,7 @@ public:
 
     DocumentResult Select(std::u16string_view path, DocumentNode *& found) const override;
     DocumentResult Select(std::u16string_view path, DocumentNodeList *& found) const override;
+    DocumentResult SelectText(std::u16string_view path, bool & isFound, DocumentSink & sink) const override;
 
     DocumentResult InsertBefore(DocumentNode & child, DocumentNode * reference) override {
         return Insert(Node(), NodeOf(child), reference ? NodeOf(*reference) : nullptr);

@@ -176,8 +176,10 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
 // --- White space
 
 bool IsBlank(xmlNode const * node) {
-    return node->type == XML_TEXT_NODE &&
-           View(node->content).find_first_not_of(" \t\r\n") == std::string_view::npos;
+    if (node->type != XML_TEXT_NODE || !node->content) return false;
+    xmlChar const * at = node->content;
+    while (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r') ++at;
+    return *at == '\0';
 }
 
 bool IsCharacterData(xmlNode const * node) {
