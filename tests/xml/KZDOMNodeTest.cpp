@@ -163,6 +163,12 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
         Parsed(to.GetXML()).SelectNode(u"//*[namespace-uri()='urn:p']/@*[namespace-uri()='urn:p']").GetText(),
         u"v");
     EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//*[namespace-uri()='urn:d']"));
+    EXPECT_EQ(a.SelectNode(u"*").AsElement().GetAttrAsString(u"xmlns"), u"");
+    KZDOMNode const back =
+        Parsed(u"<r xmlns:p='urn:p' xmlns='urn:d'/>").GetRootElement().AppendChild(copy.Clone(true));
+    EXPECT_EQ(back.GetParentNode().GetXML(),
+              u"<r xmlns:p=\"urn:p\" xmlns=\"urn:d\"><p:a p:k=\"v\" xml:lang=\"en\" "
+              u"xml:id=\"i\"><b/></p:a></r>");
     to.GetRootElement().SetText(u"");
     for (KZDOMNode const & node : {a, copy})
         EXPECT_TRUE(

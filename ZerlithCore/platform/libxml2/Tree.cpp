@@ -37,6 +37,44 @@ std::size_t CountObjects(xmlNode * top) {
     return count;
 }
 
+using NamespaceMap = std::unordered_map<xmlNs const *, xmlNs *>;
+
+// Calls `declared` with each declaration in the subtree and `used` with each reference to one.
+template <class Declared, class Used>
+void ForEachNamespace(xmlNode * top, Declared declared, Used used) {
+    for (xmlNode * at = top; at; at = NextBelow(at, top)) {
+        if (at->type != XML_ELEMENT_NODE) continue;
+        for (xmlNs * ns = at->nsDef; ns; ns = ns->next) declared(ns);
+        if (at->ns) used(at->ns);
+        for (xmlAttr * attribute = at->properties; attribute; attribute = attribute->next)
+            if (attribute->ns) used(attribute->ns);
+    }
+}
+
+// A declaration on `top` that says the same as `outer`; `outer` itself where none can.
+xmlNs * DeclareAlso(xmlNode * top, xmlNs * outer) {
+    if (View(outer->prefix) == "xml" || (!outer->prefix && !top->ns)) return outer;
+    if (xmlNs * const made = xmlNewNs(top, outer->href, outer->prefix)) return made;
+    for (xmlNs * own = top->nsDef; own; own = own->next)
+        if (xmlStrEqual(own->prefix, outer->prefix) && xmlStrEqual(own->href, outer->href)) return own;
+    return outer;
+}
+
+// Declares on the top of a piece what it uses from outside. What remains, where a prefix means something else in
+// between, libxml2 declares at the place of use.
+void MakeSelfContained(xmlNode * top) {
+    if (top->type != XML_ELEMENT_NODE) return;
+    NamespaceMap known;
+    ForEachNamespace(
+        top, [&known](xmlNs * ns) { known.emplace(ns, ns); },
+        [&](xmlNs *& ns) {
+            auto const [place, isNew] = known.emplace(ns, nullptr);
+            if (isNew) place->second = DeclareAlso(top, ns);
+            ns = place->second;
+        });
+    if (!known.empty() && xmlDOMWrapReconcileNamespaces(nullptr, top, 0) != 0) throw std::bad_alloc();
+}
+
 // Takes a node out of its tree; the namespaces that it uses come along.
 void Unlink(xmlNode * node) {
     if (node->type == XML_ATTRIBUTE_NODE) {
@@ -44,8 +82,27 @@ void Unlink(xmlNode * node) {
         return;
     }
     xmlUnlinkNode(node);
-    if (node->type == XML_ELEMENT_NODE && xmlDOMWrapReconcileNamespaces(nullptr, node, 0) != 0)
-        throw std::bad_alloc();
+    MakeSelfContained(node);
+}
+
+// What an element brought along while it stood nowhere goes again where its new parent has the same declaration.
+void DropRepeatedDeclarations(xmlNode * node) {
+    if (node->type != XML_ELEMENT_NODE || node->parent->type != XML_ELEMENT_NODE) return;
+    for (xmlNs ** place = &node->nsDef; *place;) {
+        xmlNs * const own = *place;
+        xmlNs * const outer = xmlSearchNs(node->doc, node->parent, own->prefix);
+        if (outer && xmlStrEqual(outer->href, own->href)) {
+            ForEachNamespace(
+                node, [](xmlNs *) {},
+                [own, outer](xmlNs *& ns) {
+                    if (ns == own) ns = outer;
+                });
+            *place = own->next;
+            xmlFreeNs(own);
+        } else {
+            place = &own->next;
+        }
+    }
 }
 
 } // namespace
@@ -161,6 +218,7 @@ void Tree::Move(xmlNode * node, xmlNode * parent, xmlNode * before) {
         if (xmlDOMWrapAdoptNode(nullptr, source.Doc(), node, Doc(), parent, 0) != 0) throw std::bad_alloc();
     }
     Link(node, parent, before);
+    DropRepeatedDeclarations(node);
 
     source.Hold(); // until it has been told
     if (isForeign) ForEachObject(node, [this](NodeCore & core) { core.MoveTo(*this, core.Node()); });
@@ -210,8 +268,6 @@ std::string_view AttributeValue(xmlAttr const * attribute, std::string & room) {
 }
 
 namespace {
-
-using NamespaceMap = std::unordered_map<xmlNs const *, xmlNs *>;
 
 void CopyDeclarations(xmlNode const * from, xmlNode * to, NamespaceMap & map) {
     for (xmlNs const * ns = from->nsDef; ns; ns = ns->next)
@@ -287,10 +343,10 @@ xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
     if (!copy) return nullptr;
     if (deep) CopyBelow(node, copy.get(), doc, map);
     // What is declared above the node becomes its own.
-    for (xmlNode * at = copy.get(); at;
-         at = at->type == XML_DOCUMENT_FRAG_NODE ? at->children : (at->parent ? at->next : nullptr)) {
-        if (at->type == XML_ELEMENT_NODE && xmlDOMWrapReconcileNamespaces(nullptr, at, 0) != 0)
-            throw std::bad_alloc();
+    if (copy->type == XML_DOCUMENT_FRAG_NODE) {
+        for (xmlNode * child = copy->children; child; child = child->next) MakeSelfContained(child);
+    } else {
+        MakeSelfContained(copy.get());
     }
     return copy.release();
 }
