@@ -43,7 +43,7 @@ std::size_t PlainLength(std::string_view text) {
     auto const equals = [](__m128i block, char byte) { return _mm_cmpeq_epi8(block, _mm_set1_epi8(byte)); };
     for (; text.size() - at >= 16; at += 16) {
         __m128i const block = _mm_loadu_si128(reinterpret_cast<__m128i const *>(text.data() + at));
-        // '&' and \''\'', '<' and '>' differ in one bit each.
+        // An ampersand and a single quote differ in one bit, and so do the angle brackets.
         __m128i const found = _mm_or_si128(_mm_or_si128(equals(_mm_or_si128(block, _mm_set1_epi8(1)), '\''),
                                                         equals(_mm_or_si128(block, _mm_set1_epi8(2)), '>')),
                                            equals(block, '"'));

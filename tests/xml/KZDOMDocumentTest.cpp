@@ -140,6 +140,14 @@ TEST(KZDOMDocument, StandsBombs) {
     KZString const value(u'x', 5000U);
     KZString defaults = u"<!DOCTYPE a [<!ATTLIST b k CDATA '" + value + u"'>]><a>";
     for (int i = 0; i < 5000; ++i) defaults += u"<b/>";
+    KZString many = u"<!DOCTYPE a [<!ENTITY e '" + KZString(u'x', 40U) + u"'>]><a>";
+    for (int i = 0; i < 100000; ++i) many += u"&e;";
+    KZString attributes = u"<a";
+    for (int i = 0; i < 50000; ++i) {
+        KZString attribute;
+        attribute.Format(u" a%d=''", i);
+        attributes += attribute;
+    }
     KZString deep;
     for (int i = 0; i < 300; ++i) deep += u"<a>";
     struct Case {
@@ -150,6 +158,9 @@ TEST(KZDOMDocument, StandsBombs) {
         {laughs + u"]><a>&e11;</a>", KZDOMResult::LimitExceeded},
         {laughs + u"]><a k='&e11;'/>", KZDOMResult::LimitExceeded},
         {u"<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>", KZDOMResult::LimitExceeded},
+        {many + u"</a>", KZDOMResult::LimitExceeded},
+        {attributes + u"/>", KZDOMResult::LimitExceeded},
+        {u"<!DOCTYPE a [<!ENTITY e '" + KZString(u'x', 40000U) + u"'>]><a/>", KZDOMResult::LimitExceeded},
         {defaults + u"</a>", KZDOMResult::LimitExceeded},
         {deep, KZDOMResult::LimitExceeded},
     };

@@ -43,6 +43,12 @@ TEST(KZDOMTransform, MakesTextAndDocuments) {
         Sheet(u"<x:output encoding='ISO-8859-1'/>"
               u"<x:template match='/'><a><x:value-of select='//i[2]'/></a></x:template>");
     EXPECT_EQ(Parsed(source.TransformNode(latin)).ValueOf(u"a"), u"\u00e9");
+    KZDOMDocument const raw = Sheet(u"<x:template match='/'> <a><x:value-of select=\"'&lt;'\" "
+                                    u"disable-output-escaping='yes'/></a> </x:template>");
+    source.TransformNodeToObject(raw, out);
+    EXPECT_EQ(out.GetXML(), u"<?xml version=\"1.0\"?>\n<a>&lt;</a>\n");
+    EXPECT_EQ(CodeOf([&] { source.TransformNodeToObject(asText, out); }), KZDOMResult::TransformFailed);
+    EXPECT_EQ(out.GetRootElement().GetName(), u"a");
     source.TransformNodeToObject(latin, source);
     EXPECT_EQ(source.ValueOf(u"a"), u"\u00e9");
 }

@@ -1,6 +1,8 @@
-// libxml2's parser with two handlers in between. Declarations of external entities are dropped before anybody can refer to
-// them, so nothing is ever loaded, whatever loader the program has set; and default values of attributes are counted,
-// since the parser's own guard against entities that multiply doesn't see them.
+// libxml2's parser with guards in between. Declarations of external entities are dropped before anybody can refer to them,
+// so nothing is ever loaded, whatever loader the program has set. The parser has its own guard against entities that
+// multiply; these are for what takes it quadratic time or memory: default values of attributes, entities that are strung
+// together to one text, and elements with very many attributes. The last are seen only between two pieces of the source,
+// which is why it is fed in pieces.
 //
 // A document's texts of white space alone are taken out of the finished tree. While parsing it isn't known yet whether an
 // element comes behind them, and what an entity brings doesn't pass the handlers.
@@ -23,14 +25,22 @@ namespace {
 // No XML_PARSE_HUGE: elements nest 256 deep, a text has 10 MB, and entities mustn't multiply.
 constexpr int Options = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPACT | XML_PARSE_BIG_LINES;
 
-// Bytes that default values of attributes may add to a document.
+// Bytes that default values of attributes may add to a document, and what each of them counts besides.
 constexpr std::size_t MaxDefaulted = 10'000'000;
+constexpr std::size_t DefaultedCost = 64;
+// Bytes that entities may move while they are strung together: a second or less.
+constexpr std::size_t MaxMoved = 4'000'000'000;
+constexpr std::size_t MaxEntityBytes = 32'768;
+constexpr int MaxAttributes = 16'384;
 constexpr std::size_t MaxSourceText = 4096;
 
 struct ParseState {
     std::string_view source;
     Fault fault;
+    std::string_view unread;
+    xmlParserCtxt * context = nullptr;
     std::size_t defaulted = 0;
+    std::size_t moved = 0;
     bool isOutOfMemory = false;
 };
 
@@ -145,11 +155,39 @@ void OnError(void * context, xmlErrorPtr error) noexcept {
     });
 }
 
+// Ends the parsing for good.
+void StopAtLimit(void * context, char16_t const * reason) noexcept {
+    ParseState & state = StateOf(context);
+    Guarded(context, [&] {
+        if (state.fault.code != DocumentCode::Good) return;
+        state.fault.code = DocumentCode::LimitExceeded;
+        state.fault.reason = reason;
+        Locate(state, *static_cast<xmlParserCtxt *>(context));
+    });
+    xmlStopParser(static_cast<xmlParserCtxt *>(context));
+}
+
 void OnEntity(void * context, xmlChar const * name, int type, xmlChar const * publicId,
               xmlChar const * systemId, xmlChar * content) {
     bool const isExternal =
         type == XML_EXTERNAL_GENERAL_PARSED_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
-    if (!isExternal) xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+    if (isExternal) return;
+    if (View(content).size() > MaxEntityBytes)
+        return StopAtLimit(context, u"An entity has more than 32,768 bytes");
+    xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
+}
+
+// The text of an entity is joined with the text in front of it, which is moved each time.
+xmlEntity * OnReference(void * context, xmlChar const * name) noexcept {
+    ParseState & state = StateOf(context);
+    xmlNode const * const parent = static_cast<xmlParserCtxt *>(context)->node;
+    xmlNode const * const last = parent ? parent->last : nullptr;
+    if (last && last->type == XML_TEXT_NODE) state.moved += View(last->content).size();
+    if (state.moved > MaxMoved) {
+        StopAtLimit(context, u"Too many entities in one text");
+        return nullptr;
+    }
+    return xmlSAX2GetEntity(context, name);
 }
 
 void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix, xmlChar const * uri,
@@ -158,19 +196,30 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
     // Five pointers an attribute; the defaulted ones stand last, and their values between the last two pointers.
     ParseState & state = StateOf(context);
     for (int i = count - defaultedCount; i < count; ++i)
-        state.defaulted += static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
-    if (state.defaulted > MaxDefaulted) {
-        if (state.fault.code == DocumentCode::Good)
-            Guarded(context, [&] {
-                state.fault.code = DocumentCode::LimitExceeded;
-                state.fault.reason = u"Default values of attributes add more than 10,000,000 bytes";
-                Locate(state, *static_cast<xmlParserCtxt *>(context));
-            });
-        xmlStopParser(static_cast<xmlParserCtxt *>(context));
-        return;
-    }
+        state.defaulted +=
+            DefaultedCost + static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
+    if (state.defaulted > MaxDefaulted)
+        return StopAtLimit(context, u"Default values of attributes add more than 10,000,000 bytes");
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, count, defaultedCount,
                           attributes);
+}
+
+// Gives the parser the next piece of the source. Its tables have five places an attribute, and two a declaration
+// of a namespace.
+int Feed(void * self, char * buffer, int length) noexcept {
+    auto & state = *static_cast<ParseState *>(self);
+    if (state.context->maxatts > 5 * MaxAttributes || state.context->nsMax > 2 * MaxAttributes) {
+        Guarded(state.context, [&] {
+            if (state.fault.code != DocumentCode::Good) return;
+            state.fault.code = DocumentCode::LimitExceeded;
+            state.fault.reason = u"An element has too many attributes, or declarations of namespaces";
+            Locate(state, *state.context);
+        });
+        return 0; // the end of the source, as far as the parser knows
+    }
+    std::size_t const count = state.unread.copy(buffer, static_cast<std::size_t>(std::max(length, 0)));
+    state.unread.remove_prefix(count);
+    return static_cast<int>(count);
 }
 
 // --- White space
@@ -218,8 +267,10 @@ void RemoveBlanks(xmlDoc * doc) {
 OwnedContext MakeContext(ParseState & state) {
     OwnedContext context(Need(xmlNewParserCtxt()));
     context->_private = &state;
+    state.context = context.get();
     context->sax->serror = OnError;
     context->sax->entityDecl = OnEntity;
+    context->sax->getEntity = OnReference;
     context->sax->startElementNs = OnStartElement;
     return context;
 }
@@ -228,7 +279,7 @@ OwnedContext MakeContext(ParseState & state) {
 
 OwnedDoc Parse(std::string_view bytes, bool isUtf8, Fault & fault) {
     ParseState state;
-    state.source = bytes;
+    state.source = state.unread = bytes;
     if (bytes.empty() || bytes.size() > std::numeric_limits<int>::max()) {
         fault.code = bytes.empty() ? DocumentCode::Empty : DocumentCode::LimitExceeded;
         fault.reason = bytes.empty() ? u"The document is empty" : u"The document has more than 2 GB";
@@ -236,8 +287,8 @@ OwnedDoc Parse(std::string_view bytes, bool isUtf8, Fault & fault) {
     }
     ErrorScope const scope;
     OwnedContext const context = MakeContext(state);
-    OwnedDoc doc(xmlCtxtReadMemory(context.get(), bytes.data(), static_cast<int>(bytes.size()), nullptr,
-                                   nullptr, Options | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0)));
+    OwnedDoc doc(xmlCtxtReadIO(context.get(), Feed, nullptr, &state, nullptr, nullptr,
+                               Options | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0)));
     if (state.isOutOfMemory) throw std::bad_alloc();
     if (doc && state.fault.code == DocumentCode::Good) {
         RemoveBlanks(doc.get());

@@ -146,6 +146,7 @@ DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
     if (outcome == 0) return {};
     fault.code = DocumentCode::Invalid;
     fault.reason = scope.Reason();
+    if (fault.reason.empty()) fault.reason = u"The document can't be checked";
     fault.line = static_cast<std::uint32_t>(std::max(scope.Line(), 0));
     return {};
 }

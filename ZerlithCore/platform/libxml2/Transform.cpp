@@ -3,6 +3,7 @@
 #include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/libxml2/Nodes.h"
 
+#include <libxml/parserInternals.h>
 #include <libxslt/security.h>
 #include <libxslt/transform.h>
 #include <libxslt/xsltInternals.h>
@@ -106,6 +107,35 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, OwnedDoc & resu
     return Failed(DocumentCode::TransformFailed, scope.Reason());
 }
 
+bool IsBlank(xmlNode const * node) {
+    return View(node->content).find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
+
+// A result may be any list of nodes, or be marked as output for browsers, or have texts that aren't to be escaped. What
+// can't be a document is refused, the rest made one like others.
+DocumentResult MakeDocument(OwnedDoc & result) {
+    xmlNode * const top = reinterpret_cast<xmlNode *>(result.get());
+    result->type = XML_DOCUMENT_NODE;
+    int roots = 0;
+    for (xmlNode * child = top->children; child;) {
+        xmlNode * const next = child->next;
+        if (child->type == XML_ELEMENT_NODE) ++roots;
+        if (child->type == XML_TEXT_NODE && !IsBlank(child)) roots = 2;
+        if (child->type == XML_TEXT_NODE && IsBlank(child)) {
+            xmlUnlinkNode(child);
+            xmlFreeNode(child);
+        }
+        child = next;
+    }
+    if (roots > 1) {
+        result.reset();
+        return Failed(DocumentCode::TransformFailed, u"The result isn't a document with one root");
+    }
+    for (xmlNode * at = top; at; at = NextBelow(at, top))
+        if (at->type == XML_TEXT_NODE) at->name = xmlStringText;
+    return {};
+}
+
 } // namespace
 
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, OwnedDoc & result) {
@@ -113,9 +143,7 @@ DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet,
     OwnedSheet sheet;
     DocumentResult outcome = Compile(stylesheet, sheet);
     if (outcome) outcome = Run(source, sheet.get(), result);
-    // Output for browsers is marked as such, and would not be a document like others.
-    if (result) result->type = XML_DOCUMENT_NODE;
-    return outcome;
+    return outcome ? MakeDocument(result) : outcome;
 }
 
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, DocumentSink & sink) {
