@@ -104,7 +104,7 @@ bool DocumentObject::LoadFile(std::u16string_view path) {
         fault.code = DocumentCode::CantRead;
         fault.reason = LastErrorReason();
     }
-    fault.url = path;
+    if (!doc) fault.url = path;
     if (doc) doc->URL = Need(xmlStrdup(Chars(UnitsToUtf8(path, Utf8Mode::Escape))));
     return Finish(std::move(doc), std::move(fault));
 }

@@ -253,8 +253,10 @@ void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept {
     node->parent = parent;
     node->next = before;
     node->prev = before ? before->prev : parent->last;
-    (node->prev ? node->prev->next : parent->children) = node;
-    (before ? before->prev : parent->last) = node;
+    xmlNode *& toNode = node->prev ? node->prev->next : parent->children;
+    xmlNode *& backToNode = before ? before->prev : parent->last;
+    toNode = node;
+    backToNode = node;
 }
 
 // --- Copies
@@ -314,7 +316,7 @@ void CopyBelow(xmlNode const * top, xmlNode * copy, xmlDoc * doc, NamespaceMap &
     for (xmlNode const * at = FirstBelow(top); at;) {
         xmlNode * const made = CopyOne(at, doc, map);
         if (made) Link(made, parent, nullptr);
-        if (xmlNode const * const child = FirstBelow(at)) {
+        if (xmlNode const * const child = made ? FirstBelow(at) : nullptr) {
             at = child;
             parent = made;
             continue;
