@@ -21,6 +21,12 @@
 #include "ZerlithCore/text/KZUnicodeInfoReader.h"
 #include "ZerlithCore/text/KZWideText.h"
 
+#include "ZerlithCore/files/KZDirectory.h"
+#include "ZerlithCore/files/KZFile.h"
+#include "ZerlithCore/files/KZFileStream.h"
+#include "ZerlithCore/files/KZFileStreamBuf.h"
+#include "ZerlithCore/files/KZPath.h"
+
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
@@ -50,12 +56,6 @@
 #include "ZerlithCore/threads/KZThreadObject.h"
 #include "ZerlithCore/threads/KZThreadPool.h"
 #include "ZerlithCore/threads/KZThread_t.h"
-
-#include "ZerlithCore/files/KZDirectory.h"
-#include "ZerlithCore/files/KZFile.h"
-#include "ZerlithCore/files/KZFileStream.h"
-#include "ZerlithCore/files/KZFileStreamBuf.h"
-#include "ZerlithCore/files/KZPath.h"
 
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
 #include "ZerlithCore/log/KZDualLogStream.h"
