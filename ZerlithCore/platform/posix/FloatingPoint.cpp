@@ -17,6 +17,8 @@ namespace {
 constexpr std::uint32_t inexact = 0x20;
 constexpr std::uint32_t allExceptions = 0x3F;
 constexpr unsigned int vectorMaskShift = 7;
+// Setting the masks is much dearer than reading them, and most threads have none off.
+constexpr std::uint32_t allQuiet = allExceptions | allExceptions << 8;
 
 std::uint16_t OldControl() noexcept {
     std::uint16_t word;
@@ -38,10 +40,12 @@ void RaiseFloatingPointFaults() noexcept { SetMasks(inexact, inexact); }
 
 QuietFloatingPoint::QuietFloatingPoint() noexcept
     : state_((OldControl() & allExceptions) | (_mm_getcsr() >> vectorMaskShift & allExceptions) << 8) {
-    SetMasks(allExceptions, allExceptions);
+    if (state_ != allQuiet) SetMasks(allExceptions, allExceptions);
 }
 
-QuietFloatingPoint::~QuietFloatingPoint() { SetMasks(state_ & allExceptions, state_ >> 8); }
+QuietFloatingPoint::~QuietFloatingPoint() {
+    if (state_ != allQuiet) SetMasks(state_ & allExceptions, state_ >> 8);
+}
 
 #else
 
