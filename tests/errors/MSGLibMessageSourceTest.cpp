@@ -205,6 +205,8 @@ TEST(MSGLibMessageSource, ReadsAFileOnceUntilReload) {
     files.Add(u"esp", {{1, u"viejo"}});
     Source const source = files.Open(u"enu");
     EXPECT_EQ(Text(source, 1, u"esm"), "viejo");
+    EXPECT_EQ(Text(source, 1, u"enu"), "old");
+    EXPECT_EQ(Text(source, 1, u"esm"), "viejo") << "what stood in before isn't current any more";
     char16_t const * const language = source->GetDefaultLanguage();
     files.Add(u"enu", {{1, u"new"}});
     files.Remove(u"esp");

@@ -1,3 +1,4 @@
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "tests/xml/DOMTestDocument.h"
 
 namespace {
@@ -39,6 +40,29 @@ TEST(KZDOMFormat, FollowsItsLayout) {
         ASSERT_EQ(document.Load(c.source), c.printed != nullptr) << KZString(c.source).AsUTF8();
         if (c.printed) {
             EXPECT_EQ(Formatted(document, c.level, c.closeFlush, c.step), c.printed);
+        }
+    }
+}
+
+// Long texts are looked through in blocks.
+TEST(KZDOMFormat, EscapesAtEveryPlace) {
+    KZDOMElement element = KZDOMDocument::Create().CreateElement(u"a");
+    for (char c = ' '; c < '\x7F'; ++c) {
+        std::string const escaped = c == '&'    ? "&amp;"
+                                    : c == '<'  ? "&lt;"
+                                    : c == '>'  ? "&gt;"
+                                    : c == '"'  ? "&quot;"
+                                    : c == '\'' ? "&apos;"
+                                                : std::string(1, c);
+        for (std::size_t place = 0; place < 35; ++place) {
+            std::string text(35, 'x');
+            std::string expected = text;
+            text[place] = c;
+            expected.replace(place, 1, escaped);
+            KZString units;
+            ASSERT_TRUE(units.SetFromUTF8(text.c_str()).Good());
+            element.SetText(units);
+            ASSERT_EQ(Formatted(element), "<a>\n" + expected + "</a>\n") << c << " at " << place;
         }
     }
 }

@@ -149,6 +149,22 @@ TEST(KZDOMNode, MovesNodes) {
     EXPECT_EQ(root.GetXML(), u"<r>t12<b/><a/></r>");
 }
 
+TEST(KZDOMNode, StaysInAListWhereverItGoes) {
+    KZDOMDocument from = Parsed(u"<r><a>1</a><a>2</a><a>3</a></r>");
+    KZDOMNodeList list = from.SelectNodes(u"//a");
+    {
+        KZDOMDocument to = Parsed(u"<o/>");
+        to.GetRootElement().AppendChild(from.SelectNode(u"//a[2]"));
+        from.SelectNode(u"//a[1]").SetText(u"one");
+    }
+    from.SetRootElement(from.CreateElement(u"fresh"));
+    from = KZDOMDocument();
+    KZString texts;
+    for (KZDOMNode node = list.GetNextNode(); node.IsValid(); node = list.GetNextNode())
+        texts += node.GetText();
+    EXPECT_EQ(texts, u"one23");
+}
+
 TEST(KZDOMNode, CarriesNamespacesAlong) {
     KZDOMDocument from =
         Parsed(u"<r xmlns:p='urn:p' xmlns='urn:d'><p:a p:k='v' xml:lang='en' xml:id='i'><b/></p:a></r>");
