@@ -73,7 +73,7 @@ int CompareByTable(KZTableCollator const & table, A const * a, B const * b) {
 // The end of either text ends the walk with 0, and so does a weight 0 that both have.
 template <class A, class B>
 int CompareBySmallTable(KZSmallTableCollator const & table, A const * aText, B const * bText) {
-    auto const weigh = [&table](char16_t unit) {
+    auto const weigh = [&table](char16_t unit) -> std::uint32_t {
         return unit < table.Size ? table.GetWeight(static_cast<unsigned char>(unit)) : unit;
     };
     A const * a = TextOf(aText);
