@@ -63,6 +63,8 @@ public:
     [[nodiscard]] std::uint32_t GetNextSmallID(std::uint32_t id) const noexcept {
         return id >= smallEnd ? None : FindSmall(id + 1);
     }
+    /// How many identifiers stand in the tree: what the set costs beside its bitmap.
+    [[nodiscard]] std::size_t GetLargeCount() const noexcept { return large_ ? large_->size() : 0; }
     [[nodiscard]] iterator begin() const;
     [[nodiscard]] iterator end() const;
 

@@ -50,15 +50,14 @@ KZString KZRegEx::GetConstantStart() const {
 }
 
 bool KZRegEx::MatchUnits(std::u16string_view text) const {
-    KZDetail::MatchTables const & tables = automaton_->tables;
     if (!collatingTable_.IsNull())
-        return tables.Match(text, [&table = *collatingTable_](char16_t unit) {
+        return automaton_->Match(text, [&table = *collatingTable_](char16_t unit) {
             return unit < 257 ? static_cast<char16_t>(table.GetWeight(static_cast<unsigned char>(unit)))
                               : unit;
         });
     if (!wCollatingTable_.IsNull())
-        return tables.Match(text, [&table = *wCollatingTable_](char16_t unit) {
+        return automaton_->Match(text, [&table = *wCollatingTable_](char16_t unit) {
             return static_cast<char16_t>(table.GetWeight(unit));
         });
-    return tables.Match(text);
+    return automaton_->Match(text);
 }

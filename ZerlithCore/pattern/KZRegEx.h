@@ -24,9 +24,12 @@ struct RegExAutomaton;
 /// A deterministic automaton for a pattern. A match is of the whole text; there is no search and there are no captures.
 ///
 /// Construction costs what the pattern asks for: the automaton may have many states, as repeats and alternates multiply.
-/// Beyond a million nodes or states it throws std::bad_alloc. A pattern that didn't parse gives an automaton that
-/// matches nothing. A match allocates nothing, costs a few table look-ups a unit, and takes linear time. U+FFFF belongs
-/// to no set, so no pattern passes it; but a match that nothing can change any more, as behind the "a" of "a.*", ends there.
+/// Beyond a million nodes, 250,000 states, or sets of nodes that take more than 200 MB or some seconds it throws
+/// std::bad_alloc. A pattern that didn't parse gives an automaton that matches nothing.
+///
+/// A match allocates nothing, costs a few table look-ups a unit (a binary search where tables would be too large), and takes
+/// linear time. U+FFFF belongs to no set, so no pattern passes it; but a match that nothing can change any more, as behind
+/// the "a" of "a.*", ends there.
 ///
 /// Copies share the automaton.
 ///

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <new>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -13,11 +12,11 @@
 namespace KZDetail {
 
 MatchTables::MatchTables(std::vector<DFAState> const & states) {
+    // Long patterns of many different units would have rows as long as they are themselves.
+    constexpr std::size_t mostCells = 4 * 1024 * 1024;
     MakeClasses(states);
-    MakeRows(states);
+    if (states.size() <= mostCells / classCount_) MakeRows(states);
 }
-
-bool MatchTables::Match(std::u16string_view text) const noexcept { return Match(text, Identity{}); }
 
 // Classes are the pieces between all ends of ranges. A page that lies in one piece is shared by all such pages.
 void MatchTables::MakeClasses(std::vector<DFAState> const & states) {
@@ -53,9 +52,7 @@ void MatchTables::MakeClasses(std::vector<DFAState> const & states) {
 }
 
 void MatchTables::MakeRows(std::vector<DFAState> const & states) {
-    std::size_t const size = states.size() * classCount_;
-    if (size >= everything) throw std::bad_alloc();
-    next_.assign(size, dead);
+    next_.assign(states.size() * classCount_, dead);
     accepting_.reserve(states.size());
     loops_.reserve(states.size());
     for (std::uint32_t i = 0; i < states.size(); ++i) {

@@ -12,7 +12,7 @@
 namespace KZDetail {
 
 // The states as tables. Units that no state tells apart are one class; a row has the next state for each class.
-// States are told by the start of their rows.
+// States are told by the start of their rows. There are none where they would be too large.
 class MatchTables {
 public:
     struct Identity {
@@ -25,9 +25,8 @@ public:
 
     explicit MatchTables(std::vector<DFAState> const & states);
 
-    // Of all of `text` up to its first 0.
-    [[nodiscard]] bool Match(std::u16string_view text) const noexcept;
-    // The same with what `translate` gives in place of each unit.
+    [[nodiscard]] bool IsEmpty() const noexcept { return next_.empty(); }
+    // Of all of `text` up to its first 0, with what `translate` gives in place of each unit. Requires: not empty.
     template <class Translate>
     [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept;
 
@@ -60,7 +59,30 @@ private:
 struct RegExAutomaton {
     std::vector<DFAState> states; // the start state first
     MatchTables tables;
+
+    // Of all of `text` up to its first 0, with what `translate` gives in place of each unit.
+    template <class Translate = MatchTables::Identity>
+    [[nodiscard]] bool Match(std::u16string_view text, Translate translate = {}) const noexcept {
+        return tables.IsEmpty() ? MatchByRanges(text, translate) : tables.Match(text, translate);
+    }
+
+private:
+    // One binary search a unit.
+    template <class Translate>
+    [[nodiscard]] bool MatchByRanges(std::u16string_view text, Translate translate) const noexcept;
 };
+
+template <class Translate>
+bool RegExAutomaton::MatchByRanges(std::u16string_view text, Translate translate) const noexcept {
+    DFAState const * state = &states.front();
+    for (char16_t const unit : text) {
+        if (unit == 0 || state->acceptsEverything) break;
+        std::uint32_t const next = state->transitions.Lookup(translate(unit));
+        if (next == noState) return false;
+        state = &states[next];
+    }
+    return state->isAccepting;
+}
 
 template <class Translate>
 bool MatchTables::Match(std::u16string_view text, Translate translate) const noexcept {

@@ -197,7 +197,28 @@ TEST(KZRegEx, SurvivesHostilePatterns) {
     KZString optional;
     for (int i = 0; i < 20; ++i) optional += u"a?";
     EXPECT_TRUE(Matches(optional + KZString(u'a', 20), KZString(u'a', 20)));
+}
+
+// What a short pattern may ask for has an end.
+TEST(KZRegEx, LimitsWhatAPatternCosts) {
     EXPECT_THROW(Matches(u"((((((((a{9}){9}){9}){9}){9}){9}){9}){9}){9}", u"a"), std::bad_alloc);
+    EXPECT_THROW(Matches(u"(((((.?){9}){9}){9}){9}){9}", u"a"), std::bad_alloc);
+    EXPECT_TRUE(Matches(u"(((.?){9}){9}){9}", KZString(u'a', 729)));
+    EXPECT_FALSE(Matches(u"(((.?){9}){9}){9}", KZString(u'a', 730)));
+}
+
+// Thousands of different units make tables too large to keep; states are looked up by their ranges then.
+TEST(KZRegEx, MatchesLongPatternsOfManyUnits) {
+    KZString units;
+    for (char16_t unit = 0x100; unit < 0x100 + 3000; ++unit) units += unit;
+    EXPECT_TRUE(Matches(units, units));
+    EXPECT_TRUE(Matches(units + u".*x?", units + u"yx"));
+    EXPECT_FALSE(Matches(units, units + u"x"));
+    EXPECT_FALSE(Matches(units, units.SubStr(0, 2999)));
+    KZString other = units;
+    other.Set(1500, u'x');
+    EXPECT_FALSE(Matches(units, other));
+    EXPECT_TRUE(Matches(units + u"|" + other, other));
 }
 
 TEST(KZNFANodeSet, AgreesWithAPlainSet) {
