@@ -62,7 +62,7 @@ KZNFANodeSet::iterator KZNFANodeSet::end() const {
 }
 
 std::strong_ordering KZNFANodeSet::operator<=>(KZNFANodeSet const & other) const {
-    if (auto const order = small_ <=> other.small_; order != 0) return order;
+    if (auto const order = small_ <=> other.small_; std::is_neq(order)) return order;
     bool const isEmpty = !large_ || large_->empty();
     bool const isOtherEmpty = !other.large_ || other.large_->empty();
     if (isEmpty || isOtherEmpty) return isOtherEmpty <=> isEmpty;

@@ -68,8 +68,8 @@ public:
     [[nodiscard]] iterator begin() const;
     [[nodiscard]] iterator end() const;
 
-    bool operator==(KZNFANodeSet const & other) const { return (*this <=> other) == 0; }
-    bool operator<(KZNFANodeSet const & other) const { return (*this <=> other) < 0; }
+    bool operator==(KZNFANodeSet const & other) const { return std::is_eq(*this <=> other); }
+    bool operator<(KZNFANodeSet const & other) const { return std::is_lt(*this <=> other); }
 
 private:
     static constexpr std::uint32_t smallEnd = 128;

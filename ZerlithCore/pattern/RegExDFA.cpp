@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <compare>
 #include <new>
 #include <ostream>
 #include <set>
+#include <tuple>
 #include <unordered_map>
 #include <utility>
 
@@ -88,7 +88,10 @@ struct StateSet {
     [[nodiscard]] bool Has(std::uint32_t id) const {
         return id < smallEnd ? HasSmall(id) : std::ranges::binary_search(large, id);
     }
-    auto operator<=>(StateSet const &) const = default;
+    bool operator==(StateSet const &) const = default;
+    bool operator<(StateSet const & other) const {
+        return std::tie(small, large) < std::tie(other.small, other.large);
+    }
 };
 
 struct StateSetHash {

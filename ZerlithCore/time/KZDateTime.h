@@ -57,7 +57,10 @@ public:
     [[nodiscard]] constexpr std::uint32_t AsSeconds() const noexcept { return seconds_; }
 
     /// By time; null stands in front.
-    friend constexpr auto operator<=>(KZDateTime const &, KZDateTime const &) noexcept = default;
+    friend constexpr bool operator==(KZDateTime const &, KZDateTime const &) noexcept = default;
+    friend constexpr std::strong_ordering operator<=>(KZDateTime const & a, KZDateTime const & b) noexcept {
+        return a.seconds_ <=> b.seconds_;
+    }
 
 private:
     std::uint32_t seconds_ = 0;

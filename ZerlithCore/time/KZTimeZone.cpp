@@ -96,8 +96,9 @@ KZTimeZone::KZTimeZone() noexcept {
 void KZTimeZone::Init() { static_cast<void>(GetPredefined()); }
 
 KZTimeZone::PredefinedTimeZones const & KZTimeZone::GetPredefined() {
-    static PredefinedTimeZones const zones{std::make_unique<KZTimeZone const>(ReadLocalZone()),
-                                           std::make_unique<KZTimeZone const>()};
+    // Not destroyed: destructors of static objects may still print the time.
+    static PredefinedTimeZones const & zones = *new PredefinedTimeZones{
+        std::make_unique<KZTimeZone const>(ReadLocalZone()), std::make_unique<KZTimeZone const>()};
     return zones;
 }
 

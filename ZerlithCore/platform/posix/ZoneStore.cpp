@@ -276,6 +276,7 @@ std::vector<std::u16string> ListZoneKeys(std::u16string_view path) {
             names.insert_or_assign(lowered.substr(folder.size() + 1), key.first.substr(folder.size() + 1));
     }
     std::vector<std::u16string> result;
+    result.reserve(names.size());
     for (auto & [lowered, name] : names) result.push_back(std::move(name));
     return result;
 }
