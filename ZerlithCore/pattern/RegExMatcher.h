@@ -26,7 +26,9 @@ public:
     explicit MatchTables(std::vector<DFAState> const & states);
 
     [[nodiscard]] bool IsEmpty() const noexcept { return next_.empty(); }
-    // Of all of `text` up to its first 0, with what `translate` gives in place of each unit. Requires: not empty.
+    // Of all of `text` up to its first 0. Requires: not empty.
+    [[nodiscard]] bool Match(std::u16string_view text) const noexcept;
+    // The same with what `translate` gives in place of each unit.
     template <class Translate>
     [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept;
 
@@ -60,9 +62,13 @@ struct RegExAutomaton {
     std::vector<DFAState> states; // the start state first
     MatchTables tables;
 
-    // Of all of `text` up to its first 0, with what `translate` gives in place of each unit.
-    template <class Translate = MatchTables::Identity>
-    [[nodiscard]] bool Match(std::u16string_view text, Translate translate = {}) const noexcept {
+    // Of all of `text` up to its first 0.
+    [[nodiscard]] bool Match(std::u16string_view text) const noexcept {
+        return tables.IsEmpty() ? MatchByRanges(text, MatchTables::Identity()) : tables.Match(text);
+    }
+    // The same with what `translate` gives in place of each unit.
+    template <class Translate>
+    [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept {
         return tables.IsEmpty() ? MatchByRanges(text, translate) : tables.Match(text, translate);
     }
 
