@@ -40,7 +40,8 @@ public:
     /// but the file is read: an entity of a file or an address isn't known. A text's declaration of its encoding is
     /// ignored. Limits: 256 levels, 10,000,000 bytes a text, and what entities may multiply.
     bool Load(KZString const & text, bool isFile = false);
-    /// Writes the content, in the encoding of the file that was loaded, else in UTF-8. Errors: CantWrite.
+    /// Writes the content, in the encoding of the file that was loaded, else in UTF-8. Errors: CantWrite; what
+    /// stood in the file may be gone then.
     void SaveToFile(KZString const & fileName) const;
 
     /// Not valid in a document without content.

@@ -96,7 +96,9 @@ private:
         if (!stylesheet.Load(stylesheetName_, true))
             return KZErrorID(
                 new KZErrorString(stylesheetName_ + u": " + stylesheet.GetLastParseError().GetReason()));
-        KZOFileStream(pageName_) << report.TransformNode(stylesheet);
+        KZOFileStream page(pageName_);
+        page << report.TransformNode(stylesheet) << std::flush;
+        if (!page) return KZErrorID(new KZErrorString(u"Can't write " + pageName_));
         return KZErrorID(0);
     }
 

@@ -224,13 +224,6 @@ int Feed(void * self, char * buffer, int length) noexcept {
 
 // --- White space
 
-bool IsBlank(xmlNode const * node) {
-    if (node->type != XML_TEXT_NODE || !node->content) return false;
-    xmlChar const * at = node->content;
-    while (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r') ++at;
-    return *at == '\0';
-}
-
 bool IsCharacterData(xmlNode const * node) {
     return node && (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
                     node->type == XML_ENTITY_REF_NODE);
@@ -246,7 +239,7 @@ bool HasElement(xmlNode const * parent) {
 void RemoveBlanks(xmlNode * parent) {
     for (xmlNode * child = parent->children; child;) {
         xmlNode * const next = child->next;
-        if (IsBlank(child) && !IsCharacterData(child->prev) && !IsCharacterData(next)) {
+        if (IsBlankText(child) && !IsCharacterData(child->prev) && !IsCharacterData(next)) {
             xmlUnlinkNode(child);
             xmlFreeNode(child);
         }

@@ -107,10 +107,6 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, OwnedDoc & resu
     return Failed(DocumentCode::TransformFailed, scope.Reason());
 }
 
-bool IsBlank(xmlNode const * node) {
-    return View(node->content).find_first_not_of(" \t\r\n") == std::string_view::npos;
-}
-
 // A result may be any list of nodes, or be marked as output for browsers, or have texts that aren't to be escaped. What
 // can't be a document is refused, the rest made one like others.
 DocumentResult MakeDocument(OwnedDoc & result) {
@@ -120,10 +116,11 @@ DocumentResult MakeDocument(OwnedDoc & result) {
     for (xmlNode * child = top->children; child;) {
         xmlNode * const next = child->next;
         if (child->type == XML_ELEMENT_NODE) ++roots;
-        if (child->type == XML_TEXT_NODE && !IsBlank(child)) roots = 2;
-        if (child->type == XML_TEXT_NODE && IsBlank(child)) {
+        if (IsBlankText(child)) {
             xmlUnlinkNode(child);
             xmlFreeNode(child);
+        } else if (child->type == XML_TEXT_NODE) {
+            roots = 2;
         }
         child = next;
     }

@@ -127,6 +127,13 @@ private:
 [[nodiscard]] xmlNode * NextBelow(xmlNode * node, xmlNode const * top) noexcept;
 /// The node that has no parent.
 [[nodiscard]] xmlNode * RootOf(xmlNode * node) noexcept;
+/// A text of white space alone, or an empty one.
+[[nodiscard]] inline bool IsBlankText(xmlNode const * node) noexcept {
+    if (node->type != XML_TEXT_NODE) return false;
+    xmlChar const * at = node->content;
+    while (at && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) ++at;
+    return !at || *at == '\0';
+}
 /// Makes `node`, which stands nowhere, a child of `parent`.
 void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept;
 
