@@ -213,6 +213,7 @@ TEST(KZRegEx, MatchesLongPatternsOfManyUnits) {
     for (char16_t unit = 0x100; unit < 0x100 + 3000; ++unit) units += unit;
     EXPECT_TRUE(Matches(units, units));
     EXPECT_TRUE(Matches(units + u".*x?", units + u"yx"));
+    EXPECT_TRUE(Matches(units + u".*", units + u'\xFFFF')) << "decided in front of it";
     EXPECT_FALSE(Matches(units, units + u"x"));
     EXPECT_FALSE(Matches(units, units.SubStr(0, 2999)));
     KZString other = units;
