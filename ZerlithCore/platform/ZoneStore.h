@@ -44,6 +44,9 @@ private:
 /// The key at `path`: one that was put there, or one made from the system's zone data. Nothing where there is none, or
 /// where its data is damaged. Paths ignore case.
 ///
+/// Errors: throws std::system_error when the data can't be read at present, for lack of file handles, say; the number is
+/// the thread's last error, too. Nothing of that is kept, so the same question may have an answer later.
+///
 /// Thread safety: callable from any thread, as are the next three.
 [[nodiscard]] std::optional<ZoneKey> OpenZoneKey(std::u16string_view path);
 /// The names of the keys right below `path`, in order.
@@ -51,7 +54,8 @@ private:
 /// Puts a key into the store, in front of what the system has; without a `key` takes such a one away again.
 void PutZoneKey(std::u16string_view path, std::optional<ZoneKey> key);
 
-/// The zone of this computer with the values that a zone's key has. Where it can't be told it is UTC.
+/// The zone of this computer with the values that a zone's key has. It is UTC where the setting names no zone of the
+/// system's. Errors: as for `OpenZoneKey`.
 [[nodiscard]] ZoneKey LocalZoneKey();
 
 } // namespace KZPlatform

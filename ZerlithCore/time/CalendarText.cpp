@@ -129,11 +129,25 @@ private:
         for (; IsDigit(*end); ++end)
             if (value <= std::numeric_limits<int>::max()) value = value * 10 + (*end - u'0');
         value = std::min<std::int64_t>(value, std::numeric_limits<int>::max());
+        bool const hasDigits = end != text_ && IsDigit(end[-1]);
         bool const offsetNext = IsOffsetNext();
         // A field that ends otherwise is dropped: the next conversion reads from the same place.
-        if (*end && *end != *format_ && !offsetNext) return;
+        if (*end && *end != *format_ && !(offsetNext && hasDigits)) {
+            fields_.hasDropped = true;
+            return;
+        }
         StoreNumber(static_cast<int>(negative ? -value : value));
         text_ = offsetNext ? SkipBlanks(end) : SkipToNumber(end, signs);
+        if (!*text_ && !IsEarlyEnd(end)) fields_.hasDropped = true;
+    }
+
+    // Whether nothing follows at `text` that the next conversion should have read: only what the template has in front
+    // of that one, or a beginning of it, and blanks.
+    [[nodiscard]] bool IsEarlyEnd(char16_t const * text) const {
+        char16_t const * literal = format_;
+        for (; *text && *text == *literal && *literal != u'%'; ++text) ++literal;
+        while (*literal && *literal != u'%') ++literal;
+        return !*literal || !*SkipBlanks(text);
     }
 
     // A "-" directly behind a field separates; a later one is the sign of the next.

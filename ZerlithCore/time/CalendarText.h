@@ -35,7 +35,8 @@ struct CalendarFields {
     unsigned int second = 0;
     unsigned int millisecond = 0;
     std::int32_t localMinusUtc = 0;
-    unsigned int read = 0; // the fields that were in the text, by the bits of KZDateAndTime
+    unsigned int read = 0;   // the fields that were in the text, by the bits of KZDateAndTime
+    bool hasDropped = false; // whether a field had text that didn't fit
 };
 
 // Reads `text` under `format`. Whatever the two are, it ends with the shorter one.

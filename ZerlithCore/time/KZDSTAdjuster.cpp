@@ -1,6 +1,7 @@
 #include "ZerlithCore/time/KZDSTAdjuster.h"
 
 #include "ZerlithCore/time/CalendarDays.h"
+#include "ZerlithCore/time/ZoneRule.h"
 
 #include <algorithm>
 #include <limits>
@@ -59,16 +60,18 @@ bool KZDSTAdjuster::ComputeDSTDate(KZSystemTime const & rule, std::tm & time) {
     if (week > hits) return false;
     unsigned int const day = week < 1 ? 1 : firstHit + 7 * (week - 1);
 
-    // Hours of 24 and more reach into the days behind.
-    std::int64_t const days = first + day - 1 + rule.hour / 24;
+    // The hour may reach into the days behind that one, or in front of it.
+    std::int64_t const seconds = (first + day - 1) * KZDetail::secondsOfDay + KZDetail::TimeOfRule(rule);
+    std::int64_t const days = KZDetail::FloorDivide(seconds, KZDetail::secondsOfDay);
+    auto const inDay = static_cast<int>(seconds - days * KZDetail::secondsOfDay);
     KZDetail::CivilDate const date = KZDetail::CivilFromDays(days);
     time = {};
     time.tm_year = date.year - 1900;
     time.tm_mon = static_cast<int>(date.month) - 1;
     time.tm_mday = static_cast<int>(date.day);
-    time.tm_hour = rule.hour % 24;
-    time.tm_min = rule.minute;
-    time.tm_sec = rule.second;
+    time.tm_hour = inDay / 3600;
+    time.tm_min = inDay / 60 % 60;
+    time.tm_sec = inDay % 60;
     time.tm_wday = static_cast<int>(KZDetail::WeekDayOfDays(days));
     time.tm_yday = static_cast<int>(days - KZDetail::DaysFromCivil(date.year, 1, 1));
     return true;

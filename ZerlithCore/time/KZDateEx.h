@@ -164,6 +164,9 @@ public:
     friend constexpr KZDateEx operator+(KZDateEx date, KZDurationEx const & duration) noexcept {
         return date += duration;
     }
+    friend constexpr KZDateEx operator+(KZDurationEx const & duration, KZDateEx date) noexcept {
+        return date += duration;
+    }
     friend constexpr KZDateEx operator-(KZDateEx date, KZDurationEx const & duration) noexcept {
         return date -= duration;
     }

@@ -1,7 +1,7 @@
 #include "ZerlithCore/time/KZDateExceptionEx.h"
 
 KZDateExceptionEx::KZDateExceptionEx(KZDateTimeEx const & dateTime)
-    : KZException(dateTime.AsString(*KZTimeZone::GetPredefined().utc)), dateTime_(dateTime) {}
+    : KZException(dateTime.AsString(KZTimeZone::GetUTCTimeZone())), dateTime_(dateTime) {}
 
 KZDateExceptionEx::KZDateExceptionEx(KZString const & message) : KZException(message) {}
 

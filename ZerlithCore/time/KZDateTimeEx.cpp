@@ -27,6 +27,8 @@ KZErrorID Refuse(KZString const & text) {
     return id;
 }
 
+bool IsDigit(std::wint_t character) { return character >= L'0' && character <= L'9'; }
+
 std::int64_t Milliseconds(KZDateEx const & date, KZTimeEx const & time) {
     return KZDetail::ToMilliseconds({date, time});
 }
@@ -38,8 +40,10 @@ KZDateTimeEx FromMilliseconds(std::int64_t milliseconds) {
 
 std::int64_t Seconds(std::int64_t milliseconds) { return KZDetail::FloorDivide(milliseconds, 1000); }
 
-// What was read, still in its zone; null when the fields make no value.
+// What was read, still in its zone; null when the fields make no value. A field that was dropped is an invalid one: the
+// others would make some value, but not the one that the text tells.
 KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
+    if (read.hasDropped) return {};
     KZDateEx date;
     KZTimeEx time;
     if (read.read & KZDateAndTime::Date) {
@@ -48,13 +52,32 @@ KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
         fields.month = read.month;
         fields.day = read.day;
         fields.mask = KZDateAndTime::Date;
-        if (!date.SetDateAndTime(fields) || date.GetYear() == 0) return {};
+        if (!date.SetDateAndTime(fields) || date.GetYear() == 0 || date.GetYear() != read.year) return {};
     }
     if (read.read & KZDateAndTime::Time) {
         if (read.hour > 23 || read.minute > 59 || read.second > 59 || read.millisecond > 999) return {};
         time.SetTime(read.hour, read.minute, read.second, read.millisecond);
     }
     return {date, time};
+}
+
+// Reads one form of text; false, and null, when it names no such value.
+bool Read(KZDateTimeEx & result, KZString const & text, KZString const & format, KZTimeZone const & zone) {
+    result.SetNull();
+    if (text == u"SYSDATE") {
+        result = KZDateTimeEx::GetCurrentDateTime();
+        return true;
+    }
+    char16_t const * const rest = KZDetail::SkipBlanks(text.c_str());
+    if (!*rest) return true;
+    KZDetail::CalendarFields const read = KZDetail::ReadCalendar(rest, format.c_str(), KZDetail::AllLetters);
+    result = ValueOf(read);
+    if (!result.IsDateAndTime()) return !result.IsNull();
+    if (read.read & KZDateAndTime::TimeZone)
+        result -= KZDurationEx(read.localMinusUtc, KZDurationEx::second);
+    else
+        result.ConvertToUTC(zone);
+    return true;
 }
 
 // Becomes the moment that `convert` makes of `from` and `zone`, or null.
@@ -79,15 +102,17 @@ KZDateTimeEx::KZDateTimeEx(int year, unsigned int month, unsigned int day, unsig
     ConvertToUTC(zone);
 }
 
-KZDateTimeEx::KZDateTimeEx(KZDateAndTime const & fields) {
-    bool const isSet = SetDateAndTime(fields);
+KZDateTimeEx::KZDateTimeEx(KZDateAndTime const & fields, KZTimeZone const & zone) {
+    bool const isSet = SetDateAndTime(fields, zone);
     bool const hasTime = !(fields.mask & KZDateAndTime::Time) || HasTime();
     bool const hasDate = !(fields.mask & KZDateAndTime::Date) || HasDate();
     if (!isSet || !hasTime || !hasDate) throw KZDateExceptionEx(*this);
 }
 
-KZDateTimeEx::KZDateTimeEx(KZString const & text, KZTimeZone const & zone)
-    : KZDateTimeEx(text, KZDateTimeEx().GetDefaultFormat(true, true), zone) {}
+KZDateTimeEx::KZDateTimeEx(KZString const & text, KZTimeZone const & zone) {
+    KZErrorID const error = FromString(text, zone);
+    if (error.Bad()) throw KZDateExceptionEx(error.AsString());
+}
 
 KZDateTimeEx::KZDateTimeEx(KZString const & text, KZString const & format, KZTimeZone const & zone) {
     KZErrorID const error = FromString(text, format, zone);
@@ -213,27 +238,13 @@ KZString KZDateTimeEx::AsString(KZString const & format, KZTimeZone const & zone
 }
 
 KZErrorID KZDateTimeEx::FromString(KZString const & text, KZTimeZone const & zone) {
-    return FromString(text, GetDefaultFormat(true, true), zone);
+    bool const isRead = Read(*this, text, GetDefaultFormat(true, true), zone) ||
+                        Read(*this, text, KZTimeEx::GetDefaultFormat(), zone);
+    return isRead ? KZErrorID() : Refuse(text);
 }
 
 KZErrorID KZDateTimeEx::FromString(KZString const & text, KZString const & format, KZTimeZone const & zone) {
-    SetNull();
-    if (text == u"SYSDATE") {
-        *this = GetCurrentDateTime();
-        return {};
-    }
-    char16_t const * const rest = KZDetail::SkipBlanks(text.c_str());
-    if (!*rest) return {};
-    KZDetail::CalendarFields const read = KZDetail::ReadCalendar(rest, format.c_str(), KZDetail::AllLetters);
-    KZDateTimeEx const value = ValueOf(read);
-    if (value.IsNull()) return Refuse(text);
-    *this = value;
-    if (!IsDateAndTime()) return {};
-    if (read.read & KZDateAndTime::TimeZone)
-        *this = FromMilliseconds(Milliseconds(date_, time_) - read.localMinusUtc * std::int64_t{1000});
-    else
-        ConvertToUTC(zone);
-    return {};
+    return Read(*this, text, format, zone) ? KZErrorID() : Refuse(text);
 }
 
 bool KZDateTimeEx::AsStructTM(std::tm & out, KZTimeZone const & zone) const {
@@ -371,7 +382,8 @@ std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value) {
     if (!(stream >> text)) return stream;
     KZErrorID error = value.FromString(KZString(KZFromWide(text)));
     std::wstring time;
-    if (error.Good() && value.IsOnlyDate() && stream.peek() == L' ' && stream >> time)
+    bool const hasMore = error.Good() && value.IsOnlyDate() && stream.peek() == L' ';
+    if (hasMore && IsDigit(stream.ignore().peek()) && stream >> time)
         error = value.FromString(KZString(KZFromWide(text + L' ' + time)));
     if (error.Bad()) stream.setstate(std::ios_base::failbit);
     return stream;

@@ -47,7 +47,8 @@ public:
     KZDateTimeEx(int year, unsigned int month, unsigned int day, unsigned int hour, unsigned int minute,
                  unsigned int second, unsigned int millisecond = 0,
                  KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(KZDateAndTime const & fields);
+    explicit KZDateTimeEx(KZDateAndTime const & fields,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     /// From text, as `FromString` reads. Errors: throws a KZDateExceptionEx when it can't.
     explicit KZDateTimeEx(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZDateTimeEx(KZString const & text, KZString const & format,
@@ -59,6 +60,7 @@ public:
     explicit KZDateTimeEx(VARIANT const & value, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(KZDateTime const & moment) { FromKZDateTime(moment); }
+    KZDateTimeEx(KZDateTime const & moment, KZTimeZone const & zone) { FromKZDateTime(moment, zone); }
 
     /// The present moment, to the millisecond.
     [[nodiscard]] static KZDateTimeEx GetCurrentDateTime();
@@ -127,9 +129,12 @@ public:
     [[nodiscard]] KZString AsString(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     [[nodiscard]] KZString AsString(KZString const & format,
                                     KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    /// Reads `text`, by default under "%Y/%m/%d %H:%M:%S.%L": what is in it of a date, a time, or both, "SYSDATE" for
-    /// the present moment, or blanks for null. An offset that is read counts in place of `zone`.
-    /// Errors: 9 for a text that names no such value, which is then null.
+    /// Reads `text` under `format`: "SYSDATE" is the present moment, blanks are null. The text may end early; the fields
+    /// that are in it make a date, a time, or both. A field that is in the text but doesn't fit is an error, unlike in
+    /// KZDateEx and KZTimeEx, which drop it. An offset that is read counts in place of `zone`; where %Z meets something
+    /// else it reads nothing, and `zone` counts.
+    /// Without `format` the text is one of "%Y/%m/%d %H:%M:%S.%L" or of "%H:%M:%S.%L".
+    /// Errors: 9, with the text, for one that names no such value; the value is then null.
     KZErrorID FromString(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZErrorID FromString(KZString const & text, KZString const & format,
                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
@@ -149,7 +154,9 @@ public:
     bool FromFileTime(FILETIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     bool FromVariant(VARIANT const & value, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     bool FromDouble(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    /// A moment is one, whatever the zone.
     bool FromKZDateTime(KZDateTime const & moment);
+    bool FromKZDateTime(KZDateTime const & moment, KZTimeZone const &) { return FromKZDateTime(moment); }
 
     // --- Arithmetic. Null stays null.
 
@@ -170,6 +177,9 @@ public:
     friend KZDateTimeEx operator+(KZDateTimeEx value, long seconds) { return value += seconds; }
     friend KZDateTimeEx operator-(KZDateTimeEx value, long seconds) { return value -= seconds; }
     friend KZDateTimeEx operator+(KZDateTimeEx value, KZDurationEx const & duration) {
+        return value += duration;
+    }
+    friend KZDateTimeEx operator+(KZDurationEx const & duration, KZDateTimeEx value) {
         return value += duration;
     }
     friend KZDateTimeEx operator-(KZDateTimeEx value, KZDurationEx const & duration) {
@@ -197,5 +207,6 @@ static_assert(sizeof(KZDateTimeEx) == 8);
 
 /// Writes the default text in local time.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const & value);
-/// Reads one as `FromString` does: a word, and behind a date the word of its time. What can't be read sets failbit.
+/// Reads one as `FromString` does: a word, and behind a date the next word if it begins with a digit, as the time. What
+/// can't be read sets failbit.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value);

@@ -30,6 +30,7 @@ public:
     constexpr explicit KZDurationEx(long value, Unit unit = second) : unit_(unit) { SetDuration(value); }
     /// `unit` is a name as `FromString` takes them; an unknown one makes the duration invalid.
     KZDurationEx(long value, char16_t const * unit);
+    KZDurationEx(long value, KZString const & unit) : KZDurationEx(value, unit.c_str()) {}
     /// As `FromString` reads.
     explicit KZDurationEx(KZString const & text, Unit unit = second) { FromString(text, unit); }
 

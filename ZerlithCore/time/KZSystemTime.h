@@ -10,7 +10,8 @@
 ///
 /// With the year 0 they are a rule for the change of clocks in any year: `month` (0: there is no change), `dayOfWeek`
 /// (0 is Sunday), `day` the how-manieth such weekday of the month (1 to 5, 5 being the last), and the wall-clock time
-/// before the change. An `hour` of 24 or more reaches into the days behind that one.
+/// before the change. The `hour` of a rule counts as a signed number and may leave that day: 25 is 01:00 on the day
+/// behind it, and 65,535, which is -1, is 23:00 on the day before.
 struct KZSystemTime {
     std::uint16_t year = 0;
     std::uint16_t month = 0;

@@ -157,6 +157,9 @@ public:
     friend constexpr KZTimeEx operator+(KZTimeEx time, KZDurationEx const & duration) noexcept {
         return time += duration;
     }
+    friend constexpr KZTimeEx operator+(KZDurationEx const & duration, KZTimeEx time) noexcept {
+        return time += duration;
+    }
     friend constexpr KZTimeEx operator-(KZTimeEx time, KZDurationEx const & duration) noexcept {
         return time -= duration;
     }

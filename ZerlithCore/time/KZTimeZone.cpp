@@ -4,6 +4,7 @@
 
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/platform/ZoneStore.h"
+#include "ZerlithCore/time/AskZoneStore.h"
 #include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDateException.h"
 #include "ZerlithCore/time/ZoneRule.h"
@@ -12,6 +13,11 @@
 #include <cstring>
 #include <limits>
 #include <string_view>
+#include <system_error>
+#include <type_traits>
+
+// The built-in zones are never destroyed: destructors of static objects may still print the time.
+static_assert(std::is_trivially_destructible_v<KZTimeZone>);
 
 namespace {
 
@@ -74,6 +80,12 @@ KZTimeZone ReadLocalZone() {
     return {info, info.standardDate.month != 0 && DSTObservanceEnabled()};
 }
 
+// Read once; where that fails, the next question tries again.
+KZTimeZone const & LocalZone() {
+    static KZTimeZone const zone = ReadLocalZone();
+    return zone;
+}
+
 KZDateTime ToDateTime(std::int64_t seconds) {
     bool const fits = seconds > 0 && seconds <= std::numeric_limits<std::uint32_t>::max();
     return fits ? KZDateTime(static_cast<std::uint32_t>(seconds)) : KZDateTime();
@@ -96,23 +108,38 @@ KZTimeZone::KZTimeZone() noexcept {
 void KZTimeZone::Init() { static_cast<void>(GetPredefined()); }
 
 KZTimeZone::PredefinedTimeZones const & KZTimeZone::GetPredefined() {
-    // Not destroyed: destructors of static objects may still print the time.
-    static PredefinedTimeZones const & zones = *new PredefinedTimeZones{
-        std::make_unique<KZTimeZone const>(ReadLocalZone()), std::make_unique<KZTimeZone const>()};
+    static PredefinedTimeZones const zones{&GetLocalTimeZone(), &GetUTCTimeZone()};
     return zones;
 }
 
-bool KZTimeZone::FromWindowsTimeZoneName(KZString const & name) {
+KZTimeZone const & KZTimeZone::GetLocalTimeZone() { return KZDetail::AskZoneStore(LocalZone); }
+
+KZTimeZone const & KZTimeZone::GetUTCTimeZone() noexcept {
+    static KZTimeZone const zone;
+    return zone;
+}
+
+std::optional<KZTimeZone> KZTimeZone::Read(KZString const & name) {
+    if (name.IsNull()) return std::nullopt;
     std::u16string path(zonesPath);
     path.append(1, u'\\').append(name.c_str());
     auto const key = KZPlatform::OpenZoneKey(path);
     KZTimeZoneInfo info;
-    if (name.IsNull() || !key || !ReadKey(*key, info)) return false;
+    if (!key || !ReadKey(*key, info)) return std::nullopt;
     bool observed = info.daylightDate.month != 0;
-    if (observed && GetLocalTimeZone().GetStandardName() == info.standardName)
+    if (observed && std::u16string_view(LocalZone().info_.standardName) == info.standardName)
         observed = DSTObservanceEnabled();
-    *this = KZTimeZone(info, observed);
-    return true;
+    return KZTimeZone(info, observed);
+}
+
+bool KZTimeZone::FromWindowsTimeZoneName(KZString const & name) {
+    try {
+        auto const zone = Read(name);
+        if (zone) *this = *zone;
+        return zone.has_value();
+    } catch (std::system_error const &) {
+        return false;
+    }
 }
 
 bool KZTimeZone::GetWindowsTimeZones(std::vector<KZTimeZone> & zones) {

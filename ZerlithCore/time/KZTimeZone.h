@@ -11,16 +11,20 @@
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <vector>
 
 class KZDateTime;
 
 /// A time zone, as a value: its bias, its two yearly changes of clocks, and whether it observes them.
 ///
-/// One rule holds for all years, past and future: the one in force when the zone was read. Zones come from the
+/// One rule holds for all years, past and future: that of the year in which the zone was read. Zones come from the
 /// system's zoneinfo data, under the well-known names such as "W. Europe Standard Time"; the local zone is that of
 /// TZ (a city, a path or a POSIX rule) or of the system's setting, read once.
+///
+/// A rule has two changes of clocks at most. A year that has more gets the rule that is right at the present moment and
+/// for the greatest part of that year. Where a zone gives up its changes, or takes them up, the rule tells that year as
+/// it is, with the other change at New Year; the zone that is read in the next year has its last rule.
 ///
 /// A KZDateTime that is told in local time holds the seconds that would be UTC if its clock were UTC's. A local time
 /// that a change of clocks leaves out, or has twice, is taken with the offset from before the change. Conversions of
@@ -29,10 +33,10 @@ class KZDateTime;
 /// Thread safety: as a plain record; the two built-in zones never change and may be read from any thread.
 class KZ_EXPORT KZTimeZone {
 public:
-    /// The zone of this computer, and UTC.
+    /// The zone of this computer, and UTC. Both live to the end of the process.
     struct PredefinedTimeZones {
-        std::unique_ptr<KZTimeZone const> local;
-        std::unique_ptr<KZTimeZone const> utc;
+        KZTimeZone const * local;
+        KZTimeZone const * utc;
     };
 
     /// UTC.
@@ -42,12 +46,16 @@ public:
         : info_(info), dstObserved_(observesDst) {}
 
     /// Reads the built-in zones; the second call does nothing. Whoever asks for them first calls it as well.
+    ///
+    /// Errors: a local zone that can't be read at present, for lack of file handles, say, throws a
+    /// KZWindowsLastErrorException, as do the next two; the next call tries again.
     static void Init();
     [[nodiscard]] static PredefinedTimeZones const & GetPredefined();
-    [[nodiscard]] static KZTimeZone const & GetLocalTimeZone() { return *GetPredefined().local; }
-    [[nodiscard]] static KZTimeZone const & GetUTCTimeZone() { return *GetPredefined().utc; }
+    [[nodiscard]] static KZTimeZone const & GetLocalTimeZone();
+    [[nodiscard]] static KZTimeZone const & GetUTCTimeZone() noexcept;
 
-    /// Becomes the zone of that well-known name. False, without a change, for an unknown name or damaged zone data.
+    /// Becomes the zone of that well-known name. False, without a change, for an unknown name, for damaged zone data,
+    /// and for data that can't be read at present.
     bool FromWindowsTimeZoneName(KZString const & name);
     /// Appends all zones of the system that have a well-known name. The first that can't be read ends it with false.
     static bool GetWindowsTimeZones(std::vector<KZTimeZone> & zones);
@@ -108,6 +116,11 @@ public:
     bool operator<(KZTimeZone const & other) const noexcept;
 
 private:
+    friend class KZTimeZoneObsolete;
+
+    /// The zone of that name; nothing where the system has none. Errors: throws std::system_error when it can't be read
+    /// at present.
+    [[nodiscard]] static std::optional<KZTimeZone> Read(KZString const & name);
     [[nodiscard]] std::int32_t StandardOffset() const noexcept;
     [[nodiscard]] std::int32_t DaylightOffset() const noexcept {
         return -60 * (info_.bias + info_.daylightBias);

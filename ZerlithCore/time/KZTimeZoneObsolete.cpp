@@ -1,9 +1,15 @@
 #include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
+#include "ZerlithCore/time/AskZoneStore.h"
+
+#include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 
 namespace {
+
+constexpr std::ptrdiff_t noRow = 22;
 
 constexpr char16_t const * rowNames[] = {
     u"New Zealand Standard Time",
@@ -71,18 +77,6 @@ constexpr char16_t const * rowNames[] = {
 };
 static_assert(std::size(rowNames) == KZTimeZoneObsolete::Dateline + 1);
 
-struct Row {
-    bool known = false; // the system has this zone
-    KZTimeZone zone;
-};
-
-std::array<Row, std::size(rowNames)> ReadRows() {
-    std::array<Row, std::size(rowNames)> rows;
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        rows[i].known = rows[i].zone.FromWindowsTimeZoneName(rowNames[i]);
-    return rows;
-}
-
 bool IsSameChange(KZSystemTime const & a, KZSystemTime const & b) {
     return a.month == b.month && a.dayOfWeek == b.dayOfWeek && a.day == b.day && a.hour == b.hour;
 }
@@ -98,11 +92,17 @@ bool IsSameRule(KZTimeZone const & a, KZTimeZone const & b) {
 } // namespace
 
 KZTimeZoneObsolete::TimeZoneType KZTimeZoneObsolete::GetType(KZTimeZone const & zone) {
-    static std::array<Row, std::size(rowNames)> const rows = ReadRows();
     std::u16string_view const name(zone.GetTimeZoneInfo().standardName);
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        if (name == rowNames[i]) return static_cast<TimeZoneType>(i);
-    for (std::size_t i = 0; i < rows.size(); ++i)
-        if (rows[i].known && IsSameRule(zone, rows[i].zone)) return static_cast<TimeZoneType>(i);
-    return static_cast<TimeZoneType>(22);
+    auto const * const named = std::ranges::find(rowNames, name);
+    if (named != std::end(rowNames)) return static_cast<TimeZoneType>(named - rowNames);
+
+    using Rows = std::array<std::optional<KZTimeZone>, std::size(rowNames)>;
+    static Rows const rows = KZDetail::AskZoneStore([] {
+        Rows read; // nothing for a zone that the system doesn't have
+        std::ranges::transform(rowNames, read.begin(), KZTimeZone::Read);
+        return read;
+    });
+    auto const * const same =
+        std::ranges::find_if(rows, [&zone](auto const & row) { return row && IsSameRule(zone, *row); });
+    return static_cast<TimeZoneType>(same == rows.end() ? noRow : same - rows.begin());
 }

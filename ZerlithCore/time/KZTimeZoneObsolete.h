@@ -81,5 +81,6 @@ public:
 
     /// The row of the zone's standard name, else the first row of the same bias with the same changes of clocks (month,
     /// weekday, week and hour); 22 where there is none, which is also the number of Ekaterinburg: callers rely on it.
+    /// Errors: rules that can't be read at present throw a KZWindowsLastErrorException; the next call tries again.
     [[nodiscard]] static TimeZoneType GetType(KZTimeZone const & zone);
 };

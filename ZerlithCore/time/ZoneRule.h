@@ -6,6 +6,11 @@
 
 namespace KZDetail {
 
+// The time of day as seconds. The hour counts as a signed number.
+constexpr std::int32_t TimeOfRule(KZSystemTime const & rule) noexcept {
+    return static_cast<std::int16_t>(rule.hour) * 3600 + rule.minute * 60 + rule.second;
+}
+
 // The day of the month on which `rule` falls in `year`. Week 5 is the last; nonsense stays within the month.
 constexpr unsigned int DayOfRule(KZSystemTime const & rule, int year, std::int64_t firstOfMonth) noexcept {
     unsigned int const toWeekDay = (rule.dayOfWeek + 7U - WeekDayOfDays(firstOfMonth)) % 7;
@@ -18,7 +23,7 @@ constexpr unsigned int DayOfRule(KZSystemTime const & rule, int year, std::int64
 constexpr std::int64_t SecondOfRule(KZSystemTime const & rule, int year) noexcept {
     std::int64_t const firstOfMonth = DaysFromCivil(year, rule.month, 1);
     std::int64_t const day = firstOfMonth + DayOfRule(rule, year, firstOfMonth) - 1;
-    return day * secondsOfDay + rule.hour * 3600 + rule.minute * 60 + rule.second;
+    return day * secondsOfDay + TimeOfRule(rule);
 }
 
 } // namespace KZDetail

@@ -99,7 +99,7 @@ TEST(KZDateEx, MovesByDaysAsAWalkFromMonthToMonthDoes) {
     EXPECT_EQ((++KZDateEx(4194303, 12, 31)).GetYear(), -4194304);
     EXPECT_EQ(KZDateEx(2023, 2, 30) + 1L, KZDateEx(2023, 2, 30));
     EXPECT_EQ(KZDateEx() + KZDurationEx(1, KZDurationEx::day), KZDateEx());
-    EXPECT_EQ(KZDateEx(2024, 5, 6) + KZDurationEx(48, KZDurationEx::hour), KZDateEx(2024, 5, 6));
+    EXPECT_EQ(KZDurationEx(48, KZDurationEx::hour) + KZDateEx(2024, 5, 6), KZDateEx(2024, 5, 6));
     EXPECT_EQ(KZDateEx(2024, 5, 6) - KZDurationEx(-2, KZDurationEx::week), KZDateEx(2024, 5, 20));
 }
 

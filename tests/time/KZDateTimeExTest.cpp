@@ -28,11 +28,12 @@ TEST(KZDateTimeEx, ReadsUnderATemplate) {
         char16_t const * expected; // in UTC by the value's shape; null when it can't be read
     };
     constexpr char16_t const * full = u"%Y/%m/%d %H:%M:%S.%L";
+    constexpr char16_t const * iso = u"%Y-%m-%dT%H:%M:%S%Z";
     constexpr Case cases[] = {
         {"local time", u"2024/05/06 09:08:09.010", full, u"2024/05/06 07:08:09.010"},
         {"local time in winter", u"2024/01/06 09:08:09", full, u"2024/01/06 08:08:09.000"},
         {"date only", u" 2024/05/06", full, u"2024/05/06"},
-        {"time only", u"09:08:09", full, u"09:08:09.000"},
+        {"time only", u"09:08:09", u"%H:%M:%S.%L", u"09:08:09.000"},
         {"blank", u"   ", full, u""},
         {"UTC", u"2024-05-06 07:08 Z", u"%Y-%m-%d %H:%M %Z", u"2024/05/06 07:08:00.000"},
         {"offset behind digits", u"2024-05-06 07:08+05:30", u"%Y-%m-%d %H:%M%z", u"2024/05/06 01:38:00.000"},
@@ -44,6 +45,16 @@ TEST(KZDateTimeEx, ReadsUnderATemplate) {
         {"no such day", u"2023/02/29 10:00:00", full, nullptr},
         {"no such hour", u"2023/02/28 24:00:00", full, nullptr},
         {"nothing to read", u"soon", full, nullptr},
+        {"every field", u"2026-03-20T09:30:00Z", iso, u"2026/03/20 09:30:00.000"},
+        {"no offset", u"2026-03-20T09:30:00", iso, u"2026/03/20 08:30:00.000"},
+        {"an early end", u"2026-03-20T", iso, u"2026/03/20"},
+        {"letters for the next field", u"2026-03-20Tnoon", iso, nullptr},
+        {"letters before an offset", u"garbage", iso, nullptr},
+        {"a number before an offset", u"20 March", iso, nullptr},
+        {"a blank for a letter", u"2026-03-20 09:30:00Z", iso, nullptr},
+        {"a time for a date", u"09:08:09", full, nullptr},
+        {"a tail", u"2024/05/06x", u"%Y/%m/%d", nullptr},
+        {"a year that goes round", u"-8386583/03/20", full, nullptr},
     };
     for (Case const & c : cases) {
         KZDateTimeEx value = sample;
@@ -55,6 +66,7 @@ TEST(KZDateTimeEx, ReadsUnderATemplate) {
     EXPECT_EQ(KZDateTimeEx().FromString(u"soon").AsString(), u"Invalid date: 'soon'.");
     EXPECT_THROW(KZDateTimeEx(KZString(u"soon")), KZDateExceptionEx);
     EXPECT_EQ(KZDateTimeEx(u"2024/05/06 09:08:09.010"), sample);
+    EXPECT_EQ(KZDateTimeEx(u"09:08:09"), KZDateTimeEx(KZDateEx(), KZTimeEx(9, 8, 9)));
     EXPECT_TRUE(KZDateTimeEx(u"SYSDATE") >= sample);
 }
 
@@ -100,7 +112,7 @@ TEST(KZDateTimeEx, ReadsWhatItPrints) {
 TEST(KZDateTimeEx, MovesByTheWallClockOrByTheMoment) {
     auto const at = [](char16_t const * local) { return KZDateTimeEx(KZString(local)); };
     EXPECT_EQ(at(u"2024/03/30 12:00") + KZDurationEx(1, KZDurationEx::day), at(u"2024/03/31 12:00"));
-    EXPECT_EQ(at(u"2024/03/30 12:00") + KZDurationEx(24, KZDurationEx::hour), at(u"2024/03/31 13:00"));
+    EXPECT_EQ(KZDurationEx(24, KZDurationEx::hour) + at(u"2024/03/30 12:00"), at(u"2024/03/31 13:00"));
     EXPECT_EQ(at(u"2024/01/31 00:30") + KZDurationEx(1, KZDurationEx::month), at(u"2024/02/29 00:30"));
     EXPECT_EQ(at(u"2024/12/31 23:59:59") + 1L, at(u"2025/01/01 00:00:00"));
     EXPECT_EQ(--at(u"2025/01/01 00:00:00"), at(u"2024/12/31 23:59:59"));
@@ -137,6 +149,7 @@ TEST(KZDateTimeEx, ExchangesRecordsToTheLastUnit) {
     KZDateTime moment;
     EXPECT_TRUE(sample.AsKZDateTime(moment));
     EXPECT_EQ(moment.AsSeconds(), 1714979289U);
+    EXPECT_EQ(KZDateTimeEx(moment, UTC), KZDateTimeEx(fields));
 
     constexpr struct {
         double days;
@@ -186,6 +199,9 @@ TEST(KZDateTimeEx, TakesFieldsByTheirMask) {
     EXPECT_EQ(fields.mask, 255U);
     EXPECT_EQ(fields.hour, 9U);
     EXPECT_EQ(KZDateTimeEx(fields), sample);
+    fields.mask = KZDateAndTime::All & ~KZDateAndTime::TimeZone;
+    fields.hour = 7;
+    EXPECT_EQ(KZDateTimeEx(fields, UTC), sample);
     fields.mask = KZDateAndTime::Date;
     fields.day = 32;
     fields.year = 0;
@@ -211,12 +227,15 @@ TEST(KZDateTimeEx, TakesFieldsByTheirMask) {
     EXPECT_EQ(KZString(u"5").AsKZDurationEx(), KZDurationEx(5, KZDurationEx::second));
 
     std::wstringstream stream;
-    stream << sample << L' ' << sample;
+    KZDateTimeEx const date(KZDateEx(2024, 5, 6), KZTimeEx());
+    stream << sample << L' ' << date << L" noon";
     KZDateTimeEx a;
     KZDateTimeEx b;
-    EXPECT_TRUE(stream >> a >> b);
+    std::wstring word;
+    EXPECT_TRUE(stream >> a >> b >> word);
     EXPECT_EQ(a, sample);
-    EXPECT_EQ(b, sample);
+    EXPECT_EQ(b, date);
+    EXPECT_EQ(word, L"noon");
 }
 
 } // namespace

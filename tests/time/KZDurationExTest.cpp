@@ -136,7 +136,7 @@ TEST(KZDurationEx, ReadsAndPrintsUnits) {
     EXPECT_EQ(Duration(-2, Duration::day).AsString(true), u"-2 days");
     EXPECT_EQ(Duration(0, Duration::day).AsString(true), u"0");
     EXPECT_EQ(Duration(1, u"mo"), Duration(1, Duration::month));
-    EXPECT_FALSE(Duration(1, u"moon").IsValid());
+    EXPECT_FALSE(Duration(1, KZString(u"moon")).IsValid());
     std::wstringstream stream;
     stream << Duration(90, Duration::second);
     Duration read;

@@ -55,7 +55,7 @@ TEST(KZTimeEx, StoresTheFieldsOfTheMask) {
 
 TEST(KZTimeEx, GoesRoundAtMidnight) {
     KZTimeEx const night(23, 0, 0);
-    EXPECT_EQ(night + KZDurationEx(25, KZDurationEx::hour), KZTimeEx(0, 0, 0));
+    EXPECT_EQ(KZDurationEx(25, KZDurationEx::hour) + night, KZTimeEx(0, 0, 0));
     EXPECT_EQ(night - KZDurationEx(-61, KZDurationEx::minute), KZTimeEx(0, 1, 0));
     EXPECT_EQ(KZTimeEx(0, 0, 0) - 1L, KZTimeEx(23, 59, 59));
     KZTimeEx time(1, 0, 0);

@@ -102,4 +102,30 @@ std::optional<PosixZone> ParsePosixZone(std::string_view text) {
     return zone;
 }
 
+std::chrono::sys_days DayOf(PosixChange const & change, std::chrono::year year) {
+    using namespace std::chrono;
+    if (change.form == PosixChange::Form::MonthWeekDay) {
+        year_month const inMonth(year, month(static_cast<unsigned>(change.month)));
+        weekday const day(static_cast<unsigned>(change.day));
+        constexpr int lastWeek = 5;
+        if (change.week == lastWeek) return sys_days(inMonth / day[last]);
+        return sys_days(inMonth / day[static_cast<unsigned>(change.week)]);
+    }
+    // Day 60 is 1 March where 29 February doesn't count.
+    bool const isDirect = change.form == PosixChange::Form::YearDay || (year.is_leap() && change.day >= 60);
+    return sys_days(year / January / 1) + days(isDirect ? change.day : change.day - 1);
+}
+
+PosixChange ChangeOn(std::chrono::sys_days day, int second) {
+    using namespace std::chrono;
+    year_month_day const date(day);
+    bool const isLast = year_month_day(day + weeks(1)).month() != date.month();
+    PosixChange change;
+    change.month = static_cast<int>(static_cast<unsigned>(date.month()));
+    change.week = isLast ? 5 : (static_cast<int>(static_cast<unsigned>(date.day())) - 1) / 7 + 1;
+    change.day = static_cast<int>(weekday(day).c_encoding());
+    change.second = second;
+    return change;
+}
+
 } // namespace KZPlatform

@@ -2,6 +2,7 @@
 // "CET-1CEST,M3.5.0,M10.5.0/3".
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -34,5 +35,10 @@ struct PosixZone {
 
 /// Nothing when `text` isn't such a rule, to its end.
 [[nodiscard]] std::optional<PosixZone> ParsePosixZone(std::string_view text);
+
+/// The day of `change` in `year`, on which its seconds count.
+[[nodiscard]] std::chrono::sys_days DayOf(PosixChange const & change, std::chrono::year year);
+/// A change on `day`, told by the weekday: it is the month's last one when no other follows, else the first to fourth.
+[[nodiscard]] PosixChange ChangeOn(std::chrono::sys_days day, int second);
 
 } // namespace KZPlatform

@@ -1,18 +1,23 @@
-// Keys are made from zoneinfo files when they are asked for: each file ends in the rule that holds from now on, and that
-// is all a key tells. The names of zones and their cities are a generated table.
+// Keys are made from zoneinfo files when they are asked for; a key tells the present year's rule and no other. The names
+// of zones and their cities are a generated table.
 #include "ZerlithCore/platform/ZoneStore.h"
 
+#include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/platform/FileHandle.h"
+#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/posix/Path.h"
 #include "ZerlithCore/platform/posix/PosixZone.h"
+#include "ZerlithCore/platform/posix/ZoneFile.h"
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <fstream>
 #include <limits.h>
 #include <mutex>
+#include <system_error>
 #include <unistd.h>
 
 namespace KZPlatform {
@@ -47,25 +52,34 @@ std::u16string Widen(std::string_view text) {
     return result;
 }
 
-// --- The rule of a zoneinfo file
+// --- Zoneinfo files
 
-std::string ReadBytes(std::string const & path) {
-    std::ifstream file(path, std::ios::binary);
-    std::string bytes(longestFile, '\0');
-    file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    bytes.resize(static_cast<std::size_t>(file.gcount()));
-    return bytes;
+// What tells of the state of the machine and not of the file: the same question may have an answer later.
+void ThrowIfPassing(int error, std::string const & path) {
+    if (error != EMFILE && error != ENFILE && error != ENOMEM && error != EIO) return;
+    SetLastErrorNumber(error);
+    throw std::system_error(error, std::generic_category(), path);
 }
 
-// From version 2 on the file ends in the rule, between two line ends.
-std::optional<PosixZone> ReadZoneFile(std::string const & path) {
-    std::string const bytes = ReadBytes(path);
-    if (bytes.size() < 46 || !bytes.starts_with("TZif") || bytes[4] < '2' || bytes.back() != '\n')
-        return std::nullopt;
-    std::string_view footer(bytes);
-    footer.remove_suffix(1);
-    std::size_t const start = footer.rfind('\n');
-    return start == std::string_view::npos ? std::nullopt : ParsePosixZone(footer.substr(start + 1));
+// Nothing when there is no such file.
+std::optional<std::string> ReadBytes(std::string const & path) {
+    FileHandle file;
+    std::string bytes;
+    if (file.Open(PathUnits(path), FileAccess::Read, FileCreation::OpenExisting)) {
+        std::array<char, 8192> block;
+        std::size_t read = 0;
+        while (file.Read(block.data(), block.size(), read)) {
+            if (read == 0 || bytes.size() > longestFile) return bytes;
+            bytes.append(block.data(), read);
+        }
+    }
+    ThrowIfPassing(LastErrorNumber(), path);
+    return std::nullopt;
+}
+
+std::optional<PosixZone> ReadZone(std::string const & path) {
+    auto const bytes = ReadBytes(path);
+    return bytes ? ReadZoneFile(*bytes, WallClockMilliseconds() / 1000) : std::nullopt;
 }
 
 std::string ZoneFolder() {
@@ -75,7 +89,7 @@ std::string ZoneFolder() {
 
 std::optional<PosixZone> ReadCity(std::string_view city) {
     if (city.empty() || city.front() == '/' || city.find("..") != std::string_view::npos) return std::nullopt;
-    return ReadZoneFile(ZoneFolder() + '/' + std::string(city));
+    return ReadZone(ZoneFolder() + '/' + std::string(city));
 }
 
 // --- The values of a key
@@ -94,39 +108,20 @@ std::chrono::year ThisYear() {
     return year_month_day(floor<days>(system_clock::now())).year();
 }
 
-// A rule by the day of the year is told as it falls in this one.
-std::chrono::sys_days DayOfYear(PosixChange const & change) {
-    using namespace std::chrono;
-    year const now = ThisYear();
-    int day = change.day;
-    if (change.form == PosixChange::Form::YearDayNoLeap) day -= now.is_leap() && day >= 60 ? 0 : 1;
-    return sys_days(now / January / 1) + days(day);
-}
-
-std::array<std::uint16_t, 8> DateOf(PosixChange const & change) {
-    using namespace std::chrono;
-    int month = change.month;
-    int week = change.week;
-    int weekDay = change.day;
-    if (change.form != PosixChange::Form::MonthWeekDay) {
-        sys_days const date = DayOfYear(change);
-        year_month_day const fields(date);
-        month = static_cast<int>(static_cast<unsigned>(fields.month()));
-        week = (static_cast<int>(static_cast<unsigned>(fields.day())) - 1) / 7 + 1;
-        weekDay = static_cast<int>(weekday(date).c_encoding());
-    }
-    // Hours of 24 and more stay, since the day behind a month's last Thursday isn't always its last Friday. Times in
-    // front of midnight have no such form; they move to the weekday before.
-    int second = change.second;
-    for (; second < 0; second += 86400) weekDay = (weekDay + 6) % 7;
+// A rule by the day of the year is told as it falls in this one. The hour counts as a signed number, since a time before
+// midnight or beyond the next one has no other form: the day before a month's last Sunday isn't always its last Saturday.
+std::array<std::uint16_t, 8> DateOf(PosixChange const & given) {
+    bool const isByWeekDay = given.form == PosixChange::Form::MonthWeekDay;
+    PosixChange const change = isByWeekDay ? given : ChangeOn(DayOf(given, ThisYear()), given.second);
+    int const inHour = (change.second % 3600 + 3600) % 3600;
     auto const field = [](int value) { return static_cast<std::uint16_t>(value); };
     return {0,
-            field(month),
-            field(weekDay),
-            field(week),
-            field(second / 3600),
-            field(second / 60 % 60),
-            field(second % 60),
+            field(change.month),
+            field(change.day),
+            field(change.week),
+            field((change.second - inHour) / 3600),
+            field(inHour / 60),
+            field(inHour % 60),
             0};
 }
 
@@ -227,14 +222,17 @@ Place SystemPlace() {
     constexpr char const * setting = "/etc/localtime";
     std::array<char, PATH_MAX> target{};
     std::string city;
-    if (realpath(setting, target.data())) city = CityOfPath(target.data());
-    return {ReadZoneFile(setting), city};
+    if (realpath(setting, target.data()))
+        city = CityOfPath(target.data());
+    else
+        ThrowIfPassing(errno, setting);
+    return {ReadZone(setting), city};
 }
 
 // TZ is a city or a path, with or without a colon in front, or a rule.
 Place PlaceOf(std::string_view setting) {
     if (setting.starts_with(':')) setting.remove_prefix(1);
-    if (setting.starts_with('/')) return {ReadZoneFile(std::string(setting)), CityOfPath(setting)};
+    if (setting.starts_with('/')) return {ReadZone(std::string(setting)), CityOfPath(setting)};
     if (auto zone = ReadCity(setting)) return {std::move(zone), std::string(setting)};
     return {ParsePosixZone(setting), {}};
 }
