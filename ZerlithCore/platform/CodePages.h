@@ -8,7 +8,8 @@
 /// Page 0 and page 65001 are UTF-8. Further pages are 932, 936, 949, 950, 1250 to 1258, 437, 850, 20127 and 28591 to
 /// 28605, where the platform has them.
 ///
-/// Thread safety: all functions may be called from any thread. The first use of a page costs some milliseconds.
+/// Thread safety: all functions may be called from any thread.
+/// Errors: std::bad_alloc. The first use of a page costs some milliseconds; one that failed is tried again by the next use.
 #pragma once
 
 #include <cstddef>

@@ -226,10 +226,14 @@ public:
     /// isn't a well-formed document. Nothing else is read: neither the network nor external entities.
     ///
     /// Texts of white space alone go away in elements that have elements among their children, but where xml:space says
-    /// "preserve". A declaration of the encoding counts for files only.
+    /// "preserve", and unless the document keeps them. A declaration of the encoding counts for files only.
     virtual bool Load(std::u16string_view text) = 0;
     virtual bool LoadFile(std::u16string_view path) = 0;
-    /// Writes the file in the encoding of the one that was loaded, else in UTF-8. Errors: CantWrite.
+    /// Whether later loads keep all white space. A copy of the document has the same setting.
+    virtual void KeepWhiteSpace(bool keep) noexcept = 0;
+    [[nodiscard]] virtual bool KeepsWhiteSpace() const noexcept = 0;
+    /// Replaces the file, in the encoding of the one that was loaded, else in UTF-8. Errors: CantWrite; the old file
+    /// stands then.
     virtual DocumentResult Save(std::u16string_view path) const = 0;
 
     /// Adds, or replaces, the schema for a namespace. The document is copied. Errors: BadSchema.

@@ -18,8 +18,8 @@ namespace KZPlatform {
 /// Null with the last error set: the system's number when the file can't be had, else the loader's own words.
 [[nodiscard]] void * LoadModule(std::u16string_view path);
 
-/// Takes one load back; with the last one the library leaves memory, unless it was built to stay. False when `module`
-/// isn't a handle.
+/// Takes one load back; with the last one the library leaves memory, unless somebody holds it (ModuleHold.h) or it was
+/// built to stay. False when `module` isn't a handle.
 bool FreeModule(void * module);
 
 /// The address of what `module` itself defines under `name`; null, with the last error set, when there is nothing.
@@ -34,6 +34,9 @@ bool FreeModule(void * module);
 
 /// The path of the library or program that holds `address`, code or data; empty when none does.
 [[nodiscard]] std::u16string GetModulePath(void const * address);
+
+/// Tells whether `address`, of code or data, lies in `module`, a handle of `LoadModule`.
+[[nodiscard]] bool IsInModule(void * module, void const * address) noexcept;
 
 /// Keeps the system from asking the user about faults in windows of its own. There are none here.
 inline void SuppressFaultDialogs() noexcept {}

@@ -1,9 +1,8 @@
 /// @file
-/// Threads that start suspended, their identifiers, priorities and stacks, and slots with one value a thread.
+/// Threads that are known before they start, their identifiers, priorities and stacks, and slots with one value a thread.
 ///
 ///     ThreadHandle const thread = NewThread(&Body, argument, 0);
-///     StartThread(thread);
-///     WaitForThreadEnd(thread, waitForever);
+///     if (thread && StartThread(thread)) WaitForThreadEnd(thread, waitForever);
 ///     CloseThread(thread);
 ///
 /// Functions that fail set the thread's last error.
@@ -30,7 +29,8 @@ void SleepFor(std::uint64_t milliseconds) noexcept;
 struct ThreadRecord;
 using ThreadHandle = ThreadRecord *;
 
-/// Makes a thread that will run `entry(argument)` once it is let go; null on failure.
+/// Makes a thread that will run `entry(argument)` once it is started; null on failure. Until then it has a number and a
+/// stack but costs no thread of the system, so what has to be noted of it can be noted, or fail, before anything runs.
 ///
 /// `stackBytes` below what a thread needs becomes that; 0, and what the system can't make sense of, is its default.
 [[nodiscard]] ThreadHandle NewThread(void (*entry)(void *), void * argument, std::size_t stackBytes) noexcept;
@@ -38,16 +38,13 @@ using ThreadHandle = ThreadRecord *;
 /// The number that `CurrentThreadId` tells on that thread.
 [[nodiscard]] unsigned long IdOf(ThreadHandle thread) noexcept;
 
-/// Lets a new thread go. Call this or `CancelThread` once for every thread.
-void StartThread(ThreadHandle thread) noexcept;
-
-/// Lets a new thread end without running its entry, and ends the handle.
-void CancelThread(ThreadHandle thread) noexcept;
+/// Starts a new thread, once. False when the system has none to give: nothing has run then, and it may be tried again.
+[[nodiscard]] bool StartThread(ThreadHandle thread) noexcept;
 
 /// Waits until the thread has wholly ended: `waitDone`, `waitTimedOut` or `waitFailed`. Any number of threads may wait.
 std::uint32_t WaitForThreadEnd(ThreadHandle thread, std::uint32_t milliseconds) noexcept;
 
-/// Ends the handle. A running thread runs on, and leaves nothing behind at its end.
+/// Ends the handle; null does nothing. A running thread runs on, and leaves nothing behind at its end.
 ///
 /// Requires: nobody waits with it, and nobody uses it later.
 void CloseThread(ThreadHandle thread) noexcept;

@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <functional>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -33,3 +34,13 @@ public:
 private:
     pid_t id_;
 };
+
+/// The result of `body`, run in a process whose files can't grow above `limit` bytes, as if the disk were full then.
+inline int RunWithSmallFiles(unsigned long limit, std::function<int()> const & body) {
+    return ChildProcess([&] {
+               std::signal(SIGXFSZ, SIG_IGN);
+               rlimit const room{limit, limit};
+               return setrlimit(RLIMIT_FSIZE, &room) == 0 ? body() : -1;
+           })
+        .Status();
+}

@@ -10,8 +10,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <tuple>
 
@@ -41,48 +39,6 @@ private:
         return {digits.begin(), digits.end()};
     }
 };
-
-std::string Contents(std::u16string const & name) {
-    FileHandle file;
-    char bytes[64];
-    std::size_t count = 0;
-    EXPECT_TRUE(file.Open(name, FileAccess::Read, FileCreation::OpenExisting));
-    EXPECT_EQ(file.Size(), file.Seek(0, FileOrigin::End));
-    EXPECT_EQ(file.Seek(0, FileOrigin::Begin), 0);
-    EXPECT_TRUE(file.Read(bytes, sizeof bytes, count));
-    return {bytes, count};
-}
-
-TEST_F(FilesTest, OpensByAccessAndCreation) {
-    using enum FileAccess;
-    using enum FileCreation;
-    struct Case {
-        FileAccess access;
-        FileCreation creation;
-        char const *missing, *there; // the contents afterwards; null: can't be opened
-    };
-    Case const cases[] = {
-        {Write, OpenExisting, nullptr, "XYder"}, {Write, OpenAlways, "XY", "XYder"},
-        {Write, CreateAlways, "XY", "XY"},       {Write, CreateNew, "XY", nullptr},
-        {Append, OpenAlways, "XY", "olderXY"},   {ReadWrite, OpenExisting, nullptr, "XYder"},
-    };
-    for (Case const & c : cases) {
-        for (char const * expected : {c.missing, c.there}) {
-            if (expected == c.missing) {
-                std::ignore = RemoveFile(path);
-            } else {
-                std::ofstream(std::filesystem::path(path)) << "older";
-            }
-            FileHandle file;
-            EXPECT_EQ(file.Open(path, c.access, c.creation), expected != nullptr);
-            if (!expected) continue;
-            EXPECT_TRUE(file.Write("XY", 2));
-            FileHandle moved(std::move(file));
-            EXPECT_TRUE(!file.IsOpen() && moved.IsOpen() && moved.Close() && moved.Close());
-            EXPECT_EQ(Contents(path), expected);
-        }
-    }
-}
 
 TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     FileHandle file;

@@ -43,6 +43,8 @@ TEST(Modules, LoadFindAndFree) {
     ASSERT_NE(answer, nullptr);
     EXPECT_EQ(answer(), 42);
     EXPECT_EQ(GetModulePath(reinterpret_cast<void const *>(answer)), module.path);
+    EXPECT_TRUE(IsInModule(module.handle, reinterpret_cast<void const *>(answer)));
+    EXPECT_FALSE(IsInModule(module.handle, reinterpret_cast<void const *>(&Folder)));
     EXPECT_EQ(FindSymbol(module.handle, "NoSuchThing"), nullptr);
     EXPECT_TRUE(IsModuleLoaded(module.path));
     EXPECT_TRUE(FreeModule(module.handle));
@@ -139,16 +141,31 @@ TEST(ModuleMessages, AreNeverThoseOfAnotherModule) {
     EXPECT_EQ(FindSymbol(KZ_THIS_MODULE, ModuleMessagesSymbol), nullptr);
 }
 
-TEST(ModuleMessages, AreMadeInTheLanguageOfTheContext) {
-    Module const module(u"messages.so");
-    KZErrorWithArgs * const error = new KZErrorWithArgs(new RCMessageTableSource(module.handle), 1);
-    KZErrorID const id(error);
-    error->AddParam(KZString(u"Ada"));
-    KZString text;
-    EXPECT_TRUE(id->AsString(text, KZFormatContext(u"FRA")).Good());
-    EXPECT_EQ(text, u"Bonjour, Ada");
-    EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu")).Good());
-    EXPECT_EQ(text, u"Good morning, Ada");
+TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {
+    for (bool const byItself : {false, true}) {
+        KZErrorID id;
+        {
+            Module const module(u"messages.so");
+            auto * const own = FindSymbol(module.handle, "MessagesOwnModule");
+            void * const handle = byItself ? reinterpret_cast<void * (*)()>(own)() : module.handle;
+            auto * const error = new KZErrorWithArgs(new RCMessageTableSource(handle), 1);
+            id = KZErrorID(error);
+            error->AddParam(KZString(u"Ada"));
+            // Sources that are gone by then keep nothing.
+            RCStringTableMsgSource const source(handle);
+            RCStringTableMsgSource const copy(source);
+        }
+        std::u16string const path = Folder() + u"messages.so";
+        EXPECT_TRUE(IsModuleLoaded(path));
+        KZString text;
+        EXPECT_TRUE(id->AsString(text, KZFormatContext(u"FRA")).Good());
+        EXPECT_EQ(text, u"Bonjour, Ada");
+        EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu")).Good());
+        EXPECT_EQ(text, u"Good morning, Ada");
+        id = KZErrorID();
+        EXPECT_FALSE(FreeModule(nullptr)); // any use of the loader
+        EXPECT_FALSE(IsModuleLoaded(path));
+    }
 }
 
 } // namespace

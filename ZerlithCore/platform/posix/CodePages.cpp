@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstring>
@@ -17,6 +18,7 @@
 #include <iterator>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <vector>
 
 namespace KZPlatform {
@@ -121,41 +123,68 @@ void ReadCodes(Descriptor const & descriptor, PageTables & tables) {
     }
 }
 
+std::nullptr_t TellCantOpen(int error) {
+    if (error == ENOMEM) throw std::bad_alloc();
+    SetLastErrorNumber(error);
+    return nullptr;
+}
+
+// Errors: std::bad_alloc; null with the last error set when iconv doesn't have the page, or can't open it now.
 std::unique_ptr<PageTables const> ReadTables(char const * name) {
     Descriptor const decoder(UnitEncoding, name);
+    if (!decoder.IsOpen()) return TellCantOpen(errno);
     Descriptor const encoder(name, UnitEncoding);
-    if (!decoder.IsOpen() || !encoder.IsOpen()) return nullptr;
+    if (!encoder.IsOpen()) return TellCantOpen(errno);
     auto tables = std::make_unique<PageTables>();
     ReadUnits(decoder, *tables);
     ReadCodes(encoder, *tables);
     return tables;
 }
 
-struct Page {
-    unsigned number;
-    char const * name;
-    std::once_flag once{};
-    PageTables const * tables = nullptr; // never freed: destructors of static objects may still convert
+// Only success is kept: iconv says of a page that it can't load, for want of memory or of open files, that there is none.
+class Page {
+public:
+    constexpr Page(unsigned number, char const * name) noexcept : number_(number), name_(name) {}
+
+    unsigned Number() const noexcept { return number_; }
 
     PageTables const * GetTables() {
-        std::call_once(once, [this] { tables = ReadTables(name).release(); });
+        PageTables const * tables = tables_.load(std::memory_order_acquire);
+        if (tables) return tables;
+        std::lock_guard const guard(making);
+        tables = tables_.load(std::memory_order_relaxed);
+        if (!tables) tables_.store(tables = ReadTables(name_).release(), std::memory_order_release);
         return tables;
     }
+
+private:
+    static constinit std::mutex making;
+
+    unsigned number_;
+    char const * name_;
+    std::atomic<PageTables const *> tables_{
+        nullptr}; // never freed: destructors of static objects may still convert
 };
 
+constinit std::mutex Page::making;
+
+constinit Page pages[] = {
+    {437, "CP437"},         {850, "CP850"},         {932, "CP932"},         {936, "CP936"},
+    {949, "CP949"},         {950, "CP950"},         {1250, "CP1250"},       {1251, "CP1251"},
+    {1252, "CP1252"},       {1253, "CP1253"},       {1254, "CP1254"},       {1255, "CP1255"},
+    {1256, "CP1256"},       {1257, "CP1257"},       {1258, "CP1258"},       {20127, "US-ASCII"},
+    {28591, "ISO-8859-1"},  {28592, "ISO-8859-2"},  {28593, "ISO-8859-3"},  {28594, "ISO-8859-4"},
+    {28595, "ISO-8859-5"},  {28596, "ISO-8859-6"},  {28597, "ISO-8859-7"},  {28598, "ISO-8859-8"},
+    {28599, "ISO-8859-9"},  {28600, "ISO-8859-10"}, {28601, "ISO-8859-11"}, {28602, "ISO-8859-12"},
+    {28603, "ISO-8859-13"}, {28604, "ISO-8859-14"}, {28605, "ISO-8859-15"},
+};
+
+// Null with the last error set.
 PageTables const * FindTables(unsigned number) {
-    static Page pages[] = {
-        {437, "CP437"},         {850, "CP850"},         {932, "CP932"},         {936, "CP936"},
-        {949, "CP949"},         {950, "CP950"},         {1250, "CP1250"},       {1251, "CP1251"},
-        {1252, "CP1252"},       {1253, "CP1253"},       {1254, "CP1254"},       {1255, "CP1255"},
-        {1256, "CP1256"},       {1257, "CP1257"},       {1258, "CP1258"},       {20127, "US-ASCII"},
-        {28591, "ISO-8859-1"},  {28592, "ISO-8859-2"},  {28593, "ISO-8859-3"},  {28594, "ISO-8859-4"},
-        {28595, "ISO-8859-5"},  {28596, "ISO-8859-6"},  {28597, "ISO-8859-7"},  {28598, "ISO-8859-8"},
-        {28599, "ISO-8859-9"},  {28600, "ISO-8859-10"}, {28601, "ISO-8859-11"}, {28602, "ISO-8859-12"},
-        {28603, "ISO-8859-13"}, {28604, "ISO-8859-14"}, {28605, "ISO-8859-15"},
-    };
-    auto * const page = std::ranges::lower_bound(pages, number, {}, &Page::number);
-    return page != std::end(pages) && page->number == number ? page->GetTables() : nullptr;
+    auto * const page = std::ranges::lower_bound(pages, number, {}, &Page::Number);
+    if (page != std::end(pages) && page->Number() == number) return page->GetTables();
+    SetLastErrorNumber(EINVAL);
+    return nullptr;
 }
 
 bool IsUtf8(unsigned page) { return page == DefaultCodePage || page == Utf8CodePage; }
@@ -240,10 +269,7 @@ std::optional<std::size_t> DecodeCodePage(unsigned page, std::string_view bytes,
         return std::nullopt;
     }
     PageTables const * const tables = FindTables(page);
-    if (!tables) {
-        SetLastErrorNumber(EINVAL);
-        return std::nullopt;
-    }
+    if (!tables) return std::nullopt;
     std::optional<std::size_t> const count = DecodeByTables(*tables, bytes, out, invalid);
     if (!count) SetLastErrorNumber(EILSEQ);
     return count;
@@ -252,10 +278,7 @@ std::optional<std::size_t> DecodeCodePage(unsigned page, std::string_view bytes,
 bool EncodeCodePage(unsigned page, std::u16string_view units, std::string & out) {
     if (IsUtf8(page)) return AppendUtf8(out, units, Utf8Mode::Replace);
     PageTables const * const tables = FindTables(page);
-    if (!tables) {
-        SetLastErrorNumber(EINVAL);
-        return false;
-    }
+    if (!tables) return false;
     out.reserve(out.size() + units.size());
     char buffer[2 * EncodeChunk];
     for (; !units.empty(); units.remove_prefix(std::min(units.size(), EncodeChunk))) {

@@ -9,6 +9,9 @@
 // The trampoline uses the thread's own stack, or a spare one where that has no room left or isn't what the stack pointer
 // points into. Nothing on the spare stack is needed any more when the first frame is unwound, so it serves again.
 //
+// A thread that the library has started has all of this in the mapping of its stack (StackMemory.h), the spare stack locked
+// until it is needed. Another one gets a mapping for its two stacks, and its reserve is the low end of its own stack.
+//
 // Stack overflow. The clean-ups of the deepest frames run on the full stack, so some of it is kept locked as a reserve;
 // the overflow meets the reserve and opens it, and the end of the exception locks it again. The stack is
 // mostly full in some small function deep down, often in the allocator, where nothing can be thrown. The thread then goes on
@@ -23,7 +26,9 @@
 #include "ZerlithCore/platform/Faults.h"
 
 #include "ZerlithCore/platform/Stack.h"
+#include "ZerlithCore/platform/ThreadEnd.h"
 #include "ZerlithCore/platform/posix/FaultContext.h"
+#include "ZerlithCore/platform/posix/StackMemory.h"
 #include "ZerlithCore/platform/posix/StackProbe.h"
 
 #include <algorithm>
@@ -32,8 +37,8 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <exception>
+#include <new>
 #include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
@@ -49,51 +54,53 @@ namespace {
 
 constexpr std::array<int, 4> faultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 constexpr std::size_t maxFrames = 128;
-constexpr std::size_t guardBytes = 64 * 1024; // a multiple of every page size
-constexpr std::size_t spareStackBytes = 512 * 1024;
-constexpr std::size_t signalStackBytes = canRedirect ? 128 * 1024 : spareStackBytes;
 constexpr std::size_t roomForReport = 128 * 1024;
-constexpr std::size_t reserveBytes = 64 * 1024;
-constexpr std::size_t redZoneBytes = 128;               // below the stack pointer, but in use
-constexpr std::size_t farBelowStack = 64 * 1024 * 1024; // where a frame that is too big may still reach
+constexpr std::size_t redZoneBytes = 128;                    // below the stack pointer, but in use
+constexpr std::size_t farBelowStack = 64 * 1024 * 1024;      // where a frame that is too big may still reach
+constexpr std::size_t hugeStackBytes = std::size_t{1} << 30; // no limit is set: growing it is no good
 
-/// The two spare stacks of a thread in one mapping, each above a guard. Those of threads that have ended wait for the
-/// next ones, a few at most: making them anew is most of what starting a thread costs.
+std::uintptr_t Address(void const * place) noexcept { return reinterpret_cast<std::uintptr_t>(place); }
+
+/// The two stacks, each above a guard, and the state of a thread that somebody else has started: one mapping. It often comes
+/// to lie right below the thread's own stack, so a big guard at its end keeps big frames out of it. Those of threads that
+/// have ended wait for the next ones, a few at most.
 class SpareStacks {
 public:
-    SpareStacks() noexcept = default;
-    SpareStacks(SpareStacks const &) = delete;
-    SpareStacks & operator=(SpareStacks const &) = delete;
-    ~SpareStacks() {
+    /// Null when there is no memory.
+    static char * Take() noexcept {
+        for (std::atomic<char *> & place : kept_)
+            if (char * const base = place.exchange(nullptr)) return base;
+        void * const memory =
+            mmap(nullptr, bytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        if (memory == MAP_FAILED) return nullptr;
+        char * const base = static_cast<char *>(memory);
+        constexpr int readWrite = PROT_READ | PROT_WRITE;
+        if (mprotect(SignalStack(base), signalStackBytes, readWrite) == 0 &&
+            mprotect(SpareStack(base), spareStackBytes + faultStateBytes, readWrite) == 0)
+            return base;
+        munmap(memory, bytes);
+        return nullptr;
+    }
+    static void GiveBack(char * base) noexcept {
         for (std::atomic<char *> & place : kept_) {
             char * empty = nullptr;
-            if (base_ && place.compare_exchange_strong(empty, base_)) base_ = nullptr;
+            if (place.compare_exchange_strong(empty, base)) return;
         }
-        if (base_) munmap(base_, bytes);
+        munmap(base, bytes);
     }
 
-    bool Map() noexcept {
-        for (std::atomic<char *> & place : kept_)
-            if (!base_) base_ = place.exchange(nullptr);
-        if (base_) return true;
-        void * const memory =
-            mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-        if (memory == MAP_FAILED) return false;
-        base_ = static_cast<char *>(memory);
-        return mprotect(base_, guardBytes, PROT_NONE) == 0 &&
-               mprotect(SignalStack() + signalStackBytes, guardBytes, PROT_NONE) == 0;
+    static char * SignalStack(char * base) noexcept { return base + guardBytes; }
+    static char * SpareStack(char * base) noexcept {
+        return SignalStack(base) + signalStackBytes + guardBytes;
     }
-
-    char * SignalStack() const noexcept { return base_ + guardBytes; }
-    std::uintptr_t SpareLow() const noexcept { return SpareTop() - spareStackBytes; }
-    std::uintptr_t SpareTop() const noexcept { return reinterpret_cast<std::uintptr_t>(base_) + bytes; }
+    static void * State(char * base) noexcept { return SpareStack(base) + spareStackBytes; }
 
 private:
-    static constexpr std::size_t bytes = 2 * guardBytes + signalStackBytes + spareStackBytes;
+    static constexpr std::size_t farGuardBytes = 1024 * 1024;
+    static constexpr std::size_t bytes =
+        2 * guardBytes + signalStackBytes + spareStackBytes + faultStateBytes + farGuardBytes;
 
     static constinit std::array<std::atomic<char *>, 4> kept_;
-
-    char * base_ = nullptr;
 };
 
 constinit std::array<std::atomic<char *>, 4> SpareStacks::kept_{};
@@ -111,43 +118,49 @@ __attribute__((no_sanitize("address"), noinline)) bool Touch(char const * byte) 
     return isThere;
 }
 
-/// The part of a thread's stack that is kept locked, as long as all is well.
-class StackReserve {
+/// A part of a thread's memory that is kept locked, as long as all is well.
+class LockedPart {
 public:
-    /// Takes the reserve from the low end of a stack, an eighth of it at most.
-    void Make(std::uintptr_t stackLow, std::size_t stackBytes) noexcept {
+    enum class State : unsigned char { Open, Locked, Unlocked }; ///< unlocked: it never was locked
+
+    LockedPart(char * low, std::size_t bytes, State state) noexcept
+        : low_(low), bytes_(bytes), state_(state) {}
+    /// The reserve at the low end of a stack, an eighth of it at most. Not locked yet.
+    static LockedPart Of(char * stackLow, std::size_t stackBytes) noexcept {
         std::size_t const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-        low_ = reinterpret_cast<char *>((stackLow + page - 1) / page * page);
-        bytes_ = std::clamp(stackBytes / 8, page, reserveBytes) / page * page;
-        if (stackBytes < hugeStackBytes && Touch(low_)) Lock();
+        std::size_t const distance = (page - Address(stackLow) % page) % page;
+        std::size_t const bytes = std::clamp(stackBytes / 8, page, reserveBytes) / page * page;
+        return {stackLow + distance, bytes, State::Unlocked};
     }
-    void Lock() noexcept { isLocked_ = isLocked_ || mprotect(low_, bytes_, PROT_NONE) == 0; }
+
+    void Lock() noexcept {
+        if (mprotect(low_, bytes_, PROT_NONE) == 0) state_ = State::Locked;
+    }
     /// False when it isn't locked, or can't be opened.
     bool Open() noexcept {
-        if (!isLocked_ || mprotect(low_, bytes_, PROT_READ | PROT_WRITE) != 0) return false;
-        isLocked_ = false;
+        if (state_ != State::Locked || mprotect(low_, bytes_, PROT_READ | PROT_WRITE) != 0) return false;
+        state_ = State::Open;
         return true;
     }
-    std::uintptr_t Top() const noexcept { return reinterpret_cast<std::uintptr_t>(low_) + bytes_; }
+    bool IsOpen() const noexcept { return state_ == State::Open; }
+    bool Has(std::uintptr_t address) const noexcept { return address >= Low() && address <= Top(); }
+    std::uintptr_t Low() const noexcept { return Address(low_); }
+    std::uintptr_t Top() const noexcept { return Address(low_) + bytes_; }
 
 private:
-    static constexpr std::size_t hugeStackBytes = std::size_t{1}
-                                                  << 30; // no limit is set: growing it is no good
-
-    char * low_ = nullptr;
-    std::size_t bytes_ = 0;
-    bool isLocked_ = false;
+    char * low_;
+    std::size_t bytes_;
+    State state_;
 };
 
 /// What a thread that translates its faults needs for it.
-class ThreadFaults {
+class ThreadFaults : public ThreadEndTask {
 public:
-    ThreadFaults() noexcept = default;
-    ThreadFaults(ThreadFaults const &) = delete;
-    ThreadFaults & operator=(ThreadFaults const &) = delete;
-    ~ThreadFaults();
-
-    bool Install(FaultThrower thrower) noexcept;
+    /// For the calling thread, in memory that goes with it; null when the system has none.
+    static ThreadFaults * Make() noexcept;
+    /// From now on the thread's faults arrive here. False, with the memory given back, when the system refuses.
+    bool Enter() noexcept;
+    void SetThrower(FaultThrower thrower) noexcept { thrower_ = thrower; }
 
     /// In the signal handler: sends the thread to the trampoline. False when this fault isn't to be translated.
     bool Translate(siginfo_t const & info, void * context) noexcept;
@@ -159,7 +172,11 @@ public:
     void RestoreReserve() noexcept;
 
 private:
-    bool FindOwnStack() noexcept;
+    explicit ThreadFaults(StackMemory const & stack) noexcept;
+    ThreadFaults(char * stacks, char * stackLow, std::size_t stackBytes) noexcept;
+
+    void Leave() noexcept;
+    void GiveBack() noexcept;
     bool IsOnStack(std::uintptr_t address) const noexcept {
         return address >= stackLow_ && address < stackTop_;
     }
@@ -167,66 +184,100 @@ private:
     bool Describe(FaultContext const & context) noexcept;
     bool Survive(FaultContext & context) noexcept;
     bool SurviveOverflow(FaultContext & context, std::size_t unsafeFrames) noexcept;
+    bool Open(LockedPart & part) noexcept;
+    bool OpenSpare() noexcept { return spare_.IsOpen() || Open(spare_); }
     void StartReport(FaultContext & context, std::uintptr_t stackTop) noexcept;
     void EndReport() noexcept;
-    std::uintptr_t ReportStack(std::uintptr_t stackPointer) const noexcept;
+    bool HasRoomForReport(std::uintptr_t stackPointer) const noexcept;
 
     FaultThrower thrower_ = nullptr;
-    SpareStacks stacks_;
+    char * stacks_ = nullptr; // null on a thread that the library has started
+    char * signalStack_;
     stack_t formerSignalStack_ = {};
-    std::uintptr_t stackLow_ = 0;
-    std::uintptr_t stackTop_ = 0;
-    StackReserve reserve_;
+    std::uintptr_t stackLow_; // with the reserve
+    std::uintptr_t stackTop_;
+    LockedPart reserve_;
+    LockedPart spare_;                  // the spare stack, locked on a thread that the library has started
     std::uintptr_t caughtReturn_ = 0;   // where a return that is to be caught should have gone
     bool volatile isReporting_ = false; // from the fault until its exception unwinds the first frame
     Fault fault_ = {};
     std::array<void *, maxFrames> addresses_;
 };
+static_assert(sizeof(ThreadFaults) <= faultStateBytes);
 
 /// Initial-exec, so that the handler can read it on any thread; null on those that don't translate.
 thread_local constinit ThreadFaults * current __attribute__((tls_model("initial-exec"))) = nullptr;
 
 struct sigaction formerActions[NSIG];
 
-bool ThreadFaults::FindOwnStack() noexcept {
+ThreadFaults::ThreadFaults(StackMemory const & stack) noexcept
+    : signalStack_(stack.SignalStack())
+    , stackLow_(Address(stack.Low()) - reserveBytes)
+    , stackTop_(Address(stack.Low()) + stack.Bytes())
+    , reserve_(stack.Low() - reserveBytes, reserveBytes, LockedPart::State::Locked)
+    , spare_(stack.SpareStack(), spareStackBytes, LockedPart::State::Locked) {}
+
+ThreadFaults::ThreadFaults(char * stacks, char * stackLow, std::size_t stackBytes) noexcept
+    : stacks_(stacks)
+    , signalStack_(SpareStacks::SignalStack(stacks))
+    , stackLow_(Address(stackLow))
+    , stackTop_(stackLow_ + stackBytes)
+    , reserve_(LockedPart::Of(stackLow, stackBytes))
+    , spare_(SpareStacks::SpareStack(stacks), spareStackBytes, LockedPart::State::Open) {}
+
+ThreadFaults * ThreadFaults::Make() noexcept {
+    if (ownStack) return new (ownStack->FaultState()) ThreadFaults(*ownStack);
     pthread_attr_t attributes;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return false;
+    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return nullptr;
     void * low = nullptr;
     std::size_t size = 0;
     pthread_attr_getstack(&attributes, &low, &size);
     pthread_attr_destroy(&attributes);
-    stackLow_ = reinterpret_cast<std::uintptr_t>(low);
-    stackTop_ = stackLow_ + size;
-    return true;
+    char * const stacks = SpareStacks::Take();
+    if (!stacks) return nullptr;
+    return new (SpareStacks::State(stacks)) ThreadFaults(stacks, static_cast<char *>(low), size);
 }
 
-bool ThreadFaults::Install(FaultThrower thrower) noexcept {
-    thrower_ = thrower;
-    if (current) return true;
-    if (!FindOwnStack() || !stacks_.Map()) return false;
+bool ThreadFaults::Enter() noexcept {
+    run = [](ThreadEndTask & task) noexcept { static_cast<ThreadFaults &>(task).Leave(); };
     stack_t ours = {};
-    ours.ss_sp = stacks_.SignalStack();
+    ours.ss_sp = signalStack_;
     ours.ss_size = signalStackBytes;
-    if (sigaltstack(&ours, &formerSignalStack_) != 0) return false;
+    bool const isSet = sigaltstack(&ours, &formerSignalStack_) == 0;
+    bool const isEndNoted = isSet && CallAtThreadEnd(*this);
+    if (!isSet || (stacks_ && !isEndNoted)) {
+        GiveBack();
+        return false;
+    }
     // What the unwinder prepares once is not for a signal handler.
     static std::size_t const prepared = CaptureStack(addresses_);
     static_cast<void>(prepared);
-    reserve_.Make(stackLow_, stackTop_ - stackLow_);
+    bool const canLock = stacks_ && stackTop_ - stackLow_ < hugeStackBytes;
+    if (canLock && Touch(reinterpret_cast<char const *>(reserve_.Low()))) reserve_.Lock();
     current = this;
     return true;
 }
 
-ThreadFaults::~ThreadFaults() {
-    if (!current) return;
+void ThreadFaults::Leave() noexcept {
     current = nullptr;
-    reserve_.Open(); // the stack may serve another thread
+    GiveBack();
+}
+
+void ThreadFaults::GiveBack() noexcept {
+    bool const hadNone = (formerSignalStack_.ss_flags & SS_DISABLE) != 0;
+    if (!stacks_ && hadNone) return; // all of it goes with the thread
     formerSignalStack_.ss_flags &= SS_DISABLE;
     sigaltstack(&formerSignalStack_, nullptr);
+    if (!stacks_) return;
+    reserve_.Open(); // the stack may serve another thread
+    SpareStacks::GiveBack(stacks_);
 }
 
 void ThreadFaults::RestoreReserve() noexcept {
-    auto const here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    if (IsOnStack(here) && here - stackLow_ > reserve_.Top() - stackLow_ + roomForReport / 2) reserve_.Lock();
+    std::uintptr_t const here = Address(__builtin_frame_address(0));
+    bool const hasRoom = IsOnStack(here) && here > reserve_.Top() + roomForReport / 2;
+    if (reserve_.IsOpen() && hasRoom) reserve_.Lock();
+    if (!stacks_ && spare_.IsOpen() && !spare_.Has(here)) spare_.Lock();
 }
 
 /// The stack pointer and the address are both where the stack ends. A big frame may reach far beyond.
@@ -238,9 +289,14 @@ bool ThreadFaults::IsStackOverflow(FaultContext const & context) const noexcept 
            address < reserve_.Top();
 }
 
-std::uintptr_t ThreadFaults::ReportStack(std::uintptr_t stackPointer) const noexcept {
-    bool const hasRoom = stackPointer >= reserve_.Top() + roomForReport && stackPointer < stackTop_;
-    return hasRoom ? stackPointer - redZoneBytes : stacks_.SpareTop();
+bool ThreadFaults::HasRoomForReport(std::uintptr_t stackPointer) const noexcept {
+    return stackPointer >= reserve_.Top() + roomForReport && stackPointer < stackTop_;
+}
+
+bool ThreadFaults::Open(LockedPart & part) noexcept {
+    if (!part.Open()) return false;
+    if (!stacks_) ownStack->Spoil();
+    return true;
 }
 
 /// How many of the innermost calls belong to the allocator: a fault there leaves its locks held and its lists torn, and
@@ -282,10 +338,10 @@ void ThreadFaults::StartReport(FaultContext & context, std::uintptr_t stackTop) 
 }
 
 bool ThreadFaults::SurviveOverflow(FaultContext & context, std::size_t unsafeFrames) noexcept {
-    if (!reserve_.Open()) return false;
+    if (!OpenSpare() || !Open(reserve_)) return false;
     std::uintptr_t * returnSlot = nullptr;
     switch (context.FindLandingPad(unsafeFrames, returnSlot)) {
-    case FaultContext::Way::Here: StartReport(context, stacks_.SpareTop()); return true;
+    case FaultContext::Way::Here: StartReport(context, spare_.Top()); return true;
     case FaultContext::Way::AtReturn:
         caughtReturn_ = std::exchange(*returnSlot, ReturnTrampoline());
         return true;
@@ -304,19 +360,20 @@ bool ThreadFaults::Survive(FaultContext & context) noexcept {
     std::size_t const unsafeFrames = FramesOfAllocator(fault_.stack);
     if (fault_.code == FaultCode::StackOverflow) return SurviveOverflow(context, unsafeFrames);
     if (unsafeFrames != 0) return false;
-    StartReport(context, ReportStack(stackPointer));
+    bool const hasRoom = HasRoomForReport(stackPointer);
+    if (!hasRoom && !OpenSpare()) return false;
+    StartReport(context, hasRoom ? stackPointer - redZoneBytes : spare_.Top());
     return true;
 }
 
 void * ThreadFaults::CaughtReturn(std::uintptr_t stackPointer) noexcept {
     isReporting_ = true;
-    return MakeTrampolineFrame(stacks_.SpareTop(), caughtReturn_ - 1, stackPointer);
+    return MakeTrampolineFrame(spare_.Top(), caughtReturn_ - 1, stackPointer);
 }
 
 bool ThreadFaults::Translate(siginfo_t const & info, void * rawContext) noexcept {
     FaultContext context(info, rawContext);
-    std::uintptr_t const stackPointer = context.StackPointer();
-    bool const isOnSpare = stackPointer >= stacks_.SpareLow() && stackPointer <= stacks_.SpareTop();
+    bool const isOnSpare = spare_.IsOpen() && spare_.Has(context.StackPointer());
     return !isReporting_ && !isOnSpare && Describe(context) && Survive(context);
 }
 
@@ -325,7 +382,7 @@ void ThreadFaults::EndReport() noexcept {
     isReporting_ = false;
 #if defined(__SANITIZE_ADDRESS__)
     __asan_unpoison_memory_region(reinterpret_cast<void const *>(stackLow_), stackTop_ - stackLow_);
-    __asan_unpoison_memory_region(reinterpret_cast<void const *>(stacks_.SpareLow()), spareStackBytes);
+    __asan_unpoison_memory_region(reinterpret_cast<void const *>(spare_.Low()), spareStackBytes);
 #endif
 }
 
@@ -375,15 +432,7 @@ void OnFault(int signal, siginfo_t * info, void * context) {
         current->Throw();
 }
 
-/// A library whose function is a signal handler must stay.
-void StayLoaded() noexcept {
-    Dl_info own{};
-    if (dladdr(reinterpret_cast<void const *>(&OnFault), &own) && own.dli_fname)
-        dlopen(own.dli_fname, RTLD_LAZY | RTLD_NOLOAD | RTLD_NODELETE);
-}
-
 bool InstallHandlers() noexcept {
-    StayLoaded();
     struct sigaction action = {};
     action.sa_sigaction = &OnFault;
     // A fault inside the handler must arrive: the walk over a broken stack counts on it.
@@ -405,8 +454,10 @@ extern "C" void * KZPlatformCaughtReturn(std::uintptr_t stackPointer) noexcept {
 
 bool TranslateFaults(FaultThrower thrower) noexcept {
     [[maybe_unused]] static bool const isInstalled = InstallHandlers();
-    static thread_local ThreadFaults own;
-    return own.Install(thrower);
+    ThreadFaults * const faults = current ? current : ThreadFaults::Make();
+    if (!faults) return false;
+    faults->SetThrower(thrower);
+    return current || faults->Enter();
 }
 
 void RestoreStackReserve() noexcept {

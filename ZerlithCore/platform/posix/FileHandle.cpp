@@ -3,30 +3,16 @@
 
 #include "ZerlithCore/platform/FileHandle.h"
 
-#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/posix/Descriptor.h"
 #include "ZerlithCore/platform/posix/Path.h"
-
-#include <cerrno>
+#include "ZerlithCore/platform/posix/PrivateFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace KZPlatform {
 
 namespace {
-
-bool Succeeded(bool success) noexcept {
-    if (!success) SetLastErrorNumber(errno);
-    return success;
-}
-
-template <class Call>
-auto Repeat(Call call) noexcept {
-    auto result = call();
-    while (result == -1 && errno == EINTR) result = call();
-    return result;
-}
 
 int AccessFlags(FileAccess access) noexcept {
     switch (access) {
@@ -58,19 +44,22 @@ FileHandle & FileHandle::operator=(FileHandle && other) noexcept {
     return *this;
 }
 
-bool FileHandle::Open(std::u16string_view path, FileAccess access, FileCreation creation, FileShare) {
+bool FileHandle::Open(std::u16string_view path, FileAccess access, FileCreation creation, FileShare,
+                      FileProtection protection) {
     Close();
-    std::string const bytes = PathBytes(path);
+    std::string bytes = PathBytes(path);
     int const flags = AccessFlags(access) | CreationFlags(creation) | O_CLOEXEC | O_NOCTTY;
-    int const descriptor = Repeat([&] { return open(bytes.c_str(), flags, 0666); });
-    if (!Succeeded(descriptor != -1)) return false;
-    handle_ = descriptor;
-    struct stat state {};
-    if (fstat(descriptor, &state) == 0 && S_ISDIR(state.st_mode)) {
-        Close();
-        SetLastErrorNumber(EISDIR);
-        return false;
+    Descriptor file;
+    if (protection == FileProtection::Private) {
+        file = OpenPrivateFile(std::move(bytes), flags);
+        if (!file.IsOpen()) return false;
+    } else {
+        file = Descriptor(Repeat([&] { return open(bytes.c_str(), flags, 0666); }));
+        if (!Succeeded(file.IsOpen())) return false;
     }
+    struct stat state {};
+    if (fstat(file.Get(), &state) == 0 && S_ISDIR(state.st_mode)) return Fail(EISDIR);
+    handle_ = file.Release();
     return true;
 }
 
@@ -81,14 +70,24 @@ bool FileHandle::Read(void * bytes, std::size_t size, std::size_t & read) noexce
 }
 
 bool FileHandle::Write(void const * bytes, std::size_t size) noexcept {
-    auto place = static_cast<char const *>(bytes);
-    while (size != 0) {
-        auto const count = Repeat([&] { return ::write(static_cast<int>(handle_), place, size); });
-        if (!Succeeded(count >= 0)) return false;
-        place += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
+    std::size_t written = 0;
+    return Write(bytes, size, written);
+}
+
+bool FileHandle::Write(void const * bytes, std::size_t size, std::size_t & written) noexcept {
+    return WriteAll(static_cast<int>(handle_), {static_cast<char const *>(bytes), size}, written);
+}
+
+bool FileHandle::WriteOnce(void const * bytes, std::size_t size, std::size_t & written) noexcept {
+    auto const count = Repeat([&] { return write(static_cast<int>(handle_), bytes, size); });
+    written = count < 0 ? 0 : static_cast<std::size_t>(count);
+    return Succeeded(count >= 0);
+}
+
+// Room for the first byte is there already, so nothing changes; but this takes the lock that a write holds, which asking for
+// the length or reading doesn't.
+void FileHandle::AwaitWriters() noexcept {
+    Repeat([&] { return fallocate(static_cast<int>(handle_), FALLOC_FL_KEEP_SIZE, 0, 1); });
 }
 
 std::int64_t FileHandle::Seek(std::int64_t offset, FileOrigin origin) noexcept {
@@ -102,6 +101,19 @@ std::int64_t FileHandle::Size() const noexcept {
     struct stat state {};
     return Succeeded(fstat(static_cast<int>(handle_), &state) == 0) ? state.st_size : -1;
 }
+
+bool FileHandle::Truncate(std::int64_t size) noexcept {
+    return Succeeded(Repeat([&] { return ftruncate(static_cast<int>(handle_), size); }) == 0);
+}
+
+bool FileHandle::Reserve(std::int64_t size) noexcept {
+    auto const reserve = [&] { return fallocate(static_cast<int>(handle_), FALLOC_FL_KEEP_SIZE, 0, size); };
+    if (size == 0 || Repeat(reserve) == 0) return true;
+    bool const isUnknown = errno == EOPNOTSUPP || errno == ENOSYS || errno == ENODEV || errno == ESPIPE;
+    return Succeeded(isUnknown);
+}
+
+bool FileHandle::Sync() noexcept { return WaitForDisk(static_cast<int>(handle_)); }
 
 bool FileHandle::Close() noexcept {
     if (!IsOpen()) return true;

@@ -1,25 +1,18 @@
 #include "ZerlithCore/platform/Files.h"
 
-#include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Process.h"
+#include "ZerlithCore/platform/posix/Descriptor.h"
 #include "ZerlithCore/platform/posix/Path.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 
 #include <dirent.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace KZPlatform {
 
 namespace {
-
-bool Succeeded(bool success) noexcept {
-    if (!success) SetLastErrorNumber(errno);
-    return success;
-}
 
 PathKind KindOfMode(mode_t mode) noexcept { return S_ISDIR(mode) ? PathKind::Directory : PathKind::File; }
 

@@ -56,4 +56,7 @@ inline void FutexWake(void const * word, int count, Reach reach) noexcept {
 /// The system's own number of the calling thread; right in a forked child too.
 [[nodiscard]] pid_t KernelThreadId() noexcept;
 
+/// Tells whether a thread of this process has that number: once it hasn't, the system doesn't touch its memory any more.
+[[nodiscard]] bool IsThreadHere(pid_t thread) noexcept;
+
 } // namespace KZPlatform

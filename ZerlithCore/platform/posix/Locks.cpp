@@ -17,13 +17,12 @@
 #include <csignal>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <new>
+#include <optional>
 #include <pthread.h>
 #include <string>
 #include <utility>
 #include <variant>
-#include <vector>
 
 namespace KZPlatform {
 
@@ -57,18 +56,23 @@ constexpr std::uint64_t Released(std::uint64_t value, bool set) noexcept {
 
 } // namespace
 
+/// The named objects of this process by kind and name.
+using NamedObjects = std::map<std::pair<char, std::u16string>, WaitObject *>;
+
 struct WaitObject {
     std::variant<std::monostate, pthread_mutex_t, EventState> own; // of an unnamed object
     SharedBlock block;                                             // of a named one
-    std::u16string name;
-    unsigned handles = 1; // guarded by the registry's lock, as is the registry itself
+    std::optional<NamedObjects::iterator> place;                   // of a named one
+    unsigned handles = 1; // guarded by the registry's lock, as is what follows
+    WaitObject * nextParked = nullptr;
     pthread_mutex_t * mutex = nullptr;
     EventState * event = nullptr;
     // Of a mutex that a thread of this process owns. Written by the owner only; read by others to park the object.
     std::atomic<pid_t> owner{0};
     std::uint32_t depth = 0;
 
-    [[nodiscard]] Reach Span() const noexcept { return name.empty() ? Reach::Process : Reach::Shared; }
+    [[nodiscard]] bool IsNamed() const noexcept { return place.has_value(); }
+    [[nodiscard]] Reach Span() const noexcept { return IsNamed() ? Reach::Shared : Reach::Process; }
 };
 
 namespace {
@@ -76,23 +80,18 @@ namespace {
 constexpr char mutexKind = 'm';
 constexpr char eventKind = 'e';
 
-/// The named objects of this process, and those that wait for the end of a thread.
-struct Registry {
-    RecursiveLock lock;
-    std::map<std::pair<char, std::u16string>, WaitObject *> named;
-    std::vector<WaitObject *> parked;
-};
+// Closing must not need memory: the objects that wait for the end of a thread are linked through themselves, and a named
+// one knows its place.
+constinit RecursiveLock registryLock;
+constinit WaitObject * parked = nullptr;
 
-// Never destroyed: threads may close handles while the process ends.
-Registry & TheRegistry() {
-    static Registry & registry = *new Registry;
-    return registry;
-}
+// Made by the first named object, and never destroyed: threads may close handles while the process ends.
+constinit NamedObjects * named = nullptr;
 
 class RegistryLock {
 public:
-    RegistryLock() noexcept { TheRegistry().lock.Lock(); }
-    ~RegistryLock() { TheRegistry().lock.Unlock(); }
+    RegistryLock() noexcept { registryLock.Lock(); }
+    ~RegistryLock() { registryLock.Unlock(); }
     RegistryLock(RegistryLock const &) = delete;
     RegistryLock & operator=(RegistryLock const &) = delete;
 };
@@ -208,28 +207,29 @@ std::uint32_t SleepUntilAnyReleased(std::span<WaitHandle const> events, futex_wa
     }
 }
 
-bool IsThreadHere(pid_t thread) noexcept {
-    return thread == KernelThreadId() || syscall(SYS_tgkill, getpid(), thread, 0) == 0;
-}
-
 /// Ends what was parked for threads that are gone by now. Requires: the registry's lock.
 void SweepParked() noexcept {
-    std::erase_if(TheRegistry().parked, [](WaitObject * object) {
-        if (IsThreadHere(object->owner.load(std::memory_order_relaxed))) return false;
-        delete object;
-        return true;
-    });
+    for (WaitObject ** place = &parked; *place;) {
+        WaitObject * const object = *place;
+        if (IsThreadHere(object->owner.load(std::memory_order_relaxed))) {
+            place = &object->nextParked;
+        } else {
+            *place = object->nextParked;
+            delete object;
+        }
+    }
 }
 
 void EndMutex(std::unique_ptr<WaitObject> object) noexcept {
     pid_t const owner = object->owner.load(std::memory_order_relaxed);
-    bool const isNamed = !object->name.empty();
+    bool const isNamed = object->IsNamed();
     if (!isNamed && owner == KernelThreadId()) {
         // Nobody else can reach it: taking it off the thread's list is all that matters.
         while (object->depth > 0) UnlockMutex(object.get());
     } else if (owner != 0 && IsThreadHere(owner)) {
         object->block.GiveUpHold();
-        TheRegistry().parked.push_back(object.release());
+        object->nextParked = parked;
+        parked = object.release();
         return;
     }
     // One whose owner ended with it counts as locked, and has nothing to give back either.
@@ -242,22 +242,28 @@ WaitHandle OpenNamed(char kind, std::u16string_view name, Body * WaitObject::*bo
                      Initialise const & initialise, Undo const & undo) {
     RegistryLock const guard;
     SweepParked();
-    auto const [found, isNew] = TheRegistry().named.try_emplace({kind, std::u16string(name)}, nullptr);
+    if (!named) named = new NamedObjects;
+    auto object = std::make_unique<WaitObject>();
+    auto const [found, isNew] = named->try_emplace({kind, std::u16string(name)}, object.get());
     if (!isNew) {
         ++found->second->handles;
         return found->second;
     }
-    auto object = std::make_unique<WaitObject>();
-    object->name = name;
+    object->place = found;
     auto const fill = [&](void * memory) { return initialise(*object, *static_cast<Body *>(memory)); };
     auto const drop = [&](void *) { undo(*object); };
-    int const error = object->block.Open(kind, name, sizeof(Body), fill, drop);
+    int error = ENOMEM;
+    try {
+        error = object->block.Open(kind, name, sizeof(Body), fill, drop);
+    } catch (...) {
+        // No memory is told like anything else that the system lacks.
+    }
     if (!Check(error)) {
-        TheRegistry().named.erase(found);
+        named->erase(found);
         return nullptr;
     }
     (*object).*body = static_cast<Body *>(object->block.Memory());
-    return found->second = object.release();
+    return object.release();
 }
 
 WaitHandle NewUnnamedMutex(bool owned) {
@@ -322,7 +328,7 @@ bool UnlockMutex(WaitHandle mutex) noexcept {
     if (!mutex || !mutex->mutex) return Check(EINVAL);
     bool const isOwner = mutex->owner.load(std::memory_order_relaxed) == KernelThreadId();
     // A named one may have been locked through a handle that is closed by now: the mutex itself knows.
-    if (!isOwner && mutex->name.empty()) return Check(EPERM);
+    if (!isOwner && !mutex->IsNamed()) return Check(EPERM);
     if (isOwner && --mutex->depth == 0) mutex->owner.store(0, std::memory_order_relaxed);
     return Check(pthread_mutex_unlock(mutex->mutex));
 }
@@ -381,10 +387,7 @@ void CloseWait(WaitHandle handle) noexcept {
     RegistryLock const guard;
     if (--handle->handles > 0) return;
     std::unique_ptr<WaitObject> object(handle);
-    if (!object->name.empty()) {
-        char const kind = object->mutex ? mutexKind : eventKind;
-        TheRegistry().named.erase({kind, object->name});
-    }
+    if (object->IsNamed()) named->erase(*object->place);
     SweepParked();
     if (object->mutex) EndMutex(std::move(object));
 }

@@ -1,9 +1,15 @@
 // The dynamic loader of the system. Two habits of it are kept from the callers: dlsym also looks into the libraries
 // that a library depends on, so what it finds counts only in the library itself; and dlerror has no number, so its
 // words become a last error of their own where the file gives no better reason.
+//
+// A module that is held has one more load of the loader's, however many hold it. That load is taken back by the next
+// function that calls the loader anyway. The lock of the list of held modules is never held while the loader is called,
+// since the loader calls the static constructors of modules under a lock of its own, and these may want a hold.
 #include "ZerlithCore/platform/Modules.h"
 
 #include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/ModuleHold.h"
+#include "ZerlithCore/platform/ModuleMessages.h"
 #include "ZerlithCore/platform/Utf8.h"
 
 #include <cerrno>
@@ -11,10 +17,20 @@
 #include <dlfcn.h>
 #include <filesystem>
 #include <link.h>
+#include <mutex>
+#include <new>
 #include <sys/stat.h>
 #include <system_error>
+#include <utility>
 
 namespace KZPlatform {
+
+struct HeldModule {
+    link_map const * record;
+    void * load; // the load that keeps it
+    unsigned int holders;
+    HeldModule * next;
+};
 
 namespace {
 
@@ -41,6 +57,63 @@ void SetLoaderError(std::string const & path) {
         SetLastErrorText(Utf8ToUnits(words ? words : "The library can't be loaded.", Utf8Mode::Replace));
 }
 
+constinit std::mutex heldLock;
+constinit HeldModule * heldModules = nullptr;
+
+// Requires: the caller holds the lock.
+HeldModule * FindHeld(link_map const * record) noexcept {
+    HeldModule * held = heldModules;
+    while (held && held->record != record) held = held->next;
+    return held;
+}
+
+// One holder more, if it is held already.
+HeldModule * Join(link_map const * record) noexcept {
+    std::lock_guard const guard(heldLock);
+    HeldModule * const held = FindHeld(record);
+    if (held) ++held->holders;
+    return held;
+}
+
+HeldModule * Hold(link_map const * record) noexcept {
+    if (HeldModule * const held = Join(record)) return held;
+    void * const load = dlopen(record->l_name, RTLD_LAZY | RTLD_NOLOAD);
+    HeldModule * const made = load ? new (std::nothrow) HeldModule{record, load, 1, nullptr} : nullptr;
+    if (made) {
+        std::lock_guard const guard(heldLock);
+        if (!FindHeld(record)) {
+            made->next = heldModules;
+            return heldModules = made;
+        }
+    }
+    // There is no memory, or another thread was faster.
+    delete made;
+    if (load) dlclose(load);
+    return made ? Join(record) : nullptr;
+}
+
+// Takes back the loads of modules that nobody holds any more.
+void DropUnheld() noexcept {
+    HeldModule * unheld = nullptr;
+    {
+        std::lock_guard const guard(heldLock);
+        for (HeldModule ** link = &heldModules; HeldModule * const held = *link;) {
+            if (held->holders != 0) {
+                link = &held->next;
+                continue;
+            }
+            *link = held->next;
+            held->next = unheld;
+            unheld = held;
+        }
+    }
+    while (unheld) {
+        HeldModule * const dropped = std::exchange(unheld, unheld->next);
+        dlclose(dropped->load);
+        delete dropped;
+    }
+}
+
 // Tells a real handle from one of ModuleOfMessages and from null, which mean something else to the loader.
 bool IsHandle(void * module) noexcept {
     return module && (reinterpret_cast<std::uintptr_t>(module) & 1U) == 0;
@@ -51,15 +124,22 @@ link_map const * RecordOf(void * module) noexcept {
     return dlinfo(module, RTLD_DI_LINKMAP, &record) == 0 ? record : nullptr;
 }
 
+// Without the search for a symbol where the system can do that: it takes a thousand times as long in a large library.
 link_map const * RecordOfAddress(void const * address) noexcept {
+#if defined(DLFO_STRUCT_HAS_EH_DBASE)
+    dl_find_object found{};
+    return _dl_find_object(const_cast<void *>(address), &found) == 0 ? found.dlfo_link_map : nullptr;
+#else
     Dl_info info{};
     void * record = nullptr;
     return dladdr1(address, &info, &record, RTLD_DL_LINKMAP) != 0 ? static_cast<link_map *>(record) : nullptr;
+#endif
 }
 
 } // namespace
 
 void * LoadModule(std::u16string_view path) {
+    DropUnheld();
     std::string const file = LoaderPath(path);
     // An empty name would give the program itself.
     if (file.empty() || file.find('\0') != std::string::npos) {
@@ -72,6 +152,7 @@ void * LoadModule(std::u16string_view path) {
 }
 
 bool FreeModule(void * module) {
+    DropUnheld();
     if (IsHandle(module) && dlclose(module) == 0) return true;
     SetLastErrorNumber(EINVAL);
     return false;
@@ -104,6 +185,40 @@ std::u16string GetModulePath(void const * address) {
     // The program's own record has no name.
     return record->l_name && *record->l_name ? Utf8ToUnits(record->l_name, Utf8Mode::Escape)
                                              : GetExecutablePath();
+}
+
+bool IsInModule(void * module, void const * address) noexcept {
+    link_map const * const record = address && IsHandle(module) ? RecordOfAddress(address) : nullptr;
+    return record && record == RecordOf(module);
+}
+
+// --- Holds
+
+ModuleHold::ModuleHold(void const * address) noexcept {
+    static link_map const * const own = RecordOfAddress(&heldModules);
+    link_map const * const record = address ? RecordOfAddress(address) : nullptr;
+    bool const canLeave = record && record != own && record->l_name && *record->l_name;
+    if (canLeave) module_ = Hold(record);
+}
+
+ModuleHold::ModuleHold(ModuleHold const & other) noexcept : module_(other.module_) {
+    if (!module_) return;
+    std::lock_guard const guard(heldLock);
+    ++module_->holders;
+}
+
+ModuleHold::~ModuleHold() {
+    if (!module_) return;
+    std::lock_guard const guard(heldLock);
+    --module_->holders;
+}
+
+ModuleHold ModuleHold::OfHandle(void * module) noexcept {
+    KZModuleMessageTable const * const table =
+        module && !IsHandle(module) ? MessagesOfModule(module) : nullptr;
+    if (table) return ModuleHold(table);
+    link_map const * const record = module ? RecordOf(module) : nullptr;
+    return record ? ModuleHold(record->l_ld) : ModuleHold();
 }
 
 } // namespace KZPlatform

@@ -79,7 +79,16 @@ std::size_t FileSize(std::size_t size, std::u16string_view name) noexcept {
 }
 
 // A path to an open file, whether it has a name or not.
-std::string UnnamedPath(int descriptor) { return "/proc/self/fd/" + std::to_string(descriptor); }
+class UnnamedPath {
+public:
+    explicit UnnamedPath(int descriptor) noexcept {
+        std::snprintf(text_, sizeof text_, "/proc/self/fd/%d", descriptor);
+    }
+    [[nodiscard]] char const * c_str() const noexcept { return text_; }
+
+private:
+    char text_[32];
+};
 
 // Removes a file that nobody holds.
 void RemoveUnheld(std::string const & path) noexcept {

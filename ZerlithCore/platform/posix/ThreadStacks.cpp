@@ -88,7 +88,8 @@ std::size_t CollectStackOf(ThreadHandle thread, std::span<void *> addresses) noe
     thread->lock.Lock();
     bool const isAlive = request.thread.load(std::memory_order_relaxed) != 0 &&
                          thread->ended.load(std::memory_order_relaxed) == 0;
-    bool const isSent = isAlive && pthread_kill(thread->thread, AnswerSignal()) == 0;
+    bool const isSent =
+        isAlive && tgkill(getpid(), thread->kernelId.load(std::memory_order_relaxed), AnswerSignal()) == 0;
     thread->lock.Unlock();
     std::size_t const count = isSent && AwaitAnswer() ? request.count : 0;
     request.state.store(Idle, std::memory_order_relaxed);

@@ -1,6 +1,9 @@
-// A thread made here first sleeps on its command word, so it can be numbered, recorded and given a priority before the
-// first instruction of its entry. "Ended" is a word too, which any number of threads can wait for with a limit. One of
-// those who wait joins, and the others wait for that, so that nothing of the thread is left when a wait returns.
+// The thread of the system is made at the start, on memory of ours, when the record is complete: so it needs no waking.
+// "Ended" is a word that any number of threads can wait for with a limit. One of those who wait joins, and the others wait
+// for that, so that nothing of the thread is left when a wait returns.
+//
+// Nobody joins a thread whose handle is closed early. Its record, with its stack, then waits in the list of those who are
+// leaving, until somebody who starts or ends another one sees that the system has forgotten its number.
 #include "ZerlithCore/platform/Threads.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -10,6 +13,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <new>
 #include <sched.h>
@@ -20,7 +24,6 @@ namespace KZPlatform {
 
 namespace {
 
-enum Command : std::uint32_t { Wait = 0, Run = 1, Cancel = 2 };
 enum Joining : std::uint32_t { NotJoined = 0, BeingJoined = 1, Joined = 2 };
 
 // What the library's own frames around an entry need: the reports of a fault among them.
@@ -37,8 +40,36 @@ unsigned long NextThreadId() noexcept {
     return last.fetch_add(1, std::memory_order_relaxed) + 1U;
 }
 
+constinit std::atomic<ThreadRecord *> leaving{nullptr};
+
+void AddToLeaving(ThreadRecord * record) noexcept {
+    record->nextLeaving = leaving.load(std::memory_order_relaxed);
+    while (!leaving.compare_exchange_weak(record->nextLeaving, record, std::memory_order_release)) {}
+}
+
+/// Frees what nobody runs on any more.
+void SweepLeaving() noexcept {
+    if (!leaving.load(std::memory_order_relaxed)) return;
+    ThreadRecord * next = leaving.exchange(nullptr, std::memory_order_acquire);
+    while (ThreadRecord * const record = next) {
+        next = record->nextLeaving;
+        if (IsThreadHere(record->kernelId.load(std::memory_order_relaxed)))
+            AddToLeaving(record);
+        else
+            delete record;
+    }
+}
+
 void DropReference(ThreadRecord * record) noexcept {
-    if (record->references.fetch_sub(1, std::memory_order_acq_rel) == 1) delete record;
+    if (record->references.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+    bool const isGone = !record->isStarted.load(std::memory_order_relaxed) ||
+                        record->joining.load(std::memory_order_acquire) == Joined;
+    if (isGone) {
+        delete record;
+    } else {
+        SweepLeaving();
+        AddToLeaving(record);
+    }
 }
 
 /// -2 to 2 are spread over half of the scheduler's range, the two ends are its ends.
@@ -65,20 +96,26 @@ void NameThread(unsigned long id) noexcept {
     prctl(PR_SET_NAME, name);
 }
 
-/// Waits while the word is `value`; false when it still is at the deadline.
-bool AwaitChange(std::atomic<std::uint32_t> const & word, std::uint32_t value,
+/// Waits while the word of `record` is `value`; false when it still is at the deadline.
+bool AwaitChange(ThreadRecord & record, std::atomic<std::uint32_t> const & word, std::uint32_t value,
                  Deadline const & deadline) noexcept {
-    while (word.load(std::memory_order_acquire) == value) {
-        if (FutexWait(&word, value, Reach::Process, deadline) != ETIMEDOUT) continue;
-        return word.load(std::memory_order_acquire) != value;
-    }
-    return true;
+    bool timedOut = false;
+    record.waiters.fetch_add(1);
+    while (word.load() == value && !timedOut)
+        timedOut = FutexWait(&word, value, Reach::Process, deadline) == ETIMEDOUT;
+    record.waiters.fetch_sub(1, std::memory_order_relaxed);
+    return word.load(std::memory_order_acquire) != value;
+}
+
+/// Mostly nobody waits for the word, and the system needn't be asked.
+void Change(ThreadRecord & record, std::atomic<std::uint32_t> & word, std::uint32_t value) noexcept {
+    word.store(value);
+    if (record.waiters.load() != 0) FutexWake(&word, INT_MAX, Reach::Process);
 }
 
 void RunThread(ThreadRecord & record) noexcept {
     threadId = record.id;
-    AwaitChange(record.command, Wait, Deadline::Never());
-    if (record.command.load(std::memory_order_relaxed) == Cancel) return;
+    ownStack = &record.stack;
     NameThread(record.id);
     record.lock.Lock();
     record.kernelId.store(KernelThreadId(), std::memory_order_relaxed);
@@ -89,18 +126,14 @@ void RunThread(ThreadRecord & record) noexcept {
 
 void * ThreadMain(void * argument) {
     auto & record = *static_cast<ThreadRecord *>(argument);
+    record.run = [](ThreadEndTask & task) noexcept { DropReference(static_cast<ThreadRecord *>(&task)); };
+    bool const isLater = CallAtThreadEnd(record); // as the last of all tasks
     RunThread(record);
     record.lock.Lock();
-    record.ended.store(1, std::memory_order_release);
+    Change(record, record.ended, 1);
     record.lock.Unlock();
-    FutexWake(&record.ended, INT_MAX, Reach::Process);
-    DropReference(&record);
+    if (!isLater) DropReference(&record);
     return nullptr;
-}
-
-void Give(ThreadRecord & record, Command command) noexcept {
-    record.command.store(command, std::memory_order_release);
-    FutexWake(&record.command, 1, Reach::Process);
 }
 
 /// The first of those who wait joins, the others wait for that. False when the deadline comes first.
@@ -109,11 +142,11 @@ bool JoinOrAwaitJoined(ThreadRecord & record, Deadline const & deadline) noexcep
         std::uint32_t state = NotJoined;
         if (record.joining.compare_exchange_strong(state, BeingJoined, std::memory_order_acquire)) {
             bool const isJoined = pthread_join(record.thread, nullptr) == 0;
-            record.joining.store(isJoined ? Joined : NotJoined, std::memory_order_release);
-            FutexWake(&record.joining, INT_MAX, Reach::Process);
+            if (isJoined) record.stack.GiveBack();
+            Change(record, record.joining, isJoined ? Joined : NotJoined);
             // Refused to a thread that waits for itself, or for one that waits for it: they wait, as they said.
-            if (!isJoined && !AwaitChange(record.ended, 0, deadline)) return false;
-        } else if (state == BeingJoined && !AwaitChange(record.joining, BeingJoined, deadline)) {
+            if (!isJoined && !AwaitChange(record, record.ended, 0, deadline)) return false;
+        } else if (state == BeingJoined && !AwaitChange(record, record.joining, BeingJoined, deadline)) {
             return false;
         }
         if (record.joining.load(std::memory_order_acquire) == Joined) return true;
@@ -121,18 +154,32 @@ bool JoinOrAwaitJoined(ThreadRecord & record, Deadline const & deadline) noexcep
 }
 
 std::size_t UsableStackSize(std::size_t bytes) noexcept {
-    constexpr std::size_t page = 4096;
+    std::size_t const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
     long const least = sysconf(_SC_THREAD_STACK_MIN);
     bytes = std::max({bytes, leastStackBytes, static_cast<std::size_t>(std::max(least, 0L))});
     return (bytes + page - 1) / page * page;
 }
 
-int Create(ThreadRecord & record, std::size_t stackBytes) noexcept {
+std::size_t DefaultStackSize() noexcept {
+    pthread_attr_t attributes;
+    std::size_t bytes = 0;
+    if (pthread_attr_init(&attributes) != 0) return leastStackBytes;
+    pthread_attr_getstacksize(&attributes, &bytes);
+    pthread_attr_destroy(&attributes);
+    return bytes;
+}
+
+/// A stack that the system can't give at all is nonsense; a lack of memory shows again.
+bool TakeStack(StackMemory & stack, std::size_t bytes) noexcept {
+    bool const isSized = bytes != 0 && bytes <= mostStackBytes;
+    return (isSized && stack.Take(UsableStackSize(bytes))) || stack.Take(UsableStackSize(DefaultStackSize()));
+}
+
+int Create(ThreadRecord & record) noexcept {
     pthread_attr_t attributes;
     if (int const error = pthread_attr_init(&attributes); error != 0) return error;
-    bool const isSized = stackBytes != 0 && stackBytes <= mostStackBytes;
-    if (isSized) pthread_attr_setstacksize(&attributes, UsableStackSize(stackBytes));
-    int const error = pthread_create(&record.thread, &attributes, &ThreadMain, &record);
+    int error = pthread_attr_setstack(&attributes, record.stack.Low(), record.stack.Bytes());
+    if (error == 0) error = pthread_create(&record.thread, &attributes, &ThreadMain, &record);
     pthread_attr_destroy(&attributes);
     return error;
 }
@@ -145,10 +192,15 @@ bool Refuse(int error) noexcept {
 } // namespace
 
 pid_t KernelThreadId() noexcept {
-    // The one thread of a forked child bears a new number.
-    [[maybe_unused]] static int const atFork = pthread_atfork(nullptr, nullptr, [] { kernelThreadId = 0; });
-    if (kernelThreadId == 0) kernelThreadId = gettid();
-    return kernelThreadId;
+    if (kernelThreadId != 0) return kernelThreadId;
+    // The one thread of a forked child bears a new number. Where nobody can be told of the fork, the number isn't kept.
+    static constinit std::atomic<bool> isForkNoted{false};
+    pid_t const number = gettid();
+    if (!isForkNoted.load(std::memory_order_relaxed)) {
+        if (pthread_atfork(nullptr, nullptr, [] { kernelThreadId = 0; }) != 0) return number;
+        isForkNoted.store(true, std::memory_order_relaxed); // being told twice does no harm
+    }
+    return kernelThreadId = number;
 }
 
 unsigned long CurrentThreadId() noexcept {
@@ -167,32 +219,32 @@ void SleepFor(std::uint64_t milliseconds) noexcept {
     while (clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &until, nullptr) == EINTR) {}
 }
 
+bool IsThreadHere(pid_t thread) noexcept { return tgkill(getpid(), thread, 0) == 0 || errno != ESRCH; }
+
 ThreadHandle NewThread(void (*entry)(void *), void * argument, std::size_t stackBytes) noexcept {
+    SweepLeaving();
     auto * const record = new (std::nothrow) ThreadRecord;
-    if (!record) {
+    if (!record || !TakeStack(record->stack, stackBytes)) {
+        delete record;
         SetLastErrorNumber(ENOMEM);
         return nullptr;
     }
     record->entry = entry;
     record->argument = argument;
     record->id = NextThreadId();
-    int error = Create(*record, stackBytes);
-    // A stack that the system can't give at all is nonsense; a lack of threads shows again.
-    if (error != 0 && stackBytes != 0) error = Create(*record, 0);
-    if (error == 0) return record;
-    delete record;
-    SetLastErrorNumber(error);
-    return nullptr;
+    return record;
 }
 
 unsigned long IdOf(ThreadHandle thread) noexcept { return thread ? thread->id : 0; }
 
-void StartThread(ThreadHandle thread) noexcept { Give(*thread, Run); }
-
-void CancelThread(ThreadHandle thread) noexcept {
-    Give(*thread, Cancel);
-    WaitForThreadEnd(thread, waitForever);
-    CloseThread(thread);
+bool StartThread(ThreadHandle thread) noexcept {
+    thread->references.fetch_add(1, std::memory_order_relaxed);
+    thread->isStarted.store(true, std::memory_order_relaxed);
+    int const error = Create(*thread);
+    if (error == 0) return true;
+    thread->isStarted.store(false, std::memory_order_relaxed);
+    thread->references.fetch_sub(1, std::memory_order_relaxed);
+    return Refuse(error);
 }
 
 std::uint32_t WaitForThreadEnd(ThreadHandle thread, std::uint32_t milliseconds) noexcept {
@@ -202,13 +254,17 @@ std::uint32_t WaitForThreadEnd(ThreadHandle thread, std::uint32_t milliseconds) 
     }
     Deadline const deadline(milliseconds);
     // Who waits without a limit may as well wait in the join.
-    bool const canJoin = milliseconds == waitForever || AwaitChange(thread->ended, 0, deadline);
+    bool const isStarted = thread->isStarted.load(std::memory_order_acquire);
+    bool const canJoin =
+        (isStarted && milliseconds == waitForever) || AwaitChange(*thread, thread->ended, 0, deadline);
     return canJoin && JoinOrAwaitJoined(*thread, deadline) ? waitDone : waitTimedOut;
 }
 
 void CloseThread(ThreadHandle thread) noexcept {
     if (!thread) return;
-    if (thread->joining.load(std::memory_order_acquire) == NotJoined) pthread_detach(thread->thread);
+    bool const isStarted = thread->isStarted.load(std::memory_order_relaxed);
+    if (isStarted && thread->joining.load(std::memory_order_acquire) == NotJoined)
+        pthread_detach(thread->thread);
     DropReference(thread);
 }
 
