@@ -28,6 +28,10 @@ bool KZDOMDocument::Load(KZString const & text, bool isFile) {
     return isFile ? Existing().LoadFile(ViewOf(text)) : Existing().Load(ViewOf(text));
 }
 
+void KZDOMDocument::SetPreserveWhiteSpace(bool preserve) { Existing().KeepWhiteSpace(preserve); }
+
+bool KZDOMDocument::GetPreserveWhiteSpace() const { return Existing().KeepsWhiteSpace(); }
+
 void KZDOMDocument::SaveToFile(KZString const & fileName) const {
     Check(Existing().Save(ViewOf(fileName)), InterfaceId);
 }

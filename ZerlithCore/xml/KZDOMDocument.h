@@ -36,12 +36,18 @@ public:
     /// Replaces the content by the file of that name, or by what `text` itself says. False, with the reason in
     /// `GetLastParseError` and the old content in place, for a file that can't be read and for whatever isn't well-formed.
     ///
-    /// A text of white space alone is left out where its parent has elements, unless xml:space says "preserve". Nothing
-    /// but the file is read: an entity of a file or an address isn't known. A text's declaration of its encoding is
-    /// ignored. Limits: 256 levels, 10,000,000 bytes a text, and what entities may multiply.
+    /// A text of white space alone is left out where its parent has elements, unless xml:space says "preserve" or
+    /// `SetPreserveWhiteSpace` has asked for it. Nothing but the file is read: an entity of a file or an address isn't
+    /// known. A text's declaration of its encoding is ignored. Limits: 256 levels, 10,000,000 bytes a text, and what
+    /// entities may multiply; what exceeds one is false with LimitExceeded and says which.
     bool Load(KZString const & text, bool isFile = false);
-    /// Writes the content, in the encoding of the file that was loaded, else in UTF-8. Errors: CantWrite; what
-    /// stood in the file may be gone then.
+    /// Whether `Load` keeps texts of white space alone between elements from now on; false to begin with. In mixed content
+    /// such a text is a blank between two words: "<b>very</b> <i>important</i>". Copies of the document do the same.
+    void SetPreserveWhiteSpace(bool preserve);
+    [[nodiscard]] bool GetPreserveWhiteSpace() const;
+    /// Replaces the file by the content, in the encoding of the file that was loaded, else in UTF-8. The new file takes the
+    /// place of the old one at once, with its permissions, and links are followed. Errors: CantWrite; the old file
+    /// stands then.
     void SaveToFile(KZString const & fileName) const;
 
     /// Not valid in a document without content.

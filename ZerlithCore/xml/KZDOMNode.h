@@ -72,7 +72,7 @@ public:
     /// This node as an element; not valid for others.
     [[nodiscard]] KZDOMElement AsElement() const;
 
-    // --- Paths. A path is compiled once a document. Errors: BadPath, NotNodes, LimitExceeded.
+    // --- Paths. A path is read once a document. Errors: BadPath, NotNodes; LimitExceeded for too much work.
 
     /// The first node that the path finds.
     [[nodiscard]] KZDOMNode SelectNode(KZString const & path) const;
@@ -99,8 +99,8 @@ public:
 
     // --- Transformation by XSLT 1.0. The stylesheet sees this node as a document of its own; nothing is loaded.
     //
-    // Errors: BadStylesheet, TransformFailed, LimitExceeded; `out` is as it was then. Cost: the stylesheet is compiled
-    // each time.
+    // Errors: BadStylesheet, TransformFailed; LimitExceeded for too much work. `out` is as it was then. Cost: the
+    // stylesheet is compiled each time.
 
     /// The result as text, in the form that the stylesheet asks for.
     [[nodiscard]] KZString TransformNode(KZDOMNode const & stylesheet) const;

@@ -95,6 +95,12 @@ TEST(KZDOMDocument, ReadsAndWritesFiles) {
         }
     }
     EXPECT_EQ(CodeOf([&] { document.SaveToFile(directory.Path(u"none/x.xml")); }), KZDOMResult::CantWrite);
+    // Who reads the old file sees nothing of the new one.
+    directory.Write(u"d\u00e9.xml", "the old one");
+    std::ifstream reader(directory.Root() / u"d\u00e9.xml");
+    document.SaveToFile(path);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "the old one");
+    EXPECT_NE(directory.Read(u"d\u00e9.xml"), "the old one");
     // A text's own declaration doesn't count.
     EXPECT_EQ(Parsed(u"\uFEFF<?xml version='1.0' encoding='UTF-16'?><a>\u00e9</a>").ValueOf(u"a"), u"\u00e9");
 }
@@ -125,51 +131,86 @@ TEST(KZDOMDocument, LoadsNothingElse) {
     EXPECT_FALSE(KZDOMDocument::Create().Load(u"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]><a>&e;</a>"));
 }
 
-TEST(KZDOMDocument, StandsBombs) {
-    KZString laughs = u"<!DOCTYPE a [<!ENTITY e0 'ha'>";
-    for (int i = 1; i < 12; ++i) {
-        KZString line;
-        line.Format(u"<!ENTITY e%d '", i);
-        for (int j = 0; j < 10; ++j) {
-            KZString part;
-            part.Format(u"&e%d;", i - 1);
-            line += part;
-        }
-        laughs += line + u"'>";
+KZString Repeated(KZString const & text, int count) {
+    KZString all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+}
+
+// `count` times a text in which "%d" is the number.
+KZString Numbered(char16_t const * format, int count) {
+    KZString all;
+    for (int i = 0; i < count; ++i) {
+        KZString one;
+        one.Format(format, i);
+        all += one;
     }
-    KZString const value(u'x', 5000U);
-    KZString defaults = u"<!DOCTYPE a [<!ATTLIST b k CDATA '" + value + u"'>]><a>";
-    for (int i = 0; i < 5000; ++i) defaults += u"<b/>";
-    KZString many = u"<!DOCTYPE a [<!ENTITY e '" + KZString(u'x', 40U) + u"'>]><a>";
-    for (int i = 0; i < 100000; ++i) many += u"&e;";
-    KZString attributes = u"<a";
-    for (int i = 0; i < 50000; ++i) {
-        KZString attribute;
-        attribute.Format(u" a%d=''", i);
-        attributes += attribute;
+    return all;
+}
+
+// Entities e0 to e`levels`, each of which is ten times the one before.
+KZString Tenfold(KZString const & mark, KZString const & reference, KZString const & innermost, int levels) {
+    KZString text = u"<!ENTITY " + mark + u"e0 '" + innermost + u"'>";
+    for (int i = 1; i <= levels; ++i) {
+        KZString inner;
+        KZString outer;
+        inner.Format(u"e%d;", i - 1);
+        outer.Format(u"e%d '", i);
+        text += u"<!ENTITY " + mark + outer + Repeated(reference + inner, 10) + u"'>";
     }
-    KZString deep;
-    for (int i = 0; i < 300; ++i) deep += u"<a>";
+    return text;
+}
+
+TEST(KZDOMDocument, EndsAtItsLimits) {
+    KZString const laughs = Tenfold(u"", u"&", u"ha", 11);
+    KZString const large(u'x', 10'000'001U);
     struct Case {
-        KZString text;
-        std::int32_t code;
+        KZString type; // inside of the document type
+        KZString text; // inside of the root's element
+        char16_t const * reason;
     };
+    auto const entity = [](unsigned bytes) { return u"<!ENTITY e '" + KZString(u'x', bytes) + u"'>"; };
     Case const cases[] = {
-        {laughs + u"]><a>&e11;</a>", KZDOMResult::LimitExceeded},
-        {laughs + u"]><a k='&e11;'/>", KZDOMResult::LimitExceeded},
-        {u"<!DOCTYPE a [<!ENTITY e '&f;'><!ENTITY f '&e;'>]><a>&e;</a>", KZDOMResult::LimitExceeded},
-        {many + u"</a>", KZDOMResult::LimitExceeded},
-        {attributes + u"/>", KZDOMResult::LimitExceeded},
-        {u"<!DOCTYPE a [<!ENTITY e '" + KZString(u'x', 40000U) + u"'>]><a/>", KZDOMResult::LimitExceeded},
-        {defaults + u"</a>", KZDOMResult::LimitExceeded},
-        {deep, KZDOMResult::LimitExceeded},
+        {laughs, u"><b>&e11;</b>", u"expand"},
+        {laughs, u" k='&e11;'>", u"expand"},
+        {u"<!ENTITY e '&f;'><!ENTITY f '&e;'>", u">&e;", u"refers to itself"},
+        {Tenfold(u"% ", u"&#37;", u"<!--x-->", 4) + u"%e4;", u">", nullptr},
+        {Tenfold(u"% ", u"&#37;", u"<!ENTITY x \"y\">", 7) + u"%e7;", u">", nullptr},
+        {entity(32'000), u">" + Repeated(u"<b k='&e;'/>", 40'000), u"ten times"},
+        {u"<!ENTITY e '" + Repeated(u"<b/>", 8'000) + u"'>", u">" + Repeated(u"&e;", 3'000), u"ten times"},
+        {entity(30'000) + Numbered(u"<!ATTLIST b%d k CDATA '&e;'>", 400), u">", u"ten times"},
+        {entity(40), u">" + Repeated(u"&e;", 100'000), u"in one text"},
+        {entity(40'000), u">", u"32,768"},
+        {u"<!ATTLIST b k CDATA '" + KZString(u'x', 5'000U) + u"'>", u">" + Repeated(u"<b/>", 5'000),
+         u"Default"},
+        {u"<!ATTLIST a k (" + Numbered(u"k%d|", 20'000) + u"z) #IMPLIED>", u">", u"65,536"},
+        {Numbered(u"<!ATTLIST a k%d ID #IMPLIED>", 2'000), u">", u"identifiers"},
+        {Numbered(u"<!ATTLIST a k%d CDATA #IMPLIED>", 17'000), u">", u"16,384"},
+        {u"<!ELEMENT a " + KZString(u'(', 200U), u">", u"128 levels"},
+        {u"", Numbered(u" a%d=''", 50'000) + u">", u"16,384"},
+        {u"", u">" + Repeated(u"<b" + Numbered(u" a%d=''", 8'000) + u"/>", 9), u"many attributes"},
+        {u"", Numbered(u" xmlns:n%d='u'", 9'000) + u">" + Repeated(u"<n8999:b/>", 60'000),
+         u"many attributes"},
+        {u"", u">" + Repeated(u"<a>", 300), u"256 levels"},
+        {u"", u">" + large, u"A text"},
+        {u"", u"><!--" + large + u"-->", u"A comment"},
+        {u"", u"><![CDATA[" + large + u"]]>", u"A CDATA section"},
+        {u"", u"><?p " + large + u"?>", u"An instruction"},
+        {u"", u" k='" + large + u"'>", u"attribute's value"},
+        {u"", u"><" + KZString(u'x', 60'000U) + u"/>", u"A name"},
     };
     for (Case const & c : cases) {
+        SCOPED_TRACE((c.type.SubStr(0, 60) + c.text.SubStr(0, 60)).AsUTF8());
         KZDOMDocument document = KZDOMDocument::Create();
-        EXPECT_FALSE(document.Load(c.text));
-        EXPECT_EQ(document.GetLastParseError().GetErrorCode(), c.code)
-            << document.GetLastParseError().GetReason().AsUTF8();
+        bool const isLoaded = document.Load(u"<!DOCTYPE a [" + c.type + u"]><a" + c.text + u"</a>");
+        KZDOMParseError const error = document.GetLastParseError();
+        if (!c.reason) continue; // it only must end
+        EXPECT_FALSE(isLoaded);
+        EXPECT_EQ(error.GetErrorCode(), KZDOMResult::LimitExceeded);
+        EXPECT_NE(error.GetReason().Find(c.reason), KZString::npos) << error.GetReason().AsUTF8();
     }
+    EXPECT_TRUE(KZDOMDocument::Create().Load(u"<a>" + KZString(u'x', 10'000'000U) + u"</a>"));
+    EXPECT_TRUE(KZDOMDocument::Create().Load(Repeated(u"<a>", 256) + Repeated(u"</a>", 256)));
 }
 
 TEST(KZDOMDocument, MakesNodes) {

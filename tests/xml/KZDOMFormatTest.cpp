@@ -82,7 +82,20 @@ TEST(KZDOMFormat, LeavesOutBlanksBetweenElements) {
         {u"<a xml:space='preserve'><b xml:space='default'> <c/></b></a>",
          u"<a xml:space=\"preserve\"><b xml:space=\"default\"><c/></b></a>"},
     };
-    for (auto const & c : cases) EXPECT_EQ(Parsed(c.source).GetRootElement().GetXML(), c.xml);
+    for (auto const & c : cases) {
+        KZDOMDocument document = Parsed(c.source);
+        EXPECT_EQ(document.GetRootElement().GetXML(), c.xml);
+        document.SetPreserveWhiteSpace(true);
+        KZDOMDocument copy(document.Clone(false)); // does the same
+        EXPECT_TRUE(copy.Load(c.source));
+        KZString written = c.source;
+        written.Replace(u"'", u"\"");
+        EXPECT_EQ(copy.GetRootElement().GetXML(), written);
+    }
+    KZDOMDocument text = KZDOMDocument::Create();
+    text.SetPreserveWhiteSpace(true);
+    EXPECT_TRUE(text.Load(u"<p><b>very</b> <i>important</i></p>"));
+    EXPECT_EQ(text.GetRootElement().GetText(), u"very important");
 }
 
 TEST(KZDOMFormat, AppendsAndTakesSingleNodes) {

@@ -85,7 +85,11 @@ TEST(KZDOMNode, EvaluatesPaths) {
         {u"", KZDOMResult::BadPath},        {u"a[", KZDOMResult::BadPath},
         {u"x:a", KZDOMResult::BadPath},     {u"no(1)", KZDOMResult::BadPath},
         {u"$v", KZDOMResult::BadPath},      {u"count(//*)", KZDOMResult::NotNodes},
-        {u"'text'", KZDOMResult::NotNodes},
+        {u"'text'", KZDOMResult::NotNodes}, {u"a b", KZDOMResult::BadPath},
+        {u"a::b", KZDOMResult::BadPath},    {u"'x'/a", KZDOMResult::BadPath},
+        {u"1|2", KZDOMResult::BadPath},     {u"a[contains(b)]", KZDOMResult::BadPath},
+        {u"a]", KZDOMResult::BadPath},      {u"//", KZDOMResult::BadPath},
+        {u"a['x]", KZDOMResult::BadPath},   {u"*[.=$v]", KZDOMResult::BadPath},
     };
     for (auto const & c : bad)
         for (int i = 0; i < 2; ++i) // the second time from the table of compiled paths
@@ -101,15 +105,98 @@ TEST(KZDOMNode, EvaluatesPaths) {
     }
 }
 
+TEST(KZDOMNode, ComputesInPaths) {
+    KZDOMElement const root =
+        Parsed(u"<r xmlns:p='urn:p'><a k='1' xml:id='one'>x<b>2</b></a>"
+               u"<a k='2' xml:lang='en-GB'>y<!--c--><b p:k='v'>3</b><?t d?><![CDATA[z]]></a></r>")
+            .GetRootElement();
+    constexpr char16_t const * truths[] = {
+        // Steps from one node and from many, in both directions, with positions and without.
+        u"count(//a) = 2 and count(//*) = 5 and count(//node()) = 12 and count(//@*) = 5",
+        u"a[2]/preceding-sibling::a/@k = 1 and a[last()]/@k = 2 and a[position() = last() - 1]/@k = '1'",
+        u"count(//b/ancestor::*) = 3 and count(//b/..) = 2 and count(//b/ancestor-or-self::node()) = 6",
+        u"count(//a/descendant-or-self::node()/self::b) = 2 and count(//b[1]) = 2 and count((//b)[1]) = 1",
+        u"count(//node()/following::node()) = 9 and count(//text()/preceding::text()) = 4",
+        u"//b/ancestor::*[1]/@k = 2 and //b/ancestor::*[last()][self::r] and //a[2]/b/preceding::b[1] = 2",
+        u"count(//node()/following-sibling::node()[1]) = 6 and a[2]/node()[4]/preceding-sibling::*[1] "
+        u"= 3",
+        u"count(a|//a|//b|//b/@p:k) = 5 and string((//b|//a/@k)[1]) = '1' and (//b/@*|//a/@k)[last()] = 'v'",
+        u"count(namespace::*) = 2 and namespace::p = 'urn:p' and local-name(namespace::*[. = 'urn:p']) = 'p'",
+        u"a[2]/text()[2] = 'z' and //comment() = 'c' and //processing-instruction('t') = 'd' and //b[. = 3]",
+        u"name(//@p:k) = 'p:k' and local-name(//@p:*) = 'k' and namespace-uri(//@p:k) = 'urn:p'",
+        u"a[b > 2][1]/@k = 2 and not(a[1][b > 2]) and count(a[@k][b]) = 2 and a[b = '3']/@k = 2",
+        u"id('one two one')/@k = 1 and a[2]/b[lang('EN')] and not(a[1][lang('en')]) and a[lang('en-gb')]/b = "
+        u"3",
+        // One that compares is enough.
+        u"//b = 3 and //b != 3 and //b > 2 and //b >= '3' and 2 < //b and //b = //b and //b != //b",
+        u"not(//b < //@k) and //b <= //@k and not(//none = //none) and not(//none != 'x') and //b = //@k",
+        u"//none = false() and //b = true() and not(//b = 'x') and //a[b] = 'x2' and string(//a[2]) = 'y3z'",
+        // Operators from left to right, closer ones first.
+        u"- - 1 = 1 and 7 - 2 - 1 = 4 and 2 + 3 * 4 mod 5 = 4 and -(2) * 3 = -6 and 8 div 2 div 2 = 2",
+        u"1 = 1 = true() and 3 > 2 > 0 and 1 or 1 div 0 and false() or false() = true()",
+        u"1 div 0 > 10 and number('x') != number('x') and string(-1 div 0) = '-Infinity' and - //none != 0",
+        u"string(1 div 4) = '0.25' and string(1000000) = '1000000' and 1e2 = 100 and .5 = 0.5 and '1' + '1' "
+        u"= 2",
+        // Functions.
+        u"round(2.5) = 3 and round(-2.5) = -2 and floor(-1.5) = -2 and ceiling(1.2) = 2 and sum(//b) = 5",
+        u"substring('12345', 1.5, 2.6) = '234' and substring('12345', 0 div 0, 3) = '' and "
+        u"substring('\u4e2d\u00e9b', 2) = '\u00e9b'",
+        u"substring('12345', -42, 1 div 0) = '12345' and substring('12345', -1 div 0, 1 div 0) = ''",
+        u"translate('bar', 'abc', 'AB') = 'BAr' and translate('-\u00e9-', '\u00e9-', '\u4e2d') = '\u4e2d'",
+        u"normalize-space(' a \n b ') = 'a b' and string-length('\u00e9\u4e2d') = 2 and concat('a', 1, "
+        u"true()) = 'a1true'",
+        u"substring-before('1/2/3', '/') = '1' and substring-after('1/2/3', '/') = '2/3' and "
+        u"substring-after('a', '') = 'a'",
+        u"contains('aaab', 'aab') and not(contains('aab', 'aaab')) and contains('a', '') and "
+        u"starts-with('ab', 'a')",
+        u"boolean('0') and not(boolean('')) and not(0) and boolean(//b) and number(true()) = 1 and number() "
+        u"!= 1",
+    };
+    for (char16_t const * const truth : truths)
+        EXPECT_TRUE(root.ChildExists(u"self::r[" + KZString(truth) + u"]")) << KZString(truth).AsUTF8();
+}
+
 TEST(KZDOMNode, LimitsTheWorkOfAPath) {
-    KZString text = u"<r>";
-    for (int i = 0; i < 300; ++i) text += u"<i/>";
-    KZDOMDocument document = Parsed(text + u"</r>");
-    EXPECT_EQ(CodeOf([&] {
-                  static_cast<void>(document.SelectNode(u"//i[count(//i[count(//i[count(//i)>1])>1])>1]"));
-              }),
-              KZDOMResult::LimitExceeded);
-    EXPECT_TRUE(document.ChildExists(u"//i[300]"));
+    constexpr int depth = 30000;
+    KZDOMDocument deep = KZDOMDocument::Create();
+    KZDOMNode leaf = deep.CreateElement(u"a", true);
+    for (int i = 1; i < depth; ++i) leaf = leaf.AppendChild(deep.CreateElement(u"a"));
+    KZString text = u"<r><t>" + KZString(u'x', 1'000'000U) + u"</t>";
+    for (int i = 0; i < 20000; ++i) text += u"<i/>";
+    KZDOMDocument wide = Parsed(text + u"</r>");
+    struct Case {
+        KZDOMNode from;
+        char16_t const * path;
+        std::uint32_t found; // 0 for too much work
+    };
+    Case const cases[] = {
+        {deep, u"//a", depth},
+        {deep, u"//a/..|//a", depth + 1},
+        {leaf, u"ancestor::a", depth - 1},
+        {deep, u"//a/ancestor::a", depth - 1},
+        {deep, u"//a[. = 'x']", 0},
+        {deep, u"//a[following::a[1] or preceding::a[1]]", 0},
+        {wide, u"//i/following-sibling::i", 19999},
+        {wide, u"//i/preceding::i|//i[last()]", 20000},
+        {wide, u"//i[contains(/r/t, 'y')]", 0},
+        {wide, u"//i[contains(/r/t, concat(substring(/r/t, 2), 'y'))]", 0},
+        {wide, u"//i[substring-before(/r/t, 'y') = substring-after(/r/t, 'y')]", 0},
+        {wide, u"//i[normalize-space(/r/t) = '']", 0},
+        {wide, u"//i[concat(/r/t, /r/t) = '']", 0},
+        {wide, u"//i[/r/t + 1 = 1]", 0},
+        {wide, u"//i[/r = 'x']", 0},
+    };
+    for (Case const & c : cases) {
+        SCOPED_TRACE(KZString(c.path).AsUTF8());
+        try {
+            EXPECT_EQ(c.from.SelectNodes(c.path).GetLength(), c.found);
+            EXPECT_NE(c.found, 0U);
+        } catch (KZDOMException const & exception) {
+            EXPECT_EQ(c.found, 0U);
+            EXPECT_EQ(exception.GetResultCode(), KZDOMResult::LimitExceeded);
+            EXPECT_NE(KZString(exception.What()).Find(u"100,000,000"), KZString::npos);
+        }
+    }
 }
 
 TEST(KZDOMNode, MovesNodes) {

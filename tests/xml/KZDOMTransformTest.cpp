@@ -65,8 +65,6 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
     auto const all = [](KZString const & body) {
         return u"<x:template match='/'>" + body + u"</x:template>";
     };
-    KZString loops = u"1";
-    for (int i = 0; i < 12; ++i) loops = u"//i[" + loops + u"]/..//i";
     Case const cases[] = {
         {u"<x:import href='" + file + u"'/>", KZDOMResult::BadStylesheet},
         {u"<x:include href='http://127.0.0.1:9/'/>", KZDOMResult::BadStylesheet},
@@ -76,10 +74,11 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
         {all(u"<x:message terminate='yes'>stop</x:message>"), KZDOMResult::TransformFailed},
         {all(u"<x:copy-of select=\"document('" + file + u"')\"/>"), KZDOMResult::TransformFailed},
         {all(u"<x:document href='" + directory.Path(u"made") + u"'/>"), KZDOMResult::TransformFailed},
-        {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>",
-         KZDOMResult::TransformFailed},
-        {u"<x:template match='r'><x:apply-templates select='.'/></x:template>", KZDOMResult::TransformFailed},
-        {all(u"<x:value-of select='count(" + loops + u")'/>"), KZDOMResult::TransformFailed},
+        {all(u"<x:value-of select='no(1)'/>"), KZDOMResult::TransformFailed},
+        {all(u"<x:value-of select='$v'/>"), KZDOMResult::TransformFailed},
+        {all(u"<x:value-of select='p:a'/>"), KZDOMResult::BadStylesheet},
+        {all(u"<a k='{a[}'/>"), KZDOMResult::BadStylesheet},
+        {u"<x:template match='i[$v]'/>", KZDOMResult::BadStylesheet},
     };
     testing::internal::CaptureStderr();
     for (Case const & c : cases)
@@ -91,6 +90,113 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
     EXPECT_EQ(CodeOf([&] { static_cast<void>(source.TransformNode(KZDOMDocument::Create())); }),
               KZDOMResult::BadStylesheet);
     EXPECT_FALSE(directory.Exists(u"made"));
+}
+
+KZString Repeated(KZString const & text, int count) {
+    KZString all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+}
+
+// What isn't evaluated by libxslt and libxml2, or is evaluated in another form.
+TEST(KZDOMTransform, EvaluatesExpressions) {
+    KZDOMDocument const source =
+        Parsed(u"<r xmlns:p='urn:p'><i k='b'>1</i><i k='a'><s><i>3</i></s></i><p:i k='b'>x</p:i></r>");
+    struct Case {
+        KZString sheet;
+        char16_t const * text;
+    };
+    auto const all = [](KZString const & body) {
+        return u"<x:template match='/'>" + body + u"</x:template>";
+    };
+    KZString const keys =
+        u"<x:key name='n' match='r/i|s//i|@k' use='@k|.'/><x:key name='m' match='i[1]' use='.'/>";
+    Case const cases[] = {
+        {all(u"<x:for-each select='//i'><x:sort select='@k' order='{\"ascending\"}'/><x:value-of "
+             u"select='.'/>,"
+             u"</x:for-each>"),
+         u"3,3,1,"},
+        {all(u"<x:for-each select='//*/@k'><x:value-of select=\"concat(position(), '/', last(), "
+             u".)\"/></x:for-each>"),
+         u"1/3b2/3a3/3b"},
+        {u"<x:variable name='g' select='//i'/>" +
+             all(u"<x:variable name='v' select='$g[2]'/><x:value-of select='$v/@k'/>"
+                 u"<x:for-each select='$v/s'><x:value-of select='current()/i = $v'/></x:for-each>"),
+         u"atrue"},
+        {all(u"<x:variable name='t'>4<b>2</b></x:variable><x:value-of select='$t + 1'/><x:copy-of "
+             u"select='$t'/>"),
+         u"4342"},
+        {all(u"<x:for-each select='//namespace::p'><x:value-of select='name()'/></x:for-each>"), u"pppppp"},
+        {all(u"<x:value-of select=\"format-number(count(//i), '0.0')\"/>{<x:value-of "
+             u"select='string-length(generate-id()) > 1'/>}"),
+         u"3.0{true}"},
+        {u"<x:template match='i[2]'>second</x:template><x:template match='i[@k][1]'>first</x:template>"
+         u"<x:template match='p:i[position() = last()]' xmlns:p='urn:p'>last</x:template>",
+         u"firstsecondlast"},
+        {u"<x:template match='r//s//i[. = 3]'>deep</x:template><x:template match='/r//x//i|i[. &lt; "
+         u"2]'>one</x:template>",
+         u"onedeepx"},
+        {u"<x:template match='/r/*[@k][not(*)]' priority='2'>a</x:template><x:template "
+         u"match='r//*//i'>b</x:template>",
+         u"aba"},
+        {keys + all(u"<x:for-each select=\"key('n', 'b')|key('n', 3)|key('m', 1)\"><x:value-of "
+                    u"select='name()'/>,</x:for-each>"),
+         u"i,k,i,i,k,"},
+        {keys + u"<x:template match=\"key('n', '3')\">found</x:template>", u"1foundx"},
+        {u"<x:template match='i'><x:number/><x:number level='any' count='i[@k]|s' "
+         u"format='{\"a\"}'/><x:apply-templates/></x:template>",
+         u"1a12b1c3x"},
+        {all(u"<x:number value='9007199254740993 - count(//i)'/>"), u"9007199254740990"},
+        {u"<x:template match='i'>" + KZString(u'y', 600U) + u"</x:template><x:template match='text()'/>",
+         nullptr},
+    };
+    for (Case const & c : cases) {
+        KZString const text = source.TransformNode(Sheet(u"<x:output method='text'/>" + c.sheet));
+        EXPECT_EQ(text, c.text ? KZString(c.text) : KZString(u'y', 1200U)) << c.sheet.AsUTF8();
+    }
+}
+
+TEST(KZDOMTransform, EndsAtItsLimits) {
+    KZDOMDocument const source =
+        Parsed(u"<r><t>" + KZString(u'x', 1'000'000U) + u"</t>" + Repeated(u"<i k='v'/>", 20'000) +
+               Repeated(u"<a>", 200) + Repeated(u"</a>", 200) + u"</r>");
+    struct Case {
+        KZString sheet;
+        char16_t const * reason;
+    };
+    auto const each = [](KZString const & body) {
+        return u"<x:template match='/'><x:for-each select='//i'>" + body + u"</x:for-each></x:template>";
+    };
+    Case const cases[] = {
+        {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>", u"1,000 levels"},
+        {u"<x:template match='i'><x:apply-templates select='.'/></x:template>", u"1,000 levels"},
+        {each(u"<x:value-of select=\"contains(/r/t, 'y')\"/>"), u"200,000,000"},
+        {each(u"<x:variable name='v' select='string(/r/t)'/>"), u"200,000,000"},
+        {each(u"<x:value-of select='/r/t'/>"), u"200,000,000"},
+        {each(u"<b k='{/r/t}'/>"), u"200,000,000"},
+        {each(u"<x:copy-of select='/r/t'/>"), u"200,000,000"},
+        {each(KZString(u'y', 400'000U)), u"200,000,000"},
+        {each(u"<x:if test='/r/t = 1'/>"), u"200,000,000"},
+        {each(u"<x:apply-templates select='/r/t' mode='m'/>"), u"200,000,000"},
+        {u"<x:template match='i'><x:number level='any'/></x:template>", u"200,000,000"},
+        {Repeated(u"<x:template match='r/i' mode='m'/>", 9'000) +
+             each(u"<x:for-each select='//i'><x:apply-templates select='.' mode='m'/></x:for-each>"),
+         u"20,000,000"},
+        {Repeated(u"<x:template match='r/i'/>", 17'000), u"16,384"},
+        {each(u"<x:value-of select='" + Repeated(u"(", 300) + u"1" + Repeated(u")", 300) + u"'/>"),
+         u"250 levels"},
+    };
+    for (Case const & c : cases) {
+        try {
+            static_cast<void>(source.TransformNode(Sheet(u"<x:output method='text'/>" + c.sheet)));
+            ADD_FAILURE() << c.sheet.SubStr(0, 200).AsUTF8();
+        } catch (KZDOMException const & exception) {
+            EXPECT_EQ(exception.GetResultCode(), KZDOMResult::LimitExceeded)
+                << c.sheet.SubStr(0, 200).AsUTF8();
+            EXPECT_NE(KZString(exception.What()).Find(c.reason), KZString::npos)
+                << KZString(exception.What()).AsUTF8() << c.sheet.SubStr(0, 200).AsUTF8();
+        }
+    }
 }
 
 TEST(KZDOMSchema, Validates) {

@@ -1,5 +1,6 @@
 #include "ZerlithCore/platform/libxml2/DocumentObject.h"
 
+#include "ZerlithCore/platform/FileContent.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Utf8.h"
@@ -16,7 +17,7 @@ namespace KZPlatform {
 
 Document * CreateDocument() {
     LibXml2::Initialise();
-    return LibXml2::NewDocumentObject(LibXml2::NewDoc());
+    return LibXml2::NewDocumentObject(LibXml2::NewDoc(), false);
 }
 
 } // namespace KZPlatform
@@ -52,8 +53,9 @@ bool IsInstructionTarget(std::string const & name) {
 
 } // namespace
 
-Document * NewDocumentObject(OwnedDoc doc) {
+Document * NewDocumentObject(OwnedDoc doc, bool keepsWhiteSpace) {
     auto tree = std::make_unique<Tree>(std::move(doc));
+    tree->keepsWhiteSpace = keepsWhiteSpace;
     auto * const object = new DocumentObject(*tree);
     static_cast<void>(tree.release()); // the object holds it
     return object;
@@ -69,6 +71,7 @@ void DocumentObject::Take(OwnedDoc doc) {
     auto tree = std::make_unique<Tree>(std::move(doc));
     tree->schemas = Home().schemas;
     tree->lastError = Home().lastError;
+    tree->keepsWhiteSpace = Home().keepsWhiteSpace;
     Home().Detach(Home().DocNode(), *this);
     Tree & fresh = *tree.release();
     fresh.Attach(fresh.DocNode(), *this);
@@ -88,7 +91,7 @@ bool DocumentObject::Load(std::u16string_view text) {
     if (text.starts_with(u'\uFEFF')) text.remove_prefix(1);
     std::string const bytes = Utf8Of(text);
     Fault fault;
-    OwnedDoc doc = Parse(bytes, true, fault);
+    OwnedDoc doc = Parse(bytes, true, Home().keepsWhiteSpace, fault);
     fault.position =
         static_cast<std::uint32_t>(UnitsInUtf8(std::string_view(bytes).substr(0, fault.position)));
     return Finish(std::move(doc), std::move(fault));
@@ -99,7 +102,7 @@ bool DocumentObject::LoadFile(std::u16string_view path) {
     Fault fault;
     OwnedDoc doc;
     if (ReadFile(path, bytes)) {
-        doc = Parse(bytes, false, fault);
+        doc = Parse(bytes, false, Home().keepsWhiteSpace, fault);
     } else {
         fault.code = DocumentCode::CantRead;
         fault.reason = LastErrorReason();
@@ -110,20 +113,17 @@ bool DocumentObject::LoadFile(std::u16string_view path) {
 }
 
 DocumentResult DocumentObject::Save(std::u16string_view path) const {
-    ErrorScope const scope;
+    LibraryCall const call;
     std::unique_ptr<xmlBuffer, FreeBy<xmlBufferFree>> const buffer(Need(xmlBufferCreate()));
     xmlDoc * const doc = Home().Doc();
     char const * const encoding = doc->encoding ? reinterpret_cast<char const *>(doc->encoding) : "UTF-8";
     xmlSaveCtxt * const save = xmlSaveToBuffer(buffer.get(), encoding, XML_SAVE_AS_XML);
-    if (!save) return {DocumentCode::CantWrite, scope.Reason()};
+    if (!save) return {DocumentCode::CantWrite, call.Reason()};
     long const saved = xmlSaveDoc(save, doc);
-    if (xmlSaveClose(save) < 0 || saved < 0) return {DocumentCode::CantWrite, scope.Reason()};
-    FileHandle file;
-    bool const isWritten =
-        file.Open(path, FileAccess::Write, FileCreation::CreateAlways) &&
-        file.Write(xmlBufferContent(buffer.get()), static_cast<std::size_t>(xmlBufferLength(buffer.get()))) &&
-        file.Close();
-    if (!isWritten) return {DocumentCode::CantWrite, LastErrorReason()};
+    if (xmlSaveClose(save) < 0 || saved < 0) return {DocumentCode::CantWrite, call.Reason()};
+    std::string_view const bytes(reinterpret_cast<char const *>(xmlBufferContent(buffer.get())),
+                                 static_cast<std::size_t>(xmlBufferLength(buffer.get())));
+    if (!ReplaceFileContent(path, bytes)) return {DocumentCode::CantWrite, LastErrorReason()};
     return {};
 }
 

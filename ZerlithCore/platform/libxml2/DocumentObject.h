@@ -13,6 +13,8 @@ public:
 
     bool Load(std::u16string_view text) override;
     bool LoadFile(std::u16string_view path) override;
+    void KeepWhiteSpace(bool keep) noexcept override { Home().keepsWhiteSpace = keep; }
+    [[nodiscard]] bool KeepsWhiteSpace() const noexcept override { return Home().keepsWhiteSpace; }
     DocumentResult Save(std::u16string_view path) const override;
     DocumentResult AddSchema(std::u16string_view nameSpace, Document const & schema) override;
     DocumentResult Validate(bool & isValid) override;
@@ -31,6 +33,6 @@ private:
 };
 
 /// A new document, without references.
-[[nodiscard]] Document * NewDocumentObject(OwnedDoc doc);
+[[nodiscard]] Document * NewDocumentObject(OwnedDoc doc, bool keepsWhiteSpace);
 
 } // namespace KZPlatform::LibXml2

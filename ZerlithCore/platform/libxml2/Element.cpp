@@ -84,7 +84,7 @@ DocumentResult Element::SetAttribute(std::u16string_view name, std::u16string_vi
         SetAttributeValue(attribute, content);
         return {};
     }
-    ErrorScope const scope;
+    LibraryCall const call;
     std::size_t const colon = text.find(':');
     xmlNs * const ns =
         colon == text.npos ? nullptr : xmlSearchNs(Node()->doc, Node(), Chars(std::string(text, 0, colon)));

@@ -1,12 +1,14 @@
-// libxml2 keeps its error handlers a thread, so a scope may set and restore them. libxslt keeps one for the process: it is
-// replaced once, by one that looks for a scope on its thread and hands on to its predecessor where there is none.
+// libxml2 keeps its error handlers a thread, so a call may set and restore them. libxslt keeps one for the process: it is
+// replaced once, by one that looks for a call on its thread and hands on to its predecessor where there is none.
 #include "ZerlithCore/platform/libxml2/Library.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
+#include <libxml/globals.h>
 #include <libxml/parser.h>
+#include <libxml/threads.h>
 #include <libxml/xmlschemastypes.h>
 #include <libxml/xpath.h>
 #include <libxslt/xslt.h>
@@ -14,6 +16,7 @@
 
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 
 namespace KZPlatform::LibXml2 {
@@ -22,7 +25,7 @@ namespace {
 
 constexpr std::size_t MaxTextBytes = 4096; // of complaints that are kept
 
-thread_local ErrorScope * currentScope = nullptr;
+thread_local LibraryCall * currentCall = nullptr;
 
 xmlGenericErrorFunc hostXsltError = nullptr;
 void * hostXsltContext = nullptr;
@@ -34,8 +37,8 @@ void XsltError(void *, char const * format, ...) noexcept {
     int const length = std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     if (length < 0) return;
-    if (ErrorScope * const scope = ErrorScope::Current()) {
-        scope->AddText(text);
+    if (LibraryCall * const call = LibraryCall::Current()) {
+        call->AddText(text);
     } else if (hostXsltError) {
         hostXsltError(hostXsltContext, "%s", text);
     }
@@ -85,52 +88,82 @@ bool IsDocumentText(std::string_view utf8) noexcept {
     return true;
 }
 
-// --- ErrorScope
+// --- LibraryCall
 
-ErrorScope::ErrorScope() noexcept
-    : outer_(currentScope)
-    , oldStructured_(xmlStructuredError)
-    , oldStructuredContext_(xmlStructuredErrorContext)
-    , oldGeneric_(xmlGenericError)
-    , oldGenericContext_(xmlGenericErrorContext) {
-    currentScope = this;
+namespace {
+
+// The first use of libxml2 on a thread makes its globals there, and crashes if they can't be had. Of the C library a block
+// of a size that has just been freed is to be had.
+void MakeThreadGlobals() {
+    thread_local bool areMade = false;
+    if (areMade || xmlIsMainThread()) return;
+    std::free(Need(std::malloc(sizeof(xmlGlobalState))));
+    Need(xmlGetGlobalState());
+    areMade = true;
+}
+
+} // namespace
+
+LibraryCall::LibraryCall() : outer_(currentCall) {
+    MakeThreadGlobals();
+    oldStructured_ = xmlStructuredError;
+    oldStructuredContext_ = xmlStructuredErrorContext;
+    oldGeneric_ = xmlGenericError;
+    oldGenericContext_ = xmlGenericErrorContext;
+    currentCall = this;
     xmlSetStructuredErrorFunc(this, Structured);
     xmlSetGenericErrorFunc(this, Generic);
 }
 
-ErrorScope::~ErrorScope() {
+LibraryCall::~LibraryCall() {
     xmlSetStructuredErrorFunc(oldStructuredContext_, oldStructured_);
     xmlSetGenericErrorFunc(oldGenericContext_, oldGeneric_);
-    currentScope = outer_;
+    currentCall = outer_;
+    if (isOutOfMemory_ && outer_) outer_->NoteRefusal();
 }
 
-ErrorScope * ErrorScope::Current() noexcept { return currentScope; }
+LibraryCall * LibraryCall::Current() noexcept { return currentCall; }
 
-std::u16string ErrorScope::Reason() const { return MessageOf(message_.empty() ? text_ : message_); }
+bool LibraryCall::NoteRefusedMemory() noexcept {
+    if (!currentCall) return false;
+    currentCall->NoteRefusal();
+    return true;
+}
 
-void ErrorScope::Structured(void * self, xmlErrorPtr error) noexcept {
-    auto & scope = *static_cast<ErrorScope *>(self);
-    if (!scope.message_.empty() || !error || error->level < XML_ERR_ERROR || !error->message) return;
+void LibraryCall::NoteRefusal() noexcept {
+    if (isOutOfMemory_) return;
+    isOutOfMemory_ = true;
+    if (stop_) stop_(stopContext_);
+}
+
+std::u16string LibraryCall::Reason() const { return MessageOf(message_.empty() ? text_ : message_); }
+
+void LibraryCall::Structured(void * self, xmlErrorPtr error) noexcept {
+    auto & call = *static_cast<LibraryCall *>(self);
+    if (error && error->code == XML_ERR_NO_MEMORY) call.NoteRefusal();
+    if (!call.message_.empty() || !error || error->level < XML_ERR_ERROR || !error->message) return;
     try {
-        scope.message_ = error->message;
-        scope.line_ = error->line;
-    } catch (std::bad_alloc const &) { // the operation fails all the same, without a text
+        call.message_ = error->message;
+        call.line_ = error->line;
+    } catch (std::bad_alloc const &) {
+        call.NoteRefusal();
     }
 }
 
-void ErrorScope::Generic(void * self, char const * format, ...) noexcept {
+void LibraryCall::Generic(void * self, char const * format, ...) noexcept {
     char text[1024];
     std::va_list arguments;
     va_start(arguments, format);
     int const length = std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    if (length >= 0) static_cast<ErrorScope *>(self)->AddText(text);
+    if (length >= 0) static_cast<LibraryCall *>(self)->AddText(text);
 }
 
-void ErrorScope::AddText(std::string_view text) noexcept {
+void LibraryCall::AddText(std::string_view text) noexcept {
     try {
         if (text_.size() < MaxTextBytes) text_ += text;
-    } catch (std::bad_alloc const &) { // as above
+    } catch (std::bad_alloc const &) {
+        NoteRefusal();
     }
 }
 

@@ -57,29 +57,52 @@ inline std::string_view View(xmlChar const * text) noexcept {
 /// Whether all characters may stand in a document.
 [[nodiscard]] bool IsDocumentText(std::string_view utf8) noexcept;
 
-/// While it lives, what libxml2 and libxslt have to complain about on this thread comes here, not to standard error.
-class ErrorScope {
+/// While it lives, this thread is at work in libxml2 or libxslt. What they complain about on the thread comes here, not to
+/// standard error, and memory that the system refuses them is noticed.
+///
+/// Every operation has one as long as it calls either library, and asks `CheckMemory` before it makes its result known:
+/// what the libraries have done without memory may lack a part, whatever they say. Calls may nest; what was refused in
+/// an inner one was refused in the outer one, too.
+class LibraryCall {
 public:
-    ErrorScope() noexcept;
-    ~ErrorScope();
-    ErrorScope(ErrorScope const &) = delete;
-    ErrorScope & operator=(ErrorScope const &) = delete;
+    /// Errors: std::bad_alloc, when it is the thread's first one.
+    LibraryCall();
+    ~LibraryCall();
+    LibraryCall(LibraryCall const &) = delete;
+    LibraryCall & operator=(LibraryCall const &) = delete;
 
     /// The first error's text, or what was said without a code if there is no error.
     [[nodiscard]] std::u16string Reason() const;
     /// The line of the first error; 0 for unknown.
     [[nodiscard]] int Line() const noexcept { return line_; }
 
-    /// The handlers, to be given to contexts that have some of their own; `self` is an ErrorScope.
+    [[nodiscard]] bool IsOutOfMemory() const noexcept { return isOutOfMemory_; }
+    /// Errors: std::bad_alloc if memory has been refused since this was made.
+    void CheckMemory() const {
+        if (isOutOfMemory_) throw std::bad_alloc();
+    }
+    /// Calls `stop` with `context` once memory is refused. It may only set what is asked later: the library is in the middle
+    /// of its work then.
+    void StopWithoutMemory(void (*stop)(void *), void * context) noexcept {
+        stop_ = stop;
+        stopContext_ = context;
+    }
+
+    /// Tells the innermost call of this thread that memory was refused; false when there is none.
+    static bool NoteRefusedMemory() noexcept;
+
+    /// The handlers, to be given to contexts that have some of their own; `self` is a LibraryCall.
     static void Structured(void * self, xmlErrorPtr error) noexcept;
     static void Generic(void * self, char const * format, ...) noexcept;
 
     /// The innermost one of this thread.
-    static ErrorScope * Current() noexcept;
+    static LibraryCall * Current() noexcept;
     void AddText(std::string_view text) noexcept;
 
 private:
-    ErrorScope * outer_;
+    void NoteRefusal() noexcept;
+
+    LibraryCall * outer_;
     xmlStructuredErrorFunc oldStructured_;
     void * oldStructuredContext_;
     xmlGenericErrorFunc oldGeneric_;
@@ -87,6 +110,9 @@ private:
     std::string message_;
     std::string text_;
     int line_ = 0;
+    bool isOutOfMemory_ = false;
+    void (*stop_)(void *) = nullptr;
+    void * stopContext_ = nullptr;
 };
 
 } // namespace KZPlatform::LibXml2

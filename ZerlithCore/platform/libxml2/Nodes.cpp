@@ -39,7 +39,7 @@ bool HasDeclarationsAbove(xmlNode const * node) noexcept {
 using OwnedBuffer = std::unique_ptr<xmlBuffer, FreeBy<xmlBufferFree>>;
 
 void Save(xmlNode const * node, DocumentSink & sink) {
-    ErrorScope const scope;
+    LibraryCall const call;
     OwnedBuffer const buffer(Need(xmlBufferCreate()));
     xmlSaveCtxt * const save =
         Need(xmlSaveToBuffer(buffer.get(), "UTF-8", XML_SAVE_NO_DECL | XML_SAVE_AS_XML));
@@ -188,37 +188,35 @@ DocumentNodeList * NodeBase<Interface>::Children() const {
 template <class Interface>
 DocumentResult NodeBase<Interface>::Select(std::u16string_view path, DocumentNode *& found) const {
     found = nullptr;
-    Paths::Result set;
-    DocumentResult result = Home().GetPaths().Select(Node(), path, set);
-    if (result) found = Home().Wrap(Paths::FirstOf(*set));
+    std::vector<xmlNode *> nodes;
+    DocumentResult result = Home().GetPaths().Select(Node(), path, true, nodes);
+    if (!nodes.empty()) found = Home().Wrap(nodes.front());
     return result;
 }
 
 template <class Interface>
 DocumentResult NodeBase<Interface>::Select(std::u16string_view path, DocumentNodeList *& found) const {
     found = nullptr;
-    Paths::Result set;
-    DocumentResult result = Home().GetPaths().Select(Node(), path, set);
-    if (result) found = new NodeList(Home(), Paths::NodesOf(*set));
+    std::vector<xmlNode *> nodes;
+    DocumentResult result = Home().GetPaths().Select(Node(), path, false, nodes);
+    if (result) found = new NodeList(Home(), std::move(nodes));
     return result;
 }
 
 template <class Interface>
 DocumentResult NodeBase<Interface>::SelectText(std::u16string_view path, bool & isFound,
                                                DocumentSink & sink) const {
-    isFound = false;
-    Paths::Result set;
-    DocumentResult result = Home().GetPaths().Select(Node(), path, set);
-    if (!result) return result;
-    xmlNode const * const first = Paths::FirstOf(*set);
-    isFound = first != nullptr;
-    if (first) PutText(first, sink);
+    std::vector<xmlNode *> nodes;
+    DocumentResult result = Home().GetPaths().Select(Node(), path, true, nodes);
+    isFound = !nodes.empty();
+    if (isFound) PutText(nodes.front(), sink);
     return result;
 }
 
 template <class Interface>
 DocumentNode * NodeBase<Interface>::Clone(bool deep) const {
-    if (Node()->type == XML_DOCUMENT_NODE) return NewDocumentObject(CopyDoc(Home().Doc(), deep));
+    if (Node()->type == XML_DOCUMENT_NODE)
+        return NewDocumentObject(CopyDoc(Home().Doc(), deep), Home().keepsWhiteSpace);
     xmlNode * const copy = CopyNode(Node(), Home().Doc(), deep);
     return copy ? Home().WrapNew(copy) : nullptr;
 }

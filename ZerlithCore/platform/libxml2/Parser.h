@@ -47,6 +47,7 @@ private:
 };
 
 /// The document that `bytes` are, or null and the fault in `fault`. `isUtf8`: they are UTF-8, whatever they say.
-[[nodiscard]] OwnedDoc Parse(std::string_view bytes, bool isUtf8, Fault & fault);
+/// `keepsWhiteSpace`: texts of white space alone stay between elements.
+[[nodiscard]] OwnedDoc Parse(std::string_view bytes, bool isUtf8, bool keepsWhiteSpace, Fault & fault);
 
 } // namespace KZPlatform::LibXml2

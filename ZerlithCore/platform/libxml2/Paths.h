@@ -2,34 +2,32 @@
 /// XPath on one document.
 #pragma once
 
-#include "ZerlithCore/platform/libxml2/Library.h"
+#include "ZerlithCore/platform/libxml2/PathExpression.h"
+#include "ZerlithCore/platform/libxml2/PathValue.h"
 
-#include <libxml/xpath.h>
-
+#include <cstddef>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
 namespace KZPlatform::LibXml2 {
 
-/// Evaluates paths and keeps the compiled ones, so that a program's few paths are compiled once a document.
+/// Evaluates paths and keeps the read ones, so that a program's few paths are read once a document.
 class Paths {
 public:
-    explicit Paths(xmlDoc * doc);
+    explicit Paths(xmlDoc * doc) : doc_(doc) {}
     Paths(Paths const &) = delete;
     Paths & operator=(Paths const &) = delete;
 
-    using Result = std::unique_ptr<xmlXPathObject, FreeBy<xmlXPathFreeObject>>;
-
-    /// Puts the node-set that `path` finds from `context` into `found`, in document order.
-    DocumentResult Select(xmlNode * context, std::u16string_view path, Result & found);
-
-    /// What `found` has, without nodes that stand for declarations of namespaces.
-    [[nodiscard]] static xmlNode * FirstOf(xmlXPathObject const & found) noexcept;
-    [[nodiscard]] static std::vector<xmlNode *> NodesOf(xmlXPathObject const & found);
+    /// Puts the nodes that `path` finds from `context` into `found`, in document order: all, or the first one. Declarations
+    /// of namespaces aren't among them.
+    DocumentResult Select(xmlNode * context, std::u16string_view path, bool firstOnly,
+                          std::vector<xmlNode *> & found);
 
 private:
-    struct Compiled {
-        std::unique_ptr<xmlXPathCompExpr, FreeBy<xmlXPathFreeCompExpr>> expression;
+    struct Read {
+        PathExpression expression;
         std::vector<std::string> prefixes;
     };
     struct TextHash {
@@ -39,16 +37,18 @@ private:
         }
     };
 
-    [[nodiscard]] Compiled const * Compile(std::u16string_view path);
-    bool SetPrefixes(xmlNode * context, std::vector<std::string> const & prefixes);
-    DocumentResult Failure(std::u16string_view path) const;
-    static xmlXPathFunction FindFunction(void * self, xmlChar const * name, xmlChar const * uri) noexcept;
-    static void OnError(void * self, xmlErrorPtr error) noexcept;
+    [[nodiscard]] Read const & Find(std::u16string_view path);
+    [[nodiscard]] std::vector<std::string> Resolve(xmlNode * context,
+                                                   std::vector<std::string> const & prefixes) const;
 
-    std::unique_ptr<xmlXPathContext, FreeBy<xmlXPathFreeContext>> context_;
-    std::unordered_map<std::u16string, Compiled, TextHash, std::equal_to<>> compiled_;
-    std::vector<xmlNs *> scope_; // the declarations that the context looks prefixes up in
-    int error_ = 0;
+    xmlDoc * doc_;
+    std::unordered_map<std::u16string, Read, TextHash, std::equal_to<>> read_;
 };
+
+/// The namespace that a prefix means on a node, and on the root of a document. Errors, thrown: PathFailure::Prefix.
+[[nodiscard]] std::string UriOfPrefix(xmlNode * node, std::string const & prefix);
+
+/// What is told of a failure; the path follows.
+[[nodiscard]] char16_t const * TextOf(PathFailure failure) noexcept;
 
 } // namespace KZPlatform::LibXml2

@@ -19,7 +19,7 @@ namespace {
 constexpr char SchemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
 constexpr std::string_view NameStart = "x-schema:";
 
-using SchemaTexts = std::map<std::string, std::string>; // by name
+using SchemaTexts = std::map<std::string, std::string, std::less<>>; // by name
 
 thread_local SchemaTexts const * currentTexts = nullptr;
 
@@ -121,12 +121,12 @@ DocumentResult Schemas::Compile() {
         explicit Current(SchemaTexts const & now) { currentTexts = &now; }
         ~Current() { currentTexts = nullptr; }
     } const current(texts);
-    ErrorScope scope;
+    LibraryCall call;
     std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
         Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
-    xmlSchemaSetParserStructuredErrors(parser.get(), ErrorScope::Structured, &scope);
+    xmlSchemaSetParserStructuredErrors(parser.get(), LibraryCall::Structured, &call);
     compiled_.reset(xmlSchemaParse(parser.get()));
-    return compiled_ ? DocumentResult() : Bad(scope.Reason());
+    return compiled_ ? DocumentResult() : Bad(call.Reason());
 }
 
 DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
@@ -138,16 +138,16 @@ DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
     }
     if (!compiled_)
         if (DocumentResult result = Compile(); !result) return result;
-    ErrorScope scope;
+    LibraryCall call;
     std::unique_ptr<xmlSchemaValidCtxt, FreeBy<xmlSchemaFreeValidCtxt>> const context(
         Need(xmlSchemaNewValidCtxt(compiled_.get())));
-    xmlSchemaSetValidStructuredErrors(context.get(), ErrorScope::Structured, &scope);
+    xmlSchemaSetValidStructuredErrors(context.get(), LibraryCall::Structured, &call);
     int const outcome = xmlSchemaValidateDoc(context.get(), doc);
     if (outcome == 0) return {};
     fault.code = DocumentCode::Invalid;
-    fault.reason = scope.Reason();
+    fault.reason = call.Reason();
     if (fault.reason.empty()) fault.reason = u"The document can't be checked";
-    fault.line = static_cast<std::uint32_t>(std::max(scope.Line(), 0));
+    fault.line = static_cast<std::uint32_t>(std::max(call.Line(), 0));
     return {};
 }
 

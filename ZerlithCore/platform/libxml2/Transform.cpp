@@ -1,7 +1,10 @@
 // Stylesheet and source are copied before they meet: libxslt takes the stylesheet's document as its own, and takes white
-// space out of the source, whose texts somebody may hold.
+// space out of the source, whose texts somebody may hold. The stylesheet's copy loses its expressions (StylesheetProgram.h).
 #include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/libxml2/Nodes.h"
+#include "ZerlithCore/platform/libxml2/Paths.h"
+#include "ZerlithCore/platform/libxml2/StylesheetProgram.h"
+#include "ZerlithCore/platform/libxml2/TransformHost.h"
 
 #include <libxml/parserInternals.h>
 #include <libxslt/security.h>
@@ -9,17 +12,20 @@
 #include <libxslt/xsltInternals.h>
 #include <libxslt/xsltutils.h>
 
+#include <algorithm>
+#include <cstdint>
+
 namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr char XsltNamespace[] = "http://www.w3.org/1999/XSL/Transform";
-
 // Templates that call each other, and levels of the source: each takes stack.
 constexpr int MaxDepth = 1000;
-// Instructions, and steps of paths, that one transformation may take: half a minute or so.
+// Instructions that one transformation may take, while at most so many templates are tried for a node; and the work of all
+// else. Together half a minute or so.
 constexpr unsigned long MaxInstructions = 20'000'000;
-constexpr unsigned long MaxPathSteps = 200'000'000;
+constexpr std::size_t FreeTemplates = 64;
+constexpr std::uint64_t MaxWork = 200'000'000;
 
 using OwnedSheet = std::unique_ptr<xsltStylesheet, FreeBy<xsltFreeStylesheet>>;
 using OwnedTransform = std::unique_ptr<xsltTransformContext, FreeBy<xsltFreeTransformContext>>;
@@ -65,18 +71,19 @@ DocumentResult Failed(DocumentCode code, std::u16string reason) {
     return {code, std::move(reason)};
 }
 
-DocumentResult Compile(xmlNode const * node, OwnedSheet & sheet) {
+DocumentResult Compile(xmlNode const * node, OwnedSheet & sheet, StylesheetProgram & program) {
     OwnedDoc doc = CopyAsDoc(node);
     if (!xmlDocGetRootElement(doc.get()))
         return Failed(DocumentCode::BadStylesheet, u"The stylesheet is empty");
     if (IsTooDeep(doc.get())) return Failed(DocumentCode::LimitExceeded, u"The stylesheet nests too deep");
     if (LoadsOthers(doc.get()))
         return Failed(DocumentCode::BadStylesheet, u"The stylesheet wants others, and nothing is loaded");
-    ErrorScope const scope;
+    if (DocumentResult result = program.Take(doc.get()); !result) return result;
+    LibraryCall const call;
     sheet.reset(xsltParseStylesheetDoc(doc.get()));
-    if (!sheet) return Failed(DocumentCode::BadStylesheet, scope.Reason());
+    if (!sheet) return Failed(DocumentCode::BadStylesheet, call.Reason());
     static_cast<void>(doc.release()); // the stylesheet's now
-    if (sheet->errors != 0) return Failed(DocumentCode::BadStylesheet, scope.Reason());
+    if (sheet->errors != 0) return Failed(DocumentCode::BadStylesheet, call.Reason());
     return {};
 }
 
@@ -89,22 +96,48 @@ OwnedRights NoRights() {
     return rights;
 }
 
-DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, OwnedDoc & result) {
+// Tells a limit that was met from whatever else has ended the transformation.
+DocumentResult ReasonOf(TransformHost const & host, xsltTransformContext const & context,
+                        LibraryCall const & call) {
+    auto const limit = [](char16_t const * reason) { return Failed(DocumentCode::LimitExceeded, reason); };
+    if (host.Failure() == PathFailure::Work)
+        return limit(u"The transformation takes more than 200,000,000 steps");
+    if (host.Failure() == PathFailure::Nesting)
+        return limit(u"The transformation comes to nodes that nest deeper than 1,000 levels");
+    if (context.opCount >= context.opLimit)
+        return limit(u"The transformation takes more than 20,000,000 instructions, or too many with so many "
+                     u"templates");
+    std::u16string reason = call.Reason();
+    if (reason.find(u"infinite template recursion") != reason.npos)
+        return limit(u"The templates nest deeper than 1,000 levels, or have too many variables");
+    if (host.Failure() && host.Failure() != PathFailure::Host)
+        reason = TextOf(*host.Failure()) + std::u16string(u"in the stylesheet");
+    return Failed(DocumentCode::TransformFailed, std::move(reason));
+}
+
+DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, StylesheetProgram const & program,
+                   OwnedDoc & result) {
     OwnedDoc const source = CopyAsDoc(node);
     if (IsTooDeep(source.get())) return Failed(DocumentCode::LimitExceeded, u"The document nests too deep");
-    ErrorScope scope;
+    LibraryCall call;
     OwnedRights const rights = NoRights();
     OwnedTransform const context(Need(xsltNewTransformContext(sheet, source.get())));
     if (xsltSetCtxtSecurityPrefs(rights.get(), context.get()) != 0)
         return Failed(DocumentCode::TransformFailed, {});
-    xsltSetTransformErrorFunc(context.get(), &scope, ErrorScope::Generic);
+    xsltSetTransformErrorFunc(context.get(), &call, LibraryCall::Generic);
+    std::size_t const templates = std::max(program.TemplatesForANode(), FreeTemplates);
     context->maxTemplateDepth = MaxDepth;
-    context->opLimit = MaxInstructions;
-    context->xpathCtxt->opLimit = MaxPathSteps;
+    context->opLimit = MaxInstructions / (templates / FreeTemplates);
+    context->xpathCtxt->opLimit = MaxWork; // of what is left to libxml2
+    TransformHost const host(program, *context, MaxWork);
+    call.StopWithoutMemory(
+        [](void * stopped) { static_cast<xsltTransformContext *>(stopped)->state = XSLT_STATE_STOPPED; },
+        context.get());
     result.reset(xsltApplyStylesheetUser(sheet, source.get(), nullptr, nullptr, nullptr, context.get()));
+    call.CheckMemory();
     if (result && context->state == XSLT_STATE_OK) return {};
     result.reset();
-    return Failed(DocumentCode::TransformFailed, scope.Reason());
+    return ReasonOf(host, *context, call);
 }
 
 // A result may be any list of nodes, or be marked as output for browsers, or have texts that aren't to be escaped. What
@@ -138,23 +171,25 @@ DocumentResult MakeDocument(OwnedDoc & result) {
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, OwnedDoc & result) {
     QuietFloatingPoint const quiet;
     OwnedSheet sheet;
-    DocumentResult outcome = Compile(stylesheet, sheet);
-    if (outcome) outcome = Run(source, sheet.get(), result);
+    StylesheetProgram program;
+    DocumentResult outcome = Compile(stylesheet, sheet, program);
+    if (outcome) outcome = Run(source, sheet.get(), program, result);
     return outcome ? MakeDocument(result) : outcome;
 }
 
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, DocumentSink & sink) {
     QuietFloatingPoint const quiet;
     OwnedSheet sheet;
+    StylesheetProgram program;
     OwnedDoc result;
-    DocumentResult outcome = Compile(stylesheet, sheet);
-    if (outcome) outcome = Run(source, sheet.get(), result);
+    DocumentResult outcome = Compile(stylesheet, sheet, program);
+    if (outcome) outcome = Run(source, sheet.get(), program, result);
     if (!outcome) return outcome;
-    ErrorScope const scope;
+    LibraryCall const call;
     xmlOutputBuffer * const buffer = Need(xmlAllocOutputBuffer(nullptr));
     std::unique_ptr<xmlOutputBuffer, FreeBy<xmlOutputBufferClose>> const closes(buffer);
     if (xsltSaveResultTo(buffer, result.get(), sheet.get()) < 0)
-        return Failed(DocumentCode::TransformFailed, scope.Reason());
+        return Failed(DocumentCode::TransformFailed, call.Reason());
     sink.Append(
         {reinterpret_cast<char const *>(xmlOutputBufferGetContent(buffer)), xmlOutputBufferGetSize(buffer)});
     return {};

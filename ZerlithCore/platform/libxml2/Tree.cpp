@@ -214,7 +214,7 @@ void Tree::Move(xmlNode * node, xmlNode * parent, xmlNode * before) {
 
     if (node->parent) Unlink(node);
     if (isForeign) {
-        ErrorScope const scope;
+        LibraryCall const call;
         if (xmlDOMWrapAdoptNode(nullptr, source.Doc(), node, Doc(), parent, 0) != 0) throw std::bad_alloc();
     }
     Link(node, parent, before);
@@ -333,7 +333,7 @@ void CopyBelow(xmlNode const * top, xmlNode * copy, xmlDoc * doc, NamespaceMap &
 } // namespace
 
 xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
-    ErrorScope const scope;
+    LibraryCall const call;
     if (node->type == XML_ATTRIBUTE_NODE) {
         auto const * const attribute = reinterpret_cast<xmlAttr const *>(node);
         std::string room;
@@ -354,7 +354,7 @@ xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
 }
 
 OwnedDoc CopyDoc(xmlDoc const * doc, bool deep) {
-    ErrorScope const scope;
+    LibraryCall const call;
     OwnedDoc copy = NewDoc();
     if (doc->encoding) copy->encoding = Need(xmlStrdup(doc->encoding));
     if (doc->URL) copy->URL = Need(xmlStrdup(doc->URL));

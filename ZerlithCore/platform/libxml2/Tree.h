@@ -98,6 +98,7 @@ public:
     /// What outlives a change of the content.
     std::shared_ptr<Schemas> schemas;
     std::shared_ptr<ParseError const> lastError;
+    bool keepsWhiteSpace = false;
 
 private:
     [[nodiscard]] bool IsOrphan(xmlNode const * root) const noexcept { return root != DocNode(); }

@@ -1,0 +1,139 @@
+/// @file
+/// The axes of XPath on libxml2's trees.
+#pragma once
+
+#include "ZerlithCore/platform/libxml2/PathValue.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace KZPlatform::LibXml2 {
+
+/// Whether the axis goes against the order of the document.
+[[nodiscard]] constexpr bool IsReverse(PathAxis axis) noexcept {
+    return axis == PathAxis::Ancestor || axis == PathAxis::AncestorOrSelf || axis == PathAxis::Preceding ||
+           axis == PathAxis::PrecedingSibling;
+}
+
+/// Whether no node is on the axis of two others.
+[[nodiscard]] constexpr bool LeadsToDistinctNodes(PathAxis axis) noexcept {
+    return axis == PathAxis::Self || axis == PathAxis::Child || axis == PathAxis::Attribute ||
+           axis == PathAxis::Namespace;
+}
+
+/// Whether none of the nodes on the axis is below another.
+[[nodiscard]] constexpr bool IsFlat(PathAxis axis) noexcept {
+    return LeadsToDistinctNodes(axis) || axis == PathAxis::Parent || axis == PathAxis::FollowingSibling ||
+           axis == PathAxis::PrecedingSibling;
+}
+
+/// Whether it is of a kind that paths can find.
+[[nodiscard]] inline bool IsPathNode(PathNode const & node) noexcept {
+    if (node.declaration) return true;
+    switch (node.node->type) {
+    case XML_ELEMENT_NODE:
+    case XML_ATTRIBUTE_NODE:
+    case XML_TEXT_NODE:
+    case XML_CDATA_SECTION_NODE:
+    case XML_COMMENT_NODE:
+    case XML_PI_NODE:
+    case XML_DOCUMENT_NODE:
+    case XML_HTML_DOCUMENT_NODE: return true;
+    default: return false;
+    }
+}
+
+/// The declarations of namespaces that hold on an element, that of "xml" first.
+[[nodiscard]] std::vector<xmlNs const *> NamespacesOn(xmlNode const * element, PathBudget & budget);
+
+/// Of nodes in order, one behind whose end, with all that is below, all stands that is behind the end of any.
+[[nodiscard]] PathNode EndingFirst(PathNodes const & nodes, PathBudget & budget);
+
+namespace PathDetail {
+
+[[nodiscard]] inline xmlNode * LastBelow(xmlNode * node, PathBudget & budget) {
+    for (; FirstBelow(node); node = node->last) budget.Spend();
+    return node;
+}
+
+// Upwards to a node with a sibling in that direction, and there; null at the end.
+[[nodiscard]] inline xmlNode * Beyond(xmlNode * node, xmlNode * xmlNode::*direction, PathBudget & budget) {
+    for (; node && !(node->*direction); node = node->parent) budget.Spend();
+    return node ? node->*direction : nullptr;
+}
+
+// The node itself, or the one where an attribute or a declaration stands.
+[[nodiscard]] inline xmlNode * Anchor(PathNode const & node) noexcept {
+    return node.IsAttribute() ? node.node->parent : node.node;
+}
+
+} // namespace PathDetail
+
+/// Calls `visit` with the nodes on an axis, from the nearest one on, until it returns false. Nodes are those of all kinds.
+template <class Visit>
+void WalkAxis(PathAxis axis, PathNode const & from, PathBudget & budget, Visit visit) {
+    auto const goOn = [&](xmlNode * node) {
+        budget.Spend();
+        return visit(PathNode{node, nullptr});
+    };
+    bool const isInTree = !from.declaration && !from.IsAttribute();
+    xmlNode * const node = from.node;
+    switch (axis) {
+    case PathAxis::Self:
+        budget.Spend();
+        visit(from);
+        return;
+    case PathAxis::Child:
+        for (xmlNode * at = isInTree ? FirstBelow(node) : nullptr; at && goOn(at);) at = at->next;
+        return;
+    case PathAxis::DescendantOrSelf:
+        budget.Spend();
+        if (!visit(from)) return;
+        [[fallthrough]];
+    case PathAxis::Descendant:
+        for (xmlNode * at = isInTree ? FirstBelow(node) : nullptr; at && goOn(at);) at = NextBelow(at, node);
+        return;
+    case PathAxis::Parent:
+        if (xmlNode * const parent = from.Parent().node) goOn(parent);
+        return;
+    case PathAxis::AncestorOrSelf:
+        budget.Spend();
+        if (!visit(from)) return;
+        [[fallthrough]];
+    case PathAxis::Ancestor:
+        for (xmlNode * at = from.Parent().node; at && goOn(at);) at = at->parent;
+        return;
+    case PathAxis::FollowingSibling:
+        for (xmlNode * at = isInTree ? node->next : nullptr; at && goOn(at);) at = at->next;
+        return;
+    case PathAxis::PrecedingSibling:
+        for (xmlNode * at = isInTree ? node->prev : nullptr; at && goOn(at);) at = at->prev;
+        return;
+    case PathAxis::Following:
+        for (xmlNode * top = PathDetail::Anchor(from);
+             (top = PathDetail::Beyond(top, &xmlNode::next, budget));)
+            for (xmlNode * at = top; at; at = NextBelow(at, top))
+                if (!goOn(at)) return;
+        return;
+    case PathAxis::Preceding:
+        for (xmlNode * top = PathDetail::Anchor(from);
+             (top = PathDetail::Beyond(top, &xmlNode::prev, budget));)
+            for (xmlNode * at = PathDetail::LastBelow(top, budget);;) {
+                if (!goOn(at)) return;
+                if (at == top) break;
+                at = at->prev ? PathDetail::LastBelow(at->prev, budget) : at->parent;
+            }
+        return;
+    case PathAxis::Attribute:
+        if (from.declaration || node->type != XML_ELEMENT_NODE) return;
+        for (xmlAttr * at = node->properties; at && goOn(reinterpret_cast<xmlNode *>(at));) at = at->next;
+        return;
+    case PathAxis::Namespace:
+        if (from.declaration || node->type != XML_ELEMENT_NODE) return;
+        for (xmlNs const * const declaration : NamespacesOn(node, budget))
+            if (!visit(PathNode{node, declaration})) return;
+        return;
+    }
+}
+
+} // namespace KZPlatform::LibXml2

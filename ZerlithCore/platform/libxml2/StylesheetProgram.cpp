@@ -1,0 +1,394 @@
+// Patterns stay libxslt's, but for their predicates. One with several "//" would make it try all combinations of ancestors, so
+// its last step becomes the pattern and the others a predicate that asks for ancestors. The nodes of a key are found by a
+// predicate on any node in the same way. Patterns that ask for positions stay as they are.
+#include "ZerlithCore/platform/libxml2/StylesheetProgram.h"
+
+#include "ZerlithCore/platform/libxml2/Element.h"
+#include "ZerlithCore/platform/libxml2/Paths.h"
+#include "ZerlithCore/platform/libxml2/Tree.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace KZPlatform::LibXml2 {
+
+namespace {
+
+// Elements of the stylesheet's root, some of which are compared with each other.
+constexpr std::size_t MaxTopElements = 16'384;
+// What an instruction may copy from the stylesheet without being counted: bytes, and attributes.
+constexpr std::size_t FreeBytes = 512;
+constexpr std::size_t FreeAttributes = 16;
+
+struct ExpressionAttribute {
+    std::string_view element; // of XSLT
+    std::string_view name;
+    ExpressionUse use;
+};
+constexpr std::array ExpressionAttributes{
+    ExpressionAttribute{"apply-templates", "select", ExpressionUse::Templates},
+    ExpressionAttribute{"copy-of", "select", ExpressionUse::Copy},
+    ExpressionAttribute{"for-each", "select", ExpressionUse::Value},
+    ExpressionAttribute{"if", "test", ExpressionUse::Truth},
+    ExpressionAttribute{"key", "use", ExpressionUse::KeyValue},
+    ExpressionAttribute{"number", "value", ExpressionUse::Number},
+    ExpressionAttribute{"param", "select", ExpressionUse::Value},
+    ExpressionAttribute{"sort", "select", ExpressionUse::SortKey},
+    ExpressionAttribute{"value-of", "select", ExpressionUse::Text},
+    ExpressionAttribute{"variable", "select", ExpressionUse::Value},
+    ExpressionAttribute{"when", "test", ExpressionUse::Truth},
+    ExpressionAttribute{"with-param", "select", ExpressionUse::Value},
+};
+constexpr std::array<std::string_view, 3> PatternAttributes{"count", "from", "match"};
+// Of XSLT's elements; all attributes of others may have expressions in braces.
+constexpr std::array<std::string_view, 10> TemplateAttributes{
+    "case-order", "data-type", "format", "grouping-separator", "grouping-size",
+    "href",       "lang",      "name",   "namespace",          "order"};
+
+// XSLT's elements that have others but no instructions in them.
+constexpr std::array<std::string_view, 7> Bare{"apply-templates", "attribute-set", "call-template", "choose",
+                                               "stylesheet",      "text",          "transform"};
+
+bool IsXslt(xmlNode const * node, std::string_view name = {}) {
+    return node->type == XML_ELEMENT_NODE && node->ns && View(node->ns->href) == XsltNamespace &&
+           (name.empty() || View(node->name) == name);
+}
+
+std::string ValueOf(xmlAttr const * attribute) {
+    std::string room;
+    return std::string(AttributeValue(attribute, room));
+}
+
+xmlAttr * FindAttribute(xmlNode const * element, std::string_view name) {
+    xmlAttr * attribute = element->properties;
+    while (attribute && (attribute->ns || View(attribute->name) != name)) attribute = attribute->next;
+    return attribute;
+}
+
+// The place behind a literal, or a bracket with all in it, that begins at `start`; the end of the text if it isn't closed.
+std::size_t BehindBracket(std::string_view text, std::size_t start) {
+    int depth = 0;
+    for (std::size_t at = start; at < text.size(); ++at) {
+        if (text[at] == '"' || text[at] == '\'') {
+            at = std::min(text.find(text[at], at + 1), text.size());
+        } else if (text[at] == '[') {
+            ++depth;
+        } else if (text[at] == ']') {
+            --depth;
+        }
+        if (depth <= 0) return std::min(at + 1, text.size());
+    }
+    return text.size();
+}
+
+// The alternatives of a pattern.
+std::vector<std::string_view> AlternativesIn(std::string_view pattern) {
+    std::vector<std::string_view> all;
+    std::size_t start = 0;
+    for (std::size_t at = 0; at < pattern.size();) {
+        char const unit = pattern[at];
+        if (unit == '|') {
+            all.push_back(pattern.substr(start, at - start));
+            start = at + 1;
+        }
+        bool const isGroup = unit == '[' || unit == '"' || unit == '\'';
+        at = isGroup ? BehindBracket(pattern, at) : at + 1;
+    }
+    all.push_back(pattern.substr(start));
+    return all;
+}
+
+// The last step, without its predicates.
+std::string LastStepOf(std::string_view alternative) {
+    std::size_t start = 0;
+    std::size_t end = alternative.size();
+    for (std::size_t at = 0; at < alternative.size();) {
+        char const unit = alternative[at];
+        if (unit == '/') {
+            start = at + 1;
+            end = alternative.size();
+        }
+        if (unit == '[') end = std::min(end, at);
+        bool const isGroup = unit == '[' || unit == '"' || unit == '\'';
+        at = isGroup ? BehindBracket(alternative, at) : at + 1;
+    }
+    return std::string(alternative.substr(start, end - start));
+}
+
+bool HasVariable(PathExpression const & expression) {
+    auto const anyOf = [](std::vector<PathExpression> const & all) {
+        return std::ranges::any_of(all, HasVariable);
+    };
+    return expression.kind == PathExpression::Kind::Variable || anyOf(expression.operands) ||
+           anyOf(expression.predicates) || std::ranges::any_of(expression.steps, [&](PathStep const & step) {
+               return anyOf(step.predicates);
+           });
+}
+
+// "key(name, value)" without steps: libxslt would look for each node among all that have the key.
+bool IsKeyPattern(PathExpression const & pattern) {
+    return pattern.kind == PathExpression::Kind::Call && pattern.text == "key" &&
+           pattern.operands.size() == 2;
+}
+
+bool IsPlainPattern(PathExpression const & pattern) {
+    return pattern.kind == PathExpression::Kind::Path && pattern.operands.empty() && !pattern.steps.empty() &&
+           std::ranges::all_of(pattern.steps, [](PathStep const & step) {
+               bool const isStep = step.axis == PathAxis::Child || step.axis == PathAxis::Descendant ||
+                                   step.axis == PathAxis::Attribute;
+               return isStep && std::ranges::none_of(step.predicates, &PathExpression::IsPositional);
+           });
+}
+
+PathExpression StepFrom(PathAxis axis, PathTest test, std::vector<PathExpression> predicates) {
+    PathExpression path;
+    path.steps.push_back({axis, std::move(test), std::move(predicates)});
+    return path;
+}
+
+// Whether the node is the one that only the root of a document is a parent of.
+PathExpression BelowRoot() {
+    PathExpression call;
+    call.kind = PathExpression::Kind::Call;
+    call.function = PathFunction::Not;
+    call.type = PathType::Boolean;
+    call.operands.push_back(StepFrom(PathAxis::Parent, {}, {}));
+    return StepFrom(PathAxis::Parent, {}, {std::move(call)});
+}
+
+// A plain pattern as a condition on the node, in turn with one on its parent or an ancestor. The name of an attribute isn't
+// asked for.
+PathExpression ConditionOf(PathExpression pattern) {
+    std::optional<PathExpression> above;
+    if (pattern.isAbsolute && pattern.steps.front().axis != PathAxis::Descendant) above = BelowRoot();
+    for (std::size_t i = 0; i < pattern.steps.size(); ++i) {
+        PathStep & step = pattern.steps[i];
+        PathAxis axis = PathAxis::Self;
+        if (i + 1 < pattern.steps.size())
+            axis = pattern.steps[i + 1].axis == PathAxis::Descendant ? PathAxis::Ancestor : PathAxis::Parent;
+        if (step.axis == PathAxis::Attribute) step.test = {};
+        if (above) step.predicates.push_back(std::move(*above));
+        above = StepFrom(axis, std::move(step.test), std::move(step.predicates));
+    }
+    return std::move(*above);
+}
+
+// Whether libxslt would try combinations of ancestors, or look for the node in a list of all that match.
+bool IsCostly(PathExpression const & pattern) {
+    auto const jumps = std::ranges::count(pattern.steps, PathAxis::Descendant, &PathStep::axis);
+    bool const isFirstFree = pattern.isAbsolute && pattern.steps.front().axis == PathAxis::Descendant;
+    return jumps > (isFirstFree ? 2 : 1) || std::ranges::any_of(pattern.steps, [](PathStep const & step) {
+               return step.predicates.size() > 1;
+           });
+}
+
+} // namespace
+
+// --- Reading
+
+DocumentResult StylesheetProgram::Take(xmlDoc * doc) {
+    xmlNode * const root = xmlDocGetRootElement(doc);
+    std::size_t tops = 0;
+    for (xmlNode const * child = root->children; child; child = child->next) ++tops;
+    if (IsXslt(root) && tops > MaxTopElements)
+        return {DocumentCode::LimitExceeded,
+                u"The stylesheet has more than 16,384 declarations and templates"};
+    std::vector<xmlNode *> nodes; // as they are before any is put in
+    for (xmlNode * at = root; at; at = NextBelow(at, root)) nodes.push_back(at);
+    for (xmlNode * const node : nodes) {
+        try {
+            if (node->type == XML_ELEMENT_NODE) TakeFrom(node);
+            if (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE) CountText(node);
+        } catch (PathFailure failure) {
+            bool const isLimit = failure == PathFailure::Nesting;
+            return {isLimit ? DocumentCode::LimitExceeded : DocumentCode::BadStylesheet,
+                    TextOf(failure) + (u"in " + Quoted(UnitsOf(View(node->name))))};
+        }
+    }
+    return {};
+}
+
+void StylesheetProgram::TakeFrom(xmlNode * element) {
+    bool const isXslt = IsXslt(element);
+    std::size_t bytes = 0;
+    std::size_t count = 0;
+    for (xmlAttr * attribute = element->properties; attribute; attribute = attribute->next, ++count) {
+        bytes += ValueOf(attribute).size();
+        if (attribute->ns && (isXslt || View(attribute->ns->href) == XsltNamespace)) continue;
+        TakeAttribute(element, attribute, isXslt);
+    }
+    if (IsXslt(element, "template")) CountTemplate(element);
+    if (IsXslt(element, "apply-templates")) AddDefault(element, "select", "node()", ExpressionUse::Templates);
+    if (IsXslt(element, "sort")) AddDefault(element, "select", ".", ExpressionUse::SortKey);
+    if (IsXslt(element, "number") && !FindAttribute(element, "value")) {
+        xmlAttr const * const level = FindAttribute(element, "level");
+        StylesheetExpression counting;
+        counting.use = ExpressionUse::Numbering;
+        counting.isAnyLevel = level && ValueOf(level) == "any";
+        InsertCount(element, std::move(counting));
+    }
+    // Attributes of an element that goes to the result are compared with each other.
+    if (isXslt || (bytes <= FreeBytes && count <= FreeAttributes)) return;
+    StylesheetExpression copying;
+    copying.use = ExpressionUse::Weight;
+    copying.weight = bytes / 8 + count * count;
+    InsertCount(element, std::move(copying));
+}
+
+void StylesheetProgram::TakeAttribute(xmlNode * element, xmlAttr * attribute, bool isXslt) {
+    std::string_view const name = View(attribute->name);
+    std::string const value = ValueOf(attribute);
+    if (!isXslt || std::ranges::find(TemplateAttributes, name) != TemplateAttributes.end()) {
+        if (value.find('{') != value.npos) SetAttributeValue(attribute, CallsInTemplate(element, value));
+        return;
+    }
+    if (std::ranges::find(PatternAttributes, name) != PatternAttributes.end())
+        return SetAttributeValue(attribute, CallsInPatterns(element, value, name == "match"));
+    std::string_view const own = View(element->name);
+    for (ExpressionAttribute const & known : ExpressionAttributes)
+        if (known.element == own && known.name == name)
+            return SetAttributeValue(attribute, Call(element, value, known.use));
+}
+
+void StylesheetProgram::AddDefault(xmlNode * element, char const * name, std::string_view path,
+                                   ExpressionUse use) {
+    if (FindAttribute(element, name)) return;
+    Need(xmlNewProp(element, Chars(name), Chars(Call(element, path, use))));
+}
+
+void StylesheetProgram::CountTemplate(xmlNode * element) {
+    xmlAttr const * const match = FindAttribute(element, "match");
+    if (!match) return;
+    xmlAttr const * const mode = FindAttribute(element, "mode");
+    std::string const pattern = ValueOf(match);
+    for (std::string_view const alternative : AlternativesIn(pattern)) {
+        std::string const step = LastStepOf(alternative);
+        bool const isName = step.find_first_of("*(:") == step.npos;
+        ++templates_[{mode ? ValueOf(mode) : std::string(), isName ? step : std::string()}];
+    }
+}
+
+std::size_t StylesheetProgram::TemplatesForANode() const noexcept {
+    std::size_t most = 0;
+    std::size_t unnamed = 0;
+    for (auto const & [key, count] : templates_) {
+        if (key.second.empty()) unnamed += count;
+        most = std::max(most, count);
+    }
+    return most + unnamed;
+}
+
+void StylesheetProgram::CountText(xmlNode * text) {
+    std::size_t const bytes = View(text->content).size();
+    if (bytes <= FreeBytes || !text->parent || text->parent->type != XML_ELEMENT_NODE) return;
+    StylesheetExpression copying;
+    copying.use = ExpressionUse::Weight;
+    copying.weight = bytes / 8;
+    InsertCount(IsXslt(text->parent, "text") ? text->parent : text, std::move(copying));
+}
+
+void StylesheetProgram::InsertCount(xmlNode * before, StylesheetExpression expression) {
+    xmlNode * const parent = before->parent;
+    xmlNs * const ns = xmlSearchNsByHref(parent->doc, parent, Chars(XsltNamespace.data()));
+    bool const mayStandThere = ns && parent->type == XML_ELEMENT_NODE &&
+                               !(IsXslt(parent) && std::ranges::find(Bare, View(parent->name)) != Bare.end());
+    if (!mayStandThere) return;
+    xmlNode * const count = Need(xmlNewDocNode(before->doc, ns, Chars("if"), nullptr));
+    Link(count, parent, before);
+    Need(xmlNewProp(count, Chars("test"), Chars(Call(std::move(expression)))));
+}
+
+// --- Expressions
+
+StylesheetExpression StylesheetProgram::Read(xmlNode * element, std::string_view path,
+                                             ExpressionUse use) const {
+    StylesheetExpression read;
+    read.use = use;
+    std::vector<std::string> prefixes;
+    read.expression = ParsePath(path, prefixes);
+    for (std::string const & prefix : prefixes) read.uris.push_back(UriOfPrefix(element, prefix));
+    return read;
+}
+
+std::string StylesheetProgram::Call(StylesheetExpression expression) {
+    expressions_.push_back(std::move(expression));
+    return std::string(ExpressionFunction) + "(" + std::to_string(expressions_.size() - 1) + ")";
+}
+
+std::string StylesheetProgram::Call(xmlNode * element, std::string_view path, ExpressionUse use) {
+    StylesheetExpression read = Read(element, path, use);
+    // Keys are made when one is asked for, which may be in the middle of a variable.
+    if (IsXslt(element, "key") && HasVariable(read.expression)) throw PathFailure::Variable;
+    return Call(std::move(read));
+}
+
+StylesheetExpression const * StylesheetProgram::Find(double number) const noexcept {
+    bool const isKnown = number >= 0 && number < static_cast<double>(expressions_.size());
+    return isKnown ? &expressions_[static_cast<std::size_t>(number)] : nullptr;
+}
+
+// Expressions in braces; double braces are characters. What isn't closed stays for libxslt to complain of.
+std::string StylesheetProgram::CallsInTemplate(xmlNode * element, std::string_view text) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        bool const isCharacter = text[at] != '{' || text.substr(at).starts_with("{{");
+        if (isCharacter || text.substr(at).starts_with("{}")) {
+            std::size_t const length = text[at] == '{' ? 2 : 1;
+            result += text.substr(at, length);
+            at += length;
+            continue;
+        }
+        std::size_t end = at + 1;
+        while (end < text.size() && text[end] != '}') {
+            bool const isLiteral = text[end] == '"' || text[end] == '\'';
+            end = isLiteral ? BehindBracket(text, end) : end + 1;
+        }
+        if (end == text.size()) return result += text.substr(at);
+        result += "{" + Call(element, text.substr(at + 1, end - at - 1), ExpressionUse::Text) + "}";
+        at = end + 1;
+    }
+    return result;
+}
+
+std::string StylesheetProgram::CallsInPatterns(xmlNode * element, std::string_view pattern,
+                                               bool mayHaveNoVariables) {
+    std::string result;
+    for (std::string_view const alternative : AlternativesIn(pattern)) {
+        StylesheetExpression read = Read(element, alternative, ExpressionUse::Truth);
+        if (mayHaveNoVariables && HasVariable(read.expression)) throw PathFailure::Variable;
+        if (!result.empty()) result += '|';
+        bool const isKey = IsXslt(element, "key"); // whose nodes are looked for by "//" and the pattern
+        if (IsKeyPattern(read.expression) && !isKey) {
+            read.expression.text = HasKeyFunction;
+            result += "node()[" + Call(std::move(read)) + "]";
+            continue;
+        }
+        if (!IsPlainPattern(read.expression) || !(isKey || IsCostly(read.expression))) {
+            result += CallsInPredicates(element, alternative);
+            continue;
+        }
+        bool const isNode = isKey && read.expression.steps.back().axis != PathAxis::Attribute;
+        result += isNode ? "node()" : LastStepOf(alternative);
+        read.expression = ConditionOf(std::move(read.expression));
+        result += "[" + Call(std::move(read)) + "]";
+    }
+    return result;
+}
+
+std::string StylesheetProgram::CallsInPredicates(xmlNode * element, std::string_view alternative) {
+    std::string result;
+    for (std::size_t at = 0; at < alternative.size();) {
+        bool const isGroup = alternative[at] == '[' || alternative[at] == '"' || alternative[at] == '\'';
+        std::string_view const piece =
+            alternative.substr(at, isGroup ? BehindBracket(alternative, at) - at : 1);
+        bool const isPredicate = piece.size() > 2 && piece.front() == '[' && piece.back() == ']';
+        result += isPredicate
+                      ? "[" + Call(element, piece.substr(1, piece.size() - 2), ExpressionUse::Pattern) + "]"
+                      : std::string(piece);
+        at += piece.size();
+    }
+    return result;
+}
+
+} // namespace KZPlatform::LibXml2
