@@ -1,7 +1,8 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 
+#include "ZerlithCore/diagnostics/LineFile.h"
 #include "ZerlithCore/platform/Clock.h"
-#include "ZerlithCore/platform/FileHandle.h"
+#include "ZerlithCore/platform/ModuleHold.h"
 #include "ZerlithCore/platform/RecursiveLock.h"
 #include "ZerlithCore/platform/Threads.h"
 #include "ZerlithCore/platform/Utf8.h"
@@ -64,16 +65,18 @@ bool KZDebug::AppendToErrorLog(KZString const & report) {
     if (path.IsNull()) return false;
     std::string const bytes =
         KZPlatform::UnitsToUtf8(std::u16string_view(report), KZPlatform::Utf8Mode::Replace);
-    KZPlatform::FileHandle file;
-    return file.Open(std::u16string_view(path), KZPlatform::FileAccess::Append,
-                     KZPlatform::FileCreation::OpenAlways) &&
-           file.Write(bytes.data(), bytes.size());
+    KZDetail::LineFile file(KZDetail::LineFile::utf8);
+    return file.Open(std::u16string_view(path), KZPlatform::FileCreation::OpenAlways,
+                     KZPlatform::FileShare::ReadWrite, KZPlatform::FileProtection::Private) &&
+           file.Append(bytes) == bytes.size();
 }
 
 bool KZDebug::AddReportHook(ReportHook hook) noexcept {
     for (std::atomic<ReportHook> & slot : hooks) {
         ReportHook present = nullptr;
-        if (slot.compare_exchange_strong(present, hook) || present == hook) return true;
+        if (!slot.compare_exchange_strong(present, hook) && present != hook) continue;
+        KZPlatform::ModuleHold(reinterpret_cast<void const *>(hook)).Keep(); // hooks are never taken out
+        return true;
     }
     return false;
 }

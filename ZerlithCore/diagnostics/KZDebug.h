@@ -19,10 +19,13 @@ public:
     static void ChangeErrorLogFileName(KZString const & directory, KZString const & name);
     /// The path of the error-log file; empty when there is none.
     [[nodiscard]] static KZString GetErrorLogFileName();
-    /// Appends `report` to the error-log file as UTF-8, in one write. False when there is no file or it can't be written.
+    /// Appends `report` to the error-log file as UTF-8, in one write, on a line of its own: a piece of a report that somebody
+    /// left at the end of the file is ended first. A file that is made can be read by this user only.
+    /// False when there is no file, when it can't be written, and when somebody else may have put it there to read
+    /// along or to have another file changed (KZPlatform::FileProtection::Private says which those are).
     static bool AppendToErrorLog(KZString const & report);
 
-    /// Adds a hook; at most eight, and each once. False when there is no room.
+    /// Adds a hook; at most eight, and each once. False when there is no room. The module of the hook stays in memory.
     static bool AddReportHook(ReportHook hook) noexcept;
     /// Calls all hooks, in the order of adding.
     static void CallReportHooks() noexcept;

@@ -4,6 +4,7 @@
 #include "ZerlithCore/platform/RecursiveLock.h"
 
 #include <atomic>
+#include <ostream>
 
 namespace {
 
@@ -16,9 +17,19 @@ KZLockedCOUT::KZLockedCOUT() noexcept { glbConsoleLock.Lock(); }
 
 KZLockedCOUT::~KZLockedCOUT() { glbConsoleLock.Unlock(); }
 
+bool KZLockedCOUT::IsHeldByCaller() noexcept {
+    if (!glbConsoleLock.TryLock()) return false;
+    bool const isHeld = glbConsoleLock.RecursionCount() > 1;
+    glbConsoleLock.Unlock();
+    return isHeld;
+}
+
 std::wostream & KZLockedCOUT::GetCout(unsigned int level) {
     StreamSource const source = glbStreamSource.load(std::memory_order_acquire);
-    return source ? source(level) : KZGetConsole();
+    if (source) return source(level);
+    std::wostream & console = KZGetConsole();
+    if (!console.good()) console.clear();
+    return console;
 }
 
 void KZLockedCOUT::SetStreamSource(StreamSource source) noexcept {

@@ -26,8 +26,12 @@ public:
     KZLockedCOUT(KZLockedCOUT const &) = delete;
     KZLockedCOUT & operator=(KZLockedCOUT const &) = delete;
 
+    /// True when the calling thread holds the lock: it must then not wait for a thread that may want it. Never waits.
+    [[nodiscard]] static bool IsHeldByCaller() noexcept;
+
     /// The application's console stream at `level`; without an application, the console itself at any level. Valid as
-    /// long as the lock is held.
+    /// long as the lock is held. It is good even if it went bad before: what one writer put in, or a disk that was full
+    /// for a while, mustn't silence the console for ever.
     [[nodiscard]] static std::wostream & GetCout(unsigned int level);
 
     /// Makes `source` the place where `GetCout` gets its streams; null for the console. Called once by the first

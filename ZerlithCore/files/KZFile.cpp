@@ -1,13 +1,15 @@
 #include "ZerlithCore/files/KZFile.h"
 
+#include "ZerlithCore/platform/FileContent.h"
 #include "ZerlithCore/platform/Files.h"
 
 #include <string_view>
 
 using View = std::u16string_view;
 
-bool KZFile::Open(KZString const & path, Access access, Creation creation, Share share) {
-    return handle_.Open(View(path), access, creation, share);
+bool KZFile::Open(KZString const & path, Access access, Creation creation, Share share,
+                  Protection protection) {
+    return handle_.Open(View(path), access, creation, share, protection);
 }
 
 bool KZFile::Read(void * bytes, std::size_t size, std::size_t & count) noexcept {
@@ -15,6 +17,10 @@ bool KZFile::Read(void * bytes, std::size_t size, std::size_t & count) noexcept 
 }
 
 bool KZFile::Write(void const * bytes, std::size_t size) noexcept { return handle_.Write(bytes, size); }
+
+bool KZFile::Write(void const * bytes, std::size_t size, std::size_t & written) noexcept {
+    return handle_.Write(bytes, size, written);
+}
 
 std::int64_t KZFile::Seek(std::int64_t offset, Origin origin) noexcept {
     return handle_.Seek(offset, origin);
@@ -32,4 +38,12 @@ bool KZFile::Remove(KZString const & path) { return KZPlatform::RemoveFile(View(
 
 bool KZFile::Rename(KZString const & from, KZString const & to) {
     return KZPlatform::RenamePath(View(from), View(to));
+}
+
+bool KZFile::Replace(KZString const & path, void const * bytes, std::size_t size) {
+    return KZPlatform::ReplaceFileContent(View(path), {static_cast<char const *>(bytes), size});
+}
+
+bool KZFile::Overwrite(KZString const & path, void const * bytes, std::size_t size) {
+    return KZPlatform::OverwriteFileContent(View(path), {static_cast<char const *>(bytes), size});
 }

@@ -2,8 +2,9 @@
 
 namespace {
 
-void Open(std::wios & stream, KZFileStreamBuf & buffer, KZString const & path, std::ios_base::openmode mode) {
-    if (buffer.open(path, mode)) {
+void Open(std::wios & stream, KZFileStreamBuf & buffer, KZString const & path, std::ios_base::openmode mode,
+          KZTextEncoding encoding) {
+    if (buffer.open(path, mode, encoding)) {
         stream.clear();
     } else {
         stream.setstate(std::ios_base::failbit);
@@ -18,26 +19,33 @@ bool Close(std::wios & stream, KZFileStreamBuf & buffer) {
 
 } // namespace
 
-KZFileStream::KZFileStream(KZString const & path, std::ios_base::openmode mode) : KZFileStream() {
-    open(path, mode);
+KZFileStream::KZFileStream(KZString const & path, std::ios_base::openmode mode, KZTextEncoding encoding)
+    : KZFileStream() {
+    open(path, mode, encoding);
 }
 
 KZFileStream::~KZFileStream() = default;
 
-void KZFileStream::open(KZString const & path, std::ios_base::openmode mode) {
-    Open(*this, buffer_, path, mode);
+void KZFileStream::open(KZString const & path, std::ios_base::openmode mode, KZTextEncoding encoding) {
+    Open(*this, buffer_, path, mode, encoding);
 }
 
 bool KZFileStream::close() { return Close(*this, buffer_); }
 
-KZOFileStream::KZOFileStream(KZString const & path, std::ios_base::openmode mode) : KZOFileStream() {
-    open(path, mode);
+KZOFileStream::KZOFileStream(KZString const & path, std::ios_base::openmode mode, KZTextEncoding encoding)
+    : KZOFileStream() {
+    open(path, mode, encoding);
 }
 
 KZOFileStream::~KZOFileStream() = default;
 
-void KZOFileStream::open(KZString const & path, std::ios_base::openmode mode) {
-    Open(*this, buffer_, path, mode | std::ios_base::out);
+void KZOFileStream::open(KZString const & path, std::ios_base::openmode mode, KZTextEncoding encoding) {
+    Open(*this, buffer_, path, mode | std::ios_base::out, encoding);
 }
 
-bool KZOFileStream::close() { return Close(*this, buffer_); }
+bool KZOFileStream::close() {
+    // A number or text that was never made, since memory was out, left the stream bad and the buffer unaware.
+    bool const isWhole = Close(*this, buffer_) && !bad();
+    if (!isWhole) setstate(std::ios_base::failbit);
+    return isWhole;
+}

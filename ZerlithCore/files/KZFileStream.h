@@ -1,5 +1,5 @@
 /// @file
-/// Wide streams on UTF-8 files.
+/// Wide streams on text files.
 ///
 ///     KZFileStream in(u"settings.ini");
 ///     for (std::wstring line; std::getline(in, line);) ...
@@ -15,19 +15,24 @@
 #include <istream>
 #include <ostream>
 
-/// A wide stream for reading, or for reading and writing, a UTF-8 file; KZFileStreamBuf tells how bytes and
-/// characters meet. A failure to open sets `failbit`, as does a failed `close`.
+/// A wide stream for reading, or for reading and writing, a text file in UTF-8 or, by its mark, in UTF-16;
+/// KZFileStreamBuf tells how bytes and characters meet. A failure to open sets `failbit`, as does a failed `close`.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZFileStream : public std::wiostream {
 public:
     KZFileStream() : std::wiostream(nullptr) { init(&buffer_); }
-    explicit KZFileStream(KZString const & path, std::ios_base::openmode mode = std::ios_base::in);
+    /// As `open`.
+    explicit KZFileStream(KZString const & path, std::ios_base::openmode mode = std::ios_base::in,
+                          KZTextEncoding encoding = KZTextEncoding::Utf8);
     ~KZFileStream() override;
 
-    /// Opens, after which the state is good or has `failbit`.
-    void open(KZString const & path, std::ios_base::openmode mode = std::ios_base::in);
+    /// Opens, after which the state is good or has `failbit`. `encoding` is for a file that has no content yet.
+    void open(KZString const & path, std::ios_base::openmode mode = std::ios_base::in,
+              KZTextEncoding encoding = KZTextEncoding::Utf8);
     [[nodiscard]] bool is_open() const noexcept { return buffer_.is_open(); }
+    /// The encoding of the file.
+    [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return buffer_.GetEncoding(); }
     /// Writes what is gathered and closes. False, and `failbit`, when a write failed or nothing was open.
     bool close();
     [[nodiscard]] KZFileStreamBuf * rdbuf() const noexcept { return const_cast<KZFileStreamBuf *>(&buffer_); }
@@ -36,21 +41,23 @@ private:
     KZFileStreamBuf buffer_;
 };
 
-/// A wide stream for writing a UTF-8 file, which it empties first unless the mode has `app`. Otherwise as
-/// KZFileStream.
+/// A wide stream for writing a text file, which it empties first unless the mode has `app`. Otherwise as KZFileStream.
 class KZ_EXPORT KZOFileStream : public std::wostream {
 public:
     KZOFileStream() : std::wostream(nullptr) { init(&buffer_); }
-    /// `out` needn't be in `mode`.
+    /// As `open`; `out` needn't be in `mode`.
     explicit KZOFileStream(KZString const & path,
-                           std::ios_base::openmode mode = std::ios_base::out | std::ios_base::trunc);
+                           std::ios_base::openmode mode = std::ios_base::out | std::ios_base::trunc,
+                           KZTextEncoding encoding = KZTextEncoding::Utf8);
     ~KZOFileStream() override;
 
-    /// Opens, after which the state is good or has `failbit`.
-    void open(KZString const & path,
-              std::ios_base::openmode mode = std::ios_base::out | std::ios_base::trunc);
+    /// Opens, after which the state is good or has `failbit`. `encoding` is for a file that has no content yet.
+    void open(KZString const & path, std::ios_base::openmode mode = std::ios_base::out | std::ios_base::trunc,
+              KZTextEncoding encoding = KZTextEncoding::Utf8);
     [[nodiscard]] bool is_open() const noexcept { return buffer_.is_open(); }
-    /// Writes what is gathered and closes. False, and `failbit`, when a write failed or nothing was open.
+    /// The encoding of the file.
+    [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return buffer_.GetEncoding(); }
+    /// Writes what is gathered and closes. False, and `failbit`, when a write failed, the stream is bad or nothing was open.
     bool close();
     [[nodiscard]] KZFileStreamBuf * rdbuf() const noexcept { return const_cast<KZFileStreamBuf *>(&buffer_); }
 

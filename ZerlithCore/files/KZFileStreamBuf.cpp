@@ -2,15 +2,21 @@
 // few kilobytes, and the rules of UTF-8 stand in one place of the library only.
 //
 // Position: the system stands behind the block that was read last. The reader stands behind the characters taken,
-// whose length in bytes is found by encoding them again, which by the escape rule gives the very bytes they came from.
+// whose length in bytes is found by encoding them again, which gives the very bytes they came from.
+//
+// The mark is looked at when a file with content is opened, since a position in the middle may be sought first, and again
+// whenever the beginning is read: a pipe can't be looked at before, and others may have written the file anew.
 
 #include "ZerlithCore/files/KZFileStreamBuf.h"
 
+#include "ZerlithCore/files/KZEncodedText.h"
 #include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <algorithm>
 #include <cstring>
+#include <new>
+#include <utility>
 
 namespace {
 
@@ -22,10 +28,9 @@ using std::ios_base;
 
 bool IsSet(ios_base::openmode mode, ios_base::openmode flag) { return (mode & flag) != 0; }
 
-bool IsHighSurrogate(wchar_t character) { return character >= 0xD800 && character <= 0xDBFF; }
-
-std::int64_t BytesOf(std::wstring_view characters) {
-    return static_cast<std::int64_t>(KZPlatform::UnitsToUtf8(KZFromWide(characters), escape).size());
+template <class Unit>
+bool IsHighSurrogate(Unit unit) {
+    return unit >= 0xD800 && unit <= 0xDBFF;
 }
 
 } // namespace
@@ -34,7 +39,7 @@ KZFileStreamBuf::KZFileStreamBuf() = default;
 
 KZFileStreamBuf::~KZFileStreamBuf() { close(); }
 
-bool KZFileStreamBuf::open(KZString const & path, ios_base::openmode mode) {
+bool KZFileStreamBuf::open(KZString const & path, ios_base::openmode mode, KZTextEncoding encoding) {
     using namespace KZPlatform;
     bool const appends = IsSet(mode, ios_base::app), empties = IsSet(mode, ios_base::trunc);
     bool const reads = IsSet(mode, ios_base::in), writes = IsSet(mode, ios_base::out) || appends;
@@ -48,20 +53,42 @@ bool KZFileStreamBuf::open(KZString const & path, ios_base::openmode mode) {
                                   : empties || (writes && !reads) ? FileCreation::CreateAlways
                                                                   : FileCreation::OpenExisting;
     if (!file_.Open(std::u16string_view(path), access, creation)) return false;
-    if (IsSet(mode, ios_base::ate) && file_.Seek(0, FileOrigin::End) < 0) {
-        file_.Close();
-        return false;
-    }
     mode_ = writes ? mode | ios_base::out : mode;
+    encoding_ = encoding;
     failed_ = false;
-    return true;
+    bool const isReady =
+        FindEncoding(path) && (!IsSet(mode, ios_base::ate) || file_.Seek(0, FileOrigin::End) >= 0);
+    if (!isReady) file_.Close();
+    return isReady;
 }
 
 bool KZFileStreamBuf::close() {
     if (!is_open()) return false;
-    bool const written = WriteBlock(true) && !failed_;
+    try {
+        WriteBlock(true);
+    } catch (std::bad_alloc const &) { // It has set `failed_`.
+    }
     DropAreas();
-    return file_.Close() && written;
+    return file_.Close() && !failed_;
+}
+
+/// Takes the encoding of what the file holds; one that holds nothing gets the mark. False when the file is of no use.
+bool KZFileStreamBuf::FindEncoding(KZString const & path) {
+    using namespace KZPlatform;
+    bool const reads = IsSet(mode_, ios_base::in), writes = IsSet(mode_, ios_base::out);
+    // What has no size may be a pipe or a device, from which nothing can be read in advance.
+    if (file_.Size() <= 0) {
+        std::string_view const mark = KZDetail::MarkOf(encoding_);
+        return !writes || mark.empty() || file_.Write(mark.data(), mark.size());
+    }
+    FileHandle other; // A file that is open to append only can't be read.
+    bool const isReadable =
+        reads || other.Open(std::u16string_view(path), FileAccess::Read, FileCreation::OpenExisting);
+    char start[4];
+    std::size_t count = 0;
+    if (isReadable && (reads ? file_ : other).Read(start, sizeof start, count))
+        encoding_ = KZDetail::EncodingByMark({start, count});
+    return !reads || file_.Seek(0, FileOrigin::Begin) == 0;
 }
 
 KZFileStreamBuf::int_type KZFileStreamBuf::underflow() {
@@ -108,39 +135,67 @@ KZFileStreamBuf::pos_type KZFileStreamBuf::seekpos(pos_type position, ios_base::
 /// Decodes the next block into the get area, behind the last character of the block before, which can thus be put
 /// back. False at the end of the file and after a failure.
 bool KZFileStreamBuf::ReadBlock() {
+    std::wstring const kept(egptr() - (eback() == egptr() ? 0 : 1), egptr());
+    setg(nullptr, nullptr, nullptr); // for the case that anything below throws
     bytes_.resize(blockBytes);
     units_.resize(blockBytes);
-    characters_.assign(egptr() - (eback() == egptr() ? 0 : 1), egptr());
-    areaBegin_ = decodedEnd_ - BytesOf(characters_);
-    std::size_t const kept = characters_.size();
-    while (characters_.size() == kept) {
+    characters_ = kept;
+    areaBegin_ = decodedEnd_ - BytesOf(kept);
+    for (bool isEnd = false; characters_.size() == kept.size() && !isEnd;) {
         std::size_t count = 0;
         // Not the end of the file: a stream turns the exception into `badbit`, so that nobody takes half for all.
         if (!file_.Read(bytes_.data() + pendingBytes_, blockBytes - pendingBytes_, count))
             throw std::ios_base::failure("KZFileStreamBuf: the file can't be read");
-        if (count + pendingBytes_ == 0) break;
+        isEnd = count == 0;
         std::string_view const block(bytes_.data(), count + pendingBytes_);
-        auto const result = KZPlatform::DecodeUtf8(block, units_, escape, count == 0);
-        std::u16string_view decoded(units_.data(), result.written);
-        if (decodedEnd_ == 0 && decoded.starts_with(u'\uFEFF')) {
-            decoded.remove_prefix(1);
-            areaBegin_ = 3;
+        std::size_t read = 0;
+        if (isEnd || decodedEnd_ != 0 || !KZDetail::IsPartOfMark(block)) {
+            read = SkipMark(block);
+            read += Decode(block.substr(read), isEnd);
         }
-        decodedEnd_ += static_cast<std::int64_t>(result.read);
-        pendingBytes_ = block.size() - result.read;
-        std::memmove(bytes_.data(), bytes_.data() + result.read, pendingBytes_);
-        characters_ += KZToWide(decoded);
+        decodedEnd_ += static_cast<std::int64_t>(read);
+        pendingBytes_ = block.size() - read;
+        std::memmove(bytes_.data(), bytes_.data() + read, pendingBytes_);
     }
     wchar_t * const begin = characters_.data();
-    setg(begin, begin + kept, begin + characters_.size());
+    setg(begin, begin + kept.size(), begin + characters_.size());
     return gptr() != egptr();
 }
 
+/// The length of the mark in the file's first block, by which the encoding is known; 0 for other blocks.
+std::size_t KZFileStreamBuf::SkipMark(std::string_view block) {
+    if (decodedEnd_ != 0 || block.empty()) return 0;
+    encoding_ = KZDetail::EncodingByMark(block);
+    std::size_t const length = KZDetail::MarkOf(encoding_).size();
+    areaBegin_ = static_cast<std::int64_t>(length);
+    return length;
+}
+
+/// Appends the characters that end in `block`, all unless more follows. Returns how many bytes they took.
+std::size_t KZFileStreamBuf::Decode(std::string_view block, bool isLast) {
+    if (!KZDetail::IsUtf16(encoding_)) {
+        auto const result = KZPlatform::DecodeUtf8(block, units_, escape, isLast);
+        characters_ += KZToWide({units_.data(), result.written});
+        return result.read;
+    }
+    std::size_t count = KZDetail::DecodeUtf16(block, units_.data(), encoding_);
+    if (!isLast && count != 0 && IsHighSurrogate(units_[count - 1])) --count;
+    characters_ += KZToWide({units_.data(), count});
+    if (!isLast || block.size() % 2 == 0) return 2 * count;
+    characters_ += KZDetail::LoneByte(static_cast<unsigned char>(block.back()));
+    return block.size();
+}
+
 bool KZFileStreamBuf::StartWriting() {
-    if (gptr() != egptr() && file_.Seek(ReadPosition(), KZPlatform::FileOrigin::Begin) < 0) return false;
+    // The system stands behind what was read, which is more than what was taken.
+    bool const hasFailed = std::exchange(failed_, true); // until there is room for what is to be written
+    bool const isAhead = gptr() != egptr() || pendingBytes_ != 0;
+    if (isAhead && file_.Seek(ReadPosition(), KZPlatform::FileOrigin::Begin) < 0) return false;
     DropAreas();
-    direction_ = Direction::Writing;
+    direction_ = Direction::None;
     characters_.resize(blockCharacters);
+    direction_ = Direction::Writing;
+    failed_ = hasFailed;
     setp(characters_.data(), characters_.data() + characters_.size());
     return true;
 }
@@ -149,19 +204,38 @@ bool KZFileStreamBuf::StartWriting() {
 /// `isLast`. What can't be written is dropped, and remembered for `close`.
 bool KZFileStreamBuf::WriteBlock(bool isLast) {
     if (pptr() == pbase()) return true;
+    bool const hasFailed = std::exchange(failed_, true); // until all is done
     std::wstring_view text(pbase(), static_cast<std::size_t>(pptr() - pbase()));
     bool const waits = !isLast && IsHighSurrogate(text.back());
     if (waits) text.remove_suffix(1);
     bytes_.clear();
-    KZPlatform::AppendUtf8(bytes_, KZFromWide(text), escape);
-    bool const placed = !(IsSet(mode_, ios_base::app) && IsSet(mode_, ios_base::in)) ||
-                        file_.Seek(0, KZPlatform::FileOrigin::End) >= 0;
-    bool const written = placed && file_.Write(bytes_.data(), bytes_.size());
-    failed_ = failed_ || !written;
+    bool const isPlaced = PrepareToWrite();
+    KZDetail::AppendEncoded(bytes_, text, encoding_);
+    bool const isWritten = isPlaced && file_.Write(bytes_.data(), bytes_.size());
+    failed_ = hasFailed || !isWritten;
     characters_.front() = characters_[text.size()];
     setp(characters_.data(), characters_.data() + characters_.size());
     pbump(waits ? 1 : 0);
-    return written;
+    return isWritten;
+}
+
+/// Goes where the block belongs: to the end of the file when it is to be appended, behind the mark in any case, and in UTF-16 to
+/// the next unit, by a zero byte in front of the text.
+bool KZFileStreamBuf::PrepareToWrite() {
+    using KZPlatform::FileOrigin;
+    bool const appends = IsSet(mode_, ios_base::app), moves = appends && IsSet(mode_, ios_base::in);
+    if (encoding_ == KZTextEncoding::Utf8) return !moves || file_.Seek(0, FileOrigin::End) >= 0;
+    auto const mark = static_cast<std::int64_t>(KZDetail::MarkOf(encoding_).size());
+    std::int64_t place = file_.Seek(0, appends ? FileOrigin::End : FileOrigin::Current);
+    if (place >= 0 && place < mark) place = file_.Seek(mark, FileOrigin::Begin);
+    if (KZDetail::IsUtf16(encoding_) && place % 2 == 1) bytes_ += '\0';
+    return place >= 0 || !moves; // A pipe has no places.
+}
+
+std::int64_t KZFileStreamBuf::BytesOf(std::wstring_view characters) const {
+    std::string bytes;
+    KZDetail::AppendEncoded(bytes, characters, encoding_);
+    return static_cast<std::int64_t>(bytes.size());
 }
 
 std::int64_t KZFileStreamBuf::ReadPosition() const {

@@ -4,15 +4,17 @@
 #include "ZerlithCore/diagnostics/KZStackDump.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 
+#include "files/TemporaryDirectory.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <cstdio>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 #include <thread>
 #include <vector>
+
+#include <unistd.h>
 
 namespace {
 
@@ -23,17 +25,23 @@ TEST(KZDebug, AppendsReportsToTheFileThatWasChosen) {
     EXPECT_EQ(KZDebug::GetErrorLogFileName(), u"/no/such/directory/x-ERROR.LOG");
     EXPECT_FALSE(KZDebug::AppendToErrorLog(u"can't be opened"));
 
-    std::string const directory = testing::TempDir();
-    KZString units;
-    static_cast<void>(units.SetFromUTF8(directory));
-    KZDebug::ChangeErrorLogFileName(units, u"debug-ERROR.LOG");
-    std::string const path = directory + "debug-ERROR.LOG";
-    std::remove(path.c_str());
+    TemporaryDirectory const folder;
+    std::string const path = folder.Root() / "debug-ERROR.LOG", secret = folder.Root() / "secret";
+    KZDebug::ChangeErrorLogFileName(folder.Path(u""), u"debug-ERROR.LOG");
     EXPECT_TRUE(KZDebug::AppendToErrorLog(u"one \u20ac\n"));
     EXPECT_TRUE(KZDebug::AppendToErrorLog(u"two\n"));
-    std::ifstream file(path);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "one \xE2\x82\xAC\ntwo\n");
-    std::remove(path.c_str());
+    std::ofstream(path, std::ios::app) << "a piece";
+    EXPECT_TRUE(KZDebug::AppendToErrorLog(u"three\n"));
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+    EXPECT_EQ(folder.Read(u"debug-ERROR.LOG"), "one \xE2\x82\xAC\ntwo\na piece\nthree\n");
+
+    folder.Remove(u"debug-ERROR.LOG");
+    std::filesystem::permissions(folder.Root(), std::filesystem::perms(01777));
+    ASSERT_EQ(symlink(secret.c_str(), path.c_str()), 0);
+    if (lchown(path.c_str(), 12345, 12345) == 0) {
+        EXPECT_FALSE(KZDebug::AppendToErrorLog(u"through a link of somebody else's"));
+        EXPECT_FALSE(folder.Exists(u"secret"));
+    }
     KZDebug::ChangeErrorLogFileName(u"", u"");
 }
 
@@ -71,11 +79,15 @@ TEST(KZLockedCOUT, KeepsTheLinesOfThreadsWhole) {
             for (int line = 0; line < 200; ++line) {
                 KZLockedCOUT const console;
                 KZLockedCOUT const again; // the owner may take it twice
+                EXPECT_TRUE(KZLockedCOUT::IsHeldByCaller());
                 for (int i = 0; i < 20; ++i) KZLockedCOUT::GetCout(1) << letter;
                 KZLockedCOUT::GetCout(1) << std::endl;
+                KZLockedCOUT::GetCout(1)
+                    << static_cast<wchar_t const *>(nullptr); // mustn't silence the others
             }
         });
     for (std::thread & thread : threads) thread.join();
+    EXPECT_FALSE(KZLockedCOUT::IsHeldByCaller());
     std::string const text = testing::internal::GetCapturedStdout();
     ASSERT_EQ(text.size(), 3U * 200 * 21);
     for (std::size_t at = 0; at < text.size(); at += 21)

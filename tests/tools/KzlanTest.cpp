@@ -85,6 +85,12 @@ TEST(Kzlan, TellsWhatIsWrongWithATextAndWritesNothing) {
     EXPECT_EQ(directory.Read(u"app.deu.LAN"), "former");
 
     directory.Write(u"text", "1 = a");
+    std::filesystem::path const made = directory.Root() / "app.deu.LAN";
+    std::filesystem::create_symlink("app.deu.LAN", directory.Root() / "link.deu.LAN");
+    std::filesystem::permissions(made, std::filesystem::perms(0640));
+    EXPECT_EQ(Kzlan(directory, "make text link.deu.LAN").status, 0);
+    EXPECT_EQ(directory.Read(u"app.deu.LAN"), std::string("\0\0\0\1\0\0\0\1a", 9)) << "through the link";
+    EXPECT_EQ(std::filesystem::status(made).permissions(), std::filesystem::perms(0640));
     std::filesystem::create_directory(directory.Root() / "dir.deu.LAN");
     EXPECT_EQ(Kzlan(directory, "make text dir.deu.LAN").status, 1);
     EXPECT_EQ(Kzlan(directory, "make missing app.deu.LAN").error,
@@ -92,7 +98,7 @@ TEST(Kzlan, TellsWhatIsWrongWithATextAndWritesNothing) {
     EXPECT_EQ(Kzlan(directory, "make text no/app.deu.LAN").error,
               "kzlan: no/app.deu.LAN: No such file or directory\n");
     auto const entries = std::filesystem::directory_iterator(directory.Root());
-    EXPECT_EQ(std::distance(begin(entries), end(entries)), 5) << "nothing is left behind";
+    EXPECT_EQ(std::distance(begin(entries), end(entries)), 6) << "nothing is left behind";
 }
 
 TEST(Kzlan, ListsBrokenFilesAsFarAsTheyGo) {

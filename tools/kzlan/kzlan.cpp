@@ -1,6 +1,6 @@
 // Makes message library files from text, and lists them as text.
 //
-// A file is written beside its target and takes the target's name when it is whole, so that nobody ever sees half of one.
+// A file is made whole in memory and takes the place of the old one at once, so that nobody ever sees half of one.
 #include "MessageText.h"
 
 #include "ZerlithCore/app/KZCommandLine.h"
@@ -107,24 +107,6 @@ std::string ReadFile(KZString const & name) {
     }
 }
 
-void ReplaceFile(KZString const & name, std::string const & bytes) {
-    constexpr int attempts =
-        100; // that many runs may write the same file at once, or have been killed while they did
-    KZFile file;
-    KZString temporary;
-    for (int i = 0; i < attempts && !file.IsOpen(); ++i) {
-        temporary.Format(u"%s.%d.tmp", name.c_str(), i);
-        file.Open(temporary, KZFile::Access::Write, KZFile::Creation::CreateNew);
-    }
-    if (!file.IsOpen()) throw SystemRefuses(name);
-    bool const isWritten = file.Write(bytes.data(), bytes.size());
-    if (isWritten && file.Close() && KZFile::Rename(temporary, name)) return;
-    Stop const stop = SystemRefuses(name);
-    file.Close();
-    KZFile::Remove(temporary);
-    throw stop;
-}
-
 bool Survives(KZString const & text, KZSmartPtr<KZStringConverter> const & converter) {
     std::stringstream stream;
     DBMessage message(converter);
@@ -162,7 +144,8 @@ ExitCode Make(Request const & request) {
     for (Complaint const & complaint : complaints)
         std::cerr << Bytes(textFile) << ':' << complaint.line << ": " << complaint.what << '\n';
     if (!complaints.empty()) return Failed;
-    ReplaceFile(lanFile, std::move(out).str());
+    std::string const bytes = std::move(out).str();
+    if (!KZFile::Replace(lanFile, bytes.data(), bytes.size())) throw SystemRefuses(lanFile);
     return Success;
 }
 
