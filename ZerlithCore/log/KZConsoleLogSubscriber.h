@@ -10,7 +10,9 @@
 
 /// Writes texts to the console as they stand, and flushes it after each.
 ///
-/// It takes no lock of the console's: the writer may hold that (KZLockedCOUT), and takes it before the streams' lock.
+/// It takes no lock: the writer may hold that of the console (KZLockedCOUT), and texts go to the console in one piece.
+///
+/// Thread safety: all operations may be called from any thread.
 class KZ_EXPORT KZConsoleLogSubscriber : public KZLogSubscriberI {
 public:
     explicit KZConsoleLogSubscriber(int level) noexcept : KZLogSubscriberI(level) {}

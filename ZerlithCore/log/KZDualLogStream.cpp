@@ -1,12 +1,22 @@
 #include "ZerlithCore/log/KZDualLogStream.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/log/RecordFile.h"
+#include "ZerlithCore/platform/Utf8.h"
+
+#include <new>
 
 namespace {
 
-void PutEverywhere(KZOFileStream * file, wchar_t character) {
-    if (file) file->put(character);
-    KZGetConsole().put(character);
+constexpr std::size_t mostGatheredUnits = 32 * 1024;
+
+// Past the console's stream to its buffer, so that one that refused a text once isn't silent for ever.
+void PutToConsole(wchar_t character) {
+    try {
+        KZGetConsole().rdbuf()->sputc(character);
+    } catch (std::bad_alloc const &) {
+        // The file gets the character all the same.
+    }
 }
 
 } // namespace
@@ -32,22 +42,59 @@ int KZDualLogStreamBuf::sync() {
 KZDualLogStream::KZDualLogStream() : std::wostream(nullptr), buffer_(*this) { init(&buffer_); }
 
 KZDualLogStream::KZDualLogStream(KZString const & path) : KZDualLogStream() {
+    using namespace KZPlatform;
     if (path.IsNull()) return;
-    file_ = std::make_unique<KZOFileStream>(path, std::ios_base::out | std::ios_base::trunc);
-    isGood_ = file_->is_open();
+    file_ = std::make_unique<KZDetail::RecordFile>(KZDetail::RecordFile::utf8Messages);
+    isGood_ = file_->Open(path, FileCreation::CreateAlways, FileShare::ReadWrite, FileProtection::Usual);
     if (!isGood_) file_.reset();
 }
 
-KZDualLogStream::~KZDualLogStream() = default;
+KZDualLogStream::~KZDualLogStream() {
+    PutToFile();
+    if (file_) file_->Close();
+}
 
 bool KZDualLogStream::IsGood() const { return isGood_; }
 
 void KZDualLogStream::OnChar(char16_t unit) {
-    joiner_.Put(unit, [this](wchar_t character) { PutEverywhere(file_.get(), character); });
+    if (file_) GatherForFile(unit);
+    joiner_.Put(unit, PutToConsole);
 }
 
 void KZDualLogStream::OnEOL() {
-    joiner_.Flush([this](wchar_t character) { PutEverywhere(file_.get(), character); });
-    if (file_) file_->flush();
-    KZGetConsole().flush();
+    PutToFile();
+    joiner_.Flush(PutToConsole);
+    KZGetConsole().rdbuf()->pubsync();
+}
+
+std::uint64_t KZDualLogStream::GetLostRecordCount() const { return file_ ? file_->GetLostCount() : 0; }
+
+void KZDualLogStream::GatherForFile(char16_t unit) {
+    bool const isSecondOfPair = (unit & 0xFC00) == 0xDC00;
+    if (gathered_.size() >= mostGatheredUnits && !isSecondOfPair) PutToFile();
+    try {
+        if (!isTextLost_) gathered_ += unit;
+    } catch (std::bad_alloc const &) {
+        LoseText();
+    }
+}
+
+/// A text of which a piece is missing is dropped whole, up to the next flush.
+void KZDualLogStream::LoseText() {
+    file_->CountLost(true);
+    gathered_.clear();
+    isTextLost_ = true;
+}
+
+void KZDualLogStream::PutToFile() {
+    if (!file_) return;
+    try {
+        if (!gathered_.empty())
+            file_->Put(KZPlatform::UnitsToUtf8(gathered_, KZPlatform::Utf8Mode::Escape), false);
+    } catch (std::bad_alloc const &) {
+        LoseText();
+    }
+    file_->Flush();
+    gathered_.clear();
+    isTextLost_ = false;
 }

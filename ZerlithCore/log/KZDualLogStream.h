@@ -5,16 +5,21 @@
 ///     stream << L"copying " << name << std::endl;
 #pragma once
 
-#include "ZerlithCore/files/KZFileStream.h"
 #include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZWideText.h"
 
+#include <cstdint>
 #include <memory>
 #include <ostream>
 #include <streambuf>
+#include <string>
 
 class KZDualLogStream;
+
+namespace KZDetail {
+class RecordFile;
+}
 
 /// Passes each unit, and each flush, on to the stream that owns it.
 class KZ_EXPORT KZDualLogStreamBuf : public std::wstreambuf {
@@ -32,7 +37,10 @@ private:
     KZDualLogStream * owner_;
 };
 
-/// The stream; the file is UTF-8.
+/// The stream; the file is UTF-8. Text reaches it at a flush, and the console at once.
+///
+/// What the disk refuses stays gathered and is tried again at the next flush, up to 64 KB; after that it is dropped, and a line
+/// "*** messages lost: 12" follows when the file takes text again. Neither that nor want of memory makes the stream go bad.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZDualLogStream : public std::wostream {
@@ -50,9 +58,18 @@ public:
     virtual void OnEOL();
     ~KZDualLogStream() override;
 
+    /// How many texts, each from one flush to the next, the file has lost.
+    [[nodiscard]] std::uint64_t GetLostRecordCount() const;
+
 private:
-    std::unique_ptr<KZOFileStream> file_;
+    void GatherForFile(char16_t unit);
+    void LoseText();
+    void PutToFile();
+
+    std::unique_ptr<KZDetail::RecordFile> file_;
     bool isGood_ = true;
-    KZWideJoiner joiner_;
+    std::u16string gathered_; // for the file, since the last flush
+    bool isTextLost_ = false; // a piece of it couldn't be gathered
+    KZWideJoiner joiner_;     // for the console
     KZDualLogStreamBuf buffer_;
 };

@@ -8,27 +8,32 @@ using Guard = KZGuard<KZCriticalSection>;
 KZLogChannel::KZLogChannel(KZString const & name)
     : name_(name), stream_(&subscribers_), subscribers_(lock_) {}
 
-KZLogChannel::~KZLogChannel() { stream_.flush(); }
+KZLogChannel::~KZLogChannel() { stream_.rdbuf()->pubsync(); } // also when the stream has gone bad
+
+// The subscribers are asked for their interest behind the lock.
 
 bool KZLogChannel::Subscribe(KZSmartPtr<KZLogSubscriberI> subscriber) {
     if (subscriber.IsNull()) return false;
-    Guard const guard(lock_);
-    Handle * const place = std::lower_bound(subscribers_.begin(), subscribers_.end(), subscriber);
-    if (place != subscribers_.end() && *place == subscriber) return false;
-    subscribers_.insert(place, subscriber);
+    {
+        Guard const guard(lock_);
+        Handle * const place = std::lower_bound(subscribers_.begin(), subscribers_.end(), subscriber);
+        if (place != subscribers_.end() && *place == subscriber) return false;
+        subscribers_.insert(place, subscriber);
+    }
     stream_.OnAddedSubscriber(subscriber);
     return true;
 }
 
 void KZLogChannel::UnSubscribe(KZSmartPtr<KZLogSubscriberI> subscriber) {
-    Guard const guard(lock_);
-    subscribers_.erase(Find(subscriber));
+    {
+        Guard const guard(lock_);
+        subscribers_.erase(Find(subscriber));
+    }
     stream_.OnDeletedSubscriber();
 }
 
 bool KZLogChannel::ChangeSubscriptionLevel(KZSmartPtr<KZLogSubscriberI> subscriber, int level) {
-    Guard const guard(lock_);
-    if (Find(subscriber) == subscribers_.end()) return false;
+    if (!IsSubscribed(subscriber)) return false;
     subscriber->SetDesiredLevel(level);
     stream_.OnUpdatedSubscriber(subscriber);
     return true;
@@ -39,9 +44,13 @@ bool KZLogChannel::IsSubscribed(KZSmartPtr<KZLogSubscriberI> const & subscriber)
     return std::binary_search(subscribers_.begin(), subscribers_.end(), subscriber);
 }
 
-void KZLogChannel::OnLevelChangedElsewhere(KZSmartPtr<KZLogSubscriberI> const & subscriber) {
+std::vector<KZSmartPtr<KZLogSubscriberI>> KZLogChannel::GetSubscribers() const {
     Guard const guard(lock_);
-    if (Find(subscriber) != subscribers_.end()) stream_.OnUpdatedSubscriber(subscriber);
+    return {subscribers_.begin(), subscribers_.end()};
+}
+
+void KZLogChannel::OnLevelChangedElsewhere(KZSmartPtr<KZLogSubscriberI> const & subscriber) {
+    if (IsSubscribed(subscriber)) stream_.OnUpdatedSubscriber(subscriber);
 }
 
 /// The place of a subscriber, or the end. Requires: the caller holds the lock.

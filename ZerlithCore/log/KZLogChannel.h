@@ -11,6 +11,8 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
+#include <vector>
+
 /// A name, a stream, and the subscribers that the stream's text goes to.
 ///
 /// Thread safety: subscribing may be done from any thread, also while others write.
@@ -27,12 +29,16 @@ public:
 
     /// Adds a subscriber, which the channel owns from then on. False when it is there already, and for null.
     bool Subscribe(KZSmartPtr<KZLogSubscriberI> subscriber);
-    /// Removes a subscriber; one that isn't there changes nothing.
+    /// Removes a subscriber; one that isn't there changes nothing. Its `OnFlush` isn't called for texts that are flushed from
+    /// then on. If another thread is giving out a text at this moment, the subscriber may still get that one; the thread holds
+    /// a reference on it until then. This function doesn't wait for it, since that thread may be waiting for the caller.
     void UnSubscribe(KZSmartPtr<KZLogSubscriberI> subscriber);
     /// Sets the subscriber's desired level, for all its channels. False when it isn't subscribed here.
     bool ChangeSubscriptionLevel(KZSmartPtr<KZLogSubscriberI> subscriber, int level);
 
     [[nodiscard]] bool IsSubscribed(KZSmartPtr<KZLogSubscriberI> const & subscriber) const;
+    /// The subscribers of this moment.
+    [[nodiscard]] std::vector<KZSmartPtr<KZLogSubscriberI>> GetSubscribers() const;
     /// The level of a subscriber was changed elsewhere.
     void OnLevelChangedElsewhere(KZSmartPtr<KZLogSubscriberI> const & subscriber);
 

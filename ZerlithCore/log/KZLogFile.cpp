@@ -1,25 +1,38 @@
-// Records are made in the buffer, and leave it in one write each or many at a time, never in part. A fault may strike
-// while one is being made: then only the whole ones in front of it are written.
-//
-// Text is expanded before the lock is taken, so that threads wait for a copy only.
+// Text is expanded before the lock is taken, so that threads wait for a copy only. A record is made whole before it is put
+// among the gathered ones: a fault may strike while it is being made, and its report writes those.
 
 #include "ZerlithCore/log/KZLogFile.h"
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/log/LogStamp.h"
+#include "ZerlithCore/log/RecordFile.h"
 #include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/text/KZUnitScan.h"
 
-#include <algorithm>
-#include <tuple>
+#include <new>
 
 namespace {
 
 using Guard = KZGuard<KZCriticalSection>;
 
-constexpr std::size_t bufferUnits = 64 * 1024 / sizeof(char16_t);
-constexpr unsigned int lineUnits = 16368 - 3; // a buffer of 16,368 units, less line end and terminator
+constexpr std::size_t mostKeptUnits = 32 * 1024; // a larger block isn't kept for the next record
+constexpr unsigned int lineUnits = 16368 - 3;    // a buffer of 16,368 units, less line end and terminator
 
 bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
+
+std::string_view BytesOf(std::u16string_view units) {
+    return {reinterpret_cast<char const *>(units.data()), units.size() * sizeof(char16_t)};
+}
+
+void AppendNote(std::string & bytes, std::uint64_t count) {
+    LogStamp stamp;
+    KZString text;
+    text.Format(u"*** records lost: %I64u\r\n", count);
+    bytes += BytesOf(stamp.At(KZPlatform::WallClockMilliseconds()));
+    bytes += BytesOf(std::u16string_view(text));
+}
+
+KZDetail::RecordFile::Form Form() { return {{BytesOf(u"\r\n"), sizeof(char16_t)}, &AppendNote}; }
 
 } // namespace
 
@@ -41,7 +54,7 @@ public:
         if (!lock_.TryLock()) return;
         for (KZLogFile * file = first_; file; file = file->next_) {
             if (!file->lock_.TryLock()) continue;
-            file->WriteGathered();
+            file->file_->Flush();
             file->lock_.Unlock();
         }
         lock_.Unlock();
@@ -57,7 +70,16 @@ constinit KZLogFile * KZLogFile::Registry::first_ = nullptr;
 
 KZLogFileI::~KZLogFileI() = default;
 
-KZLogFile::KZLogFile() : stamp_(std::make_unique<LogStamp>()) {
+// Whether a line end is missing is told by the format, so the text goes on under one that ends alike.
+void KZLogFileI::LogExpanded(char16_t const * format, KZString & text) {
+    if (!format) return;
+    bool const endsLine = std::u16string_view(format).ends_with(u'\n');
+    if (endsLine && text.Length() != 0 && text[text.Length() - 1] == u'\n') text.Remove(text.Length() - 1, 1);
+    Log(endsLine ? u"%s\n" : *format != 0 ? u"%s" : u"", text.c_str());
+}
+
+KZLogFile::KZLogFile()
+    : file_(std::make_unique<KZDetail::RecordFile>(Form())), stamp_(std::make_unique<LogStamp>()) {
     Registry::Add(*this);
     KZDebug::AddReportHook(&KZLogFile::FlushAll);
 }
@@ -75,14 +97,13 @@ unsigned long KZLogFile::Release() const {
 
 void KZLogFile::Close() {
     Guard const guard(lock_);
-    WriteGathered();
     isOpen_ = false;
-    file_.Close();
+    file_->Close();
 }
 
 void KZLogFile::Flush() {
     Guard const guard(lock_);
-    WriteGathered();
+    file_->Flush();
 }
 
 bool KZLogFile::GetAutoFlush() const {
@@ -110,55 +131,67 @@ void KZLogFile::Log(char16_t const * format, ...) {
 
 void KZLogFile::LogArgList(char16_t const * format, std::va_list arguments) {
     if (!IsOpen() || !format) return;
-    std::u16string_view const formatText(format);
-    KZString text;
-    text.FormatArgumentList(format, arguments);
-    bool isOpenLine = !formatText.empty() && formatText.back() != u'\n';
-    if (text.Length() > lineUnits) {
-        text.Remove(IsHighSurrogate(text[lineUnits - 1]) ? lineUnits - 1 : lineUnits, text.Length());
-        isOpenLine = true;
+    try {
+        KZString text;
+        text.FormatArgumentList(format, arguments);
+        std::u16string_view const formatText(format);
+        bool isOpenLine = !formatText.empty() && formatText.back() != u'\n';
+        if (text.Length() > lineUnits) {
+            text.Remove(IsHighSurrogate(text[lineUnits - 1]) ? lineUnits - 1 : lineUnits, text.Length());
+            isOpenLine = true;
+        }
+        if (isOpenLine) text += u"\r\n";
+        PutRecord(text.c_str(), true);
+    } catch (std::bad_alloc const &) {
+        CountLost();
     }
-    if (isOpenLine) text += u"\r\n";
-    PutRecord(text.c_str(), true);
 }
 
 bool KZLogFile::Open(char16_t const * path) {
     Guard const guard(lock_);
     Close();
     // Each write goes to the end of the file as it is then, so there is no need to seek there first.
-    isOpen_ = file_.Open(path, KZFile::Access::Append, KZFile::Creation::OpenAlways, KZFile::Share::Read);
+    isOpen_ = file_->Open(path, KZPlatform::FileCreation::OpenAlways, KZPlatform::FileShare::Read,
+                          KZPlatform::FileProtection::Usual);
     return isOpen_;
 }
 
 bool KZLogFile::IsOpen() const { return isOpen_; }
+
+std::uint64_t KZLogFile::GetLostRecordCount() const {
+    Guard const guard(lock_);
+    return file_->GetLostCount();
+}
 
 void KZLogFile::FlushAll() noexcept { Registry::FlushAll(); }
 
 void KZLogFile::PutRecord(std::u16string_view text, bool isStamped) {
     Guard const guard(lock_);
     if (!isOpen_) return;
-    if (gathered_.size() + text.size() + 64 > bufferUnits) WriteGathered();
-    gathered_.resize(wholeUnits_); // A fault may have left a piece of a record.
-    gathered_.reserve(bufferUnits);
-    if (isStamped) gathered_ += stamp_->At(KZPlatform::WallClockMilliseconds());
-    AppendLine(text);
-    wholeUnits_ = gathered_.size();
-    if (autoFlush_ || wholeUnits_ > bufferUnits) WriteGathered();
-    if (gathered_.capacity() > 2 * bufferUnits) gathered_ = std::u16string(); // a giant has passed
+    try {
+        record_.clear();
+        if (isStamped) record_ += stamp_->At(KZPlatform::WallClockMilliseconds());
+        AppendLine(text);
+        file_->Put(BytesOf(record_), autoFlush_);
+    } catch (std::bad_alloc const &) {
+        CountLost();
+    }
+    if (record_.capacity() > mostKeptUnits) record_ = std::u16string();
 }
 
+/// Makes a physical line at most of `text`.
 void KZLogFile::AppendLine(std::u16string_view text) {
     bool const endsLine = text.ends_with(u'\n');
     if (endsLine) text.remove_suffix(text.ends_with(u"\r\n") ? 2 : 1);
-    std::size_t const begin = gathered_.size();
-    gathered_ += text;
-    std::replace(gathered_.begin() + static_cast<std::ptrdiff_t>(begin), gathered_.end(), u'\n', u'~');
-    if (endsLine) gathered_ += u"\r\n";
+    std::size_t at = record_.size();
+    record_ += text;
+    while ((at += KZUnitScan::FindUnit(&record_[at], record_.size() - at, u'\n')) != record_.size())
+        record_[at] = u'~';
+    if (endsLine) record_ += u"\r\n";
 }
 
-/// Requires: the caller holds the lock.
-void KZLogFile::WriteGathered() noexcept {
-    if (wholeUnits_ != 0) std::ignore = file_.Write(gathered_.data(), wholeUnits_ * sizeof(char16_t));
-    gathered_.erase(0, wholeUnits_);
-    wholeUnits_ = 0;
+/// Counts a record for which memory failed.
+void KZLogFile::CountLost() noexcept {
+    Guard const guard(lock_);
+    if (isOpen_) file_->CountLost(true);
 }

@@ -1,20 +1,27 @@
-// Two things are shared between threads. The gathered line belongs to the lock of all streams. Level, flag and
-// subscribers belong together under the channel's lock, so that the flag is right whoever changes one of them last;
-// the flag is also read without any lock, which is what makes unwanted text cheap.
+// Two things are shared between threads. Gathered text and level belong to the lock of all channels' texts, which is held
+// for some instructions only. The flag belongs to the channel's lock; it is also read without any lock, which is what
+// makes unwanted text cheap.
+//
+// Subscribers are asked for their interest without a lock. Each change of the level or of the subscribers is counted, lifts
+// the flag, asks, and lowers the flag only if no other change has come meanwhile: the flag may be up without need for a
+// moment, never down against a subscriber's wish.
 
 #include "ZerlithCore/log/KZLogStream.h"
 
+#include "ZerlithCore/log/LogHandOut.h"
 #include "ZerlithCore/text/KZWideText.h"
 
-#include <algorithm>
+#include <new>
+#include <stdexcept>
 #include <utility>
 
 namespace {
 
-/// One for all channel streams of the process, taken before a channel's own.
-constinit KZCriticalSection streamLock;
-
+using KZDetail::LogHandOut;
 using Guard = KZGuard<KZCriticalSection>;
+
+constexpr auto relaxed = std::memory_order_relaxed;
+constexpr std::size_t mostShortText = 256; // characters that are converted on the stack
 
 } // namespace
 
@@ -22,43 +29,64 @@ KZLogSubscriberI::~KZLogSubscriberI() = default;
 
 bool KZLogSubscriberI::IsInterested(int level) const { return level <= GetDesiredLevel(); }
 
+KZLogStreamBuf::KZLogStreamBuf(KZLogSubscribers * subscribers)
+    : handOut_(std::make_unique<LogHandOut>(*subscribers)) {}
+
 KZLogStreamBuf::~KZLogStreamBuf() = default;
 
-void KZLogStreamBuf::SetLevel(int level) {
-    if (level == level_.load(std::memory_order_relaxed)) return;
-    Guard const streamGuard(streamLock);
-    sync();
-    KZGuard<KZLogSubscribers> const channelGuard(*subscribers_);
-    level_.store(level, std::memory_order_relaxed);
+/// Gives out what is due after `prepare`, then takes back the level that subscribers have changed meanwhile.
+template <class Prepare>
+void KZLogStreamBuf::HandOut(Prepare prepare) {
+    if (!handOut_->Run(prepare) || !isLevelLent_.load(relaxed)) return;
+    {
+        Guard const guard(LogHandOut::textLock);
+        // Somebody else may have chosen a level by now, which then stays.
+        if (isLevelLent_.load(relaxed)) ChangeLevel(lentLevel_);
+        isLevelLent_.store(false, relaxed);
+    }
     UpdateInterest();
 }
 
-void KZLogStreamBuf::UpdateInterest() {
-    int const level = level_.load(std::memory_order_relaxed);
-    auto const wants = [level](KZSmartPtr<KZLogSubscriberI> const & subscriber) {
-        return subscriber->IsInterested(level);
-    };
-    isInterested_.store(std::any_of(subscribers_->begin(), subscribers_->end(), wants),
-                        std::memory_order_relaxed);
+void KZLogStreamBuf::SetLevel(int level) {
+    if (level == level_.load(relaxed) && !isLevelLent_.load(relaxed)) return;
+    HandOut([this, level] {
+        bool const isLent = handOut_->IsRunByCaller();
+        if (isLent && !isLevelLent_.load(relaxed)) lentLevel_ = level_.load(relaxed);
+        isLevelLent_.store(isLent, relaxed);
+        ChangeLevel(level);
+    });
+    UpdateInterest();
 }
 
-void KZLogStreamBuf::AddInterestOf(KZLogSubscriberI const & subscriber) {
-    if (subscriber.IsInterested(level_.load(std::memory_order_relaxed)))
-        isInterested_.store(true, std::memory_order_relaxed);
+void KZLogStreamBuf::DropMessage() {
+    Guard const guard(LogHandOut::textLock);
+    LoseLine();
+    EndMessage();
 }
+
+void KZLogStreamBuf::UpdateInterest() { handOut_->UpdateInterest(level_, isInterested_); }
 
 KZLogStreamBuf::int_type KZLogStreamBuf::overflow(int_type character) {
-    if (IsInterested() && !traits_type::eq_int_type(character, traits_type::eof())) {
-        Guard const guard(streamLock);
-        KZAppendWide(line_, traits_type::to_char_type(character));
-    }
+    if (IsInterested() && !traits_type::eq_int_type(character, traits_type::eof()))
+        Gather(traits_type::to_char_type(character));
     return traits_type::not_eof(character);
 }
 
+// The text is read before the lock is taken: reading it may fault, and the fault's report writes to a channel, too.
 std::streamsize KZLogStreamBuf::xsputn(wchar_t const * text, std::streamsize count) {
-    if (IsInterested()) {
-        Guard const guard(streamLock);
-        std::for_each(text, text + count, [this](wchar_t character) { KZAppendWide(line_, character); });
+    if (!IsInterested() || count <= 0) return count;
+    std::wstring_view const wide(text, static_cast<std::size_t>(count));
+    if (wide.size() <= mostShortText) {
+        char16_t units[2 * mostShortText];
+        Gather(units, KZFromWide(wide, units));
+        return count;
+    }
+    try {
+        std::u16string const units = KZFromWide(wide);
+        Gather(units.data(), units.size());
+    } catch (std::bad_alloc const &) {
+        Guard const guard(LogHandOut::textLock);
+        LoseLine();
     }
     return count;
 }
@@ -66,32 +94,64 @@ std::streamsize KZLogStreamBuf::xsputn(wchar_t const * text, std::streamsize cou
 KZLogStreamBuf::int_type KZLogStreamBuf::underflow() { return traits_type::eof(); }
 
 int KZLogStreamBuf::sync() {
-    Guard const guard(streamLock);
-    // A subscriber that writes here against the rule is heard at the next flush, not in an endless circle.
-    if (line_.IsNull() || isHandingOut_) return 0;
-    KZString text = std::exchange(line_, KZString());
-    isHandingOut_ = true;
-    struct Done {
-        bool & flag;
-        ~Done() { flag = false; }
-    } const done{isHandingOut_};
-    HandOut(text);
-    if (line_.IsNull()) {
-        text.Remove(0, text.Length()); // and keep its block for the next line
-        line_ = std::move(text);
+    if (LogHandOut::IsPrompt()) {
+        HandOut([this] {
+            EndMessage();
+            handOut_->Wake();
+        });
     }
     return 0;
 }
 
-/// Goes on behind the subscriber that was called, which may have removed itself meanwhile.
-void KZLogStreamBuf::HandOut(KZString const & text) {
-    KZGuard<KZLogSubscribers> const guard(*subscribers_);
-    int const level = level_.load(std::memory_order_relaxed);
-    for (unsigned int i = 0; i < subscribers_->size();) {
-        KZSmartPtr<KZLogSubscriberI> const subscriber = (*subscribers_)[i];
-        if (subscriber->IsInterested(level)) subscriber->OnFlush(level, text);
-        if (i < subscribers_->size() && (*subscribers_)[i] == subscriber) ++i;
+// Not inlined, so that the test in front of it stays the whole cost of unwanted text.
+[[gnu::noinline]] void KZLogStreamBuf::Gather(wchar_t character) {
+    Guard const guard(LogHandOut::textLock);
+    if (isLineLost_) return;
+    try {
+        // Nearly all characters are one unit.
+        if (static_cast<std::uint32_t>(character) <= 0xFFFF) {
+            line_ += static_cast<char16_t>(character);
+        } else {
+            KZAppendWide(line_, character);
+        }
+    } catch (std::bad_alloc const &) {
+        LoseLine();
+    } catch (std::length_error const &) {
+        LoseLine();
     }
+}
+
+void KZLogStreamBuf::Gather(char16_t const * units, std::size_t count) {
+    Guard const guard(LogHandOut::textLock);
+    if (isLineLost_) return;
+    try {
+        line_.Append(units, static_cast<unsigned int>(count));
+    } catch (std::bad_alloc const &) {
+        LoseLine();
+    } catch (std::length_error const &) {
+        LoseLine();
+    }
+}
+
+// The next ones require: the caller holds the lock of the texts.
+
+void KZLogStreamBuf::LoseLine() noexcept {
+    line_.Clear();
+    isLineLost_ = true;
+}
+
+void KZLogStreamBuf::EndMessage() {
+    if (std::exchange(isLineLost_, false)) {
+        handOut_->AddLost(level_.load(relaxed));
+    } else if (!line_.IsNull()) {
+        handOut_->Add(level_.load(relaxed), line_);
+    }
+}
+
+void KZLogStreamBuf::ChangeLevel(int level) {
+    if (level == level_.load(relaxed)) return;
+    EndMessage();
+    level_.store(level, relaxed);
 }
 
 KZLogStream::KZLogStream(KZLogSubscribers * subscribers) : std::wostream(nullptr), buffer_(subscribers) {
@@ -101,3 +161,8 @@ KZLogStream::KZLogStream(KZLogSubscribers * subscribers) : std::wostream(nullptr
 KZLogStream::~KZLogStream() = default;
 
 void KZLogStream::OnEOL() {}
+
+void KZLogStream::Recover() {
+    buffer_.DropMessage();
+    clear();
+}

@@ -20,8 +20,26 @@
 /// A lower number is more important: a subscriber with desired level N takes the levels up to N. The desired level is
 /// the subscriber's, whatever the number of channels it hears.
 ///
-/// Thread safety: `OnFlush` runs on the writer's thread under the lock of all channel streams, so never twice at a
-/// time; it isn't to write to a channel. The level may be read and set from any thread.
+/// A subscriber that throws or faults is told of as an unhandled exception is; the others get the text all the same. It is
+/// called again with the next text.
+///
+/// Locks: no lock of the log's is held while `OnFlush` and `IsInterested` run. For each channel one thread at a time gives
+/// texts out; other threads that flush wait for it, unless they hold KZLockedCOUT or are in an `OnFlush` themselves: then
+/// that thread takes their texts along. So the order of the locks is
+///
+/// 1. KZLockedCOUT, which the writer may hold,
+/// 2. the right to give out the channel's texts,
+/// 3. locks of the subscriber's own,
+///
+/// and `OnFlush` may take KZLockedCOUT against this order, as the report of a fault does. Two things would make threads wait
+/// for each other for ever: a writer that holds a lock of the third kind, and an `OnFlush` that waits until another
+/// thread has written to the channel.
+///
+/// What `OnFlush` writes to a channel, its own or another, is given out after the text at hand. What is written because of
+/// that in turn stays until the channel's next flush, so that no endless circle arises.
+///
+/// Thread safety: one channel never calls `OnFlush` twice at a time, several channels may. It runs on the writer's thread
+/// or on that of another writer to the channel. The level may be read and set from any thread.
 class KZ_EXPORT KZLogSubscriberI : public KZRefCount {
 public:
     explicit KZLogSubscriberI(int desiredLevel = 0) noexcept : desiredLevel_(desiredLevel) {}

@@ -118,19 +118,20 @@ TEST_F(KZLogFileTest, LogWritesStampedLines) {
     log.Log(u"closed");
     ASSERT_TRUE(log.Open(path.c_str()));
     std::vector<std::u16string> before, after;
-    for (Case const & c : cases) {
+    for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+        Case const & c = cases[i / 2];
         before.emplace_back(stamp.At(KZPlatform::WallClockMilliseconds()));
-        log.Log(c.format, c.argument, u"", u"");
+        i % 2 == 0 ? log.Log(c.format, c.argument, u"", u"") : log.Log(c.format, c.argument, KZString(), u"");
         after.emplace_back(stamp.At(KZPlatform::WallClockMilliseconds()));
     }
     log.Close();
     log.Log(u"closed");
     EXPECT_FALSE(log.IsOpen());
     std::vector<std::u16string> const lines = Lines();
-    ASSERT_EQ(lines.size(), std::size(cases));
+    ASSERT_EQ(lines.size(), 2 * std::size(cases));
     for (std::size_t i = 0; i < lines.size(); ++i) {
-        EXPECT_TRUE(lines[i] == before[i] + cases[i].line || lines[i] == after[i] + cases[i].line)
-            << "case " << i;
+        std::u16string const & line = cases[i / 2].line;
+        EXPECT_TRUE(lines[i] == before[i] + line || lines[i] == after[i] + line) << "case " << i;
     }
 }
 
@@ -144,6 +145,16 @@ TEST_F(KZLogFileTest, AnEmptyFormatLeavesTheLineOpen) {
     log.PutDateTime();
     EXPECT_EQ(Units().substr(17, 3), u"x\r\n");
     EXPECT_EQ(Units().size(), 37U) << "each call has reached the file";
+    log.Close();
+    ASSERT_TRUE(log.Open(path.c_str()));
+    log.PutString(u"y\nz");
+    EXPECT_EQ(Units().substr(37), u"y~z") << "its own open line goes on";
+    KZLogFile other;
+    ASSERT_TRUE(other.Open(path.c_str()));
+    other.PutString(u"o\n");
+    other.Flush();
+    log.PutString(u"z\n");
+    EXPECT_EQ(Units().substr(37), u"y~z\r\no\r\nz\r\n");
 }
 
 TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
@@ -168,12 +179,14 @@ TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
     EXPECT_EQ(Units(), u"1\r\n2\r\n3\r\n4\r\n" + huge) << "more than the buffer holds";
     EXPECT_FALSE(log.Open(folder.Path(u"no/such").c_str()) || log.IsOpen());
     ASSERT_TRUE(log.Open(u"/dev/full"));
-    for (int i = 0; i < 5000; ++i) log.Log(u"lost without harm");
+    for (int i = 0; i < 5000; ++i) log.Log(u"lost, but counted");
+    log.Close();
+    EXPECT_EQ(log.GetLostRecordCount(), 5000U);
 }
 
 // Two objects on one file, one with auto flush and one that gathers, and two threads on each.
 TEST_F(KZLogFileTest, LinesNeverMix) {
-    constexpr int lineCount = 100'000;
+    constexpr int lineCount = 20'000;
     {
         KZLogFile logs[2];
         logs[0].SetAutoFlush(true);

@@ -1,9 +1,17 @@
 #include "ZerlithCore/log/KZLogManager.h"
 
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/errors/KZSignalException.h"
+
+#include "platform/ChildProcess.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <functional>
+#include <latch>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -20,10 +28,35 @@ public:
         heard.emplace_back(level, std::u16string_view(text));
         if (then) then();
     }
+    bool IsInterested(int level) const override {
+        if (asked) asked();
+        return KZLogSubscriberI::IsInterested(level);
+    }
     Heard heard;
-    std::function<void()> then;
+    std::function<void()> then, asked;
 };
 using Handle = KZSmartPtr<Listener>;
+
+/// What KZLockedCOUT writes goes to a log stream, or is kept.
+class Console {
+public:
+    explicit Console(KZLogStream * stream = nullptr) {
+        stream_ = stream;
+        KZLockedCOUT::SetStreamSource([](unsigned int level) -> std::wostream & {
+            return stream_ ? stream_->GetStream(static_cast<int>(level)) : text_;
+        });
+    }
+    ~Console() { KZLockedCOUT::SetStreamSource(nullptr); }
+    static std::wstring Take() {
+        std::wstring const text = text_.str();
+        text_.str({});
+        return text;
+    }
+
+private:
+    static inline KZLogStream * stream_;
+    static inline std::wostringstream text_;
+};
 
 class KZLogManagerTest : public testing::Test {
 protected:
@@ -63,19 +96,11 @@ TEST_F(KZLogManagerTest, HandsOutByLevelAtAFlush) {
     for (int level = 0; level <= 3; ++level) stream.GetStream(level) << level << L'\n' << std::flush;
     EXPECT_EQ(low->heard, (Heard{{0, u"0\n"}, {1, u"1\n"}, {2, u"2\n"}}));
     EXPECT_EQ(high->heard, (Heard{{0, u"0\n"}}));
-}
-
-TEST_F(KZLogManagerTest, ALevelChangeInMidLineFlushesTheEarlierPart) {
-    Handle const listener(new Listener(2));
-    manager.Subscribe(index, listener);
-    stream.GetStream(1) << L"a\nb";
-    stream << KZString(u"\U0001F600");
-    stream.GetStream(1) << L"c";
-    stream.GetStream(3) << L"dropped";
-    stream.GetStream(2) << L"d" << std::endl;
-    EXPECT_EQ(listener->heard.size(), 2U);
-    EXPECT_TRUE(listener->heard.front().second.ends_with(u"\U0001F600c"));
-    EXPECT_EQ(listener->heard.back(), (std::pair<int, std::u16string>{2, u"d\n"}));
+    stream.GetStream(2) << L"broken off" << static_cast<wchar_t const *>(nullptr) << std::flush;
+    stream.GetStream(1) << L"whole" << std::flush;
+    ASSERT_EQ(low->heard.size(), 5U);
+    EXPECT_EQ(low->heard[3], (std::pair<int, std::u16string>(2, u"*** messages lost: 1\n")));
+    EXPECT_EQ(low->heard[4], (std::pair<int, std::u16string>(1, u"whole")));
 }
 
 TEST_F(KZLogManagerTest, InterestFollowsSubscriptionsAndLevels) {
@@ -104,22 +129,124 @@ TEST_F(KZLogManagerTest, InterestFollowsSubscriptionsAndLevels) {
     EXPECT_EQ(*b, 2UL);
 }
 
-TEST_F(KZLogManagerTest, SubscribersMayMisbehave) {
-    std::vector<Handle> listeners;
-    for (int i = 0; i < 4; ++i) {
-        listeners.emplace_back(new Listener(1));
-        channel.Subscribe(listeners.back());
+int volatile * volatile glbNull = nullptr;
+__attribute__((noinline, no_sanitize("undefined", "address", "thread"))) void Fault() { *glbNull = 1; }
+
+struct Misdeed {
+    char const * what;
+    std::function<void()> run;
+};
+Misdeed const misdeeds[] = {
+    {"throws a number", [] { throw 1; }},
+    {"throws an exception", [] { throw KZException(u"x", true); }},
+    {"faults", &Fault},
+};
+
+TEST_F(KZLogManagerTest, FailingSubscribersHarmNobodyElse) {
+    KZInitCatchSignal();
+    Handle listeners[4];
+    for (Handle & listener : listeners) manager.Subscribe(index, listener = new Listener(2));
+    for (Misdeed const & misdeed : misdeeds) {
+        for (auto const member : {&Listener::then, &Listener::asked}) {
+            SCOPED_TRACE(misdeed.what);
+            Console const console;
+            for (int const i : {0, 2}) listeners[i].GetPtr()->*member = misdeed.run;
+            stream.GetStream(1) << L"one" << std::flush << KZString(u"two \U0001F600");
+            stream.GetStream(1) << L'.';
+            stream.GetStream(3) << L"dropped";
+            stream.GetStream(2) << L"three" << std::endl;
+            EXPECT_TRUE(manager.ChangeSubscriptionLevel(index, listeners[2], 2) && stream.good());
+            std::wstring const told = console.Take();
+            std::size_t times = 0;
+            for (std::size_t at = 0; (at = told.find(L"unhandled exception in KZThread\n", at)) != told.npos;
+                 ++at)
+                ++times;
+            EXPECT_GE(times, 6U);
+            for (Handle const & listener : listeners) {
+                Heard const all{{1, u"one"}, {1, u"two \U0001F600."}, {2, u"three\n"}};
+                EXPECT_EQ(listener->heard, listener->asked ? Heard() : all);
+                listener->heard.clear();
+                listener->then = listener->asked = nullptr;
+            }
+        }
     }
-    Handle const leaver = listeners[1], writer = listeners[2];
+}
+
+// What tells of a failure may go to the very channel: it is heard at once, and isn't told again when it fails.
+TEST_F(KZLogManagerTest, FailuresAreToldOnTheChannelItself) {
+    Console const console(&stream);
+    Handle const listener(new Listener(2)), first(new Listener(2)), second(new Listener(2));
+    for (Handle const & each : {listener, first, second}) manager.Subscribe(index, each);
+    first->then = second->then = misdeeds[0].run;
+    stream.GetStream(2) << L"one" << std::endl << L"two" << std::endl;
+    std::pair<int, std::u16string> const told(1, u"unhandled exception in KZThread\n");
+    Heard const expected{{2, u"one\n"}, told, told, {2, u"two\n"}, told, told};
+    EXPECT_EQ(listener->heard, expected);
+    EXPECT_EQ(first->heard, expected);
+}
+
+TEST_F(KZLogManagerTest, WhatSubscribersWriteIsHeardAndEnds) {
+    KZLogStream & other = (*manager.GetChannel(manager.AddChannel(u"other")))->GetStream();
+    Handle const leaver(new Listener(3)), writer(new Listener(3)), listener(new Listener(3)),
+        far(new Listener(3));
+    for (Handle const & each : {leaver, writer, listener}) manager.Subscribe(index, each);
+    manager.Subscribe(1, far);
     leaver->then = [&] { channel.UnSubscribe(leaver); };
-    writer->then = [&] { stream << L"echo" << std::flush; };
-    stream << L"one" << std::flush;
-    for (Handle const & listener : listeners)
-        EXPECT_EQ(listener->heard.size(), 1U) << "each once, in spite of both";
-    stream << L" two" << std::flush;
+    writer->then = [&] {
+        stream.GetStream(3) << L"echo" << std::flush;
+        other << L"there" << std::flush;
+    };
+    far->then = [&] { stream.GetStream(2) << L"back" << std::flush; };
+    stream.GetStream(1) << L"one" << std::flush;
+    EXPECT_EQ(listener->heard, (Heard{{1, u"one"}, {3, u"echo"}})) << "the answer to the echo waits";
+    EXPECT_EQ(far->heard, (Heard{{0, u"there"}}));
+    writer->then = far->then = nullptr;
+    stream << L"two" << std::flush;
+    other.flush();
+    EXPECT_EQ(writer->heard, (Heard{{1, u"one"}, {3, u"echo"}, {2, u"back"}, {3, u"echo"}, {1, u"two"}}));
+    EXPECT_EQ(listener->heard, writer->heard);
+    EXPECT_EQ(far->heard, (Heard{{0, u"there"}, {0, u"there"}}));
     EXPECT_EQ(leaver->heard.size(), 1U);
-    EXPECT_EQ(writer->heard.back().second, u"echo two");
-    leaver->then = writer->then = nullptr;
+}
+
+// What nobody waits for may wait in memory, a million units of it. In a process of its own, which the alarm ends if its threads wait for each other.
+TEST_F(KZLogManagerTest, NoThreadWaitsForASubscriberThatWaitsForTheConsole) {
+    ChildProcess child([&] {
+        alarm(60);
+        Console const console;
+        Handle const listener(new Listener(2));
+        manager.Subscribe(index, listener);
+        std::wstring const large(5000, L'x');
+        for (bool const faults : {false, true}) {
+            std::latch isCalled(1), isHeld(1);
+            listener->then = [&, isFirst = true]() mutable {
+                if (!std::exchange(isFirst, false)) return;
+                isCalled.count_down();
+                isHeld.wait();
+                if (faults) misdeeds[2].run();
+                KZLockedCOUT const lock;
+            };
+            std::thread writer([&] {
+                KZInitCatchSignal();
+                stream.GetStream(1) << L"first" << std::flush;
+            });
+            {
+                KZLockedCOUT const lock;
+                isHeld.count_down();
+                isCalled.wait();
+                stream.GetStream(2) << L"second" << std::flush;
+                stream.GetStream(0) << L"third" << std::flush;
+                for (int i = 0; i < 300; ++i) stream << large << std::flush;
+            }
+            writer.join();
+            Heard expected{{1, u"first"}, {2, u"second"}, {0, u"third"}};
+            expected.resize(3 + 1024 * 1024 / large.size(), {0, std::u16string(large.size(), u'x')});
+            expected.emplace_back(0, u"*** messages lost: 91\n");
+            if (std::exchange(listener->heard, Heard()) != expected) return faults ? 1 : 2;
+        }
+        return console.Take().empty() ? 3 : 0;
+    });
+    EXPECT_EQ(child.Status(), 0);
 }
 
 TEST(KZLogChannel, ItsEndIsAFlush) {
@@ -133,12 +260,16 @@ TEST(KZLogChannel, ItsEndIsAFlush) {
     EXPECT_EQ(*listener, 1UL);
 }
 
-// Texts put in under a lock of the writers' own, while others come and go and the registry grows.
+// Two writers hold the console, which makes them leave messages to the others; subscribers come and go meanwhile.
 TEST_F(KZLogManagerTest, WritersAndSubscribersOnSeveralThreads) {
     constexpr int lines = 2000;
     Handle const constant(new Listener(1));
+    std::atomic<int> inside{0};
+    constant->then = [&] {
+        EXPECT_EQ(++inside, 1) << "one at a time";
+        --inside;
+    };
     manager.Subscribe(index, constant);
-    KZCriticalSection writers;
     std::atomic<bool> stop{false};
     std::thread comer([&] {
         while (!stop) {
@@ -150,19 +281,26 @@ TEST_F(KZLogManagerTest, WritersAndSubscribersOnSeveralThreads) {
         }
     });
     std::vector<std::thread> threads;
-    for (int t = 0; t < 3; ++t) {
-        threads.emplace_back([&] {
+    for (int t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
             for (int i = 0; i < lines; ++i) {
-                KZGuard<KZCriticalSection> const guard(writers);
-                (*manager.GetChannel(index))->GetStream().GetStream(i % 2) << L"line " << 7 << std::flush;
+                std::optional<KZLockedCOUT> console;
+                if (t < 2) console.emplace();
+                KZString text;
+                text.Format(u"%d %d\n", t, i);
+                (*manager.GetChannel(index))->GetStream().GetStream(i % 2) << text << std::flush;
             }
         });
     }
     for (std::thread & thread : threads) thread.join();
     stop = true;
     comer.join();
-    ASSERT_EQ(constant->heard.size(), 3U * lines);
-    for (auto const & [level, text] : constant->heard) ASSERT_EQ(text, u"line 7");
+    std::u16string all;
+    for (auto const & [level, text] : constant->heard) all += text;
+    int next[4] = {};
+    std::istringstream in(std::string(all.begin(), all.end()));
+    for (int t = 0, i = 0; in >> t >> i;) ASSERT_EQ(i, next[t]++) << "thread " << t;
+    for (int const count : next) EXPECT_EQ(count, lines);
 }
 
 } // namespace

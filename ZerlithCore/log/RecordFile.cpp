@@ -1,0 +1,104 @@
+#include "ZerlithCore/log/RecordFile.h"
+
+#include <algorithm>
+#include <new>
+
+namespace KZDetail {
+
+namespace {
+
+constexpr std::size_t bufferBytes = 64 * 1024;
+
+void AppendMessageNote(std::string & bytes, std::uint64_t count) {
+    bytes += "*** messages lost: " + std::to_string(count) + '\n';
+}
+
+} // namespace
+
+constinit RecordFile::Form const RecordFile::utf8Messages{LineFile::utf8, &AppendMessageNote};
+
+bool RecordFile::Open(KZString const & path, KZPlatform::FileCreation creation, KZPlatform::FileShare share,
+                      KZPlatform::FileProtection protection) {
+    Close();
+    isLineOpen_ = false;
+    return file_.Open(std::u16string_view(path), creation, share, protection);
+}
+
+void RecordFile::Close() noexcept {
+    Flush();
+    lostCount_ += ends_.size();
+    untoldCount_ += ends_.size();
+    gathered_.clear();
+    ends_.clear();
+    file_.Close();
+}
+
+void RecordFile::Put(std::string_view record, bool flush) noexcept {
+    if (untoldCount_ != 0 || !HasRoom(record.size())) WriteGathered();
+    if (!PutNote() || !HasRoom(record.size()) || !Gather(record)) return CountLost(true);
+    isLineOpen_ = !record.ends_with(form_.lines.LastUnit());
+    if (flush || gathered_.size() > bufferBytes) WriteGathered();
+}
+
+void RecordFile::Flush() noexcept {
+    if (!IsOpen()) return;
+    WriteGathered();
+    if (untoldCount_ != 0 && PutNote()) WriteGathered();
+}
+
+void RecordFile::CountLost(bool isTold) noexcept {
+    ++lostCount_;
+    if (isTold) ++untoldCount_;
+}
+
+/// A record that is larger than the buffer has room in an empty one.
+bool RecordFile::HasRoom(std::size_t size) const noexcept {
+    return gathered_.empty() || gathered_.size() + size <= bufferBytes;
+}
+
+/// False, with nothing changed, when there is no memory.
+bool RecordFile::Gather(std::string_view record) noexcept {
+    std::size_t const size = gathered_.size();
+    try {
+        gathered_ += record;
+        ends_.push_back(gathered_.size());
+        return true;
+    } catch (std::bad_alloc const &) {
+        gathered_.resize(size);
+        return false;
+    }
+}
+
+/// Gathers the line that tells of lost records, if there is something to tell. False as long as the records in front of those
+/// aren't written: one line is to tell of all.
+bool RecordFile::PutNote() noexcept {
+    if (untoldCount_ == 0) return true;
+    if (!gathered_.empty()) return false;
+    try {
+        std::string note;
+        if (isLineOpen_) note = form_.lines.lineEnd;
+        form_.appendNote(note, untoldCount_);
+        if (!Gather(note)) return false;
+    } catch (std::bad_alloc const &) {
+        return false;
+    }
+    ends_.pop_back(); // It is no record: should it be lost, the count is right without it.
+    isLineOpen_ = false;
+    untoldCount_ = 0;
+    return true;
+}
+
+void RecordFile::WriteGathered() noexcept {
+    std::size_t const done = file_.Append(gathered_);
+    if (done == gathered_.size()) {
+        gathered_.clear();
+        ends_.clear();
+        if (gathered_.capacity() > 2 * bufferBytes) gathered_ = std::string(); // a giant has passed
+        return;
+    }
+    gathered_.erase(0, done);
+    ends_.erase(ends_.begin(), std::upper_bound(ends_.begin(), ends_.end(), done));
+    for (std::size_t & end : ends_) end -= done;
+}
+
+} // namespace KZDetail
