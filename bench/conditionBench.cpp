@@ -21,7 +21,7 @@ public:
 
 class RecordCondition : public KZCondition {
 public:
-    KZSmartPtr<KZCondition> NewChild() const override { return KZSmartPtr<KZCondition>(new RecordCondition); }
+    KZSmartPtr<KZCondition> NewChild() override { return KZSmartPtr<KZCondition>(new RecordCondition); }
     bool AssignFieldName(KZString const & name) override {
         isLevel_ = name == u"level";
         return KZCondition::AssignFieldName(name);

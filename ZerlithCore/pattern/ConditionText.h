@@ -25,17 +25,4 @@ inline KZString Unquote(std::u16string_view text) {
     return result;
 }
 
-// Counts the texts that a thread reads inside of each other.
-class NestingGuard {
-public:
-    NestingGuard() noexcept { ++depth; }
-    ~NestingGuard() { --depth; }
-    NestingGuard(NestingGuard const &) = delete;
-    NestingGuard & operator=(NestingGuard const &) = delete;
-    [[nodiscard]] static bool IsTooDeep() noexcept { return depth > 1000; }
-
-private:
-    static inline thread_local int depth = 0;
-};
-
 } // namespace KZDetail

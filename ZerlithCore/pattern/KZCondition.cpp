@@ -3,6 +3,7 @@
 #include "ZerlithCore/pattern/ConditionText.h"
 
 #include <algorithm>
+#include <array>
 #include <new>
 
 namespace {
@@ -37,21 +38,33 @@ KZCondition::KZCondition(KZCondition const & other) = default;
 
 KZCondition & KZCondition::operator=(KZCondition const & other) = default;
 
-// Children whose last owner this is give up theirs first.
+// Goes down into children whose last owner this is, without recursion and without memory of its own: on the way down a child
+// keeps the list that it was taken from, and the child's place in that list keeps the way back up.
 KZCondition::~KZCondition() {
-    std::vector<SubCondition> pending = std::move(subConditions_);
-    while (!pending.empty()) {
-        KZSmartPtr<KZCondition> const child = std::move(pending.back().second);
-        pending.pop_back();
-        if (child->NbRef() != 1) continue;
-        std::ranges::move(child->subConditions_, std::back_inserter(pending));
-        child->subConditions_.clear();
+    std::vector<SubCondition> list = std::move(subConditions_);
+    KZSmartPtr<KZCondition> parent;
+    for (;;) {
+        if (!list.empty()) {
+            KZSmartPtr<KZCondition> child = std::move(list.back().second);
+            if (child->NbRef() == 1 && !child->subConditions_.empty()) {
+                list.back().second = std::move(parent);
+                list.swap(child->subConditions_);
+                parent = std::move(child);
+            } else {
+                list.pop_back();
+            }
+        } else {
+            if (parent.IsNull()) return;
+            list.swap(parent->subConditions_);
+            parent = std::move(list.back().second);
+            list.pop_back();
+        }
     }
 }
 
 void KZCondition::GetFieldName(KZString & out) const { out += fieldName_; }
 
-KZSmartPtr<KZCondition> KZCondition::NewChild() const { return KZSmartPtr<KZCondition>(new KZCondition); }
+KZSmartPtr<KZCondition> KZCondition::NewChild() { return KZSmartPtr<KZCondition>(new KZCondition); }
 
 bool KZCondition::AssignFieldName(KZString const & name) {
     fieldName_ = name;
@@ -171,17 +184,46 @@ bool KZCondition::IsNativeFormat(KZString const & text) {
     return text.Length() >= 2 && text[0] == u'@' && text[1] == u'@';
 }
 
-KZString KZCondition::ToString(bool native) const {
-    KZString out;
-    native ? AppendNative(out) : AppendText(out);
-    return out;
+// A condition that is joined last decides alone, so nothing has to be kept of the one that it is joined to; of the others,
+// where to go on.
+bool KZCondition::Evaluate(KZConditionParams const & params) const {
+    struct Place {
+        KZCondition const * condition;
+        std::size_t next;
+    };
+    std::array<Place, 32> near;
+    std::vector<Place> far;
+    std::size_t depth = 0;
+    Place at{this, 0};
+    bool holds = HoldsAlone(params);
+    for (;;) {
+        std::vector<SubCondition> const & list = at.condition->subConditions_;
+        // Only an AND can change what holds, only an OR what doesn't.
+        while (at.next < list.size() && holds != (list[at.next].first == And)) ++at.next;
+        if (at.next < list.size()) {
+            KZCondition const & child = *list[at.next].second;
+            if (++at.next < list.size()) {
+                if (depth < near.size())
+                    near[depth] = at;
+                else
+                    far.push_back(at);
+                ++depth;
+            }
+            at = {&child, 0};
+            holds = child.HoldsAlone(params);
+        } else if (depth == 0) {
+            return holds;
+        } else if (--depth < near.size()) {
+            at = near[depth];
+        } else {
+            at = far.back();
+            far.pop_back();
+        }
+    }
 }
 
-bool KZCondition::Evaluate(KZConditionParams const & params) const {
-    bool holds = operator_ != NoOperator ? OnEvaluate(params) : !HasOr();
-    for (auto const & [connective, child] : subConditions_)
-        if (holds == (connective == And)) holds = child->Evaluate(params);
-    return holds;
+bool KZCondition::HoldsAlone(KZConditionParams const & params) const {
+    return operator_ != NoOperator ? OnEvaluate(params) : !HasOr();
 }
 
 bool KZCondition::AsRegExp() {
@@ -219,25 +261,4 @@ void KZCondition::SetValue(int op, int type) {
 bool KZCondition::Has(int connective) const noexcept {
     return std::ranges::any_of(subConditions_,
                                [connective](SubCondition const & sub) { return sub.first == connective; });
-}
-
-void KZCondition::AppendText(KZString & out) const {
-    bool const hasOr = HasOr();
-    bool const isMixed = hasOr && HasAnd();
-    for (std::size_t i = 0; hasOr && i < subConditions_.size(); ++i) out += u'(';
-    if (operator_ != NoOperator) {
-        GetFieldName(out);
-        GetOperator(out);
-        GetSuppliedValue(out);
-    }
-    for (std::size_t i = 0; i < subConditions_.size(); ++i) {
-        auto const & [connective, child] = subConditions_[i];
-        if (i > 0 || operator_ != NoOperator) out += connective == Or ? u" OR " : u" AND ";
-        bool const changes = isMixed && i > 0 && connective != subConditions_[i - 1].first;
-        bool const ownParentheses = changes && child->GetSubCondCount() > 0;
-        if (ownParentheses) out += u'(';
-        child->AppendText(out);
-        if (ownParentheses) out += u')';
-        if (hasOr) out += u')';
-    }
 }

@@ -18,8 +18,14 @@
 #include "ZerlithCore/time/KZDateTime.h"
 
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 #include <vector>
+
+namespace KZDetail {
+template <class T>
+concept IsConditionNumber = std::is_arithmetic_v<T> ||(std::is_enum_v<T> && std::is_convertible_v<T, int>);
+} // namespace KZDetail
 
 /// What a condition is evaluated on; a class derived from KZCondition has one derived from this.
 class KZ_EXPORT KZConditionParams {
@@ -32,7 +38,8 @@ public:
 /// The library has no field values: a derived class gives them in `OnEvaluate`. The joined conditions are taken strictly from
 /// left to right, with no precedence. Conditions are counted; a copy shares the joined ones, which don't change any more.
 ///
-/// A text may nest 1,000 deep, parentheses and terms behind an AND or OR together; deeper ones are refused.
+/// Parentheses in a text may nest 1,000 deep; deeper ones are refused. Terms joined by AND and OR have no such limit, and no
+/// operation recurses into them: conditions of any depth are read, printed, evaluated and released.
 ///
 /// Thread safety: a condition is built by one thread; then any may evaluate it.
 class KZ_EXPORT KZCondition {
@@ -50,18 +57,18 @@ public:
     explicit KZCondition(KZString const & text);
     KZCondition(KZCondition const & other);
     KZCondition & operator=(KZCondition const & other);
-    /// Releases trees of any depth without recursion.
     virtual ~KZCondition();
 
     // --- For derived classes. The three that take a string append to it.
 
     virtual void GetFieldName(KZString & out) const;
     /// A new condition of the same kind, for what is joined to this one.
-    [[nodiscard]] virtual KZSmartPtr<KZCondition> NewChild() const;
+    [[nodiscard]] virtual KZSmartPtr<KZCondition> NewChild();
     /// False refuses the name.
     virtual bool AssignFieldName(KZString const & name);
     /// Reads a condition, or what `ToString(true)` wrote; blanks alone change nothing. False for a text that isn't one;
-    /// what was assigned in front of the fault stays, except from a native text, which then changes nothing.
+    /// what was assigned in front of the fault stays, except from a native text, which then changes nothing. Called for the
+    /// whole text only: parts of it are read by the functions below, of the conditions that `NewChild` makes.
     virtual bool FromString(KZString const & text);
     /// The comparison itself; false here.
     [[nodiscard]] virtual bool OnEvaluate(KZConditionParams const & params) const;
@@ -82,46 +89,52 @@ public:
     unsigned long Release() const;
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
-    // --- Building: each sets the operator and the value, and gives the condition
+    // --- Building: each sets the operator and the value, and gives the condition. Numbers of all types are kept as a double,
+    // which is exact to 2^53; a unit is a text.
 
-    KZCondition & operator==(int value) { return AssignInt(Equal, value); }
-    KZCondition & operator==(std::int64_t value) { return AssignInt64(Equal, value); }
-    KZCondition & operator==(double value) { return AssignDouble(Equal, KZDouble(value)); }
+    template <KZDetail::IsConditionNumber Number>
+    KZCondition & operator==(Number value) {
+        return AssignNumber(Equal, value);
+    }
     KZCondition & operator==(KZDouble const & value) { return AssignDouble(Equal, value); }
     KZCondition & operator==(KZString const & value) { return AssignKZString(Equal, value); }
     KZCondition & operator==(KZDateTime const & value) { return AssignKZDateTime(Equal, value); }
-    KZCondition & operator!=(int value) { return AssignInt(NotEqual, value); }
-    KZCondition & operator!=(std::int64_t value) { return AssignInt64(NotEqual, value); }
-    KZCondition & operator!=(double value) { return AssignDouble(NotEqual, KZDouble(value)); }
+    template <KZDetail::IsConditionNumber Number>
+    KZCondition & operator!=(Number value) {
+        return AssignNumber(NotEqual, value);
+    }
     KZCondition & operator!=(KZDouble const & value) { return AssignDouble(NotEqual, value); }
     KZCondition & operator!=(KZString const & value) { return AssignKZString(NotEqual, value); }
     KZCondition & operator!=(KZDateTime const & value) { return AssignKZDateTime(NotEqual, value); }
-    KZCondition & operator<(int value) { return AssignInt(Less, value); }
-    KZCondition & operator<(std::int64_t value) { return AssignInt64(Less, value); }
-    KZCondition & operator<(double value) { return AssignDouble(Less, KZDouble(value)); }
+    template <KZDetail::IsConditionNumber Number>
+    KZCondition & operator<(Number value) {
+        return AssignNumber(Less, value);
+    }
     KZCondition & operator<(KZDouble const & value) { return AssignDouble(Less, value); }
     KZCondition & operator<(KZString const & value) { return AssignKZString(Less, value); }
     KZCondition & operator<(KZDateTime const & value) { return AssignKZDateTime(Less, value); }
-    KZCondition & operator<=(int value) { return AssignInt(LessOrEqual, value); }
-    KZCondition & operator<=(std::int64_t value) { return AssignInt64(LessOrEqual, value); }
-    KZCondition & operator<=(double value) { return AssignDouble(LessOrEqual, KZDouble(value)); }
+    template <KZDetail::IsConditionNumber Number>
+    KZCondition & operator<=(Number value) {
+        return AssignNumber(LessOrEqual, value);
+    }
     KZCondition & operator<=(KZDouble const & value) { return AssignDouble(LessOrEqual, value); }
     KZCondition & operator<=(KZString const & value) { return AssignKZString(LessOrEqual, value); }
     KZCondition & operator<=(KZDateTime const & value) { return AssignKZDateTime(LessOrEqual, value); }
-    KZCondition & operator>(int value) { return AssignInt(Greater, value); }
-    KZCondition & operator>(std::int64_t value) { return AssignInt64(Greater, value); }
-    KZCondition & operator>(double value) { return AssignDouble(Greater, KZDouble(value)); }
+    template <KZDetail::IsConditionNumber Number>
+    KZCondition & operator>(Number value) {
+        return AssignNumber(Greater, value);
+    }
     KZCondition & operator>(KZDouble const & value) { return AssignDouble(Greater, value); }
     KZCondition & operator>(KZString const & value) { return AssignKZString(Greater, value); }
     KZCondition & operator>(KZDateTime const & value) { return AssignKZDateTime(Greater, value); }
-    KZCondition & operator>=(int value) { return AssignInt(GreaterOrEqual, value); }
-    KZCondition & operator>=(std::int64_t value) { return AssignInt64(GreaterOrEqual, value); }
-    KZCondition & operator>=(double value) { return AssignDouble(GreaterOrEqual, KZDouble(value)); }
+    template <KZDetail::IsConditionNumber Number>
+    KZCondition & operator>=(Number value) {
+        return AssignNumber(GreaterOrEqual, value);
+    }
     KZCondition & operator>=(KZDouble const & value) { return AssignDouble(GreaterOrEqual, value); }
     KZCondition & operator>=(KZString const & value) { return AssignKZString(GreaterOrEqual, value); }
     KZCondition & operator>=(KZDateTime const & value) { return AssignKZDateTime(GreaterOrEqual, value); }
     KZCondition & AssignInt(int op, int value) { return AssignDouble(op, KZDouble(value)); }
-    /// Kept as a double, exact to 2^53.
     KZCondition & AssignInt64(int op, std::int64_t value) {
         return AssignDouble(op, KZDouble(static_cast<double>(value)));
     }
@@ -149,7 +162,8 @@ public:
     [[nodiscard]] static bool IsNativeFormat(KZString const & text);
     /// Prints the condition as it can be typed, or, when `native`, so that `FromString` gives back the same tree.
     [[nodiscard]] KZString ToString(bool native) const;
-    /// Whether the condition holds; one with neither operator nor joined conditions does. Allocates nothing.
+    /// Whether the condition holds; one with neither operator nor joined conditions does. Allocates nothing, unless more than
+    /// 32 parentheses with something behind them nest.
     [[nodiscard]] bool Evaluate(KZConditionParams const & params) const;
 
 protected:
@@ -169,16 +183,26 @@ protected:
     bool FromNativeString(KZString const & text);
 
 private:
+    class Reader;
     class NativeReader;
     using SubCondition = std::pair<int, KZSmartPtr<KZCondition>>;
 
+    template <class Number>
+    KZCondition & AssignNumber(int op, Number value) {
+        if constexpr (std::is_same_v<Number, char16_t>)
+            return AssignKZString(op, KZString(value));
+        else
+            return AssignDouble(op, KZDouble(static_cast<double>(value)));
+    }
     KZCondition & Join(int connective, KZCondition const & other);
     void SetValue(int op, int type);
     [[nodiscard]] bool Has(int connective) const noexcept;
-    bool ReadTerm(std::u16string_view & rest);
     bool ReadDate(std::u16string_view call);
+    [[nodiscard]] bool HoldsAlone(KZConditionParams const & params) const;
     void AppendText(KZString & out) const;
+    void AppendTerm(KZString & out) const;
     void AppendNative(KZString & out) const;
+    void AppendNativeTerm(KZString & out) const;
 
     KZCounter count_;
     KZString fieldName_;

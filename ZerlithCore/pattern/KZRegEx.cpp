@@ -11,14 +11,15 @@ namespace {
 using KZDetail::RegExAutomaton;
 
 std::shared_ptr<RegExAutomaton const> Compile(KZSmartPtr<KZRegExSyntaxNode> const & root, bool debug) {
-    KZDetail::NFA nfa = KZDetail::BuildNFA(root);
+    KZDetail::Budget budget;
+    KZDetail::NFA nfa = KZDetail::BuildNFA(root, budget);
     if (debug) Dump(KZGetConsole(), nfa);
-    std::vector<KZDetail::DFAState> states = KZDetail::BuildDFA(nfa);
+    std::vector<KZDetail::DFAState> states = KZDetail::BuildDFA(std::move(nfa), budget);
     if (debug) {
         Dump(KZGetConsole(), states);
         KZGetConsole().flush();
     }
-    KZDetail::MatchTables tables(states);
+    KZDetail::MatchTables tables(states, budget);
     return std::make_shared<RegExAutomaton const>(RegExAutomaton{std::move(states), std::move(tables)});
 }
 

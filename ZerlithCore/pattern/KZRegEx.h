@@ -23,9 +23,10 @@ struct RegExAutomaton;
 
 /// A deterministic automaton for a pattern. A match is of the whole text; there is no search and there are no captures.
 ///
-/// Construction costs what the pattern asks for: the automaton may have many states, as repeats and alternates multiply.
-/// Beyond a million nodes, 250,000 states, or sets of nodes that take more than 200 MB or some seconds it throws
-/// std::bad_alloc. A pattern that didn't parse gives an automaton that matches nothing.
+/// Construction costs what the pattern asks for: the automaton may have many states, as repeats and alternates multiply. What
+/// would take more than some 64 MB, or more than about a second, throws std::bad_alloc. Both are reckoned from what is made,
+/// not measured, so a pattern fails on every machine or on none. A pattern that didn't parse gives an automaton that matches
+/// nothing.
 ///
 /// A match allocates nothing, costs a few table look-ups a unit (a binary search where tables would be too large), and takes
 /// linear time. U+FFFF belongs to no set, so no pattern passes it; but a match that nothing can change any more, as behind

@@ -1,26 +1,30 @@
 #include "ZerlithCore/pattern/KZRegExSyntaxNode.h"
 
 #include <utility>
-#include <vector>
 
 KZRegExSyntaxNode::~KZRegExSyntaxNode() = default;
 
-// Children whose last owner this is are taken out of their parents first, so that no destructor meets a subtree.
+// Takes the tree apart from its left end, so that no destructor meets a subtree, and without memory of its own: a left child
+// whose last owner this is moves up, with its parent on its right.
 unsigned long KZRegExSyntaxNode::Release() const {
     unsigned long const left = count_.Decrement();
     if (left != 0) return left;
-    auto * const self = const_cast<KZRegExSyntaxNode *>(this);
-    std::vector<KZSmartPtr<KZRegExSyntaxNode>> pending;
-    auto const take = [&pending](KZRegExSyntaxNode & node) {
-        if (!node.left_.IsNull()) pending.push_back(std::move(node.left_));
-        if (!node.right_.IsNull()) pending.push_back(std::move(node.right_));
-    };
-    take(*self);
-    delete self;
-    while (!pending.empty()) {
-        KZSmartPtr<KZRegExSyntaxNode> const node = std::move(pending.back());
-        pending.pop_back();
-        if (node->NbRef() == 1) take(*node);
+    if (left_.IsNull() && right_.IsNull()) {
+        delete this;
+        return 0;
+    }
+    KZSmartPtr<KZRegExSyntaxNode> node(const_cast<KZRegExSyntaxNode *>(this));
+    while (!node.IsNull() && node->NbRef() == 1) {
+        if (!node->left_.IsNull() && node->left_->NbRef() == 1) {
+            KZSmartPtr<KZRegExSyntaxNode> child = std::move(node->left_);
+            node->left_ = std::move(child->right_);
+            child->right_ = std::move(node);
+            node = std::move(child);
+        } else {
+            node->left_.Clear();
+            KZSmartPtr<KZRegExSyntaxNode> next = std::move(node->right_);
+            node = std::move(next);
+        }
     }
     return 0;
 }

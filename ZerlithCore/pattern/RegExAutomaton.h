@@ -5,16 +5,49 @@
 #include "ZerlithCore/pattern/KZNFANodeSet.h"
 #include "ZerlithCore/pattern/KZRegExSyntaxNode.h"
 
+#include <bit>
+#include <cstddef>
 #include <cstdint>
 #include <iosfwd>
 #include <map>
+#include <new>
 #include <vector>
 
 namespace KZDetail {
 
+// What construction may take, so that a short pattern can't take a machine down: 64 MB, and about a second. Both are reckoned
+// from what is made and walked through, never measured, so a pattern fails on every machine or on none. Bytes are those of
+// a 64-bit machine, with what an allocator adds to a block and what a vector takes while it grows.
+// Errors: std::bad_alloc.
+class Budget {
+public:
+    void Keep(std::size_t bytes) {
+        bytes_ += bytes;
+        if (bytes_ > mostBytes) throw std::bad_alloc();
+    }
+    [[nodiscard]] bool HasRoomFor(std::size_t bytes) const noexcept { return bytes <= mostBytes - bytes_; }
+    // What is left behind by a stage.
+    void Leave(std::size_t bytes) noexcept { bytes_ = bytes; }
+    // Nanoseconds, on a machine of the day.
+    void Work(std::size_t time) {
+        time_ += time;
+        if (time_ > mostTime) throw std::bad_alloc();
+    }
+    // What sorting, or looking up, `count` things takes for each of them.
+    static constexpr std::size_t Log(std::size_t count) {
+        return static_cast<std::size_t>(std::bit_width(count));
+    }
+
+private:
+    static constexpr std::size_t mostBytes = 62'000'000;
+    static constexpr std::size_t mostTime = 800'000'000;
+
+    std::size_t bytes_ = 0;
+    std::size_t time_ = 0;
+};
+
 struct NFANode {
     std::uint32_t id = 0;
-    bool isClosed = false;                        // the e-transitions are the e-closure
     KZNFANodeSet targets;                         // of the e-transitions
     std::map<std::uint32_t, KZUWCharSet> onUnits; // by target
 };
@@ -34,9 +67,8 @@ struct DFAState {
 };
 
 // A null root gives nodes that lead nowhere.
-NFA BuildNFA(KZSmartPtr<KZRegExSyntaxNode> const & root);
-// Also closes the nodes.
-std::vector<DFAState> BuildDFA(NFA & nfa);
+NFA BuildNFA(KZSmartPtr<KZRegExSyntaxNode> const & root, Budget & budget);
+std::vector<DFAState> BuildDFA(NFA nfa, Budget & budget);
 
 void Dump(std::wostream & out, NFA const & nfa);
 void Dump(std::wostream & out, std::vector<DFAState> const & states);

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <array>
 #include <bit>
-#include <new>
 #include <ostream>
 #include <set>
 #include <tuple>
@@ -14,58 +13,6 @@
 
 namespace KZDetail {
 namespace {
-
-constexpr std::size_t mostStates = 250'000;
-
-// What construction may cost, whatever the pattern. Sets of nodes take the memory, and uniting and comparing them takes the
-// time: an identifier in the tree of a KZNFANodeSet a good deal more of both than one in a vector.
-class Budget {
-public:
-    void KeepTree(std::size_t count) { Spend(bytes_, count * 48, mostBytes); }
-    void KeepVector(std::size_t count) { Spend(bytes_, count * 4, mostBytes); }
-    void LookAtTree(std::size_t count) { Spend(looks_, count * 25, mostLooks); }
-    void LookAtVector(std::size_t count) { Spend(looks_, count, mostLooks); }
-
-private:
-    static constexpr std::size_t mostBytes = 200'000'000;
-    static constexpr std::size_t mostLooks = 500'000'000; // a second or two
-
-    static void Spend(std::size_t & spent, std::size_t count, std::size_t most) {
-        spent += count;
-        if (spent > most) throw std::bad_alloc();
-    }
-
-    std::size_t bytes_ = 0;
-    std::size_t looks_ = 0;
-};
-
-// The nodes that can be reached from each node without a unit, itself included. A closed node found on the way has done
-// the walk already.
-void CloseNodes(std::vector<NFANode> & nodes, Budget & budget) {
-    std::vector<std::uint32_t> pending;
-    for (NFANode & node : nodes) {
-        KZNFANodeSet closure;
-        closure.Insert(node.id);
-        pending.assign(1, node.id);
-        while (!pending.empty()) {
-            NFANode const & reached = nodes[pending.back()];
-            pending.pop_back();
-            budget.LookAtTree(1 + reached.targets.GetLargeCount());
-            for (std::uint32_t const id : reached.targets) {
-                if (!closure.Insert(id)) continue;
-                if (!nodes[id].isClosed) {
-                    pending.push_back(id);
-                    continue;
-                }
-                budget.LookAtTree(nodes[id].targets.GetLargeCount());
-                closure.Insert(nodes[id].targets);
-            }
-        }
-        budget.KeepTree(closure.GetLargeCount());
-        node.targets = std::move(closure);
-        node.isClosed = true;
-    }
-}
 
 // The set of nodes that a state stands for. It has the order of KZNFANodeSet: by the words of the bitmap, then by the
 // identifiers above, which are sorted.
@@ -76,12 +23,18 @@ struct StateSet {
     std::vector<std::uint32_t> large;
 
     StateSet() = default;
-    explicit StateSet(KZNFANodeSet const & set) {
-        for (std::uint32_t const id : set)
-            if (id < smallEnd)
-                small[id / 32] |= 1U << id % 32;
-            else
-                large.push_back(id);
+    explicit StateSet(std::vector<std::uint32_t> const & sorted) {
+        auto const firstLarge = std::ranges::lower_bound(sorted, smallEnd);
+        for (auto id = sorted.begin(); id != firstLarge; ++id) small[*id / 32] |= 1U << *id % 32;
+        large.assign(firstLarge, sorted.end());
+    }
+
+    template <class Function>
+    void ForEach(Function function) const {
+        for (std::uint32_t word = 0; word < small.size(); ++word)
+            for (std::uint32_t bits = small[word]; bits != 0; bits &= bits - 1)
+                function(word * 32 + static_cast<std::uint32_t>(std::countr_zero(bits)));
+        std::ranges::for_each(large, function);
     }
 
     [[nodiscard]] bool HasSmall(std::uint32_t id) const { return (small[id / 32] >> id % 32 & 1U) != 0; }
@@ -107,15 +60,49 @@ struct StateSetHash {
     }
 };
 
+// For each node those that can be reached from it without a unit, itself included. Of a node in front, which is done, the
+// result is taken.
+std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & budget) {
+    budget.Keep(60 * nodes.size());
+    std::vector<StateSet> closures;
+    closures.reserve(nodes.size());
+    std::vector<std::uint32_t> foundFor(nodes.size(), noState);
+    std::vector<std::uint32_t> found;
+    std::vector<std::uint32_t> pending;
+    for (NFANode const & node : nodes) {
+        std::size_t looks = 0;
+        auto const find = [&](std::uint32_t id) {
+            ++looks;
+            if (foundFor[id] == node.id) return;
+            foundFor[id] = node.id;
+            found.push_back(id);
+            if (id >= node.id) pending.push_back(id);
+        };
+        found.clear();
+        find(node.id);
+        while (!pending.empty()) {
+            NFANode const & reached = nodes[pending.back()];
+            pending.pop_back();
+            for (std::uint32_t const id : reached.targets) {
+                if (id < node.id)
+                    closures[id].ForEach(find);
+                else
+                    find(id);
+            }
+        }
+        std::ranges::sort(found);
+        closures.emplace_back(found);
+        budget.Keep(24 + 4 * found.size());
+        budget.Work(50 + looks + 2 * found.size() * Budget::Log(found.size()));
+    }
+    return closures;
+}
+
 class Determiniser {
 public:
-    explicit Determiniser(NFA & nfa) : nfa_(nfa), unitedIn_(nfa.nodes.size()) {
-        CloseNodes(nfa.nodes, budget_);
-        closures_.reserve(nfa.nodes.size());
-        for (NFANode const & node : nfa.nodes) {
-            budget_.KeepVector(node.targets.GetLargeCount());
-            closures_.emplace_back(node.targets);
-        }
+    Determiniser(NFA const & nfa, Budget & budget)
+        : nfa_(nfa), budget_(budget), closures_(CloseNodes(nfa.nodes, budget)), unitedIn_(nfa.nodes.size()) {
+        budget.Keep(8 * nfa.nodes.size());
     }
 
     std::vector<DFAState> Run() {
@@ -127,10 +114,12 @@ public:
         }
         for (std::uint32_t i = 0; i < states_.size(); ++i)
             states_[i].acceptsEverything = AcceptsEverything(i);
+        budget_.Leave(kept_);
         return std::move(states_);
     }
 
 private:
+    using Transitions = KZLookupTable<char16_t, std::uint32_t>;
     using StateMap = std::unordered_map<StateSet, std::uint32_t, StateSetHash>;
     using Entry = StateMap::value_type const *;
     struct BySet {
@@ -143,12 +132,15 @@ private:
     };
 
     std::uint32_t StateOf(StateSet && set) {
-        budget_.LookAtVector(1 + 2 * set.large.size());
+        budget_.Work(40 + 2 * set.large.size());
         auto const [place, isNew] =
             stateOfSet_.try_emplace(std::move(set), static_cast<std::uint32_t>(states_.size()));
         if (isNew) {
-            if (states_.size() >= mostStates) throw std::bad_alloc();
-            budget_.KeepVector(place->first.large.size());
+            // In the map, in the set, and among the states; its hash is made again whenever the map grows.
+            std::size_t const size = place->first.large.size();
+            budget_.Keep(300 + (size == 0 ? 0 : 24 + 8 * size));
+            kept_ += 120;
+            budget_.Work(800 + 5 * size + Budget::Log(unprocessed_.size()) * (80 + size));
             states_.emplace_back().isAccepting = place->first.Has(nfa_.exit);
             unprocessed_.insert(&*place);
         }
@@ -157,27 +149,27 @@ private:
 
     void AddTransitions(StateSet const & set, std::uint32_t state) {
         CollectEdges(set);
-        KZLookupTable<char16_t, std::uint32_t> transitions(noState);
+        transitions_.clear();
         std::size_t next = 0;
         active_.clear();
         for (std::size_t i = 0; i + 1 < bounds_.size(); ++i) {
             char16_t const low = bounds_[i];
             std::erase_if(active_, [low](Edge const & edge) { return edge.high <= low; });
             for (; next < edges_.size() && edges_[next].low == low; ++next) active_.push_back(edges_[next]);
-            budget_.LookAtVector(active_.size());
-            if (!active_.empty()) transitions.Append(low, bounds_[i + 1], StateOf(UniteActive()));
+            budget_.Work(6 + 3 * active_.size());
+            if (!active_.empty()) transitions_.Append(low, bounds_[i + 1], StateOf(UniteActive()));
         }
-        states_[state].transitions = std::move(transitions);
+        budget_.Keep(24 + 8 * transitions_.size());
+        kept_ += 24 + 8 * transitions_.size();
+        states_[state].transitions = transitions_;
     }
 
     void CollectEdges(StateSet const & set) {
         edges_.clear();
         bounds_.clear();
-        for (std::uint32_t word = 0; word < set.small.size(); ++word)
-            for (std::uint32_t bits = set.small[word]; bits != 0; bits &= bits - 1)
-                CollectEdges(word * 32 + static_cast<std::uint32_t>(std::countr_zero(bits)));
-        for (std::uint32_t const id : set.large) CollectEdges(id);
-        budget_.LookAtVector(8 * edges_.size());
+        set.ForEach([this](std::uint32_t id) { CollectEdges(id); });
+        budget_.Work(10 * (set.large.size() + StateSet::smallEnd / 4) +
+                     edges_.size() * (10 + 6 * Budget::Log(edges_.size())));
         // Nodes made first reach more of the others as a rule, so they come first in a union.
         std::ranges::sort(edges_, {}, [](Edge const & edge) { return std::pair(edge.low, edge.target); });
         std::ranges::sort(bounds_);
@@ -191,6 +183,9 @@ private:
                 bounds_.push_back(range->low);
                 bounds_.push_back(range->high);
             }
+        if (edges_.size() <= mostEdges_) return;
+        budget_.Keep(60 * (edges_.size() - mostEdges_)); // with active_ and bounds_
+        mostEdges_ = edges_.size();
     }
 
     StateSet UniteActive() {
@@ -203,13 +198,14 @@ private:
                                                                : unitedIn_[edge.target] == unions_;
             if (isIn) continue;
             StateSet const & closure = closures_[edge.target];
-            budget_.LookAtVector(closure.large.size());
+            budget_.Work(3 + closure.large.size());
             for (std::size_t i = 0; i < together.small.size(); ++i) together.small[i] |= closure.small[i];
             for (std::uint32_t const id : closure.large)
                 if (std::exchange(unitedIn_[id], unions_) != unions_) together.large.push_back(id);
         }
+        budget_.Work(4 * together.large.size());
         if (!std::ranges::is_sorted(together.large)) {
-            budget_.LookAtVector(4 * together.large.size());
+            budget_.Work(together.large.size() * Budget::Log(together.large.size()) / 4);
             std::ranges::sort(together.large);
         }
         return together;
@@ -222,17 +218,21 @@ private:
                });
     }
 
-    NFA & nfa_;
-    Budget budget_;
+    NFA const & nfa_;
+    Budget & budget_;
     std::vector<StateSet> closures_;      // by node
     std::vector<std::uint64_t> unitedIn_; // by node: the last union that took it in
     std::uint64_t unions_ = 0;
     std::vector<DFAState> states_;
     StateMap stateOfSet_;
     std::set<Entry, BySet> unprocessed_;
+    // Of the state at work.
     std::vector<Edge> edges_;
     std::vector<Edge> active_;
     std::vector<char16_t> bounds_;
+    Transitions transitions_{noState};
+    std::size_t mostEdges_ = 0;
+    std::size_t kept_ = 0; // bytes of the states
 };
 
 void PrintUnit(std::wostream & out, char16_t unit) {
@@ -255,11 +255,11 @@ void PrintRange(std::wostream & out, char16_t low, char16_t high) {
 
 } // namespace
 
-std::vector<DFAState> BuildDFA(NFA & nfa) { return Determiniser(nfa).Run(); }
+std::vector<DFAState> BuildDFA(NFA nfa, Budget & budget) { return Determiniser(nfa, budget).Run(); }
 
 void Dump(std::wostream & out, NFA const & nfa) {
     for (NFANode const & node : nfa.nodes) {
-        out << node.id << L":\n    " << (node.isClosed ? L"e-closure = {" : L"e-transtions = {");
+        out << node.id << L":\n    e-transtions = {";
         bool isFirst = true;
         for (std::uint32_t const id : node.targets) {
             out << (std::exchange(isFirst, false) ? L"" : L", ") << id;

@@ -11,41 +11,43 @@
 
 namespace KZDetail {
 
-MatchTables::MatchTables(std::vector<DFAState> const & states) {
+MatchTables::MatchTables(std::vector<DFAState> const & states, Budget & budget) {
     // Long patterns of many different units would have rows as long as they are themselves.
     constexpr std::size_t mostCells = 4 * 1024 * 1024;
-    MakeClasses(states);
-    if (states.size() <= mostCells / classCount_) MakeRows(states);
+    MakeClasses(states, budget);
+    bool const hasRoom = budget.HasRoomFor(states.size() * (21 + 4 * std::size_t{classCount_}));
+    if (hasRoom && states.size() <= mostCells / classCount_) MakeRows(states, budget);
 }
 
 // By itself the loop keeps all that it needs in registers: inlined into a caller that has more to do it takes twice as long.
 bool MatchTables::Match(std::u16string_view text) const noexcept { return Match(text, Identity{}); }
 
 // Classes are the pieces between all ends of ranges. A page that lies in one piece is shared by all such pages.
-void MatchTables::MakeClasses(std::vector<DFAState> const & states) {
-    bounds_.assign({0, 0x10000});
-    for (DFAState const & state : states)
-        for (auto const & range : state.transitions) {
-            bounds_.push_back(range.low);
-            bounds_.push_back(range.high);
-        }
-    std::ranges::sort(bounds_);
-    bounds_.erase(std::unique(bounds_.begin(), bounds_.end()), bounds_.end());
-    classCount_ = static_cast<std::uint32_t>(bounds_.size() - 1);
+void MatchTables::MakeClasses(std::vector<DFAState> const & states, Budget & budget) {
+    std::vector<bool> isBound(0x10001);
+    isBound[0] = isBound[0x10000] = true;
+    for (DFAState const & state : states) {
+        budget.Work(5 + 2 * state.transitions.size());
+        for (auto const & range : state.transitions) isBound[range.low] = isBound[range.high] = true;
+    }
+    std::vector<std::uint32_t> bounds; // where classes begin, and the end of all units
+    for (std::uint32_t unit = 0; unit < isBound.size(); ++unit)
+        if (isBound[unit]) bounds.push_back(unit);
+    classCount_ = static_cast<std::uint32_t>(bounds.size() - 1);
 
     std::uint32_t piece = 0;
     std::uint32_t sharedPiece = noState;
     for (std::uint32_t page = 0; page < pages_.size(); ++page) {
         std::uint32_t const first = page * 256;
-        while (bounds_[piece + 1] <= first) ++piece;
-        bool const isWhole = bounds_[piece + 1] >= first + 256;
+        while (bounds[piece + 1] <= first) ++piece;
+        bool const isWhole = bounds[piece + 1] >= first + 256;
         if (isWhole && sharedPiece == piece) {
             pages_[page] = pages_[page - 1];
             continue;
         }
         pages_[page] = static_cast<std::uint16_t>(classes_.size());
         for (std::uint32_t unit = first, at = piece; unit < first + 256;) {
-            std::uint32_t const end = std::min(bounds_[at + 1], first + 256);
+            std::uint32_t const end = std::min(bounds[at + 1], first + 256);
             classes_.insert(classes_.end(), end - unit, static_cast<std::uint16_t>(at));
             unit = end;
             ++at;
@@ -54,7 +56,8 @@ void MatchTables::MakeClasses(std::vector<DFAState> const & states) {
     }
 }
 
-void MatchTables::MakeRows(std::vector<DFAState> const & states) {
+void MatchTables::MakeRows(std::vector<DFAState> const & states, Budget & budget) {
+    budget.Work(states.size() * (20 + classCount_ / 2));
     next_.assign(states.size() * classCount_, dead);
     accepting_.reserve(states.size());
     loops_.reserve(states.size());
@@ -63,9 +66,8 @@ void MatchTables::MakeRows(std::vector<DFAState> const & states) {
         for (auto const & range : state.transitions) {
             std::uint32_t const target =
                 states[range.value].acceptsEverything ? everything : range.value * classCount_;
-            auto const first = std::ranges::lower_bound(bounds_, range.low) - bounds_.begin();
-            auto const last = std::ranges::lower_bound(bounds_, range.high) - bounds_.begin();
-            std::fill(next_.begin() + i * classCount_ + first, next_.begin() + i * classCount_ + last,
+            auto const row = next_.begin() + std::ptrdiff_t{i} * classCount_;
+            std::fill(row + ClassOf(range.low), row + ClassOf(static_cast<char16_t>(range.high - 1)) + 1,
                       target);
         }
         accepting_.push_back(state.isAccepting ? 1 : 0);

@@ -23,7 +23,7 @@ public:
     static constexpr std::uint32_t dead = 0xFFFFFFFFU;
     static constexpr std::uint32_t everything = 0xFFFFFFFEU;
 
-    explicit MatchTables(std::vector<DFAState> const & states);
+    MatchTables(std::vector<DFAState> const & states, Budget & budget);
 
     [[nodiscard]] bool IsEmpty() const noexcept { return next_.empty(); }
     // Of all of `text` up to its first 0. Requires: not empty.
@@ -40,15 +40,14 @@ private:
         std::array<char16_t, 4> span{}; // last unit minus the first
     };
 
-    void MakeClasses(std::vector<DFAState> const & states);
-    void MakeRows(std::vector<DFAState> const & states);
+    void MakeClasses(std::vector<DFAState> const & states, Budget & budget);
+    void MakeRows(std::vector<DFAState> const & states, Budget & budget);
     static Loop MakeLoop(DFAState const & state, std::uint32_t self);
     [[nodiscard]] std::uint32_t ClassOf(char16_t unit) const noexcept {
         return classes_[std::uint32_t{pages_[unit >> 8]} + (unit & 0xFFU)];
     }
     static char16_t const * Skip(Loop const & loop, char16_t const * text, char16_t const * end) noexcept;
 
-    std::vector<std::uint32_t> bounds_; // where classes begin, and the end of all units
     std::uint32_t start_ = dead;
     std::uint32_t classCount_ = 1;
     std::array<std::uint16_t, 256> pages_{}; // start of a page in classes_

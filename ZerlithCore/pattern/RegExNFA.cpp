@@ -1,19 +1,16 @@
 // From tree to nodes. Pieces of the tree wait on a stack of their own, so that patterns may be as long as they like.
 #include "ZerlithCore/pattern/RegExAutomaton.h"
 
-#include <new>
-
 namespace KZDetail {
 namespace {
 
-constexpr std::size_t mostNodes = 1'000'000;
-
 class Builder {
 public:
-    explicit Builder(NFA & nfa) : nfa_(nfa) {}
+    Builder(NFA & nfa, Budget & budget) : nfa_(nfa), budget_(budget) {}
 
     std::uint32_t AddNode() {
-        if (nfa_.nodes.size() >= mostNodes) throw std::bad_alloc();
+        budget_.Keep(240);
+        budget_.Work(200);
         auto const id = static_cast<std::uint32_t>(nfa_.nodes.size());
         nfa_.nodes.emplace_back().id = id;
         return id;
@@ -38,7 +35,12 @@ private:
     };
 
     void Push(Piece const & piece) { pending_.push_back(piece); }
-    void Link(std::uint32_t from, std::uint32_t to) { nfa_.nodes[from].targets.Insert(to); }
+    // In a tree of its own, at worst.
+    void Link(std::uint32_t from, std::uint32_t to) {
+        budget_.Keep(136);
+        budget_.Work(100);
+        nfa_.nodes[from].targets.Insert(to);
+    }
 
     void BuildPiece(Piece const & piece) {
         switch (piece.node->GetType()) {
@@ -50,7 +52,11 @@ private:
     }
 
     void AddUnits(KZRegExSyntaxNode const & node, std::uint32_t from, std::uint32_t to) {
-        nfa_.nodes[from].onUnits[to] |= static_cast<KZRegExSyntaxNodeCharSet const &>(node);
+        auto const & added = static_cast<KZRegExSyntaxNodeCharSet const &>(node);
+        auto const count = static_cast<std::size_t>(added.GetEnd() - added.GetBegin());
+        budget_.Keep(128 + 12 * count);
+        budget_.Work(400 + 60 * count);
+        nfa_.nodes[from].onUnits[to] |= added;
     }
 
     // The left part is pushed last, so that it is built first.
@@ -131,14 +137,15 @@ private:
     }
 
     NFA & nfa_;
+    Budget & budget_;
     std::vector<Piece> pending_;
 };
 
 } // namespace
 
-NFA BuildNFA(KZSmartPtr<KZRegExSyntaxNode> const & root) {
+NFA BuildNFA(KZSmartPtr<KZRegExSyntaxNode> const & root, Budget & budget) {
     NFA nfa;
-    Builder builder(nfa);
+    Builder builder(nfa, budget);
     nfa.entry = builder.AddNode();
     nfa.exit = builder.AddNode();
     if (!root.IsNull()) builder.Build(*root);

@@ -3,7 +3,7 @@
 
 #include "ZerlithCore/text/KZCollator.h"
 
-#include "ZerlithCore/platform/CaseMap.h"
+#include "ZerlithCore/text/KZCaseMap.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZUnicode.h"
 #include "ZerlithCore/text/KZUnitCompare.h"
@@ -28,7 +28,7 @@ struct Stop {
 };
 
 template <class A, class B, class Weigh>
-Stop Walk(A const * aText, B const * bText, Weigh weigh) {
+Stop Walk(A const * aText, B const * bText, Weigh const & weigh) {
     A const * a = TextOf(aText);
     B const * b = TextOf(bText);
     for (;; ++a, ++b) {
@@ -42,7 +42,7 @@ Stop Walk(A const * aText, B const * bText, Weigh weigh) {
 int Difference(std::uint32_t a, std::uint32_t b) { return static_cast<int>(a - b); }
 
 template <class A, class B, class Weigh>
-int CompareValues(A const * a, B const * b, Weigh weigh) {
+int CompareValues(A const * a, B const * b, Weigh const & weigh) {
     Stop const stop = Walk(a, b, weigh);
     auto const aWeight = weigh(stop.a);
     auto const bWeight = weigh(stop.b);
@@ -53,7 +53,7 @@ char16_t Identity(char16_t unit) { return unit; }
 
 template <class A, class B>
 int CompareUpperCase(A const * a, B const * b) {
-    return CompareValues(a, b, [&upper = KZPlatform::UpperCaseMap()](char16_t unit) { return upper(unit); });
+    return CompareValues(a, b, KZDetail::upperCaseMap);
 }
 
 template <class A, class B>

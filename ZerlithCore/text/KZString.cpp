@@ -82,8 +82,6 @@ constinit KZString::DataDef KZString::glbEmptyData{0, 1, 0, {u'\0'}};
 
 KZString::KZString(char16_t const * text, unsigned int) : KZString() { Assign(text, 0); }
 
-KZString::KZString(char16_t unit) : KZString() { Assign(&unit, 1); }
-
 KZString::KZString(char16_t unit, unsigned int count, unsigned int) : KZString() {
     if (count == 0) return;
     std::uint32_t const room = AsCapacity(std::size_t{count} + 1);
@@ -96,10 +94,7 @@ KZString::KZString(char16_t unit, unsigned int count, unsigned int) : KZString()
 
 KZString::KZString(std::u16string const & text) : KZString(text.c_str()) {}
 
-KZString::KZString(std::u16string_view text) : KZString() {
-    if (text.empty()) return;
-    Assign(text.data(), AsCapacity(text.size()));
-}
+KZString::KZString(std::u16string_view text) : KZString() { AssignAll(text); }
 
 void KZString::Assign(KZString const & other) noexcept {
     if (data_ == other.data_) return;
@@ -119,6 +114,10 @@ void KZString::Assign(char16_t const * text, unsigned int count, unsigned int) {
         Take(fresh);
     }
     EndAt(length);
+}
+
+void KZString::AssignAll(std::u16string_view text) {
+    text.empty() ? Clear() : Assign(text.data(), AsCapacity(text.size()));
 }
 
 // --- Access

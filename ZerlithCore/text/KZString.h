@@ -5,11 +5,12 @@
 ///     KZString copy = name;              // shares the block: one atomic increment
 ///     copy += u".txt";                   // unshares on the first write
 ///     KZString line;
-///     line.Format(u"%s has %d words", copy.c_str(), 42);
+///     line.Format(u"%s has %d words", copy, 42);
 #pragma once
 
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/text/KZFormatArgument.h"
 
 #include <atomic>
 #include <concepts>
@@ -34,12 +35,11 @@ class KZTimeEx;
 using KZDuration = std::int32_t;
 
 namespace KZDetail {
-void AcceptArgumentList(std::va_list arguments);
-/// True for a started argument list and for nothing else: numbers, texts and `nullptr` are arguments themselves.
 template <class T>
-concept IsArgumentList = !std::is_null_pointer_v<std::remove_cvref_t<T>> && requires(T & list) {
-    AcceptArgumentList(list);
-};
+concept IsUnit = std::same_as<T, char16_t> || std::same_as<T, char>;
+/// A number, an enumerator, an object that converts to one: they would turn into a unit without a word.
+template <class T>
+concept IsNumber = !IsUnit<T> && std::is_convertible_v<T, char16_t>;
 } // namespace KZDetail
 
 /// Text as 16-bit units, copied by sharing and unshared on the first write.
@@ -49,6 +49,8 @@ concept IsArgumentList = !std::is_null_pointer_v<std::remove_cvref_t<T>> && requ
 /// them), but whatever takes a pointer, searches or compares sees the text up to its first 0. "No position" is
 /// `npos`, unsigned -1. An empty string costs no allocation. Pointers that are passed may point into the string
 /// itself.
+///
+/// A unit is a `char16_t`, or a `char` of a literal. A number isn't one: what takes a unit doesn't compile with a number.
 ///
 /// Thread safety: two threads may copy and drop handles on one block; one KZString object isn't for concurrent use.
 class KZ_EXPORT KZString {
@@ -81,13 +83,19 @@ public:
     /// Copies up to the terminator; null gives the empty string. The number is accepted and ignored.
     KZString(char16_t const * text, unsigned int ignored = 16);
     /// One unit; a 0 unit too gives length 1.
-    KZString(char16_t unit);
+    template <std::same_as<char16_t> Unit>
+    KZString(Unit unit) : KZString() {
+        Assign(&unit, 1);
+    }
     /// A number is no unit: `Format` prints it.
-    template <std::integral Number>
-    requires(!std::same_as<Number, char16_t>) KZString(Number number)
+    template <class Number>
+    requires((std::is_arithmetic_v<Number> || std::is_enum_v<Number>)&&!std::same_as<Number, char16_t>)
+        KZString(Number number)
     = delete;
     /// `count` copies of `unit`, appended one at a time, which fixes the capacity. The last number is ignored.
     KZString(char16_t unit, unsigned int count, unsigned int ignored = 16);
+    template <KZDetail::IsNumber Number>
+    KZString(Number, unsigned int, unsigned int = 16) = delete;
     /// From the text pointer, so up to the first 0.
     KZString(std::u16string const & text);
     /// All units of `text`, 0 units included.
@@ -110,10 +118,14 @@ public:
         Assign(text, 0, 16);
         return *this;
     }
-    KZString & operator=(char16_t unit) {
-        Assign(&unit, 1, 16);
+    template <KZDetail::IsUnit Unit>
+    KZString & operator=(Unit unit) {
+        auto const text = static_cast<char16_t>(unit);
+        Assign(&text, 1, 16);
         return *this;
     }
+    template <KZDetail::IsNumber Number>
+    KZString & operator=(Number) = delete;
 
     /// Shares the block of `other`.
     void Assign(KZString const & other) noexcept;
@@ -144,6 +156,8 @@ public:
 
     /// Stores `unit` at `index`; at or past the length nothing changes.
     void Set(unsigned int index, char16_t unit);
+    template <KZDetail::IsNumber Number>
+    void Set(unsigned int, Number) = delete;
     /// Lets go of the block; the string is empty and holds no memory.
     void Clear() noexcept;
     /// Makes room for `capacity` units in a block of the string's own.
@@ -177,12 +191,18 @@ public:
         }
         return *this;
     }
+    template <KZDetail::IsNumber Number>
+    KZString & operator+=(Number) = delete;
     void push_back(char16_t unit) { *this += unit; }
+    template <KZDetail::IsNumber Number>
+    void push_back(Number) = delete;
 
     /// Inserts `text` in front of `position`; above the length means at the end. Null does nothing.
     void Insert(unsigned int position, char16_t const * text);
     /// Inserts one unit; a 0 unit inserts nothing.
     void Insert(unsigned int position, char16_t unit);
+    template <KZDetail::IsNumber Number>
+    void Insert(unsigned int, Number) = delete;
     void Insert(unsigned int position, KZString const & text) { Insert(position, text.c_str()); }
     /// Removes up to `count` units from `position` on; the block stays, unless all is removed by a `count` past the
     /// end, which clears the string.
@@ -203,23 +223,37 @@ public:
     /// Steps forward from `position` (clipped to the last unit) over units equal to `unit`, then removes all units
     /// in front of the stopping point: those before `position` too, whatever they are. Callers rely on that.
     void LTrim(char16_t unit, unsigned int position = 0);
+    template <KZDetail::IsNumber Number>
+    void LTrim(Number, unsigned int = 0) = delete;
     /// The same with a set: removes everything before the first unit at or behind `position` that isn't in `set`.
     /// The string is cleared when there is none. An empty `set` does nothing.
     void LTrim(char16_t const * set = u" \t", unsigned int position = 0);
     /// Counts units equal to `unit` walking down from `position` (clipped), and removes that many from the true end
     /// of the string, even if `position` lay before it. Callers rely on that.
     void RTrim(char16_t unit, unsigned int position = npos);
+    template <KZDetail::IsNumber Number>
+    void RTrim(Number, unsigned int = npos) = delete;
     /// The same with a set: removes everything behind the last unit at or before `position` that isn't in `set`.
     void RTrim(char16_t const * set = u" \t", unsigned int position = npos);
 
-    /// Replaces the text by the expansion of a printf-style `format`, up to the first 0 unit in it.
+    /// Replaces the text by the expansion of a printf-style `format`.
     ///
-    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. "%s" is a text of
-    /// units, "%S" and "%hs" one of bytes in UTF-8; widths, precisions and "%n" count units. F, L and N are skipped.
-    /// An unknown conversion writes its letter; a null text prints "(null)". Numbers look as in the C locale.
-    /// Arguments may point into this string. Widths, and precisions of numbers, end at 1,048,576.
-    void Format(char16_t const * format, ...);
-    /// The same with a started argument list; a template, so that it never competes with the form above.
+    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. Texts print whole, 0
+    /// units included, as what they are, whether "%s" or "%S" asks for them: units, bytes in UTF-8, or wide characters;
+    /// a pointer to units or bytes up to its terminator. Widths, precisions and "%n" count units. F, L and N are skipped.
+    /// An unknown conversion writes its letter; a null text prints "(null)"; a unit 0 of "%c" ends the expansion. Numbers
+    /// look as in the C locale. Arguments may refer to this string. Widths, and precisions of numbers, end at 1,048,576.
+    ///
+    /// The types of the arguments are known: "%d" prints all bits of a wider number, "%f" an integer as well. An argument
+    /// that its conversion can't show prints as "%d", "%u", "%c", "%g", "%s" or "%p" would; one that is missing is 0 or
+    /// null; "%n" writes to integers only, in their own size.
+    template <KZFormattable... Arguments>
+    void Format(char16_t const * format, Arguments const &... arguments) {
+        KZDetail::FormatArgument const list[] = {KZDetail::FormatArgument(arguments)..., {}};
+        FormatArguments(format, list, sizeof...(arguments));
+    }
+    /// The same with a started argument list, whose values have the types that the conversions say: "%s" is a text of units,
+    /// "%S" and "%hs" one of bytes in UTF-8.
     template <class ArgumentList>
     requires KZDetail::IsArgumentList<ArgumentList>
     void Format(char16_t const * format, ArgumentList && arguments) { FormatArgumentList(format, arguments); }
@@ -268,7 +302,8 @@ public:
 
     /// Below, at or above 0 as this text stands before, at or behind `rhs` by unit values, or by the table collators
     /// that `flags` select. A null `rhs` gives 0 for an empty string and -1 for another: a string that isn't empty
-    /// stands before null, and callers rely on it.
+    /// stands before null, and callers rely on it. Errors: std::bad_alloc at the first use of a flag; the next one tries
+    /// again.
     [[nodiscard]] int Compare(char16_t const * rhs, long flags = 0) const;
     [[nodiscard]] int Compare(KZString const & rhs, long flags = 0) const;
     /// The same by `collator`; null means by unit values.
@@ -296,6 +331,8 @@ public:
     }
     /// The first `unit`. A 0 unit finds the first 0 (the terminator if there is no other), unlike `RFind`.
     [[nodiscard]] std::uint32_t Find(char16_t unit, unsigned int position = 0) const;
+    template <KZDetail::IsNumber Number>
+    std::uint32_t Find(Number, unsigned int = 0) const = delete;
     /// The last `needle` that starts at or before `position`; overlapping hits count. An empty needle is found at the
     /// clipped position.
     [[nodiscard]] std::uint32_t RFind(char16_t const * needle, unsigned int position = npos) const;
@@ -304,6 +341,8 @@ public:
     }
     /// The last `unit` at or before `position`; `npos` for a 0 unit.
     [[nodiscard]] std::uint32_t RFind(char16_t unit, unsigned int position = npos) const;
+    template <KZDetail::IsNumber Number>
+    std::uint32_t RFind(Number, unsigned int = npos) const = delete;
     [[nodiscard]] std::uint32_t FindFirstOf(char16_t const * set, unsigned int position = 0) const;
     [[nodiscard]] std::uint32_t FindFirstOf(KZString const & set, unsigned int position = 0) const {
         return FindFirstOf(set.c_str(), position);
@@ -348,6 +387,9 @@ private:
     void EndAt(std::size_t length) noexcept;
     /// Exchanges the block for `fresh`.
     void Take(DataDef * fresh) noexcept;
+    void AssignAll(std::u16string_view text);
+    void FormatArguments(char16_t const * format, KZDetail::FormatArgument const * arguments,
+                         std::size_t count);
 
     DataDef * data_;
 };
@@ -360,14 +402,16 @@ static_assert(offsetof(KZString::DataDef, text) == 12, "the text stands behind a
 KZ_EXPORT KZString operator+(KZString left, KZString const & right);
 KZ_EXPORT KZString operator+(KZString left, char16_t const * right);
 KZ_EXPORT KZString operator+(KZString left, char16_t right);
+template <std::same_as<KZString> Text, KZDetail::IsNumber Number>
+KZString operator+(Text const & left, Number right) = delete;
 
 /// Writes the text up to its first 0; surrogate pairs join where `wchar_t` holds them, lone ones pass.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
 
 /// The simple one-unit map to upper case, independent of any locale. A unit without a map stays.
-KZ_EXPORT char16_t KZtowupper(char16_t unit);
+KZ_EXPORT char16_t KZtowupper(char16_t unit) noexcept;
 /// The same to lower case.
-KZ_EXPORT char16_t KZtowlower(char16_t unit);
+KZ_EXPORT char16_t KZtowlower(char16_t unit) noexcept;
 
 /// Prints a string as quoted UTF-8 in the failure messages of GoogleTest.
 KZ_EXPORT void PrintTo(KZString const & string, std::ostream * stream);

@@ -1,24 +1,40 @@
-#include "ZerlithCore/platform/CaseMap.h"
+// The tables are made by the compiler: a program is never without them, whatever else it lacks.
+#include "ZerlithCore/text/KZCaseMap.h"
 #include "ZerlithCore/text/KZString.h"
+
+namespace KZDetail {
 
 namespace {
 
-void MapToTerminator(char16_t * text, KZPlatform::CaseMap const & map) {
+constexpr CaseMap::Run upperCaseRuns[] = {
+#include "ZerlithCore/text/generated/UpperCaseMap.inl"
+};
+
+constexpr CaseMap::Run lowerCaseRuns[] = {
+#include "ZerlithCore/text/generated/LowerCaseMap.inl"
+};
+
+void MapToTerminator(char16_t * text, CaseMap const & map) {
     for (; *text != 0; ++text) *text = map(*text);
 }
 
 } // namespace
 
+constinit CaseMap const upperCaseMap(upperCaseRuns);
+constinit CaseMap const lowerCaseMap(lowerCaseRuns);
+
+} // namespace KZDetail
+
 void KZString::Upper() {
     ResizeCapacity(Length());
-    MapToTerminator(data_->text, KZPlatform::UpperCaseMap());
+    KZDetail::MapToTerminator(data_->text, KZDetail::upperCaseMap);
 }
 
 void KZString::Lower() {
     ResizeCapacity(Length());
-    MapToTerminator(data_->text, KZPlatform::LowerCaseMap());
+    KZDetail::MapToTerminator(data_->text, KZDetail::lowerCaseMap);
 }
 
-char16_t KZtowupper(char16_t unit) { return KZPlatform::UpperCaseMap()(unit); }
+char16_t KZtowupper(char16_t unit) noexcept { return KZDetail::upperCaseMap(unit); }
 
-char16_t KZtowlower(char16_t unit) { return KZPlatform::LowerCaseMap()(unit); }
+char16_t KZtowlower(char16_t unit) noexcept { return KZDetail::lowerCaseMap(unit); }

@@ -2,20 +2,18 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZUnitCompare.h"
 
-#include <new>
-
 namespace {
 
 // A collator of 128 KB, made on first use, that holds one reference for the life of the process: destructors of static
-// objects may still compare. Null when there is no memory.
+// objects may still compare. Without memory the first use throws std::bad_alloc, and the next one tries again.
 template <class Collator>
 KZCollator const * SharedCollator() {
-    static KZCollator const * const collator = [] {
-        auto * const made = new (std::nothrow) Collator(1);
-        if (made) made->AddRef();
-        return made;
+    static KZCollator const & collator = []() -> KZCollator const & {
+        auto * const made = new Collator(1);
+        made->AddRef();
+        return *made;
     }();
-    return collator;
+    return &collator;
 }
 
 KZCollator const * CollatorFor(long flags) {

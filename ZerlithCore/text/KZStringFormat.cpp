@@ -1,6 +1,8 @@
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/KZWideText.h"
 
 #include <algorithm>
 #include <array>
@@ -15,9 +17,15 @@
 // buffer that starts on the stack and grows on the heap. The string takes the result at the end, so arguments may point
 // into it. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's locale is.
 //
+// Arguments come with their types, or from a started list, from which they are taken as the conversions say. Behind
+// `Arguments` there is no difference.
+//
 // A wild width or precision can't exhaust memory: padding stops at `MaxPadding` units.
 
 namespace {
+
+using KZDetail::FormatArgument;
+using Kind = FormatArgument::Kind;
 
 constexpr int MaxPadding = 1 << 20;
 
@@ -34,11 +42,8 @@ public:
     void Put(std::basic_string_view<Unit> text) {
         std::copy(text.begin(), text.end(), Extend(text.size()));
     }
-    /// The text with a terminator; valid until the next change.
-    char16_t const * Terminated() {
-        Put(u'\0');
-        return begin_;
-    }
+    /// Valid until the next change.
+    char16_t const * Begin() const noexcept { return begin_; }
 
 private:
     char16_t * Extend(std::size_t count) {
@@ -93,21 +98,120 @@ int ReadNumber(char16_t const *& format) noexcept {
     return static_cast<int>(value);
 }
 
+/// Hands out the arguments, one after the other.
+class Arguments {
+public:
+    Arguments(FormatArgument const * typed, std::size_t count) noexcept : next_(typed), left_(count) {}
+    explicit Arguments(std::va_list list) : isTyped_(false) { va_copy(list_, list); }
+    ~Arguments() {
+        if (!isTyped_) va_end(list_);
+    }
+    Arguments(Arguments const &) = delete;
+    Arguments & operator=(Arguments const &) = delete;
+
+    /// The argument of `conversion`, which is changed to one that can show it if it can't itself.
+    FormatArgument Take(Conversion & conversion) {
+        if (!isTyped_) return TakeListed(conversion);
+        FormatArgument const argument = TakeTyped();
+        if (!CanShow(conversion.letter, argument.kind)) {
+            constexpr char16_t own[] = {u'd', u'd', u'u', u'c', u'g', u's', u's', u's', u'p', u'p'};
+            conversion.letter = own[static_cast<std::size_t>(argument.kind)];
+            conversion.size = ArgumentSize::Default;
+        }
+        return argument;
+    }
+
+    /// The argument of a `*`; `fallback` where it isn't an integer.
+    int TakeInt(int fallback) {
+        if (!isTyped_) return va_arg(list_, int);
+        FormatArgument const argument = TakeTyped();
+        auto const value = static_cast<std::int64_t>(argument.bits);
+        switch (argument.kind) {
+        case Kind::Unsigned: return argument.bits > INT_MAX ? INT_MAX : static_cast<int>(argument.bits);
+        case Kind::Signed:
+        case Kind::Character: return static_cast<int>(std::clamp<std::int64_t>(value, INT_MIN, INT_MAX));
+        default: return fallback;
+        }
+    }
+
+private:
+    FormatArgument TakeTyped() noexcept {
+        if (left_ == 0) return {};
+        --left_;
+        return *next_++;
+    }
+
+    static bool CanShow(char16_t letter, Kind kind) noexcept {
+        bool const isText = kind >= Kind::Units && kind <= Kind::Wide;
+        switch (letter) {
+        case u'e':
+        case u'E':
+        case u'f':
+        case u'g':
+        case u'G': return kind <= Kind::Double;
+        case u's':
+        case u'S': return kind == Kind::None || isText || kind == Kind::Untyped;
+        case u'p': return kind != Kind::Double;
+        case u'n': return true;
+        default: return kind != Kind::Double && !isText;
+        }
+    }
+
+    FormatArgument TakeListed(Conversion const & conversion) {
+        switch (conversion.letter) {
+        case u'd':
+        case u'i':
+            if (conversion.size == ArgumentSize::Quad) return va_arg(list_, long long);
+            if (conversion.size == ArgumentSize::Long) return va_arg(list_, long);
+            return va_arg(list_, int);
+        case u'o':
+        case u'u':
+        case u'x':
+        case u'X':
+            if (conversion.size == ArgumentSize::Quad) return va_arg(list_, unsigned long long);
+            if (conversion.size == ArgumentSize::Long) return va_arg(list_, unsigned long);
+            return va_arg(list_, unsigned int);
+        case u'c':
+        case u'C': return va_arg(list_, int);
+        case u'e':
+        case u'E':
+        case u'f':
+        case u'g':
+        case u'G': return va_arg(list_, double);
+        case u'n': return TakeTarget(conversion.size);
+        default: return va_arg(list_, void const *);
+        }
+    }
+
+    FormatArgument TakeTarget(ArgumentSize size) {
+        switch (size) {
+        case ArgumentSize::Quad: return va_arg(list_, long long *);
+        case ArgumentSize::Long: return va_arg(list_, long *);
+        case ArgumentSize::Short: return va_arg(list_, short *);
+        case ArgumentSize::Char: return va_arg(list_, signed char *);
+        default: return va_arg(list_, int *);
+        }
+    }
+
+    FormatArgument const * next_ = nullptr;
+    std::size_t left_ = 0;
+    bool isTyped_ = true;
+    std::va_list list_;
+};
+
 class Formatter {
 public:
-    explicit Formatter(std::va_list arguments) { va_copy(arguments_, arguments); }
-    ~Formatter() { va_end(arguments_); }
-    Formatter(Formatter const &) = delete;
-    Formatter & operator=(Formatter const &) = delete;
+    explicit Formatter(Arguments & arguments) noexcept : arguments_(arguments) {}
 
-    char16_t const * Run(char16_t const * format) {
+    std::u16string_view Run(char16_t const * format) {
         for (;;) {
             char16_t const * const start = format;
             while (*format != u'%' && *format != u'\0') ++format;
             out_.Put(std::u16string_view(start, static_cast<std::size_t>(format - start)));
-            if (*format == u'\0') return out_.Terminated();
+            if (*format == u'\0') return {out_.Begin(), std::min(out_.Size(), end_)};
             ++format;
-            Write(Read(format));
+            Conversion conversion = Read(format);
+            Write(conversion);
         }
     }
 
@@ -121,7 +225,7 @@ private:
             ++format;
             if (*format == u'*') {
                 ++format;
-                conversion.precision = std::max(va_arg(arguments_, int), -1);
+                conversion.precision = std::max(arguments_.TakeInt(-1), -1);
             } else {
                 conversion.precision = ReadNumber(format);
             }
@@ -142,7 +246,7 @@ private:
             case u'#': conversion.alternate = true; break;
             case u'0': conversion.zeros = true; break;
             case u'*': {
-                int const width = va_arg(arguments_, int);
+                int const width = arguments_.TakeInt(0);
                 if (width < 0) conversion.left = true;
                 conversion.width = width > -MaxPadding && width < MaxPadding ? std::abs(width) : MaxPadding;
                 hasWidth = true;
@@ -172,49 +276,44 @@ private:
         }
     }
 
-    void Write(Conversion const & conversion) {
+    void Write(Conversion & conversion) {
+        constexpr std::u16string_view known = u"dsuxcfgiXpSeEGoCn";
+        if (known.find(conversion.letter) == known.npos) {
+            if (conversion.letter != u'\0') out_.Put(conversion.letter); // "%%" too
+            return;
+        }
+        FormatArgument const argument = arguments_.Take(conversion);
         switch (conversion.letter) {
         case u'd':
-        case u'i': return WriteSigned(conversion);
-        case u'o':
-        case u'u':
-        case u'x':
-        case u'X': return WriteUnsigned(conversion, TakeUnsigned(conversion.size));
-        case u'p': return WritePointer(conversion);
+        case u'i': return WriteSigned(conversion, argument);
+        case u'p': return WritePointer(conversion, argument);
         case u'e':
         case u'E':
         case u'f':
         case u'g':
-        case u'G': return WriteDouble(conversion, va_arg(arguments_, double));
+        case u'G': return WriteDouble(conversion, DoubleOf(argument));
         case u'c':
-        case u'C': return WriteUnit(conversion);
+        case u'C': return WriteUnit(conversion, static_cast<int>(argument.bits));
         case u's':
-        case u'S': return WriteText(conversion);
-        case u'n': return StoreSize(conversion.size);
-        case u'\0': return;
-        default: return out_.Put(conversion.letter); // "%%" too
+        case u'S': return WriteText(conversion, argument);
+        case u'n': return StoreSize(argument);
+        default: return WriteUnsigned(conversion, argument);
         }
     }
 
     // --- Integers
 
-    std::int64_t TakeSigned(ArgumentSize size) {
-        switch (size) {
-        case ArgumentSize::Quad: return va_arg(arguments_, long long);
-        case ArgumentSize::Long: return va_arg(arguments_, long);
-        case ArgumentSize::Short: return static_cast<short>(va_arg(arguments_, int));
-        case ArgumentSize::Char: return static_cast<signed char>(va_arg(arguments_, int));
-        default: return va_arg(arguments_, int);
-        }
-    }
-
-    std::uint64_t TakeUnsigned(ArgumentSize size) {
-        switch (size) {
-        case ArgumentSize::Quad: return va_arg(arguments_, unsigned long long);
-        case ArgumentSize::Long: return va_arg(arguments_, unsigned long);
-        case ArgumentSize::Short: return static_cast<unsigned short>(va_arg(arguments_, unsigned));
-        case ArgumentSize::Char: return static_cast<unsigned char>(va_arg(arguments_, unsigned));
-        default: return va_arg(arguments_, unsigned);
+    /// The bytes of a number that are printed: as many as it has, unless an h says fewer or another size more.
+    static std::size_t BytesOf(Conversion const & conversion, FormatArgument const & argument) noexcept {
+        std::size_t const own = argument.kind == Kind::Untyped || argument.kind == Kind::Pointer
+                                    ? sizeof(void *)
+                                    : std::size_t{argument.bytes};
+        switch (conversion.size) {
+        case ArgumentSize::Quad: return sizeof(long long);
+        case ArgumentSize::Long: return std::max(sizeof(long), own);
+        case ArgumentSize::Short: return sizeof(short);
+        case ArgumentSize::Char: return sizeof(char);
+        default: return std::max(sizeof(int), own);
         }
     }
 
@@ -222,13 +321,16 @@ private:
         return negative ? "-" : conversion.plus ? "+" : conversion.blank ? " " : "";
     }
 
-    void WriteSigned(Conversion const & conversion) {
-        std::int64_t const value = TakeSigned(conversion.size);
+    void WriteSigned(Conversion const & conversion, FormatArgument const & argument) {
+        std::size_t const unused = 64 - 8 * BytesOf(conversion, argument);
+        std::int64_t const value = static_cast<std::int64_t>(argument.bits << unused) >> unused;
         auto const bits = static_cast<std::uint64_t>(value);
         WriteInteger(conversion, SignOf(conversion, value < 0), value < 0 ? 0 - bits : bits, 10);
     }
 
-    void WriteUnsigned(Conversion const & conversion, std::uint64_t value) {
+    void WriteUnsigned(Conversion const & conversion, FormatArgument const & argument) {
+        std::size_t const unused = 64 - 8 * BytesOf(conversion, argument);
+        std::uint64_t const value = argument.bits << unused >> unused;
         bool const marked = conversion.alternate && value != 0;
         switch (conversion.letter) {
         case u'o': return WriteInteger(conversion, "", value, 8);
@@ -254,13 +356,21 @@ private:
     }
 
     /// As the system's own printf shows pointers.
-    void WritePointer(Conversion const & conversion) {
-        void const * const pointer = va_arg(arguments_, void *);
-        if (!pointer) return WriteField(conversion, std::string_view("(nil)"));
-        WriteInteger(conversion, "0x", reinterpret_cast<std::uintptr_t>(pointer), 16);
+    void WritePointer(Conversion const & conversion, FormatArgument const & argument) {
+        bool const isNumber = argument.kind <= Kind::Character;
+        std::uint64_t const address =
+            isNumber ? argument.bits : reinterpret_cast<std::uintptr_t>(argument.pointer);
+        if (address == 0) return WriteField(conversion, std::string_view("(nil)"));
+        WriteInteger(conversion, "0x", address, 16);
     }
 
     // --- Doubles
+
+    static double DoubleOf(FormatArgument const & argument) noexcept {
+        if (argument.kind == Kind::Double) return argument.real;
+        if (argument.kind == Kind::Unsigned) return static_cast<double>(argument.bits);
+        return static_cast<double>(static_cast<std::int64_t>(argument.bits));
+    }
 
     void WriteDouble(Conversion const & conversion, double value) {
         bool const upper = conversion.letter == u'E' || conversion.letter == u'G';
@@ -327,57 +437,73 @@ private:
         }
     }
 
-    void WriteUnit(Conversion const & conversion) {
-        int const code = va_arg(arguments_, int);
+    void WriteUnit(Conversion const & conversion, int code) {
         auto unit = static_cast<char16_t>(code);
         if (IsNarrow(conversion)) unit = (code & 0x80) == 0 ? static_cast<char16_t>(code & 0x7F) : u'\uFFFD';
         WriteField(conversion, std::u16string_view(&unit, 1));
+        // The 0 stands in front of the padding on its right, if there is any.
+        if (unit == u'\0')
+            end_ = std::min(end_, out_.Size() - (conversion.left ? std::max(conversion.width, 1) : 1));
     }
 
-    void WriteText(Conversion const & conversion) {
-        void const * const text = va_arg(arguments_, void *);
+    void WriteText(Conversion const & conversion, FormatArgument const & argument) {
         auto const limit = conversion.precision < 0 ? std::size_t{KZString::npos}
                                                     : static_cast<std::size_t>(conversion.precision);
-        if (!text) {
+        bool const isTerminated = argument.length == FormatArgument::terminated;
+        if (!argument.pointer && (isTerminated || argument.kind == Kind::None)) {
             WriteField(conversion, std::u16string_view(u"(null)").substr(0, limit));
-        } else if (IsNarrow(conversion)) {
-            WriteField(conversion, std::u16string_view(Decode(static_cast<char const *>(text), limit)));
+        } else if (argument.kind == Kind::Bytes || (argument.kind == Kind::Untyped && IsNarrow(conversion))) {
+            WriteField(conversion, std::u16string_view(Decode(argument, limit)));
+        } else if (argument.kind == Kind::Wide) {
+            std::wstring_view const wide = TextOf<wchar_t>(argument, limit);
+            WriteField(conversion, std::u16string_view(KZFromWide(wide)).substr(0, limit));
         } else {
-            auto const units = static_cast<char16_t const *>(text);
-            std::size_t size = 0;
-            while (size < limit && units[size] != u'\0')
-                ++size; // behind the limit there may be no terminator
-            WriteField(conversion, std::u16string_view(units, size));
+            WriteField(conversion, TextOf<char16_t>(argument, limit));
         }
     }
 
+    /// At most `limit` units of a text; behind them there may be no terminator.
+    template <class Unit>
+    static std::basic_string_view<Unit> TextOf(FormatArgument const & argument, std::size_t limit) noexcept {
+        auto const units = static_cast<Unit const *>(argument.pointer);
+        std::size_t size = std::min(argument.length, limit);
+        if (argument.length == FormatArgument::terminated)
+            for (size = 0; size < limit && units[size] != 0;) ++size;
+        return {units, size};
+    }
+
     /// At most `limit` units of a text of bytes. A unit takes one byte at least: so many can be read in any case.
-    static std::u16string Decode(char const * bytes, std::size_t limit) {
+    static std::u16string Decode(FormatArgument const & argument, std::size_t limit) {
+        auto bytes = static_cast<char const *>(argument.pointer);
+        bool const isTerminated = argument.length == FormatArgument::terminated;
+        std::size_t left = argument.length;
         std::u16string units;
         KZPlatform::Utf8Decoder decoder(KZPlatform::Utf8Mode::Replace);
-        while (units.size() < limit) {
-            std::size_t const wanted = limit - units.size();
-            auto const stop = static_cast<char const *>(std::memchr(bytes, '\0', wanted));
-            std::size_t const count = stop ? static_cast<std::size_t>(stop - bytes) : wanted;
+        while (units.size() < limit && left != 0) {
+            std::size_t count = std::min(limit - units.size(), left);
+            auto const stop =
+                isTerminated ? static_cast<char const *>(std::memchr(bytes, '\0', count)) : nullptr;
+            if (stop) count = static_cast<std::size_t>(stop - bytes);
             decoder.Append(units, {bytes, count});
             bytes += count;
-            if (stop) break;
+            left = stop ? 0 : left - count;
         }
         decoder.Finish(units);
         if (units.size() > limit) units.resize(limit);
         return units;
     }
 
-    void StoreSize(ArgumentSize size) {
-        void * const target = va_arg(arguments_, void *);
-        if (!target) return;
-        std::size_t const count = out_.Size();
-        switch (size) {
-        case ArgumentSize::Quad: *static_cast<long long *>(target) = static_cast<long long>(count); break;
-        case ArgumentSize::Long: *static_cast<long *>(target) = static_cast<long>(count); break;
-        case ArgumentSize::Short: *static_cast<short *>(target) = static_cast<short>(count); break;
-        case ArgumentSize::Char: *static_cast<signed char *>(target) = static_cast<signed char>(count); break;
-        default: *static_cast<int *>(target) = static_cast<int>(count); break;
+    void StoreSize(FormatArgument const & argument) const noexcept {
+        if (argument.bytes == 0 || !argument.pointer) return;
+        auto const store = [target = const_cast<void *>(argument.pointer)](auto count) {
+            std::memcpy(target, &count, sizeof count);
+        };
+        std::size_t const size = out_.Size();
+        switch (argument.bytes) {
+        case 1: return store(static_cast<std::int8_t>(size));
+        case 2: return store(static_cast<std::int16_t>(size));
+        case 4: return store(static_cast<std::int32_t>(size));
+        default: return store(static_cast<std::int64_t>(size));
         }
     }
 
@@ -410,27 +536,19 @@ private:
         return width > size ? width - size : 0;
     }
 
-    std::va_list arguments_;
+    Arguments & arguments_;
     Buffer out_;
-};
-
-/// Ends a started list, also when formatting throws.
-struct ArgumentListEnd {
-    std::va_list & list;
-    ~ArgumentListEnd() { va_end(list); }
+    std::size_t end_ = static_cast<std::size_t>(-1); // where a unit 0 ends the text
 };
 
 } // namespace
 
-void KZString::Format(char16_t const * format, ...) {
-    std::va_list arguments;
-    va_start(arguments, format);
-    ArgumentListEnd const end{arguments};
-    FormatArgumentList(format, arguments);
+void KZString::FormatArgumentList(char16_t const * format, std::va_list arguments) {
+    Arguments listed(arguments);
+    AssignAll(format ? Formatter(listed).Run(format) : std::u16string_view());
 }
 
-void KZString::FormatArgumentList(char16_t const * format, std::va_list arguments) {
-    if (!format) return Clear();
-    Formatter formatter(arguments);
-    Assign(formatter.Run(format), 0);
+void KZString::FormatArguments(char16_t const * format, FormatArgument const * arguments, std::size_t count) {
+    Arguments typed(arguments, count);
+    AssignAll(format ? Formatter(typed).Run(format) : std::u16string_view());
 }

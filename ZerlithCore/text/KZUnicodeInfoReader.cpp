@@ -31,7 +31,11 @@ bool KZUnicodeInfoReader::Read(KZUnicode::CharSetInfo & info, char const * fileN
     Reset(info);
     std::error_code error;
     if (!fileName || !std::filesystem::exists(fileName, error)) return false;
-    std::ifstream stream(fileName);
+    // Part of a file must not pass for the whole.
+    std::ifstream stream;
+    stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
+    stream.open(fileName);
+    stream.exceptions(std::ios_base::badbit);
     Read(info, stream);
     return true;
 }

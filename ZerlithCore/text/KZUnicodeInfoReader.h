@@ -19,6 +19,8 @@ public:
     KZUnicodeInfoReader() = delete;
 
     /// Resets `info` and fills it from the file of that name. False only when there is no such file.
+    /// Errors: std::ios_base::failure when the file is there and can't be opened, or not be read to its end; `info`
+    /// then holds what came before.
     static bool Read(KZUnicode::CharSetInfo & info, char const * fileName);
     /// The same from a stream.
     static void Read(KZUnicode::CharSetInfo & info, std::istream & stream);

@@ -42,6 +42,12 @@ std::u16string KZFromWide(std::wstring_view wide) {
     return units;
 }
 
+std::size_t KZFromWide(std::wstring_view wide, char16_t * units) noexcept {
+    char16_t * end = units;
+    for (wchar_t const character : wide) SplitWide(character, [&end](char16_t unit) { *end++ = unit; });
+    return static_cast<std::size_t>(end - units);
+}
+
 void KZAppendWide(KZString & string, wchar_t character) {
     SplitWide(character, [&string](char16_t unit) { string += unit; });
 }

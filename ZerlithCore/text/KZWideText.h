@@ -12,6 +12,7 @@
 #include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -19,6 +20,9 @@
 [[nodiscard]] KZ_EXPORT std::wstring KZToWide(std::u16string_view units);
 /// All of the text as units, 0 included.
 [[nodiscard]] KZ_EXPORT std::u16string KZFromWide(std::wstring_view wide);
+
+/// Stores the units of the text, 0 units included, and returns their number. `units` has room for two a character.
+KZ_EXPORT std::size_t KZFromWide(std::wstring_view wide, char16_t * units) noexcept;
 
 /// Appends the one or two units of `character`; a 0 is appended and counted.
 KZ_EXPORT void KZAppendWide(KZString & string, wchar_t character);

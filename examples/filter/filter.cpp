@@ -39,7 +39,7 @@ class RecordCondition : public KZCondition {
 public:
     explicit RecordCondition(Record const & header) : header_(header) {}
 
-    KZSmartPtr<KZCondition> NewChild() const override {
+    KZSmartPtr<KZCondition> NewChild() override {
         return KZSmartPtr<KZCondition>(new RecordCondition(header_));
     }
 

@@ -96,10 +96,10 @@ private:
         if (!stylesheet.Load(stylesheetName_, true))
             return KZErrorID(
                 new KZErrorString(stylesheetName_ + u": " + stylesheet.GetLastParseError().GetReason()));
-        KZOFileStream page(pageName_);
-        page << report.TransformNode(stylesheet) << std::flush;
-        if (!page) return KZErrorID(new KZErrorString(u"Can't write " + pageName_));
-        return KZErrorID(0);
+        std::string const page = report.TransformNode(stylesheet).AsUTF8();
+        if (KZFile::Replace(pageName_, page.data(), page.size())) return KZErrorID(0);
+        return KZErrorID(new KZErrorString(u"Can't write " + pageName_ + u": " +
+                                           KZErrorID(new KZWinLastError).AsString()));
     }
 
     KZSmartPtr<KZPlugIn> counter_;

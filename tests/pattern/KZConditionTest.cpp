@@ -1,5 +1,7 @@
 #include "ZerlithCore/pattern/KZCondition.h"
 
+#include "ZerlithCore/foundation/KZMemory.h"
+
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -18,7 +20,7 @@ class FieldCondition : public KZCondition {
 public:
     FieldCondition() = default;
     explicit FieldCondition(KZString const & text) { isGood = FromString(text); }
-    KZSmartPtr<KZCondition> NewChild() const override { return KZSmartPtr<KZCondition>(new FieldCondition); }
+    KZSmartPtr<KZCondition> NewChild() override { return KZSmartPtr<KZCondition>(new FieldCondition); }
     bool AssignFieldName(KZString const & name) override {
         return name != u"forbidden" && KZCondition::AssignFieldName(name);
     }
@@ -61,7 +63,20 @@ TEST(KZCondition, ReadsAndPrintsWhatIsTyped) {
         {u"(a = 1)", u"a = 1", u"@@1@a@3@2@1@0@"},
         {u"a = 1 AND b > 2 and c < 3", u"a = 1 AND b > 2 AND c < 3", nullptr},
         {u"(a = \"(\" AND b = 2) AND c = 3", u"a = \"(\" AND b = 2 AND c = 3", nullptr},
-        {u"t > TO_DATE(1970/01/02 00:00:00)", nullptr, nullptr},
+        // Blanks around a date go.
+        {u"t > TO_DATE(1970/01/02 00:00:00)", u"t > 1970/01/02 00:00:00", nullptr},
+        {u"(t > TO_DATE(\" \t02.01.1970 \" , %d.%m.%Y ) AND t < TO_DATE( 1970/01/02 00:00:07 ))",
+         u"t > 1970/01/02 00:00:00 AND t < 1970/01/02 00:00:07", nullptr},
+        // A quote counts in front of a value only; parentheses count everywhere but in quotes.
+        {u"(a = 5\")", u"a = 5\"", u"@@1@a@3@5@2@5\"@0@"},
+        {u"(name = O\"Brien) AND (\"x = 1)", u"name = O\"Brien AND \"x = 1", nullptr},
+        {u"((a = \"x)\"\"(\")AND b % (c|d)*\") and (e = f(\") )",
+         u"a = \"x)\"\"(\" AND b % \"(c|d)*\"\"\" AND e = f(\")", nullptr},
+        {u"(a = (x AND b = 1) AND c = (y)z)", u"a = (x AND b = 1) AND c = (y)z", nullptr},
+        {u"(a = xTO_DATE 1) AND b = 2)", u"a = xTO_DATE 1 AND b = 2)", nullptr},
+        // Each part may be native.
+        {u"a = 1 AND @@1@b@3@2@1@0@", u"a = 1 AND b = 1", nullptr},
+        {u"(@@3@a)(@3@2@1@1@1@@@1@b@3@2@1@0@) and (c = 1)", u"a)( = 1 AND b = 1 AND c = 1", nullptr},
         {u"", u"", u""},
         {u"lonely", u"", u""},
         {u"AND a = 1", u"a = 1", u"@@0@@0@0@@1@1@@@1@a@3@2@1@0@"},
@@ -76,7 +91,9 @@ TEST(KZCondition, ReadsAndPrintsWhatIsTyped) {
     }
     for (char16_t const * bad :
          {u"a =", u"a = 1 AND b <", u"(a = 1", u"a == 1", u"a = \"x", u"a = TO_DATE(today)",
-          u"a = TO_DATE(1970", u"forbidden = 1", u"a = 1 AND forbidden = 1", u"a ~ b"})
+          u"a = TO_DATE(1970", u"forbidden = 1", u"a = 1 AND forbidden = 1", u"a ~ b", u"(a = \"1)",
+          u"(a = 1 AND (b = 2)", u"(a = (b)", u"(@@1@a@3@2@1@0@x)", u"(@@1@a@3@2@1@0@",
+          u"a = 1 AND @@1@b@3@2@"})
         EXPECT_FALSE(FieldCondition(KZString(bad)).isGood) << KZString(bad).AsUTF8();
 }
 
@@ -176,24 +193,58 @@ TEST(KZCondition, ReadsBackItsNativeForm) {
         EXPECT_FALSE(FieldCondition(KZString(bad)).isGood) << KZString(bad).AsUTF8();
 }
 
-TEST(KZCondition, RefusesWhatNestsTooDeep) {
+TEST(KZCondition, HasNoLimitsButOneOfParentheses) {
+    Fields fields;
+    fields.values = {{u"a", u"1"}, {u"b", u"2"}};
     KZString chain(u"a = 1");
-    for (int i = 0; i < 900; ++i) chain += u" AND a = 1";
-    EXPECT_TRUE(FieldCondition(chain).isGood);
-    EXPECT_TRUE(FieldCondition(FieldCondition(chain).ToString(true)).isGood);
-    for (int i = 0; i < 9000; ++i) chain += u" AND a = 1";
-    EXPECT_FALSE(FieldCondition(chain).isGood);
-    EXPECT_FALSE(FieldCondition(KZString(u'(', 5000) + u"a = 1" + KZString(u')', 5000)).isGood);
-    KZString native;
-    for (int i = 0; i < 5000; ++i) native += u"@@1@a@3@2@1@1@1@";
-    EXPECT_FALSE(FieldCondition(native).isGood);
-    // What a program nests deep is released all the same.
+    for (int i = 0; i < 5000; ++i) chain += u" AND a = 1";
+    FieldCondition const flat(chain);
+    EXPECT_EQ(flat.ToString(false), chain);
+    EXPECT_TRUE(flat.Evaluate(fields));
+    EXPECT_FALSE(FieldCondition(chain + u" AND b = 1").Evaluate(fields));
+    FieldCondition const back(flat.ToString(true));
+    EXPECT_TRUE(back.isGood && back.ToString(true) == flat.ToString(true));
+    auto const nested = [](unsigned int depth) {
+        return KZString(u'(', depth) + u"a = 1" + KZString(u')', depth);
+    };
+    EXPECT_TRUE(FieldCondition(nested(1000)).isGood && !FieldCondition(nested(1001)).isGood);
+
+    // What a program builds: each condition has the last one joined to it, and something behind.
     KZSmartPtr<KZCondition> deep(new FieldCondition);
-    for (int i = 0; i < 200000; ++i) {
+    for (int i = 0; i < 20000; ++i) {
         KZSmartPtr<KZCondition> outer(new FieldCondition);
-        *outer &* deep;
+        *outer &* deep & Term(u"b", i == 10000 ? 1 : 2);
         deep = outer;
     }
+    EXPECT_FALSE(deep->Evaluate(fields));
+    EXPECT_EQ(deep->ToString(false).Length(), 200000U);
+    EXPECT_TRUE(FieldCondition(deep->ToString(true)).isGood);
+}
+
+// Sees how much memory there is in use while a text is read.
+class WatchedCondition : public KZCondition {
+public:
+    KZSmartPtr<KZCondition> NewChild() override { return KZSmartPtr<KZCondition>(new WatchedCondition); }
+    bool PostAssignSuppliedValue() override {
+        most = std::max(most, KMMemoryPool::GetUsedMemory());
+        return true;
+    }
+    static inline std::size_t most = 0;
+};
+
+TEST(KZCondition, TakesMemoryForWhatItKeepsOnly) {
+    KZString text, closing;
+    for (int i = 0; i < 300; ++i) {
+        text += i % 2 == 0 ? u"a = 1 AND (" : u"a = b OR ";
+        if (i % 2 == 0) closing += u')';
+    }
+    text += u"c = \"" + KZString(u'x', 200'000) + u"\"" + closing;
+    testing::internal::CaptureStdout();
+    std::size_t const before = KMMemoryPool::GetUsedMemory();
+    WatchedCondition condition;
+    EXPECT_TRUE(condition.FromString(text));
+    testing::internal::GetCapturedStdout();
+    EXPECT_LT(WatchedCondition::most - before, 2'000'000U);
 }
 
 } // namespace

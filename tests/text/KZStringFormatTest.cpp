@@ -5,16 +5,30 @@
 #include <climits>
 #include <cmath>
 #include <limits>
+#include <map>
 
 namespace {
 
-KZString F(char16_t const * format, ...) {
+KZString Listed(char16_t const * format, ...) {
     std::va_list arguments;
     va_start(arguments, format);
     KZString result;
     result.Format(format, arguments);
     va_end(arguments);
     return result;
+}
+
+KZString Typed(char16_t const * format, auto const &... arguments) {
+    KZString result(u"before");
+    result.Format(format, arguments...);
+    return result;
+}
+
+// Arguments of the types that their conversions say: typed or in a list, they print alike.
+KZString F(char16_t const * format, auto... arguments) {
+    KZString const listed = Listed(format, arguments...);
+    EXPECT_EQ(Typed(format, arguments...), listed);
+    return listed;
 }
 
 constexpr char16_t const * noText = nullptr;
@@ -60,6 +74,78 @@ TEST(KZStringFormat, WritesTextsUnitsAndOddities) {
     }
 }
 
+enum Color { Red = 2 };
+enum class Mode : long long { Far = 5'000'000'000 };
+
+TEST(KZStringFormat, KnowsTheTypesOfItsArguments) {
+    using namespace std::literals;
+    KZString zeros(u"\u00E9\0b"sv);
+    int const number = -7;
+    void const * const untyped = u"units";
+    wchar_t const * const wide = L"\U0001F600x";
+    struct Case {
+        int line;
+        KZString actual;
+        std::u16string expected;
+    };
+    Case const cases[] = {
+        // Objects that hold a text, whole.
+        {__LINE__, Typed(u"%s|%s|%5s|%.1s", zeros, u"ab"s, u"ab"sv, zeros), u"\u00E9\0b|ab|   ab|\u00E9"s},
+        {__LINE__, Typed(u"%s|%.2s|%S|%s", "\xC3\xA9t\0x"s, "\xC3\xA9te"sv, u8"\u20AC"s, u8"z"sv),
+         u"\u00E9t\0x|\u00E9t|\u20AC|z"s},
+        {__LINE__, Typed(u"%s|%.2s|%.1s", std::wstring(wide), std::wstring_view(wide), wide),
+         u"\U0001F600x|\U0001F600|\xD83D"},
+        {__LINE__, Typed(u"<%s%s%s>", KZString(), u""s, std::u16string_view()), u"<>"},
+        // Texts say themselves what they are.
+        {__LINE__, Typed(u"%s %S %hs %ls", "a", u"b", u"c", "d"), u"a b c d"},
+        {__LINE__, Typed(u"%s", reinterpret_cast<unsigned short const *>(u"old")), u"old"},
+        {__LINE__, Typed(u"%s %s", untyped, nullptr), u"units (null)"},
+        // Numbers print with all their bits, unless an h cuts them.
+        {__LINE__, Typed(u"%d %u %x", 5'000'000'000, 0xFFFFFFFFFF, -1), u"5000000000 1099511627775 ffffffff"},
+        {__LINE__, Typed(u"%I64d %ld %lu %hd", -1, -1, 4294967295U, 65537LL), u"-1 -1 4294967295 1"},
+        {__LINE__, Typed(u"%d %d %d %d %d", Red, Mode::Far, true, 'a', static_cast<signed char>(-1)),
+         u"2 5000000000 1 97 -1"},
+        {__LINE__, Typed(u"%.1f %g %.2f", 1, 2.5F, 3.0L), u"1.0 2.5 3.00"},
+        {__LINE__, Typed(u"%*d|%.*s", 3L, 1, std::size_t{1}, u"xy"), u"  1|x"},
+        {__LINE__, Typed(u"%p %x", reinterpret_cast<int *>(0xBEEF), reinterpret_cast<int *>(0x123456789)),
+         u"0xbeef 123456789"},
+        // What a conversion can't show prints by its own.
+        {__LINE__, Typed(u"%s %5s %s %s", 42, 1.5, u'x', 7U), u"42   1.5 x 7"},
+        {__LINE__, Typed(u"%d %x %c %f %d", u"a", "b", KZString(u"c"), u"d", 2.5), u"a b c d 2.5"},
+        {__LINE__, Typed(u"%s %f", reinterpret_cast<int *>(0xBEEF), nullptr), u"0xbeef (nil)"},
+        {__LINE__, Typed(u"%*d|%.*d", u"wide", 1, 2.5, 3), u"1|3"},
+        // What is missing is 0 or null; what is too many is left.
+        {__LINE__, Typed(u"%d %s %g %p%n %*d", 1), u"1 (null) 0 (nil) 0"},
+        {__LINE__, Typed(u"%d", 1, u"left"), u"1"},
+        {__LINE__, Typed(u"%-3c|", 0), u""},
+        {__LINE__, Typed(u"a%2cb", 0), u"a "},
+    };
+    for (Case const & c : cases) {
+        EXPECT_EQ(std::u16string(c.actual.begin(), c.actual.end()), c.expected) << "line " << c.line;
+    }
+    zeros.Format(u"%s%s", zeros, zeros);
+    EXPECT_EQ(zeros.Length(), 6U);
+    char16_t text[] = u"kept";
+    double real = 1.5;
+    EXPECT_EQ(Typed(u"ab%n%n%n", text, &real, &number), u"ab")
+        << "only integers that may change are written to";
+    EXPECT_TRUE(text == u"kept"sv && real == 1.5 && number == -7);
+}
+
+template <class... Values>
+constexpr bool isFormattable = requires(KZString text, Values const &... values) {
+    text.Format(u"", values...);
+};
+
+static_assert(isFormattable<> && isFormattable<int, KZString, char16_t[3], std::nullptr_t, Mode, void (*)()>);
+static_assert(!isFormattable<std::map<int, int>> && !isFormattable<int, KZSmartPtr<KZString>>);
+static_assert(!isFormattable<int KZString::*> && !isFormattable<KZString *, KZStringHash>);
+template <class List>
+constexpr bool mixesWithNumbers = requires(KZString text, List & list) {
+    text.Format(u"", list, 1);
+};
+static_assert(!mixesWithNumbers<std::va_list>, "a started list is an argument of its own");
+
 TEST(KZStringFormat, StoresTheSizeSoFar) {
     int all = -1;
     short part = -1;
@@ -91,7 +177,7 @@ void CompareWithPrintf(std::string const & letters, Value value) {
                 char expected[512];
                 std::snprintf(expected, sizeof expected, format.c_str(), value);
                 KZString actual;
-                actual.Format(std::u16string(format.begin(), format.end()).c_str(), value);
+                actual = F(std::u16string(format.begin(), format.end()).c_str(), value);
                 ASSERT_EQ(std::string(actual.begin(), actual.end()), expected) << format << " of " << value;
             }
         }

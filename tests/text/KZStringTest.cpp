@@ -1,6 +1,9 @@
 #include "ZerlithCore/text/KZString.h"
 
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/foundation/KZMemory.h"
+#include "ZerlithCore/text/KZCollator.h"
+#include "ZerlithCore/text/KZStringConverter.h"
 
 #include <gtest/gtest.h>
 
@@ -170,6 +173,85 @@ TEST(KZString, RemovesTrimsAndReplaces) {
     emptied.Remove(0, 3);
     EXPECT_EQ(cleared.Capacity(), 0U);
     EXPECT_EQ(emptied.Capacity(), 4U) << "a count that isn't past the end keeps the block";
+}
+
+// How many of the calls that take a unit take a `Unit`.
+template <class Unit, class S = KZString>
+constexpr int callsWith = requires(S s, Unit unit) {
+    S(unit);
+}
++ requires(S s, Unit unit) {
+    S(unit, 2U);
+}
++ requires(S s, Unit unit) {
+    s = unit;
+}
++ requires(S s, Unit unit) {
+    s += unit;
+}
++ requires(S s, Unit unit) {
+    s + unit;
+}
++ requires(S s, Unit unit) {
+    s == unit;
+}
++ requires(S s, Unit unit) {
+    s.push_back(unit);
+}
++ requires(S s, Unit unit) {
+    s.Insert(0, unit);
+}
++ requires(S s, Unit unit) {
+    s.Set(0, unit);
+}
++ requires(S s, Unit unit) {
+    s.Find(unit);
+}
++ requires(S s, Unit unit) {
+    s.RFind(unit);
+}
++ requires(S s, Unit unit) {
+    s.LTrim(unit);
+}
++ requires(S s, Unit unit) {
+    s.RTrim(unit);
+};
+static_assert(callsWith<char16_t> == 13 && callsWith<char> == 11,
+              "one char makes no string, as several don't");
+static_assert(callsWith<int> + callsWith<unsigned short> + callsWith<long> + callsWith<bool> +
+                  callsWith<double> + callsWith<wchar_t> + callsWith<char32_t> + callsWith<std::byte> +
+                  callsWith<KZString::DataDef> + callsWith<std::memory_order> + callsWith<KZErrorID> ==
+              0);
+template <class S>
+constexpr bool takesZero = requires(S s) {
+    s = 0;
+}
+|| requires(S s) { s += 0; }
+|| requires(S s) { s + 0; }
+|| requires(S s) { s.Find(0); }
+|| requires(S s) { s.Insert(0, 0); }
+|| requires(S s) { S(0); };
+static_assert(!takesZero<KZString>);
+
+TEST(KZString, TakesTypicalCallsWithoutAmbiguity) {
+    KZString s(u"ab"), empty = {};
+    std::u16string const standard(u"ab");
+    EXPECT_TRUE(s == standard && s == u"ab" && standard == s && !(s == nullptr) && s != u'a' &&
+                empty == nullptr);
+    EXPECT_TRUE(s.Compare({}) == -1 && s.Compare(NULL) == -1);
+    EXPECT_TRUE(s.Compare(u"ab", nullptr) == 0 && s.Compare(u"AB", 1U) == 0 && s.IsEqual(standard, {}));
+    EXPECT_TRUE(s.Find(standard) == 0 && s.Find('b') == 1 && s.FindFirstOf(nullptr) == KZString::npos);
+    EXPECT_TRUE(s.AsMbString(0) == "ab" && s.AsMbString(nullptr) == "ab" && KZString(u"x", 0) == u"x");
+    EXPECT_TRUE(KZString::ConvertToUnicode(empty, "ab", NULL).Good() &&
+                empty.ConvertToUnicode("", {}).Good());
+    s += standard;
+    s.Insert(0, standard);
+    s.Replace(standard, u"c");
+    EXPECT_EQ(s + nullptr, u"ccc");
+    s = {};
+    EXPECT_EQ((s = 'x') + standard, u"xab");
+    s = nullptr;
+    EXPECT_EQ(s.Capacity(), 0U);
 }
 
 TEST(KZString, RefusesLengthsBeyond32Bits) {

@@ -1,5 +1,7 @@
 #include "ZerlithCore/text/KZUnicodeInfoReader.h"
 
+#include "ZerlithCore/text/KZString.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -83,6 +85,11 @@ TEST(KZUnicodeInfoReader, ReadsTheWholeDatabase) {
     EXPECT_EQ(basic[u'\u00BD'].numericValue, 1);
     EXPECT_EQ(basic[u'\u00BD'].compatibility, KZUnicode::Compatibility::Fraction);
     EXPECT_TRUE(basic[u'('].mirrored);
+    for (unsigned int unit = 0; unit < 0x10000; ++unit) {
+        KZUnicode::CharInfo const & record = basic[static_cast<char16_t>(unit)];
+        ASSERT_EQ(KZtowupper(static_cast<char16_t>(unit)), record.upperCase ? record.upperCase : unit);
+        ASSERT_EQ(KZtowlower(static_cast<char16_t>(unit)), record.lowerCase ? record.lowerCase : unit);
+    }
     // Every base letter that the table knows begins the decomposition that the database tells.
     for (std::string const & line : Split(plane, '\n')) {
         std::vector<std::string> const fields = Split(line, ';');
@@ -123,7 +130,7 @@ TEST(KZUnicodeInfoReader, SurvivesDamagedFiles) {
     EXPECT_STREQ(info[u'A'].name, "");
     EXPECT_STREQ(whole[u'A'].name, "A"); // a copy keeps its names
     EXPECT_FALSE(KZUnicodeInfoReader::Read(info, nullptr));
-    EXPECT_TRUE(KZUnicodeInfoReader::Read(info, "/"));
+    EXPECT_THROW(KZUnicodeInfoReader::Read(info, "/"), std::ios_base::failure); // it opens, and can't be read
 }
 
 TEST(KZUnicode, NamesItsKeysInOrder) {

@@ -1,0 +1,54 @@
+/// @file
+/// The simple case maps of Unicode: one unit in, one unit out, the same in every locale.
+///
+///     for (char16_t & unit : text) unit = KZDetail::upperCaseMap(unit);
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+namespace KZDetail {
+
+/// A map of all 65536 units on units, as differences. Pages of 256 units without a difference share one page of zeros,
+/// so that the tables that are in use stay in the nearest cache.
+class CaseMap {
+public:
+    /// `count` units from `first` on, `step` apart, whose maps are `distance` units away.
+    struct Run {
+        char16_t first;
+        int distance;
+        unsigned char count;
+        unsigned char step;
+    };
+
+    template <std::size_t Count>
+    consteval explicit CaseMap(Run const (&runs)[Count]) {
+        std::size_t used = 1; // the page of zeros
+        for (Run const & run : runs)
+            for (unsigned i = 0; i < run.count; ++i) {
+                unsigned const unit = run.first + i * run.step;
+                std::uint8_t & page = pageOf_[unit / PageSize];
+                if (page == 0) page = static_cast<std::uint8_t>(used++);
+                pages_[page][unit % PageSize] = static_cast<char16_t>(run.distance);
+            }
+    }
+
+    constexpr char16_t operator()(char16_t unit) const noexcept {
+        return static_cast<char16_t>(unit + pages_[pageOf_[unit / PageSize]][unit % PageSize]);
+    }
+
+private:
+    static constexpr unsigned PageSize = 256;
+    static constexpr std::size_t MostPages = 21; // a map that needs more doesn't compile
+    using Page = std::array<char16_t, PageSize>;
+
+    std::array<std::uint8_t, 0x10000 / PageSize> pageOf_{};
+    std::array<Page, MostPages> pages_{};
+};
+
+/// A unit without a map, or whose map isn't one unit, stays. The data are those of the Unicode character database.
+extern CaseMap const upperCaseMap;
+extern CaseMap const lowerCaseMap;
+
+} // namespace KZDetail
