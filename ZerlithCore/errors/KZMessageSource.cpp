@@ -6,6 +6,7 @@
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/ModuleMessages.h"
 
+#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -57,6 +58,9 @@ void KZMessageSource::FormatText(KZString & out, KZString const & format, std::v
 
 // --- RCMessageSource
 
+RCMessageSource::RCMessageSource(void * module) noexcept
+    : module_(module), hold_(KZPlatform::ModuleHold::OfHandle(module)) {}
+
 RCMessageSource::~RCMessageSource() = default;
 
 unsigned long RCMessageSource::AddRef() const { return count_.Increment(); }
@@ -104,12 +108,9 @@ bool RCMessageSource::RetrieveMessage(KZString & out, long code, char16_t const 
 }
 
 long RCMessageSource::GetLanguageID(char16_t const * language) noexcept {
-    constexpr std::size_t codeLength = 3;
-    std::u16string lower(language ? language : u"");
-    if (lower.size() != codeLength) return KZPlatform::NeutralLanguage;
-    for (char16_t & unit : lower) unit = KZtowlower(unit);
+    std::u16string_view const code(language ? language : u"");
     for (Language const & known : languages)
-        if (known.code == lower) return known.number;
+        if (std::ranges::equal(known.code, code, {}, {}, KZtowlower)) return known.number;
     return KZPlatform::NeutralLanguage;
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/platform/ModuleHold.h"
 
 #include <cstdarg>
 #include <map>
@@ -37,6 +38,16 @@ public:
     virtual char16_t const * GetDefaultLanguage() const = 0;
     virtual KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const = 0;
 
+    /// Puts the text of `code` into `out`, expanded by `arguments`, whose types are known, as `KZString::Format` does it.
+    template <KZFormattable... Arguments>
+    KZErrorID GetFormattedText(KZString & out, long code, KZFormatContext const & context,
+                               Arguments const &... arguments) const {
+        KZString format;
+        KZErrorID id = GetText(format, code, context);
+        if (id.Good()) out.Format(format.c_str(), arguments...);
+        return id;
+    }
+
 protected:
     /// Expands the template in `text` by the parameters of `error`, made in `context`.
     static void Expand(KZString & text, KZErrorI const & error, KZFormatContext const & context);
@@ -46,7 +57,9 @@ protected:
 
 /// Messages of a module. A text that can't be had is told by the words of the text, never by an error.
 ///
-/// The module must stay loaded as long as the source and the errors that hold it.
+/// The module stays in memory as long as the source, and so as long as any error on it: its text can be asked for after a
+/// host has let go of the plug-in that made it. A source that is a static object of the module keeps it to the end of the
+/// process; make sources where they are needed if the module is to leave memory.
 class KZ_EXPORT RCMessageSource : public KZMessageSource {
 public:
     RCMessageSource(RCMessageSource const &) = default;
@@ -74,7 +87,7 @@ public:
 
 protected:
     /// `module`: KZ_THIS_MODULE, or the handle of a loaded module.
-    explicit RCMessageSource(void * module) noexcept : module_(module) {}
+    explicit RCMessageSource(void * module) noexcept;
 
     /// Puts the text of `code` in the language numbered `languageId` into `out`, and tells whether there was one.
     virtual bool RetrieveMessage(KZString & out, long code, long languageId) const;
@@ -90,6 +103,7 @@ protected:
 private:
     KZCounter count_;
     void * module_;
+    KZPlatform::ModuleHold hold_;
 };
 
 /// The string table of a module: texts of 499 units at most, in the language of the thread, whatever language is asked

@@ -5,10 +5,13 @@
 ///     KZ_MODULE_MESSAGES({Greeting, KZLanguage::EnglishUS, u"Good morning, %s"},
 ///                        {Greeting, KZLanguage::French, u"Bonjour, %s"})
 ///
-///     KZSmartPtrToConst<KZMessageSource> const source(new RCMessageTableSource(KZ_THIS_MODULE));
+///     KZErrorID Refuse() {
+///         return KZErrorID(new KZError(new RCMessageTableSource(KZ_THIS_MODULE), Greeting));
+///     }
 ///
 /// The texts are data that the module exports by the function `KZModuleMessages`. Who has loaded the module can read
-/// them by its handle; the module itself says KZ_THIS_MODULE. Both last as long as the module is loaded.
+/// them by its handle; the module itself says KZ_THIS_MODULE. Both last as long as the module is loaded, and a source on
+/// either keeps it in memory (KZMessageSource.h).
 #pragma once
 
 #include "ZerlithCore/platform/ModuleMessages.h"

@@ -27,8 +27,8 @@ KZSignalException::KZSignalException(KZStackDump & dump) : KZException(dump), co
 KZSignalException::KZSignalException(KZSignalException const & other) = default;
 
 KZSignalException::~KZSignalException() {
-    // The frames that a stack overflow has left need its reserve no more.
-    if (code_ == KZPlatform::FaultCode::StackOverflow) KZPlatform::RestoreStackReserve();
+    // The frames that a stack overflow has left need its reserve no more, nor does the report of a fault on an odd stack.
+    KZPlatform::RestoreStackReserve();
 }
 
 void KZSignalException::LogInErrorFile(LogOpt option) const { KZException::LogInErrorFile(option); }

@@ -13,6 +13,7 @@
 #include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/platform/Files.h"
+#include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Process.h"
 
 #include <algorithm>
@@ -92,12 +93,26 @@ bool ReadFile(KZString const & path, std::string & bytes) {
         std::size_t const begin = bytes.size();
         std::size_t count = 0;
         bytes.resize(begin + std::min(left, blockBytes));
-        bool const isRead = file.Read(bytes.data() + begin, bytes.size() - begin, count);
+        if (!file.Read(bytes.data() + begin, bytes.size() - begin, count)) return false;
         bytes.resize(begin + count);
-        if (!isRead || count == 0) break;
+        if (count == 0) break;
         left -= count;
     }
     return true;
+}
+
+// False when the last record is cut: it would take what is written behind it for its text.
+bool EndsWithARecord(std::string_view bytes) {
+    constexpr std::size_t numberBytes = 4, headBytes = 2 * numberBytes;
+    while (bytes.size() >= headBytes) {
+        std::size_t length = 0;
+        for (char const byte : bytes.substr(numberBytes, numberBytes))
+            length = length << 8 | static_cast<unsigned char>(byte);
+        bytes.remove_prefix(headBytes);
+        if (length > bytes.size()) return false;
+        bytes.remove_prefix(length);
+    }
+    return bytes.empty();
 }
 
 } // namespace
@@ -155,7 +170,15 @@ KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
     std::ostringstream record;
     record << DBMessage(id, text, ConverterOf(language_));
     std::string const bytes = std::move(record).str();
-    return writer_.Write(bytes.data(), bytes.size()) ? KZErrorID(0) : KZErrorID(new KZWinLastError);
+    std::int64_t const end = writer_.Size();
+    std::size_t written = 0;
+    if (writer_.Write(bytes.data(), bytes.size(), written)) return KZErrorID(0);
+    int const reason = KZPlatform::LastErrorNumber();
+    // Takes a part of the record back, which would swallow those behind it, unless others have written meanwhile.
+    bool const isOurs = written != 0 && writer_.Size() == end + static_cast<std::int64_t>(written);
+    if (isOurs && writer_.Truncate(end)) writer_.Seek(end, KZPlatform::FileOrigin::Begin);
+    KZPlatform::SetLastErrorNumber(reason);
+    return KZErrorID(new KZWinLastError);
 }
 
 KZErrorID MessageFile::FetchMessage(KZString & out, long code) const {
@@ -290,7 +313,12 @@ bool MessageFile::OpenForReading() {
 }
 
 bool MessageFile::OpenForWriting(KZPlatform::FileAccess access, KZPlatform::FileCreation creation) {
-    if (!writer_.Open(std::u16string_view(RealPath(fileName_)), access, creation)) return false;
-    isWriting_ = isWriting_ || access == KZPlatform::FileAccess::Append;
+    bool const appends = access == KZPlatform::FileAccess::Append;
+    KZString const path = RealPath(fileName_);
+    std::string bytes;
+    writer_.Close();
+    if (appends && ReadFile(path, bytes) && !EndsWithARecord(bytes)) return false;
+    if (!writer_.Open(std::u16string_view(path), access, creation)) return false;
+    isWriting_ = isWriting_ || appends;
     return IsOpen();
 }

@@ -62,7 +62,8 @@ public:
     /// nothing is stopped. A name that isn't there is looked for with its case ignored.
     ///
     /// `Read`: reads it into memory as the texts of the current language; a file that is there already isn't touched.
-    /// `Write` empties it, `Append` doesn't, for `WriteMessage`.
+    /// `Write` empties it, `Append` doesn't, for `WriteMessage`. What shall survive a failure goes into a file of another
+    /// name first. A file that ends inside a record, which would hide what is written behind it, isn't opened to append.
     /// The result is `IsOpen()` in all three modes, so false for a file that is being written and isn't in memory: whether
     /// it can be written `WriteMessage` tells. False also when the system refuses.
     bool Open(int mode);
@@ -77,7 +78,8 @@ public:
 
     /// Appends a message to the file that is open for writing, by the code page of the current language; it has reached
     /// the system when this returns. What is in memory stays as it is.
-    /// Errors: 6 when no file is open for writing; the system's when it refuses.
+    /// Errors: 6 when no file is open for writing; the system's when it refuses, and nothing of the message is left in
+    /// the file then.
     KZErrorID WriteMessage(long id, KZString const & text);
 
     /// Puts the text of `code` into `out`.

@@ -1,5 +1,7 @@
 #include "ZerlithCore/foundation/KZMemory.h"
 
+#include "ZerlithCore/platform/ThreadEnd.h"
+
 #include <atomic>
 #include <cstdint>
 #include <new>
@@ -9,53 +11,50 @@
 //
 // Counters stand in a list that only grows. A thread that ends gives its counter back with what it holds, and the next
 // new thread goes on from there: the list is as long as threads were alive at once. What a thread allocates or frees
-// after it gave its counter back, while it destroys its last objects, is counted in a counter that is shared.
+// after it gave its counter back, while it destroys its last objects, is counted in a counter that is shared; so is
+// what it allocates or frees while it can't have a counter of its own.
 
 namespace {
 
-struct alignas(64) Counter {
+struct alignas(64) Counter : KZPlatform::ThreadEndTask {
     std::atomic<std::size_t> bytes{0};
     std::atomic<bool> isTaken{true};
-    Counter * next = nullptr;
+    Counter * nextCounter = nullptr;
 };
 
 constinit std::atomic<Counter *> counters{nullptr};
 constinit Counter shared;
 
-// The library's own few bytes of thread storage at a fixed offset: to find them takes one instruction, not a call.
-#if defined(__GNUC__)
-[[gnu::tls_model("initial-exec")]]
-#endif
 constinit thread_local Counter * mine = nullptr;
 
-/// Gives the counter back when the thread ends.
-struct Lease {
-    ~Lease() {
-        mine->isTaken.store(false, std::memory_order_release);
-        mine = &shared;
-    }
-};
+void GiveBack(KZPlatform::ThreadEndTask & counter) noexcept {
+    static_cast<Counter &>(counter).isTaken.store(false, std::memory_order_release);
+    mine = &shared;
+}
 
+/// One that nobody has, or a new one; null without memory.
 Counter * FindCounter() noexcept {
-    for (Counter * counter = counters.load(std::memory_order_acquire); counter; counter = counter->next) {
+    for (Counter * counter = counters.load(std::memory_order_acquire); counter;
+         counter = counter->nextCounter) {
         bool isTaken = false;
         if (counter->isTaken.compare_exchange_strong(isTaken, true, std::memory_order_acquire))
             return counter;
     }
     auto * const counter = new (std::nothrow) Counter;
-    if (!counter) return &shared;
-    counter->next = counters.load(std::memory_order_relaxed);
-    while (!counters.compare_exchange_weak(counter->next, counter, std::memory_order_release)) {}
+    if (!counter) return nullptr;
+    counter->run = &GiveBack;
+    counter->nextCounter = counters.load(std::memory_order_relaxed);
+    while (!counters.compare_exchange_weak(counter->nextCounter, counter, std::memory_order_release)) {}
     return counter;
 }
 
-/// Finds a counter for this thread; out of memory it is the shared one, which nobody gives back.
+/// Finds a counter for this thread; the shared one, for this time, when there is none.
 Counter * TakeCounter() noexcept {
-    mine = FindCounter();
-    if (mine != &shared) {
-        thread_local Lease const lease;
-        static_cast<void>(lease);
-    }
+    Counter * const counter = FindCounter();
+    if (!counter) return &shared;
+    mine = counter;
+    if (KZPlatform::CallAtThreadEnd(*counter)) return counter;
+    GiveBack(*counter);
     return mine;
 }
 
@@ -85,7 +84,8 @@ void KMMemoryPool::Delete(void * block, std::size_t size) noexcept {
 
 std::size_t KMMemoryPool::GetUsedMemory() noexcept {
     std::size_t sum = shared.bytes.load(std::memory_order_relaxed);
-    for (Counter * counter = counters.load(std::memory_order_acquire); counter; counter = counter->next) {
+    for (Counter * counter = counters.load(std::memory_order_acquire); counter;
+         counter = counter->nextCounter) {
         sum += counter->bytes.load(std::memory_order_relaxed);
     }
     return sum;

@@ -12,6 +12,21 @@
 
 namespace KZDetail {
 
+/// An integer beside a handle. It is a class so that 0, 0L and NULL, which are pointers as well, go to the forms that take
+/// a pointer, and are never ambiguous.
+class Integer {
+public:
+    template <class Number>
+    requires std::is_integral_v<Number> ||
+        (std::is_enum_v<Number> && std::is_convertible_v<Number, int>)Integer(Number number) noexcept
+        : value_(static_cast<std::uintptr_t>(number)) {}
+
+    [[nodiscard]] std::uintptr_t Value() const noexcept { return value_; }
+
+private:
+    std::uintptr_t value_;
+};
+
 /// What KZSmartPtr and KZSmartPtrToConst have in common; `T` is const in the second.
 ///
 /// The assignment rule, part of the contract: equal pointers change nothing; otherwise the old object is released
@@ -96,10 +111,10 @@ template <class A>
 bool operator==(CountedHandle<A> const & a, std::nullptr_t) noexcept {
     return a.IsNull();
 }
-/// Compares the address with the integer, so that 0 tests for null.
+/// Compares the address with the integer.
 template <class A>
-bool operator==(CountedHandle<A> const & a, int b) noexcept {
-    return AddressOf(a.GetPtr()) == static_cast<std::uintptr_t>(b);
+bool operator==(CountedHandle<A> const & a, Integer b) noexcept {
+    return AddressOf(a.GetPtr()) == b.Value();
 }
 template <class A, class B>
 bool operator<(CountedHandle<A> const & a, CountedHandle<B> const & b) noexcept {
@@ -139,7 +154,7 @@ public:
         return *this;
     }
     /// Releases what is held and becomes null, whatever the integer says.
-    KZSmartPtr & operator=(int) {
+    KZSmartPtr & operator=(KZDetail::Integer) {
         Base::Clear();
         return *this;
     }
@@ -174,7 +189,7 @@ public:
         return *this;
     }
     /// Releases what is held and becomes null, whatever the integer says.
-    KZSmartPtrToConst & operator=(int) {
+    KZSmartPtrToConst & operator=(KZDetail::Integer) {
         Base::Clear();
         return *this;
     }

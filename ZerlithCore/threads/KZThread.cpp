@@ -1,7 +1,8 @@
 // A thread is found through the table, by an identifier that is never given twice; the entry, not the object, owns the
 // system's thread. Locks are taken in this order: an object's section, the table's mutex.
 //
-// Nobody waits for a thread with one of these locks held: the thread needs both for its end.
+// Nobody waits for a thread with one of these locks held: the thread needs both for its end. So a thread that is started
+// under the table's mutex doesn't end before its starter lets go of that.
 #include "ZerlithCore/threads/KZThread.h"
 
 #include "ZerlithCore/errors/KZError.h"
@@ -10,6 +11,7 @@
 
 #include <cstdlib>
 #include <limits>
+#include <typeinfo>
 
 namespace {
 
@@ -30,20 +32,24 @@ std::size_t StackBytes() {
     return bytes;
 }
 
-/// Waits as `KZThread::WaitForThread`; false for a thread that isn't in the table, or any more.
-bool AwaitEnd(unsigned long id, std::uint32_t timeout) {
+enum class Wait : unsigned char { Done, NotInTable, OnItself };
+
+/// Waits as `KZThread::WaitForThread`, and takes the thread out of the table.
+Wait AwaitEnd(unsigned long id, std::uint32_t timeout) {
     KZThreadTable & table = KZThreadTable::Get();
+    bool const isOwn = id == KZPlatform::CurrentThreadId();
     bool hasEnded = false;
     for (;;) {
         std::shared_ptr<KZPlatform::ThreadRecord> handle;
         {
             TableGuard const guard(table.mutex);
             KZThreadEntry * const entry = table.Find(id);
-            if (!entry || !entry->handle) return false;
-            if (hasEnded || (!entry->running && id == KZPlatform::CurrentThreadId())) {
+            if (!entry || !entry->handle) return Wait::NotInTable;
+            if (isOwn && entry->running) return Wait::OnItself;
+            if (hasEnded || isOwn) {
                 handle.swap(entry->handle); // closed with the lock released
                 table.entries.erase(KZThread_t(id, nullptr));
-                return true;
+                return Wait::Done;
             }
             if (!entry->running) timeout = KZPlatform::waitForever;
             handle = entry->handle;
@@ -52,6 +58,8 @@ bool AwaitEnd(unsigned long id, std::uint32_t timeout) {
     }
 }
 
+[[noreturn]] void RefuseWaitOnItself() { throw KZException(u"A thread can't wait for its own end"); }
+
 /// The table's handle of the thread, if `id` bears it.
 std::shared_ptr<KZPlatform::ThreadRecord> HandleOf(KZThread_t const & id) {
     if (!id.GetHandle()) return nullptr;
@@ -59,6 +67,12 @@ std::shared_ptr<KZPlatform::ThreadRecord> HandleOf(KZThread_t const & id) {
     TableGuard const guard(table.mutex);
     KZThreadEntry const * const entry = table.Find(id);
     return entry && entry->handle.get() == id.GetHandle() ? entry->handle : nullptr;
+}
+
+/// An address in the module that holds the class of the callback.
+void const * CodeOf(KZSmartPtr<KZCallback> const & callback) {
+    KZCallback const * const object = callback;
+    return object ? &typeid(*object) : nullptr;
 }
 
 } // namespace
@@ -75,7 +89,12 @@ KZThreadEntry * KZThreadTable::Find(unsigned long id) {
 
 KZThread::KZThread(KZSmartPtr<KZCallback> const & body) : body_(body), flags_(defaultComModel.load()) {}
 
-KZThread::~KZThread() { Join(); }
+KZThread::~KZThread() {
+    if (IsCurrent())
+        LeaveRun();
+    else
+        Join();
+}
 
 unsigned long KZThread::Release() const {
     unsigned long const left = count_.Decrement();
@@ -86,40 +105,55 @@ unsigned long KZThread::Release() const {
 KZErrorID KZThread::Start(int priority) {
     std::size_t const stackBytes = StackBytes();
     KZThreadTable & table = KZThreadTable::Get();
-    KZPlatform::ThreadHandle thread = nullptr;
     {
         KZGuard<KZCriticalSection> const guard(section_);
         TableGuard const tableGuard(table.mutex);
         if (id_ != 0UL) return KZErrorID(new KZError(glbKZOREMsgSourceP, alreadyStarted));
-        thread = KZPlatform::NewThread(&KZThread::StartThreadWrapper, this, stackBytes);
-        if (!thread) throw KZException(u"_beginthreadex failed in KZThread::Start()");
-        if (priority != 0 && !KZPlatform::SetPriorityOf(thread, priority)) {
-            KZErrorID error(new KZWinLastError);
-            KZPlatform::CancelThread(thread);
-            return error;
-        }
-        handle_.reset(thread, &KZPlatform::CloseThread);
-        id_ = KZThread_t(KZPlatform::IdOf(thread), thread);
-        table.entries.emplace(id_, KZThreadEntry{handle_, true, this});
-        // Taken here, for the owner may let go of the object before the thread gets to run.
-        isHeldByRun_ = count_.Get() != 0;
-        if (isHeldByRun_) AddRef();
+        std::shared_ptr<KZPlatform::ThreadRecord> const handle(
+            KZPlatform::NewThread(&KZThread::StartThreadWrapper, this, stackBytes), &KZPlatform::CloseThread);
+        if (handle && priority != 0 && !KZPlatform::SetPriorityOf(handle.get(), priority))
+            return KZErrorID(new KZWinLastError);
+        if (handle && Launch(handle)) return KZErrorID();
     }
-    KZPlatform::StartThread(thread);
-    return KZErrorID();
+    throw KZException(u"_beginthreadex failed in KZThread::Start()");
+}
+
+// Everything is noted before the thread runs, and taken back if it can't be started. Called under both locks.
+bool KZThread::Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle) {
+    KZThreadTable & table = KZThreadTable::Get();
+    KZThread_t const id(KZPlatform::IdOf(handle.get()), handle.get());
+    auto const entry = table.entries.emplace(id, KZThreadEntry{handle, true, this, CodeOf(body_)}).first;
+    id_ = id;
+    handle_ = handle;
+    if (!KZPlatform::StartThread(handle.get())) {
+        table.entries.erase(entry);
+        id_ = KZThread_t();
+        handle_.reset();
+        return false;
+    }
+    // The owner may let go of the object before the thread gets to run. The thread can't end before it gets the lock.
+    isHeldByRun_ = count_.Get() != 0;
+    if (isHeldByRun_) AddRef();
+    return true;
 }
 
 void KZThread::Join() {
-    KZGuard<KZCriticalSection> const joinGuard(joining_);
     KZThread_t const id = GetThreadId();
     if (id == 0UL) return;
+    if (IsCurrent()) { // and somebody else may be in the join already
+        if (AwaitEnd(id, KZPlatform::waitForever) == Wait::OnItself) RefuseWaitOnItself();
+        joined_ = true;
+        return;
+    }
+    KZGuard<KZCriticalSection> const joinGuard(joining_);
     // The thread may have taken itself out of the table, by a wait for itself: its end is waited for all the same.
-    bool const isOwn = id == KZPlatform::CurrentThreadId();
-    if (!isOwn) KZPlatform::WaitForThreadEnd(handle_.get(), KZPlatform::waitForever);
+    KZPlatform::WaitForThreadEnd(handle_.get(), KZPlatform::waitForever);
     if (joined_) return;
-    AwaitEnd(id, KZPlatform::waitForever); // false: somebody else has waited
+    AwaitEnd(id, KZPlatform::waitForever); // not in the table: somebody else has waited
     joined_ = true;
 }
+
+bool KZThread::IsCurrent() const noexcept { return GetThreadId() == KZPlatform::CurrentThreadId(); }
 
 KZThread_t KZThread::GetThreadId() const noexcept {
     KZGuard<KZCriticalSection> const guard(section_);
@@ -136,7 +170,7 @@ bool KZThread::Exists() const {
 
 void KZThread::AddExitFunction(KZSmartPtr<KZCallback> const & function) {
     KZGuard<KZCriticalSection> const guard(section_);
-    exitFunctions_.push_back(function);
+    exitFunctions_.push_back({KZPlatform::ModuleHold(CodeOf(function)), function});
 }
 
 void KZThread::yield() noexcept { KZPlatform::GiveWay(); }
@@ -158,7 +192,11 @@ KZThread * KZThread::GetCurrentThreadP() {
 }
 
 void KZThread::WaitForThread(KZThread_t const & id, int timeout) {
-    if (!AwaitEnd(id, static_cast<std::uint32_t>(timeout))) throw KZException(u"Invalid Thread ID");
+    switch (AwaitEnd(id, static_cast<std::uint32_t>(timeout))) {
+    case Wait::NotInTable: throw KZException(u"Invalid Thread ID");
+    case Wait::OnItself: RefuseWaitOnItself();
+    case Wait::Done: break;
+    }
 }
 
 void KZThread::SetFlag(unsigned long id, int flag) {

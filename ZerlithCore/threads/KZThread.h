@@ -7,6 +7,7 @@
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/platform/ModuleHold.h"
 #include "ZerlithCore/threads/KZCallback.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 #include "ZerlithCore/threads/KZThread_t.h"
@@ -24,6 +25,10 @@ struct ThreadRecord;
 /// A started thread stands in a process-wide table until it is waited for, by `Join`, by `WaitForThread` or by the end of
 /// its object. An identifier isn't given twice.
 ///
+/// A thread can't wait for its own end. Its body gets an exception if it tries; an exit function takes the thread out of the
+/// table and goes on. An object that is destroyed on its own thread is taken out of the table, the body goes on to its end,
+/// and exit functions that haven't run are dropped.
+///
 /// Thread safety: all operations may be called from any thread. None but `Join`, `WaitForThread` and the destructor waits
 /// for a thread's end.
 class KZ_EXPORT KZThread {
@@ -35,7 +40,7 @@ public:
     explicit KZThread(KZSmartPtr<KZCallback> const & body);
     KZThread(KZThread const &) = delete;
     KZThread & operator=(KZThread const &) = delete;
-    /// Joins the thread first.
+    /// Joins the thread first, unless that is the caller's own.
     virtual ~KZThread();
 
     unsigned long AddRef() const noexcept { return count_.Increment(); }
@@ -46,11 +51,12 @@ public:
     /// the environment variable KZ_THREAD_STACKSIZE said at the first start in the process.
     ///
     /// Errors: message 15 when it was started before, which leaves the running thread alone. The system's error for a
-    /// `priority` outside -15 to 15; nothing has run then, and another start may follow.
-    /// KZException "_beginthreadex failed in KZThread::Start()" when the system has no thread to give.
+    /// `priority` outside -15 to 15. KZException "_beginthreadex failed in KZThread::Start()" when the system has no thread to
+    /// give; std::bad_alloc. After all but the first nothing has run, and another start may follow.
     KZErrorID Start(int priority = 0);
 
     /// Waits for the end. Returns at once for a thread that wasn't started, or was waited for already.
+    /// Errors: KZException "A thread can't wait for its own end" to the body of the thread.
     void Join();
 
     /// Identifier 0 before the start.
@@ -71,7 +77,8 @@ public:
     [[nodiscard]] bool IsFlagSet(int flag) const noexcept { return (flags_.load() & flag) == flag; }
 
     /// Adds a function that runs on the thread when the body has ended, in whatever way; the one added first runs first.
-    /// What it throws is told on the console. One that is added after the last has run doesn't run.
+    /// What it throws is told on the console. One that is added after the last has run doesn't run. The module of the
+    /// function's class stays in memory as long as this object.
     void AddExitFunction(KZSmartPtr<KZCallback> const & function);
 
     bool SetThreadPriority(int priority) { return SetThreadPriority(GetThreadId(), priority); }
@@ -90,7 +97,8 @@ public:
     /// Waits for the end of a thread and takes it out of the table. `timeout`, in milliseconds, is the length of one look
     /// and not a limit: the call returns when the thread has ended. Of several who wait, one returns.
     ///
-    /// Errors: KZException "Invalid Thread ID" for one that isn't in the table, or any more.
+    /// Errors: KZException "Invalid Thread ID" for one that isn't in the table, or any more; KZException "A thread can't
+    /// wait for its own end" to the body of the thread.
     static void WaitForThread(KZThread_t const & id, int timeout = -1);
 
     /// As the members, for the thread of that identifier. One that isn't running changes nothing and has no flags.
@@ -117,25 +125,35 @@ public:
     [[nodiscard]] static bool IsSingleThreadedCOMApartment() noexcept;
 
 private:
+    struct Run;
+
     static void StartThreadWrapper(void * thread) noexcept;
     static void DeleteThread(void * thread) noexcept;
+    struct ExitFunction {
+        KZPlatform::ModuleHold hold; // destroyed behind the function
+        KZSmartPtr<KZCallback> function;
+    };
+
+    bool Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle);
+    [[nodiscard]] bool IsCurrent() const noexcept;
     void RunBody() noexcept;
-    void RunExitFunctions() noexcept;
-    void MarkEnded() noexcept;
+    void RunExitFunctions(Run const & run) noexcept;
+    void LeaveRun() noexcept;
+    void DropCallbacks() noexcept;
     void EndRun() noexcept;
 
     KZCounter count_;
     std::atomic<bool> deleteOnEnd_{false};
-    bool joined_ = false;
+    std::atomic<bool> joined_{false};
     bool isHeldByRun_ = false;
-    std::vector<KZSmartPtr<KZCallback>> exitFunctions_;
+    Run * run_ = nullptr; // what is under way on the thread itself; nobody else looks at it
+    std::vector<ExitFunction> exitFunctions_;
     KZSmartPtr<KZCallback> body_;
     std::atomic<int> flags_;
     KZThread_t id_;
     std::shared_ptr<KZPlatform::ThreadRecord> handle_; // null until started
     mutable KZCriticalSection section_; // guards identifier and exit functions; taken before the table's lock
-    KZCriticalSection
-        joining_; // held while somebody joins, and guards the joined flag: questions don't wait for it
+    KZCriticalSection joining_;         // held while somebody joins: questions don't wait for it
 };
 
 /// Writes the call stack of every thread in the table to standard error, each thread being stopped for the moment that its

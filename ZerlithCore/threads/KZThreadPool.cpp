@@ -1,5 +1,11 @@
 // A worker is in one place at a time: unstarted, idle, or at work. Whoever takes it out of the idle ones puts its callback
 // down and wakes it, once; so its event is posted exactly once for each sleep.
+//
+// Only the construction and the queue take memory. The lists have room for all workers from the start, so a worker can
+// always become idle, and a shut-down can't fail.
+//
+// Whatever belongs to the program, a callback or the factory, may end the pool that calls it. A worker looks whether its
+// pool is still there before it goes on.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
 #include "ZerlithCore/threads/UnhandledException.h"
@@ -21,39 +27,62 @@ void Run(KZSmartPtr<KZCallback> & callback) noexcept {
     callback.Clear();
 }
 
+template <class Handle>
+Handle TakeFirst(std::vector<Handle> & handles) noexcept {
+    Handle first = std::move(handles.front());
+    handles.erase(handles.begin());
+    return first;
+}
+
 } // namespace
 
 KZThreadPool::ChildThreadInfo::ChildThreadInfo(KZThreadPool * pool) : pool_(pool) {}
 
 KZThreadPool::ChildThreadInfo::~ChildThreadInfo() = default;
 
-KZThreadPool::KZThreadPool(int threads, Factory factory, void * factoryData, bool startLazily,
-                           bool discardOnShutdown, int priority)
+KZThreadPool::KZThreadPool(Factory factory, void * factoryData, bool discardOnShutdown, int priority)
     : priority_(priority)
+    , queue_(std::make_unique<Queue>())
     , factory_(factory)
     , factoryData_(factoryData)
-    , discardOnShutdown_(discardOnShutdown)
-    , allEnded_(KZString(), true) {
-    for (int i = 0; i < threads; ++i) {
-        Worker worker(new ChildThreadInfo(this));
-        using Body = KZCallbackMeth<KZThreadPool, ChildThreadInfo *>;
-        worker->thread_ = KZSmartPtr<KZThread>(new KZThread(KZSmartPtr<KZCallback>(
-            new Body(u"KZThreadPool", this, &KZThreadPool::ChildThread, worker.GetPtr()))));
-        workers_.push_back(worker);
-    }
+    , discardOnShutdown_(discardOnShutdown) {}
+
+// Once the other constructor is through, the destructor cleans up after a failure here.
+KZThreadPool::KZThreadPool(int threads, Factory factory, void * factoryData, bool startLazily,
+                           bool discardOnShutdown, int priority)
+    : KZThreadPool(factory, factoryData, discardOnShutdown, priority) {
+    auto const count = static_cast<std::size_t>(std::max(threads, 0));
+    for (std::vector<Worker> * const list : {&workers_, &idle_, &unstarted_}) list->reserve(count);
+    while (workers_.size() < count) workers_.push_back(MakeWorker());
     KZGuard<KZCriticalSection> const guard(section_);
     for (Worker const & worker : workers_)
-        if (startLazily || !StartWorker(worker)) unstarted_.push_back(worker);
+        if (startLazily || !StartWorker(*worker)) unstarted_.push_back(worker);
+}
+
+KZThreadPool::Worker KZThreadPool::MakeWorker() {
+    using Body = KZCallbackMeth<KZThreadPool, ChildThreadInfo *>;
+    Worker worker(new ChildThreadInfo(this));
+    KZSmartPtr<KZCallback> const body(
+        new Body(u"KZThreadPool", this, &KZThreadPool::ChildThread, worker.GetPtr()));
+    worker->thread_ = new KZThread(body);
+    return worker;
 }
 
 KZThreadPool::~KZThreadPool() {
     Shutdown();
-    allEnded_.wait();
-    // A worker and its thread hold each other through the thread's body.
-    for (Worker const & worker : workers_) {
-        worker->thread_->Join();
-        worker->thread_.Clear();
+    unsigned long const here = KZThread::GetCurrentThreadID();
+    auto const isHere = [here](Worker const & worker) { return worker->thread_->GetThreadId() == here; };
+    auto const own = std::ranges::find_if(workers_, isHere);
+    // What its own worker would have run next is run now, while the others are at work, too.
+    if (own != workers_.end()) {
+        RunWhatIsLeft();
+        (*own)->pool_ = nullptr;
     }
+    for (Worker const & worker : workers_) {
+        if (!isHere(worker)) worker->thread_->Join();
+        worker->thread_.Clear(); // a worker and its thread hold each other through the thread's body
+    }
+    if (!workers_.empty()) RunWhatIsLeft(); // no worker could be started
 }
 
 unsigned long KZThreadPool::Release() const {
@@ -69,12 +98,11 @@ bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
         KZGuard<KZCriticalSection> const guard(section_);
         if (isShutDown_) return false;
         if (!idle_.empty()) {
-            idle = std::move(idle_.front());
-            idle_.pop_front();
+            idle = TakeFirst(idle_);
             idle->pending_ = std::move(callback);
         } else {
-            queue_.push_back(std::move(callback));
-            if (!unstarted_.empty() && StartWorker(unstarted_.front())) unstarted_.pop_front();
+            queue_->push_back(std::move(callback));
+            if (!unstarted_.empty() && StartWorker(*unstarted_.front())) TakeFirst(unstarted_);
         }
     }
     // Outside of the lock, so that the worker doesn't run into it.
@@ -86,10 +114,10 @@ bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
 }
 
 void KZThreadPool::Shutdown() {
-    std::deque<KZSmartPtr<KZCallback>> discarded; // dropped outside of the lock
+    std::unique_ptr<Queue> discarded; // dropped outside of the lock
     KZGuard<KZCriticalSection> const guard(section_);
     if (std::exchange(isShutDown_, true)) return;
-    if (discardOnShutdown_) discarded.swap(queue_);
+    if (discardOnShutdown_) discarded = std::move(queue_);
     for (Worker const & worker : idle_) {
         worker->isWoken_.store(true, std::memory_order_release);
         worker->wakeUp_.post();
@@ -102,57 +130,65 @@ void KZThreadPool::GetThreadIds(std::vector<KZThread_t> & ids) const {
     for (Worker const & worker : workers_) ids.push_back(worker->thread_->GetThreadId());
 }
 
+// Takes the first callback of the queue along as the worker's own, so that older ones go first. Called under the lock,
+// which the new thread needs before it looks for its callback.
+bool KZThreadPool::StartWorker(ChildThreadInfo & worker) noexcept {
+    try {
+        if (worker.thread_->Start(priority_).Bad()) return false;
+    } catch (...) {
+        return false; // the system has no thread to give now; the next callback tries again
+    }
+    worker.pending_ = TakeFromQueue();
+    return true;
+}
+
 void KZThreadPool::ChildThread(ChildThreadInfo * info) {
     info->thread_->SetThreadPriority(priority_);
-    KZSmartPtr<KZCallback> callback;
-    while (FindWork(*info, callback)) {
-        if (callback.IsNull()) callback = WaitForWork(*info);
-        if (callback.IsNull()) break;
+    while (info->pool_) {
+        KZSmartPtr<KZCallback> callback = NextCallback(*info);
+        if (callback.IsNull()) return;
         Run(callback);
     }
-    EndWorker();
 }
 
-// Takes the first callback of the queue along as the worker's own, so that older ones go first. Called under the lock.
-bool KZThreadPool::StartWorker(Worker const & worker) {
-    worker->pending_ = TakeFromQueue();
-    if (started_++ == 0) allEnded_.reset();
-    try {
-        if (worker->thread_->Start(priority_).Good()) return true;
-    } catch (...) {
-        // The system has no thread to give now; the next callback tries again.
-    }
-    if (--started_ == 0) allEnded_.post();
-    if (!worker->pending_.IsNull()) queue_.push_front(std::move(worker->pending_));
-    return false;
-}
-
-KZSmartPtr<KZCallback> KZThreadPool::TakeFromQueue() {
-    if (queue_.empty()) return {};
-    KZSmartPtr<KZCallback> const callback = std::move(queue_.front());
-    queue_.pop_front();
+KZSmartPtr<KZCallback> KZThreadPool::TakeFromQueue() noexcept {
+    if (!queue_ || queue_->empty()) return {};
+    KZSmartPtr<KZCallback> callback = std::move(queue_->front());
+    queue_->pop_front();
     return callback;
 }
 
-// The worker's own callback, the queue's, the factory's; null when the worker is idle now; false when it is to end.
-bool KZThreadPool::FindWork(ChildThreadInfo & info, KZSmartPtr<KZCallback> & callback) {
-    for (bool isAsked = factory_ == nullptr;; isAsked = true) {
+// The worker's own callback or the queue's. Without one the worker becomes idle if it may.
+KZThreadPool::Look KZThreadPool::LookForWork(ChildThreadInfo & info, bool mayRest,
+                                             KZSmartPtr<KZCallback> & callback) {
+    KZGuard<KZCriticalSection> const guard(section_);
+    callback = !info.pending_.IsNull() ? std::exchange(info.pending_, {}) : TakeFromQueue();
+    if (!callback.IsNull()) return Look::Work;
+    if (isShutDown_) return Look::End;
+    if (!mayRest) return Look::Nothing;
+    idle_.push_back(Worker(&info));
+    return Look::Idle;
+}
+
+// Null when the worker is to end, or has lost its pool.
+KZSmartPtr<KZCallback> KZThreadPool::NextCallback(ChildThreadInfo & info) {
+    KZSmartPtr<KZCallback> callback;
+    for (bool mayRest = factory_ == nullptr;; mayRest = true) {
+        switch (LookForWork(info, mayRest, callback)) {
+        case Look::Work: return callback;
+        case Look::End: return {};
+        case Look::Idle: return WaitForWork(info);
+        case Look::Nothing: break;
+        }
+        callback = AskFactory(info);
+        if (!info.pool_) return {};
+        if (callback.IsNull()) continue;
         {
             KZGuard<KZCriticalSection> const guard(section_);
-            callback = !info.pending_.IsNull() ? std::exchange(info.pending_, {}) : TakeFromQueue();
-            if (!callback.IsNull()) return true;
-            if (isShutDown_) return false;
-            if (isAsked) {
-                idle_.push_back(Worker(&info));
-                return true;
-            }
+            if (!isShutDown_) return callback;
         }
-        KZSmartPtr<KZCallback> made = AskFactory(info);
-        if (made.IsNull()) continue;
-        KZGuard<KZCriticalSection> const guard(section_);
-        if (isShutDown_) continue;
-        callback = std::move(made);
-        return true;
+        callback.Clear();
+        if (!info.pool_) return {};
     }
 }
 
@@ -165,7 +201,7 @@ KZSmartPtr<KZCallback> KZThreadPool::AskFactory(ChildThreadInfo const & info) co
     }
 }
 
-KZSmartPtr<KZCallback> KZThreadPool::WaitForWork(ChildThreadInfo & info) {
+KZSmartPtr<KZCallback> KZThreadPool::WaitForWork(ChildThreadInfo & info) noexcept {
     for (int look = 0; look < looksBeforeSleep && !info.isWoken_.load(std::memory_order_acquire); ++look)
         KZThread::yield();
     info.wakeUp_.wait();
@@ -174,7 +210,14 @@ KZSmartPtr<KZCallback> KZThreadPool::WaitForWork(ChildThreadInfo & info) {
     return std::exchange(info.pending_, {});
 }
 
-void KZThreadPool::EndWorker() {
-    KZGuard<KZCriticalSection> const guard(section_);
-    if (--started_ == 0) allEnded_.post();
+void KZThreadPool::RunWhatIsLeft() noexcept {
+    for (;;) {
+        KZSmartPtr<KZCallback> callback;
+        {
+            KZGuard<KZCriticalSection> const guard(section_);
+            callback = TakeFromQueue();
+        }
+        if (callback.IsNull()) return;
+        Run(callback);
+    }
 }

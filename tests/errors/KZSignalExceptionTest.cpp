@@ -3,17 +3,21 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/threads/KZThread.h"
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cfenv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 #include <thread>
+#include <ucontext.h>
 
 namespace {
 
@@ -157,15 +161,16 @@ TEST_F(KZSignalExceptionTest, FloatingPointIsAsBeforeAfterAFault) {
 #endif
 
 // Calls by a pointer: the compiler would prove that nothing throws here, and drop the handlers of the callers.
-NOINLINE UNCHECKED int Recurse(int depth);
-int (*volatile glbRecurse)(int) = &Recurse;
 int volatile glbDepthLimit = 0x7FFFFFFF;
-
-int Recurse(int depth) {
-    char volatile room[512];
-    room[0] = static_cast<char>(depth);
-    return depth == glbDepthLimit ? 0 : glbRecurse(depth + 1) + room[0];
-}
+template <std::size_t bytes>
+struct Recursion {
+    NOINLINE UNCHECKED static int Call(int depth) {
+        char volatile room[bytes];
+        room[0] = static_cast<char>(depth);
+        return depth == glbDepthLimit ? 0 : call(depth + 1) + room[0];
+    }
+    static inline int (*volatile call)(int) = &Call;
+};
 
 // Finds the stack full in its clean-up, in the allocator, or in a constructor as often as in its own prologue.
 NOINLINE UNCHECKED std::size_t RecurseWithObjects(int depth, int & alive) {
@@ -176,6 +181,19 @@ NOINLINE UNCHECKED std::size_t RecurseWithObjects(int depth, int & alive) {
     } const leaving{alive};
     std::string const text = std::to_string(depth) + " is how deep we are, in more words than fit";
     return depth == glbDepthLimit ? 0 : RecurseWithObjects(depth + 1, alive) + text.size();
+}
+
+// As programs with stacks of their own do.
+[[maybe_unused]] void FaultOnAnotherStack() {
+    static thread_local ucontext_t thread, fiber;
+    static thread_local std::array<char, 64 * 1024> stack;
+    getcontext(&fiber);
+    fiber.uc_stack.ss_sp = stack.data();
+    fiber.uc_stack.ss_size = stack.size();
+    fiber.uc_link = &thread;
+    makecontext(
+        &fiber, [] { EXPECT_THROW(WriteNull(), KZSignalException); }, 0);
+    swapcontext(&thread, &fiber);
 }
 
 TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
@@ -191,8 +209,10 @@ TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
     auto const repeatedly = [&overflow] {
         KZInitCatchSignal();
         for (int round = 0; round < 3; ++round) {
-            overflow([] { static_cast<void>(glbRecurse(0)); });
+            overflow([] { static_cast<void>(Recursion<512>::call(0)); });
 #if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // one block is lost; and it takes long
+            overflow([] { static_cast<void>(Recursion<300000>::call(0)); });
+            FaultOnAnotherStack();
             int alive = 0;
             overflow([&alive] { static_cast<void>(RecurseWithObjects(0, alive)); });
             EXPECT_EQ(alive, 0);
@@ -201,6 +221,18 @@ TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
     };
     repeatedly();
     std::thread(repeatedly).join();
+    struct Body : KZCallback {
+        using KZCallback::KZCallback;
+        void operator()(KZSmartPtr<KZCallbackArgs> const &) override { run(); }
+        std::function<void()> run;
+    };
+    for (int i = 0; i < 2; ++i) { // the second has the memory of the first, if that is good
+        KZSmartPtr<Body> const body(new Body(u"overflow"));
+        body->run = repeatedly;
+        KZThread thread(body);
+        ASSERT_TRUE(thread.Start().Good());
+        thread.Join();
+    }
 }
 
 using KZSignalExceptionDeathTest = KZSignalExceptionTest;

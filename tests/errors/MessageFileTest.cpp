@@ -2,6 +2,7 @@
 
 #include "ZerlithCore/errors/DBMessage.h"
 #include "files/TemporaryDirectory.h"
+#include "platform/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -176,6 +177,22 @@ TEST(MessageFile, ReadsWhatItWrites) {
     file->Reload();
     EXPECT_TRUE(file->SetLanguage(u"jpn").Good());
     EXPECT_TRUE(file->FetchMessage(text, 2).Good());
+
+    auto const write = [&] {
+        file->Open(MessageFile::Append);
+        return file->WriteMessage(8, KZString(u'x', 6000)).Bad() && file->WriteMessage(9, u"y").Good() ? 0
+                                                                                                       : 1;
+    };
+    EXPECT_EQ(RunWithSmallFiles(5000, write), 0);
+    file->Reload();
+    EXPECT_TRUE(file->SetLanguage(u"jpn").Good());
+    EXPECT_TRUE(file->FetchMessage(text, 9).Good()) << "isn't hidden behind a part of the one before";
+
+    std::string const cut = directory.Read(u"app.jpn.LAN") + "cut";
+    directory.Write(u"app.jpn.LAN", cut);
+    file->Open(MessageFile::Append);
+    EXPECT_EQ(file->WriteMessage(3, u"z"), 6);
+    EXPECT_EQ(directory.Read(u"app.jpn.LAN"), cut);
 
     file->SetFileName(directory.Path(u"no/app.jpn.LAN"));
     EXPECT_FALSE(file->Open(MessageFile::Read));

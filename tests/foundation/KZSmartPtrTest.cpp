@@ -47,7 +47,8 @@ TEST(KZRefCount, CountBelongsToTheObjectAndIsNeverCopied) {
 TEST(KZSmartPtr, CopiesMovesAndComparesByIdentity) {
     int alive = 0;
     KZSmartPtr<Probe> empty;
-    EXPECT_TRUE(empty == 0 && empty == nullptr && empty.IsNull());
+    EXPECT_TRUE(empty == 0 && empty == 0L && empty == NULL && NULL == empty && empty == nullptr &&
+                !(empty != 0U));
     KZSmartPtr<Probe> a(new Probe(alive));
     KZSmartPtrToConst<Probe> c = a;
     KZSmartPtr<KZRefCountI> base;
@@ -65,6 +66,12 @@ TEST(KZSmartPtr, CopiesMovesAndComparesByIdentity) {
     std::set<KZSmartPtr<Probe>> ordered{a, empty};
     EXPECT_TRUE(ordered.begin()->IsNull());
     EXPECT_EQ(sizeof a, sizeof(void *));
+    auto const address = reinterpret_cast<std::uintptr_t>(a.GetPtr());
+    EXPECT_TRUE(a == address && c == address && a != 7 && a != 'x' && a != NULL && c != 0L);
+    KZSmartPtr<Probe> const kept = a;
+    EXPECT_TRUE((a = NULL).IsNull() && (c = NULL).IsNull() && (base = 0L).IsNull());
+    EXPECT_TRUE((a = kept) == kept && (a = {}).IsNull() && (c = kept) == kept && (c = 0U).IsNull());
+    EXPECT_TRUE((a = kept) == kept && (a = address).IsNull());
 }
 
 TEST(KZSmartPtr, AssignmentReleasesBeforeItAdds) {

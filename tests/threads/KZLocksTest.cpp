@@ -3,12 +3,15 @@
 #include "ZerlithCore/threads/KZCountingSemaphore.h"
 #include "ZerlithCore/threads/KZSafeCounter.h"
 #include "ZerlithCore/threads/KZSynchronizedCriticalSection.h"
+#include "threads/FailingResources.h"
 
 #include <atomic>
 #include <gtest/gtest.h>
+#include <memory>
 #include <queue>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -49,6 +52,34 @@ TEST(KZCriticalSection, TellsWhetherAnotherThreadHoldsIt) {
     KZCriticalSection entered(true);
     EXPECT_FALSE(Elsewhere([&] { return entered.TryLock(); }));
     entered.unlock();
+}
+
+TEST(KZMutex, OpensAgainAfterAFailureAndClosesWithoutMemory) {
+    KZString name;
+    name.Format(u"Whoever closes this needs no memory, %d", static_cast<int>(getpid()));
+    bool isOpen = false;
+    auto const open = [&] {
+        isOpen = false;
+        KZMutex const owned(name, true), same(name, true);
+        isOpen = true;
+    };
+    AtEveryResource(FailingResources::One, open, [&](bool wasRefused) { EXPECT_NE(isOpen, wasRefused); });
+    auto mutex = std::make_unique<KZMutex>(name);
+    KZEventSemaphore locked, mayEnd;
+    std::thread owner([&] {
+        mutex->Lock();
+        locked.Post();
+        mayEnd.Wait();
+    });
+    locked.Wait();
+    {
+        FailingResources const failing(0, FailingResources::All);
+        mutex.reset(); // its memory stays with the owner
+    }
+    mayEnd.Post();
+    owner.join();
+    KZMutex const again(name, true);
+    EXPECT_FALSE(Elsewhere([&name] { return KZMutex(name).Lock(0); })) << "a new one";
 }
 
 TEST(KZMutex, AnAbandonedOneIsHeldThoughNotObtained) {

@@ -1,6 +1,7 @@
 #include "ZerlithCore/threads/KZThreadPool.h"
 
 #include "ZerlithCore/diagnostics/KZTrace.h"
+#include "threads/FailingResources.h"
 
 #include <gtest/gtest.h>
 
@@ -164,6 +165,59 @@ TEST(KZThreadPool, GoesOnAfterAnException) {
     }
     EXPECT_EQ(run, 1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "unhandled exception in KZThread\n");
+}
+
+// Others are at work meanwhile, idle, or unstarted, and callbacks stand in the queue.
+TEST(KZThreadPool, MayBeDestroyedByItsOwnWorker) {
+    enum class By { Callback, EndOfCallback, Factory };
+    struct Owner {
+        KZSmartPtr<KZThreadPool> pool;
+        std::atomic<bool> mayDrop{false}, isAsked{false};
+        KZEventSemaphore dropped;
+        void Drop() {
+            mayDrop.wait(false);
+            pool.Clear();
+            dropped.Post();
+        }
+        static KZSmartPtr<KZCallback> Ask(KZThread_t, void * owner) {
+            if (static_cast<Owner *>(owner)->isAsked.exchange(true)) return {};
+            static_cast<Owner *>(owner)->Drop();
+            return Make([] { FAIL() << "made for nobody"; });
+        }
+    };
+    for (By const by : {By::Callback, By::EndOfCallback, By::Factory})
+        for (int const workers : {1, 2, 20}) {
+            Owner owner;
+            std::atomic<int> run{0};
+            owner.pool = new KZThreadPool(workers, by == By::Factory ? &Owner::Ask : nullptr, &owner);
+            KZThreadPool & pool = *owner.pool;
+            if (by == By::Callback) pool.Post(Make([&owner] { owner.Drop(); }));
+            if (by == By::EndOfCallback) {
+                auto const drop = [](Owner * its) { its->Drop(); };
+                pool.Post(Make([end = std::shared_ptr<Owner>(&owner, drop)] {}));
+            }
+            for (int i = 0; i < 10; ++i) pool.Post(Make([&run] { ++run; }));
+            owner.mayDrop = true;
+            owner.mayDrop.notify_all();
+            owner.dropped.Wait();
+            EXPECT_EQ(run, 10) << workers << " workers";
+        }
+}
+
+TEST(KZThreadPool, RunsWhatItAcceptedWhateverIsRefused) {
+    for (FailingResources::Refusal const refusal : {FailingResources::One, FailingResources::All})
+        for (bool const startLazily : {true, false}) {
+            std::atomic<int> run{0};
+            int accepted = 0;
+            std::vector<KZSmartPtr<KZCallback>> tasks;
+            while (tasks.size() < 10) tasks.push_back(Make([&run] { ++run; }));
+            auto const post = [&] {
+                KZThreadPool pool(3, nullptr, nullptr, startLazily);
+                for (KZSmartPtr<KZCallback> const & task : tasks) accepted += pool.Post(task);
+            };
+            AtEveryResource(refusal, post, [&](bool) { EXPECT_EQ(run, accepted); });
+            EXPECT_GT(accepted, 30) << "several requests failed";
+        }
 }
 
 // A million callbacks come from four threads while the pool shuts down at some moment. Each one that was accepted runs once.

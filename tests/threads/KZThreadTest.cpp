@@ -1,8 +1,9 @@
 #include "ZerlithCore/threads/KZThread.h"
 
-#include "ZerlithCore/errors/KZException.h"
-#include "ZerlithCore/platform/Stack.h"
+#include "ZerlithCore/errors/KZSignalException.h"
+#include "ZerlithCore/foundation/KZMemory.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
+#include "threads/FailingResources.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -49,6 +50,12 @@ std::size_t OwnStackSize() {
 int volatile * volatile glbNull = nullptr;
 
 __attribute__((noinline, no_sanitize("undefined", "address", "thread"))) void Fault() { *glbNull = 1; }
+
+/// Posts an event when the last callback that has it is gone.
+struct Observer {
+    KZEventSemaphore & event;
+    ~Observer() { event.Post(); }
+};
 
 /// What the process has: memory maps, open files and threads.
 std::vector<std::size_t> Possessions() {
@@ -157,6 +164,56 @@ TEST(KZThread, FaultEndsTheBodyOnly) {
     EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with("unhandled exception in KZThread\n"));
 }
 
+TEST(KZThread, BodyThatWaitsForItselfIsTold) {
+    int told = 0;
+    KZSmartPtr<KZThread> const thread = NewThread([&] {
+        KZThread & own = *KZThread::GetCurrentThreadP();
+        auto const join = [&] { own.Join(); };
+        auto const wait = [&] { KZThread::WaitForThread(own.GetThreadId()); };
+        for (std::function<void()> const & onItself : {std::function<void()>(join), {wait}}) {
+            try {
+                onItself();
+            } catch (KZException const & exception) {
+                told += std::u16string(exception.What()) == u"A thread can't wait for its own end";
+            }
+        }
+    });
+    (void)thread->Start();
+    thread->Join();
+    EXPECT_EQ(told, 2);
+    EXPECT_THROW(KZThread::WaitForThread(thread->GetThreadId()), KZException) << "it was waited for";
+}
+
+TEST(KZThread, ExitFunctionMayJoinWhileOthersDo) {
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<bool> joins{false};
+        KZSmartPtr<KZThread> const thread = NewThread([] {});
+        thread->AddExitFunction(Callback([&] {
+            while (!joins) std::this_thread::yield();
+            for (int i = 0; i < 10; ++i) std::this_thread::yield();
+            thread->Join();
+        }));
+        (void)thread->Start();
+        joins = true;
+        thread->Join();
+    }
+}
+
+TEST(KZThread, BodyMayDestroyItsObject) {
+    KZEventSemaphore ended;
+    std::string order;
+    auto * const object = new KZThread(Callback([&order, observer = std::make_shared<Observer>(ended)] {
+        KZThread * const own = KZThread::GetCurrentThreadP();
+        unsigned long const id = own->GetThreadId();
+        delete own;
+        order += KZThread::GetCurrentThreadP() == nullptr && !KZThread::IsFlagSet(id, 0) ? "gone" : "there";
+    }));
+    object->AddExitFunction(Callback([&order] { order += ", exit"; }));
+    (void)object->Start();
+    EXPECT_EQ(ended.Wait(), 0U);
+    EXPECT_EQ(order, "gone");
+}
+
 TEST(KZThread, WaitingForItselfAtItsEndDoesNotBlock) {
     KZSmartPtr<KZThread> const thread = NewThread([] {});
     bool done = false;
@@ -173,10 +230,6 @@ TEST(KZThread, WaitingForItselfAtItsEndDoesNotBlock) {
 TEST(KZThread, RunHoldsItsObject) {
     KZEventSemaphore go;
     KZEventSemaphore ended;
-    struct Observer {
-        KZEventSemaphore & event;
-        ~Observer() { event.Post(); }
-    };
     {
         KZSmartPtr<KZThread> const thread =
             NewThread([&go, observer = std::make_shared<Observer>(ended)] { go.Wait(); });
@@ -211,6 +264,40 @@ TEST(KZThread, RefusedPriorityLeavesItStartable) {
     thread->Join();
     EXPECT_EQ(inside, -2);
     EXPECT_FALSE(thread->SetThreadPriority(0)) << "the handle is closed";
+}
+
+TEST(KZThread, StartThatFailsChangesNothing) {
+    std::size_t const before = Possessions().back();
+    for (FailingResources::Refusal const refusal : {FailingResources::One, FailingResources::All}) {
+        int runs = 0;
+        int expected = 0;
+        KZSmartPtr<KZThread> thread = NewThread([&runs] { ++runs; });
+        bool isStarted = false;
+        auto const start = [&] {
+            isStarted = false;
+            isStarted = thread->Start(1).Good();
+        };
+        AtEveryResource(refusal, start, [&](bool wasRefused) {
+            EXPECT_TRUE(isStarted != wasRefused && isStarted == thread->IsStarted());
+            EXPECT_TRUE(isStarted || thread->Start().Good());
+            thread->Join();
+            EXPECT_EQ(runs, ++expected);
+            thread = NewThread([&runs] { ++runs; });
+        });
+        EXPECT_GT(runs, 3) << "several requests failed";
+    }
+    EXPECT_EQ(Possessions().back(), before) << "no thread is left";
+}
+
+TEST(KZThread, OthersNeedNoMemoryForWhatTheyLeaveToTheirEnd) {
+    std::size_t const before = KMMemoryPool::GetUsedMemory();
+    void * const block = KMMemoryPool::New(64);
+    std::thread([block] {
+        FailingResources const failing(0, FailingResources::All);
+        KMMemoryPool::Delete(block, 64);
+        KZInitCatchSignal();
+    }).join();
+    EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before);
 }
 
 TEST(KZThread, ComModelIsTakenAtConstruction) {
@@ -251,6 +338,8 @@ TEST(KZThread, ManyStartsAndJoinsLeaveNothing) {
         thread.Join();
     };
     for (int i = 0; i < 10; ++i) round(); // what is kept for later is there now
+    while (Possessions().back() > 1)
+        KZThread::Milli_sleep(1); // threads that earlier cases left to end by themselves
     std::vector<std::size_t> const before = Possessions();
     for (int i = 0; i < rounds; ++i) round();
     EXPECT_EQ(count, rounds + 10);
@@ -258,6 +347,23 @@ TEST(KZThread, ManyStartsAndJoinsLeaveNothing) {
     EXPECT_EQ(Possessions(), before);
 #endif
 }
+
+#if !defined(__SANITIZE_THREAD__) && !defined(__SANITIZE_ADDRESS__) // which map memory of their own for each
+TEST(KZThread, CostsThreeMappingsAtMost) {
+    constexpr std::size_t count = 200;
+    KZEventSemaphore go;
+    std::vector<KZSmartPtr<KZThread>> threads;
+    std::size_t const before = Possessions().front();
+    for (std::size_t i = 0; i < count; ++i) {
+        threads.push_back(NewThread([&] { go.Wait(); }));
+        ASSERT_TRUE(threads.back()->Start().Good());
+    }
+    EXPECT_LE(Possessions().front() - before, 3 * count);
+    go.Post();
+    for (KZSmartPtr<KZThread> const & thread : threads) thread->Join();
+    EXPECT_LE(Possessions().front() - before, count) << "given back, but for some that are kept";
+}
+#endif
 
 TEST(KZThread, DumpNamesWhatEachThreadDoes) {
     KZEventSemaphore go;

@@ -1,0 +1,64 @@
+#include "threads/FailingResources.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <dlfcn.h>
+#include <new>
+#include <pthread.h>
+
+namespace {
+
+thread_local constinit FailingResources * present = nullptr;
+
+} // namespace
+
+FailingResources::FailingResources(long count, Refusal refusal) : left_(count), refusal_(refusal) {
+    present = this;
+}
+
+FailingResources::~FailingResources() { present = nullptr; }
+
+bool IsRefused() noexcept {
+    if (!present || present->left_-- > 0) return false;
+    bool const isRefused = present->refusal_ == FailingResources::All || !present->hasFailed_;
+    present->hasFailed_ = true;
+    if (isRefused) errno = ENOMEM;
+    return isRefused;
+}
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+
+void * operator new(std::size_t size, std::nothrow_t const &) noexcept {
+    return IsRefused() ? nullptr : std::malloc(size);
+}
+void * operator new(std::size_t size) {
+    void * const block = operator new(size, std::nothrow);
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+void operator delete(void * block) noexcept { std::free(block); }
+void operator delete(void * block, std::size_t) noexcept { std::free(block); }
+
+#else
+
+extern "C" {
+
+void * __libc_malloc(std::size_t size);
+void * __libc_calloc(std::size_t count, std::size_t size);
+void * __libc_realloc(void * block, std::size_t size);
+
+void * malloc(std::size_t size) { return IsRefused() ? nullptr : __libc_malloc(size); }
+void * calloc(std::size_t count, std::size_t size) {
+    return IsRefused() ? nullptr : __libc_calloc(count, size);
+}
+void * realloc(void * block, std::size_t size) { return IsRefused() ? nullptr : __libc_realloc(block, size); }
+int pthread_create(pthread_t * thread, pthread_attr_t const * attributes, void * (*body)(void *),
+                   void * argument) {
+    static auto * const next =
+        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
+    return IsRefused() ? EAGAIN : next(thread, attributes, body, argument);
+}
+
+} // extern "C"
+
+#endif
