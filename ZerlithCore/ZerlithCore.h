@@ -15,6 +15,7 @@
 #include "ZerlithCore/foundation/KZVoidPtrVector.h"
 
 #include "ZerlithCore/text/KZCollator.h"
+#include "ZerlithCore/text/KZFormatArgument.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 #include "ZerlithCore/text/KZUnicode.h"
@@ -26,6 +27,7 @@
 #include "ZerlithCore/files/KZFileStream.h"
 #include "ZerlithCore/files/KZFileStreamBuf.h"
 #include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/files/KZTextEncoding.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/diagnostics/KZDebug.h"

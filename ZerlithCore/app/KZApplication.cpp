@@ -274,17 +274,23 @@ void KZApplication::AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber) {
     if (GetLogManager().Subscribe(channel_, subscriber)) subscribers_.push_back(subscriber);
 }
 
-void KZApplication::StartLoggingToFile(KZString const & fileName, bool keepConsole) {
+void KZApplication::AddFileLog(KZString const & fileName, bool keepConsole,
+                               KZPlatform::FileProtection protection) {
     constexpr bool AutoFlush = true;
     constexpr bool Append = false;
     AddLogSubscriber(KZSmartPtr<KZLogSubscriberI>(
-        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), AutoFlush, Append)));
+        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), AutoFlush, Append, protection)));
     if (keepConsole || console_.IsNull()) return;
     GetLogManager().UnSubscribe(channel_, console_);
     std::erase(subscribers_, console_);
     console_.Clear();
 }
 
+void KZApplication::StartLoggingToFile(KZString const & fileName, bool keepConsole) {
+    AddFileLog(fileName, keepConsole, KZPlatform::FileProtection::Usual);
+}
+
 void KZApplication::StartLoggingToFile(bool keepConsole) {
-    StartLoggingToFile(KZPath::Join(debugPath_, GetAppName() + u".log"), keepConsole);
+    AddFileLog(KZPath::Join(debugPath_, GetAppName() + u".log"), keepConsole,
+               KZPlatform::FileProtection::Private);
 }

@@ -6,6 +6,7 @@
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZUsageInfo.h"
 #include "ZerlithCore/log/KZLogManager.h"
+#include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 #include "ZerlithCore/threads/KZThread_t.h"
@@ -92,7 +93,9 @@ public:
     void PostExitRequest();
     /// Has the channel written to `fileName` as well; the console goes on only if `keepConsole` is true.
     void StartLoggingToFile(KZString const & fileName, bool keepConsole);
-    /// The same to a file in the debug directory, named by the program with the extension "log".
+    /// The same to a file in the debug directory, named by the program with the extension "log". Others may know that name
+    /// before and share the directory, so the file is private: it is made for this user only, and not written where
+    /// somebody else has put a link or a file of theirs (KZPlatform::FileProtection::Private).
     void StartLoggingToFile(bool keepConsole);
     /// Adds the options of a part of the program to the usage.
     void AddCustomUsageInfo(KZUsageInfo const & usage);
@@ -102,6 +105,7 @@ protected:
     void AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber);
 
 private:
+    void AddFileLog(KZString const & fileName, bool keepConsole, KZPlatform::FileProtection protection);
     // The bytes of `main`, as the units that the command line refers to.
     struct UnitArguments {
         UnitArguments() = default;

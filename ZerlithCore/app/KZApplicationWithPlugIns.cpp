@@ -1,28 +1,37 @@
 // The host's life: construction, registering and initialising plug-ins, the main loop, teardown. How libraries are
-// found and loaded stands in KZPlugInLoading.cpp.
+// found and loaded stands in KZPlugInLoading.cpp, how they are let go in KZPlugInLibraries.cpp.
 //
 // Order is everything here. The loaded list keeps the order of adding; GetPlugInHier turns it into an order in which
 // everything comes behind what it depends on; initialising and running follow that order, asking to exit and unloading
 // its reverse.
+//
+// Every call of a plug-in may throw or fault. Those that a plug-in could fail at any time go through Attempt or CallGuarded;
+// what it says of itself is asked when it is added, and a plug-in that can't say it isn't taken.
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 
+#include "ZerlithCore/app/KZHostState.h"
 #include "ZerlithCore/app/KZPlugInGuard.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZSignalException.h"
-#include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Signals.h"
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <algorithm>
 #include <atomic>
-#include <iterator>
 #include <ostream>
 #include <utility>
 
+using KZDetail::As;
+using KZDetail::Attempt;
+using KZDetail::CallGuarded;
+using KZDetail::Report;
+
 namespace {
+
+constexpr unsigned int longestStartPoll = 100; // milliseconds
 
 // The message of the first exit request is written once in a process.
 std::atomic<bool> glbExitAnnounced{false};
@@ -33,11 +42,6 @@ void Write(Parts const &... parts) {
     (console.GetCout(1) << ... << parts) << std::flush;
 }
 
-KZErrorID Report(KZErrorID const & error) {
-    KZDetail::WriteErrorLine(error.AsString());
-    return error;
-}
-
 KZErrorID NamedError(long code, KZString const & plugIn, KZString const * dependent = nullptr) {
     auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code, KZErrorI::SeverityError);
     KZErrorID id(error);
@@ -46,20 +50,28 @@ KZErrorID NamedError(long code, KZString const & plugIn, KZString const * depend
     return id;
 }
 
-bool Holds(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & list, KZPlugIn const * plugIn) {
-    return std::ranges::any_of(list, [=](auto const & each) { return each.GetPtr() == plugIn; });
-}
-
-std::vector<KZSmartPtr<KZPlugIn>> Reversed(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & list) {
-    return {std::make_reverse_iterator(list.end()), std::make_reverse_iterator(list.begin())};
+// The name comes first, so that a plug-in that fails later has one.
+void Describe(KZPlugIn const & plugIn, KZDetail::PlugInDescription & description) {
+    description.name = plugIn.GetName();
+    description.id = plugIn.GetId();
+    static_cast<void>(plugIn.GetStatus());
+    description.isRunning = plugIn.IsRunningPlugIn();
+    description.isContainer = plugIn.IsContainerPlugIn();
+    description.dependents = plugIn.GetDependentV();
+    description.usage = plugIn.GetUsageInfo();
+    if (!description.isContainer) return;
+    if (auto const container = As<KZPlugInContainer>(plugIn, 6); !container.IsNull()) {
+        auto const & members = container->GetPlugInList();
+        description.members.assign(members.begin(), members.end());
+    }
 }
 
 // The depth of each loaded plug-in below those it depends on; a container depends on its members.
 class Depths {
 public:
-    explicit Depths(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & loaded) {
-        for (KZSmartPtr<KZPlugIn> const & plugIn : loaded)
-            entries_.push_back({plugIn.GetPtr(), plugIn->GetId()});
+    explicit Depths(std::deque<KZHostedPlugIn> const & plugIns) {
+        for (KZHostedPlugIn const & each : plugIns)
+            entries_.push_back({each.plugIn.GetPtr(), &each.description});
     }
 
     unsigned int Of(KZPlugIn const * plugIn) {
@@ -71,7 +83,7 @@ private:
     enum class State { Unknown, Open, Known };
     struct Entry {
         KZPlugIn * plugIn;
-        KZGuid id;
+        KZDetail::PlugInDescription const * description;
         State state = State::Unknown;
         unsigned int depth = 0;
     };
@@ -92,15 +104,14 @@ private:
 
     std::vector<Entry *> Below(Entry const & entry) {
         std::vector<Entry *> below;
-        auto const add = [&](auto const & found) {
+        auto const add = [&](auto const & isWanted) {
+            auto const found = std::ranges::find_if(entries_, isWanted);
             if (found != entries_.end() && found->plugIn != entry.plugIn) below.push_back(&*found);
         };
-        for (KZPlugIn::PlugInIdEx const & dependent : entry.plugIn->GetDependentV())
-            add(std::ranges::find(entries_, dependent.id, &Entry::id));
-        KZSmartPtr<KZObjectI> const object = entry.plugIn->QueryInterface(6);
-        if (auto const * const container = dynamic_cast<KZPlugInContainer const *>(object.GetPtr()))
-            for (KZSmartPtr<KZPlugIn> const & member : container->GetPlugInList())
-                add(std::ranges::find(entries_, member.GetPtr(), &Entry::plugIn));
+        for (KZPlugIn::PlugInIdEx const & dependent : entry.description->dependents)
+            add([&](Entry const & other) { return other.description->id == dependent.id; });
+        for (KZSmartPtr<KZPlugIn> const & member : entry.description->members)
+            add([&](Entry const & other) { return other.plugIn == member.GetPtr(); });
         return below;
     }
 
@@ -131,35 +142,110 @@ KZApplicationWithPlugIns::KZApplicationWithPlugIns(KZString const & commandLine,
 
 void KZApplicationWithPlugIns::Ctor() {
     KZInitCatchSignal(); // so that a plug-in's fault on this thread is an exception
+    state_ = std::make_unique<KZHostState>();
     mainMenu_ = std::make_unique<KZUnitTest>(GetAppName().AsUTF8());
     static_cast<void>(AddPlugIn(KZSmartPtr<KZPlugIn>(new KZLibPlugIn), true));
 }
 
+// --- State
+
+KZHostedPlugIn * KZHostState::Find(KZPlugIn const * plugIn) noexcept {
+    auto const found = std::ranges::find_if(
+        plugIns, [=](KZHostedPlugIn const & each) { return each.plugIn.GetPtr() == plugIn; });
+    return found == plugIns.end() ? nullptr : &*found;
+}
+
+void KZHostState::NoteFailure(KZFailedPlugIn const & failed, KZPlugIn const * plugIn) {
+    KZGuard<KZCriticalSection> const guard(listLock);
+    failures.push_back({plugIn, failed});
+    auto const isReplaced = [&](Failure const & each) {
+        if (plugIn || each.plugIn) return each.plugIn == plugIn;
+        return each.report.name == failed.name && each.report.id == failed.id &&
+               each.report.path == failed.path;
+    };
+    failures.erase(std::remove_if(failures.begin(), failures.end() - 1, isReplaced), failures.end() - 1);
+}
+
+void KZHostState::NoteFailure(KZHostedPlugIn const & candidate, KZErrorID const & error) {
+    KZGuard<KZCriticalSection> const guard(listLock);
+    KZHostedPlugIn const * const registered = Find(candidate.plugIn);
+    NoteFailure({candidate.description.name, candidate.description.id, candidate.path, error},
+                registered ? registered->plugIn.GetPtr() : nullptr);
+}
+
+void KZHostState::ForgetFailure(KZPlugIn const * plugIn) {
+    KZGuard<KZCriticalSection> const guard(listLock);
+    std::erase_if(failures, [=](Failure const & each) { return each.plugIn == plugIn; });
+}
+
+void KZHostState::ForgetFailure(KZString const & path) {
+    KZGuard<KZCriticalSection> const guard(listLock);
+    std::erase_if(failures, [&](Failure const & each) { return !each.plugIn && each.report.path == path; });
+}
+
+std::vector<KZFailedPlugIn> KZApplicationWithPlugIns::GetFailedPlugIns() const {
+    KZGuard<KZCriticalSection> const guard(state_->listLock);
+    std::vector<KZFailedPlugIn> failed;
+    for (KZHostState::Failure const & each : state_->failures) failed.push_back(each.report);
+    return failed;
+}
+
+void KZApplicationWithPlugIns::NoteRunFailure(KZPlugIn const & plugIn, KZErrorID const & error) {
+    KZGuard<KZCriticalSection> const guard(state_->listLock);
+    if (KZHostedPlugIn const * const hosted = state_->Find(&plugIn)) state_->NoteFailure(*hosted, error);
+}
+
+// --- The end
+
 KZApplicationWithPlugIns::~KZApplicationWithPlugIns() {
-    KZApplicationWithPlugIns::RequestExit(true);
+    CallGuarded([this] { KZApplicationWithPlugIns::RequestExit(true); });
     UnloadAll();
-    running_.clear();
-    loaded_.clear();
-    // Only now that no plug-in is left may the code that they are made of go.
-    for (void * library : libraries_) KZPlatform::FreeModule(library);
+    LetGoOfAll();
     mainMenu_.reset();
-    Write(L"Exiting application...\n");
+    CallGuarded([] { Write(L"Exiting application...\n"); });
 }
 
-void KZApplicationWithPlugIns::UnloadAll() {
-    for (KZSmartPtr<KZPlugIn> const & plugIn : Reversed(GetPlugInHier(loaded_))) {
-        if (plugIn->GetStatus() == KZPlugIn::NotInitialised) continue;
-        JoinThread(*plugIn);
-        Write(L">>>> Unloading <", plugIn->GetName(), L">...");
-        if (KZDetail::CallGuarded([&] { plugIn->Unload(); })) Write(L" Done.\n");
-    }
+void KZApplicationWithPlugIns::UnloadAll() noexcept {
+    PlugInVector order;
+    bool const isOrdered = CallGuarded([&] { order = GetPlugInHier(loaded_); });
+    PlugInVector const & plugIns = isOrdered ? order : loaded_;
+    for (std::uint32_t i = plugIns.size(); i-- > 0;) CallGuarded([&] { Unload(*plugIns[i]); });
 }
 
-// The thread outlives the run that it is for by its exit functions, which may be code of the plug-in's library.
-void KZApplicationWithPlugIns::JoinThread(KZPlugIn & plugIn) {
-    KZSmartPtr<KZObjectI> const object = plugIn.QueryInterface(7);
-    auto * const threaded = dynamic_cast<KZThreadedRunPlugIn *>(object.GetPtr());
-    if (threaded && !threaded->thread_.IsNull()) threaded->thread_->Join();
+void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
+    if (StatusOf(plugIn) == KZPlugIn::NotInitialised) return;
+    // The thread outlives the run that it is for by its exit functions, which may be code of the plug-in's library.
+    CallGuarded([&] {
+        auto const threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
+        if (!threaded.IsNull() && !threaded->thread_.IsNull()) threaded->thread_->Join();
+    });
+    Write(L">>>> Unloading <", NameOf(plugIn), L">...");
+    if (CallGuarded([&] { plugIn.Unload(); })) Write(L" Done.\n");
+}
+
+// The code of the libraries may go only when none of their objects is left. When there is no memory to gather the objects
+// the libraries stay, and the objects go with the host.
+void KZApplicationWithPlugIns::LetGoOfAll() noexcept {
+    CallGuarded([this] {
+        KZPlugInLibraries::Objects objects;
+        {
+            KZGuard<KZCriticalSection> const guard(state_->listLock);
+            KZUnitTest::TestList const tests = mainMenu_->TakeTestCases();
+            objects.reserve(tests.size() + state_->failures.size() + loaded_.size());
+            auto const add = [&](KZSmartPtr<KZRefCountI> const & object) {
+                if (std::ranges::find(objects, object) == objects.end()) objects.push_back(object);
+            };
+            for (KZSmartPtr<KZTestCase> const & test : tests) add(test);
+            for (KZHostState::Failure const & failure : state_->failures)
+                add(KZSmartPtr<KZRefCountI>(failure.report.error.operator->().GetPtr()));
+            for (KZSmartPtr<KZPlugIn> const & plugIn : loaded_) add(plugIn);
+            state_->failures.clear();
+            state_->plugIns.clear();
+            running_.clear();
+            loaded_.clear();
+        }
+        state_->libraries.LetGo(std::move(objects));
+    });
 }
 
 // --- Questions
@@ -186,23 +272,43 @@ KZApplicationWithPlugIns * KZApplicationWithPlugIns::GetApp() {
     return fits ? static_cast<KZApplicationWithPlugIns *>(application) : nullptr;
 }
 
+void KZApplicationWithPlugIns::SetPollInterval(unsigned int milliseconds) noexcept {
+    pollInterval_.store(std::max(milliseconds, 1U));
+}
+
 KZSmartPtr<KZPlugIn> KZApplicationWithPlugIns::FindPlugIn(KZGuid const & id) const {
-    KZGuard<KZCriticalSection> const guard(lock_);
+    KZGuard<KZCriticalSection> const guard(state_->listLock);
     auto const found = std::ranges::find_if(
-        loaded_, [&](KZSmartPtr<KZPlugIn> const & plugIn) { return plugIn->GetId() == id; });
-    return found == loaded_.end() ? KZSmartPtr<KZPlugIn>() : *found;
+        state_->plugIns, [&](KZHostedPlugIn const & each) { return each.description.id == id; });
+    return found == state_->plugIns.end() ? KZSmartPtr<KZPlugIn>() : found->plugIn;
 }
 
 KZApplicationWithPlugIns::PlugInVector
 KZApplicationWithPlugIns::GetPlugInHier(PlugInVector const & list) const {
-    KZGuard<KZCriticalSection> const guard(lock_);
-    Depths depths(loaded_);
+    KZGuard<KZFairLock> const guard(state_->lock);
+    Depths depths(state_->plugIns);
     std::vector<std::pair<unsigned int, KZSmartPtr<KZPlugIn>>> order;
     for (KZSmartPtr<KZPlugIn> const & plugIn : list) order.emplace_back(depths.Of(plugIn.GetPtr()), plugIn);
     std::ranges::stable_sort(order, {}, [](auto const & entry) { return entry.first; });
     PlugInVector result;
     for (auto const & entry : order) result.push_back(entry.second);
     return result;
+}
+
+// The present name, or the last one that the plug-in could tell.
+KZString KZApplicationWithPlugIns::NameOf(KZPlugIn const & plugIn) const {
+    KZString name;
+    if (CallGuarded([&] { name = plugIn.GetName(); })) return name;
+    KZGuard<KZCriticalSection> const guard(state_->listLock);
+    KZHostedPlugIn const * const hosted = state_->Find(&plugIn);
+    return hosted ? hosted->description.name : KZString();
+}
+
+// What the plug-in says, or else what the host has noted.
+KZPlugIn::Status KZApplicationWithPlugIns::StatusOf(KZPlugIn const & plugIn) noexcept {
+    KZPlugIn::Status status = plugIn.status_;
+    CallGuarded([&] { status = plugIn.GetStatus(); });
+    return status;
 }
 
 // --- Adding and initialising
@@ -213,64 +319,89 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(KZSmartPtr<KZPlugIn> plugIn) {
 
 KZErrorID KZApplicationWithPlugIns::AddPlugIn(KZSmartPtr<KZPlugIn> plugIn, bool checkDependents) {
     if (plugIn.IsNull()) return KZErrorID(0);
-    KZGuard<KZCriticalSection> const guard(lock_);
-    KZErrorID error = Register(plugIn);
-    if (error.Bad()) return error;
-    if (plugIn->IsContainerPlugIn()) {
-        error = AddMembers(*plugIn, checkDependents);
-        if (error.Bad()) return error;
-    }
-    // Each plug-in is initialised once, also a member that stood in the order of a scan by itself.
-    if (!checkDependents || plugIn->GetStatus() != KZPlugIn::NotInitialised) return error;
-    error = CheckDependents(plugIn, true);
-    return error.Bad() ? error : Initialise(*plugIn);
+    KZGuard<KZFairLock> const guard(state_->lock);
+    KZHostedPlugIn const * const known = state_->Find(plugIn);
+    KZHostedPlugIn candidate{plugIn, known ? known->path : state_->loadingPath, {}};
+    KZErrorID const error = Add(candidate, checkDependents);
+    if (error.Bad()) state_->NoteFailure(candidate, error);
+    return error;
 }
 
-KZErrorID KZApplicationWithPlugIns::Register(KZSmartPtr<KZPlugIn> const & plugIn) {
-    if (Holds(loaded_, plugIn.GetPtr())) return KZErrorID(0);
-    if (!FindPlugIn(plugIn->GetId()).IsNull()) return Report(NamedError(12, plugIn->GetName()));
-    loaded_.push_back(plugIn);
-    if (plugIn->IsRunningPlugIn()) running_.push_back(plugIn);
-    AddCustomUsageInfo(plugIn->GetUsageInfo());
+KZErrorID KZApplicationWithPlugIns::Add(KZHostedPlugIn & candidate, bool checkDependents) {
+    KZErrorID error = Attempt([&] { Describe(*candidate.plugIn, candidate.description); });
+    if (error.Bad()) return Report(error);
+    error = Register(candidate);
+    if (error.Good()) error = AddMembers(candidate, checkDependents);
+    // Each plug-in is initialised once, also a member that stood in the order of a scan by itself.
+    bool const isDue = checkDependents && StatusOf(*candidate.plugIn) == KZPlugIn::NotInitialised;
+    if (error.Bad() || !isDue) return error;
+    error = CheckDependents(candidate.plugIn, true);
+    return error.Bad() ? error : Initialise(candidate);
+}
+
+// Whole or not at all: what needs memory comes first.
+KZErrorID KZApplicationWithPlugIns::Register(KZHostedPlugIn const & candidate) {
+    KZHostedPlugIn * const known = state_->Find(candidate.plugIn);
+    if (known) {
+        KZDetail::PlugInDescription description = candidate.description;
+        KZGuard<KZCriticalSection> const guard(state_->listLock);
+        std::swap(known->description, description);
+        return KZErrorID(0);
+    }
+    if (!FindPlugIn(candidate.description.id).IsNull())
+        return Report(NamedError(12, candidate.description.name));
+    AddCustomUsageInfo(candidate.description.usage);
+    KZGuard<KZCriticalSection> const guard(state_->listLock);
+    loaded_.reserve(loaded_.size() + 1);
+    running_.reserve(running_.size() + 1);
+    state_->plugIns.push_back(candidate);
+    loaded_.push_back(candidate.plugIn);
+    if (candidate.description.isRunning) running_.push_back(candidate.plugIn);
     return KZErrorID(0);
 }
 
-KZErrorID KZApplicationWithPlugIns::AddMembers(KZPlugIn & container, bool checkDependents) {
-    KZSmartPtr<KZObjectI> const object = container.QueryInterface(6);
-    auto const * const members = dynamic_cast<KZPlugInContainer const *>(object.GetPtr());
-    if (!members) return KZErrorID(0);
-    for (KZSmartPtr<KZPlugIn> const & member : members->GetPlugInList()) {
+KZErrorID KZApplicationWithPlugIns::AddMembers(KZHostedPlugIn const & container, bool checkDependents) {
+    for (KZSmartPtr<KZPlugIn> const & member : container.description.members) {
         KZErrorID const error = AddPlugIn(member, checkDependents);
         if (error.Bad()) return error;
         // It may have failed before, in its own place in the order.
-        if (checkDependents && member->GetStatus() < KZPlugIn::Initialised)
-            return Report(NamedError(13, container.GetName()));
+        if (checkDependents && StatusOf(*member) < KZPlugIn::Initialised)
+            return Report(NamedError(13, container.description.name));
     }
     return KZErrorID(0);
 }
 
 KZErrorID KZApplicationWithPlugIns::CheckDependents(KZSmartPtrToConst<KZPlugIn> const & plugIn, bool report) {
-    for (KZPlugIn::PlugInIdEx const & dependent : plugIn->GetDependentV()) {
+    KZDetail::PlugInDescription description;
+    KZErrorID error = Attempt([&] {
+        description.name = plugIn->GetName();
+        description.dependents = plugIn->GetDependentV();
+    });
+    for (KZPlugIn::PlugInIdEx const & dependent : description.dependents) {
         KZSmartPtr<KZPlugIn> const found = FindPlugIn(dependent.id);
-        if (!found.IsNull() && found->GetStatus() >= KZPlugIn::Initialised) continue;
-        KZErrorID const error = dependent.name.IsNull() ? NamedError(13, plugIn->GetName())
-                                                        : NamedError(14, plugIn->GetName(), &dependent.name);
-        return report ? Report(error) : error;
+        if (!found.IsNull() && StatusOf(*found) >= KZPlugIn::Initialised) continue;
+        error = dependent.name.IsNull() ? NamedError(13, description.name)
+                                        : NamedError(14, description.name, &dependent.name);
+        break;
     }
-    return KZErrorID(0);
+    return error.Bad() && report ? Report(error) : error;
 }
 
-KZErrorID KZApplicationWithPlugIns::Initialise(KZPlugIn & plugIn) {
-    bool const own = plugIn.GetId() == KZLibPlugIn::Id;
-    KZString const name = plugIn.GetName();
+KZErrorID KZApplicationWithPlugIns::Initialise(KZHostedPlugIn const & hosted) {
+    KZPlugIn & plugIn = *hosted.plugIn;
+    KZString const & name = hosted.description.name;
+    bool const own = hosted.description.id == KZLibPlugIn::Id;
     if (!own) Write(L">>>> Initializing <", name, L">...");
     KZErrorID error;
-    bool const returned = KZDetail::CallGuarded([&] { error = plugIn.Init(*this); });
-    if (!returned) error = KZErrorID(new KZErrorString(name + u": Init failed"));
+    KZErrorID const thrown = Attempt([&] { error = plugIn.Init(*this); });
+    if (thrown.Bad()) error = thrown;
     plugIn.status_ = error.Good() ? KZPlugIn::Initialised : KZPlugIn::InitFailed;
-    if (error.Bad())
+    if (error.Bad()) {
         Write(L"Failed.\n");
-    else if (own)
+        return Report(error);
+    }
+    state_->ForgetFailure(&plugIn);
+    if (own)
         Write(L">>>> Initializing <", name, L">... Done.\n");
     else
         Write(L" Done.\n");
@@ -282,73 +413,88 @@ KZErrorID KZApplicationWithPlugIns::Initialise(KZPlugIn & plugIn) {
 int KZApplicationWithPlugIns::Run() {
     KZPlatform::InstallQuitHandlers();
     PlugInVector const order = GetPlugInHier(running_);
-    for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
-        if (plugIn->GetStatus() != KZPlugIn::Initialised) continue;
-        Write(L"RUN> Running <", plugIn->GetName(), L">...");
-        KZSmartPtr<KZObjectI> const object = plugIn->QueryInterface(5);
-        if (plugIn->IsKindOf(7))
-            RunThreaded(plugIn);
-        else if (auto * const runner = dynamic_cast<KZRunPlugIn *>(object.GetPtr()))
-            RunHere(*runner);
-    }
+    for (KZSmartPtr<KZPlugIn> const & plugIn : order)
+        if (StatusOf(*plugIn) == KZPlugIn::Initialised) Start(*plugIn);
     WaitForThreads(order);
     KZSmartPtr<KZTestCase> const last = mainMenu_->GetLastTestCase();
     if (runWithMenu_ && !last.IsNull()) mainMenu_->DisplayMenuAndExecuteUserChoice();
     return 1;
 }
 
+void KZApplicationWithPlugIns::Start(KZPlugIn & plugIn) {
+    KZSmartPtr<KZRunPlugIn> runner;
+    KZSmartPtr<KZThreadedRunPlugIn> threaded;
+    KZErrorID const error = Attempt([&] {
+        runner = As<KZRunPlugIn>(plugIn, 5);
+        threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
+    });
+    if (error.Bad()) return NoteRunFailure(plugIn, Report(error));
+    Write(L"RUN> Running <", NameOf(plugIn), L">...");
+    if (!threaded.IsNull())
+        RunThreaded(*threaded);
+    else if (!runner.IsNull())
+        RunHere(*runner);
+}
+
 void KZApplicationWithPlugIns::RunHere(KZRunPlugIn & plugIn) {
     Write(L"\n");
     plugIn.status_ = KZPlugIn::Running;
-    KZDetail::CallGuarded([&] { static_cast<void>(plugIn.Run()); });
+    KZErrorID const error = Attempt([&] { static_cast<void>(plugIn.Run()); });
     plugIn.status_ = KZPlugIn::Ended;
+    if (error.Bad()) NoteRunFailure(plugIn, Report(error));
 }
 
-void KZApplicationWithPlugIns::RunThreaded(KZSmartPtr<KZPlugIn> const & plugIn) {
+void KZApplicationWithPlugIns::RunThreaded(KZThreadedRunPlugIn & plugIn) {
     Write(L"(threaded)\n");
-    KZSmartPtr<KZObjectI> const object = plugIn->QueryInterface(7);
-    auto * const threaded = dynamic_cast<KZThreadedRunPlugIn *>(object.GetPtr());
-    if (!threaded) return;
-    bool const started = KZDetail::CallGuarded([&] {
-        KZSmartPtr<KZCallback> const body(
-            new KZCallbackMethVoid<KZThreadedRunPlugIn>(u"", threaded, &KZThreadedRunPlugIn::RunInThread));
-        threaded->thread_ = new KZThread(body);
-        KZErrorID const error = threaded->thread_->Start();
-        if (error.Bad()) throw KZException(error.AsString(), true);
+    plugIn.host_ = this;
+    KZErrorID error;
+    KZErrorID const thrown = Attempt([&] {
+        plugIn.thread_ = new KZThread(KZSmartPtr<KZCallback>(
+            new KZCallbackMethVoid<KZThreadedRunPlugIn>(u"", &plugIn, &KZThreadedRunPlugIn::RunInThread)));
+        error = plugIn.thread_->Start();
     });
-    if (!started) {
-        threaded->SetRunning(false);
-        return;
+    if (thrown.Bad()) error = thrown;
+    if (error.Bad()) {
+        plugIn.SetRunning(false);
+        return NoteRunFailure(plugIn, Report(error));
     }
     // The next plug-in may count on this one's thread being there. A short run may have ended by the first look.
-    while (threaded->GetStatus() == KZPlugIn::Initialised) {
+    while (plugIn.status_ == KZPlugIn::Initialised) {
         KZThread::yield();
-        KZThread::Milli_sleep(100);
+        KZThread::Milli_sleep(std::min(longestStartPoll, GetPollInterval()));
     }
 }
 
+// The lock is held through each pass, its rests included. Whoever waits for it gets it between two of them.
 void KZApplicationWithPlugIns::WaitForThreads(PlugInVector const & order) {
+    std::vector<KZSmartPtr<KZThreadedRunPlugIn>> started; // null for one that ran here
+    for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
+        if (StatusOf(*plugIn) < KZPlugIn::Running) continue;
+        started.emplace_back();
+        CallGuarded([&] { started.back() = As<KZThreadedRunPlugIn>(*plugIn, 7); });
+    }
     for (bool running = true; running;) {
         running = false;
         {
-            KZGuard<KZCriticalSection> const guard(lock_);
-            for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
-                if (plugIn->GetStatus() < KZPlugIn::Running) continue;
+            KZGuard<KZFairLock> const guard(state_->lock);
+            for (KZSmartPtr<KZThreadedRunPlugIn> const & threaded : started) {
                 KZThread::yield();
-                KZSmartPtr<KZObjectI> const object = plugIn->QueryInterface(7);
-                auto const * const threaded = dynamic_cast<KZThreadedRunPlugIn const *>(object.GetPtr());
-                if (threaded && threaded->IsInRun()) running = true;
-                KZThread::Milli_sleep(200);
+                if (!threaded.IsNull() && threaded->IsInRun()) running = true;
+                KZThread::Milli_sleep(GetPollInterval());
             }
         }
         if (KZPlatform::IsQuitRequested()) RequestExit(false);
     }
 }
 
+// A plug-in is asked without the host's lock: with `wait` it may need that lock on its own thread to come to its end.
 void KZApplicationWithPlugIns::RequestExit(bool wait) {
-    KZGuard<KZCriticalSection> const guard(lock_);
     if (!glbExitAnnounced.exchange(true))
         Write(L">>>> Quit signal received. Requesting exit to all plug-ins...\n");
-    for (KZSmartPtr<KZPlugIn> const & plugIn : Reversed(GetPlugInHier(running_)))
-        KZDetail::CallGuarded([&] { plugIn->RequestExit(wait); });
+    PlugInVector order;
+    {
+        KZGuard<KZFairLock> const guard(state_->lock);
+        order = GetPlugInHier(running_);
+    }
+    for (std::uint32_t i = order.size(); i-- > 0;) CallGuarded([&] { order[i]->RequestExit(wait); });
 }

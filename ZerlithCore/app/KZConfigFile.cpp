@@ -2,11 +2,18 @@
 // owner chain (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
 #include "ZerlithCore/app/KZConfigFile.h"
 
+#include "ZerlithCore/app/KZConfigText.h"
 #include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/files/KZEncodedText.h"
+#include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZFileStream.h"
+#include "ZerlithCore/platform/LastError.h"
 
 #include <algorithm>
+#include <string>
 #include <utility>
+
+using namespace std::string_literals;
 
 using Guard = KZGuard<KZConfigFile const>;
 
@@ -57,28 +64,39 @@ bool KZConfigFile::Reload() {
     if (fileName_.IsNull()) return false;
     try {
         KZFileStream stream(fileName_);
-        if (!stream.good()) return false;
+        Guard guard(*this);
+        if (!stream.good()) {
+            if (sections_.empty() && KZFile::Exists(fileName_)) whyPartial_ = u"the file could not be opened";
+            return false;
+        }
         stream >> *this;
-        return !stream.bad();
+        encoding_ = stream.GetEncoding();
+        return true;
     } catch (...) {
         return false;
     }
 }
 
-bool KZConfigFile::Save() const {
+bool KZConfigFile::Save() const { return SaveBy(KZFile::Overwrite); }
+
+bool KZConfigFile::SaveAtomically() const { return SaveBy(KZFile::Replace); }
+
+bool KZConfigFile::SaveBy(bool (*write)(KZString const & path, void const * bytes, std::size_t size)) const {
     Guard guard(*this);
-    if (fileName_.IsNull()) return false;
-    KZOFileStream stream(fileName_);
-    if (!stream.good()) return false;
-    stream << *this;
-    stream.close(); // The last of the text reaches the file only now.
-    return stream.good();
+    if (whyPartial_) {
+        KZPlatform::SetLastErrorText(u"not saved, since not all of the text was read: "s + whyPartial_);
+        return false;
+    }
+    std::string bytes(KZDetail::MarkOf(encoding_));
+    KZDetail::AppendEncoded(bytes, KZDetail::TextOf(*this), encoding_);
+    return write(fileName_, bytes.data(), bytes.size());
 }
 
 void KZConfigFile::Clear() {
     Guard guard(*this);
     for (KZConfigSection const & section : sections_) section.DropLocks();
     sections_.clear();
+    whyPartial_ = nullptr;
 }
 
 KZConfigFile::const_iterator KZConfigFile::FindSection(KZString const & name, const_iterator start) const {

@@ -11,15 +11,17 @@
 #include "ZerlithCore/app/KZConfigI.h"
 #include "ZerlithCore/app/KZConfigLockable.h"
 #include "ZerlithCore/app/KZConfigSection.h"
+#include "ZerlithCore/files/KZTextEncoding.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
+#include <cstddef>
 #include <iosfwd>
 #include <vector>
 
 /// Sections of `key=value` lines with comments, all in memory, in the order of the file.
 ///
-/// The text, in UTF-8; a mark at its beginning is skipped:
+/// The text, in UTF-8, or in UTF-16 if it begins with a byte-order mark:
 ///
 ///     ;comment                comments belong to what stands below them
 ///     [section]               nothing but white space may follow the "]"
@@ -30,8 +32,18 @@
 /// reading that callers rely on: lines in front of the first header are read and dropped, and comments behind the last
 /// line become a last section with an empty name.
 ///
-/// Thread safety: the getters, the setters, `FindSection`, everything that adds or deletes, `Save`, `Reload` and the
-/// stream operators hold the object's lock. What an iterator leads to is safe while the caller holds the lock: take it
+/// `Save` and `SaveAtomically` refuse to save what is less than the text that was read, so that they never cut a file
+/// in silence. The last error then says which of these it is:
+///
+/// - Reading ended early: the text breaks the grammar, the file could not be read on, or memory ran out.
+/// - A file that exists could not be opened, and the object held nothing.
+/// - The text holds something that is no character, as a UTF-16 file does that was cut inside one.
+/// - Lines in front of the first header, which are dropped, hold 0 characters, as in a UTF-16 file without a mark.
+///
+/// After `Clear`, or after a text that was read whole, the object can be saved again.
+///
+/// Thread safety: the getters, the setters, `FindSection`, everything that adds or deletes, both ways to save, `Reload`
+/// and the stream operators hold the object's lock. What an iterator leads to is safe while the caller holds the lock: take it
 /// with `Lock`, here or through any section, line or comments of the file, whenever several calls belong together.
 class KZ_EXPORT KZConfigFile : public KZConfigI, public KZConfigLockableI {
 public:
@@ -67,8 +79,16 @@ public:
     /// Replaces the contents by those of the file. False when the file can't be opened, and the contents stay; false
     /// too when it can't be read or breaks the grammar, and then the sections in front of that place are held.
     [[nodiscard]] bool Reload();
-    /// Rewrites the file in place; false when it can't be opened or written to its end.
+    /// Rewrites the file in place, without any other file, in the encoding and with the mark that `Reload` met. The
+    /// text is complete and room for it reserved before anything is written, and the file gets its old content back
+    /// when writing fails; a process that is killed meanwhile leaves a part. True when the disk has it.
+    /// Errors: false, with the reason in the thread's last error, and the file as it was (KZFile::Overwrite says more).
+    /// Throws std::bad_alloc before the file is touched.
     [[nodiscard]] bool Save() const;
+    /// As `Save`, but a new file takes the place of the old one at once, so that nobody ever sees or is left with a part.
+    /// Permissions and links stay, and so does the owner as far as the system allows (KZFile::Replace). The folder must be one
+    /// in which this user may make files.
+    [[nodiscard]] bool SaveAtomically() const;
     /// Drops all sections, in memory only.
     void Clear();
     [[nodiscard]] KZString const & GetFileName() const noexcept { return fileName_; }
@@ -110,14 +130,18 @@ private:
     template <class Value>
     void Set(KZString const & section, KZString const & key, Value const & value);
     iterator Insert(KZConfigSection && section, const_iterator position);
+    [[nodiscard]] bool SaveBy(bool (*write)(KZString const & path, void const * bytes,
+                                            std::size_t size)) const;
 
     KZCounter count_;
     std::vector<KZConfigSection> sections_;
     KZString fileName_;
     mutable KZCriticalSection lock_;
+    KZTextEncoding encoding_ = KZTextEncoding::Utf8;
+    char16_t const * whyPartial_ = nullptr; // why the text that was read isn't all here; null when it is
 };
 
-/// Replaces the contents of `file` by the text of `stream`, up to its end.
+/// Replaces the contents of `file` by the text of `stream`, up to its end. A stream that isn't good has no text.
 /// Errors: KZConfigStreamException where the text breaks the grammar; the sections in front of that place are held.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigFile & file);
 /// Writes all sections, as `Save` does.

@@ -3,8 +3,10 @@
 // buffer that is reused, so a line costs one allocation for its key and one for its value.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
+#include "ZerlithCore/app/KZConfigText.h"
 #include "ZerlithCore/text/KZWideText.h"
 
+#include <cstdint>
 #include <istream>
 #include <iterator>
 #include <ostream>
@@ -28,8 +30,19 @@ KZString WithoutTail(std::u16string_view text, Predicate isDropped) {
     return KZString(text);
 }
 
+bool HasZero(KZConfigLine const & line) {
+    auto const has = [](std::u16string_view text) { return text.find(u'\0') != std::u16string_view::npos; };
+    return has(std::u16string_view(line.GetKey())) || has(std::u16string_view(line.GetValue()));
+}
+
 using Traits = std::char_traits<wchar_t>;
 constexpr Traits::int_type endOfText = Traits::eof();
+constexpr std::uint32_t lastCharacter = 0x10FFFF;
+
+constexpr char16_t const * keyCut = u"unexpected EOF while parsing a key name of a configuration line";
+constexpr char16_t const * noHeader = u"expecting a '[' at the beginning of a section";
+constexpr char16_t const * nameCut = u"unexpected EOF while parsing a section name";
+constexpr char16_t const * strayCharacter = u"unexpected character after the closing ']' of a section name";
 
 } // namespace
 
@@ -39,7 +52,7 @@ public:
     using Texts = std::vector<KZString>;
 
     explicit KZConfigReader(std::wistream & stream)
-        : stream_(stream), buffer_(stream.good() ? stream.rdbuf() : nullptr) {}
+        : stream_(stream), buffer_(stream.good() ? stream.rdbuf() : nullptr), isAtEnd_(!buffer_) {}
 
     void ReadCommentsOf(KZConfigComments & comments) { ReadComments(comments.texts_); }
     void ReadCommentsOf(KZConfigLine & line) { ReadComments(line.comments_.texts_); }
@@ -55,9 +68,15 @@ public:
     }
 
 private:
-    Traits::int_type Peek() { return buffer_ ? buffer_->sgetc() : endOfText; }
-    Traits::int_type Take() { return buffer_ ? buffer_->sbumpc() : endOfText; }
+    // The end isn't asked for again: what could be read whole must not fail by it.
+    Traits::int_type Peek() { return Note(isAtEnd_ ? endOfText : buffer_->sgetc()); }
+    Traits::int_type Take() { return Note(isAtEnd_ ? endOfText : buffer_->sbumpc()); }
     bool IsAtEnd() { return Peek() == endOfText; }
+
+    Traits::int_type Note(Traits::int_type character) {
+        if (character > lastCharacter) (character == endOfText ? isAtEnd_ : hasStranger_) = true;
+        return character;
+    }
 
     void Gather(Traits::int_type character) {
         if (character < 0x10000)
@@ -66,6 +85,12 @@ private:
             KZAppendWide(text_, Traits::to_char_type(character));
     }
 
+    [[noreturn]] void Refuse(char16_t const * why) {
+        fault_ = why;
+        throw KZConfigStreamException(why);
+    }
+
+    void ReadSections(KZConfigFile & file);
     void ReadComments(Texts & comments);
     KZString ReadComment();
     void ReadLine(KZConfigSection & section, Texts && comments);
@@ -74,6 +99,10 @@ private:
     std::wistream & stream_;
     std::wstreambuf * buffer_;
     std::u16string text_;
+    bool isAtEnd_;
+    bool hasStranger_ = false;         // Something was read that is no character, and that units can't hold.
+    bool hasDroppedZero_ = false;      // Lines in front of the first header had 0 characters.
+    char16_t const * fault_ = nullptr; // what was thrown
 };
 
 void KZConfigReader::ReadComments(Texts & comments) {
@@ -105,8 +134,7 @@ void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
     text_.clear();
     auto character = Take();
     for (; character != L'=' && character != L'\n'; character = Take()) {
-        if (character == endOfText)
-            throw KZConfigStreamException(u"unexpected EOF while parsing a key name of a configuration line");
+        if (character == endOfText) Refuse(keyCut);
         if (character != L'\r') Gather(character);
     }
     line.key_ = WithoutTail(text_, IsWhiteSpace);
@@ -126,13 +154,12 @@ void KZConfigReader::ReadHeader(KZConfigSection & section) {
     section.DropLinesLocks();
     section.lines_.clear();
     if (IsAtEnd()) return;
-    if (Peek() != L'[') throw KZConfigStreamException(u"expecting a '[' at the beginning of a section");
+    if (Peek() != L'[') Refuse(noHeader);
     Take();
 
     text_.clear();
     for (auto character = Take(); character != L']'; character = Take()) {
-        if (character == endOfText)
-            throw KZConfigStreamException(u"unexpected EOF while parsing a section name");
+        if (character == endOfText) Refuse(nameCut);
         Gather(character);
     }
     section.name_ = KZString(std::u16string_view(text_));
@@ -140,8 +167,7 @@ void KZConfigReader::ReadHeader(KZConfigSection & section) {
     for (auto character = Take(); character != L'\n' && character != endOfText; character = Take()) {
         bool const isSkipped = character == L' ' || character == L'\t' || character == L'\r';
         // Files whose last character is a stray one have always been accepted.
-        if (!isSkipped && !IsAtEnd())
-            throw KZConfigStreamException(u"unexpected character after the closing ']' of a section name");
+        if (!isSkipped && !IsAtEnd()) Refuse(strayCharacter);
     }
 }
 
@@ -165,10 +191,27 @@ void KZConfigReader::Append(KZConfigFile & file, KZConfigSection & working) {
     working.lines_.clear();
 }
 
-/// A section joins the file when the next one begins: what was read of a section in front of an error doesn't, nor do
-/// lines in front of the first header, which no section was pending for.
 void KZConfigReader::ReadFile(KZConfigFile & file) {
     file.Clear();
+    file.whyPartial_ = buffer_ ? u"it could not be read to its end" : u"the stream was not good";
+    try {
+        ReadSections(file);
+    } catch (KZConfigStreamException const &) {
+        file.whyPartial_ = fault_;
+        throw;
+    }
+    if (hasStranger_)
+        file.whyPartial_ = u"it holds what is no character, as a text in UTF-16 does that was cut";
+    else if (hasDroppedZero_)
+        file.whyPartial_ =
+            u"lines before the first header hold 0 characters, as a text in UTF-16 without a mark does";
+    else if (buffer_)
+        file.whyPartial_ = nullptr;
+}
+
+/// A section joins the file when the next one begins: what was read of a section in front of an error doesn't, nor do
+/// lines in front of the first header, which no section was pending for.
+void KZConfigReader::ReadSections(KZConfigFile & file) {
     KZConfigSection working;
     bool isPending = false;
     auto const keepPending = [&] {
@@ -181,6 +224,7 @@ void KZConfigReader::ReadFile(KZConfigFile & file) {
         bool const isEnd = IsAtEnd();
         if (!isEnd && Peek() != L'[') {
             ReadLine(working, std::move(comments));
+            hasDroppedZero_ |= !isPending && HasZero(working.lines_.back());
             continue;
         }
         keepPending();
@@ -227,98 +271,60 @@ std::wistream & operator>>(std::wistream & stream, KZConfigFile & file) {
 
 namespace {
 
-/// Gathers text as the stream wants it and hands it over in blocks. Unlike `operator<<` of strings it keeps 0 units,
-/// which a damaged file may hold.
-class Writer {
-public:
-    explicit Writer(std::wostream & stream) : stream_(stream) {}
-    ~Writer() = default;
-    Writer(Writer const &) = delete;
-    Writer & operator=(Writer const &) = delete;
-
-    void Put(KZConfigComments const & comments);
-    void Put(KZConfigLine const & line);
-    void Put(KZConfigSection const & section);
-
-    void Flush() {
-        stream_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
-        text_.clear();
-    }
-
-private:
-    static constexpr std::size_t blockCharacters = 8192;
-
-    void Put(KZString const & units);
-    void PutLineEnd() {
-        text_ += L'\n';
-        if (text_.size() >= blockCharacters) Flush();
-    }
-
-    std::wostream & stream_;
-    std::wstring text_;
-};
-
-void Writer::Put(KZString const & units) {
-    auto const sink = [this](wchar_t character) { text_ += character; };
-    KZWideJoiner joiner;
-    for (char16_t const unit : units) joiner.Put(unit, sink);
-    joiner.Flush(sink);
-}
-
-void Writer::Put(KZConfigComments const & comments) {
+void Append(std::u16string & text, KZConfigComments const & comments) {
     for (auto each = comments.GetCommentsBegin(); each != comments.GetCommentsEnd(); ++each) {
-        if (!each->IsNull()) {
-            text_ += L';';
-            Put(*each);
-        }
-        PutLineEnd();
+        if (!each->IsNull()) (text += u';') += std::u16string_view(*each);
+        text += u'\n';
     }
 }
 
-void Writer::Put(KZConfigLine const & line) {
-    Put(line.GetComments());
-    Put(line.GetKey());
-    text_ += L'=';
-    Put(line.GetValue());
-    PutLineEnd();
+void Append(std::u16string & text, KZConfigLine const & line) {
+    Append(text, line.GetComments());
+    (text += std::u16string_view(line.GetKey())) += u'=';
+    (text += std::u16string_view(line.GetValue())) += u'\n';
 }
 
-void Writer::Put(KZConfigSection const & section) {
-    Put(section.GetComments());
-    if (!section.GetName().IsNull()) {
-        text_ += L'[';
-        Put(section.GetName());
-        text_ += L']';
-        PutLineEnd();
-    }
-    for (auto line = section.GetLinesBegin(); line != section.GetLinesEnd(); ++line) Put(*line);
+void Append(std::u16string & text, KZConfigSection const & section) {
+    Append(text, section.GetComments());
+    if (!section.GetName().IsNull()) ((text += u'[') += std::u16string_view(section.GetName())) += u"]\n";
+    for (auto line = section.GetLinesBegin(); line != section.GetLinesEnd(); ++line) Append(text, *line);
+}
+
+/// Unlike `operator<<` of strings this writes 0 units, too, which a damaged file may hold.
+std::wostream & Write(std::wostream & stream, std::u16string const & text) {
+    std::wstring const wide = KZToWide(text);
+    return stream.write(wide.data(), static_cast<std::streamsize>(wide.size()));
 }
 
 template <class Part>
-std::wostream & Write(std::wostream & stream, Part const & part) {
-    Writer writer(stream);
-    writer.Put(part);
-    writer.Flush();
-    return stream;
+std::wostream & WritePart(std::wostream & stream, Part const & part) {
+    std::u16string text;
+    Append(text, part);
+    return Write(stream, text);
 }
 
 } // namespace
 
-std::wostream & operator<<(std::wostream & stream, KZConfigComments const & comments) {
-    return Write(stream, comments);
+std::u16string KZDetail::TextOf(KZConfigFile const & file) {
+    std::u16string text;
+    for (auto section = file.GetSectionsBegin(); section != file.GetSectionsEnd(); ++section)
+        Append(text, *section);
+    return text;
 }
 
-std::wostream & operator<<(std::wostream & stream, KZConfigLine const & line) { return Write(stream, line); }
+std::wostream & operator<<(std::wostream & stream, KZConfigComments const & comments) {
+    return WritePart(stream, comments);
+}
+
+std::wostream & operator<<(std::wostream & stream, KZConfigLine const & line) {
+    return WritePart(stream, line);
+}
 
 std::wostream & operator<<(std::wostream & stream, KZConfigSection const & section) {
-    return Write(stream, section);
+    return WritePart(stream, section);
 }
 
 std::wostream & operator<<(std::wostream & stream, KZConfigFile const & file) {
     KZGuard<KZConfigFile const> guard(file);
-    Writer writer(stream);
-    for (auto section = file.GetSectionsBegin(); section != file.GetSectionsEnd(); ++section)
-        writer.Put(*section);
-    writer.Flush();
-    return stream;
+    return Write(stream, KZDetail::TextOf(file));
 }

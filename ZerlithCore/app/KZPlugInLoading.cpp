@@ -2,6 +2,7 @@
 // from directories. A scan registers all libraries first and initialises afterwards, in the order of dependency.
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
+#include "ZerlithCore/app/KZHostState.h"
 #include "ZerlithCore/app/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZError.h"
@@ -127,6 +128,20 @@ private:
     std::u16string saved_;
 };
 
+// Gives a variable another value, and puts the old one back.
+template <class T>
+class Meanwhile {
+public:
+    Meanwhile(T & place, T value) : place_(place), saved_(std::exchange(place, std::move(value))) {}
+    ~Meanwhile() { place_ = std::move(saved_); }
+    Meanwhile(Meanwhile const &) = delete;
+    Meanwhile & operator=(Meanwhile const &) = delete;
+
+private:
+    T & place_;
+    T saved_;
+};
+
 } // namespace
 
 int KZApplicationWithPlugIns::LoadAndRun() {
@@ -144,9 +159,9 @@ int KZApplicationWithPlugIns::LoadAndRun() {
             static_cast<void>(LoadPlugInsFromDirectory(path.c_str(), Extension, EntryPoint, false));
         }
     } else {
-        librariesNamed_ = 0;
+        state_->librariesNamed = 0;
         static_cast<void>(LoadPlugInsFromDirectory(u".", Extension, EntryPoint, false));
-        if (librariesNamed_ == 0) {
+        if (state_->librariesNamed == 0) {
             WriteLine(L"Couldn't find any OSX to load.");
             return 1;
         }
@@ -180,7 +195,7 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
     if (configured && GetConfigFile().IsNull()) return KZErrorID(0);
     Found const files =
         configured ? FilesOfConfiguration(*GetConfigFile(), GetAppPath()) : FilesOfPlace(place, extension);
-    librariesNamed_ += static_cast<unsigned int>(files.files.size());
+    state_->librariesNamed += static_cast<unsigned int>(files.files.size());
 
     // File names are relative to the directory that was current before, those of the configuration to the program's.
     FileNames complete;
@@ -188,56 +203,65 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
         complete.push_back(KZPath(file).MakeComplete(configured ? files.directory : KZString()).AsString());
 
     WorkingDirectory const current(files.directory, changeDirectory && files.error.Good());
-    std::uint32_t const before = loaded_.size();
     KZErrorID result = files.error;
-    bool const outer = std::exchange(registerOnly_, true);
+    KZGuard<KZFairLock> const guard(state_->lock);
+    std::uint32_t const before = loaded_.size();
+    Meanwhile const registering(state_->registerOnly, true);
     for (KZString const & file : complete) {
         WriteLine(L"LoadLibrary on ", file, L"...");
         KZErrorID const error = LoadPlugIn(file.c_str(), entryPoint);
         if (error.Bad() && result.Good()) result = error;
         if (error.Bad() && stopAtFirstError) break;
     }
-    registerOnly_ = outer;
     for (std::uint32_t i = before; i < loaded_.size(); ++i) found.push_back(loaded_[i]);
     return result;
 }
 
 KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const * entryPoint) {
     KZString const file(path);
+    KZGuard<KZFairLock> const guard(state_->lock);
     void * const library = KZPlatform::LoadModule(std::u16string_view(file));
     if (!library) {
         KZErrorID const error(new KZWinLastError);
         WriteLine(L"LoadLibrary fails on ", file, L": ", error.AsString());
+        state_->NoteFailure({{}, {}, file, error});
         return error;
     }
+    KZSmartPtr<KZPlugIn> plugIn;
+    KZErrorID const error = TakePlugIn(library, file, entryPoint, plugIn);
+    if (error.Bad()) WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
+    // A plug-in that was registered stays, whatever came then.
+    if (!plugIn.IsNull() && (error.Good() || state_->Find(plugIn))) {
+        plugIn->library_ = library;
+        state_->libraries.Add(library, file);
+        if (error.Good()) state_->ForgetFailure(file);
+        return error;
+    }
+    KZPlugInLibraries::Objects refused;
+    if (!plugIn.IsNull()) refused.emplace_back(std::exchange(plugIn, {}));
+    state_->libraries.Refuse(library, file, std::move(refused));
+    return error;
+}
+
+KZErrorID KZApplicationWithPlugIns::TakePlugIn(void * library, KZString const & file, char const * entryPoint,
+                                               KZSmartPtr<KZPlugIn> & plugIn) {
     auto * const make = reinterpret_cast<KZPlugIn * (*)()>(KZPlatform::FindSymbol(library, entryPoint));
     if (!make) {
-        KZString entry;
-        entry.Format(u"%S", entryPoint);
-        WriteLine(L"LoadPlugIn failed on ", file, L": Cannot locate \"", entry, L"\" entry point");
-        KZPlatform::FreeModule(library);
+        KZString reason;
+        reason.Format(u"Cannot locate \"%S\" entry point", entryPoint);
+        WriteLine(L"LoadPlugIn failed on ", file, L": ", reason);
+        state_->NoteFailure({{}, {}, file, KZErrorID(new KZErrorString(reason))});
         return KZErrorID(0);
     }
-    KZSmartPtr<KZPlugIn> plugIn;
-    KZErrorID error;
-    if (!KZDetail::CallGuarded([&] {
-            plugIn = make();
-            error = AddPlugIn(plugIn, !registerOnly_);
-        }))
-        error = KZErrorID(new KZErrorString(file + u": the entry point failed"));
-    if (plugIn.IsNull() && error.Good())
+    KZErrorID error = KZDetail::Attempt([&] { plugIn = make(); });
+    if (error.Good() && plugIn.IsNull())
         error = KZErrorID(new KZErrorString(file + u": the entry point made no plug-in"));
-    bool const kept = !plugIn.IsNull() && plugIn->NbRef() > 1;
-    if (kept) {
-        plugIn->library_ = library;
-        libraries_.push_back(library);
+    if (error.Bad()) {
+        state_->NoteFailure({{}, {}, file, error});
+        return KZDetail::Report(error);
     }
-    if (error.Bad()) WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
-    if (!kept) {
-        plugIn.Clear();
-        KZPlatform::FreeModule(library);
-    }
-    return error;
+    Meanwhile const loading(state_->loadingPath, file);
+    return AddPlugIn(plugIn, !state_->registerOnly);
 }
 
 KZApplicationWithPlugIns & KZApplicationWithPlugIns::SetCWDAsDllPath(char16_t const * directory) {

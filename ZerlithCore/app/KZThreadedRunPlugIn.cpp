@@ -1,5 +1,6 @@
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 
+#include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 #include "ZerlithCore/app/KZPlugInGuard.h"
 
 KZThreadedRunPlugIn::~KZThreadedRunPlugIn() = default;
@@ -21,9 +22,15 @@ void KZThreadedRunPlugIn::RequestExit(bool wait) {
 }
 
 void KZThreadedRunPlugIn::RunInThread() {
-    SetRunning(true);
-    KZDetail::CallGuarded([this] { static_cast<void>(Run()); });
-    SetRunning(false);
+    struct RunningMark {
+        KZThreadedRunPlugIn & plugIn;
+        explicit RunningMark(KZThreadedRunPlugIn & of) : plugIn(of) { plugIn.SetRunning(true); }
+        ~RunningMark() { plugIn.SetRunning(false); } // whatever happens: the host waits for it
+    } const mark(*this);
+    KZErrorID const error = KZDetail::Attempt([this] { static_cast<void>(Run()); });
+    if (error.Good()) return;
+    KZDetail::Report(error);
+    if (host_) host_->NoteRunFailure(*this, error);
 }
 
 bool KZThreadedRunPlugIn::IsInRun() const {

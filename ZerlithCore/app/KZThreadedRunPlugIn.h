@@ -36,5 +36,6 @@ private:
 
     mutable KZCriticalSection lock_;
     bool running_ = false;
+    KZApplicationWithPlugIns * host_ = nullptr; // that has started the thread
     KZSmartPtr<KZThread> thread_;
 };

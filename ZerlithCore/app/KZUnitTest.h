@@ -13,6 +13,7 @@
 #include <functional>
 #include <iosfwd>
 #include <string>
+#include <utility>
 #include <vector>
 
 /// One test: a name and something to run. Built with a callback, or derived from.
@@ -50,6 +51,8 @@ public:
     /// Appends a test; null is ignored.
     void AddTestCase(KZSmartPtr<KZTestCase> const & testCase);
     [[nodiscard]] TestList const & GetTestList() const noexcept { return tests_; }
+    /// Takes all tests off the list and returns them.
+    [[nodiscard]] TestList TakeTestCases() noexcept { return std::exchange(tests_, {}); }
     /// The test that was added last; null when there is none.
     [[nodiscard]] KZSmartPtr<KZTestCase> GetLastTestCase() const;
 

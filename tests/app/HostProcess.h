@@ -4,9 +4,11 @@
 
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -31,9 +33,22 @@ public:
         std::ofstream(Path(name), std::ios::binary) << text;
         return Path(name);
     }
+    std::string Read(std::string const & name) const {
+        std::ifstream stream(Path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
 
 private:
     std::string path_;
+};
+
+/// A variable of the environment, for the processes started meanwhile.
+struct TestVariable {
+    TestVariable(char const * variable, std::string const & value) : name(variable) {
+        setenv(name, value.c_str(), 1);
+    }
+    ~TestVariable() { unsetenv(name); }
+    char const * name;
 };
 
 struct HostResult {

@@ -102,13 +102,21 @@ TEST_F(KZApplicationTest, ApplicationsNestAndLeaveTheirChannelsSilent) {
 }
 
 TEST_F(KZApplicationTest, LogsToAFileBesideOrInPlaceOfTheConsole) {
-    {
-        KZApplication const application(
-            Line(Config("[KZCore]\nDebugPath=" + place.Path() + "\nNoConsole=yes\nConsoleToFile=\n")));
+    std::string const path = place.Path("test_app.log"), secret = place.Write("secret", "precious");
+    auto const log = [&](char const * name) {
+        KZApplication const application(Line(
+            Config("[KZCore]\nDebugPath=" + place.Path() + "\nNoConsole=yes\nConsoleToFile=" + name + "\n")));
         KZLockedCOUT().GetCout(1) << L"in the file" << std::endl;
-    }
-    std::ifstream log(place.Path("test_app.log"));
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(log), {}), "in the file\n");
+    };
+    log("");
+    EXPECT_EQ(place.Read("test_app.log"), "in the file\n");
+    EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
+
+    std::filesystem::remove(path);
+    std::filesystem::create_symlink(secret, path);
+    if (lchown(path.c_str(), 12345, 12345) != 0) GTEST_SKIP() << "only root can make somebody else's link";
+    log("");
+    EXPECT_EQ(place.Read("secret"), "precious") << "somebody else's link isn't followed";
 }
 
 TEST_F(KZApplicationTest, ShowsItsUsageInColumns) {

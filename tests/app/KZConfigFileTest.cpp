@@ -1,8 +1,11 @@
 #include "ZerlithCore/app/KZConfigFile.h"
 
+#include "ZerlithCore/app/KZConfig.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
+#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/text/KZWideText.h"
 #include "files/TemporaryDirectory.h"
+#include "platform/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -144,11 +147,83 @@ TEST_F(KZConfigFileOnDisk, KeepsAllBytes) {
     std::string const tail = "[\xC3\x84]\nk=\xFF\xFE \xED\xA0\x80\xF0\x9F\x98\x80\n;" +
                              std::string(5000, 'c') + "\nlong=" + std::string(1 << 20, 'v') + "\n" +
                              std::string("zero=a\0b\n", 9);
-    KZSmartPtr<KZConfigFile> const file = KZConfigFile::Load(Write("\xEF\xBB\xBF" + tail));
-    ASSERT_FALSE(file.IsNull());
-    EXPECT_EQ(file->GetString(u"\u00E4", u"LONG", u"").Length(), 1U << 20);
-    EXPECT_TRUE(Saved(*file) == tail);
-    EXPECT_EQ(file->NbRef(), 1UL);
+    for (std::string const & text : {tail, "\xEF\xBB\xBF" + tail}) {
+        KZSmartPtr<KZConfigFile> const file = KZConfigFile::Load(Write(text));
+        ASSERT_FALSE(file.IsNull());
+        EXPECT_EQ(file->GetString(u"\u00E4", u"LONG", u"").Length(), 1U << 20);
+        EXPECT_TRUE(Saved(*file) == text);
+        EXPECT_EQ(file->NbRef(), 1UL);
+    }
+}
+
+TEST_F(KZConfigFileOnDisk, KeepsItsEncoding) {
+    std::string const text("\xFF\xFE[\0\xC4\0]\0\n\0k\0=\0\0\xD8\n\0", 18), added("z\0=\0z\0\n\0", 8);
+    KZString const path = Write(text);
+    EXPECT_EQ(KZConfig(path).GetString(u"\u00E4", u"K", u""), u"\xD800");
+    KZSmartPtr<KZConfigFile> const file = KZConfigFile::Load(path);
+    file->SetString(u"\u00C4", u"z", u"z");
+    EXPECT_TRUE(Saved(*file) == text + added);
+    EXPECT_EQ(Saved(*KZConfigFile::Load(Write("\xFE\xFF"))), "\xFE\xFF");
+}
+
+TEST_F(KZConfigFileOnDisk, IsNotSavedWhenNotAllOfItWasRead) {
+    struct Case {
+        std::string bytes;
+        bool isLoaded;
+        int sections; // those in front of an error are held
+        char const * why;
+    };
+    Case const cases[] = {
+        {"[A]\nk=1\n[B]\nk=2\n[C] ;\n", false, 2, "unexpected character after the closing ']'"},
+        {"[A]\nk=1\nkey", false, 0, "unexpected EOF while parsing a key name"},
+        {std::string("\xFF\xFE[\0A\0]\0\n\0k\0=\0v", 15), true, 1, "no character"},
+        {std::string("\xFE\xFF\0[\0A\0]\0", 9), true, 1, "no character"},
+        {std::string(";\0c\0\n\0[\0A\0]\0\n\0k\0=\0v\0", 20), true, 0, "0 characters"},
+    };
+    for (Case const & each : cases) {
+        SCOPED_TRACE(each.why);
+        KZConfigFile file(Write(each.bytes));
+        EXPECT_EQ(file.Reload(), each.isLoaded);
+        EXPECT_EQ(KZConfigFile::Load(file.GetFileName()).IsNull(), !each.isLoaded);
+        EXPECT_EQ(file.GetSectionsEnd() - file.GetSectionsBegin(), each.sections);
+        file.SetString(u"A", u"k", u"2");
+        EXPECT_FALSE(file.Save() || file.SaveAtomically());
+        std::string const told = KZErrorID(new KZWinLastError).AsString().AsUTF8();
+        EXPECT_NE(told.find(each.why), std::string::npos) << told;
+        EXPECT_TRUE(folder.Read(u"test.ini") == each.bytes);
+        file.Clear();
+        EXPECT_TRUE(file.Save()) << "it was cleared on purpose";
+    }
+    KZConfigFile file(Write("[A]\nk=v\n"));
+    rlimit files{};
+    ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &files), 0);
+    rlimit const none{0, files.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_FALSE(file.Reload()) << "no file can be opened";
+    setrlimit(RLIMIT_NOFILE, &files);
+    EXPECT_EQ(Saved(file), "not saved");
+    std::wistringstream broken;
+    broken.setstate(std::ios_base::badbit);
+    broken >> file;
+    EXPECT_EQ(Saved(file), "not saved");
+    EXPECT_TRUE(file.Reload());
+    EXPECT_EQ(Saved(file), "[A]\nk=v\n");
+}
+
+TEST_F(KZConfigFileOnDisk, SavesWholeOrNotAtAll) {
+    std::string const old = "[A]\nk=" + std::string(3000, 'v') + '\n';
+    std::string const added = "new=" + std::string(9000, 'n') + '\n';
+    KZSmartPtr<KZConfigFile> const file = KZConfigFile::Load(Write(old));
+    std::filesystem::create_hard_link(folder.Root() / "test.ini", folder.Root() / "name");
+    file->SetString(u"A", u"new", KZString(u'n', 9000));
+    EXPECT_EQ(RunWithSmallFiles(5000, [&] { return file->Save() || file->SaveAtomically(); }), 0);
+    EXPECT_EQ(folder.Read(u"test.ini"), old);
+    EXPECT_EQ(Saved(*file), old + added);
+    EXPECT_EQ(folder.Read(u"name"), old + added) << "in place";
+    file->SetString(u"A", u"new", u"");
+    EXPECT_TRUE(file->SaveAtomically());
+    EXPECT_EQ(folder.Read(u"test.ini"), old + "new=\n");
+    EXPECT_EQ(folder.Read(u"name"), old + added) << "replaced";
 }
 
 TEST_F(KZConfigFileOnDisk, KeepsItsContentsWhenTheFileCannotBeOpened) {
@@ -161,20 +236,11 @@ TEST_F(KZConfigFileOnDisk, KeepsItsContentsWhenTheFileCannotBeOpened) {
     EXPECT_TRUE(KZConfigFile::Load(u"").IsNull());
 }
 
-TEST_F(KZConfigFileOnDisk, KeepsTheSectionsInFrontOfAnError) {
-    KZString const path = Write("[A]\nk=1\n[B]\nk=2\n[C] ;\n");
-    EXPECT_TRUE(KZConfigFile::Load(path).IsNull());
-    KZConfigFile file(path);
-    EXPECT_FALSE(file.Reload());
-    EXPECT_EQ(file.GetLong(u"B", u"k", 0), 2);
-    EXPECT_EQ(file.GetSectionsEnd() - file.GetSectionsBegin(), 2);
-}
-
 TEST_F(KZConfigFileOnDisk, TellsFailedSaves) {
     for (char16_t const * name : {u"", u"/dev/full", u"/no/such/folder/x.ini"}) {
         KZConfigFile file(name);
         file.SetString(u"A", u"k", KZString(u'v', 10));
-        EXPECT_FALSE(file.Save()) << testing::PrintToString(KZString(name));
+        EXPECT_FALSE(file.Save() || file.SaveAtomically()) << testing::PrintToString(KZString(name));
     }
     KZConfigFile const empty(Write("rest"));
     EXPECT_EQ(Saved(empty), "");

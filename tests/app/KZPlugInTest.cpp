@@ -1,5 +1,7 @@
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
+#include "ZerlithCore/app/KZFairLock.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
+#include "ZerlithCore/threads/KZEventSemaphore.h"
 
 #include <gtest/gtest.h>
 
@@ -29,14 +31,25 @@ private:
 
 class Threaded : public KZThreadedRunPlugIn {
 public:
+    explicit Threaded(KZApplicationWithPlugIns * host = nullptr) : host_(host) {}
     KZString GetName() const override { return u"Threaded"; }
     KZGuid GetId() const override { return {9, 0, 0, 0}; }
     KZErrorID Run() override {
-        RequestExit(false); // it runs, so it is asked; without a wait this comes back
-        return KZErrorID(0);
+        if (!host_) RequestExit(false); // it runs, so it is asked; without a wait this comes back
+        isRunning.Post();
+        static_cast<void>(stop_.Wait(0xFFFFFFFFU));
+        return host_ ? host_->LoadPlugIn(KZSmartPtr<KZPlugIn>(new Named(u"last", 7, {}))) : KZErrorID(0);
     }
-    void StopRequested() override { ++stops; }
+    void StopRequested() override {
+        ++stops;
+        stop_.Post();
+    }
     int stops = 0;
+    KZEventSemaphore isRunning;
+
+private:
+    KZApplicationWithPlugIns * host_;
+    KZEventSemaphore stop_;
 };
 
 class Host : public KZApplicationWithPlugIns {
@@ -76,6 +89,42 @@ TEST(KZThreadedRunPlugIn, IsAskedToStopOnlyWhileItRuns) {
     EXPECT_EQ(threaded->stops, 1);
 }
 
+TEST(KZApplicationWithPlugIns, WaitsForAPlugInThatNeedsIt) {
+    Host host;
+    KZSmartPtr<Threaded> const busy(new Threaded(&host));
+    EXPECT_TRUE(host.LoadPlugIn(KZSmartPtr<KZPlugIn>(busy)).Good());
+    KZThread thread(new KZCallbackMethVoid<Threaded>(u"", busy, &Threaded::RunInThread));
+    EXPECT_TRUE(thread.Start().Good());
+    static_cast<void>(busy->isRunning.Wait(0xFFFFFFFFU));
+    host.RequestExit(true);
+    EXPECT_FALSE(host.FindPlugIn({7, 0, 0, 0}).IsNull());
+}
+
+TEST(KZFairLock, LetsInWhoAskedBeforeTheOwnerAsksAgain) {
+    constexpr int rounds = 20;
+    struct Other {
+        void Run() {
+            for (int round = 0; round < rounds; ++round) {
+                KZGuard<KZFairLock> const guard(lock);
+                ++visits;
+            }
+        }
+        KZFairLock lock;
+        int visits = 0;
+    } other;
+    KZThread thread(new KZCallbackMethVoid<Other>(u"", &other, &Other::Run));
+    other.lock.Lock();
+    EXPECT_TRUE(thread.Start().Good());
+    for (int round = 1; round <= rounds; ++round) {
+        while (!other.lock.IsAwaited()) KZThread::yield();
+        other.lock.Unlock();
+        other.lock.Lock();
+        EXPECT_EQ(other.visits, round);
+    }
+    other.lock.Unlock();
+    thread.Join();
+}
+
 TEST(KZApplicationWithPlugIns, OrdersByDepthThroughDiamondsAndCycles) {
     auto const make = [](char16_t const * name, std::uint32_t id, std::vector<std::uint32_t> dependents) {
         return KZSmartPtr<KZPlugIn>(new Named(name, id, std::move(dependents)));
@@ -92,6 +141,10 @@ TEST(KZApplicationWithPlugIns, OrdersByDepthThroughDiamondsAndCycles) {
     EXPECT_EQ(host.FindPlugIn(x->GetId()), x);
     EXPECT_EQ(host.GetLoadedPlugIns().size(), 4U);
     EXPECT_TRUE(host.LoadPlugIn(KZSmartPtr<KZPlugIn>()).Good());
+
+    EXPECT_EQ(host.GetPollInterval(), 200U);
+    host.SetPollInterval(0);
+    EXPECT_EQ(host.GetPollInterval(), 1U);
 }
 
 } // namespace

@@ -1,10 +1,10 @@
 #include <ZerlithCore/ZerlithCore.h>
 
 int main() {
-    KZApplicationWithPlugIns application(KZString(u"stranger \"/osxpath:" PLUGIN_FOLDER "\""));
+    KZApplicationWithPlugIns application(KZString(u"stranger \"/osxpath:" FOLDER "\""));
     int const result = application.LoadAndRun();
     KZSmartPtr<KZMessageSource> const messages(
-        new MSGLibMessageSource(u"" PLUGIN_FOLDER, u"stranger", u"enu"));
+        new MSGLibMessageSource(u"" FOLDER "/messages", u"stranger", u"enu"));
     auto * const message = new KZErrorWithArgs(messages, 1);
     KZErrorID const id(message);
     message->AddParam(KZString(u"A stranger"));

@@ -1,17 +1,16 @@
-// A plug-in that is what its definitions say: PLUGIN_NAME, PLUGIN_ID, PLUGIN_DEPENDS (a list of identities with names),
-// and what its Init, Run and Unload do.
+// A plug-in that is what its definitions say: PLUGIN_NAME, PLUGIN_ID, PLUGIN_DEPENDS (a list of identities with names), and
+// PLUGIN_REFUSES if its Init fails. Where the variable PLUGIN_TROUBLE names the plug-in and a function, "D GetName" say,
+// that function throws; with "fault" behind it it faults, with "later" it throws only when Init has been called.
 #include "ZerlithCore/ZerlithCore.h"
 
+#include <cstdlib>
 #include <stdexcept>
+#include <string>
+
+KZ_MODULE_MESSAGES({1, KZLanguage::Neutral, u"refused"})
 
 #ifndef PLUGIN_DEPENDS
 #define PLUGIN_DEPENDS
-#endif
-#ifndef PLUGIN_INIT
-#define PLUGIN_INIT
-#endif
-#ifndef PLUGIN_RUN
-#define PLUGIN_RUN
 #endif
 
 namespace {
@@ -20,30 +19,58 @@ void Say(char16_t const * what) {
     KZLockedCOUT().GetCout(1) << KZString(u"" PLUGIN_NAME) << L' ' << KZString(what) << std::endl;
 }
 
-[[maybe_unused]] KZErrorID Refuse() { return KZErrorID(new KZErrorString(u"refused")); }
 // The sanitizers would end the process before the processor can raise the fault.
-[[maybe_unused]] __attribute__((no_sanitize("undefined", "address"))) void Fault() {
+__attribute__((no_sanitize("undefined", "address"))) void Fault() {
     *static_cast<int volatile *>(nullptr) = 1;
 }
-[[maybe_unused]] void Throw() { throw std::runtime_error("thrown on purpose"); }
+
+bool isInitialised = false;
+
+template <class T>
+T Answer(char const * place, T const & answer) {
+    char const * const variable = std::getenv("PLUGIN_TROUBLE");
+    std::string const trouble = variable ? variable : "", own = std::string(PLUGIN_NAME " ") + place;
+    if (trouble == own || (trouble == own + " later" && isInitialised)) throw std::runtime_error("in " + own);
+    if (trouble == own + " fault") Fault();
+    return answer;
+}
 
 class Plain : public KZRunPlugIn {
 public:
-    ~Plain() override { Say(u"is deleted"); }
-    KZString GetName() const override { return u"" PLUGIN_NAME; }
-    KZGuid GetId() const override { return {PLUGIN_ID, 0, 0, 0}; }
-    std::vector<PlugInIdEx> GetDependentV() const override { return {PLUGIN_DEPENDS}; }
+    ~Plain() override {
+        Say(u"is deleted");
+        Answer("destructor", true);
+    }
+    KZString GetName() const override { return Answer("GetName", KZString(u"" PLUGIN_NAME)); }
+    KZGuid GetId() const override { return Answer("GetId", KZGuid{PLUGIN_ID, 0, 0, 0}); }
+    Status GetStatus() const override { return Answer("GetStatus", KZRunPlugIn::GetStatus()); }
+    KZUsageInfo GetUsageInfo() const override { return Answer("GetUsageInfo", KZUsageInfo()); }
+    KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override {
+        return Answer("QueryInterface", KZRunPlugIn::QueryInterface(iuid));
+    }
+    std::vector<PlugInIdEx> GetDependentV() const override {
+        return Answer("GetDependentV", std::vector<PlugInIdEx>{PLUGIN_DEPENDS});
+    }
     KZErrorID Init(KZApplicationWithPlugIns const &) override {
-        PLUGIN_INIT;
-        return KZErrorID(0);
+        isInitialised = true;
+#ifdef PLUGIN_REFUSES
+        return KZErrorID(new KZError(new RCMessageTableSource(KZ_THIS_MODULE), 1));
+#else
+        return Answer("Init", KZErrorID());
+#endif
     }
     KZErrorID Run() override {
+        Answer("Run", true);
         Say(u"runs");
-        PLUGIN_RUN;
         return KZErrorID(0);
     }
 };
 
+KZPlugIn * lastMade = nullptr; // the leak checker finds it here when its destructor has failed
+
 } // namespace
 
-extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() { return new Plain; }
+extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() {
+    Answer("GetPlugInObject", true);
+    return lastMade = new Plain;
+}

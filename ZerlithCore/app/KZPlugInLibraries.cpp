@@ -1,0 +1,132 @@
+// The class of an object tells whose code it is: its type information lies in the module that has the class's functions.
+#include "ZerlithCore/app/KZPlugInLibraries.h"
+
+#include "ZerlithCore/app/KZApplication.h"
+#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/platform/Containment.h"
+#include "ZerlithCore/platform/Modules.h"
+#include "ZerlithCore/threads/KZThreadTable.h"
+
+#include <algorithm>
+#include <ostream>
+#include <typeinfo>
+#include <utility>
+
+namespace {
+
+void const * CodeOf(KZRefCountI const & object) { return &typeid(object); }
+
+bool IsHeldElsewhere(KZRefCountI const & object) {
+    object.AddRef();
+    return object.Release() > 1;
+}
+
+void Tell(std::exception_ptr const & cause) noexcept {
+    KZDetail::CallGuarded([&] {
+        if (cause) std::rethrow_exception(cause);
+        KZDetail::WriteErrorLine(u"a destructor has called std::terminate");
+    });
+}
+
+} // namespace
+
+void KZPlugInLibraries::Add(void * library, KZString const & path) {
+    if (Has(library))
+        KZPlatform::FreeModule(library);
+    else
+        libraries_.push_back({library, path});
+}
+
+void KZPlugInLibraries::Refuse(void * library, KZString const & path, Objects objects) {
+    if (Has(library)) {
+        KZPlatform::FreeModule(library);
+        DropAll(objects);
+        return;
+    }
+    KZPlugInLibraries refused;
+    refused.Add(library, path);
+    refused.LetGo(std::move(objects));
+}
+
+bool KZPlugInLibraries::Has(void const * library) const noexcept {
+    return std::ranges::find(libraries_, library, &Library::handle) != libraries_.end();
+}
+
+void KZPlugInLibraries::LetGo(Objects objects) noexcept {
+    bool const isComplete = KZDetail::CallGuarded([&] { TakeSubscribers(objects); });
+    DropAll(objects);
+    for (Library & library : libraries_) {
+        if (!isComplete && !library.whyItStays) library.whyItStays = L"what is in use could not be found out";
+        Free(library);
+    }
+    libraries_.clear();
+}
+
+KZPlugInLibraries::Library * KZPlugInLibraries::OwnerOf(void const * address) noexcept {
+    auto const owner = std::ranges::find_if(
+        libraries_, [=](Library const & library) { return KZPlatform::IsInModule(library.handle, address); });
+    return owner == libraries_.end() ? nullptr : &*owner;
+}
+
+void KZPlugInLibraries::Keep(void const * code, wchar_t const * why) noexcept {
+    if (Library * const library = OwnerOf(code)) library->whyItStays = why;
+}
+
+void KZPlugInLibraries::TakeSubscribers(Objects & objects) {
+    KZLogManager & manager = KZApplication::GetLogManager();
+    for (auto place = manager.GetFirstChannelItr(); KZLogChannel * const channel = *place; ++place) {
+        bool hasTaken = false;
+        for (KZSmartPtr<KZLogSubscriberI> const & subscriber : channel->GetSubscribers()) {
+            if (!OwnerOf(CodeOf(*subscriber))) continue;
+            KZSmartPtr<KZRefCountI> const object(subscriber);
+            if (std::ranges::find(objects, object) == objects.end()) objects.insert(objects.begin(), object);
+            channel->UnSubscribe(subscriber);
+            hasTaken = true;
+        }
+        // Behind a flush of this thread no other one is in the middle of giving the subscriber a text.
+        if (hasTaken) channel->GetStream().rdbuf()->pubsync();
+    }
+}
+
+void KZPlugInLibraries::Drop(KZSmartPtr<KZRefCountI> & object) noexcept {
+    KZRefCountI const * const last = object;
+    void const * const code = CodeOf(*last);
+    last->AddRef();
+    object.Clear();
+    std::exception_ptr cause;
+    if (KZPlatform::CallContained([=] { last->Release(); }, cause)) return;
+    Tell(cause);
+    Keep(code, L"a destructor in it has failed");
+}
+
+// An object that is held by others may be held by objects that go only now, so the walk is repeated until it finds no more.
+void KZPlugInLibraries::DropAll(Objects & objects) noexcept {
+    for (bool hasDropped = true; hasDropped;) {
+        hasDropped = false;
+        for (KZSmartPtr<KZRefCountI> & object : objects) {
+            if (object.IsNull() || IsHeldElsewhere(*object)) continue;
+            Drop(object);
+            hasDropped = true;
+        }
+    }
+    for (KZSmartPtr<KZRefCountI> & object : objects) {
+        if (object.IsNull()) continue;
+        Keep(CodeOf(*object), L"objects of it are still held");
+        Drop(object);
+    }
+}
+
+void KZPlugInLibraries::Free(Library & library) noexcept {
+    if (!library.whyItStays && KZDetail::IsUsedByThreads(library.handle))
+        library.whyItStays = L"threads may still be running in it";
+    if (!library.whyItStays) {
+        KZPlatform::FreeModule(library.handle);
+        return;
+    }
+    KZDetail::CallGuarded([&] {
+        KZLockedCOUT console;
+        console.GetCout(1) << L"The library " << library.path << L" stays in memory: " << library.whyItStays
+                           << std::endl;
+    });
+}
