@@ -25,8 +25,8 @@ public:
     /// Protects the texts of all channels, gathered and waiting. Whoever holds it waits for nothing.
     static constinit KZCriticalSection textLock;
 
-    /// `subscribers` isn't owned.
-    explicit LogHandOut(Subscribers & subscribers) noexcept : subscribers_(subscribers) {}
+    /// `subscribers` isn't owned. Throws std::bad_alloc.
+    explicit LogHandOut(Subscribers & subscribers) : subscribers_(subscribers) {}
 
     /// True when the messages of the calling thread are given out by its own flush, false when a later one does.
     [[nodiscard]] static bool IsPrompt() noexcept;
