@@ -7,7 +7,6 @@
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
-#include "ZerlithCore/log/KZFileLogSubscriber.h"
 #include "ZerlithCore/platform/Files.h"
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
@@ -16,6 +15,7 @@
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <algorithm>
+#include <new>
 #include <ostream>
 
 namespace {
@@ -31,6 +31,19 @@ std::wostream & ApplicationConsole(unsigned int level) {
 KZString EnvironmentDirectory(char16_t const * variable) {
     KZString const value(KZPlatform::GetEnvironment(variable).value_or(std::u16string()));
     return !value.IsNull() && KZPlatform::IsDirectory(std::u16string_view(value)) ? value : KZString();
+}
+
+/// Closes a log that nobody writes to any more. What it could not take, the console tells.
+void TellLostRecords(KZFileLogSubscriber & log) noexcept {
+    try {
+        log.Close();
+        std::uint64_t const lost = log.GetLostRecordCount();
+        if (lost == 0) return;
+        KZGetConsole() << L"WARNING: " << lost << L" messages could not be written to " << log.GetFileName()
+                       << std::endl;
+    } catch (std::bad_alloc const &) {
+        // Nor is there memory to tell so.
+    }
 }
 
 } // namespace
@@ -65,7 +78,15 @@ KZApplication::KZApplication(KZString const & commandLine, KZLogSubscriberI * su
 }
 
 void KZApplication::Construct(KZLogSubscriberI * subscriber) {
-    KZSmartPtr<KZLogSubscriberI> const given(subscriber);
+    try {
+        SetUp(KZSmartPtr<KZLogSubscriberI>(subscriber));
+    } catch (...) {
+        Withdraw();
+        throw;
+    }
+}
+
+void KZApplication::SetUp(KZSmartPtr<KZLogSubscriberI> const & given) {
     programPath_ = KZString(KZPlatform::GetExecutablePath());
     LoadConfiguration();
     SetTraceLevel(GetArg(u"trace", CoreSection, 1U));
@@ -134,6 +155,11 @@ void KZApplication::Publish() {
 
 KZApplication::~KZApplication() {
     GetCout(0).flush();
+    Withdraw();
+    for (KZSmartPtr<KZFileLogSubscriber> const & log : fileLogs_) TellLostRecords(*log);
+}
+
+void KZApplication::Withdraw() noexcept {
     for (KZSmartPtr<KZLogSubscriberI> const & subscriber : subscribers_)
         GetLogManager().UnSubscribe(channel_, subscriber);
 
@@ -271,15 +297,17 @@ void KZApplication::AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber) {
         subscriber = new KZConsoleLogSubscriber(static_cast<int>(traceLevel_));
         console_ = subscriber;
     }
-    if (GetLogManager().Subscribe(channel_, subscriber)) subscribers_.push_back(subscriber);
+    subscribers_.push_back(subscriber);
+    if (!GetLogManager().Subscribe(channel_, subscriber)) subscribers_.pop_back();
 }
 
 void KZApplication::AddFileLog(KZString const & fileName, bool keepConsole,
                                KZPlatform::FileProtection protection) {
     constexpr bool AutoFlush = true;
     constexpr bool Append = false;
-    AddLogSubscriber(KZSmartPtr<KZLogSubscriberI>(
-        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), AutoFlush, Append, protection)));
+    fileLogs_.emplace_back(
+        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), AutoFlush, Append, protection));
+    AddLogSubscriber(fileLogs_.back());
     if (keepConsole || console_.IsNull()) return;
     GetLogManager().UnSubscribe(channel_, console_);
     std::erase(subscribers_, console_);

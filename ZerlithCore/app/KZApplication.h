@@ -5,6 +5,7 @@
 #include "ZerlithCore/app/KZCommandLine.h"
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZUsageInfo.h"
+#include "ZerlithCore/log/KZFileLogSubscriber.h"
 #include "ZerlithCore/log/KZLogManager.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
@@ -36,7 +37,8 @@ public:
     KZApplication(KZApplication const &) = delete;
     KZApplication & operator=(KZApplication const &) = delete;
 
-    /// Takes the application's subscribers off its channel and makes the previous application the current one.
+    /// Takes the application's subscribers off its channel and makes the previous application the current one. When its log
+    /// files could not take all, a line on standard output tells how many messages are missing.
     virtual ~KZApplication();
 
     /// The options of the application itself.
@@ -115,6 +117,8 @@ private:
     };
 
     void Construct(KZLogSubscriberI * subscriber);
+    void SetUp(KZSmartPtr<KZLogSubscriberI> const & given);
+    void Withdraw() noexcept;
     void LoadConfiguration();
     [[nodiscard]] KZString FindConfiguration() const;
     void ChooseDebugDirectory();
@@ -135,6 +139,7 @@ private:
     unsigned int channel_ = 0;
     KZThread_t mainThread_;
     std::vector<KZSmartPtr<KZLogSubscriberI>> subscribers_;
+    std::vector<KZSmartPtr<KZFileLogSubscriber>> fileLogs_;
     KZSmartPtr<KZLogSubscriberI> console_;
     std::vector<KZUsageInfo> customUsage_;
     KZApplication * previous_ = nullptr;

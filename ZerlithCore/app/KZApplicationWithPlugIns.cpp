@@ -219,14 +219,15 @@ void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
         auto const threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
         if (!threaded.IsNull() && !threaded->thread_.IsNull()) threaded->thread_->Join();
     });
-    Write(L">>>> Unloading <", NameOf(plugIn), L">...");
+    // The plug-in unloads even if there is no memory to say so.
+    CallGuarded([&] { Write(L">>>> Unloading <", NameOf(plugIn), L">..."); });
     if (CallGuarded([&] { plugIn.Unload(); })) Write(L" Done.\n");
 }
 
 // The code of the libraries may go only when none of their objects is left. When there is no memory to gather the objects
-// the libraries stay, and the objects go with the host.
+// the libraries stay, and the objects go one by one.
 void KZApplicationWithPlugIns::LetGoOfAll() noexcept {
-    CallGuarded([this] {
+    bool const isGathered = CallGuarded([this] {
         KZPlugInLibraries::Objects objects;
         {
             KZGuard<KZCriticalSection> const guard(state_->listLock);
@@ -246,6 +247,13 @@ void KZApplicationWithPlugIns::LetGoOfAll() noexcept {
         }
         state_->libraries.LetGo(std::move(objects));
     });
+    if (isGathered) return;
+    KZPlugInLibraries::RunDestructors([this] { mainMenu_.reset(); });
+    state_->failures.clear();
+    state_->plugIns.clear();
+    running_.clear();
+    for (std::uint32_t i = loaded_.size(); i-- > 0;)
+        KZPlugInLibraries::RunDestructors([&] { loaded_[i].Clear(); });
 }
 
 // --- Questions

@@ -87,7 +87,6 @@ private:
 
     KZCounter count_;
     std::atomic<Status> status_{NotInitialised};
-    void * library_ = nullptr; // of the dynamic library it came from; the host's to free
 };
 
 /// A plug-in that the host runs, on its own thread.

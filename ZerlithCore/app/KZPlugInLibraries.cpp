@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <span>
 #include <typeinfo>
 #include <utility>
 
@@ -31,36 +32,36 @@ void Tell(std::exception_ptr const & cause) noexcept {
 
 } // namespace
 
-void KZPlugInLibraries::Add(void * library, KZString const & path) {
+void KZPlugInLibraries::Reserve() { libraries_.reserve(libraries_.size() + 1); }
+
+void KZPlugInLibraries::Add(void * library, KZString const & path) noexcept {
     if (Has(library))
         KZPlatform::FreeModule(library);
     else
         libraries_.push_back({library, path});
 }
 
-void KZPlugInLibraries::Refuse(void * library, KZString const & path, Objects objects) {
-    if (Has(library)) {
-        KZPlatform::FreeModule(library);
-        DropAll(objects);
-        return;
+void KZPlugInLibraries::Refuse(void * library, KZString const & path, Objects objects) noexcept {
+    std::size_t const first = libraries_.size();
+    Add(library, path);
+    LetGoFrom(first, objects);
+}
+
+void KZPlugInLibraries::LetGo(Objects objects) noexcept { LetGoFrom(0, objects); }
+
+// Libraries in front of `first` stay.
+void KZPlugInLibraries::LetGoFrom(std::size_t first, Objects & objects) noexcept {
+    bool const isComplete = KZDetail::CallGuarded([&] { TakeSubscribers(first, objects); });
+    DropAll(objects);
+    for (Library & library : std::span(libraries_).subspan(first)) {
+        if (!isComplete && !library.whyItStays) library.whyItStays = L"what is in use could not be found out";
+        Free(library);
     }
-    KZPlugInLibraries refused;
-    refused.Add(library, path);
-    refused.LetGo(std::move(objects));
+    libraries_.resize(first);
 }
 
 bool KZPlugInLibraries::Has(void const * library) const noexcept {
     return std::ranges::find(libraries_, library, &Library::handle) != libraries_.end();
-}
-
-void KZPlugInLibraries::LetGo(Objects objects) noexcept {
-    bool const isComplete = KZDetail::CallGuarded([&] { TakeSubscribers(objects); });
-    DropAll(objects);
-    for (Library & library : libraries_) {
-        if (!isComplete && !library.whyItStays) library.whyItStays = L"what is in use could not be found out";
-        Free(library);
-    }
-    libraries_.clear();
 }
 
 KZPlugInLibraries::Library * KZPlugInLibraries::OwnerOf(void const * address) noexcept {
@@ -73,12 +74,13 @@ void KZPlugInLibraries::Keep(void const * code, wchar_t const * why) noexcept {
     if (Library * const library = OwnerOf(code)) library->whyItStays = why;
 }
 
-void KZPlugInLibraries::TakeSubscribers(Objects & objects) {
+void KZPlugInLibraries::TakeSubscribers(std::size_t firstLibrary, Objects & objects) {
     KZLogManager & manager = KZApplication::GetLogManager();
     for (auto place = manager.GetFirstChannelItr(); KZLogChannel * const channel = *place; ++place) {
         bool hasTaken = false;
         for (KZSmartPtr<KZLogSubscriberI> const & subscriber : channel->GetSubscribers()) {
-            if (!OwnerOf(CodeOf(*subscriber))) continue;
+            Library const * const owner = OwnerOf(CodeOf(*subscriber));
+            if (!owner || owner < libraries_.data() + firstLibrary) continue;
             KZSmartPtr<KZRefCountI> const object(subscriber);
             if (std::ranges::find(objects, object) == objects.end()) objects.insert(objects.begin(), object);
             channel->UnSubscribe(subscriber);
@@ -94,10 +96,14 @@ void KZPlugInLibraries::Drop(KZSmartPtr<KZRefCountI> & object) noexcept {
     void const * const code = CodeOf(*last);
     last->AddRef();
     object.Clear();
+    if (!RunDestructors([=] { last->Release(); })) Keep(code, L"a destructor in it has failed");
+}
+
+bool KZPlugInLibraries::RunDestructors(std::function<void()> const & call) noexcept {
     std::exception_ptr cause;
-    if (KZPlatform::CallContained([=] { last->Release(); }, cause)) return;
-    Tell(cause);
-    Keep(code, L"a destructor in it has failed");
+    bool const cameBack = KZPlatform::CallContained(call, cause);
+    if (!cameBack) Tell(cause);
+    return cameBack;
 }
 
 // An object that is held by others may be held by objects that go only now, so the walk is repeated until it finds no more.

@@ -6,6 +6,8 @@
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/text/KZString.h"
 
+#include <cstddef>
+#include <functional>
 #include <vector>
 
 /// Libraries that were loaded for their plug-ins.
@@ -19,17 +21,23 @@ public:
     /// Objects to let go of, each held once.
     using Objects = std::vector<KZSmartPtr<KZRefCountI>>;
 
-    /// Takes over one load of `library`. A second load of it is given back.
-    void Add(void * library, KZString const & path);
+    /// Makes room, so that one `Add` or `Refuse` needs no memory.
+    void Reserve();
+    /// Takes over one load of `library`. A second load of it is given back. Requires: there is room.
+    void Add(void * library, KZString const & path) noexcept;
     /// Lets go of a library that isn't wanted, and of `objects`, as `LetGo` does; but where it was taken over before, by
-    /// another load, only of this load and the objects.
-    void Refuse(void * library, KZString const & path, Objects objects);
+    /// another load, only of this load and the objects. Requires: there is room.
+    void Refuse(void * library, KZString const & path, Objects objects) noexcept;
 
     /// Lets go of `objects` in their order, of what the libraries left on log channels, and then of the libraries.
     ///
     /// A library stays in memory for the rest of the process, and a line tells so, when somebody else still holds one of
     /// these objects, when the destructor of one didn't come to its end, and when threads are running in it.
     void LetGo(Objects objects) noexcept;
+
+    /// Makes a call that destroys objects of plug-ins. What would end the process is told, and the call given up.
+    /// Tells whether it came back.
+    static bool RunDestructors(std::function<void()> const & call) noexcept;
 
 private:
     struct Library {
@@ -38,10 +46,11 @@ private:
         wchar_t const * whyItStays = nullptr;
     };
 
+    void LetGoFrom(std::size_t first, Objects & objects) noexcept;
     [[nodiscard]] bool Has(void const * library) const noexcept;
     [[nodiscard]] Library * OwnerOf(void const * address) noexcept;
     void Keep(void const * code, wchar_t const * why) noexcept;
-    void TakeSubscribers(Objects & objects);
+    void TakeSubscribers(std::size_t firstLibrary, Objects & objects);
     void Drop(KZSmartPtr<KZRefCountI> & object) noexcept;
     void DropAll(Objects & objects) noexcept;
     static void Free(Library & library) noexcept;

@@ -142,6 +142,41 @@ private:
     T saved_;
 };
 
+/// A library that is loaded for its plug-in. At the end the host takes both over if the plug-in was registered, whatever
+/// came then; otherwise both go.
+class Candidate {
+public:
+    /// Makes room for all that the end does, which must not fail.
+    Candidate(KZHostState & host, KZString const & path) : host_(host), path_(path) {
+        host.libraries.Reserve();
+        objects_.reserve(1);
+    }
+    ~Candidate() {
+        if (!library) return;
+        if (!plugIn.IsNull() && host_.Find(plugIn)) {
+            host_.libraries.Add(library, path_);
+            return;
+        }
+        if (!plugIn.IsNull()) objects_.emplace_back(std::exchange(plugIn, {}));
+        host_.libraries.Refuse(library, path_, std::move(objects_));
+    }
+    Candidate(Candidate const &) = delete;
+    Candidate & operator=(Candidate const &) = delete;
+
+    [[nodiscard]] bool Load() {
+        library = KZPlatform::LoadModule(std::u16string_view(path_));
+        return library != nullptr;
+    }
+
+    void * library = nullptr;
+    KZSmartPtr<KZPlugIn> plugIn;
+
+private:
+    KZHostState & host_;
+    KZString path_;
+    KZPlugInLibraries::Objects objects_;
+};
+
 } // namespace
 
 int KZApplicationWithPlugIns::LoadAndRun() {
@@ -220,26 +255,18 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
 KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const * entryPoint) {
     KZString const file(path);
     KZGuard<KZFairLock> const guard(state_->lock);
-    void * const library = KZPlatform::LoadModule(std::u16string_view(file));
-    if (!library) {
+    Candidate candidate(*state_, file);
+    if (!candidate.Load()) {
         KZErrorID const error(new KZWinLastError);
         WriteLine(L"LoadLibrary fails on ", file, L": ", error.AsString());
         state_->NoteFailure({{}, {}, file, error});
         return error;
     }
-    KZSmartPtr<KZPlugIn> plugIn;
-    KZErrorID const error = TakePlugIn(library, file, entryPoint, plugIn);
-    if (error.Bad()) WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
-    // A plug-in that was registered stays, whatever came then.
-    if (!plugIn.IsNull() && (error.Good() || state_->Find(plugIn))) {
-        plugIn->library_ = library;
-        state_->libraries.Add(library, file);
-        if (error.Good()) state_->ForgetFailure(file);
-        return error;
-    }
-    KZPlugInLibraries::Objects refused;
-    if (!plugIn.IsNull()) refused.emplace_back(std::exchange(plugIn, {}));
-    state_->libraries.Refuse(library, file, std::move(refused));
+    KZErrorID const error = TakePlugIn(candidate.library, file, entryPoint, candidate.plugIn);
+    if (error.Bad())
+        WriteLine(L"LoaPlugIn failed on ", file, L": AddPlugIn failed");
+    else if (!candidate.plugIn.IsNull())
+        state_->ForgetFailure(file);
     return error;
 }
 

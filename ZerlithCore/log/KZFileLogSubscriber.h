@@ -38,6 +38,8 @@ public:
 
     void OnFlush(int level, KZString const & text) override;
 
+    /// The name that the constructor was given.
+    [[nodiscard]] KZString const & GetFileName() const noexcept { return fileName_; }
     /// True when the file is open.
     [[nodiscard]] bool IsValid() const;
     /// Writes what is gathered and closes. A text that comes later opens the file again.

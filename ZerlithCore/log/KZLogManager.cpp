@@ -69,8 +69,8 @@ bool KZLogManager::ChangeSubscriptionChannel(unsigned int channel, KZSmartPtr<KZ
     KZLogChannel * const to = ChannelAt(target);
     if (!from || !to || !from->IsSubscribed(subscriber)) return false;
     if (from != to) {
+        to->Subscribe(subscriber); // may throw, so it comes first
         from->UnSubscribe(subscriber);
-        to->Subscribe(subscriber);
     }
     return true;
 }
