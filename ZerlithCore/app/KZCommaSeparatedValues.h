@@ -7,6 +7,9 @@
 
 #include "ZerlithCore/text/KZString.h"
 
+#include <cstdint>
+#include <new>
+
 /// A list in one text, built at its end and taken from its front. There is no quoting: an item that holds a comma comes
 /// back as two, and an empty item put first is indistinguishable from none.
 ///
@@ -32,8 +35,14 @@ public:
     /// Appends `item`.
     void Put(KZString const & item) {
         KZString const kept = item;
+        std::uint32_t const length = text_.Length();
         if (!text_.IsNull()) text_ += u',';
-        text_ += kept;
+        try {
+            text_ += kept;
+        } catch (std::bad_alloc const &) {
+            text_.Remove(length, text_.Length() - length); // a comma without its item
+            throw;
+        }
     }
     void Put(int item) {
         KZString text;

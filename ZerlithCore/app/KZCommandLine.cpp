@@ -251,6 +251,8 @@ void KZCommandLine::SetValue(KZString const & name, Value const & value) {
 template <class Value>
 bool KZCommandLine::AddValue(KZString const & name, Value const & value) {
     if (ArgPresent(name)) return false;
-    arguments_.emplace_back(KZCommandLineArgument::WithValue, name).SetValue(value);
+    KZCommandLineArgument added(KZCommandLineArgument::WithValue, name);
+    added.SetValue(value);
+    arguments_.push_back(std::move(added));
     return true;
 }

@@ -62,11 +62,14 @@ void KZConfigFile::Unlock() const { lock_.Unlock(); }
 
 bool KZConfigFile::Reload() {
     if (fileName_.IsNull()) return false;
+    Guard guard(*this);
+    // Noted before anything can fail: nothing must not be saved over a file that was never read.
+    char16_t const * const former = whyPartial_;
+    if (sections_.empty()) whyPartial_ = u"the file could not be opened";
     try {
         KZFileStream stream(fileName_);
-        Guard guard(*this);
         if (!stream.good()) {
-            if (sections_.empty() && KZFile::Exists(fileName_)) whyPartial_ = u"the file could not be opened";
+            if (!KZFile::Exists(fileName_)) whyPartial_ = former;
             return false;
         }
         stream >> *this;
@@ -161,14 +164,24 @@ KZConfigLine const * KZConfigFile::LineOf(KZString const & section, KZString con
     return line == found->GetLinesEnd() ? nullptr : line;
 }
 
+/// What is new is complete before it is added: a line without its value would count as an empty one.
 template <class Value>
 void KZConfigFile::Set(KZString const & section, KZString const & key, Value const & value) {
     Guard guard(*this);
-    iterator found = FindSection(section);
-    if (found == GetSectionsEnd()) found = AddSection(section);
-    KZConfigSection::iterator line = found->FindLine(key);
-    if (line == found->GetLinesEnd()) line = found->AddLine(key, KZString());
-    line->SetValue(value);
+    KZConfigLine fresh(key, KZString());
+    fresh.SetValue(value);
+    iterator const found = FindSection(section);
+    if (found == GetSectionsEnd()) {
+        KZConfigSection added(section);
+        added.AddLine(fresh);
+        Insert(std::move(added), nullptr);
+        return;
+    }
+    KZConfigSection::iterator const line = found->FindLine(key);
+    if (line == found->GetLinesEnd())
+        found->AddLine(fresh);
+    else
+        line->SetValue(fresh.GetValue());
 }
 
 KZConfigFile::iterator KZConfigFile::Insert(KZConfigSection && section, const_iterator position) {

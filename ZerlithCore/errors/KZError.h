@@ -130,6 +130,7 @@ extern KZ_EXPORT KZSmartPtrToConst<KZMessageSource> glbKZOREMsgSourceP;
 ///
 /// A conversion reaches from "%" to the next letter of "sdfuatm"; what stands between is thrown away. s, d, f: the
 /// argument as it stands; u: a duration; a, la, t, lt: date, long date, time, long time, of an argument of the form
-/// "%Y/%m/%d %H:%M:%S" (another one goes in as it stands); m: money, with two decimals. An index out of range gives the first argument as it stands, and nothing if there is none. Never fails: a "%" with no letter
-/// behind it ends the expansion, the rest goes in as it stands.
+/// "%Y/%m/%d %H:%M:%S" (another one goes in as it stands); m: money, with two decimals. An index out of range gives the
+/// first argument as it stands, and nothing if there is none. A bad template is no error: a "%" with no letter behind it
+/// ends the expansion, the rest goes in as it stands.
 KZ_EXPORT KZString KZPrintf(KZString const & format, std::vector<KZString> const & arguments);

@@ -12,9 +12,10 @@ void Open(std::wios & stream, KZFileStreamBuf & buffer, KZString const & path, s
 }
 
 bool Close(std::wios & stream, KZFileStreamBuf & buffer) {
-    bool const closed = buffer.close();
-    if (!closed) stream.setstate(std::ios_base::failbit);
-    return closed;
+    // A number or text that was never made, since memory was out, left the stream bad and the buffer unaware.
+    bool const isWhole = buffer.close() && !stream.bad();
+    if (!isWhole) stream.setstate(std::ios_base::failbit);
+    return isWhole;
 }
 
 } // namespace
@@ -43,9 +44,4 @@ void KZOFileStream::open(KZString const & path, std::ios_base::openmode mode, KZ
     Open(*this, buffer_, path, mode | std::ios_base::out, encoding);
 }
 
-bool KZOFileStream::close() {
-    // A number or text that was never made, since memory was out, left the stream bad and the buffer unaware.
-    bool const isWhole = Close(*this, buffer_) && !bad();
-    if (!isWhole) setstate(std::ios_base::failbit);
-    return isWhole;
-}
+bool KZOFileStream::close() { return Close(*this, buffer_); }

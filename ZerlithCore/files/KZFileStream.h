@@ -33,7 +33,7 @@ public:
     [[nodiscard]] bool is_open() const noexcept { return buffer_.is_open(); }
     /// The encoding of the file.
     [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return buffer_.GetEncoding(); }
-    /// Writes what is gathered and closes. False, and `failbit`, when a write failed or nothing was open.
+    /// Writes what is gathered and closes. False, and `failbit`, when a write failed, the stream is bad or nothing was open.
     bool close();
     [[nodiscard]] KZFileStreamBuf * rdbuf() const noexcept { return const_cast<KZFileStreamBuf *>(&buffer_); }
 

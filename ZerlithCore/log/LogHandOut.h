@@ -25,7 +25,7 @@ public:
     /// Protects the texts of all channels, gathered and waiting. Whoever holds it waits for nothing.
     static constinit KZCriticalSection textLock;
 
-    /// `subscribers` isn't owned. Throws std::bad_alloc.
+    /// `subscribers` isn't owned. Errors: std::bad_alloc, since even an empty queue allocates.
     explicit LogHandOut(Subscribers & subscribers) : subscribers_(subscribers) {}
 
     /// True when the messages of the calling thread are given out by its own flush, false when a later one does.

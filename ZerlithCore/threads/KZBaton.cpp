@@ -1,16 +1,19 @@
 #include "ZerlithCore/threads/KZBaton.h"
 
 #include "ZerlithCore/errors/KZException.h"
+#include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Locks.h"
 
 #include <algorithm>
 
 KZBaton::KZBaton() : mutex_(KZPlatform::NewMutex({}, false)), turnStarted_(KZPlatform::NewEvent({}, false)) {
     if (mutex_ && turnStarted_) return;
-    KZWindowsLastErrorException const error;
+    // Closed before the exception is made, which needs memory.
+    int const reason = KZPlatform::LastErrorNumber();
     KZPlatform::CloseWait(mutex_);
     KZPlatform::CloseWait(turnStarted_);
-    throw error;
+    KZPlatform::SetLastErrorNumber(reason);
+    throw KZWindowsLastErrorException();
 }
 
 KZBaton::~KZBaton() {

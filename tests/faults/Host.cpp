@@ -50,6 +50,50 @@ class CommandLines : public Work {
     KZString value_;
 };
 
+/// What can't be done leaves values, arguments, lists and subscribers as they were, and no half of an application.
+class Settings : public Work {
+    class Hearer : public KZLogSubscriberI {
+        void OnFlush(int, KZString const &) override {}
+    };
+
+    void Prepare() override {
+        Write("kept.ini", "[A]\nk=1\n");
+        file_ = new KZConfigFile(Path("kept.ini"));
+        list_.Put(u"one");
+        for (char16_t const * name : {u"first", u"second"}) manager_.AddChannel(name);
+        manager_.Subscribe(0, hearer_);
+    }
+    bool Act() override {
+        if (!file_->Reload()) return file_->Save() && false;
+        file_->SetLong(u"New", u"key", number);
+        line_.AddArg(u"name", number);
+        list_.Put(number);
+        manager_.ChangeSubscriptionChannel(0, hearer_, 1);
+        KZString commandLine(u"program /noConsole /consoleToFile:");
+        commandLine += Path("console.log");
+        commandLine += u" /config:";
+        commandLine += Path("kept.ini");
+        KZApplication const application(commandLine);
+        return true;
+    }
+    void Check(bool) override {
+        Expect(Read("kept.ini") == "[A]\nk=1\n", "nothing was saved over the file");
+        Expect(file_->GetLong(u"New", u"key", number) == number, "a key without its value");
+        Expect(line_.GetArg(u"name", number) == number, "an option without its value");
+        Expect(list_.GetText() == u"one" || list_.GetText() == u"one,1234567", "a comma without its item");
+        Expect(*hearer_ == 2UL, "the subscriber is on no channel");
+        Expect(!KZApplication::GetApp(), "half an application");
+    }
+
+    static constexpr int number = 1234567;
+    KZSmartPtr<KZConfigFile> file_;
+    KZCommandLine line_{u"program", u"/-", u":", false};
+    KZCommaSeparatedValues list_;
+    KZLogManager manager_;
+    KZSmartPtr<KZLogSubscriberI> const hearer_{new Hearer};
+};
+
+WorkEntry const settings("settings", [] { return std::unique_ptr<Work>(new Settings); });
 WorkEntry const hostRun("host", [] { return std::unique_ptr<Work>(new HostRun); });
 WorkEntry const commandLines("commandline", [] { return std::unique_ptr<Work>(new CommandLines); });
 
