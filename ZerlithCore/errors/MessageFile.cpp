@@ -168,6 +168,7 @@ void MessageFile::Reload() {
 KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
     if (!writer_.IsOpen()) return KZErrorID(new KZError(glbKZOREMsgSourceP, NoFile));
     std::ostringstream record;
+    record.exceptions(std::ios_base::badbit); // Without memory it would hold a part.
     record << DBMessage(id, text, ConverterOf(language_));
     std::string const bytes = std::move(record).str();
     std::int64_t const end = writer_.Size();
@@ -280,9 +281,24 @@ KZString MessageFile::NearestLanguage(KZString const & language) {
     return found == languages_.end() ? KZString() : *found;
 }
 
+/// Without memory the former language stays: the new one would count as set, and asking for it again would do nothing.
 KZErrorID MessageFile::SwitchTo(KZString const & language) {
     KZString const fileName = GetMessageFileName(language);
     if (fileName.IsNull()) return Failure(NoFileName, language);
+    KZString const formerLanguage = language_, formerName = fileName_, formerStandIn = standIn_;
+    KZSmartPtr<KZStringConverter> const formerConverter = converter_;
+    try {
+        return OpenLanguage(language, fileName);
+    } catch (...) {
+        language_ = formerLanguage;
+        fileName_ = formerName;
+        standIn_ = formerStandIn;
+        converter_ = formerConverter;
+        throw;
+    }
+}
+
+KZErrorID MessageFile::OpenLanguage(KZString const & language, KZString const & fileName) {
     if (IsOpen()) Close();
     SetLanguageCode(language);
     fileName_ = fileName;

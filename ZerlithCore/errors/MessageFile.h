@@ -55,7 +55,8 @@ public:
     /// another language is set or `Reload`, so that asking again looks at no directory.
     /// Errors: 2 for an empty language, and for a file that can't be opened; 3 when there is no name for the file; 4 for
     /// a language whose code page the system lacks. Behind 2 (with an argument) and 4 the language is the current one
-    /// all the same, with no file open; setting it again is a success that does nothing.
+    /// all the same, with no file open; setting it again is a success that does nothing. Behind std::bad_alloc the former
+    /// language is.
     KZErrorID SetLanguage(KZString const & language);
 
     /// Opens the file of the current name. An empty name is told on the console ("Message Library Fatal Error"), and
@@ -128,6 +129,7 @@ private:
     bool IsInMemory(KZString const & language) const;
     KZString NearestLanguage(KZString const & language);
     KZErrorID SwitchTo(KZString const & language);
+    KZErrorID OpenLanguage(KZString const & language, KZString const & fileName);
     bool OpenForReading();
     bool OpenForWriting(KZPlatform::FileAccess access, KZPlatform::FileCreation creation);
 

@@ -28,6 +28,34 @@ class MessageTexts : public Work {
     KZString text_;
 };
 
+/// A switch of the language for which there is no memory is one that can be asked for again.
+class LanguageSwitch : public Work {
+    void Prepare() override {
+        using namespace std::string_literals;
+        Write("app.enu.LAN", "\0\0\0\7\0\0\0\4File"s);
+        Write("app.deu.LAN", "\0\0\0\7\0\0\0\5Datei"s);
+        source_ = new MSGLibMessageSource(Path("").c_str(), u"app", u"enu");
+    }
+    bool Act() override {
+        try {
+            return source_->GetText(text_, 7, KZFormatContext(u"deu")).Good();
+        } catch (std::bad_alloc const &) {
+            isMemoryOut_ = true;
+            return false;
+        }
+    }
+    void Check(bool isWhole) override {
+        Expect(!isMemoryOut_ || source_->IsValid(), "no language is left");
+        KZString const expected(isWhole || isMemoryOut_ ? u"Datei" : u"");
+        if (isMemoryOut_) static_cast<void>(source_->GetText(text_, 7, KZFormatContext(u"deu")));
+        // A directory that can't be read is told on the console, and the language at hand serves on.
+        Expect(text_ == expected || (isWhole && text_ == u"File"), "another text: " + text_.AsUTF8());
+    }
+    KZSmartPtr<MSGLibMessageSource> source_;
+    KZString text_;
+    bool isMemoryOut_ = false;
+};
+
 class Exceptions : public Work {
     bool Act() override {
         try {
@@ -115,6 +143,7 @@ class Channels : public Work {
 };
 
 WorkEntry const messageTexts("messages", [] { return std::unique_ptr<Work>(new MessageTexts); });
+WorkEntry const languageSwitch("languages", [] { return std::unique_ptr<Work>(new LanguageSwitch); });
 WorkEntry const exceptions("exceptions", [] { return std::unique_ptr<Work>(new Exceptions); });
 WorkEntry const logFiles("logfile", [] { return std::unique_ptr<Work>(new LogFiles); });
 WorkEntry const channels("channels", [] { return std::unique_ptr<Work>(new Channels); });
