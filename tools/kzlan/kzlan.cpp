@@ -109,6 +109,7 @@ std::string ReadFile(KZString const & name) {
 
 bool Survives(KZString const & text, KZSmartPtr<KZStringConverter> const & converter) {
     std::stringstream stream;
+    stream.exceptions(std::ios_base::badbit); // Want of memory is nothing of the text's.
     DBMessage message(converter);
     stream << DBMessage(0, text, converter);
     return stream >> message && message.GetText() == text;
@@ -134,6 +135,7 @@ ExitCode Make(Request const & request) {
     std::vector<Complaint> complaints;
     std::vector<TextMessage> const messages = ReadMessages(ReadFile(textFile), complaints);
     std::ostringstream out;
+    out.exceptions(std::ios_base::badbit); // Without memory a part would take the place of the old file.
     for (TextMessage const & message : messages) {
         out << DBMessage(message.id, message.text, converter);
         if (!Survives(message.text, converter))
