@@ -12,15 +12,28 @@ KZErrorID NoFile() { return KZErrorID(new KZError(glbKZOREMsgSourceP, 6)); }
 
 } // namespace
 
+/// What the files have to tell is told behind the lock: whoever holds the console may be waiting for a text.
 class MSGLibMessageSource::Guard {
 public:
-    explicit Guard(MSGLibMessageSource const & source) noexcept : lock_(source.lock_) { lock_.Lock(); }
-    ~Guard() { lock_.Unlock(); }
+    explicit Guard(MSGLibMessageSource const & source) noexcept : source_(source) {
+        source_.lock_.Lock();
+        if (!source_.file_.IsNull()) source_.file_->deferred_ = &notices_;
+    }
+    ~Guard() {
+        if (!source_.file_.IsNull()) source_.file_->deferred_ = nullptr;
+        source_.lock_.Unlock();
+        try {
+            for (MessageFile::Notice const & notice : notices_) MessageFile::Say(notice);
+        } catch (...) {
+            // There is no memory to say so; the operation has its error.
+        }
+    }
     Guard(Guard const &) = delete;
     Guard & operator=(Guard const &) = delete;
 
 private:
-    KZPlatform::RecursiveLock & lock_;
+    MSGLibMessageSource const & source_;
+    std::vector<MessageFile::Notice> notices_;
 };
 
 MSGLibMessageSource::MSGLibMessageSource(char16_t const * path, char16_t const * prefix,

@@ -20,6 +20,7 @@
 #include <ostream>
 #include <sstream>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -43,20 +44,6 @@ KZErrorID Failure(long code, KZString const & argument) {
 
 // The spelling seldom differs, and telling that is cheaper than comparing letters.
 bool IsSame(KZString const & a, KZString const & b) { return a == b || a.IsEqual(b, KZString::IgnoreCase); }
-
-// Says that the program stops, and stops nothing: the words are the users', going on is what callers rely on.
-void ReportFatal(KZString const & cause) {
-    KZLockedCOUT const lock;
-    KZGetConsole() << L"\nMessage Library Fatal Error: " << cause << L": stopping program execution"
-                   << std::endl;
-}
-
-void WarnOfCodePage(KZString const & language) {
-    if (GlbGetTraceLevel() == 0) return;
-    KZLockedCOUT const lock;
-    KZLockedCOUT::GetCout(1) << L"[MSGLib Warning]: " << language
-                             << L": The codepage number doesn't seem to be valid (installed ?)." << std::endl;
-}
 
 // The files of a directory, sorted. False when it can't be read.
 bool ListFiles(KZString const & directory, std::vector<KZString> & names) {
@@ -143,12 +130,32 @@ KZErrorID MessageFile::SetLanguage(KZString const & language) {
 }
 
 bool MessageFile::Open(int mode) {
-    if (fileName_.IsNull()) ReportFatal(u"Invalid (empty) message file name");
+    if (fileName_.IsNull()) Tell({true, u"Invalid (empty) message file name"});
     switch (mode) {
     case Read: return OpenForReading();
     case Write: return OpenForWriting(KZPlatform::FileAccess::Write, KZPlatform::FileCreation::CreateAlways);
     case Append: return OpenForWriting(KZPlatform::FileAccess::Append, KZPlatform::FileCreation::OpenAlways);
     default: return false;
+    }
+}
+
+void MessageFile::Tell(Notice notice) {
+    if (deferred_)
+        deferred_->push_back(std::move(notice));
+    else
+        Say(notice);
+}
+
+// A fatal error stops nothing: the words are the users', going on is what callers rely on.
+void MessageFile::Say(Notice const & notice) {
+    KZLockedCOUT const lock;
+    if (notice.isFatal) {
+        KZGetConsole() << L"\nMessage Library Fatal Error: " << notice.about
+                       << L": stopping program execution" << std::endl;
+    } else if (GlbGetTraceLevel() != 0) {
+        KZLockedCOUT::GetCout(1) << L"[MSGLib Warning]: " << notice.about
+                                 << L": The codepage number doesn't seem to be valid (installed ?)."
+                                 << std::endl;
     }
 }
 
@@ -211,7 +218,7 @@ std::vector<KZString> const & MessageFile::GetAvailableLanguages(bool refresh) {
     languages_.clear();
     std::vector<KZString> names;
     if (!ListFiles(KZPath(directory_).MakeComplete().AsString(), names))
-        ReportFatal(u"Unable to open directory " + directory_);
+        Tell({true, u"Unable to open directory " + directory_});
     KZString prefix = prefix_;
     prefix.Lower();
     for (KZString & name : names) {
@@ -305,7 +312,7 @@ KZErrorID MessageFile::OpenLanguage(KZString const & language, KZString const & 
     KZSmartPtr<KZStringConverter> const former = converter_;
     converter_ = ConverterOf(language);
     if (!converter_.IsNull() && !converter_->IsValid()) {
-        WarnOfCodePage(language);
+        Tell({false, language});
         return Failure(NoCodePage, language);
     }
     if (Open(Read)) return KZErrorID(0);

@@ -115,6 +115,14 @@ public:
     [[nodiscard]] KZString const & GetPath() const noexcept { return directory_; }
 
 private:
+    friend class MSGLibMessageSource;
+
+    /// What is told on the console: a fatal error with its cause, or a warning of a language's code page.
+    struct Notice {
+        bool isFatal;
+        KZString about;
+    };
+
     struct OpenFile {
         KZString language;
         KZString fileName;
@@ -124,6 +132,8 @@ private:
     MessageFile(KZString const & path, KZString const & prefix) : prefix_(prefix), directory_(path) {}
     ~MessageFile() = default;
 
+    void Tell(Notice notice);
+    static void Say(Notice const & notice);
     OpenFile const * FindLanguage() const;
     OpenFile const * FindFile(KZString const & fileName) const;
     bool IsInMemory(KZString const & language) const;
@@ -143,5 +153,6 @@ private:
     KZSmartPtr<KZStringConverter> converter_;
     std::vector<KZString> languages_;
     KZPlatform::FileHandle writer_;
+    std::vector<Notice> * deferred_ = nullptr; // where notices wait for who calls under a lock
     KZCounter count_;
 };

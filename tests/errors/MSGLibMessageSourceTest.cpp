@@ -1,5 +1,7 @@
 #include "ZerlithCore/errors/MSGLibMessageSource.h"
 
+#include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "ZerlithCore/errors/DBMessage.h"
 #include "ZerlithCore/errors/KZError.h"
@@ -11,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <latch>
+#include <ostream>
 #include <sstream>
 #include <sys/resource.h>
 #include <thread>
@@ -154,7 +157,15 @@ TEST(MSGLibMessageSource, WarnsOfAMissingCodePage) {
         setrlimit(RLIMIT_NOFILE, &former);
         GlbSetTraceLevel(1);
         Source const source = files.Open(nullptr);
+        static MSGLibMessageSource const * asked = nullptr;
+        asked = source;
+        KZLockedCOUT::SetStreamSource([](unsigned int) -> std::wostream & {
+            // Another thread that has the console may be waiting for a text.
+            std::thread([] { static_cast<void>(asked->IsValid()); }).join();
+            return KZGetConsole();
+        });
         KZErrorID const id = source->SetLanguage(u"kor");
+        KZLockedCOUT::SetStreamSource(nullptr);
         GlbSetTraceLevel(0);
         static_cast<void>(files.Open(u"kor"));
         bool const told =
