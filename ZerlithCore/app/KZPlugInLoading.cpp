@@ -88,7 +88,10 @@ Found FilesOfDirectory(KZString directory, KZString const & extension) {
     if (directory.RFind(KZPath::Separator) + 1 != directory.Length()) directory += KZPath::Separator;
     KZString const pattern = KZString(u"*") + extension;
     WriteLine(L"Retrieving plug-ins from ", directory, pattern, L"...");
-    for (KZString const & name : listing.GetFileNames(pattern)) found.files.push_back(directory + name);
+    FileNames names;
+    if (!listing.GetFileNames(names, pattern))
+        found.error = Refuse(KZString(u"Invalid directory: ") + found.directory);
+    for (KZString const & name : names) found.files.push_back(directory + name);
     return found;
 }
 

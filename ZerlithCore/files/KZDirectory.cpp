@@ -30,15 +30,22 @@ bool MatchesPattern(View name, View pattern) {
                        [](char16_t unit) { return unit == u'*'; });
 }
 
-std::vector<KZString> NamesOf(KZString const & directory, KZPlatform::PathKind kind,
-                              KZString const & pattern) {
+bool FindNames(KZString const & directory, KZPlatform::PathKind kind, KZString const & pattern,
+               std::vector<KZString> & names) {
     std::vector<KZPlatform::DirectoryEntry> entries;
-    if (directory.IsNull() || !KZPlatform::ListDirectory(View(directory), entries)) return {};
-    std::vector<KZString> names;
+    names.clear();
+    if (!KZPlatform::ListDirectory(View(directory), entries)) return false;
     for (KZPlatform::DirectoryEntry const & entry : entries) {
         if (entry.kind == kind && MatchesPattern(entry.name, View(pattern))) names.emplace_back(entry.name);
     }
     std::sort(names.begin(), names.end());
+    return true;
+}
+
+std::vector<KZString> NamesOf(KZString const & directory, KZPlatform::PathKind kind,
+                              KZString const & pattern) {
+    std::vector<KZString> names;
+    FindNames(directory, kind, pattern, names);
     return names;
 }
 
@@ -55,6 +62,10 @@ std::vector<KZString> KZDirectory::GetFileNames(KZString const & pattern) const 
 
 std::vector<KZString> KZDirectory::GetDirectoryNames(KZString const & pattern) const {
     return NamesOf(path_, KZPlatform::PathKind::Directory, pattern);
+}
+
+bool KZDirectory::GetFileNames(std::vector<KZString> & names, KZString const & pattern) const {
+    return FindNames(path_, KZPlatform::PathKind::File, pattern, names);
 }
 
 bool KZDirectory::Exists(KZString const & path) { return KZPlatform::IsDirectory(View(path)); }

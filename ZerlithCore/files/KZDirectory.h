@@ -26,9 +26,11 @@ public:
     [[nodiscard]] KZString const & GetPath() const noexcept { return path_; }
 
     /// The names, without the directory, of the files or the subdirectories that match `pattern`, sorted by unit
-    /// values. Read anew by each call; empty when nothing is open, or when the directory is gone.
+    /// values. Read anew by each call; empty when nothing is open, or when the directory can't be read.
     [[nodiscard]] std::vector<KZString> GetFileNames(KZString const & pattern = u"*") const;
     [[nodiscard]] std::vector<KZString> GetDirectoryNames(KZString const & pattern = u"*") const;
+    /// Puts the names of files into `names`, and tells whether the directory could be read to its end.
+    [[nodiscard]] bool GetFileNames(std::vector<KZString> & names, KZString const & pattern) const;
 
     [[nodiscard]] static bool Exists(KZString const & path);
     /// Makes the directory and those above it that are missing; one that is there already is a success.

@@ -110,9 +110,13 @@ TEST(KZDirectory, ListsFilesSorted) {
     KZDirectory directory;
     EXPECT_FALSE(directory.Open(folder.Path(u"a.txt")) || directory.IsOpen());
     EXPECT_TRUE(directory.GetFileNames().empty());
+    std::vector<KZString> names{u"old"};
+    EXPECT_FALSE(directory.GetFileNames(names, u"*"));
+    EXPECT_TRUE(names.empty());
     ASSERT_TRUE(directory.Open(folder.Path(u"")));
     std::vector<KZString> const expected{u"B.osx", u"a.osx", u"b.osx", u"\u00E9.osx", u"\xDCFF.osx"};
     EXPECT_TRUE(directory.GetFileNames(u"*.osx") == expected);
+    EXPECT_TRUE(directory.GetFileNames(names, u"*.osx") && names == expected);
     EXPECT_TRUE(directory.GetDirectoryNames() == std::vector<KZString>{u"c.osx"});
 
     KZFile file;
