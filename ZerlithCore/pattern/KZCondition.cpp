@@ -1,10 +1,10 @@
 #include "ZerlithCore/pattern/KZCondition.h"
 
 #include "ZerlithCore/pattern/ConditionText.h"
+#include "ZerlithCore/pattern/RegExAutomaton.h"
 
 #include <algorithm>
 #include <array>
-#include <new>
 
 namespace {
 
@@ -26,6 +26,10 @@ constexpr OperatorText operatorTexts[] = {
     {u">", KZCondition::Greater, false},
 };
 
+KZSmartPtr<KZRegEx> Compile(KZString const & pattern) {
+    return KZSmartPtr<KZRegEx>(new KZRegEx(KZStringRegExParser(pattern).Parse()));
+}
+
 } // namespace
 
 KZConditionParams::~KZConditionParams() = default;
@@ -36,7 +40,12 @@ KZCondition::KZCondition(KZString const & text) { KZCondition::FromString(text);
 
 KZCondition::KZCondition(KZCondition const & other) = default;
 
-KZCondition & KZCondition::operator=(KZCondition const & other) = default;
+// By way of a copy, so that a failure changes nothing. What is overwritten may hold `other`, so it ends last.
+KZCondition & KZCondition::operator=(KZCondition const & other) {
+    KZCondition copy(other);
+    Swap(copy);
+    return *this;
+}
 
 // Goes down into children whose last owner this is, without recursion and without memory of its own: on the way down a child
 // keeps the list that it was taken from, and the child's place in that list keeps the way back up.
@@ -130,11 +139,7 @@ void KZCondition::GetSuppliedValue(KZString & out) const {
     }
 }
 
-void KZCondition::LocalCopy(KZCondition const & other) {
-    // `other` may hang below this one and end with what is overwritten.
-    KZCondition copy(other);
-    *this = copy;
-}
+void KZCondition::LocalCopy(KZCondition const & other) { *this = other; }
 
 unsigned long KZCondition::Release() const {
     unsigned long const left = count_.Decrement();
@@ -162,17 +167,9 @@ KZCondition & KZCondition::AssignKZDateTime(int op, KZDateTime const & value) {
     return *this;
 }
 
-KZCondition & KZCondition::operator%(KZString const & pattern) {
-    AssignKZString(Equal, pattern);
-    AsRegExp();
-    return *this;
-}
+KZCondition & KZCondition::operator%(KZString const & pattern) { return AssignPattern(Equal, pattern); }
 
-KZCondition & KZCondition::operator/=(KZString const & pattern) {
-    AssignKZString(NotEqual, pattern);
-    AsRegExp();
-    return *this;
-}
+KZCondition & KZCondition::operator/=(KZString const & pattern) { return AssignPattern(NotEqual, pattern); }
 
 KZString KZCondition::GetFieldName() const {
     KZString name;
@@ -229,9 +226,9 @@ bool KZCondition::HoldsAlone(KZConditionParams const & params) const {
 bool KZCondition::AsRegExp() {
     valueType_ = Pattern;
     try {
-        regEx_ = KZSmartPtr<KZRegEx>(new KZRegEx(KZStringRegExParser(string_).Parse()));
+        regEx_ = Compile(string_);
         return true;
-    } catch (std::bad_alloc const &) {
+    } catch (KZDetail::PatternTooLarge const &) {
         return false;
     }
 }
@@ -239,6 +236,15 @@ bool KZCondition::AsRegExp() {
 bool KZCondition::MatchRexExp(KZString const & text) const {
     if (regEx_.IsNull() || (operator_ != Equal && operator_ != NotEqual)) return false;
     return regEx_->Match(text) == (operator_ == Equal);
+}
+
+KZCondition & KZCondition::AssignPattern(int op, KZString const & pattern) {
+    KZString const kept = pattern;
+    KZSmartPtr<KZRegEx> const regEx = Compile(kept);
+    SetValue(op, Pattern);
+    string_ = kept;
+    regEx_ = regEx;
+    return *this;
 }
 
 KZCondition & KZCondition::Join(int connective, KZCondition const & other) {
@@ -256,6 +262,17 @@ void KZCondition::SetValue(int op, int type) {
     number_ = 0;
     date_ = KZDateTime();
     regEx_.Clear();
+}
+
+void KZCondition::Swap(KZCondition & other) noexcept {
+    std::swap(fieldName_, other.fieldName_);
+    std::swap(operator_, other.operator_);
+    std::swap(valueType_, other.valueType_);
+    std::swap(string_, other.string_);
+    std::swap(number_, other.number_);
+    std::swap(date_, other.date_);
+    subConditions_.swap(other.subConditions_);
+    std::swap(regEx_, other.regEx_);
 }
 
 bool KZCondition::Has(int connective) const noexcept {

@@ -69,6 +69,7 @@ public:
     /// Reads a condition, or what `ToString(true)` wrote; blanks alone change nothing. False for a text that isn't one;
     /// what was assigned in front of the fault stays, except from a native text, which then changes nothing. Called for the
     /// whole text only: parts of it are read by the functions below, of the conditions that `NewChild` makes.
+    /// Errors: std::bad_alloc, and what these functions throw; members of this class are unchanged then.
     virtual bool FromString(KZString const & text);
     /// The comparison itself; false here.
     [[nodiscard]] virtual bool OnEvaluate(KZConditionParams const & params) const;
@@ -141,7 +142,8 @@ public:
     KZCondition & AssignDouble(int op, KZDouble const & value);
     KZCondition & AssignKZString(int op, KZString const & value);
     KZCondition & AssignKZDateTime(int op, KZDateTime const & value);
-    /// Equal to, and not equal to, a pattern.
+    /// Equal to, and not equal to, a pattern. Errors: std::bad_alloc, also for a pattern that is too large to compile; the
+    /// condition is unchanged then.
     KZCondition & operator%(KZString const & pattern);
     KZCondition & operator/=(KZString const & pattern);
     /// Joins a copy of `other` by AND, or OR.
@@ -174,7 +176,7 @@ protected:
     [[nodiscard]] double GetNumberValue() const noexcept { return number_; }
     [[nodiscard]] KZDateTime const & GetDateValue() const noexcept { return date_; }
 
-    /// Compiles the string value as a pattern. False when it is too large to compile.
+    /// Compiles the string value as a pattern. False when it is too large to compile (docs/patterns.md).
     bool AsRegExp();
     /// For `OnEvaluate`: whether `text` matches the pattern, or, with the operator "not equal", doesn't; false without
     /// a pattern.
@@ -195,7 +197,10 @@ private:
             return AssignDouble(op, KZDouble(static_cast<double>(value)));
     }
     KZCondition & Join(int connective, KZCondition const & other);
+    KZCondition & AssignPattern(int op, KZString const & pattern);
     void SetValue(int op, int type);
+    /// Exchanges all but the counts.
+    void Swap(KZCondition & other) noexcept;
     [[nodiscard]] bool Has(int connective) const noexcept;
     bool ReadDate(std::u16string_view call);
     [[nodiscard]] bool HoldsAlone(KZConditionParams const & params) const;

@@ -289,7 +289,13 @@ private:
 bool KZCondition::FromString(KZString const & text) {
     if (IsNativeFormat(text)) return FromNativeString(text);
     KZString const kept = text; // may be a part of this condition
-    return Reader(*this, kept.c_str()).Read();
+    KZCondition before(*this);
+    try {
+        return Reader(*this, kept.c_str()).Read();
+    } catch (...) {
+        Swap(before);
+        throw;
+    }
 }
 
 bool KZCondition::FromNativeString(KZString const & text) {

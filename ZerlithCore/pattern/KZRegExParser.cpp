@@ -1,6 +1,7 @@
 // Recursive descent, one token ahead. Sequences and alternates nest to the left, so only parentheses recurse.
 #include "ZerlithCore/pattern/KZRegExParser.h"
 
+#include <new>
 #include <utility>
 
 namespace {
@@ -18,10 +19,14 @@ KZSmartPtr<KZRegExSyntaxNode> MakeSet(KZUWCharSet const & set) {
 KZRegExParserBase::~KZRegExParserBase() = default;
 
 KZParsedRegEx KZRegExParserBase::Parse() {
-    if (!std::exchange(isParsed_, true)) {
+    // A parse that memory ended can't go on, and must not pass for a pattern with an error.
+    if (state_ == State::Begun) throw std::bad_alloc();
+    if (state_ == State::Fresh) {
+        state_ = State::Begun;
         GetRegExChar();
         root_ = ParseRegEx();
         if (error_ || token_ != Token::End) root_.Clear();
+        state_ = State::Parsed;
     }
     return {root_, collatingTable_, wCollatingTable_};
 }

@@ -34,7 +34,8 @@ public:
     /// The next unit of the pattern; 0 at its end, and again when asked once more.
     virtual char16_t GetNextChar() = 0;
 
-    /// Parses at the first call; later ones give the same tree, or the same failure.
+    /// Parses at the first call; later ones give the same tree, or the same failure. Errors: std::bad_alloc, from then on by
+    /// each call.
     KZParsedRegEx Parse();
 
     /// Where the tables for the match are put; null until then.
@@ -80,6 +81,8 @@ protected:
     Node ParseGroupDef();
 
 private:
+    enum class State : std::uint8_t { Fresh, Begun, Parsed };
+
     void ReadToken(bool inGroup);
     Node ParseSuffix(Node node);
     Node ParseCount(Node node);
@@ -91,7 +94,7 @@ private:
     Token token_ = Token::End;
     char16_t character_ = 0;
     bool error_ = false;
-    bool isParsed_ = false;
+    State state_ = State::Fresh;
     std::uint32_t depth_ = 0;
     Node root_;
 };

@@ -15,15 +15,18 @@
 
 namespace KZDetail {
 
+// What a pattern throws that would take more than its construction may: to callers, no memory.
+class PatternTooLarge : public std::bad_alloc {};
+
 // What construction may take, so that a short pattern can't take a machine down: 64 MB, and about a second. Both are reckoned
 // from what is made and walked through, never measured, so a pattern fails on every machine or on none. Bytes are those of
 // a 64-bit machine, with what an allocator adds to a block and what a vector takes while it grows.
-// Errors: std::bad_alloc.
+// Errors: PatternTooLarge.
 class Budget {
 public:
     void Keep(std::size_t bytes) {
         bytes_ += bytes;
-        if (bytes_ > mostBytes) throw std::bad_alloc();
+        if (bytes_ > mostBytes) throw PatternTooLarge();
     }
     [[nodiscard]] bool HasRoomFor(std::size_t bytes) const noexcept { return bytes <= mostBytes - bytes_; }
     // What is left behind by a stage.
@@ -31,7 +34,7 @@ public:
     // Nanoseconds, on a machine of the day.
     void Work(std::size_t time) {
         time_ += time;
-        if (time_ > mostTime) throw std::bad_alloc();
+        if (time_ > mostTime) throw PatternTooLarge();
     }
     // What sorting, or looking up, `count` things takes for each of them.
     static constexpr std::size_t Log(std::size_t count) {
@@ -40,7 +43,7 @@ public:
 
 private:
     static constexpr std::size_t mostBytes = 62'000'000;
-    static constexpr std::size_t mostTime = 800'000'000;
+    static constexpr std::size_t mostTime = 700'000'000;
 
     std::size_t bytes_ = 0;
     std::size_t time_ = 0;

@@ -84,16 +84,17 @@ std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & bu
             NFANode const & reached = nodes[pending.back()];
             pending.pop_back();
             for (std::uint32_t const id : reached.targets) {
-                if (id < node.id)
-                    closures[id].ForEach(find);
-                else
+                // What stands in a closure has its own in there as well.
+                if (id >= node.id)
                     find(id);
+                else if (foundFor[id] != node.id)
+                    closures[id].ForEach(find);
             }
         }
         std::ranges::sort(found);
         closures.emplace_back(found);
         budget.Keep(24 + 4 * found.size());
-        budget.Work(50 + looks + 2 * found.size() * Budget::Log(found.size()));
+        budget.Work(100 + 2 * looks + 2 * found.size() * Budget::Log(found.size()));
     }
     return closures;
 }
@@ -101,8 +102,11 @@ std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & bu
 class Determiniser {
 public:
     Determiniser(NFA const & nfa, Budget & budget)
-        : nfa_(nfa), budget_(budget), closures_(CloseNodes(nfa.nodes, budget)), unitedIn_(nfa.nodes.size()) {
-        budget.Keep(8 * nfa.nodes.size());
+        : nfa_(nfa)
+        , budget_(budget)
+        , closures_(CloseNodes(nfa.nodes, budget))
+        , marks_(nfa.nodes.size() / 64 + 1) {
+        budget.Keep(8 * marks_.size() + 12 * nfa.nodes.size()); // and of united_
     }
 
     std::vector<DFAState> Run() {
@@ -132,13 +136,13 @@ private:
     };
 
     std::uint32_t StateOf(StateSet && set) {
-        budget_.Work(40 + 2 * set.large.size());
+        budget_.Work(80 + 3 * set.large.size());
         auto const [place, isNew] =
             stateOfSet_.try_emplace(std::move(set), static_cast<std::uint32_t>(states_.size()));
         if (isNew) {
             // In the map, in the set, and among the states; its hash is made again whenever the map grows.
             std::size_t const size = place->first.large.size();
-            budget_.Keep(300 + (size == 0 ? 0 : 24 + 8 * size));
+            budget_.Keep(300 + (size == 0 ? 0 : 24 + 4 * size));
             kept_ += 120;
             budget_.Work(800 + 5 * size + Budget::Log(unprocessed_.size()) * (80 + size));
             states_.emplace_back().isAccepting = place->first.Has(nfa_.exit);
@@ -156,7 +160,7 @@ private:
             char16_t const low = bounds_[i];
             std::erase_if(active_, [low](Edge const & edge) { return edge.high <= low; });
             for (; next < edges_.size() && edges_[next].low == low; ++next) active_.push_back(edges_[next]);
-            budget_.Work(6 + 3 * active_.size());
+            budget_.Work(6 + 5 * active_.size());
             if (!active_.empty()) transitions_.Append(low, bounds_[i + 1], StateOf(UniteActive()));
         }
         budget_.Keep(24 + 8 * transitions_.size());
@@ -191,24 +195,50 @@ private:
     StateSet UniteActive() {
         if (active_.size() == 1) return closures_[active_.front().target];
         StateSet together;
-        ++unions_;
+        std::size_t first = marks_.size(); // of the words with marks
+        std::size_t last = 0;              // and one past them
         for (Edge const & edge : active_) {
             // What is united is closed, so whoever is in it has brought his own along.
-            bool const isIn = edge.target < StateSet::smallEnd ? together.HasSmall(edge.target)
-                                                               : unitedIn_[edge.target] == unions_;
+            bool const isIn =
+                edge.target < StateSet::smallEnd ? together.HasSmall(edge.target) : IsMarked(edge.target);
             if (isIn) continue;
             StateSet const & closure = closures_[edge.target];
-            budget_.Work(3 + closure.large.size());
+            budget_.Work(5 + closure.large.size());
             for (std::size_t i = 0; i < together.small.size(); ++i) together.small[i] |= closure.small[i];
-            for (std::uint32_t const id : closure.large)
-                if (std::exchange(unitedIn_[id], unions_) != unions_) together.large.push_back(id);
+            if (closure.large.empty()) continue;
+            first = std::min<std::size_t>(first, closure.large.front() / 64);
+            last = std::max<std::size_t>(last, closure.large.back() / 64 + 1);
+            Mark(closure.large);
         }
-        budget_.Work(4 * together.large.size());
-        if (!std::ranges::is_sorted(together.large)) {
-            budget_.Work(together.large.size() * Budget::Log(together.large.size()) / 4);
-            std::ranges::sort(together.large);
-        }
+        if (first < last) together.large = TakeMarks(first, last);
         return together;
+    }
+
+    [[nodiscard]] bool IsMarked(std::uint32_t id) const { return (marks_[id / 64] >> id % 64 & 1U) != 0; }
+
+    // Many in a row belong to one word, which is written once.
+    void Mark(std::vector<std::uint32_t> const & sorted) {
+        std::uint32_t word = sorted.front() / 64;
+        std::uint64_t bits = 0;
+        for (std::uint32_t const id : sorted) {
+            if (id / 64 != word) {
+                marks_[word] |= std::exchange(bits, 0);
+                word = id / 64;
+            }
+            bits |= std::uint64_t{1} << id % 64;
+        }
+        marks_[word] |= bits;
+    }
+
+    // The marked nodes of some words, in ascending order; their marks go.
+    std::vector<std::uint32_t> const & TakeMarks(std::size_t first, std::size_t last) {
+        united_.clear();
+        for (std::size_t word = first; word < last; ++word)
+            for (std::uint64_t bits = std::exchange(marks_[word], 0); bits != 0; bits &= bits - 1)
+                united_.push_back(static_cast<std::uint32_t>(word * 64) +
+                                  static_cast<std::uint32_t>(std::countr_zero(bits)));
+        budget_.Work(60 + 2 * (last - first) + 3 * united_.size());
+        return united_;
     }
 
     [[nodiscard]] bool AcceptsEverything(std::uint32_t state) const {
@@ -220,9 +250,8 @@ private:
 
     NFA const & nfa_;
     Budget & budget_;
-    std::vector<StateSet> closures_;      // by node
-    std::vector<std::uint64_t> unitedIn_; // by node: the last union that took it in
-    std::uint64_t unions_ = 0;
+    std::vector<StateSet> closures_;   // by node
+    std::vector<std::uint64_t> marks_; // a bit for each node: it is in the union at work
     std::vector<DFAState> states_;
     StateMap stateOfSet_;
     std::set<Entry, BySet> unprocessed_;
@@ -230,6 +259,7 @@ private:
     std::vector<Edge> edges_;
     std::vector<Edge> active_;
     std::vector<char16_t> bounds_;
+    std::vector<std::uint32_t> united_;
     Transitions transitions_{noState};
     std::size_t mostEdges_ = 0;
     std::size_t kept_ = 0; // bytes of the states

@@ -15,24 +15,38 @@ MatchTables::MatchTables(std::vector<DFAState> const & states, Budget & budget) 
     // Long patterns of many different units would have rows as long as they are themselves.
     constexpr std::size_t mostCells = 4 * 1024 * 1024;
     MakeClasses(states, budget);
-    bool const hasRoom = budget.HasRoomFor(states.size() * (21 + 4 * std::size_t{classCount_}));
-    if (hasRoom && states.size() <= mostCells / classCount_) MakeRows(states, budget);
+    std::size_t const bytes = states.size() * (21 + 4 * std::size_t{classCount_});
+    if (states.size() > mostCells / classCount_ || !budget.HasRoomFor(bytes)) return;
+    budget.Keep(bytes);
+    MakeRows(states, budget);
 }
 
 // By itself the loop keeps all that it needs in registers: inlined into a caller that has more to do it takes twice as long.
 bool MatchTables::Match(std::u16string_view text) const noexcept { return Match(text, Identity{}); }
 
-// Classes are the pieces between all ends of ranges. A page that lies in one piece is shared by all such pages.
-void MatchTables::MakeClasses(std::vector<DFAState> const & states, Budget & budget) {
-    std::vector<bool> isBound(0x10001);
-    isBound[0] = isBound[0x10000] = true;
+// Where classes begin, and the end of all units: classes are the pieces between all ends of ranges.
+std::vector<std::uint32_t> MatchTables::FindBounds(std::vector<DFAState> const & states, Budget & budget) {
+    std::array<std::uint64_t, 0x10000 / 64> isBound{}; // by bits
+    auto const mark = [&isBound](char16_t unit) { isBound[unit / 64] |= std::uint64_t{1} << unit % 64; };
+    mark(0);
     for (DFAState const & state : states) {
         budget.Work(5 + 2 * state.transitions.size());
-        for (auto const & range : state.transitions) isBound[range.low] = isBound[range.high] = true;
+        for (auto const & range : state.transitions) {
+            mark(range.low);
+            mark(range.high);
+        }
     }
-    std::vector<std::uint32_t> bounds; // where classes begin, and the end of all units
-    for (std::uint32_t unit = 0; unit < isBound.size(); ++unit)
-        if (isBound[unit]) bounds.push_back(unit);
+    std::vector<std::uint32_t> bounds;
+    for (std::uint32_t word = 0; word < isBound.size(); ++word)
+        for (std::uint64_t bits = isBound[word]; bits != 0; bits &= bits - 1)
+            bounds.push_back(word * 64 + static_cast<std::uint32_t>(std::countr_zero(bits)));
+    bounds.push_back(0x10000);
+    return bounds;
+}
+
+// A page that lies in one class is shared by all such pages.
+void MatchTables::MakeClasses(std::vector<DFAState> const & states, Budget & budget) {
+    std::vector<std::uint32_t> const bounds = FindBounds(states, budget);
     classCount_ = static_cast<std::uint32_t>(bounds.size() - 1);
 
     std::uint32_t piece = 0;

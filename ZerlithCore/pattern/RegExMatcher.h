@@ -40,6 +40,7 @@ private:
         std::array<char16_t, 4> span{}; // last unit minus the first
     };
 
+    static std::vector<std::uint32_t> FindBounds(std::vector<DFAState> const & states, Budget & budget);
     void MakeClasses(std::vector<DFAState> const & states, Budget & budget);
     void MakeRows(std::vector<DFAState> const & states, Budget & budget);
     static Loop MakeLoop(DFAState const & state, std::uint32_t self);

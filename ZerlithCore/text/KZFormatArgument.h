@@ -40,7 +40,7 @@ concept IsText = std::is_class_v<T> &&
      ConvertsToOneOf<T, std::u16string_view, std::string_view, std::u8string_view, std::wstring_view>);
 
 template <IsText Text>
-auto ViewOf(Text const & text) noexcept {
+auto ViewOf(Text const & text) {
     if constexpr (ConvertsToOneOf<Text, std::string_view>)
         return static_cast<std::string_view>(text);
     else if constexpr (ConvertsToOneOf<Text, std::u8string_view>)
@@ -71,7 +71,7 @@ struct FormatArgument {
     static constexpr std::size_t terminated = static_cast<std::size_t>(-1);
 
     Kind kind = Kind::None;
-    /// Of a number as it is passed, 4 or 8; of the integer behind a pointer, where "%n" may write; else 0.
+    /// Of a number; of the integer behind a pointer, where "%n" may write; else 0.
     std::uint8_t bytes = 0;
     std::size_t length = 0;
     union {
@@ -84,10 +84,10 @@ struct FormatArgument {
     template <class Number>
     requires std::is_integral_v<Number> FormatArgument(Number number)
     noexcept
-        : kind(isOneOf<Number, char, char16_t> ? Kind::Character
-               : std::is_signed_v<Number>      ? Kind::Signed
-                                               : Kind::Unsigned)
-        , bytes(sizeof(Number) > 4 ? 8 : 4)
+        : kind(isOneOf<Number, char, char8_t, char16_t, char32_t, wchar_t> ? Kind::Character
+               : std::is_signed_v<Number>                                  ? Kind::Signed
+                                                                           : Kind::Unsigned)
+        , bytes(sizeof(Number))
         , bits(static_cast<std::uint64_t>(number)) {}
     template <class Number>
     requires std::is_floating_point_v<Number> FormatArgument(Number number)
@@ -105,7 +105,7 @@ struct FormatArgument {
             pointer = const_cast<void const *>(static_cast<void const volatile *>(object));
     }
     template <IsText Text>
-    FormatArgument(Text const & text) noexcept : FormatArgument(ViewOf(text)) {}
+    FormatArgument(Text const & text) : FormatArgument(ViewOf(text)) {}
     template <class Unit>
     FormatArgument(std::basic_string_view<Unit> text) noexcept
         : kind(KindBehind<Unit>()), length(text.size()), pointer(text.data()) {}
@@ -118,10 +118,11 @@ private:
         if (std::is_same_v<Object, wchar_t>) return Kind::Wide;
         return std::is_void_v<Object> ? Kind::Untyped : Kind::Pointer;
     }
+    /// Without the unsigned types that older programs have for units and bytes of text.
     template <class Object>
     static constexpr std::uint8_t BytesBehind() noexcept {
-        if constexpr (isOneOf<Object, signed char, unsigned char, short, unsigned short, int, unsigned int,
-                              long, unsigned long, long long, unsigned long long>)
+        if constexpr (isOneOf<Object, signed char, short, int, unsigned int, long, unsigned long, long long,
+                              unsigned long long>)
             return sizeof(Object);
         else
             return 0;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace {
 
@@ -35,9 +36,12 @@ KZErrorID KZMbCodePageConverter::ConvertToUnicode(KZString & dest, char const * 
 }
 
 KZErrorID KZMbCodePageConverter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
-    dest.clear();
-    if (src.IsNull()) return {};
-    if (!KZPlatform::EncodeCodePage(codePage_, KZTextOf(src), dest)) return LastError();
+    std::string bytes;
+    if (!src.IsNull() && !KZPlatform::EncodeCodePage(codePage_, KZTextOf(src), bytes)) {
+        dest.clear();
+        return LastError();
+    }
+    dest = std::move(bytes);
     return {};
 }
 

@@ -75,13 +75,14 @@ KZErrorID KZLatinStringConverter::ConvertToUnicode(KZString & dest, char const *
 
 KZErrorID KZLatinStringConverter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
     std::u16string_view const units = KZTextOf(src);
+    unsigned seen = 0;
+    for (char16_t const unit : src) seen |= unit;
+    KZErrorID error;
+    if (seen >= 256) error = new KZError(glbKZOREMsgSourceP, UnsupportedCharacters);
     dest.resize(units.size());
     std::ranges::transform(units, dest.begin(),
                            [](char16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; });
-    unsigned seen = 0;
-    for (char16_t const unit : src) seen |= unit;
-    if (seen < 256) return {};
-    return new KZError(glbKZOREMsgSourceP, UnsupportedCharacters);
+    return error;
 }
 
 // --- KZStringUTF8Converter
@@ -100,7 +101,9 @@ KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * 
         dest.Reserve(RoomFor(size + 1));
         result = KZPlatform::DecodeUtf8(bytes, {GetStrDataP(dest), size}, KZPlatform::Utf8Mode::Replace);
         if (result.status == KZPlatform::Utf8Status::Done) break;
-        // Broken sequences take more units than were counted, but no more than there are bytes.
+        // Broken sequences take more units than were counted, but no more than there are bytes. The part that was decoded
+        // mustn't stay when there is no memory for them.
+        dest.Clear();
     }
     GetStrDataP(dest)[result.written] = u'\0';
     *GetStrDataLenP(dest) = static_cast<std::uint32_t>(result.written);
@@ -108,7 +111,6 @@ KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * 
 }
 
 KZErrorID KZStringUTF8Converter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
-    dest.clear();
-    KZPlatform::AppendUtf8(dest, KZTextOf(src), KZPlatform::Utf8Mode::Replace);
+    dest = KZPlatform::UnitsToUtf8(KZTextOf(src), KZPlatform::Utf8Mode::Replace);
     return {};
 }

@@ -293,7 +293,7 @@ private:
         case u'g':
         case u'G': return WriteDouble(conversion, DoubleOf(argument));
         case u'c':
-        case u'C': return WriteUnit(conversion, static_cast<int>(argument.bits));
+        case u'C': return WriteUnit(conversion, argument);
         case u's':
         case u'S': return WriteText(conversion, argument);
         case u'n': return StoreSize(argument);
@@ -437,13 +437,29 @@ private:
         }
     }
 
-    void WriteUnit(Conversion const & conversion, int code) {
-        auto unit = static_cast<char16_t>(code);
-        if (IsNarrow(conversion)) unit = (code & 0x80) == 0 ? static_cast<char16_t>(code & 0x7F) : u'\uFFFD';
-        WriteField(conversion, std::u16string_view(&unit, 1));
+    void WriteUnit(Conversion const & conversion, FormatArgument const & argument) {
+        char16_t units[2];
+        WriteField(conversion, std::u16string_view(units, SplitCharacter(conversion, argument, units)));
         // The 0 stands in front of the padding on its right, if there is any.
-        if (unit == u'\0')
+        if (units[0] == u'\0')
             end_ = std::min(end_, out_.Size() - (conversion.left ? std::max(conversion.width, 1) : 1));
+    }
+
+    /// Stores the one or two units of a character. A byte above 127 is no character of UTF-8.
+    static std::size_t SplitCharacter(Conversion const & conversion, FormatArgument const & argument,
+                                      char16_t * units) noexcept {
+        auto const code = static_cast<std::uint32_t>(argument.bits);
+        bool const isCharacter = argument.kind == Kind::Character;
+        bool const isByte = IsNarrow(conversion) || (isCharacter && argument.bytes == sizeof(char));
+        bool const isPair = isCharacter && code > 0xFFFF && code <= 0x10FFFF;
+        if (isPair && !isByte) {
+            units[0] = static_cast<char16_t>(0xD7C0 + (code >> 10));
+            units[1] = static_cast<char16_t>(0xDC00 | (code & 0x3FF));
+            return 2;
+        }
+        bool const isBad = isByte ? (code & 0x80) != 0 : isCharacter && code > 0x10FFFF;
+        units[0] = isBad ? u'\uFFFD' : static_cast<char16_t>(isByte ? code & 0x7F : code);
+        return 1;
     }
 
     void WriteText(Conversion const & conversion, FormatArgument const & argument) {
@@ -493,8 +509,9 @@ private:
         return units;
     }
 
+    /// A number isn't a place to write to, whatever the format says.
     void StoreSize(FormatArgument const & argument) const noexcept {
-        if (argument.bytes == 0 || !argument.pointer) return;
+        if (argument.kind < Kind::Units || argument.bytes == 0 || !argument.pointer) return;
         auto const store = [target = const_cast<void *>(argument.pointer)](auto count) {
             std::memcpy(target, &count, sizeof count);
         };

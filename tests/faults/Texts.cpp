@@ -11,6 +11,7 @@ class Strings : public Work {
         text_.Lower();
         upper_ = text_.SubStr(0, 3);
         upper_.Upper();
+        if (broken_.SetFromUTF8("abc" + std::string(30, '\xE2')).Bad()) return false;
         if (back_.SetFromUTF8(text_.AsUTF8()).Bad()) return false;
         std::unordered_map<KZString, int> counts;
         for (char16_t const unit : text_) ++counts[KZString(unit)];
@@ -19,11 +20,14 @@ class Strings : public Work {
     }
     void Check(bool isWhole) override {
         Expect(!isWhole || (text_ == back_ && isSame_ && upper_ == u"ZO\u00CB"), "another text");
+        Expect(broken_.IsNull() || broken_ == u"kept" ||
+                   broken_ == KZString(u"abc") + KZString(u'\uFFFD', 30),
+               "half a text");
         KZString accent(u"\u00E9");
         accent.Upper();
         Expect(accent == u"\u00C9", "upper case is lost");
     }
-    KZString text_, upper_, back_;
+    KZString text_, upper_, back_, broken_{u"kept"};
     bool isSame_ = false;
 };
 

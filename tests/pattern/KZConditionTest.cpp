@@ -147,6 +147,10 @@ TEST(KZCondition, EvaluatesFromLeftToRight) {
     plain == KZString(u"a timeout occurred");
     EXPECT_TRUE(plain.Evaluate(fields) && !plain.IsRegularExpression());
     EXPECT_TRUE(FieldCondition().IsNull() && !plain.IsNull());
+    KZString const large(u"((((((((a{9}){9}){9}){9}){9}){9}){9}){9}){9}");
+    EXPECT_THROW(plain % large, std::bad_alloc);
+    EXPECT_TRUE(plain.Evaluate(fields) && !plain.IsRegularExpression()) << "unchanged";
+    EXPECT_FALSE(plain.FromString(KZString(u"text % ") + large));
 }
 
 TEST(KZCondition, ReadsBackItsNativeForm) {
@@ -172,14 +176,15 @@ TEST(KZCondition, ReadsBackItsNativeForm) {
         }
     };
     for (int i = 0; i < 300; ++i) {
+        bool const isSmall = i % 10 == 0;
         FieldCondition condition;
-        fill(condition, 4);
+        fill(condition, isSmall ? 2 : 4);
         KZString const native = condition.ToString(true);
         FieldCondition const back(native);
         ASSERT_TRUE(back.isGood) << native.AsUTF8() << " seed 29, " << i;
         ASSERT_EQ(back.ToString(true), native);
         // Cut anywhere, it is refused and changes nothing; unless what goes is a null condition, which has no text.
-        for (std::uint32_t length = 2; i % 10 == 0 && length < native.Length(); ++length) {
+        for (std::uint32_t length = 2; isSmall && length < native.Length(); ++length) {
             FieldCondition cut = Term(u"kept", 1);
             KZString const part = native.SubStr(0, length);
             KZString const expected = cut.FromString(part) ? part : KZString(u"@@4@kept@3@2@1@0@");

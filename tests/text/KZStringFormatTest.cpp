@@ -107,6 +107,11 @@ TEST(KZStringFormat, KnowsTheTypesOfItsArguments) {
          u"2 5000000000 1 97 -1"},
         {__LINE__, Typed(u"%.1f %g %.2f", 1, 2.5F, 3.0L), u"1.0 2.5 3.00"},
         {__LINE__, Typed(u"%*d|%.*s", 3L, 1, std::size_t{1}, u"xy"), u"  1|x"},
+        // Characters of any kind; a byte above 127 alone is none.
+        {__LINE__, Typed(u"%c%s%4c|%c%d", L'\U0001F600', U'x', U'\U0001F600', u8'y', L'z'),
+         u"\U0001F600x  \U0001F600|y122"},
+        {__LINE__, Typed(u"%c%c%C", '\xE9', char32_t{0x110000}, u'\xE9'), u"\uFFFD\uFFFD\uFFFD"},
+        {__LINE__, Typed(u"a%cb", L'\0'), u"a"},
         {__LINE__, Typed(u"%p %x", reinterpret_cast<int *>(0xBEEF), reinterpret_cast<int *>(0x123456789)),
          u"0xbeef 123456789"},
         // What a conversion can't show prints by its own.
@@ -127,9 +132,11 @@ TEST(KZStringFormat, KnowsTheTypesOfItsArguments) {
     EXPECT_EQ(zeros.Length(), 6U);
     char16_t text[] = u"kept";
     double real = 1.5;
-    EXPECT_EQ(Typed(u"ab%n%n%n", text, &real, &number), u"ab")
+    unsigned short old[] = {u'k', 0};
+    unsigned char bytes[] = "kept";
+    EXPECT_EQ(Typed(u"ab%n%n%n%n%n%n%n", text, &real, &number, old, bytes, 42, u'x'), u"ab")
         << "only integers that may change are written to";
-    EXPECT_TRUE(text == u"kept"sv && real == 1.5 && number == -7);
+    EXPECT_TRUE(text == u"kept"sv && real == 1.5 && number == -7 && old[0] == u'k' && bytes[0] == 'k');
 }
 
 template <class... Values>
