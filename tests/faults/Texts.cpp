@@ -11,7 +11,7 @@ class Strings : public Work {
         text_.Lower();
         upper_ = text_.SubStr(0, 3);
         upper_.Upper();
-        if (broken_.SetFromUTF8("abc" + std::string(30, '\xE2')).Bad()) return false;
+        if (broken_.SetFromUTF8("abc" + std::string(30, '\x80')).Bad()) return false;
         if (back_.SetFromUTF8(text_.AsUTF8()).Bad()) return false;
         std::unordered_map<KZString, int> counts;
         for (char16_t const unit : text_) ++counts[KZString(unit)];
