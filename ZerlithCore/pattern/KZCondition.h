@@ -191,8 +191,8 @@ private:
 
     template <class Number>
     KZCondition & AssignNumber(int op, Number value) {
-        if constexpr (std::is_same_v<Number, char16_t>)
-            return AssignKZString(op, KZString(value));
+        if constexpr (KZDetail::IsUnit<Number>)
+            return AssignKZString(op, KZString(static_cast<char16_t>(value)));
         else
             return AssignDouble(op, KZDouble(static_cast<double>(value)));
     }

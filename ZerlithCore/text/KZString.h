@@ -246,7 +246,8 @@ public:
     ///
     /// The types of the arguments are known: "%d" prints all bits of a wider number, "%f" an integer as well. An argument
     /// that its conversion can't show prints as "%d", "%u", "%c", "%g", "%s" or "%p" would; one that is missing is 0 or
-    /// null; "%n" writes to integers only, in their own size.
+    /// null; "%n" writes only through pointers to integers, in their own size, and not through those that may be a text. A `char32_t`
+    /// or `wchar_t` above U+FFFF is two units.
     template <KZFormattable... Arguments>
     void Format(char16_t const * format, Arguments const &... arguments) {
         KZDetail::FormatArgument const list[] = {KZDetail::FormatArgument(arguments)..., {}};

@@ -147,6 +147,9 @@ TEST(KZCondition, EvaluatesFromLeftToRight) {
     plain == KZString(u"a timeout occurred");
     EXPECT_TRUE(plain.Evaluate(fields) && !plain.IsRegularExpression());
     EXPECT_TRUE(FieldCondition().IsNull() && !plain.IsNull());
+    EXPECT_EQ((plain == 'x').ToString(false), u"text = \"x\"");
+    EXPECT_EQ((plain == u'y').ToString(false), u"text = \"y\"");
+    plain == KZString(u"a timeout occurred");
     KZString const large(u"((((((((a{9}){9}){9}){9}){9}){9}){9}){9}){9}");
     EXPECT_THROW(plain % large, std::bad_alloc);
     EXPECT_TRUE(plain.Evaluate(fields) && !plain.IsRegularExpression()) << "unchanged";
