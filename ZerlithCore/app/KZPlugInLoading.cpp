@@ -14,6 +14,7 @@
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/text/KZWideText.h"
 
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -111,25 +112,6 @@ Found FilesOfPlace(KZString const & place, KZString const & extension) {
     KZString const directory = KZPath(listFile).GetDirectory();
     return FilesOfList(listFile, directory.IsNull() ? KZString(u".") : directory);
 }
-
-// Makes a directory the current one, and puts the old one back.
-class WorkingDirectory {
-public:
-    WorkingDirectory(KZString const & directory, bool change) : change_(change) {
-        if (!change_) return;
-        saved_ = KZPlatform::GetWorkingDirectory();
-        static_cast<void>(KZPlatform::SetWorkingDirectory(std::u16string_view(directory)));
-    }
-    ~WorkingDirectory() {
-        if (change_) static_cast<void>(KZPlatform::SetWorkingDirectory(saved_));
-    }
-    WorkingDirectory(WorkingDirectory const &) = delete;
-    WorkingDirectory & operator=(WorkingDirectory const &) = delete;
-
-private:
-    bool change_;
-    std::u16string saved_;
-};
 
 // Gives a variable another value, and puts the old one back.
 template <class T>
@@ -240,7 +222,8 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
     for (KZString const & file : files.files)
         complete.push_back(KZPath(file).MakeComplete(configured ? files.directory : KZString()).AsString());
 
-    WorkingDirectory const current(files.directory, changeDirectory && files.error.Good());
+    std::optional<KZPlatform::WorkingDirectoryChange> current;
+    if (changeDirectory && files.error.Good()) current.emplace(std::u16string_view(files.directory));
     KZErrorID result = files.error;
     KZGuard<KZFairLock> const guard(state_->lock);
     std::uint32_t const before = loaded_.size();

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <filesystem>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,22 @@ bool SetEnvironment(std::u16string_view name, std::u16string_view value);
 /// The working directory, from the root; empty when it is gone.
 [[nodiscard]] std::u16string GetWorkingDirectory();
 bool SetWorkingDirectory(std::u16string_view path);
+
+/// Another working directory for as long as this object lives.
+///
+/// Thread safety: the working directory is the process's.
+class WorkingDirectoryChange {
+public:
+    /// Goes to `path`, or stays where the system refuses that. Errors: std::bad_alloc, with nothing changed.
+    explicit WorkingDirectoryChange(std::u16string_view path);
+    /// Goes back, which takes no memory.
+    ~WorkingDirectoryChange();
+    WorkingDirectoryChange(WorkingDirectoryChange const &) = delete;
+    WorkingDirectoryChange & operator=(WorkingDirectoryChange const &) = delete;
+
+private:
+    std::filesystem::path former_; // as the system writes it
+};
 
 /// Where the system wants temporary files, without a trailing separator.
 [[nodiscard]] std::u16string GetTemporaryDirectory();

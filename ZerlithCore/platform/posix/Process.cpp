@@ -44,6 +44,13 @@ std::u16string GetWorkingDirectory() {
 
 bool SetWorkingDirectory(std::u16string_view path) { return Succeeded(chdir(PathBytes(path).c_str())); }
 
+WorkingDirectoryChange::WorkingDirectoryChange(std::u16string_view path)
+    : former_(PathBytes(GetWorkingDirectory())) {
+    static_cast<void>(SetWorkingDirectory(path));
+}
+
+WorkingDirectoryChange::~WorkingDirectoryChange() { static_cast<void>(Succeeded(chdir(former_.c_str()))); }
+
 std::u16string GetTemporaryDirectory() {
     std::u16string directory = GetEnvironment(u"TMPDIR").value_or(std::u16string());
     while (directory.size() > 1 && directory.back() == u'/') directory.pop_back();

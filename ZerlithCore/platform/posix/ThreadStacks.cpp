@@ -59,8 +59,10 @@ int InstallAnswer() noexcept {
     return 0;
 }
 
+/// The signal, or 0 while every one is in use. Requires: the caller holds `oneCollection`.
 int AnswerSignal() noexcept {
-    static int const number = InstallAnswer();
+    static constinit int number = 0;
+    if (number == 0) number = InstallAnswer();
     return number;
 }
 
@@ -78,18 +80,19 @@ bool AwaitAnswer() noexcept {
 } // namespace
 
 std::size_t CollectStackOf(ThreadHandle thread, std::span<void *> addresses) noexcept {
-    if (!thread || addresses.empty() || AnswerSignal() == 0 || thread->ended.load() != 0) return 0;
+    if (!thread || addresses.empty() || thread->ended.load() != 0) return 0;
     oneCollection.Lock();
+    int const signal = AnswerSignal();
     request.addresses = addresses;
     request.count = 0;
     request.thread.store(thread->kernelId.load(std::memory_order_relaxed), std::memory_order_relaxed);
     request.state.store(Asked, std::memory_order_release);
     // Under the lock the thread can't end between the question and the signal.
     thread->lock.Lock();
-    bool const isAlive = request.thread.load(std::memory_order_relaxed) != 0 &&
+    bool const isAlive = signal != 0 && request.thread.load(std::memory_order_relaxed) != 0 &&
                          thread->ended.load(std::memory_order_relaxed) == 0;
     bool const isSent =
-        isAlive && tgkill(getpid(), thread->kernelId.load(std::memory_order_relaxed), AnswerSignal()) == 0;
+        isAlive && tgkill(getpid(), thread->kernelId.load(std::memory_order_relaxed), signal) == 0;
     thread->lock.Unlock();
     std::size_t const count = isSent && AwaitAnswer() ? request.count : 0;
     request.state.store(Idle, std::memory_order_relaxed);
