@@ -112,14 +112,14 @@ void KZPlugInLibraries::DropAll(Objects & objects) noexcept {
         hasDropped = false;
         for (KZSmartPtr<KZRefCountI> & object : objects) {
             if (object.IsNull() || IsHeldElsewhere(*object)) continue;
-            Drop(object);
+            LetGo(object);
             hasDropped = true;
         }
     }
     for (KZSmartPtr<KZRefCountI> & object : objects) {
         if (object.IsNull()) continue;
         Keep(CodeOf(*object), L"objects of it are still held");
-        Drop(object);
+        LetGo(object);
     }
 }
 

@@ -34,6 +34,8 @@ public:
     /// A library stays in memory for the rest of the process, and a line tells so, when somebody else still holds one of
     /// these objects, when the destructor of one didn't come to its end, and when threads are running in it.
     void LetGo(Objects objects) noexcept;
+    /// Lets go of one object, which becomes null, and of no library. Null is ignored.
+    void LetGo(KZSmartPtr<KZRefCountI> & object) noexcept;
 
     /// Makes a call that destroys objects of plug-ins. What would end the process is told, and the call given up.
     /// Tells whether it came back.
