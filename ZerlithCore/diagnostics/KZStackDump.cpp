@@ -10,6 +10,7 @@
 #include <array>
 #include <cinttypes>
 #include <cstdio>
+#include <new>
 #include <utility>
 
 namespace {
@@ -71,19 +72,29 @@ KZString FromUtf8(std::string const & text) {
     return KZString(std::u16string_view(KZPlatform::Utf8ToUnits(text, KZPlatform::Utf8Mode::Replace)));
 }
 
-} // namespace
-
-KZStackDump::KZStackDump() {
-    dumpLock.Lock();
-    std::array<void *, maxFrames> addresses;
-    std::size_t const count = KZPlatform::CaptureStack(addresses);
-    stackText_ = Describe({addresses.data(), count});
+template <class Action>
+void IfMemoryAllows(Action action) {
+    try {
+        action();
+    } catch (std::bad_alloc const &) {
+        // The text stays empty.
+    }
 }
 
-KZStackDump::KZStackDump(KZPlatform::Fault const & fault) : code_(fault.code) {
-    dumpLock.Lock();
-    exceptionText_ = DescribeFault(fault);
-    stackText_ = Describe(fault.stack);
+} // namespace
+
+// The others call this one, so that the destructor unlocks whatever becomes of the texts.
+KZStackDump::KZStackDump(std::uint32_t code) noexcept : code_(code) { dumpLock.Lock(); }
+
+KZStackDump::KZStackDump() : KZStackDump(0) {
+    std::array<void *, maxFrames> addresses;
+    std::size_t const count = KZPlatform::CaptureStack(addresses);
+    IfMemoryAllows([&] { stackText_ = Describe({addresses.data(), count}); });
+}
+
+KZStackDump::KZStackDump(KZPlatform::Fault const & fault) : KZStackDump(fault.code) {
+    IfMemoryAllows([&] { exceptionText_ = DescribeFault(fault); });
+    IfMemoryAllows([&] { stackText_ = Describe(fault.stack); });
 }
 
 KZStackDump::~KZStackDump() { Release(); }

@@ -19,6 +19,8 @@ struct Fault;
 ///
 /// There is one dump at a time in the process: an object holds a lock from its construction to `Release` or its end, so
 /// two threads that raise at once wait for each other. Nothing that may wait for another lock belongs in between.
+///
+/// Texts for which there is no memory are empty: a fault stays the fault that it is.
 class KZ_EXPORT KZStackDump {
 public:
     /// The stack of the caller.
@@ -49,6 +51,8 @@ public:
     [[nodiscard]] static std::string Describe(std::span<void * const> addresses);
 
 private:
+    explicit KZStackDump(std::uint32_t code) noexcept;
+
     std::string exceptionText_;
     std::string stackText_;
     std::uint32_t code_ = 0;

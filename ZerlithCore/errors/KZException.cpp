@@ -9,6 +9,7 @@
 #include "ZerlithCore/platform/LastError.h"
 
 #include <cstdlib>
+#include <new>
 #include <ostream>
 
 namespace {
@@ -23,6 +24,16 @@ KZString FromUtf8(std::string const & text) {
     return units;
 }
 
+/// What `make` gives; nothing without memory, since an exception must stay the one that it is.
+template <class Maker>
+KZString TextOrNone(Maker make) {
+    try {
+        return make();
+    } catch (std::bad_alloc const &) {
+        return {};
+    }
+}
+
 KZString TakeStack() {
     // The first exception that wants a stack decides for all.
     static bool const isDisabled = std::getenv("KZ_DISABLE_STACK") != nullptr;
@@ -31,12 +42,16 @@ KZString TakeStack() {
     return FromUtf8(dump.GetStackText());
 }
 
-KZString SystemText(int error) { return KZString(KZPlatform::ErrorText(error).value_or(std::u16string())); }
+KZString SystemText(int error) {
+    return TextOrNone([=] { return KZString(KZPlatform::ErrorText(error).value_or(std::u16string())); });
+}
 
 KZString SourceText(long code, KZSmartPtr<KZMessageSource> const & source) {
-    KZString text;
-    if (!source.IsNull()) static_cast<void>(source->GetText(text, code, KZFormatContext()));
-    return text;
+    return TextOrNone([&] {
+        KZString text;
+        if (!source.IsNull()) static_cast<void>(source->GetText(text, code, KZFormatContext()));
+        return text;
+    });
 }
 
 } // namespace
@@ -44,12 +59,13 @@ KZString SourceText(long code, KZSmartPtr<KZMessageSource> const & source) {
 // --- KZException
 
 KZException::KZException(KZString const & message, bool noStack) : message_(message) {
-    if (!noStack) stack_ = TakeStack();
+    if (!noStack) stack_ = TextOrNone(TakeStack);
 }
 
-KZException::KZException(KZStackDump & dump) : stack_(FromUtf8(dump.GetStackText())) {
-    message_ = FromUtf8(dump.GetReport()) + Marker + FromUtf8(dump.GetExceptionText());
-}
+KZException::KZException(KZStackDump & dump)
+    : stack_(TextOrNone([&] { return FromUtf8(dump.GetStackText()); })), message_(TextOrNone([&] {
+        return FromUtf8(dump.GetReport()) + Marker + FromUtf8(dump.GetExceptionText());
+    })) {}
 
 KZException::KZException(KZException const & other) = default;
 
@@ -73,10 +89,13 @@ char16_t const * KZException::What() const noexcept {
 
 void KZException::LogInErrorFile(LogOpt option) const {
     if (logged_ && option != LogAlways) return;
+    KZString report;
+    if (GlbGetTraceLevel() != 0) {
+        bool const isComposed = message_.Find(Marker) != KZString::npos;
+        report = isComposed ? Report() : KZDebug::ComposeReport(message_, stack_);
+    }
     logged_ = true;
-    if (GlbGetTraceLevel() == 0) return;
-    bool const isReported = message_.Find(Marker) != KZString::npos;
-    KZString const report = isReported ? Report() : KZDebug::ComposeReport(message_, stack_);
+    if (report.IsNull()) return;
     KZLockedCOUT const console;
     KZLockedCOUT::GetCout(1) << report << std::flush;
 }

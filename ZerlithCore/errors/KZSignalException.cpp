@@ -5,6 +5,8 @@
 #include "ZerlithCore/platform/Faults.h"
 #include "ZerlithCore/platform/FloatingPoint.h"
 
+#include <new>
+
 namespace {
 
 // Runs as if the instruction that failed had called it, outside of the signal handler.
@@ -20,8 +22,12 @@ KZSignalException::KZSignalException(KZStackDump & dump) : KZException(dump), co
     if (dump.IsReported()) return;
     dump.SetReported();
     KZDebug::CallReportHooks();
-    KZDebug::AppendToErrorLog(Report());
-    KZSignalException::LogInErrorFile(LogAlways);
+    try {
+        KZDebug::AppendToErrorLog(Report());
+        KZSignalException::LogInErrorFile(LogAlways);
+    } catch (std::bad_alloc const &) {
+        // Whoever catches the fault can still log it.
+    }
 }
 
 KZSignalException::KZSignalException(KZSignalException const & other) = default;
@@ -34,6 +40,7 @@ KZSignalException::~KZSignalException() {
 void KZSignalException::LogInErrorFile(LogOpt option) const { KZException::LogInErrorFile(option); }
 
 void KZInitCatchSignal() {
+    // In this order, since floating-point faults that nobody translates end the process.
+    if (!KZPlatform::TranslateFaults(&ThrowFault)) throw KZWindowsLastErrorException();
     KZPlatform::RaiseFloatingPointFaults();
-    KZPlatform::TranslateFaults(&ThrowFault);
 }

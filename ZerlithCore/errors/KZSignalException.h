@@ -35,4 +35,7 @@ private:
 /// underflow, invalid and denormal operands among them. Calling it again changes nothing.
 ///
 /// Other threads, faults of other kinds, and signals that somebody sends keep their former course.
+///
+/// Errors: KZWindowsLastErrorException, with nothing changed, when the system has no memory or no file handle to prepare a
+/// thread that isn't a KZThread; calling it again tries again.
 KZ_EXPORT void KZInitCatchSignal();

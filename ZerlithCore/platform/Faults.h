@@ -51,7 +51,8 @@ using FaultThrower = void (*)(Fault const & fault);
 ///
 /// What isn't a fault of the list, happens on another thread, is sent by somebody (`kill`, `raise`), or happens inside
 /// the memory allocator or during the report of another fault, takes the course that it had before: the former handler
-/// or the default action. False when the system has no memory for the thread's spare stacks; nothing is changed then.
+/// or the default action. False, with the reason in the thread's last error, when the system has no memory for the thread's spare stacks, or doesn't tell
+/// where its stack is; nothing is changed then. On a thread of `NewThread` neither happens.
 bool TranslateFaults(FaultThrower thrower) noexcept;
 
 /// Takes back the reserve at the end of the calling thread's stack that a stack overflow has opened for those who clean up

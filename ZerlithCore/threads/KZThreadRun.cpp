@@ -54,7 +54,7 @@ void KZThread::StartThreadWrapper(void * thread) noexcept { static_cast<KZThread
 void KZThread::RunBody() noexcept {
     Run run;
     run_ = &run;
-    KZInitCatchSignal();
+    KZInitCatchSignal(); // throws on foreign threads only
     isSingleThreadedApartment = (flags_.load() & comModelMask) == SingleThreaded;
     bool const finished = Call(body_);
     MarkEnded();

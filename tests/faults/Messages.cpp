@@ -1,6 +1,8 @@
 // Errors with their texts, message files, log channels and log files.
 #include "faults/Work.h"
 
+#include <thread>
+
 namespace {
 
 /// A message file is written, and an error tells its text from it.
@@ -67,6 +69,30 @@ class Exceptions : public Work {
     }
     void Check(bool isWhole) override { Expect(!isWhole || text_ == u"on purpose", "another text"); }
     KZString text_;
+};
+
+/// What the processor refuses arrives as what it is, whatever becomes of its report.
+class Signals : public Work {
+    bool Act() override {
+        KZInitCatchSignal();
+        KZDebug::ChangeErrorLogFileName(Path(""), u"report");
+        isReady_ = true;
+        try {
+            *static_cast<int volatile *>(nullptr) = 1;
+        } catch (KZSignalException const & exception) {
+            code_ = exception.GetSeHNumber();
+            // Its texts are there when there is memory for them, and the disk takes the report.
+            return std::string_view(exception.what()).starts_with("Access violation") &&
+                   Read("report").find("(0xc0000005)") != std::string::npos;
+        }
+        return false;
+    }
+    void Check(bool) override {
+        Expect(!isReady_ || code_ == 0xC0000005U, "the fault came as something else");
+        std::thread([] { KZStackDump const dump; }).join(); // hangs where a failed dump has kept its lock
+    }
+    bool isReady_ = false;
+    unsigned int code_ = 0;
 };
 
 /// Each record stands in the file whole, or is told to be lost; the file gives whole lines in any case.
@@ -145,6 +171,7 @@ class Channels : public Work {
 WorkEntry const messageTexts("messages", [] { return std::unique_ptr<Work>(new MessageTexts); });
 WorkEntry const languageSwitch("languages", [] { return std::unique_ptr<Work>(new LanguageSwitch); });
 WorkEntry const exceptions("exceptions", [] { return std::unique_ptr<Work>(new Exceptions); });
+WorkEntry const signals("signals", [] { return std::unique_ptr<Work>(new Signals); });
 WorkEntry const logFiles("logfile", [] { return std::unique_ptr<Work>(new LogFiles); });
 WorkEntry const channels("channels", [] { return std::unique_ptr<Work>(new Channels); });
 

@@ -309,7 +309,7 @@ TEST(KZThread, OthersNeedNoMemoryForWhatTheyLeaveToTheirEnd) {
     std::thread([block] {
         FailingResources const failing(0, FailingResources::All);
         KMMemoryPool::Delete(block, 64);
-        KZInitCatchSignal();
+        EXPECT_THROW(KZInitCatchSignal(), KZWindowsLastErrorException);
     }).join();
     EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before);
 }

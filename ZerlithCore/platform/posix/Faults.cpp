@@ -25,6 +25,7 @@
 // the allocator is therefore not translated.
 #include "ZerlithCore/platform/Faults.h"
 
+#include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Stack.h"
 #include "ZerlithCore/platform/ThreadEnd.h"
 #include "ZerlithCore/platform/posix/FaultContext.h"
@@ -228,13 +229,19 @@ ThreadFaults::ThreadFaults(char * stacks, char * stackLow, std::size_t stackByte
 ThreadFaults * ThreadFaults::Make() noexcept {
     if (ownStack) return new (ownStack->FaultState()) ThreadFaults(*ownStack);
     pthread_attr_t attributes;
-    if (pthread_getattr_np(pthread_self(), &attributes) != 0) return nullptr;
+    if (int const error = pthread_getattr_np(pthread_self(), &attributes); error != 0) {
+        SetLastErrorNumber(error); // on the first thread the C library reads a file
+        return nullptr;
+    }
     void * low = nullptr;
     std::size_t size = 0;
     pthread_attr_getstack(&attributes, &low, &size);
     pthread_attr_destroy(&attributes);
     char * const stacks = SpareStacks::Take();
-    if (!stacks) return nullptr;
+    if (!stacks) {
+        SetLastErrorNumber(ENOMEM);
+        return nullptr;
+    }
     return new (SpareStacks::State(stacks)) ThreadFaults(stacks, static_cast<char *>(low), size);
 }
 
@@ -247,6 +254,7 @@ bool ThreadFaults::Enter() noexcept {
     bool const isEndNoted = isSet && CallAtThreadEnd(*this);
     if (!isSet || (stacks_ && !isEndNoted)) {
         GiveBack();
+        SetLastErrorNumber(ENOMEM);
         return false;
     }
     // What the unwinder prepares once is not for a signal handler.
