@@ -154,7 +154,7 @@ void KZApplication::Publish() {
 }
 
 KZApplication::~KZApplication() {
-    GetCout(0).flush();
+    GetCout(0).rdbuf()->pubsync(); // A stream that throws on errors would throw from its own flush.
     Withdraw();
     for (KZSmartPtr<KZFileLogSubscriber> const & log : fileLogs_) TellLostRecords(*log);
 }

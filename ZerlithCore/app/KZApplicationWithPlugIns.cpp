@@ -225,35 +225,36 @@ void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
 }
 
 // The code of the libraries may go only when none of their objects is left. When there is no memory to gather the objects
-// the libraries stay, and the objects go one by one.
+// they go one by one, and the libraries stay.
 void KZApplicationWithPlugIns::LetGoOfAll() noexcept {
-    bool const isGathered = CallGuarded([this] {
-        KZPlugInLibraries::Objects objects;
-        {
-            KZGuard<KZCriticalSection> const guard(state_->listLock);
-            KZUnitTest::TestList const tests = mainMenu_->TakeTestCases();
-            objects.reserve(tests.size() + state_->failures.size() + loaded_.size());
-            auto const add = [&](KZSmartPtr<KZRefCountI> const & object) {
-                if (std::ranges::find(objects, object) == objects.end()) objects.push_back(object);
-            };
-            for (KZSmartPtr<KZTestCase> const & test : tests) add(test);
-            for (KZHostState::Failure const & failure : state_->failures)
-                add(KZSmartPtr<KZRefCountI>(failure.report.error.operator->().GetPtr()));
-            for (KZSmartPtr<KZPlugIn> const & plugIn : loaded_) add(plugIn);
-            state_->failures.clear();
-            state_->plugIns.clear();
-            running_.clear();
-            loaded_.clear();
-        }
-        state_->libraries.LetGo(std::move(objects));
-    });
-    if (isGathered) return;
-    KZPlugInLibraries::RunDestructors([this] { mainMenu_.reset(); });
-    state_->failures.clear();
-    state_->plugIns.clear();
-    running_.clear();
-    for (std::uint32_t i = loaded_.size(); i-- > 0;)
-        KZPlugInLibraries::RunDestructors([&] { loaded_[i].Clear(); });
+    KZUnitTest::TestList tests = mainMenu_->TakeTestCases();
+    std::vector<KZHostState::Failure> failures;
+    {
+        KZGuard<KZCriticalSection> const guard(state_->listLock);
+        failures.swap(state_->failures);
+        state_->plugIns.clear();
+        running_.clear();
+    }
+    KZPlugInLibraries::Objects objects;
+    bool const isGathered =
+        CallGuarded([&] { objects.reserve(tests.size() + failures.size() + loaded_.size()); });
+    auto const take = [&](auto & handle) {
+        KZSmartPtr<KZRefCountI> object(handle.GetPtr());
+        handle.Clear();
+        if (!isGathered)
+            state_->libraries.LetGo(object);
+        else if (std::ranges::find(objects, object) == objects.end())
+            objects.push_back(std::move(object));
+    };
+    for (KZSmartPtr<KZTestCase> & test : tests) take(test);
+    for (KZHostState::Failure & failure : failures) {
+        KZSmartPtrToConst<KZErrorI> error = failure.report.error.operator->();
+        failure.report.error = KZErrorID();
+        take(error);
+    }
+    for (KZSmartPtr<KZPlugIn> & plugIn : loaded_) take(plugIn);
+    loaded_.clear();
+    if (isGathered) state_->libraries.LetGo(std::move(objects));
 }
 
 // --- Questions

@@ -34,7 +34,7 @@ void Tell(std::exception_ptr const & cause) noexcept {
 
 void KZPlugInLibraries::Reserve() { libraries_.reserve(libraries_.size() + 1); }
 
-void KZPlugInLibraries::Add(void * library, KZString const & path) noexcept {
+void KZPlugInLibraries::Add(void * library, KZString const & path) {
     if (Has(library))
         KZPlatform::FreeModule(library);
     else
@@ -43,7 +43,7 @@ void KZPlugInLibraries::Add(void * library, KZString const & path) noexcept {
 
 void KZPlugInLibraries::Refuse(void * library, KZString const & path, Objects objects) noexcept {
     std::size_t const first = libraries_.size();
-    Add(library, path);
+    KZDetail::CallGuarded([&] { Add(library, path); });
     LetGoFrom(first, objects);
 }
 
@@ -58,6 +58,18 @@ void KZPlugInLibraries::LetGoFrom(std::size_t first, Objects & objects) noexcept
         Free(library);
     }
     libraries_.resize(first);
+}
+
+void KZPlugInLibraries::LetGo(KZSmartPtr<KZRefCountI> & object) noexcept {
+    KZRefCountI const * const last = object;
+    if (!last) return;
+    void const * const code = CodeOf(*last);
+    last->AddRef();
+    object.Clear();
+    std::exception_ptr cause;
+    if (KZPlatform::CallContained([=] { last->Release(); }, cause)) return;
+    Tell(cause);
+    Keep(code, L"a destructor in it has failed");
 }
 
 bool KZPlugInLibraries::Has(void const * library) const noexcept {
@@ -89,21 +101,6 @@ void KZPlugInLibraries::TakeSubscribers(std::size_t firstLibrary, Objects & obje
         // Behind a flush of this thread no other one is in the middle of giving the subscriber a text.
         if (hasTaken) channel->GetStream().rdbuf()->pubsync();
     }
-}
-
-void KZPlugInLibraries::Drop(KZSmartPtr<KZRefCountI> & object) noexcept {
-    KZRefCountI const * const last = object;
-    void const * const code = CodeOf(*last);
-    last->AddRef();
-    object.Clear();
-    if (!RunDestructors([=] { last->Release(); })) Keep(code, L"a destructor in it has failed");
-}
-
-bool KZPlugInLibraries::RunDestructors(std::function<void()> const & call) noexcept {
-    std::exception_ptr cause;
-    bool const cameBack = KZPlatform::CallContained(call, cause);
-    if (!cameBack) Tell(cause);
-    return cameBack;
 }
 
 // An object that is held by others may be held by objects that go only now, so the walk is repeated until it finds no more.

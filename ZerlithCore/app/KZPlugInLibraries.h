@@ -7,7 +7,6 @@
 #include "ZerlithCore/text/KZString.h"
 
 #include <cstddef>
-#include <functional>
 #include <vector>
 
 /// Libraries that were loaded for their plug-ins.
@@ -23,10 +22,10 @@ public:
 
     /// Makes room, so that one `Add` or `Refuse` needs no memory.
     void Reserve();
-    /// Takes over one load of `library`. A second load of it is given back. Requires: there is room.
-    void Add(void * library, KZString const & path) noexcept;
+    /// Takes over one load of `library`. A second load of it is given back.
+    void Add(void * library, KZString const & path);
     /// Lets go of a library that isn't wanted, and of `objects`, as `LetGo` does; but where it was taken over before, by
-    /// another load, only of this load and the objects. Requires: there is room.
+    /// another load, only of this load and the objects. Without memory the library stays.
     void Refuse(void * library, KZString const & path, Objects objects) noexcept;
 
     /// Lets go of `objects` in their order, of what the libraries left on log channels, and then of the libraries.
@@ -36,10 +35,6 @@ public:
     void LetGo(Objects objects) noexcept;
     /// Lets go of one object, which becomes null, and of no library. Null is ignored.
     void LetGo(KZSmartPtr<KZRefCountI> & object) noexcept;
-
-    /// Makes a call that destroys objects of plug-ins. What would end the process is told, and the call given up.
-    /// Tells whether it came back.
-    static bool RunDestructors(std::function<void()> const & call) noexcept;
 
 private:
     struct Library {
@@ -53,7 +48,6 @@ private:
     [[nodiscard]] Library * OwnerOf(void const * address) noexcept;
     void Keep(void const * code, wchar_t const * why) noexcept;
     void TakeSubscribers(std::size_t firstLibrary, Objects & objects);
-    void Drop(KZSmartPtr<KZRefCountI> & object) noexcept;
     void DropAll(Objects & objects) noexcept;
     static void Free(Library & library) noexcept;
 

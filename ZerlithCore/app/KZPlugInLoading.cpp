@@ -139,7 +139,8 @@ public:
     ~Candidate() {
         if (!library) return;
         if (!plugIn.IsNull() && host_.Find(plugIn)) {
-            host_.libraries.Add(library, path_);
+            // Its Init may have loaded others into the room. Without memory for more the library stays for good.
+            KZDetail::CallGuarded([&] { host_.libraries.Add(library, path_); });
             return;
         }
         if (!plugIn.IsNull()) objects_.emplace_back(std::exchange(plugIn, {}));
