@@ -37,8 +37,9 @@ class DocumentSaves : public DocumentWork {
     }
     void Check(bool isWhole) override {
         std::string const now = Read("file.xml");
-        bool const isNew = now.find("Zo\xC3\xAB") != now.npos && now.find("</books>") != now.npos &&
-                           std::ranges::count(now, 'm') == 20;
+        std::string more;
+        for (int book = 0; book < 20; ++book) more += "<more/>";
+        bool const isNew = now.find("Zo\xC3\xAB") != now.npos && now.find(more + "</books>") != now.npos;
         Expect(isWhole ? isNew : now == "<old/>", "neither the old file nor the new one: " + now);
         Expect(HoldsOnly({"file.xml"}), "a temporary file stays");
         ExpectSilence();

@@ -4,6 +4,7 @@
 
 #include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/platform/libxml2/Memory.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include <libxml/globals.h>
@@ -49,7 +50,9 @@ void XsltError(void *, char const * format, ...) noexcept {
 void Initialise() {
     static std::once_flag once;
     std::call_once(once, [] {
+        UseReserve();
         QuietFloatingPoint const quiet; // the library makes itself a NaN
+        LibraryCall const call;         // what is made once is whole, be it of the reserve
         xmlInitParser();
         xmlXPathInit();
         xmlSchemaInitTypes();
@@ -65,6 +68,13 @@ std::string Utf8Of(std::u16string_view text) {
     std::string utf8 = UnitsToUtf8(text, Utf8Mode::Replace);
     if (std::size_t const end = utf8.find('\0'); end != utf8.npos) utf8.resize(end);
     return utf8;
+}
+
+OwnedText CopyOfText(std::string const & text) {
+    LibraryCall const call;
+    OwnedText copy(Need(xmlStrdup(Chars(text))));
+    call.CheckMemory();
+    return copy;
 }
 
 std::u16string UnitsOf(std::string_view utf8) { return Utf8ToUnits(utf8, Utf8Mode::Replace); }

@@ -336,8 +336,9 @@ void OnAttributeDeclaration(void * context, xmlChar const * element, xmlChar con
 void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix, xmlChar const * uri,
                     int namespaceCount, xmlChar const ** namespaces, int count, int defaultedCount,
                     xmlChar const ** attributes) noexcept {
-    // Five pointers an attribute; the defaulted ones stand last, and their values between the last two pointers.
     ParseState & state = StateOf(context);
+    if (state.HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
+    // Five pointers an attribute; the defaulted ones stand last, and their values between the last two pointers.
     for (int i = count - defaultedCount; i < count; ++i)
         state.defaulted +=
             DefaultedCost + static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
@@ -356,6 +357,7 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
 
 // The parser calls a text that is too long a lack of memory.
 void OnText(void * context, xmlChar const * text, int length) noexcept {
+    if (StateOf(context).HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
     xmlParserCtxt const & parser = *static_cast<xmlParserCtxt *>(context);
     xmlNode const * const last = parser.node ? parser.node->last : nullptr;
     bool const isJoined = last && last->type == XML_TEXT_NODE && parser.nodemem != 0;

@@ -48,15 +48,14 @@ Paths::Read const & Paths::Find(std::u16string_view path) {
 std::vector<std::string> Paths::Resolve(xmlNode * context, std::vector<std::string> const & prefixes) const {
     std::vector<std::string> uris;
     if (prefixes.empty()) return uris;
-    LibraryCall const call;
     for (std::string const & prefix : prefixes) uris.push_back(UriOfPrefix(context, prefix));
-    call.CheckMemory();
     return uris;
 }
 
 DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, bool firstOnly,
                              std::vector<xmlNode *> & found) {
     found.clear();
+    LibraryCall const call;
     try {
         Read const & read = Find(path);
         if (read.expression.type != PathType::Nodes && read.expression.type != PathType::Unknown)
@@ -69,6 +68,7 @@ DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, bool f
         found.reserve(nodes.list.size());
         for (PathNode const & node : nodes.list)
             if (!node.declaration) found.push_back(node.node);
+        call.CheckMemory();
         return {};
     } catch (PathFailure failure) {
         bool const isLimit = failure == PathFailure::Work || failure == PathFailure::Nesting;

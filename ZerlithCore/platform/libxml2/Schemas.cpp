@@ -36,6 +36,7 @@ void * Open(char const * name) noexcept {
 }
 
 int Read(void * open, char * buffer, int length) {
+    if (LibraryCall const * const call = LibraryCall::Current(); call && call->IsOutOfMemory()) return -1;
     auto & text = *static_cast<OpenText *>(open);
     std::size_t const count = text.rest.copy(buffer, static_cast<std::size_t>(std::max(length, 0)));
     text.rest.remove_prefix(count);
@@ -49,15 +50,20 @@ int Close(void * open) {
 
 // A name that is a valid URI whatever the namespace is.
 std::string NameOf(std::string const & nameSpace) {
+    LibraryCall const call;
     OwnedText const escaped(Need(xmlURIEscapeStr(Chars(nameSpace), Chars(""))));
+    call.CheckMemory();
     return std::string(NameStart) + std::string(View(escaped.get()));
 }
 
 std::string TextOf(xmlDoc * doc) {
+    LibraryCall const call;
     xmlChar * bytes = nullptr;
     int size = 0;
     xmlDocDumpMemoryEnc(doc, &bytes, &size, "UTF-8");
-    OwnedText const text(Need(bytes));
+    OwnedText const text(bytes);
+    call.CheckMemory();
+    static_cast<void>(Need(bytes));
     return {reinterpret_cast<char const *>(bytes), static_cast<std::size_t>(size)};
 }
 
@@ -67,7 +73,9 @@ bool IsSchemaElement(xmlNode const * node, std::string_view name) {
 }
 
 std::string AttributeOf(xmlNode * node, char const * name) {
+    LibraryCall const call;
     OwnedText const value(xmlGetNoNsProp(node, Chars(name)));
+    call.CheckMemory();
     return std::string(View(value.get()));
 }
 
@@ -95,6 +103,7 @@ DocumentResult Schemas::Add(std::string const & nameSpace, xmlDoc const * schema
 
 DocumentResult Schemas::Compile() {
     QuietFloatingPoint const quiet;
+    LibraryCall call;
     SchemaTexts texts;
     std::string all =
         "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
@@ -121,11 +130,13 @@ DocumentResult Schemas::Compile() {
         explicit Current(SchemaTexts const & now) { currentTexts = &now; }
         ~Current() { currentTexts = nullptr; }
     } const current(texts);
-    LibraryCall call;
+    call.CheckMemory();
     std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
         Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
     xmlSchemaSetParserStructuredErrors(parser.get(), LibraryCall::Structured, &call);
-    compiled_.reset(xmlSchemaParse(parser.get()));
+    OwnedSchema compiled(xmlSchemaParse(parser.get()));
+    call.CheckMemory();
+    compiled_ = std::move(compiled);
     return compiled_ ? DocumentResult() : Bad(call.Reason());
 }
 
@@ -143,6 +154,7 @@ DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
         Need(xmlSchemaNewValidCtxt(compiled_.get())));
     xmlSchemaSetValidStructuredErrors(context.get(), LibraryCall::Structured, &call);
     int const outcome = xmlSchemaValidateDoc(context.get(), doc);
+    call.CheckMemory();
     if (outcome == 0) return {};
     fault.code = DocumentCode::Invalid;
     fault.reason = call.Reason();

@@ -78,11 +78,13 @@ DocumentResult Compile(xmlNode const * node, OwnedSheet & sheet, StylesheetProgr
     if (IsTooDeep(doc.get())) return Failed(DocumentCode::LimitExceeded, u"The stylesheet nests too deep");
     if (LoadsOthers(doc.get()))
         return Failed(DocumentCode::BadStylesheet, u"The stylesheet wants others, and nothing is loaded");
-    if (DocumentResult result = program.Take(doc.get()); !result) return result;
     LibraryCall const call;
+    if (DocumentResult result = program.Take(doc.get()); !result) return result;
+    call.CheckMemory();
     sheet.reset(xsltParseStylesheetDoc(doc.get()));
+    if (sheet) static_cast<void>(doc.release()); // the stylesheet's now
+    call.CheckMemory();
     if (!sheet) return Failed(DocumentCode::BadStylesheet, call.Reason());
-    static_cast<void>(doc.release()); // the stylesheet's now
     if (sheet->errors != 0) return Failed(DocumentCode::BadStylesheet, call.Reason());
     return {};
 }
@@ -133,6 +135,7 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, StylesheetProgr
     call.StopWithoutMemory(
         [](void * stopped) { static_cast<xsltTransformContext *>(stopped)->state = XSLT_STATE_STOPPED; },
         context.get());
+    call.CheckMemory();
     result.reset(xsltApplyStylesheetUser(sheet, source.get(), nullptr, nullptr, nullptr, context.get()));
     call.CheckMemory();
     if (result && context->state == XSLT_STATE_OK) return {};
@@ -188,8 +191,9 @@ DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet,
     LibraryCall const call;
     xmlOutputBuffer * const buffer = Need(xmlAllocOutputBuffer(nullptr));
     std::unique_ptr<xmlOutputBuffer, FreeBy<xmlOutputBufferClose>> const closes(buffer);
-    if (xsltSaveResultTo(buffer, result.get(), sheet.get()) < 0)
-        return Failed(DocumentCode::TransformFailed, call.Reason());
+    int const saved = xsltSaveResultTo(buffer, result.get(), sheet.get());
+    call.CheckMemory();
+    if (saved < 0) return Failed(DocumentCode::TransformFailed, call.Reason());
     sink.Append(
         {reinterpret_cast<char const *>(xmlOutputBufferGetContent(buffer)), xmlOutputBufferGetSize(buffer)});
     return {};
