@@ -11,10 +11,13 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <new>
 #include <utility>
+
+#include <malloc.h>
 
 namespace KZPlatform::LibXml2 {
 
@@ -103,21 +106,27 @@ void Free(void * block) noexcept {
     hostFree(block);
 }
 
-// How large a block of the system is can't be told, so it isn't moved into the reserve. The libraries look whether a block
-// has grown.
+// Bytes of a block that may be moved; 0 where the program has brought functions of its own, whose blocks don't tell. The
+// libraries get their refusal then, which they look for where a block grows, but mend badly.
+std::size_t RoomOf(void * block) noexcept {
+    if (reserve.Owns(block)) return Reserve::Room(block);
+    return hostReallocate == static_cast<xmlReallocFunc>(std::realloc) ? malloc_usable_size(block) : 0;
+}
+
 void * Reallocate(void * block, std::size_t size) noexcept {
     if (!block) return Allocate(size);
-    if (!reserve.Owns(block)) {
+    bool const isOwn = reserve.Owns(block);
+    if (!isOwn) {
         void * const moved = hostReallocate(block, size);
-        if (!moved && size != 0) LibraryCall::NoteRefusedMemory();
-        return moved;
+        if (moved || size == 0) return moved;
     }
-    std::size_t const room = Reserve::Room(block);
-    if (size <= room) return block;
-    void * const moved = Allocate(size);
+    std::size_t const room = RoomOf(block);
+    if (isOwn && size <= room) return block;
+    if (room == 0) LibraryCall::NoteRefusedMemory();
+    void * const moved = room == 0 ? nullptr : Allocate(size);
     if (!moved) return nullptr;
-    std::memcpy(moved, block, room);
-    reserve.Give(block);
+    std::memcpy(moved, block, std::min(room, size));
+    Free(block);
     return moved;
 }
 
