@@ -77,6 +77,8 @@ OwnedText CopyOfText(std::string const & text) {
     return copy;
 }
 
+void AskForMemory(std::size_t bytes) { std::free(Need(std::malloc(bytes))); }
+
 std::u16string UnitsOf(std::string_view utf8) { return Utf8ToUnits(utf8, Utf8Mode::Replace); }
 
 std::u16string MessageOf(std::string_view message) {
@@ -107,7 +109,7 @@ namespace {
 void MakeThreadGlobals() {
     thread_local bool areMade = false;
     if (areMade || xmlIsMainThread()) return;
-    std::free(Need(std::malloc(sizeof(xmlGlobalState))));
+    AskForMemory(sizeof(xmlGlobalState));
     Need(xmlGetGlobalState());
     areMade = true;
 }

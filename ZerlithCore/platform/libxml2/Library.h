@@ -7,6 +7,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <string>
@@ -57,6 +58,9 @@ inline std::string_view View(xmlChar const * text) noexcept {
 
 /// A text of the library's own. Errors: std::bad_alloc.
 [[nodiscard]] OwnedText CopyOfText(std::string const & text);
+
+/// Makes sure that the system has so much memory just now. Errors: std::bad_alloc.
+void AskForMemory(std::size_t bytes);
 
 /// Whether all characters may stand in a document.
 [[nodiscard]] bool IsDocumentText(std::string_view utf8) noexcept;

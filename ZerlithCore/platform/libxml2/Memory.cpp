@@ -1,7 +1,8 @@
 // The reserve is memory of the library itself, so it is there from the start, costs nothing until it is touched, and can be
 // told by its addresses. Blocks of it that outlive their call, as the text of a thread's last error, keep their place until
-// they are freed. Its size: a stylesheet of 60,000 bytes, or a schema of 100,000, is compiled with nothing else. What is
-// larger still gets the refusals that the libraries look for, which is so wherever a table or a buffer grows.
+// they are freed. All work can be stopped but the compiling of stylesheets and schemas; the reserve is enough for
+// a stylesheet of 300,000 bytes and a schema of 50,000. Blocks above 64 KB aren't had: those are tables and buffers, where the
+// libraries look for the refusal.
 #include "ZerlithCore/platform/libxml2/Memory.h"
 
 #include "ZerlithCore/platform/libxml2/Library.h"

@@ -17,6 +17,9 @@ namespace KZPlatform::LibXml2 {
 namespace {
 
 constexpr char SchemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
+// Bytes that compiling takes for a byte of a schema. The reserve may be too small for what can't be stopped, so they are
+// asked for before.
+constexpr std::size_t CompileCost = 64;
 constexpr std::string_view NameStart = "x-schema:";
 
 using SchemaTexts = std::map<std::string, std::string, std::less<>>; // by name
@@ -105,6 +108,7 @@ DocumentResult Schemas::Compile() {
     QuietFloatingPoint const quiet;
     LibraryCall call;
     SchemaTexts texts;
+    std::size_t size = 0;
     std::string all =
         "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
         "\" targetNamespace=\"x-schema:\">"; // a namespace of its own, to import those without one
@@ -122,7 +126,7 @@ DocumentResult Schemas::Compile() {
         xmlNewProp(element, Chars("schemaLocation"), Chars(NameOf(nameSpace)));
         std::string const line = TextOf(import.get());
         all += line.substr(line.find("<xs:import"));
-        texts.emplace(NameOf(nameSpace), TextOf(doc.get()));
+        size += texts.emplace(NameOf(nameSpace), TextOf(doc.get())).first->second.size();
     }
     all += "</xs:schema>";
 
@@ -131,6 +135,7 @@ DocumentResult Schemas::Compile() {
         ~Current() { currentTexts = nullptr; }
     } const current(texts);
     call.CheckMemory();
+    AskForMemory(CompileCost * size);
     std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
         Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
     xmlSchemaSetParserStructuredErrors(parser.get(), LibraryCall::Structured, &call);
