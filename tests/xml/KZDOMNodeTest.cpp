@@ -157,11 +157,12 @@ TEST(KZDOMNode, ComputesInPaths) {
 }
 
 TEST(KZDOMNode, LimitsTheWorkOfAPath) {
+    LowLimits const low;
     constexpr int depth = 30000;
     KZDOMDocument deep = KZDOMDocument::Create();
     KZDOMNode leaf = deep.CreateElement(u"a", true);
     for (int i = 1; i < depth; ++i) leaf = leaf.AppendChild(deep.CreateElement(u"a"));
-    KZString text = u"<r><t>" + KZString(u'x', 1'000'000U) + u"</t>";
+    KZString text = u"<r><t>" + KZString(u'x', 100'000U) + u"</t>";
     for (int i = 0; i < 20000; ++i) text += u"<i/>";
     KZDOMDocument wide = Parsed(text + u"</r>");
     struct Case {

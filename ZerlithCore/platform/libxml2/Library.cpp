@@ -152,7 +152,6 @@ std::u16string LibraryCall::Reason() const { return MessageOf(message_.empty() ?
 
 void LibraryCall::Structured(void * self, xmlErrorPtr error) noexcept {
     auto & call = *static_cast<LibraryCall *>(self);
-    if (error && error->code == XML_ERR_NO_MEMORY) call.NoteRefusal();
     if (!call.message_.empty() || !error || error->level < XML_ERR_ERROR || !error->message) return;
     try {
         call.message_ = error->message;

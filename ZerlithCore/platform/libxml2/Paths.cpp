@@ -4,14 +4,13 @@
 #include "ZerlithCore/platform/libxml2/Paths.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
+#include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/platform/libxml2/PathEvaluator.h"
 
 namespace KZPlatform::LibXml2 {
 
 namespace {
 
-// What one evaluation may take: some seconds.
-constexpr std::uint64_t MaxWork = 100'000'000;
 constexpr std::size_t MaxRead = 256;
 
 } // namespace
@@ -62,7 +61,7 @@ DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, bool f
             return {DocumentCode::NotNodes, u"The path doesn't lead to nodes: " + std::u16string(path)};
         std::vector<std::string> const uris = Resolve(context, read.prefixes);
         QuietFloatingPoint const quiet; // numbers of paths may overflow, and be none
-        PathBudget budget(MaxWork);
+        PathBudget budget(limits.pathWork);
         PathEvaluator evaluator(reinterpret_cast<xmlNode *>(doc_), uris, budget, nullptr);
         PathNodes const nodes = evaluator.Nodes(read.expression, {{context}}, firstOnly);
         found.reserve(nodes.list.size());

@@ -228,6 +228,12 @@ void StylesheetProgram::TakeFrom(xmlNode * element) {
         counting.isAnyLevel = level && ValueOf(level) == "any";
         InsertCount(element, std::move(counting));
     }
+    if (IsXslt(element, "attribute") || IsXslt(element, "copy")) {
+        StylesheetExpression adding;
+        adding.use = ExpressionUse::Attribute;
+        adding.isOfContext = IsXslt(element, "copy");
+        InsertCount(element, std::move(adding));
+    }
     // Attributes of an element that goes to the result are compared with each other.
     if (isXslt || (bytes <= FreeBytes && count <= FreeAttributes)) return;
     StylesheetExpression copying;

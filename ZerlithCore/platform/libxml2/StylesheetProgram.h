@@ -33,6 +33,7 @@ enum class ExpressionUse : std::uint8_t {
     KeyValue,  // is what a node is found by
     Pattern,   // is a predicate of a pattern
     Numbering, // none: the nodes that xsl:number counts are counted
+    Attribute, // none: an attribute is compared with those that the element has already
     Weight     // none: a piece of the stylesheet is copied
 };
 
@@ -40,7 +41,8 @@ struct StylesheetExpression {
     PathExpression expression;
     std::vector<std::string> uris; // of its prefixes
     ExpressionUse use = ExpressionUse::Value;
-    bool isAnyLevel = false; // of xsl:number
+    bool isAnyLevel = false;  // of xsl:number
+    bool isOfContext = false; // the attribute is the context, if that is one
     std::uint64_t weight = 0;
 };
 

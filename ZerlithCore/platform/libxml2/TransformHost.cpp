@@ -79,6 +79,9 @@ xmlXPathObject * TransformHost::Evaluate(StylesheetExpression const & expression
     case ExpressionUse::Numbering:
         SpendOnNumbering(context.node.node, expression.isAnyLevel);
         return xmlXPathNewBoolean(0);
+    case ExpressionUse::Attribute:
+        if (!expression.isOfContext || context.node.IsAttribute()) SpendOnAttribute();
+        return xmlXPathNewBoolean(0);
     case ExpressionUse::Pattern: SpendOnSiblings(context.node.node); break;
     default: break;
     }
@@ -110,6 +113,15 @@ std::string TransformHost::SortKey(PathValue value) {
 
 // --- What libxslt does by itself
 
+// libxslt copies a text, and reads it unit by unit; of nodes it takes the texts.
+void TransformHost::SpendOnArgument(PathValue const & argument) {
+    if (auto const * const text = std::get_if<std::string>(&argument)) budget_.Spend(text->size());
+    auto const * const nodes = std::get_if<PathNodes>(&argument);
+    std::string room;
+    for (std::size_t i = 0; nodes && i < nodes->list.size(); ++i)
+        budget_.Spend(TextOf(nodes->list[i], room, budget_).size());
+}
+
 // A node is looked for among all that have the same value of a key.
 void TransformHost::SpendOnKeys(PathValue const & value) {
     auto const count = [this](std::string text) { budget_.Spend(1 + keyValues_[std::move(text)]++ / 32); };
@@ -138,6 +150,7 @@ void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each)
     for (PathNode const & top : nodes.list) {
         int depth = 0;
         xmlNode * const end = top.node;
+        if (each == CopiedNode && top.IsAttribute()) SpendOnAttribute();
         if (top.declaration || top.IsAttribute()) continue;
         for (xmlNode * at = end; at;) {
             budget_.Spend(each);
@@ -156,6 +169,13 @@ void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each)
             at = at == end ? nullptr : at->next;
         }
     }
+}
+
+// The element at work has the attributes that a further one is compared with.
+void TransformHost::SpendOnAttribute() {
+    xmlNode const * const element = transform_.insert;
+    if (!element || element->type != XML_ELEMENT_NODE) return;
+    for (xmlAttr const * own = element->properties; own; own = own->next) budget_.Spend(2);
 }
 
 // Looks at all in front of the node, or at what stands in front of it and its ancestors among their siblings.
@@ -262,7 +282,7 @@ PathValue TransformHost::Call(std::string const & name, std::string const & uri,
     if (!function || function == OnCall) throw PathFailure::Function;
     int const count = static_cast<int>(arguments.size());
     for (PathValue & argument : arguments) {
-        if (auto const * const text = std::get_if<std::string>(&argument)) budget_.Spend(text->size());
+        if (name != "generate-id") SpendOnArgument(argument);
         OwnedObject object(Need(ObjectOf(std::move(argument))));
         if (valuePush(parser_, object.get()) < 0) throw std::bad_alloc();
         static_cast<void>(object.release());
