@@ -115,16 +115,20 @@ std::string TransformHost::SortKey(PathValue value) {
 
 // libxslt copies a text, and reads it unit by unit; of nodes it takes the texts.
 void TransformHost::SpendOnArgument(PathValue const & argument) {
-    if (auto const * const text = std::get_if<std::string>(&argument)) budget_.Spend(text->size());
+    constexpr std::uint64_t each = 4;
+    if (auto const * const text = std::get_if<std::string>(&argument)) budget_.Spend(each * text->size());
     auto const * const nodes = std::get_if<PathNodes>(&argument);
     std::string room;
     for (std::size_t i = 0; nodes && i < nodes->list.size(); ++i)
-        budget_.Spend(TextOf(nodes->list[i], room, budget_).size());
+        budget_.Spend(each * TextOf(nodes->list[i], room, budget_).size());
 }
 
 // A node is looked for among all that have the same value of a key.
 void TransformHost::SpendOnKeys(PathValue const & value) {
-    auto const count = [this](std::string text) { budget_.Spend(1 + keyValues_[std::move(text)]++ / 32); };
+    auto const count = [this](std::string text) {
+        budget_.SpendOnMaking(text.size());
+        budget_.Spend(1 + keyValues_[std::move(text)]++ / 32);
+    };
     auto const * const nodes = std::get_if<PathNodes>(&value);
     if (!nodes) return count(TextOf(value, budget_));
     std::string room;
