@@ -273,6 +273,8 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
     EXPECT_EQ(back.GetParentNode().GetXML(),
               u"<r xmlns:p=\"urn:p\" xmlns=\"urn:d\"><p:a p:k=\"v\" xml:lang=\"en\" "
               u"xml:id=\"i\"><b/></p:a></r>");
+    KZDOMNode const twin = Parsed(u"<a xml:lang='en'/>").Clone(true); // of which the original is gone
+    EXPECT_EQ(twin.GetXML(), u"<?xml version=\"1.0\"?>\n<a xml:lang=\"en\"/>\n");
     to.GetRootElement().SetText(u"");
     for (KZDOMNode const & node : {a, copy})
         EXPECT_TRUE(

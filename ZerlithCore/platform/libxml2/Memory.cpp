@@ -45,10 +45,6 @@ public:
     void Give(void * place) noexcept;
     /// What fits into a block.
     [[nodiscard]] static std::size_t Room(void * place) noexcept { return Of(place)->size - sizeof(Block); }
-    [[nodiscard]] std::size_t InUse() noexcept {
-        std::lock_guard const lock(lock_);
-        return inUse_;
-    }
 
 private:
     [[nodiscard]] static Block * Of(void * place) noexcept { return static_cast<Block *>(place) - 1; }
@@ -147,7 +143,5 @@ void UseReserve() noexcept {
         xmlMemSetup(Free, Allocate, Reallocate, Duplicate);
     });
 }
-
-std::size_t ReserveInUse() noexcept { return reserve.InUse(); }
 
 } // namespace KZPlatform::LibXml2

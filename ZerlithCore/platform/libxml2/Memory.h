@@ -4,17 +4,14 @@
 /// Where the system refuses memory in the middle of a LibraryCall, the libraries get it from a reserve, and the call is told.
 /// So they go on, and come to an end soon, as the call stops them; what they have made meanwhile is thrown away. Outside of
 /// a call they get what the system gives, so nothing changes for others in the process that use them.
+///
+/// Thread safety: threads may need the reserve at the same time; they share it.
 #pragma once
-
-#include <cstddef>
 
 namespace KZPlatform::LibXml2 {
 
 /// Puts our functions in front of those that the libraries use; the second call does nothing. A block is one of those
 /// functions' or of the reserve, and either is freed rightly, whenever it was made and whoever frees it.
 void UseReserve() noexcept;
-
-/// Bytes of the reserve that are in use.
-[[nodiscard]] std::size_t ReserveInUse() noexcept;
 
 } // namespace KZPlatform::LibXml2
