@@ -80,8 +80,13 @@ xmlXPathObject * TransformHost::Evaluate(StylesheetExpression const & expression
         SpendOnNumbering(context.node.node, expression.isAnyLevel);
         return xmlXPathNewBoolean(0);
     case ExpressionUse::Attribute:
-        if (!expression.isOfContext || context.node.IsAttribute()) SpendOnAttribute();
+        if (!expression.isOfContext || context.node.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
         return xmlXPathNewBoolean(0);
+    case ExpressionUse::AttributeSet: {
+        std::uint64_t const count = AttributesAtWork();
+        budget_.Spend(count * count / 4);
+        return xmlXPathNewBoolean(0);
+    }
     case ExpressionUse::Pattern: SpendOnSiblings(context.node.node); break;
     default: break;
     }
@@ -154,7 +159,7 @@ void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each)
     for (PathNode const & top : nodes.list) {
         int depth = 0;
         xmlNode * const end = top.node;
-        if (each == CopiedNode && top.IsAttribute()) SpendOnAttribute();
+        if (each == CopiedNode && top.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
         if (top.declaration || top.IsAttribute()) continue;
         for (xmlNode * at = end; at;) {
             budget_.Spend(each);
@@ -175,11 +180,13 @@ void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each)
     }
 }
 
-// The element at work has the attributes that a further one is compared with.
-void TransformHost::SpendOnAttribute() {
+// How many attributes the element has that is being made: a further one is compared with them.
+std::uint64_t TransformHost::AttributesAtWork() const noexcept {
     xmlNode const * const element = transform_.insert;
-    if (!element || element->type != XML_ELEMENT_NODE) return;
-    for (xmlAttr const * own = element->properties; own; own = own->next) budget_.Spend(2);
+    if (!element || element->type != XML_ELEMENT_NODE) return 0;
+    std::uint64_t count = 0;
+    for (xmlAttr const * own = element->properties; own; own = own->next) ++count;
+    return count;
 }
 
 // Looks at all in front of the node, or at what stands in front of it and its ancestors among their siblings.

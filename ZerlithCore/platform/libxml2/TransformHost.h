@@ -45,7 +45,7 @@ private:
     void SpendOnKeys(PathValue const & value);
     void SpendOnSiblings(xmlNode * node);
     void SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each);
-    void SpendOnAttribute();
+    [[nodiscard]] std::uint64_t AttributesAtWork() const noexcept;
     void SpendOnNumbering(xmlNode * node, bool isAnyLevel);
     void SpendOnSorting(PathNodes const & nodes);
     [[nodiscard]] xmlXPathObject * ObjectOf(PathValue value);
