@@ -115,10 +115,9 @@ TEST(Kzlan, MakesTheFileOrKeepsTheOldOneWhateverFails) {
             for (int n = 1, sound = 0; sound < 8; n += 1 + n / 24) {
                 SCOPED_TRACE(std::string(kind) + ':' + std::to_string(n) + ':' + times);
                 directory.Write(u"app.deu.LAN", former);
-                Result const result =
-                    Kzlan(directory, "make text app.deu.LAN",
-                          "KZ_FAIL=" + std::string(kind) + ':' + std::to_string(n) + ':' + times +
-                              " LD_PRELOAD='" FAILING_CALLS "'");
+                Result const result = Kzlan(directory, "make text app.deu.LAN",
+                                            "KZ_FAIL=" + std::string(kind) + ':' + std::to_string(n) + ':' +
+                                                times + " LD_PRELOAD='" FAILING_CALLS "'");
                 EXPECT_TRUE(result.status == 0 || result.status == 1) << result.error;
                 std::string const content = directory.Read(u"app.deu.LAN");
                 EXPECT_TRUE(content == made || (result.status == 1 && content == former)) << content.size();
