@@ -139,6 +139,31 @@ class Schemas : public DocumentWork {
     void Check(bool) override { ExpectSilence(); }
 };
 
+// Its compiling can't be stopped, and takes more than the libraries' usual reserve.
+class LargeSchema : public DocumentWork {
+    void Prepare() override {
+        text_ = u"<xs:schema xmlns:xs='http://www.w3.org/2001/XMLSchema'>";
+        for (int type = 0; type < 2000; ++type) {
+            KZString element;
+            element.Format(
+                u"<xs:element name='e%d'><xs:complexType><xs:sequence><xs:element name='i' type='xs:int'/>"
+                u"</xs:sequence></xs:complexType></xs:element>",
+                type);
+            text_ += element;
+        }
+        text_ += u"</xs:schema>";
+    }
+    bool Act() override {
+        KZDOMDocument document = KZDOMDocument::Create(), rules = KZDOMDocument::Create();
+        if (!document.Load(u"<e7><i>5</i></e7>") || !rules.Load(text_.c_str())) return false;
+        document.AddSchema(u"", rules);
+        return document.Validate();
+    }
+    void Check(bool) override { ExpectSilence(); }
+    KZString text_;
+};
+
+WorkEntry const largeSchema("largeschema", [] { return std::unique_ptr<Work>(new LargeSchema); });
 WorkEntry const documentSaves("documents", [] { return std::unique_ptr<Work>(new DocumentSaves); });
 WorkEntry const edits("edits", [] { return std::unique_ptr<Work>(new Edits); });
 WorkEntry const transformations("transformations", [] { return std::unique_ptr<Work>(new Transformations); });

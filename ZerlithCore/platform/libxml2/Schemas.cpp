@@ -4,6 +4,7 @@
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
+#include "ZerlithCore/platform/libxml2/Memory.h"
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
 #include <libxml/uri.h>
@@ -17,9 +18,8 @@ namespace KZPlatform::LibXml2 {
 namespace {
 
 constexpr char SchemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
-// Bytes that compiling takes for a byte of a schema. The reserve may be too small for what can't be stopped, so they are
-// asked for before.
-constexpr std::size_t CompileCost = 64;
+// Bytes that compiling may take for a byte of a schema, twice as much as it does: blocks of the reserve are powers of two.
+constexpr std::size_t CompileCost = 128;
 constexpr std::string_view NameStart = "x-schema:";
 
 using SchemaTexts = std::map<std::string, std::string, std::less<>>; // by name
@@ -135,7 +135,7 @@ DocumentResult Schemas::Compile() {
         ~Current() { currentTexts = nullptr; }
     } const current(texts);
     call.CheckMemory();
-    AskForMemory(CompileCost * size);
+    LargerReserve const reserve(CompileCost * size);
     std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
         Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
     xmlSchemaSetParserStructuredErrors(parser.get(), LibraryCall::Structured, &call);
