@@ -1,9 +1,11 @@
 /// @file
 /// The typed array of plain pointers.
 ///
-///     KZPointerVector<Shape *> shapes;   // doesn't own them
-///     shapes.push_back(&circle);
-///     for (Shape * shape : shapes) shape->Draw();
+///     KZString first, second;
+///     KZPointerVector<KZString *> texts;     // doesn't own them
+///     texts.push_back(&first);
+///     texts.push_back(&second);
+///     for (KZString * text : texts) *text += u"end";
 #pragma once
 
 #include "ZerlithCore/foundation/KZVoidPtrVector.h"
