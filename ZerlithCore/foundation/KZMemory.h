@@ -24,7 +24,7 @@ public:
     /// Errors: std::bad_alloc.
     [[nodiscard]] static void * New(std::size_t size);
 
-    /// Frees a block of `New`; `size` is what was asked for. Null does nothing.
+    /// Frees a block of `New`; `size` must be the size that was passed to `New`. Null does nothing.
     static void Delete(void * block, std::size_t size) noexcept;
 
     /// The bytes allocated and not yet freed, summed over all threads. Exact while no other thread allocates or frees;

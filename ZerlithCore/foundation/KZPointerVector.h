@@ -24,7 +24,7 @@ public:
     using iterator = T *;
     using const_iterator = T const *;
 
-    // The slots of the base stay visible: the typed forms call them.
+    // The functions of the base remain visible, because the typed ones call them.
     using KZVoidPtrVector::erase;
     using KZVoidPtrVector::insert;
 

@@ -16,13 +16,14 @@ struct VectorCore;
 
 /// A dynamic array whose elements are blocks of bytes, moved as bytes unless a derived class overrides the hooks.
 ///
-/// The logic of all typed vectors is here; they only cast, and say how an element is copied. Iterators are
-/// pointers to the first byte of an element. Counts and positions are in elements. Values and ranges that lie in the
-/// vector itself may be passed to every operation. A vector that is full grows by half its size (by a tenth from 100,001
-/// elements on), or by as many elements as are added if that is more. Spare slots after the end always hold zero bytes, or
-/// null handles in vectors of handles.
+/// The logic of all typed vectors is here; they only cast, and say how an element is copied. Iterators are pointers to
+/// the first byte of an element. Counts and positions are in elements. Values and ranges that lie in the vector itself
+/// may be passed to every operation. A vector that is full grows by half its size (by a tenth from 100,001 elements
+/// on), or by as many elements as are added if that is more. Spare slots after the end always hold zero bytes, or null
+/// handles in vectors of handles.
 ///
-/// Errors: std::bad_alloc, std::length_error "vector<T> too long" past `max_size`, std::out_of_range for a bad subscript.
+/// Errors: std::bad_alloc, std::length_error "vector<T> too long" past `max_size`, std::out_of_range for a bad
+/// subscript.
 ///
 /// Thread safety: none; one vector is for one thread at a time.
 class KZ_EXPORT KZRawVector {
@@ -86,7 +87,7 @@ public:
     void assign(unsigned int count, unsigned char const * value);
     /// Inserts one element and returns its place.
     unsigned char * insert(unsigned char * where, unsigned char const * value);
-    /// Removes all elements; the block stays.
+    /// Removes all elements; the memory is kept.
     void clear() { erase(first_, last_); }
 
 protected:

@@ -56,8 +56,8 @@ private:
 
 /// The stock implementation of KZRefCountI.
 ///
-/// A new object and a copy have count 0; assignment leaves both counts alone. An object that was never given to a handle
-/// may be deleted by hand, or live on the stack.
+/// A new object and a copy have count 0; assignment leaves both counts alone. An object that was never given to a
+/// handle may be deleted by hand, or live on the stack.
 ///
 /// Thread safety: `AddRef` and `Release` may be called from any thread.
 class KZ_EXPORT KZRefCount : public KZRefCountI {

@@ -18,8 +18,8 @@
 
 namespace KZDetail {
 
-/// An integer that is compared with a handle or assigned to one. It is a class, so that 0, 0L and NULL, which could also be
-/// pointers, always choose the forms that take a pointer and are never ambiguous.
+/// An integer that is compared with a handle or assigned to one. It is a class, so that 0, 0L and NULL, which could
+/// also be pointers, always choose the forms that take a pointer and are never ambiguous.
 class Integer {
 public:
     template <class Number>
@@ -36,8 +36,8 @@ private:
 /// What KZSmartPtr and KZSmartPtrToConst have in common; `T` is const in the second.
 ///
 /// The assignment rule, part of the contract: equal pointers change nothing; otherwise the old object is released
-/// first, then the new pointer is stored, then a reference is added. So never assign from a handle that is a member of the
-/// object being released: that object may be gone before the new one is counted.
+/// first, then the new pointer is stored, then a reference is added. So never assign from a handle that is a member of
+/// the object being released: that object may be gone before the new one is counted.
 template <class T>
 class CountedHandle {
 public:
@@ -62,7 +62,7 @@ public:
         return *this;
     }
 
-    /// Releases what is held and becomes null.
+    /// Releases the object and becomes null.
     void Clear() { Assign(nullptr); }
 
     /// The raw pointer; no null check, no change of the count.
@@ -102,7 +102,8 @@ inline std::uintptr_t AddressOf(T const * object) noexcept {
     return reinterpret_cast<std::uintptr_t>(object);
 }
 
-// Handles are compared by the addresses of their objects, taken as unsigned numbers; the objects themselves aren't compared.
+// Handles are compared by the addresses of their objects, taken as unsigned numbers; the objects themselves aren't
+// compared.
 
 template <class A, class B>
 bool operator==(CountedHandle<A> const & a, CountedHandle<B> const & b) noexcept {
@@ -160,7 +161,7 @@ public:
         Base::Assign(other.GetPtr());
         return *this;
     }
-    /// Releases what is held and becomes null, whatever the integer says.
+    /// Releases the object and becomes null, whatever the integer is.
     KZSmartPtr & operator=(KZDetail::Integer) {
         Base::Clear();
         return *this;
@@ -195,7 +196,7 @@ public:
         Base::Assign(other.GetPtr());
         return *this;
     }
-    /// Releases what is held and becomes null, whatever the integer says.
+    /// Releases the object and becomes null, whatever the integer is.
     KZSmartPtrToConst & operator=(KZDetail::Integer) {
         Base::Clear();
         return *this;

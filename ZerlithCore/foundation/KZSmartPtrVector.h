@@ -19,9 +19,9 @@ class KZCriticalSection;
 
 /// A dynamic array of handles `T` (KZSmartPtr or KZSmartPtrToConst): each element in it counts as one owner.
 ///
-/// Every slot up to the capacity is a valid handle; those after the end are null. So copying a range assigns handles, erasing
-/// and destroying release them, and the counts are exact at every moment. A copy of a vector owns the objects, too.
-/// Growth, limits, errors and thread safety are those of KZRawVector.
+/// Every slot up to the capacity is a valid handle; those after the end are null. So copying a range assigns handles,
+/// erasing and destroying release them, and the counts are exact at every moment. A copy of a vector owns the objects,
+/// too. Growth, limits, errors and thread safety are those of KZRawVector.
 template <class T>
 class KZSmartPtrVector : public KZTypedRawVector<T> {
     static_assert(sizeof(T) == sizeof(void *), "a handle is one pointer, null when its bytes are zero");

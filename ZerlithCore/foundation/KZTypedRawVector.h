@@ -11,9 +11,9 @@
 
 #include <type_traits>
 
-/// A dynamic array of `T`. Elements move as bytes, without constructors or destructors: so `T` must be a trivial type, or
-/// a derived class must override the hooks, as KZSmartPtrVector does. Growth, limits, errors and thread safety
-/// are those of KZRawVector; this layer only casts.
+/// A dynamic array of `T`. Elements move as bytes, without constructors or destructors: so `T` must be a trivial type,
+/// or a derived class must override the hooks, as KZSmartPtrVector does. Growth, limits, errors and thread safety are
+/// those of KZRawVector; this layer only casts.
 template <class T>
 class KZTypedRawVector : public KZRawVector {
     static_assert(!std::is_same_v<std::remove_cv_t<T>, unsigned char>, "bytes are what KZRawVector(1) holds");
@@ -25,7 +25,7 @@ public:
 
     KZTypedRawVector() noexcept : KZRawVector(sizeof(T)) {}
 
-    // The slots of the base stay visible: the typed forms call them, and derived classes override them.
+    // The functions of the base remain visible, because the typed ones call them and derived classes override them.
     using KZRawVector::erase;
     using KZRawVector::insert;
 

@@ -72,7 +72,7 @@ public:
     void assign(unsigned int count, void * value);
     /// Inserts one element and returns its place.
     void ** insert(void ** where, void * value);
-    /// Removes all elements; the block stays.
+    /// Removes all elements; the memory is kept.
     void clear() { erase(first_, last_); }
 
 protected:

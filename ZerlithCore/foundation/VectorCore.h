@@ -1,9 +1,10 @@
-// The logic that KZRawVector and KZVoidPtrVector share. Each has `Unit` (the type to which its pointers point), `Stride`
-// (units of one element), the three pointers, and the hooks that copy, fill, allocate and free; the algorithms here
-// use nothing else, and are compiled once for each of the two.
+// The logic that KZRawVector and KZVoidPtrVector share. Each has `Unit` (the type to which its pointers point),
+// `Stride` (units of one element), the three pointers, and the hooks that copy, fill, allocate and free; the algorithms
+// here use nothing else, and are compiled once for each of the two.
 //
 // A value or a range that is passed may lie in the vector itself. When the block is replaced, the old one is freed only
-// after everything has been copied. When elements move up in place, `Shift` gives the new place of a pointer to one of them.
+// after everything has been copied. When elements move up in place, `Shift` gives the new place of a pointer to one of
+// them.
 #pragma once
 
 #include <algorithm>
@@ -118,7 +119,8 @@ struct VectorCore {
         }
     }
 
-    // Assigning overwrites the present elements first and grows or shrinks afterwards: so the source may lie in the vector.
+    // Assigning overwrites the present elements first and grows or shrinks afterwards: so the source may lie in the
+    // vector.
 
     static void AssignRange(Vector & v, Source first, Source last) {
         unsigned int const count = Count(v, first, last);

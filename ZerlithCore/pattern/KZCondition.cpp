@@ -14,7 +14,8 @@ struct OperatorText {
     bool isPattern;
 };
 
-// The texts of the operators. Two operators have two texts: one is printed for a pattern, the other for any other value.
+// The texts of the operators. Two operators have two texts: one is printed for a pattern, the other for any other
+// value.
 constexpr OperatorText operatorTexts[] = {
     {u"<", KZCondition::Less, false},
     {u"<=", KZCondition::LessOrEqual, false},
@@ -40,16 +41,16 @@ KZCondition::KZCondition(KZString const & text) { KZCondition::FromString(text);
 
 KZCondition::KZCondition(KZCondition const & other) = default;
 
-// Makes a copy and swaps, so that a failure changes nothing. `other` may be joined to this condition: so the old content is
-// destroyed last.
+// Makes a copy and swaps, so that a failure changes nothing. `other` may be joined to this condition: so the old
+// content is destroyed last.
 KZCondition & KZCondition::operator=(KZCondition const & other) {
     KZCondition copy(other);
     Swap(copy);
     return *this;
 }
 
-// Deletes the children that have no other owner, without recursion and without allocating. On the way down a child stores
-// the list in which it stood, and its place in that list stores the way back up.
+// Deletes the children that have no other owner, without recursion and without allocating. On the way down a child
+// stores the list in which it stood, and its place in that list stores the way back up.
 KZCondition::~KZCondition() {
     std::vector<SubCondition> list = std::move(subConditions_);
     KZSmartPtr<KZCondition> parent;
@@ -182,8 +183,8 @@ bool KZCondition::IsNativeFormat(KZString const & text) {
     return text.Length() >= 2 && text[0] == u'@' && text[1] == u'@';
 }
 
-// The list holds the conditions that still have terms to evaluate, and the next of these terms. A condition that is at its
-// last term is taken off first: that term gives its result.
+// The list holds the conditions that still have terms to evaluate, and the next of these terms. A condition that is at
+// its last term is taken off first: that term gives its result.
 bool KZCondition::Evaluate(KZConditionParams const & params) const {
     struct Place {
         KZCondition const * condition;
@@ -196,7 +197,8 @@ bool KZCondition::Evaluate(KZConditionParams const & params) const {
     bool holds = HoldsAlone(params);
     for (;;) {
         std::vector<SubCondition> const & list = at.condition->subConditions_;
-        // While the result is true, only an AND can change it; while it is false, only an OR. The other terms are skipped.
+        // While the result is true, only an AND can change it; while it is false, only an OR. The other terms are
+        // skipped.
         while (at.next < list.size() && holds != (list[at.next].first == And)) ++at.next;
         if (at.next < list.size()) {
             KZCondition const & child = *list[at.next].second;

@@ -34,7 +34,7 @@ template <class T>
 concept IsConditionNumber = std::is_arithmetic_v<T> ||(std::is_enum_v<T> && std::is_convertible_v<T, int>);
 } // namespace KZDetail
 
-/// The data on which a condition is evaluated. With a class derived from KZCondition goes one derived from this.
+/// The data on which a condition is evaluated. A class derived from KZCondition needs a class derived from this one.
 ///
 /// Thread safety: as the derived class.
 class KZ_EXPORT KZConditionParams {
@@ -44,19 +44,20 @@ public:
 
 /// A comparison of a named field with a value, and conditions joined to it by AND and OR.
 ///
-/// The library doesn't know the values of fields: a derived class looks them up in `OnEvaluate`. Joined conditions are
-/// evaluated from left to right; AND and OR have the same precedence. Conditions are counted; a copy shares the joined ones,
-/// which don't change any more.
+/// The library doesn't know the values of fields: a derived class looks them up in `OnEvaluate`. Conditions that are
+/// joined to one are evaluated from left to right; AND has no precedence over OR. In a text everything after an AND or
+/// OR is joined to the term before it: "a = 1 AND b = 2 OR c = 3" is a = 1 AND (b = 2 OR c = 3). Conditions are
+/// counted; a copy shares the joined ones, which don't change any more.
 ///
-/// Parentheses in a text may nest 1,000 deep; deeper ones are refused. Any number of terms may be joined by AND and OR: no
-/// operation recurses into them.
+/// Parentheses in a text may nest 1,000 deep; deeper ones are refused. Any number of terms may be joined by AND and OR:
+/// no operation recurses into them.
 ///
 /// Errors: functions that change or print a condition throw std::bad_alloc.
 ///
 /// Thread safety: one thread builds a condition; after that any number of threads may evaluate it.
 class KZ_EXPORT KZCondition {
 public:
-    /// The comparison. A pattern has `Equal` or `NotEqual`, and a value type of its own.
+    /// The comparison. A pattern has `Equal` or `NotEqual`, and the value type `Pattern`.
     enum Operator : int { NoOperator, Less, LessOrEqual, Equal, NotEqual, GreaterOrEqual, Greater };
     /// The type of the value that the field is compared with.
     enum ValueType : int { NoValue, String, Number, Date, Pattern, PlainText };
@@ -64,8 +65,8 @@ public:
     enum Connective : int { Or, And };
 
     KZCondition();
-    /// Reads `text` as `FromString` does; of a wrong text the part before the error is kept. This constructor can't call the
-    /// `FromString` of a derived class: the constructor of that class must do so.
+    /// Reads `text` as `FromString` does; of a wrong text the part before the error is kept. This constructor can't
+    /// call the `FromString` of a derived class: the constructor of that class must do so.
     explicit KZCondition(KZString const & text);
     KZCondition(KZCondition const & other);
     KZCondition & operator=(KZCondition const & other);
@@ -78,15 +79,16 @@ public:
     [[nodiscard]] virtual KZSmartPtr<KZCondition> NewChild();
     /// Sets the field name. Returns false to refuse the name.
     virtual bool AssignFieldName(KZString const & name);
-    /// Reads a condition as a person types it, or as `ToString(true)` wrote it; blanks alone change nothing. Returns false for
-    /// any other text: the part before the error is kept, but a text of `ToString(true)` with an error changes nothing.
-    /// This function is called for the whole text only. Its parts are read into conditions that `NewChild` makes, with the
-    /// functions below. Errors: std::bad_alloc, and what those functions throw; the members of this class are then unchanged.
+    /// Reads a condition as a person types it, or as `ToString(true)` wrote it; blanks alone change nothing. Returns
+    /// false for any other text: the part before the error is kept, but a text of `ToString(true)` with an error
+    /// changes nothing. This function is called for the whole text only. Its parts are read into conditions that
+    /// `NewChild` makes, with the functions below. Errors: std::bad_alloc, and what those functions throw; the members
+    /// of this class are then unchanged.
     virtual bool FromString(KZString const & text);
     /// Compares the field with the value. Returns false unless a derived class overrides it.
     [[nodiscard]] virtual bool OnEvaluate(KZConditionParams const & params) const;
-    /// Sets the operator: "<", "<=", "=", "!=", ">=", ">", or "%" and "/=" for patterns. Returns false, and sets no operator,
-    /// for any other text.
+    /// Sets the operator: "<", "<=", "=", "!=", ">=", ">", or "%" and "/=" for patterns. Returns false, and sets no
+    /// operator, for any other text.
     virtual bool AssignOperatorFromStr(bool & isPattern, KZString const & text);
     /// Sets the value: a number, TO_DATE(...), a pattern, or a text with or without quotes.
     virtual bool AssignSuppliedValueFromStr(bool isPattern, KZString const & text);
@@ -103,8 +105,8 @@ public:
     unsigned long Release() const;
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
-    // --- Building: each function sets the operator and the value, and returns this condition. Numbers of all types become
-    // a double, which is exact up to 2^53; a unit becomes a text.
+    // --- Building: each function sets the operator and the value, and returns this condition. Numbers of all types
+    // become a double, which is exact up to 2^53; a unit becomes a text.
 
     template <KZDetail::IsConditionNumber Number>
     KZCondition & operator==(Number value) {
@@ -175,10 +177,11 @@ public:
     [[nodiscard]] bool HasAnd() const noexcept { return Has(And); }
     /// True for a text that starts with "@@".
     [[nodiscard]] static bool IsNativeFormat(KZString const & text);
-    /// Prints the condition as a person types it, or, when `native`, in a form from which `FromString` makes the same tree.
+    /// Prints the condition as a person types it, or, when `native`, in a form from which `FromString` makes the same
+    /// tree.
     [[nodiscard]] KZString ToString(bool native) const;
-    /// Returns whether the condition holds; one with neither operator nor joined conditions does. Allocates memory only where
-    /// more than 32 parentheses nest, each followed by another term.
+    /// Returns whether the condition holds; one with neither operator nor joined conditions does. Allocates memory only
+    /// where more than 32 parentheses nest, each followed by another term.
     [[nodiscard]] bool Evaluate(KZConditionParams const & params) const;
 
 protected:
@@ -191,8 +194,8 @@ protected:
 
     /// Compiles the string value as a pattern. Returns false when it is too large to compile (docs/patterns.md).
     bool AsRegExp();
-    /// For `OnEvaluate`: returns whether `text` matches the pattern, or, with the operator `NotEqual`, whether it doesn't;
-    /// false without a pattern.
+    /// For `OnEvaluate`: returns whether `text` matches the pattern, or, with the operator `NotEqual`, whether it
+    /// doesn't; false without a pattern.
     [[nodiscard]] bool MatchRexExp(KZString const & text) const;
     /// Reads what `ToString(true)` wrote. Returns false, and changes nothing, for any other text.
     bool FromNativeString(KZString const & text);

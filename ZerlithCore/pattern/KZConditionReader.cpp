@@ -1,5 +1,5 @@
-// Reads conditions from text. Each unit is read once, from left to right. Conditions that are begun but not complete stand
-// on a list, so nothing recurses, and no text is copied that is still to be read.
+// Reads conditions from text. Each unit is read once, from left to right. Conditions that are begun but not complete
+// stand on a list, so nothing recurses, and no text is copied that is still to be read.
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/pattern/ConditionText.h"
@@ -128,11 +128,12 @@ private:
     }
 
     std::u16string_view rest_;
-    std::vector<std::pair<KZCondition *, std::uint32_t>> begun_; // and how many conditions are still to be joined to each
+    std::vector<std::pair<KZCondition *, std::uint32_t>> begun_; // and how many are still to be joined to each
 };
 
-// Reads what a person types. The whole text, the text in a pair of parentheses, and the text after an AND or OR are parts. Each
-// part is read into a condition of its own: in "a = 1 AND (b = 2 OR c = 3)" these begin at a, at "(", at b and at c.
+// Reads what a person types. The whole text, the text in a pair of parentheses, and the text after an AND or OR are
+// parts. Each part is read into a condition of its own: in "a = 1 AND (b = 2 OR c = 3)" these begin at a, at "(", at b
+// and at c.
 class KZCondition::Reader {
 public:
     Reader(KZCondition & condition, std::u16string_view text) : rest_(text) {
@@ -264,8 +265,8 @@ private:
         return Take(rest_, size);
     }
 
-    // Reads a value; empty for a quote that isn't closed. Parentheses in quotes don't count. A quote that isn't the first unit
-    // of the value is a unit like others.
+    // Reads a value; empty for a quote that isn't closed. Parentheses in quotes don't count. A quote that isn't the
+    // first unit of the value is a unit like others.
     std::u16string_view TakeValue() {
         if (rest_.starts_with(u'"')) {
             std::size_t const length = QuotedLength(rest_);
@@ -283,7 +284,7 @@ private:
 
     std::u16string_view rest_;
     std::vector<Part> parts_;         // innermost last
-    std::vector<std::size_t> opened_; // for each pair of parentheses around a part: how many are open in its tokens
+    std::vector<std::size_t> opened_; // for each "(" around a part: how many are open in its tokens
 };
 
 bool KZCondition::FromString(KZString const & text) {

@@ -84,8 +84,8 @@ public:
         return false;
     }
     friend bool operator==(KZRangeSet const & a, KZRangeSet const & b) { return a.table_ == b.table_; }
-    /// Compares range by range, first the low ends, then the high ones. When all ranges of one set are those with which the
-    /// other begins, the shorter set comes first.
+    /// Compares range by range, first the low ends, then the high ones. When all ranges of one set are those with which
+    /// the other begins, the shorter set comes first.
     friend bool operator<(KZRangeSet const & a, KZRangeSet const & b) {
         return std::lexicographical_compare(
             a.GetBegin(), a.GetEnd(), b.GetBegin(), b.GetEnd(), [](auto const & left, auto const & right) {

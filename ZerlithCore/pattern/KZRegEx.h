@@ -23,23 +23,23 @@ struct RegExAutomaton;
 
 /// A deterministic automaton for a pattern. A match is of the whole text; there is no search and there are no captures.
 ///
-/// Construction takes time and memory with the number of states, which repeats and alternates multiply. A pattern that would
-/// take more than about 64 MB, or more than about a second, throws std::bad_alloc. Both are computed from the number of
-/// steps and objects, not measured, so a pattern fails on every machine or on none. A pattern that didn't parse gives an
-/// automaton that matches nothing.
+/// Construction takes time and memory with the number of states, which repeats and alternates multiply. A pattern that
+/// would take more than about 64 MB, or more than about a second, throws std::bad_alloc. Both are computed from the
+/// number of steps and objects, not measured, so a pattern fails on every machine or on none. A pattern that didn't
+/// parse gives an automaton that matches nothing.
 ///
-/// A match takes linear time and allocates nothing. It looks each unit up in tables, or, where tables would be too large, by
-/// a binary search. U+FFFF is in no set, so a text with it matches no pattern, with one exception: a match ends as soon as
-/// no further unit can change the result, so "a.*" matches an "a" that U+FFFF follows.
+/// A match takes linear time and allocates nothing. It looks each unit up in tables, or, where tables would be too
+/// large, by a binary search. U+FFFF is in no set, so a text with it matches no pattern, with one exception: a match
+/// ends as soon as no further unit can change the result, so "a.*" matches an "a" that U+FFFF follows.
 ///
 /// Copies share the automaton.
 ///
 /// Thread safety: one object may match in any number of threads.
 class KZ_EXPORT KZRegEx : public KZRefCount {
 public:
-    /// Compiles `parsed`. A collating table in it translates each unit of a text before it is matched: the table of 8 bits
-    /// the units below 257, by their lower byte; the table of 16 bits all units, but only if there is none of 8 bits.
-    /// With `debug` the nodes and states are written to the console. Errors: std::bad_alloc.
+    /// Compiles `parsed`. A collating table in it translates each unit of a text before it is matched: the table of 8
+    /// bits the units below 257, by their lower byte; the table of 16 bits all units, but only if there is none of 8
+    /// bits. With `debug` the nodes and states are written to the console. Errors: std::bad_alloc.
     explicit KZRegEx(KZParsedRegEx const & parsed, bool debug = false);
     KZRegEx(KZRegEx const & other);
     KZRegEx & operator=(KZRegEx const & other);
@@ -51,9 +51,10 @@ public:
         return MatchUnits(static_cast<std::u16string_view>(text));
     }
 
-    /// A prefix with which callers narrow a search. The states are visited in the order in which they were made: an accepting
-    /// state is skipped, a state that goes on with one range of units adds the lowest of these, and a state with several
-    /// ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Errors: std::bad_alloc.
+    /// A prefix with which callers narrow a search. The states are visited in the order in which they were made: an
+    /// accepting state is skipped, a state that goes on with one range of units adds the lowest of these, and a state
+    /// with several ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Errors:
+    /// std::bad_alloc.
     [[nodiscard]] KZString GetConstantStart() const;
 
 private:

@@ -1,4 +1,5 @@
-// A recursive descent that reads one token ahead. Sequences and alternates are read in loops, so only parentheses recurse.
+// A recursive descent that reads one token ahead. Sequences and alternates are read in loops, so only parentheses
+// recurse.
 #include "ZerlithCore/pattern/KZRegExParser.h"
 
 #include <new>

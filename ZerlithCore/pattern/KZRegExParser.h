@@ -23,7 +23,8 @@ struct KZParsedRegEx {
 
 /// Parses a pattern that comes unit by unit from a derived class.
 ///
-/// An error in the pattern gives a null root and no other sign. Parentheses may nest 1,000 deep; deeper ones are an error.
+/// An error in the pattern gives a null root and no other sign. Parentheses may nest 1,000 deep; deeper ones are an
+/// error.
 ///
 /// Thread safety: one object must not be used by two threads at the same time.
 class KZ_EXPORT KZRegExParserBase {
@@ -36,8 +37,8 @@ public:
     /// Returns the next unit of the pattern; at its end 0, at each further call, too.
     virtual char16_t GetNextChar() = 0;
 
-    /// Parses at the first call; later calls return the same tree, or fail again. Errors: std::bad_alloc; all later calls
-    /// then throw it, too.
+    /// Parses at the first call; later calls return the same tree, or fail again. Errors: std::bad_alloc; all later
+    /// calls then throw it, too.
     KZParsedRegEx Parse();
 
     /// The tables for the match, null at first: a derived class, or a caller before `Parse`, stores them here.
@@ -72,8 +73,8 @@ protected:
     /// Read the next token: the first by the rules outside of "[" and "]", the second by those inside.
     void GetRegExChar();
     void GetGroupChar();
-    /// Reads the digits of a count and returns the last one, so that 12 is 2: callers rely on it. Returns `defaultValue`
-    /// when there is no digit.
+    /// Reads the digits of a count and returns the last one, so that 12 is 2: callers rely on it. Returns
+    /// `defaultValue` when there is no digit.
     std::uint32_t GetCount(std::uint32_t defaultValue);
     /// Each reads one level of the grammar and returns its tree, null after an error.
     Node ParseRegEx();

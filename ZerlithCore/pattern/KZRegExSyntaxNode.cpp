@@ -4,9 +4,9 @@
 
 KZRegExSyntaxNode::~KZRegExSyntaxNode() = default;
 
-// Deletes the tree node by node, without recursion and without allocating, so that no destructor meets a subtree. A node
-// whose left child has no other owner is rotated: the child takes its place, and the node becomes the child's right child.
-// A node without such a child is deleted, and its right child is next.
+// Deletes the tree node by node, without recursion and without allocating, so that no destructor meets a subtree. A
+// node whose left child has no other owner is rotated: the child takes its place, and the node becomes the child's
+// right child. A node without such a child is deleted, and its right child is next.
 unsigned long KZRegExSyntaxNode::Release() const {
     unsigned long const left = count_.Decrement();
     if (left != 0) return left;

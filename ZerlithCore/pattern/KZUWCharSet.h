@@ -9,8 +9,8 @@
 #include "ZerlithCore/pattern/KZRangeSet.h"
 #include "ZerlithCore/platform/Export.h"
 
-/// A set of units from 0 to 0xFFFE. 0xFFFF can't be in a set, because a range is stored with the unit after its last one,
-/// which has 16 bits, too. Callers rely on the limit. A `char` counts as an unsigned byte.
+/// A set of units from 0 to 0xFFFE. 0xFFFF can't be in a set, because a range is stored with the unit after its last
+/// one, which has 16 bits, too. Callers rely on the limit. A `char` counts as an unsigned byte.
 ///
 /// Thread safety: a const object may be read from any thread.
 class KZ_EXPORT KZUWCharSet : public KZRangeSet<char16_t> {

@@ -1,5 +1,5 @@
-// The stages of compiling a pattern: the syntax tree becomes nodes (an NFA), which may be left without reading a unit by
-// e-transitions; the nodes become states (a DFA), in which each unit leads to one state at most.
+// The stages of compiling a pattern: the syntax tree becomes nodes (an NFA), which may be left without reading a unit
+// by e-transitions; the nodes become states (a DFA), in which each unit leads to one state at most.
 #pragma once
 
 #include "ZerlithCore/pattern/KZLookupTable.h"
@@ -19,10 +19,10 @@ namespace KZDetail {
 // Thrown for a pattern that exceeds the budget. Callers see that memory is out.
 class PatternTooLarge : public std::bad_alloc {};
 
-// The memory and time that compiling a pattern may take: 64 MB and about a second, so that a short pattern can't bring a
-// machine down. Both are computed from the objects that are made and the steps that are done. They aren't measured, so a
-// pattern fails on every machine or on none. Bytes are those of a 64-bit machine, with what an allocator adds to a block
-// and what a vector takes while it grows. Errors: PatternTooLarge.
+// The memory and time that compiling a pattern may take: 64 MB and about a second, so that a short pattern can't bring
+// a machine down. Both are computed from the objects that are made and the steps that are done. They aren't measured,
+// so a pattern fails on every machine or on none. Bytes are those of a 64-bit machine, with what an allocator adds to a
+// block and what a vector takes while it grows. Errors: PatternTooLarge.
 class Budget {
 public:
     void Keep(std::size_t bytes) {

@@ -5,12 +5,13 @@
 //     0 --> 2 -a-> 6 -b-> 3 --> 1
 //     0 --> 4 -a-> 5 --> 1
 //
-// State 0 is {0, 2, 4}: the entry and all that it leads to without a unit, its closure. An "a" leads to 5 and 6, with their
-// closures to state 1, {1, 5, 6}, which accepts since 1 is in it. There a "b" leads to state 2, {1, 3}, which accepts, too.
+// State 0 is {0, 2, 4}: the entry and all that it leads to without a unit, its closure. An "a" leads to 5 and 6, with
+// their closures to state 1, {1, 5, 6}, which accepts since 1 is in it. There a "b" leads to state 2, {1, 3}, which
+// accepts, too.
 //
-// Where the ranges of a set overlap, they are cut at their ends: for "[a-m]x|[h-z]y" the first unit is looked at as a-g,
-// h-m and n-z, which lead to three states. States are numbered in the order in which their sets are first met, and get
-// their transitions in the order of the sets.
+// Where the ranges of a set overlap, they are cut at their ends: for "[a-m]x|[h-z]y" the first unit is looked at as
+// a-g, h-m and n-z, which lead to three states. States are numbered in the order in which their sets are first met, and
+// get their transitions in the order of the sets.
 #include "ZerlithCore/pattern/RegExAutomaton.h"
 
 #include <algorithm>
@@ -25,8 +26,8 @@
 namespace KZDetail {
 namespace {
 
-// The set of nodes for which a state stands, in the order of KZNFANodeSet: sets are compared by the words of the bitmap,
-// then by the larger identifiers, which are sorted.
+// The set of nodes for which a state stands, in the order of KZNFANodeSet: sets are compared by the words of the
+// bitmap, then by the larger identifiers, which are sorted.
 struct StateSet {
     static constexpr std::uint32_t smallEnd = 128;
 
@@ -71,8 +72,8 @@ struct StateSetHash {
     }
 };
 
-// The closure of each node: all nodes that can be reached from it without a unit, itself included. Nodes are done in order;
-// where a search reaches a node that is done, it takes that node's closure.
+// The closure of each node: all nodes that can be reached from it without a unit, itself included. Nodes are done in
+// order; where a search reaches a node that is done, it takes that node's closure.
 std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & budget) {
     budget.Keep(60 * nodes.size());
     std::vector<StateSet> closures;
@@ -151,8 +152,8 @@ private:
         auto const [place, isNew] =
             stateOfSet_.try_emplace(std::move(set), static_cast<std::uint32_t>(states_.size()));
         if (isNew) {
-            // Memory in the map, in the set of unprocessed states and in the list of states; time also for the hash, which
-            // is computed again when the map grows.
+            // Memory in the map, in the set of unprocessed states and in the list of states; time also for the hash,
+            // which is computed again when the map grows.
             std::size_t const size = place->first.large.size();
             budget_.Keep(300 + (size == 0 ? 0 : 24 + 4 * size));
             kept_ += 120;

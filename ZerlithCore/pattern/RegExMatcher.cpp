@@ -1,5 +1,5 @@
-// Matching takes two loads a unit: one gives the class of the unit, the other the next state. When the state has stayed the
-// same for some units, as in ".*", a vector scan looks for the first unit that leads to another one.
+// Matching takes two loads a unit: one gives the class of the unit, the other the next state. When the state has stayed
+// the same for some units, as in ".*", a vector scan looks for the first unit that leads to another one.
 #include "ZerlithCore/pattern/RegExMatcher.h"
 
 #include <algorithm>
@@ -12,7 +12,8 @@
 namespace KZDetail {
 
 MatchTables::MatchTables(std::vector<DFAState> const & states, Budget & budget) {
-    // A long pattern of many different units has many states and as many classes: its tables would grow with the square.
+    // A long pattern of many different units has many states and as many classes: its tables would grow with the
+    // square.
     constexpr std::size_t mostCells = 4 * 1024 * 1024;
     MakeClasses(states, budget);
     std::size_t const bytes = states.size() * (21 + 4 * std::size_t{classCount_});
@@ -21,8 +22,8 @@ MatchTables::MatchTables(std::vector<DFAState> const & states, Budget & budget) 
     MakeRows(states, budget);
 }
 
-// Not in the header on purpose: in a function of its own the loop keeps everything in registers; inlined into a larger one it
-// takes twice as long.
+// Not in the header on purpose: in a function of its own the loop keeps everything in registers; inlined into a larger
+// one it takes twice as long.
 bool MatchTables::Match(std::u16string_view text) const noexcept { return Match(text, Identity{}); }
 
 // The first unit of each class, and 0x10000 at the end. A class begins wherever a range of some state begins or ends.

@@ -11,9 +11,9 @@
 
 namespace KZDetail {
 
-// Each state has a row with the next state for each class of units. A class is a range of units that lead every state to the
-// same place: for "[a-f]x" the classes are the units before a, a to f, g to w, x, and the units after x. The number of
-// a state is the index at which its row begins. If the tables would be too large, there are none.
+// Each state has a row with the next state for each class of units. A class is a range of units that lead every state
+// to the same place: for "[a-f]x" the classes are the units before a, a to f, g to w, x, and the units after x. The
+// number of a state is the index at which its row begins. If the tables would be too large, there are none.
 class MatchTables {
 public:
     struct Identity {
@@ -34,7 +34,8 @@ public:
     [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept;
 
 private:
-    // The units that lead a state to itself, if they are at most four ranges; if they are more, or none, the count is 0.
+    // The units that lead a state to itself, if they are at most four ranges; if they are more, or none, the count is
+    // 0.
     struct Loop {
         std::uint32_t count = 0;
         std::array<char16_t, 4> low{};

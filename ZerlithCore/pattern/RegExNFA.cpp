@@ -1,5 +1,5 @@
-// Makes nodes from the syntax tree. The parts of the tree that are still to be built stand on a list, not on the call stack,
-// so that a long pattern can't overflow it.
+// Makes nodes from the syntax tree. The parts of the tree that are still to be built stand on a list, not on the call
+// stack, so that a long pattern can't overflow it.
 #include "ZerlithCore/pattern/RegExAutomaton.h"
 
 namespace KZDetail {
@@ -27,8 +27,8 @@ public:
     }
 
 private:
-    // A part of the tree that is to be built between two nodes. With `ownsFrom` no other part begins at `from`, so that a
-    // loop may use `from` as its node.
+    // A part of the tree that is to be built between two nodes. With `ownsFrom` no other part begins at `from`, so that
+    // a loop may use `from` as its node.
     struct Piece {
         KZRegExSyntaxNode const * node;
         std::uint32_t from;
@@ -68,7 +68,8 @@ private:
         Push({&*piece.node->GetLeftChild(), piece.from, middle, piece.ownsFrom});
     }
 
-    // Each branch gets its own nodes at both ends. An alternate that is a branch adds its branches here: "a|b|c" has three.
+    // Each branch gets its own nodes at both ends. An alternate that is a branch adds its branches here: "a|b|c" has
+    // three.
     void BuildAlternate(Piece const & piece) {
         for (auto const & child : {piece.node->GetRightChild(), piece.node->GetLeftChild()}) {
             if (child->GetType() == KZRegExSyntaxNode::Alternate) {
@@ -95,8 +96,8 @@ private:
             BuildChain(piece, child, minimum, maximum);
     }
 
-    // Makes copies up to the minimum, followed by a loop: "(ab){2,}" becomes ab(ab)+. A loop over one set of units uses a single
-    // node, so that its state leads to itself: the matcher can then scan for the end of the loop.
+    // Makes copies up to the minimum, followed by a loop: "(ab){2,}" becomes ab(ab)+. A loop over one set of units uses
+    // a single node, so that its state leads to itself: the matcher can then scan for the end of the loop.
     void BuildLoop(Piece const & piece, KZRegExSyntaxNode const & child, std::uint32_t minimum) {
         std::uint32_t from = piece.from;
         bool ownsFrom = piece.ownsFrom;

@@ -10,12 +10,12 @@
 
 namespace KZDetail {
 
-/// A map from each of the 65536 units to a unit, stored as the difference of the two. Pages of 256 units that all map to
-/// themselves share one page of zeros, so that the table is small and stays in the cache.
+/// A map from each of the 65536 units to a unit, stored as the difference of the two. Pages of 256 units that all map
+/// to themselves share one page of zeros, so that the table is small and stays in the cache.
 class CaseMap {
 public:
-    /// `count` units from `first` on, `step` apart, each of which maps to the unit `distance` higher. The capital letters
-    /// A to Z, for instance, are {u'A', 32, 26, 1} in the map to lower case.
+    /// `count` units from `first` on, `step` apart, each of which maps to the unit `distance` higher. The capital
+    /// letters A to Z, for instance, are {u'A', 32, 26, 1} in the map to lower case.
     struct Run {
         char16_t first;
         int distance;

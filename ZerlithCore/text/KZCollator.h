@@ -43,8 +43,8 @@ private:
     KZCounter count_;
 };
 
-/// Compares two texts: the result is below 0 when `a` comes before `b`, 0 when they are equal, above 0 when `a` comes after
-/// `b`. A comparison allocates nothing and can't fail.
+/// Compares two texts: the result is below 0 when `a` comes before `b`, 0 when they are equal, above 0 when `a` comes
+/// after `b`. A comparison allocates nothing and can't fail.
 ///
 /// Thread safety: any number of threads may use one collator at the same time.
 class KZ_EXPORT KZCollator : public virtual KZCollatorRefCount {
@@ -91,7 +91,7 @@ protected:
 extern template class KZCollatingTable<unsigned short>;
 extern template class KZCollatingTable<char>;
 
-/// By values: -1, 0 or 1.
+/// Compares by values: -1, 0 or 1.
 class KZ_EXPORT KZBinaryCollator : public KZCollator {
 public:
     explicit KZBinaryCollator(int unused = 1);
@@ -102,7 +102,7 @@ public:
     int Compare(char const * a, char const * b) const override;
 };
 
-/// By the values of the upper-case units, as `KZtowupper` gives them: -1, 0 or 1.
+/// Compares by the values of the upper-case units, as `KZtowupper` gives them: -1, 0 or 1.
 class KZ_EXPORT KZBinaryIgnoreCaseCollator : public KZCollator {
 public:
     explicit KZBinaryIgnoreCaseCollator(int unused = 1);
@@ -113,7 +113,7 @@ public:
     int Compare(char const * a, char const * b) const override;
 };
 
-/// By weights of 16 bits; the result is the difference of the first weights that differ.
+/// Compares by weights of 16 bits; the result is the difference of the first weights that differ.
 ///
 /// Only weights count: texts with equal weights are equal, even if they differ in case or accent. When one text is the
 /// beginning of the other, the shorter one comes first. The object has 128 KB.
@@ -127,7 +127,7 @@ public:
     int Compare(char const * a, char const * b) const override;
 };
 
-/// By weights of 8 bits; a unit above 255 has its own value as weight.
+/// Compares by weights of 8 bits; a unit above 255 has its own value as weight.
 ///
 /// The result is 0 as soon as either text ends: ab and abc are equal, and the empty text equals any other. Callers
 /// rely on it. Otherwise it is the difference of the first weights that differ.
@@ -141,73 +141,73 @@ public:
     int Compare(char const * a, char const * b) const override;
 };
 
-/// By the weights of upper case.
+/// Compares by the weights of upper case.
 class KZ_EXPORT KZTableIgnoreCaseCollator : public KZTableCollator {
 public:
     explicit KZTableIgnoreCaseCollator(int unused = 1);
 };
 
-/// By the weights of base letters.
+/// Compares by the weights of base letters.
 class KZ_EXPORT KZTableIgnoreAccentCollator : public KZTableCollator {
 public:
     explicit KZTableIgnoreAccentCollator(int unused = 1);
 };
 
-/// By the weights of the base letters' upper case.
+/// Compares by the weights of the base letters' upper case.
 class KZ_EXPORT KZTableIgnoreCaseAndAccentCollator : public KZTableCollator {
 public:
     explicit KZTableIgnoreCaseAndAccentCollator(int unused = 1);
 };
 
-/// By values, until a derived class gives the cases an order.
+/// Compares by values, unless a derived class gives the cases an order.
 class KZ_EXPORT KZTableSortCaseCollator : public KZTableCollator {
 public:
     explicit KZTableSortCaseCollator(int unused = 1);
 };
 
-/// By values, until a derived class gives the accents an order.
+/// Compares by values, unless a derived class gives the accents an order.
 class KZ_EXPORT KZTableSortAccentCollator : public KZTableCollator {
 public:
     explicit KZTableSortAccentCollator(int unused = 1);
 };
 
-/// By values, until a derived class gives cases and accents an order.
+/// Compares by values, unless a derived class gives cases and accents an order.
 class KZ_EXPORT KZTableSortCaseAndAccentCollator : public KZTableCollator {
 public:
     explicit KZTableSortCaseAndAccentCollator(int unused = 1);
 };
 
-/// By the small weights of upper case.
+/// Compares by the small weights of upper case.
 class KZ_EXPORT KZSmallTableIgnoreCaseCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableIgnoreCaseCollator(int unused = 1);
 };
 
-/// By the small weights of base letters.
+/// Compares by the small weights of base letters.
 class KZ_EXPORT KZSmallTableIgnoreAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableIgnoreAccentCollator(int unused = 1);
 };
 
-/// By the small weights of the base letters' upper case.
+/// Compares by the small weights of the base letters' upper case.
 class KZ_EXPORT KZSmallTableIgnoreCaseAndAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableIgnoreCaseAndAccentCollator(int unused = 1);
 };
 
-/// By values, until a derived class gives the cases an order.
+/// Compares by values, unless a derived class gives the cases an order.
 class KZ_EXPORT KZSmallTableSortCaseCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableSortCaseCollator(int unused = 1);
 };
 
-/// By values, until a derived class gives the accents an order.
+/// Compares by values, unless a derived class gives the accents an order.
 class KZ_EXPORT KZSmallTableSortAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableSortAccentCollator(int unused = 1);
 };
 
-/// By values, until a derived class gives cases and accents an order.
+/// Compares by values, unless a derived class gives cases and accents an order.
 class KZ_EXPORT KZSmallTableSortCaseAndAccentCollator : public KZSmallTableCollator {
 public:
     explicit KZSmallTableSortCaseAndAccentCollator(int unused = 1);

@@ -134,8 +134,8 @@ private:
 
 } // namespace KZDetail
 
-/// A type that `KZString::Format` and similar functions take: numbers, enumerators, pointers, `nullptr`, KZString, and the
-/// strings and string views of the standard. Of any other object pass a text or a number.
+/// A type that `KZString::Format` and similar functions take: numbers, enumerators, pointers, `nullptr`, KZString, and
+/// the strings and string views of the standard. Of any other object pass a text or a number.
 template <class T>
 concept KZFormattable =
     std::is_constructible_v<KZDetail::FormatArgument, T const &> && !KZDetail::IsArgumentList<T>;

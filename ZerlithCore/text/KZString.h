@@ -37,7 +37,8 @@ using KZDuration = std::int32_t;
 namespace KZDetail {
 template <class T>
 concept IsUnit = std::same_as<T, char16_t> || std::same_as<T, char>;
-/// A number, an enumerator, or an object that converts to one: the language would convert it to a unit without a warning.
+/// A number, an enumerator, or an object that converts to one: the language would convert it to a unit without a
+/// warning.
 template <class T>
 concept IsNumber = !IsUnit<T> && std::is_convertible_v<T, char16_t>;
 } // namespace KZDetail
@@ -50,19 +51,21 @@ concept IsNumber = !IsUnit<T> && std::is_convertible_v<T, char16_t>;
 /// `npos`, unsigned -1. An empty string costs no allocation. Pointers that are passed may point into the string
 /// itself.
 ///
-/// A unit is a `char16_t`, or a `char` literal. A number isn't one: a function that takes a unit doesn't compile with a number.
+/// A unit is a `char16_t`, or a `char` literal. A number isn't one: a function that takes a unit doesn't compile with a
+/// number.
 ///
-/// Errors: functions that allocate throw std::bad_alloc, or std::length_error for a text of about 2^32 units; the string is
-/// then unchanged.
+/// Errors: functions that allocate throw std::bad_alloc, or std::length_error for a text of about 2^32 units; the
+/// string is then unchanged.
 ///
-/// Thread safety: threads may copy and destroy strings that share a block; a KZString object that one thread changes must
-/// not be used by another at the same time.
+/// Thread safety: threads may copy and destroy strings that share a block; a KZString object that one thread changes
+/// must not be used by another at the same time.
 class KZ_EXPORT KZString {
 public:
-    /// The block behind a string. `text` holds `length` units and a 0; `capacity` + 1 units are allocated.
+    /// The block in which a string keeps its text. `text` holds `length` units and a 0; `capacity` + 1 units are
+    /// allocated.
     struct DataDef {
         std::uint32_t capacity;
-        std::atomic<std::int32_t> references; // holders minus one
+        std::atomic<std::int32_t> references; // the number of strings that share the block, minus one
         std::uint32_t length;
         char16_t text[1];
     };
@@ -96,7 +99,8 @@ public:
     requires((std::is_arithmetic_v<Number> || std::is_enum_v<Number>)&&!std::same_as<Number, char16_t>)
         KZString(Number number)
     = delete;
-    /// `count` copies of `unit`, appended one at a time, which fixes the capacity. The last number is ignored.
+    /// `count` copies of `unit`; the capacity is the same as after appending them one by one. The last number is
+    /// ignored.
     KZString(char16_t unit, unsigned int count, unsigned int ignored = 16);
     template <KZDetail::IsNumber Number>
     KZString(Number, unsigned int, unsigned int = 16) = delete;
@@ -134,7 +138,7 @@ public:
     /// Shares the block of `other`.
     void Assign(KZString const & other) noexcept;
     /// Copies `count` units of `text`, 0 units included; `count` 0 means up to the terminator. A null `text` or
-    /// nothing to copy clears the string. Asks for capacity `count` + 1. The last number is ignored.
+    /// nothing to copy clears the string. The capacity becomes at least `count` + 1. The last number is ignored.
     void Assign(char16_t const * text, unsigned int count, unsigned int ignored = 16);
 
     /// A standard string of the text up to the first 0.
@@ -185,7 +189,8 @@ public:
     KZString & operator+=(char16_t unit) {
         DataDef * const block = data_;
         std::uint32_t const length = block->length;
-        // The quick way, if no other string shares the block and the block has as much room as ResizeCapacity would want.
+        // The quick way, if no other string shares the block and the block has as much room as ResizeCapacity would
+        // want.
         if (length + 2 <= block->capacity && block->references.load(std::memory_order_acquire) == 0) {
             block->text[length] = unit;
             block->text[length + 1] = u'\0';
@@ -208,8 +213,8 @@ public:
     template <KZDetail::IsNumber Number>
     void Insert(unsigned int, Number) = delete;
     void Insert(unsigned int position, KZString const & text) { Insert(position, text.c_str()); }
-    /// Removes up to `count` units from `position` on. The block is kept, except when a `count` that reaches past the end
-    /// removes all units: that is `Clear`.
+    /// Removes up to `count` units from `position` on. The block is kept, except when a `count` that reaches past the
+    /// end removes all units: that is `Clear`.
     void Remove(unsigned int position, unsigned int count);
     /// Replaces each `from` by `to`, from left to right; replaced text isn't searched again. A null or empty `from`
     /// does nothing; a null `to` is empty. The capacity grows as if each hit were replaced by itself. The time is
@@ -232,8 +237,8 @@ public:
     /// The same with a set: removes everything before the first unit at or after `position` that isn't in `set`.
     /// If there is no such unit, the string is cleared. An empty `set` does nothing.
     void LTrim(char16_t const * set = u" \t", unsigned int position = 0);
-    /// Counts the units equal to `unit` from `position` (at most the last unit) backwards, and removes that many from the end
-    /// of the string, even if `position` isn't the last unit. Callers rely on that.
+    /// Counts the units equal to `unit` from `position` (at most the last unit) backwards, and removes that many from
+    /// the end of the string, even if `position` isn't the last unit. Callers rely on that.
     void RTrim(char16_t unit, unsigned int position = npos);
     template <KZDetail::IsNumber Number>
     void RTrim(Number, unsigned int = npos) = delete;
@@ -242,24 +247,24 @@ public:
 
     /// Replaces the text by the expansion of a printf-style `format`.
     ///
-    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. "%s" and "%S" both print a
-    /// text by its type: units, bytes in UTF-8, or wide characters. A string or view prints whole, 0 units included, a pointer
-    /// up to its terminator. Widths, precisions and "%n" count units. F, L and N are skipped.
-    /// An unknown conversion writes its letter; a null text prints "(null)"; a unit 0 printed by "%c" ends the text. Numbers
-    /// look as in the C locale. Arguments may refer to this string. A larger width than 1,048,576 counts as 1,048,576, as
-    /// does such a precision of a number.
+    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. "%s" and "%S" both
+    /// print a text by its type: units, bytes in UTF-8, or wide characters. A string or view prints whole, 0 units
+    /// included, a pointer up to its terminator. Widths, precisions and "%n" count units. F, L and N are skipped. An
+    /// unknown conversion writes its letter; a null text prints "(null)"; a unit 0 printed by "%c" ends the text.
+    /// Numbers look as in the C locale. Arguments may refer to this string. A larger width than 1,048,576 counts as
+    /// 1,048,576, as does such a precision of a number.
     ///
-    /// The types of the arguments are known: "%d" prints all bits of a wider number, and "%f" prints an integer. An argument
-    /// that doesn't fit its conversion prints as "%d", "%u", "%c", "%g", "%s" or "%p" would; a missing one is 0 or null.
-    /// "%n" writes only through a pointer to an integer, with the size of that integer; a pointer that may be a text is left
-    /// alone. A `char32_t` or `wchar_t` above U+FFFF is two units.
+    /// The types of the arguments are known: "%d" prints all bits of a wider number, and "%f" prints an integer. An
+    /// argument that doesn't fit its conversion prints as "%d", "%u", "%c", "%g", "%s" or "%p" would; a missing one is
+    /// 0 or null. "%n" writes only through a pointer to an integer, with the size of that integer; a pointer that may
+    /// be a text is left alone. A `char32_t` or `wchar_t` above U+FFFF is two units.
     template <KZFormattable... Arguments>
     void Format(char16_t const * format, Arguments const &... arguments) {
         KZDetail::FormatArgument const list[] = {KZDetail::FormatArgument(arguments)..., {}};
         FormatArguments(format, list, sizeof...(arguments));
     }
-    /// The same with a started argument list, whose values must have the types that the conversions say: "%s" is a text of
-    /// units, "%S" and "%hs" one of bytes in UTF-8.
+    /// The same with a started argument list, whose values must have the types that the conversions say: "%s" is a text
+    /// of units, "%S" and "%hs" one of bytes in UTF-8.
     template <class ArgumentList>
     requires KZDetail::IsArgumentList<ArgumentList>
     void Format(char16_t const * format, ArgumentList && arguments) { FormatArgumentList(format, arguments); }
@@ -281,8 +286,8 @@ public:
     std::uint64_t AsUInt64(bool * success = nullptr) const;
     /// Reads with `KZDateTime::FromString`, in the local zone and by the default template.
     KZDateTime AsKZDateTime(bool * success = nullptr) const;
-    /// These read with the `FromString` of their classes, in the local zone and by the default templates; a duration without
-    /// a unit counts seconds.
+    /// These read with the `FromString` of their classes, in the local zone and by the default templates; a duration
+    /// without a unit counts seconds.
     KZDateTimeEx AsKZDateTimeEx(bool * success = nullptr) const;
     KZDateEx AsKZDateEx(bool * success = nullptr) const;
     KZTimeEx AsKZTimeEx(bool * success = nullptr) const;
@@ -306,10 +311,10 @@ public:
 
     // --- Comparison, of the texts up to their first 0
 
-    /// Returns a number below 0 if this text comes before `rhs`, 0 if they are equal, above 0 if it comes after `rhs`: by unit
-    /// values, or by the table collators that `flags` select. A null `rhs` gives 0 for an empty string and -1 for any other,
-    /// so that a string comes before null: callers rely on it. Errors: std::bad_alloc at the first use of a flag; the next
-    /// use tries again.
+    /// Returns a number below 0 if this text comes before `rhs`, 0 if they are equal, above 0 if it comes after `rhs`:
+    /// by unit values, or by the table collators that `flags` select. A null `rhs` gives 0 for an empty string and -1
+    /// for any other, so that a string comes before null: callers rely on it. Errors: std::bad_alloc at the first use
+    /// of a flag; the next use tries again.
     [[nodiscard]] int Compare(char16_t const * rhs, long flags = 0) const;
     [[nodiscard]] int Compare(KZString const & rhs, long flags = 0) const;
     /// The same by `collator`; null means by unit values.
@@ -372,8 +377,9 @@ public:
     static DataDef glbEmptyData;
 
 protected:
-    /// Makes sure that the string has a block that no other string shares, with room for `need` units. A new block keeps the
-    /// old capacity if that suffices; otherwise it has one and a half times the old one, or `need` if that is more, at least 1.
+    /// Makes sure that the string has a block that no other string shares, with room for `need` units. A new block
+    /// keeps the old capacity if that suffices; otherwise it has one and a half times the old one, or `need` if that is
+    /// more, at least 1.
     void ResizeCapacity(std::uint32_t need);
 
 private:
@@ -387,7 +393,8 @@ private:
 
     /// True when no other string shares the block and it has room for `need` units.
     bool OwnsRoom(std::uint32_t need) const noexcept;
-    /// Moves the text to a new block by the rule of `ResizeCapacity`. Returns the old block, which lives as long as the result.
+    /// Moves the text to a new block by the rule of `ResizeCapacity`. Returns the old block, which lives as long as the
+    /// result.
     KZString Regrow(std::uint32_t need);
     /// Sets the length and writes the terminator there.
     void EndAt(std::size_t length) noexcept;
@@ -411,8 +418,8 @@ KZ_EXPORT KZString operator+(KZString left, char16_t right);
 template <std::same_as<KZString> Text, KZDetail::IsNumber Number>
 KZString operator+(Text const & left, Number right) = delete;
 
-/// Writes the text up to its first 0. Where `wchar_t` has 32 bits, a surrogate pair becomes one character; a lone surrogate
-/// is written as it is.
+/// Writes the text up to its first 0. Where `wchar_t` has 32 bits, a surrogate pair becomes one character; a lone
+/// surrogate is written as it is.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
 
 /// The upper case of a unit, the same in every locale; the unit itself if it has none of one unit.
@@ -447,8 +454,8 @@ public:
     bool operator()(KZString const & a, KZString const & b) const { return a.Compare(b, 0) < 0; }
 };
 
-/// A hash of the text up to its first 0, so that strings that compare equal have equal hashes. That of KZStringHash includes
-/// the whole length, so it differs between `u"a"` and "a" followed by a 0 and more units, which compare equal.
+/// A hash of the text up to its first 0, so that strings that compare equal have equal hashes. That of KZStringHash
+/// includes the whole length, so it differs between `u"a"` and "a" followed by a 0 and more units, which compare equal.
 template <>
 struct KZ_EXPORT std::hash<KZString> {
     std::size_t operator()(KZString const & string) const noexcept;

@@ -13,13 +13,13 @@
 #include <memory>
 #include <utility>
 
-// The format is read once. Each conversion is put together in pieces (prefix, zeros, body) and written to a
-// buffer that starts on the stack and moves to the heap when it grows. The string gets the result at the end, so arguments
-// may point into the string. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's
+// The format is read once. Each conversion is put together in pieces (prefix, zeros, body) and written to a buffer that
+// starts on the stack and moves to the heap when it grows. The string gets the result at the end, so arguments may
+// point into the string. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's
 // locale is.
 //
-// Arguments come with their types, or from a started list, from which each is read with the type that its conversion says.
-// The class `Arguments` hides that difference.
+// Arguments come with their types, or from a started list, from which each is read with the type that its conversion
+// says. The class `Arguments` hides that difference.
 //
 // A huge width or precision can't exhaust memory: padding stops at `MaxPadding` units.
 
@@ -72,7 +72,7 @@ private:
 
 enum class ArgumentSize { Char, Short, Default, Long, Quad };
 
-/// One conversion as it stands in the format.
+/// One conversion of the format.
 struct Conversion {
     bool left = false, plus = false, blank = false, alternate = false, zeros = false;
     int width = 0;

@@ -9,9 +9,9 @@
 #include <string>
 #include <type_traits>
 
-// The standard has no conversions from 16-bit units, so numbers are read here. Integers are computed digit by digit. For
-// a double the end of the number is found first; its units, which are all ASCII, go to std::from_chars, which depends on no
-// locale and rounds correctly however long the number is.
+// The standard has no conversions from 16-bit units, so numbers are read here. Integers are computed digit by digit.
+// For a double the end of the number is found first; its units, which are all ASCII, go to std::from_chars, which
+// depends on no locale and rounds correctly however long the number is.
 
 namespace {
 
@@ -72,8 +72,8 @@ std::size_t StartsWith(char16_t const * text, std::u16string_view word) noexcept
     return word.size();
 }
 
-/// Steps over an exponent that starts with `letter` and has a digit. Returns its value, 0 if there is none; a value that is
-/// far beyond any double's is cut.
+/// Steps over an exponent that starts with `letter` and has a digit. Returns its value, 0 if there is none; a value
+/// that is far beyond any double's is cut.
 std::int64_t TakeExponent(char16_t const *& text, char16_t letter) noexcept {
     constexpr std::int64_t Bound = 1'000'000'000'000;
     char16_t const * place = text;
@@ -93,7 +93,7 @@ struct Extent {
     char16_t const * begin;
     char16_t const * end; // equal to `begin` if there is no number
     bool isHex;
-    bool isLarge; // whether it is at least 1; so a number that doesn't fit into a double is too large, otherwise too small
+    bool isLarge; // at least 1: if it doesn't fit into a double, it is too large, else too small
 };
 
 Extent MeasureNumber(char16_t const * text) noexcept {

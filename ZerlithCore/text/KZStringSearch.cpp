@@ -6,8 +6,8 @@
 #include <bitset>
 #include <cstring>
 
-// The fast searches go by the length of the string and don't stop at a 0 unit. When they find a hit, the units before it are
-// searched for a 0, since what follows a 0 doesn't count. That takes no longer than the search itself.
+// The fast searches go by the length of the string and don't stop at a 0 unit. When they find a hit, the units before
+// it are searched for a 0, since what follows a 0 doesn't count. That takes no longer than the search itself.
 
 namespace {
 
@@ -80,8 +80,8 @@ std::uint32_t KZString::Find(char16_t unit, unsigned int position) const {
     return position + static_cast<std::uint32_t>(place);
 }
 
-// The result is that of a search from the front that keeps the last hit; searching from the end is faster, because it can
-// stop at its first hit.
+// The result is that of a search from the front that keeps the last hit; searching from the end is faster, because it
+// can stop at its first hit.
 std::uint32_t KZString::RFind(char16_t const * needle, unsigned int position) const {
     if (IsNull()) return npos;
     position = std::min(position, Length() - 1);

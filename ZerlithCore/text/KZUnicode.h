@@ -73,8 +73,8 @@ public:
         [[nodiscard]] CharInfo & operator[](char16_t unit) noexcept { return records_[unit]; }
         /// Makes all records fresh and drops the names.
         void Reset();
-        /// Keeps a copy of `name`, ended by a 0 byte, and returns it: for the names of a `CharInfo`. An empty name allocates
-        /// nothing.
+        /// Keeps a copy of `name`, ended by a 0 byte, and returns it: for the names of a `CharInfo`. An empty name
+        /// allocates nothing.
         char const * KeepName(std::string_view name);
 
     private:
@@ -85,7 +85,8 @@ public:
 
     /// The base letter of each unit: for an accented letter of any script the letter with which its full canonical
     /// decomposition begins, in the same case; for every other unit the unit itself. Letters that don't decompose (AE,
-    /// O with stroke, sharp s) and Hangul syllables map to themselves. The data are those of the Unicode character database.
+    /// O with stroke, sharp s) and Hangul syllables map to themselves. The data are those of the Unicode character
+    /// database.
     static std::array<char16_t, 0x10000> const glbEquivalentChar;
 
     [[nodiscard]] static char16_t GetEquivalentChar(char16_t unit) noexcept {

@@ -11,10 +11,11 @@
 
 #include <iosfwd>
 
-/// Reads a file in the layout of the database's UnicodeData.txt: a line for each character, its fields between semicolons.
+/// Reads a file in the layout of the database's UnicodeData.txt: a line for each character, its fields between
+/// semicolons.
 ///
-/// Only the lower 16 bits of a code point count, so those above U+FFFF overwrite the records of other units; to avoid that,
-/// pass a file without them. Fields that a line doesn't have are empty or 0. A line that doesn't start with a
+/// Only the lower 16 bits of a code point count, so those above U+FFFF overwrite the records of other units; to avoid
+/// that, pass a file without them. Fields that a line doesn't have are empty or 0. A line that doesn't start with a
 /// number is skipped. A line of 4,096 characters or more ends the reading, without an error.
 ///
 /// Thread safety: may be called from any thread, if each passes its own `info`.

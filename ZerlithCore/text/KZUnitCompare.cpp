@@ -1,6 +1,6 @@
-// Where the processor has 128-bit compares, eight units are compared in one step. A block may reach beyond a terminator,
-// but is never loaded where it would reach into the next page, which may not exist: there eight units are compared one
-// by one.
+// Where the processor has 128-bit compares, eight units are compared in one step. A block may reach beyond a
+// terminator, but is never loaded where it would reach into the next page, which may not exist: there eight units are
+// compared one by one.
 
 #include "ZerlithCore/text/KZUnitCompare.h"
 

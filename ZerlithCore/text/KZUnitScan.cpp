@@ -14,8 +14,8 @@
 //
 // A finder compares two units of the needle, the probes, at eight positions of the text at once. It compares the whole
 // needle only at positions where both agree. The probes are two different units that are rare in texts: of "the Queen"
-// Q is one, a blank or a small letter is taken only where there is nothing better. So few positions need a whole compare;
-// in the worst case, such as "aaa" in a text of a's, the search takes as long as a plain one.
+// Q is one, a blank or a small letter is taken only where there is nothing better. So few positions need a whole
+// compare; in the worst case, such as "aaa" in a text of a's, the search takes as long as a plain one.
 
 namespace {
 

@@ -1,4 +1,5 @@
-// Calls `question` and turns the std::system_error of zone data that can't be read into the exception that callers expect.
+// Calls `question` and turns the std::system_error of zone data that can't be read into the exception that callers
+// expect.
 #pragma once
 
 #include "ZerlithCore/errors/KZException.h"

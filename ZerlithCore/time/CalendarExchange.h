@@ -1,5 +1,6 @@
-// Conversions between calendar values and the records of other programs, without regard to zones. A null date or time gives
-// the record's zero. Each function returns false, and leaves its target unchanged, when the value can't be converted.
+// Conversions between calendar values and the records of other programs, without regard to zones. A null date or time
+// gives the record's zero. Each function returns false, and leaves its target unchanged, when the value can't be
+// converted.
 #pragma once
 
 #include "ZerlithCore/time/KZDateEx.h"

@@ -229,7 +229,8 @@ bool PrintCalendar(char16_t * buffer, std::size_t capacity, char16_t const * for
         } else if (static_cast<std::size_t>(end - out) > longestField) {
             out = PutField(out, letter, value);
         } else {
-            // Near the end of the buffer the field is printed elsewhere first, since it may be longer than the room left.
+            // Near the end of the buffer the field is printed elsewhere first, since it may be longer than the room
+            // left.
             std::array<char16_t, longestField> field;
             char16_t const * const fieldEnd = PutField(field.data(), letter, value);
             if (fieldEnd - field.data() >= end - out) break;

@@ -18,8 +18,8 @@ struct CalendarValue {
     std::int32_t localMinusUtc = 0; // seconds
 };
 
-// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when the text
-// was cut.
+// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when the
+// text was cut.
 bool PrintCalendar(char16_t * buffer, std::size_t capacity, char16_t const * format,
                    CalendarValue const & value, unsigned int letters);
 // Prints into a string, without a limit.

@@ -19,8 +19,8 @@
 
 /// Moves local dates of a zone from standard time to daylight time, where that holds, and back.
 ///
-/// A local date holds the seconds since 1970 that its fields would have in UTC. A period of daylight time lasts from the
-/// local time at which it begins to the local time at which it ends, without the end itself.
+/// A local date holds the seconds since 1970 that its fields would have in UTC. A period of daylight time lasts from
+/// the local time at which it begins to the local time at which it ends, without the end itself.
 ///
 /// Thread safety: a const object may be used from any thread.
 class KZ_EXPORT KZDSTAdjuster {
@@ -35,16 +35,19 @@ public:
     KZDSTAdjuster & operator=(KZDSTAdjuster const & other);
     virtual ~KZDSTAdjuster();
 
-    /// Takes `value` as standard time and adds an hour if it lies in a period of daylight time; otherwise changes nothing.
+    /// Takes `value` as standard time and adds an hour if it lies in a period of daylight time; otherwise changes
+    /// nothing.
     void AdjustDate(KZDateTime & value) const;
-    /// Undoes `AdjustDate`, for the bounds of time slices: subtracts an hour if the result lies in a period of daylight time.
+    /// Undoes `AdjustDate`, for the bounds of time slices: subtracts an hour if the result lies in a period of daylight
+    /// time.
     void AdjustBucketDate(KZDateTime & value) const;
 
     [[nodiscard]] KZTimeZone const & tz() const noexcept { return zone_; }
 
 protected:
-    /// Computes the day and time of `rule` in the year of `time`, and sets all fields of `time`. Returns false if the rule has
-    /// no month, or asks for a fifth weekday, say, of a month that has four. A week below 1 is the month's first day.
+    /// Computes the day and time of `rule` in the year of `time`, and sets all fields of `time`. Returns false if the
+    /// rule has no month, or asks for a fifth weekday, say, of a month that has four. A week below 1 is the month's
+    /// first day.
     static bool ComputeDSTDate(KZSystemTime const & rule, std::tm & time);
 
 private:

@@ -24,15 +24,15 @@ class KZTimeZone;
 struct KZDateAndTime;
 
 /// A date of the Gregorian calendar in 32 bits: the year in the upper 23, the month in bits 5 to 8, the day below. 0 is
-/// the null date. Any month from 0 to 15 and day to 31 can be held; `IsValid` tells whether there is such a day.
+/// the null date. Any month from 0 to 15 and any day up to 31 can be stored; `IsValid` returns whether the day exists.
 ///
 /// Years reach from -4,194,304 to 4,194,303 and wrap round there.
 ///
-/// Templates: %Y is the year, %y its last two digits, %m the month, %d the day, %W the week as `GetYearWeek` counts, all but
-/// %Y with two digits; any other letter stands for itself. Reading knows %Y, %y (below 70 is 20xx, below 100 19xx), %m and
-/// %d. A field is a number, which may begin with a sign; text between the fields is skipped and not compared with the
-/// template. A field that is followed by another character than in the template is dropped: by "%Y/%m", "2024-05" has no
-/// year.
+/// Templates: %Y is the year, %y its last two digits, %m the month, %d the day, %W the week as `GetYearWeek` counts,
+/// all but %Y with two digits; any other letter stands for itself. Reading knows %Y, %y (below 70 is 20xx, below 100
+/// 19xx), %m and %d. A field is a number, which may begin with a sign; text between the fields is skipped and not
+/// compared with the template. A field that is followed by another character than in the template is dropped: by
+/// "%Y/%m", "2024-05" has no year.
 ///
 /// Errors: functions with a text throw std::bad_alloc; those that need the local zone throw what
 /// `KZTimeZone::GetLocalTimeZone` throws.
@@ -104,8 +104,8 @@ public:
     [[nodiscard]] constexpr unsigned int GetWeekDay() const noexcept;
     /// The day of the year; 1 January is 1. 0 when the date isn't valid.
     [[nodiscard]] constexpr unsigned int GetYearDay() const noexcept;
-    /// The week of the year. Weeks start on Monday; the days before the year's first Monday are week 0. 0 when the date isn't
-    /// valid.
+    /// The week of the year. Weeks start on Monday; the days before the year's first Monday are week 0. 0 when the date
+    /// isn't valid.
     [[nodiscard]] constexpr unsigned int GetYearWeek() const noexcept;
 
     // --- Text
@@ -113,18 +113,18 @@ public:
     /// Prints by the default template, or by `format`; a null date gives an empty text. Always returns true.
     bool AsString(KZString & out) const;
     bool AsString(KZString & out, KZString const & format) const;
-    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when the
-    /// text was cut.
+    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when
+    /// the text was cut.
     bool AsString(char16_t * buffer, std::size_t capacity, KZString const & format) const;
     [[nodiscard]] KZString AsString() const;
     [[nodiscard]] KZString AsString(KZString const & format) const;
-    /// Reads `text`: a date, "SYSDATE" for today in local time, or blanks for null. Returns false when the fields make no valid
-    /// date, for instance because one was dropped, or when the year is 0; the fields are stored all the same.
+    /// Reads `text`: a date, "SYSDATE" for today in local time, or blanks for null. Returns false when the fields make
+    /// no valid date, for instance because one was dropped, or when the year is 0; the fields are stored all the same.
     bool FromString(KZString const & text);
     bool FromString(KZString const & text, KZString const & format);
 
-    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a date null.
-    // Records with a time of day get 00:00:00.
+    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a date
+    // null. Records with a time of day get 00:00:00.
 
     bool AsStructTM(std::tm & out) const;
     /// SYSTEMTIME and FILETIME have the years 1601 to 30827.

@@ -1,5 +1,5 @@
-// Calendar days are counted by the standard library; zones and the printing of names come from the platform. The reader is
-// a loop over the template: each conversion removes its part from the front of the text.
+// Calendar days are counted by the standard library; zones and the printing of names come from the platform. The reader
+// is a loop over the template: each conversion removes its part from the front of the text.
 #include "ZerlithCore/time/KZDateTime.h"
 
 #include "ZerlithCore/errors/KZError.h"

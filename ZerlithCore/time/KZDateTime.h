@@ -15,7 +15,8 @@
 class KZErrorID;
 class KZTimeZone;
 
-/// A moment: seconds since 1970-01-01 00:00:00 UTC, in 32 unsigned bits, which last until the year 2106. 0 is the null date.
+/// A moment: seconds since 1970-01-01 00:00:00 UTC, in 32 unsigned bits, which last until the year 2106. 0 is the null
+/// date.
 ///
 /// Texts are local times of a zone: that of this computer unless another one is passed.
 ///
@@ -38,15 +39,15 @@ public:
     /// Reads `text`, a local time of `zone`, by `format`. After an error the value is unchanged.
     ///
     /// Conversions: %Y %m %d %H %M %S in digits, also %y (69 to 99 are 19xx) %e %j %I %p, %b %B %h %a %A with English
-    /// names, %D %T %R %F %x %X, %n %t %%. A number may begin with blanks and zeros; a blank in `format` stands for
-    /// any number of blanks; the case of names is ignored. Fields that `format` lacks are those of 1970-01-01 00:00:00. A time
-    /// that a change of clocks skips or repeats is read with the offset from before the change.
-    /// Errors: 8 when `text` doesn't have that form, 9 when it names no date from 1970 to 2106.
+    /// names, %D %T %R %F %x %X, %n %t %%. A number may begin with blanks and zeros; a blank in `format` stands for any
+    /// number of blanks; the case of names is ignored. Fields that `format` lacks are those of 1970-01-01 00:00:00. A
+    /// time that a change of clocks skips or repeats is read with the offset from before the change. Errors: 8 when
+    /// `text` doesn't have that form, 9 when it names no date from 1970 to 2106.
     KZErrorID FromString(KZString const & text, KZString const & format = DefaultFormat,
                          KZTimeZone const & zone = localTimeZone);
 
-    /// Puts the local time of `zone` into `out`, by a `format` of the standard's strftime. A null date gives an empty text.
-    /// Errors: 7 when the text is longer than 65,536 characters; `out` is then unchanged.
+    /// Puts the local time of `zone` into `out`, by a `format` of the standard's strftime. A null date gives an empty
+    /// text. Errors: 7 when the text is longer than 65,536 characters; `out` is then unchanged.
     KZErrorID AsString(KZString & out, KZString const & format,
                        KZTimeZone const & zone = localTimeZone) const;
     /// Returns that text; empty on error.
@@ -66,6 +67,6 @@ private:
     std::uint32_t seconds_ = 0;
 };
 
-/// Prints `duration` seconds as "01:02:03", after the days if there are any: "2 01:02:03". The text of a negative duration
-/// begins with "-".
+/// Prints `duration` seconds as "01:02:03", after the days if there are any: "2 01:02:03". The text of a negative
+/// duration begins with "-".
 KZ_EXPORT KZString KZPrintDuration(KZDuration duration);

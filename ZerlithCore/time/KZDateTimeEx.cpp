@@ -40,8 +40,8 @@ KZDateTimeEx FromMilliseconds(std::int64_t milliseconds) {
 
 std::int64_t Seconds(std::int64_t milliseconds) { return KZDetail::FloorDivide(milliseconds, 1000); }
 
-// Makes a value of the fields that were read, still in their zone; null if they make none. With a field that was dropped the
-// result is null, too: the other fields could make a value, but not the one in the text.
+// Makes a value of the fields that were read, still in their zone; null if they make none. With a field that was
+// dropped the result is null, too: the other fields could make a value, but not the one in the text.
 KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
     if (read.hasDropped) return {};
     KZDateEx date;

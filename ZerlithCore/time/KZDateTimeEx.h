@@ -100,11 +100,13 @@ public:
     GetYearDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
     [[nodiscard]] unsigned int
     GetYearWeek(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
-    /// Fills the fields that `mask` names and this value has, and the zone; sets `fields.mask` to them. Returns false for null.
+    /// Fills the fields that `mask` names and this value has, and the zone; sets `fields.mask` to them. Returns false
+    /// for null.
     bool GetDateAndTime(KZDateAndTime & fields, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone(),
                         unsigned int mask = 255) const;
-    /// Stores the fields that `fields.mask` names, by the rules of KZDateEx and KZTimeEx, and keeps the others. Their zone is
-    /// `fields.timeZone` when the mask has `KZDateAndTime::TimeZone`, else `zone`. Returns whether the value is valid afterwards.
+    /// Stores the fields that `fields.mask` names, by the rules of KZDateEx and KZTimeEx, and keeps the others. Their
+    /// zone is `fields.timeZone` when the mask has `KZDateAndTime::TimeZone`, else `zone`. Returns whether the value is
+    /// valid afterwards.
     bool SetDateAndTime(KZDateAndTime const & fields,
                         KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
 
@@ -112,23 +114,23 @@ public:
     /// isn't a moment.
     [[nodiscard]] std::int32_t
     GetOffset(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
-    /// Take the value as a local time of `zone` and make it UTC, or the reverse. They return false, and change nothing, if it
-    /// has no date or no time.
+    /// Take the value as a local time of `zone` and make it UTC, or the reverse. They return false, and change nothing,
+    /// if it has no date or no time.
     bool ConvertToUTC(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) noexcept;
     bool ConvertFromUTCTo(KZTimeZone const & zone) noexcept;
 
     // --- Text
 
-    /// The default template. With `all` it has date, time and milliseconds; otherwise it has what the value has, a time with
-    /// milliseconds if `withMilliseconds`. Empty for null.
+    /// The default template. With `all` it has date, time and milliseconds; otherwise it has what the value has, a time
+    /// with milliseconds if `withMilliseconds`. Empty for null.
     [[nodiscard]] KZString const & GetDefaultFormat(bool all, bool withMilliseconds) const;
-    /// Prints by the default template, with milliseconds, or by `format`. Fields that the value lacks are 0; null gives an
-    /// empty text. Always returns true.
+    /// Prints by the default template, with milliseconds, or by `format`. Fields that the value lacks are 0; null gives
+    /// an empty text. Always returns true.
     bool AsString(KZString & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsString(KZString & out, KZString const & format,
                   KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when the
-    /// text was cut.
+    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when
+    /// the text was cut.
     bool AsString(char16_t * buffer, std::size_t capacity, KZString const & format,
                   KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     [[nodiscard]] KZString AsString(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
@@ -136,16 +138,15 @@ public:
                                     KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     /// Reads `text` by `format`: "SYSDATE" is the present moment, blanks are null. The text may end early; the fields
     /// that are in it make a date, a time, or both. A field that is in the text but doesn't fit is an error, while
-    /// KZDateEx and KZTimeEx drop it. An offset in the text is used in place of `zone`; if the text for %Z is no offset, it is
-    /// skipped, and `zone` is used.
-    /// Without `format` the template is "%Y/%m/%d %H:%M:%S.%L" or "%H:%M:%S.%L".
-    /// Errors: 9, with the text, when it names no such value; the value is then null.
+    /// KZDateEx and KZTimeEx drop it. An offset in the text is used in place of `zone`; if the text for %Z is no
+    /// offset, it is skipped, and `zone` is used. Without `format` the template is "%Y/%m/%d %H:%M:%S.%L" or
+    /// "%H:%M:%S.%L". Errors: 9, with the text, when it names no such value; the value is then null.
     KZErrorID FromString(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZErrorID FromString(KZString const & text, KZString const & format,
                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
 
-    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a value null.
-    // A date alone gets the time 00:00:00, a time alone the date fields that KZTimeEx gives it.
+    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a value
+    // null. A date alone gets the time 00:00:00, a time alone the date fields that KZTimeEx gives it.
 
     bool AsStructTM(std::tm & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsSystemTime(SYSTEMTIME & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
@@ -175,8 +176,9 @@ public:
     KZDateTimeEx & operator-=(long seconds);
     KZDateTimeEx & operator+=(KZDurationEx const & duration) { return AddOrSubstract(duration, true); }
     KZDateTimeEx & operator-=(KZDurationEx const & duration) { return AddOrSubstract(duration, false); }
-    /// Years, months, weeks and days change the date as KZDateEx does, and keep the local time of day. Smaller units move the
-    /// moment; a date alone then becomes the moment 00:00:00 UTC of that day first, and a time alone starts again at midnight.
+    /// Years, months, weeks and days change the date as KZDateEx does, and keep the local time of day. Smaller units
+    /// move the moment; a date alone then becomes the moment 00:00:00 UTC of that day first, and a time alone starts
+    /// again at midnight.
     KZDateTimeEx & AddOrSubstract(KZDurationEx const & duration, bool add);
 
     friend KZDateTimeEx operator+(KZDateTimeEx value, long seconds) { return value += seconds; }
@@ -190,8 +192,9 @@ public:
     friend KZDateTimeEx operator-(KZDateTimeEx value, KZDurationEx const & duration) {
         return value -= duration;
     }
-    /// The duration from `b` to `a`: in milliseconds for two times, in days for two dates, otherwise in whole seconds, which
-    /// wrap round beyond 68 years. Invalid if one of the values isn't valid or lies outside the years 1601 to 30827.
+    /// The duration from `b` to `a`: in milliseconds for two times, in days for two dates, otherwise in whole seconds,
+    /// which wrap round beyond 68 years. Invalid if one of the values isn't valid or lies outside the years 1601 to
+    /// 30827.
     friend KZ_EXPORT KZDurationEx operator-(KZDateTimeEx const & a, KZDateTimeEx const & b);
 
     /// Compares by date, then by time; a date alone comes after all moments of its day.
@@ -212,6 +215,6 @@ static_assert(sizeof(KZDateTimeEx) == 8);
 
 /// Writes the default text in local time.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const & value);
-/// Reads a value as `FromString` does: one word, and after a date the next word, too, if it begins with a digit. Sets failbit if
-/// that fails.
+/// Reads a value as `FromString` does: one word, and after a date the next word, too, if it begins with a digit. Sets
+/// failbit if that fails.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value);

@@ -15,9 +15,9 @@
 
 /// A number of 32 bits and a unit. The number isn't converted to a common unit: a month stays a month.
 ///
-/// A unit of 8 or more marks an invalid duration. The value -2147483648 is never stored: a function that would store it,
-/// also as the result of a conversion or of arithmetic, throws KZDurationExceptionEx; other overflows wrap round. Of
-/// a number that is passed as `long` the lower 32 bits count.
+/// A unit of 8 or more marks an invalid duration. The value -2147483648 is never stored: a function that would store
+/// it, also as the result of a conversion or of arithmetic, throws KZDurationExceptionEx; other overflows wrap round.
+/// Of a number that is passed as `long` the lower 32 bits count.
 ///
 /// Thread safety: as an integer.
 class KZ_EXPORT KZDurationEx {
@@ -61,11 +61,11 @@ public:
         return static_cast<KZDuration>(static_cast<std::uint32_t>(AsMilliSeconds() / 1000));
     }
 
-    /// Converts to `unit`. A conversion to a larger unit divides: with `truncate` it rounds towards 0, otherwise a remainder
-    /// above 0 adds one. A year has 12 months, 52 weeks or 365 days; a month 4 weeks or 30 days.
+    /// Converts to `unit`. A conversion to a larger unit divides: with `truncate` it rounds towards 0, otherwise a
+    /// remainder above 0 adds one. A year has 12 months, 52 weeks or 365 days; a month 4 weeks or 30 days.
     ///
-    /// There is no conversion between millisecond and year or month: the unit is set, the number is kept, and
-    /// the result is false. From an invalid unit the result is false and nothing changes. A value of 0, or a `unit` that is
+    /// There is no conversion between millisecond and year or month: the unit is set, the number is kept, and the
+    /// result is false. From an invalid unit the result is false and nothing changes. A value of 0, or a `unit` that is
     /// invalid, gives 0 of `unit` and true.
     constexpr bool ConvertTo(Unit unit, bool truncate);
     [[nodiscard]] constexpr KZDurationEx As(Unit unit, bool truncate = true) const {
@@ -73,22 +73,23 @@ public:
         result.ConvertTo(unit, truncate);
         return result;
     }
-    /// Converts to the largest unit in which the number is whole, from milliseconds up to weeks and from months to years.
+    /// Converts to the largest unit in which the number is whole, from milliseconds up to weeks and from months to
+    /// years.
     constexpr void Normalize();
 
     /// True for the same amount, even in another unit. False for invalid durations.
     [[nodiscard]] constexpr bool IsEquivalent(KZDurationEx const & other) const noexcept;
 
     /// Reads a number followed by a unit: a name, "year" to "millisecond" with or without "s", or one of "y", "mo",
-    /// "w", "d", "h", "m", "s", "ms"; without a name the unit is `unit`. Any other text makes the duration invalid, and the
-    /// result is false.
+    /// "w", "d", "h", "m", "s", "ms"; without a name the unit is `unit`. Any other text makes the duration invalid, and
+    /// the result is false.
     bool FromString(KZString const & text, Unit unit = second);
     /// "3w", or "3 weeks" when `longForm`; "0" for 0, an empty text for an invalid duration.
     [[nodiscard]] KZString AsString(bool longForm = false) const;
 
     /// Converts this duration to the unit of `other` if that is smaller, then adds the number of `other`, which isn't
-    /// converted: 1 day + 1 hour is 25 hours, but 1 hour + 1 day is 2 hours. Callers rely on it. A left side of 0 becomes
-    /// `other`; an invalid `other`, or one of 0, changes nothing.
+    /// converted: 1 day + 1 hour is 25 hours, but 1 hour + 1 day is 2 hours. Callers rely on it. A left side of 0
+    /// becomes `other`; an invalid `other`, or one of 0, changes nothing.
     constexpr KZDurationEx & operator+=(KZDurationEx const & other) { return Accumulate(other, false); }
     constexpr KZDurationEx & operator-=(KZDurationEx const & other) { return Accumulate(other, true); }
     constexpr KZDurationEx & operator*=(long factor);
@@ -121,8 +122,8 @@ public:
 private:
     enum class Relation : std::uint8_t { Less, Equivalent, Greater, None };
 
-    /// factors[from][to]: a positive number is multiplied by, -1 means to divide by factors[to][from], 0 means that there is
-    /// no conversion.
+    /// factors[from][to]: a positive number is multiplied by, -1 means to divide by factors[to][from], 0 means that
+    /// there is no conversion.
     static constexpr std::int32_t factors[8][8] = {
         {1, 12, 52, 365, 8760, 525600, 31536000, 0},
         {-1, 1, 4, 30, 720, 43200, 2592000, 0},

@@ -41,8 +41,8 @@ inline constexpr std::uint16_t VT_EMPTY = 0;
 
 /// A tagged value, of which calendar values use one kind, the date.
 ///
-/// `date` counts days from 1899-12-30 00:00. The whole part may be negative. The fraction is the time of day, and always
-/// counts from midnight: -1.25 is 1899-12-29 06:00.
+/// `date` counts days from 1899-12-30 00:00. The whole part may be negative. The fraction is the time of day, and
+/// always counts from midnight: -1.25 is 1899-12-29 06:00.
 struct VARIANT {
     std::uint16_t vt;
     std::uint16_t wReserved1;

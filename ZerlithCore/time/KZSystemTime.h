@@ -11,9 +11,9 @@
 /// The fields of a SYSTEMTIME, in the same order.
 ///
 /// If the year is 0, they are a rule for the change of clocks in any year. `month` 0 means that there is no change.
-/// `dayOfWeek` is the weekday, 0 for Sunday. `day` says which such weekday of the month: 1 is the first, 5 the last. The
-/// time is the wall-clock time before the change. The `hour` of a rule is a signed number and may lead to another day: 25 is
-/// 01:00 on the next day, and 65,535, which is -1, is 23:00 on the day before.
+/// `dayOfWeek` is the weekday, 0 for Sunday. `day` says which such weekday of the month: 1 is the first, 5 the last.
+/// The time is the wall-clock time before the change. The `hour` of a rule is a signed number and may lead to another
+/// day: 25 is 01:00 on the next day, and 65,535, which is -1, is 23:00 on the day before.
 ///
 /// Thread safety: as a plain record.
 struct KZSystemTime {

@@ -22,12 +22,12 @@ class KZDateTime;
 class KZTimeZone;
 struct KZDateAndTime;
 
-/// Milliseconds since midnight in 32 bits. A negative number is the null time. A time that is stored as 24:00:00 or later
-/// becomes null: callers rely on it.
+/// Milliseconds since midnight in 32 bits. A negative number is the null time. A time that is stored as 24:00:00 or
+/// later becomes null: callers rely on it.
 ///
-/// Templates: %H is the hour, %M the minute, %S the second, all with two digits, %L the millisecond with three; any other
-/// letter stands for itself. In reading a field is a number; text between the fields is skipped and not compared with the
-/// template. A field that is followed by another character than in the template is dropped.
+/// Templates: %H is the hour, %M the minute, %S the second, all with two digits, %L the millisecond with three; any
+/// other letter stands for itself. In reading a field is a number; text between the fields is skipped and not compared
+/// with the template. A field that is followed by another character than in the template is dropped.
 ///
 /// Errors: functions with a text throw std::bad_alloc; those that need the local zone throw what
 /// `KZTimeZone::GetLocalTimeZone` throws.
@@ -76,9 +76,9 @@ public:
 
     /// Fills the time fields that `mask` names, and sets `fields.mask` to them. Returns false for a null time.
     bool GetDateAndTime(KZDateAndTime & fields, unsigned int mask = 120) const;
-    /// Stores the time fields that `fields.mask` names: their sum when it names all four. For a single minute or second the
-    /// old number is subtracted as milliseconds and the new one is added in full, so that 10:30 with the minute 40 becomes
-    /// 11:09:59.970: callers rely on it. Returns whether the time is valid afterwards.
+    /// Stores the time fields that `fields.mask` names: their sum when it names all four. For a single minute or second
+    /// the old number is subtracted as milliseconds and the new one is added in full, so that 10:30 with the minute 40
+    /// becomes 11:09:59.970: callers rely on it. Returns whether the time is valid afterwards.
     bool SetDateAndTime(KZDateAndTime const & fields);
 
     [[nodiscard]] constexpr bool IsNull() const noexcept { return milliseconds_ < 0; }
@@ -95,23 +95,24 @@ public:
 
     // --- Text
 
-    /// Prints by the default template, with milliseconds, or by `format`; a null time gives an empty text. Always returns
-    /// true.
+    /// Prints by the default template, with milliseconds, or by `format`; a null time gives an empty text. Always
+    /// returns true.
     bool AsString(KZString & out) const;
     bool AsString(KZString & out, KZString const & format) const;
-    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when the
-    /// text was cut.
+    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when
+    /// the text was cut.
     bool AsString(char16_t * buffer, std::size_t capacity, KZString const & format) const;
     [[nodiscard]] KZString AsString() const;
     [[nodiscard]] KZString AsString(KZString const & format) const;
-    /// Reads `text`: a time, "SYSTIME" for now in local time, or blanks for null. When no field could be read, or an hour is
-    /// above 23, a minute or second above 59, or a millisecond above 999, the time becomes null and the result is false.
+    /// Reads `text`: a time, "SYSTIME" for now in local time, or blanks for null. When no field could be read, or an
+    /// hour is above 23, a minute or second above 59, or a millisecond above 999, the time becomes null and the result
+    /// is false.
     bool FromString(KZString const & text);
     bool FromString(KZString const & text, KZString const & format);
 
-    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a time null. The
-    // date fields of a SYSTEMTIME and a tm become 0; FILETIME, VARIANT and double get the day from which they count, a
-    // KZDateTime 1970-01-01.
+    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a time
+    // null. The date fields of a SYSTEMTIME and a tm become 0; FILETIME, VARIANT and double get the day from which they
+    // count, a KZDateTime 1970-01-01.
 
     bool AsStructTM(std::tm & out) const;
     bool AsSystemTime(SYSTEMTIME & out) const;

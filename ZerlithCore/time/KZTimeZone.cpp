@@ -1,5 +1,5 @@
-// The offset at a moment, and that at a local time, both depend on one question: do the clocks show daylight time? `IsDaylight`
-// computes the answer from the two rules, without a table.
+// The offset at a moment, and that at a local time, both depend on one question: do the clocks show daylight time?
+// `IsDaylight` computes the answer from the two rules, without a table.
 #include "ZerlithCore/time/KZTimeZone.h"
 
 #include "ZerlithCore/platform/Clock.h"
@@ -170,8 +170,9 @@ KZString KZTimeZone::GetName(std::int64_t utc) const {
     return isDaylight ? info_.daylightName : info_.standardName;
 }
 
-// A rule gives the wall-clock time just before the change. Here both changes are compared in standard time, in which the end
-// of daylight time is earlier: where it is an hour ahead, and ends at 03:00 of its clock, that is 02:00 in standard time.
+// A rule gives the wall-clock time just before the change. Here both changes are compared in standard time, in which
+// the end of daylight time is earlier: where it is an hour ahead, and ends at 03:00 of its clock, that is 02:00 in
+// standard time.
 std::int32_t KZTimeZone::GetLocalMinusUTC(std::int64_t utc) const noexcept {
     std::int32_t const standard = StandardOffset();
     if (!dstObserved_ || utc < -farthestSecond || utc > farthestSecond) return standard;
@@ -179,8 +180,9 @@ std::int32_t KZTimeZone::GetLocalMinusUTC(std::int64_t utc) const noexcept {
     return IsDaylight(utc + standard, 0, standard - inSummer) ? inSummer : standard;
 }
 
-// A local time that is skipped or repeated belongs to the clock before the change. When clocks go from 02:00 to 03:00, the
-// times in between are standard time; when they go back from 03:00 to 02:00, the times in between are daylight time.
+// A local time that is skipped or repeated belongs to the clock before the change. When clocks go from 02:00 to 03:00,
+// the times in between are standard time; when they go back from 03:00 to 02:00, the times in between are daylight
+// time.
 std::int64_t KZTimeZone::LocalToUTC(std::int64_t local) const noexcept {
     std::int32_t const standard = StandardOffset();
     if (!dstObserved_ || local < -farthestSecond || local > farthestSecond) return local - standard;

@@ -23,12 +23,13 @@ class KZDateTime;
 /// TZ (a city, a path or a POSIX rule) or from the system's setting.
 ///
 /// A rule has two changes of clocks at most. For a year that has more, the rule is chosen that is right at the present
-/// moment and for the greatest part of that year. In a year in which a zone stops to change its clocks, or starts to, the
-/// rule has the one real change and another one at New Year; a zone that is read in the next year has the rule of that year.
+/// moment and for the greatest part of that year. In a year in which a zone stops to change its clocks, or starts to,
+/// the rule has the one real change and another one at New Year; a zone that is read in the next year has the rule of
+/// that year.
 ///
-/// A KZDateTime with a local time holds the seconds since 1970 that its fields would have in UTC. A local time that a change
-/// of clocks skips or repeats is converted with the offset from before the change. Conversions of null, and results that a
-/// KZDateTime can't hold, are null.
+/// A KZDateTime with a local time holds the seconds since 1970 that its fields would have in UTC. A local time that a
+/// change of clocks skips or repeats is converted with the offset from before the change. Conversions of null, and
+/// results that a KZDateTime can't hold, are null.
 ///
 /// Thread safety: as a plain record; the two built-in zones never change and may be read from any thread.
 class KZ_EXPORT KZTimeZone {
@@ -45,20 +46,21 @@ public:
     KZTimeZone(KZTimeZoneInfo const & info, bool observesDst) noexcept
         : info_(info), dstObserved_(observesDst) {}
 
-    /// Reads the local zone; a second call does nothing. Programs needn't call it: the next two functions read the zone, too,
-    /// if it hasn't been read.
+    /// Reads the local zone; a second call does nothing. Programs needn't call it: the next two functions read the
+    /// zone, too, if it hasn't been read.
     ///
-    /// Errors: these three functions throw KZWindowsLastErrorException when the local zone can't be read at present, for
-    /// instance for lack of file handles; the next call tries again.
+    /// Errors: these three functions throw KZWindowsLastErrorException when the local zone can't be read at present,
+    /// for instance for lack of file handles; the next call tries again.
     static void Init();
     [[nodiscard]] static PredefinedTimeZones const & GetPredefined();
     [[nodiscard]] static KZTimeZone const & GetLocalTimeZone();
     [[nodiscard]] static KZTimeZone const & GetUTCTimeZone() noexcept;
 
-    /// Becomes the zone with that well-known name. Returns false, and changes nothing, for an unknown name, for damaged zone
-    /// data, and for data that can't be read at present.
+    /// Becomes the zone with that well-known name. Returns false, and changes nothing, for an unknown name, for damaged
+    /// zone data, and for data that can't be read at present.
     bool FromWindowsTimeZoneName(KZString const & name);
-    /// Appends all zones of the system that have a well-known name. Stops at the first that can't be read, and returns false.
+    /// Appends all zones of the system that have a well-known name. Stops at the first that can't be read, and returns
+    /// false.
     static bool GetWindowsTimeZones(std::vector<KZTimeZone> & zones);
 
     // --- What the zone is
@@ -76,9 +78,9 @@ public:
         return zone.info_;
     }
 
-    /// The offset in seconds, at present or at `moment` (UTC). In a zone that observes daylight saving it is local time minus
-    /// UTC, in any other UTC minus local time. Callers rely on the two signs; `GetLocalMinusUTC` always has the first one.
-    /// Errors: throws KZDateException for a null `moment` in a zone that observes daylight saving.
+    /// The offset in seconds, at present or at `moment` (UTC). In a zone that observes daylight saving it is local time
+    /// minus UTC, in any other UTC minus local time. Callers rely on the two signs; `GetLocalMinusUTC` always has the
+    /// first one. Errors: throws KZDateException for a null `moment` in a zone that observes daylight saving.
     [[nodiscard]] std::int32_t GetOffset() const;
     [[nodiscard]] std::int32_t GetOffset(KZDateTime const & moment) const;
     [[nodiscard]] static std::int32_t GetOffset(KZTimeZone const & zone) { return zone.GetOffset(); }
@@ -119,15 +121,15 @@ public:
 private:
     friend class KZTimeZoneObsolete;
 
-    /// The zone with that name; std::nullopt if the system has none. Errors: throws std::system_error when it can't be read
-    /// at present.
+    /// The zone with that name; std::nullopt if the system has none. Errors: throws std::system_error when it can't be
+    /// read at present.
     [[nodiscard]] static std::optional<KZTimeZone> Read(KZString const & name);
     [[nodiscard]] std::int32_t StandardOffset() const noexcept;
     [[nodiscard]] std::int32_t DaylightOffset() const noexcept {
         return -60 * (info_.bias + info_.daylightBias);
     }
-    /// Whether daylight time holds at `local` (seconds), if it begins `startShift` and ends `endShift` seconds later than
-    /// the rules say.
+    /// Whether daylight time holds at `local` (seconds), if it begins `startShift` and ends `endShift` seconds later
+    /// than the rules say.
     [[nodiscard]] bool IsDaylight(std::int64_t local, std::int64_t startShift,
                                   std::int64_t endShift) const noexcept;
 

@@ -12,7 +12,8 @@
 
 #include <cstdint>
 
-/// A bias from UTC, the two yearly changes of clocks, and the names. Names end in a 0 unit; names that are too long are cut.
+/// A bias from UTC, the two yearly changes of clocks, and the names. Names end in a 0 unit; names that are too long are
+/// cut.
 ///
 /// Thread safety: as a plain record.
 struct KZ_EXPORT KZTimeZoneInfo {

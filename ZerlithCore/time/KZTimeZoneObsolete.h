@@ -82,8 +82,9 @@ public:
         Dateline
     };
 
-    /// Returns the row with the standard name of `zone`, otherwise the first row with the same bias and the same changes of
-    /// clocks (month, weekday, week and hour). If there is none, returns 22, the number of Ekaterinburg: callers rely on it.
-    /// Errors: throws KZWindowsLastErrorException when the rules can't be read at present; the next call tries again.
+    /// Returns the row with the standard name of `zone`, otherwise the first row with the same bias and the same
+    /// changes of clocks (month, weekday, week and hour). If there is none, returns 22, the number of Ekaterinburg:
+    /// callers rely on it. Errors: throws KZWindowsLastErrorException when the rules can't be read at present; the next
+    /// call tries again.
     [[nodiscard]] static TimeZoneType GetType(KZTimeZone const & zone);
 };

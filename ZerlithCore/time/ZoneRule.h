@@ -11,7 +11,8 @@ constexpr std::int32_t TimeOfRule(KZSystemTime const & rule) noexcept {
     return static_cast<std::int16_t>(rule.hour) * 3600 + rule.minute * 60 + rule.second;
 }
 
-// The day of the month on which `rule` falls in `year`. Week 5 is the last; a week below 1 counts as 1, one above 5 as 5.
+// The day of the month on which `rule` falls in `year`. Week 5 is the last; a week below 1 counts as 1, one above 5 as
+// 5.
 constexpr unsigned int DayOfRule(KZSystemTime const & rule, int year, std::int64_t firstOfMonth) noexcept {
     unsigned int const toWeekDay = (rule.dayOfWeek + 7U - WeekDayOfDays(firstOfMonth)) % 7;
     unsigned int const week = rule.day < 1 ? 1U : rule.day > 5 ? 5U : rule.day;
