@@ -128,7 +128,7 @@ private:
     }
 
     std::u16string_view rest_;
-    std::vector<std::pair<KZCondition *, std::uint32_t>> begun_; // and how many are still to be joined to each
+    std::vector<std::pair<KZCondition *, std::uint32_t>> begun_; // and how many are still to be joined to it
 };
 
 // Reads what a person types. The whole text, the text in a pair of parentheses, and the text after an AND or OR are
