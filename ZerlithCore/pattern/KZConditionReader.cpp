@@ -14,7 +14,7 @@ constexpr std::size_t deepestNesting = 1000;
 
 constexpr bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 
-// Removes the first `count` units of `text` and returns them.
+// Takes `count` units off the front of `text`.
 std::u16string_view Take(std::u16string_view & text, std::size_t count) {
     std::u16string_view const taken = text.substr(0, count);
     text.remove_prefix(taken.size());

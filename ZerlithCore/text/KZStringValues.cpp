@@ -4,7 +4,7 @@
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZDateTimeEx.h"
 
-// KZString functions that return values of higher rooms: dates and times.
+// The string's readings of values whose classes stand above it; nothing else in this room looks upward.
 
 KZDateTime KZString::AsKZDateTime(bool * success) const {
     KZDateTime value;
