@@ -27,8 +27,8 @@
 /// The base of errors and plug-ins: a counted object whose interfaces have numbers.
 ///
 /// A derived interface overrides `GetIUID` and `QueryInterface`; the latter compares its own number first and then
-/// calls that of its base. Numbers in use: 3 KZErrorI, 4 KZPlugIn, 5 KZRunPlugIn, 6 KZPlugInContainer, 7
-/// KZThreadedRunPlugIn, 8 KZError, 9 KZErrorWithArgs.
+/// calls that of its base. Numbers in use: 3 KZErrorI, 4 KZPlugIn, 5 KZRunPlugIn, 6 KZPlugInContainer,
+/// 7 KZThreadedRunPlugIn, 8 KZError, 9 KZErrorWithArgs.
 ///
 /// Thread safety: as the derived class; those of the library may be asked, copied and dropped from any thread.
 class KZ_EXPORT KZObjectI : public KZRefCountI {

@@ -23,10 +23,10 @@ struct RegExAutomaton;
 
 /// A deterministic automaton for a pattern. A match is of the whole text; there is no search and there are no captures.
 ///
-/// Construction takes time and memory with the number of states, which repeats and alternates multiply. A pattern that
-/// would take more than about 64 MB, or more than about a second, throws std::bad_alloc. Both are computed from the
-/// number of steps and objects, not measured, so a pattern fails on every machine or on none. A pattern that didn't
-/// parse gives an automaton that matches nothing.
+/// Construction takes time and memory in proportion to the number of states, which repeats and alternates multiply. A
+/// pattern that would take more than about 64 MB, or more than about a second, throws std::bad_alloc. Both are computed
+/// from the number of steps and objects, not measured, so a pattern fails on every machine or on none. A pattern that
+/// didn't parse gives an automaton that matches nothing.
 ///
 /// A match takes linear time and allocates nothing. It looks each unit up in tables, or, where tables would be too
 /// large, by a binary search. U+FFFF is in no set, so a text with it matches no pattern, with one exception: a match

@@ -345,7 +345,7 @@ public:
     template <KZDetail::IsNumber Number>
     std::uint32_t Find(Number, unsigned int = 0) const = delete;
     /// The last `needle` that starts at or before `position`; overlapping hits count. An empty needle is found at
-    /// `position`, or at the length if that is less.
+    /// `position`, or at the last unit if that comes before it; in an empty string nothing is found.
     [[nodiscard]] std::uint32_t RFind(char16_t const * needle, unsigned int position = npos) const;
     [[nodiscard]] std::uint32_t RFind(KZString const & needle, unsigned int position = npos) const {
         return RFind(needle.c_str(), position);

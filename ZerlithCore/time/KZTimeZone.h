@@ -23,7 +23,7 @@ class KZDateTime;
 /// TZ (a city, a path or a POSIX rule) or from the system's setting.
 ///
 /// A rule has two changes of clocks at most. For a year that has more, the rule is chosen that is right at the present
-/// moment and for the greatest part of that year. In a year in which a zone stops to change its clocks, or starts to,
+/// moment and for the greatest part of that year. In a year in which a zone stops changing its clocks, or starts to,
 /// the rule has the one real change and another one at New Year; a zone that is read in the next year has the rule of
 /// that year.
 ///
