@@ -122,7 +122,7 @@ public:
 private:
     enum class Relation : std::uint8_t { Less, Equivalent, Greater, None };
 
-    /// factors[from][to]: a positive number is multiplied by, -1 means to divide by factors[to][from], 0 means that
+    /// factors[from][to]: a positive number is the factor, -1 means to divide by factors[to][from], 0 means that
     /// there is no conversion.
     static constexpr std::int32_t factors[8][8] = {
         {1, 12, 52, 365, 8760, 525600, 31536000, 0},
