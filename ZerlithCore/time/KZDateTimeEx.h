@@ -139,8 +139,9 @@ public:
     /// Reads `text` by `format`: "SYSDATE" is the present moment, blanks are null. The text may end early; the fields
     /// that are in it make a date, a time, or both. A field that is in the text but doesn't fit is an error, while
     /// KZDateEx and KZTimeEx drop it. An offset in the text is used in place of `zone`; if the text has no offset in
-    /// the place of %Z, nothing is read there, and `zone` is used. Without `format` the template is "%Y/%m/%d
-    /// %H:%M:%S.%L" or "%H:%M:%S.%L". Errors: 9, with the text, when it names no such value; the value is then null.
+    /// the place of %Z, nothing is read there, and `zone` is used.
+    /// Without `format` the template is "%Y/%m/%d %H:%M:%S.%L" or "%H:%M:%S.%L".
+    /// Errors: 9, with the text, when it names no such value; the value is then null.
     KZErrorID FromString(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZErrorID FromString(KZString const & text, KZString const & format,
                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
