@@ -120,10 +120,22 @@ struct VectorCore {
     }
 
     // Assigning overwrites the present elements first and grows or shrinks afterwards: so the source may lie in the
-    // vector.
+    // vector. Where the block is too small a new one is filled, so that a failure changes nothing.
+
+    /// Replaces the block by a larger one for `count` elements; `fill(block)` writes them and returns their end.
+    template <class Fill>
+    static void Replace(Vector & v, unsigned int count, Fill fill) {
+        unsigned int const capacity = GrownCapacity(v, count - v.size());
+        Unit * const block = v.Alloc(capacity);
+        Unit * const last = fill(block);
+        v.DeAlloc();
+        SetBlock(v, block, last, capacity);
+    }
 
     static void AssignRange(Vector & v, Source first, Source last) {
         unsigned int const count = Count(v, first, last);
+        if (count > v.capacity())
+            return Replace(v, count, [&](Unit * block) { return v.OptCopy(first, last, block); });
         std::ptrdiff_t const common = Units(v, std::min(count, v.size()));
         Unit * const rest = v.OptCopy(first, first + common, v.first_);
         if (count > v.size()) {
@@ -135,6 +147,11 @@ struct VectorCore {
 
     template <class Value>
     static void AssignCount(Vector & v, unsigned int count, Value value) {
+        if (count > v.capacity())
+            return Replace(v, count, [&](Unit * block) {
+                v.OptFill(block, count, value);
+                return block + Units(v, count);
+            });
         v.OptFill(v.first_, std::min(count, v.size()), value);
         Resize(v, count, value);
     }

@@ -31,6 +31,37 @@ class Strings : public Work {
     bool isSame_ = false;
 };
 
+/// What an operation can't do leaves the vector as it was.
+class Vectors : public Work {
+    bool Act() override {
+        KZSmartPtr<KZRefCount> const first(new KZRefCount), second(new KZRefCount);
+        KZSmartPtrVector<KZSmartPtr<KZRefCount>> many;
+        for (int count = 0; count < 5; ++count) many.push_back(second);
+        vector_.push_back(first);
+        before_.reserve(64);
+        before_.assign(1, first);
+        for (auto const change :
+             {+[](Handles &v, Handles const &m) { v.assign(m.begin(), m.end()); },
+              +[](Handles &v, Handles const &m) { v.assign(9U, *m.begin()); },
+              +[](Handles &v, Handles const &m) { v.insert(v.begin(), m.begin(), m.end()); },
+              +[](Handles &v, Handles const &m) { v = m; },
+              +[](Handles &v, Handles const &) { v.resize(40U, v[0]); }}) {
+            change(vector_, many);
+            before_.assign(vector_.begin(), vector_.end());
+        }
+        return true;
+    }
+    void Check(bool) override {
+        Expect(std::ranges::equal(vector_, before_), "half assigned");
+        Expect(vector_.empty() ||
+                   *vector_[0] == static_cast<unsigned long>(std::ranges::count(vector_, vector_[0])) * 2,
+               "handles are counted wrong");
+    }
+    using Handles = KZSmartPtrVector<KZSmartPtr<KZRefCount>>;
+    Handles vector_;
+    std::vector<KZSmartPtr<KZRefCount>> before_;
+};
+
 class CodePages : public Work {
     bool Act() override {
         for (std::uint32_t const page : {932U, 1252U, 850U}) {
@@ -94,6 +125,7 @@ class Moments : public Work {
 };
 
 WorkEntry const strings("strings", [] { return std::unique_ptr<Work>(new Strings); });
+WorkEntry const vectors("vectors", [] { return std::unique_ptr<Work>(new Vectors); });
 WorkEntry const codePages("codepages", [] { return std::unique_ptr<Work>(new CodePages); });
 WorkEntry const collators("collators", [] { return std::unique_ptr<Work>(new Collators); });
 WorkEntry const characterData("unicode", [] { return std::unique_ptr<Work>(new CharacterData); });
