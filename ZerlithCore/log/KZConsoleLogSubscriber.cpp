@@ -11,7 +11,7 @@ KZConsoleLogSubscriber::~KZConsoleLogSubscriber() = default;
 
 void KZConsoleLogSubscriber::OnFlush(int level, KZString const & text) {
     if (!IsInterested(level)) return;
-    // Past the stream to its buffer, which unlike the stream's own state may be used without a lock.
+    // Written to the buffer, not to the stream: the stream's own state must not be used without a lock, the buffer may.
     std::wstring const wide = KZToWide(std::u16string_view(text));
     std::wstreambuf & console = *KZGetConsole().rdbuf();
     console.sputn(wide.data(), static_cast<std::streamsize>(wide.size()));

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t mostGatheredUnits = 32 * 1024;
 
-// Past the console's stream to its buffer, so that one that refused a text once isn't silent for ever.
+// Writes to the buffer, not to the stream: a stream that failed once would drop all later text.
 void PutToConsole(wchar_t character) {
     try {
         KZGetConsole().rdbuf()->sputc(character);
@@ -79,7 +79,7 @@ void KZDualLogStream::GatherForFile(char16_t unit) {
     }
 }
 
-/// A text of which a piece is missing is dropped whole, up to the next flush.
+/// Drops the whole text up to the next flush, because a piece of it is missing.
 void KZDualLogStream::LoseText() {
     file_->CountLost(true);
     gathered_.clear();

@@ -2,7 +2,8 @@
 /// A stream that writes to a file and to the console at once.
 ///
 ///     KZDualLogStream stream(u"install.log");
-///     stream << L"copying " << name << std::endl;
+///     if (!stream.IsGood()) stream << L"install.log can't be opened" << std::endl; // goes to the console only
+///     stream << L"copying " << KZString(u"reader.osx") << std::endl;               // goes to both
 #pragma once
 
 #include "ZerlithCore/platform/Export.h"
@@ -21,7 +22,9 @@ namespace KZDetail {
 class RecordFile;
 }
 
-/// Passes each unit, and each flush, on to the stream that owns it.
+/// The buffer of a KZDualLogStream: passes each unit and each flush on to that stream.
+///
+/// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZDualLogStreamBuf : public std::wstreambuf {
 public:
     explicit KZDualLogStreamBuf(KZDualLogStream & owner) : owner_(&owner) {}
@@ -29,7 +32,7 @@ public:
 
 protected:
     int_type overflow(int_type character = traits_type::eof()) override;
-    /// Always the end of the file.
+    /// Nothing can be read: always the end of the file.
     int_type underflow() override;
     int sync() override;
 
@@ -37,28 +40,29 @@ private:
     KZDualLogStream * owner_;
 };
 
-/// The stream; the file is UTF-8. Text reaches it at a flush, and the console at once.
+/// Writes to the console at once, and to a UTF-8 file at each flush.
 ///
-/// What the disk refuses stays gathered and is tried again at the next flush, up to 64 KB; after that it is dropped, and a line
-/// "*** messages lost: 12" follows when the file takes text again. Neither that nor want of memory makes the stream go bad.
+/// Text that the disk refuses is kept, up to 64 KB, and tried again at the next flush. Further text is dropped, and a line such
+/// as "*** messages lost: 12" is written when the file takes text again. The stream stays good when the disk refuses text and
+/// when memory runs out.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZDualLogStream : public std::wostream {
 public:
     /// Writes to the console only.
     KZDualLogStream();
-    /// Writes to the file too, which is emptied first. An empty `path` means no file.
+    /// Writes to the file too, which is emptied first. An empty `path` means no file. Errors: `IsGood`.
     explicit KZDualLogStream(KZString const & path);
 
-    /// False when there was to be a file and it could not be opened; the console is then written to alone.
+    /// False when the file that the constructor was given could not be opened. Text then goes to the console only.
     [[nodiscard]] virtual bool IsGood() const;
-    /// Takes one unit of the text; of a surrogate pair both.
+    /// Takes one unit of the text. A surrogate pair comes in two calls.
     virtual void OnChar(char16_t unit);
     /// Flushes file and console.
     virtual void OnEOL();
     ~KZDualLogStream() override;
 
-    /// How many texts, each from one flush to the next, the file has lost.
+    /// The number of texts that the file has lost. What is written between two flushes counts as one text.
     [[nodiscard]] std::uint64_t GetLostRecordCount() const;
 
 private:
@@ -69,7 +73,7 @@ private:
     std::unique_ptr<KZDetail::RecordFile> file_;
     bool isGood_ = true;
     std::u16string gathered_; // for the file, since the last flush
-    bool isTextLost_ = false; // a piece of it couldn't be gathered
+    bool isTextLost_ = false; // memory failed for a piece of it
     KZWideJoiner joiner_;     // for the console
     KZDualLogStreamBuf buffer_;
 };

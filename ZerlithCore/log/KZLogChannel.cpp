@@ -10,7 +10,7 @@ KZLogChannel::KZLogChannel(KZString const & name)
 
 KZLogChannel::~KZLogChannel() { stream_.rdbuf()->pubsync(); } // also when the stream has gone bad
 
-// The subscribers are asked for their interest behind the lock.
+// These ask the subscribers what they want only after the lock is released, because that calls the subscribers' code.
 
 bool KZLogChannel::Subscribe(KZSmartPtr<KZLogSubscriberI> subscriber) {
     if (subscriber.IsNull()) return false;

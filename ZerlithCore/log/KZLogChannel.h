@@ -1,8 +1,9 @@
 /// @file
 /// A named log channel.
 ///
-///     channel->Subscribe(new KZConsoleLogSubscriber(1));
-///     channel->GetStream().GetStream(1) << L"started" << std::endl;
+///     KZLogChannel channel(u"Network");
+///     channel.Subscribe(new KZConsoleLogSubscriber(1));
+///     channel.GetStream().GetStream(1) << L"started" << std::endl;
 #pragma once
 
 #include "ZerlithCore/log/KZLogStream.h"
@@ -13,13 +14,13 @@
 
 #include <vector>
 
-/// A name, a stream, and the subscribers that the stream's text goes to.
+/// A name, a stream, and the subscribers that get the stream's text. Programs usually make channels through KZLogManager.
 ///
-/// Thread safety: subscribing may be done from any thread, also while others write.
+/// Thread safety: subscribers may be added, removed and changed from any thread, also while others write to the stream.
 class KZ_EXPORT KZLogChannel {
 public:
     explicit KZLogChannel(KZString const & name);
-    /// Hands out what was written and not yet flushed.
+    /// Passes text that wasn't flushed yet on to the subscribers.
     ~KZLogChannel();
     KZLogChannel(KZLogChannel const &) = delete;
     KZLogChannel & operator=(KZLogChannel const &) = delete;
@@ -27,19 +28,21 @@ public:
     [[nodiscard]] KZString const & name() const noexcept { return name_; }
     [[nodiscard]] KZLogStream & GetStream() noexcept { return stream_; }
 
-    /// Adds a subscriber, which the channel owns from then on. False when it is there already, and for null.
+    /// Adds a subscriber, and holds a reference on it. False for null and for one that is subscribed already.
+    /// Errors: std::bad_alloc, and the subscriber isn't added.
     bool Subscribe(KZSmartPtr<KZLogSubscriberI> subscriber);
-    /// Removes a subscriber; one that isn't there changes nothing. Its `OnFlush` isn't called for texts that are flushed from
-    /// then on. If another thread is giving out a text at this moment, the subscriber may still get that one; the thread holds
-    /// a reference on it until then. This function doesn't wait for it, since that thread may be waiting for the caller.
+    /// Removes a subscriber; one that isn't subscribed changes nothing. The subscriber gets no text that is flushed after this
+    /// call. If another thread is passing on a text during the call, the subscriber may still get that text after the call has
+    /// returned; the thread holds a reference on it until then. The call doesn't wait for that thread, which may itself be
+    /// waiting for the caller.
     void UnSubscribe(KZSmartPtr<KZLogSubscriberI> subscriber);
     /// Sets the subscriber's desired level, for all its channels. False when it isn't subscribed here.
     bool ChangeSubscriptionLevel(KZSmartPtr<KZLogSubscriberI> subscriber, int level);
 
     [[nodiscard]] bool IsSubscribed(KZSmartPtr<KZLogSubscriberI> const & subscriber) const;
-    /// The subscribers of this moment.
+    /// A copy of the list of subscribers.
     [[nodiscard]] std::vector<KZSmartPtr<KZLogSubscriberI>> GetSubscribers() const;
-    /// The level of a subscriber was changed elsewhere.
+    /// Tells this channel that the level of a subscriber was changed through another channel.
     void OnLevelChangedElsewhere(KZSmartPtr<KZLogSubscriberI> const & subscriber);
 
 private:

@@ -1,5 +1,6 @@
-// Text is expanded before the lock is taken, so that threads wait for a copy only. A record is made whole before it is put
-// among the gathered ones: a fault may strike while it is being made, and its report writes those.
+// Text is expanded before the lock is taken, so that the lock is held only while text is copied. A record is complete before
+// it is added to the gathered ones: if a processor fault happens while a record is being made, the report of the fault
+// writes the gathered records, and the unfinished one isn't among them.
 
 #include "ZerlithCore/log/KZLogFile.h"
 
@@ -70,7 +71,8 @@ constinit KZLogFile * KZLogFile::Registry::first_ = nullptr;
 
 KZLogFileI::~KZLogFileI() = default;
 
-// Whether a line end is missing is told by the format, so the text goes on under one that ends alike.
+// `Log` decides by the end of the format whether to add a line end. So the expanded text is logged under a format that ends
+// in the same way.
 void KZLogFileI::LogExpanded(char16_t const * format, KZString & text) {
     if (!format) return;
     bool const endsLine = std::u16string_view(format).ends_with(u'\n');
@@ -150,7 +152,7 @@ void KZLogFile::LogArgList(char16_t const * format, std::va_list arguments) {
 bool KZLogFile::Open(char16_t const * path) {
     Guard const guard(lock_);
     Close();
-    // Each write goes to the end of the file as it is then, so there is no need to seek there first.
+    // The file is opened for appending: each write goes to its end, so no seek is needed.
     isOpen_ = file_->Open(path, KZPlatform::FileCreation::OpenAlways, KZPlatform::FileShare::Read,
                           KZPlatform::FileProtection::Usual);
     return isOpen_;
@@ -179,7 +181,7 @@ void KZLogFile::PutRecord(std::u16string_view text, bool isStamped) {
     if (record_.capacity() > mostKeptUnits) record_ = std::u16string();
 }
 
-/// Makes a physical line at most of `text`.
+/// Appends `text` to the record. Line ends inside become "~", so that the record is one line at most.
 void KZLogFile::AppendLine(std::u16string_view text) {
     bool const endsLine = text.ends_with(u'\n');
     if (endsLine) text.remove_suffix(text.ends_with(u"\r\n") ? 2 : 1);

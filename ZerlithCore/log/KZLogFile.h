@@ -1,8 +1,8 @@
 /// @file
-/// A log of stamped lines on a file.
+/// A log file whose lines begin with the date and time.
 ///
 ///     KZSmartPtr<KZLogFileI> log(new KZLogFile);
-///     if (log->Open(u"server.log")) log->Log(u"%s listens on port %d", name, port);
+///     if (log->Open(u"server.log")) log->Log(u"%s listens on port %d", KZString(u"server"), 80);
 ///     // 20260302 040506> server listens on port 80
 #pragma once
 
@@ -25,28 +25,29 @@ namespace KZDetail {
 class RecordFile;
 }
 
-/// What a log file can do. On a closed file every operation but `Open` and the setter does nothing.
+/// What a log file can do. On a closed file every operation except `Open` and `SetAutoFlush` does nothing.
 ///
-/// Thread safety: all operations may be called from any thread; what one call writes isn't mixed with another's.
+/// Thread safety: all operations may be called from any thread, and what one call writes isn't mixed with another's.
 class KZ_EXPORT KZLogFileI : public KZRefCountI {
 public:
     ~KZLogFileI() override;
 
+    /// Writes what is gathered and closes the file.
     virtual void Close() = 0;
-    /// Hands what is gathered to the system; the disk isn't forced.
+    /// Passes what is gathered to the system, but doesn't wait until it is on the disk.
     virtual void Flush() = 0;
     [[nodiscard]] virtual bool GetAutoFlush() const = 0;
-    /// With auto flush each call reaches the system before it returns. It is off at first.
+    /// With auto flush each call passes its text to the system before it returns. It is off at first.
     virtual void SetAutoFlush(bool autoFlush) = 0;
     /// Writes the local time as "20260302 040506> ".
     virtual void PutDateTime() = 0;
-    /// Writes a text, and a physical line at most: a "\n" inside becomes "~", one at the end becomes "\r\n", and a
-    /// text without one ends no line. "\r\n" at the end stays as it is. Null counts as empty, which writes nothing.
+    /// Writes a text as one line or a part of a line: a "\n" inside becomes "~", a "\n" at the end becomes "\r\n", and "\r\n"
+    /// at the end stays. Without a "\n" at the end the line stays open. A null or empty text writes nothing.
     virtual void PutString(char16_t const * text) = 0;
-    /// Writes stamp and expanded text as one line. The formats are those of KZString::Format. A format that doesn't
-    /// end in "\n" gets a line end behind what it expands to, an empty one none. The text is cut at 16,365 units.
+    /// Writes the date and time, and then the expanded text, as one line. Formats are those of KZString::Format. A line end is
+    /// added if the format isn't empty and doesn't end in "\n". The text is cut at 16,365 units.
     virtual void Log(char16_t const * format, ...) = 0;
-    /// The same with strings and views among the arguments, which know their types as those of `KZString::Format` do.
+    /// The same with strings and views among the arguments, as in `KZString::Format`.
     template <KZFormattable... Arguments>
     requires(std::is_class_v<Arguments> || ...) void Log(char16_t const * format,
                                                          Arguments const &... arguments) {
@@ -58,7 +59,7 @@ public:
     requires(!KZFormattable<Arguments> || ...) void Log(char16_t const *, Arguments const &...) = delete;
     /// The same with a started argument list.
     virtual void LogArgList(char16_t const * format, std::va_list arguments) = 0;
-    /// Opens a file to append to, which is made if it is missing; an open one is closed first.
+    /// Opens the file at `path` for appending, and makes it if it is missing. A file that is open is closed first.
     /// Errors: false, with the reason in the thread's last error.
     virtual bool Open(char16_t const * path) = 0;
     [[nodiscard]] virtual bool IsOpen() const = 0;
@@ -70,15 +71,15 @@ private:
 /// The log file of the library: 16-bit units in the byte order of the machine, without a byte-order mark, lines ended
 /// by "\r\n". It has no size limit and isn't rotated.
 ///
-/// What one call writes, a record, reaches the file whole and behind everything else in it, so several objects and
-/// processes may share a file. Without auto flush records gather, up to 64 KB, until the buffer is full, or `Flush`,
-/// `Close`, the destructor, or the report of a processor fault writes them.
+/// What one call writes is a record. Each record is appended whole at the end of the file, so several objects and processes may
+/// share a file. Without auto flush up to 64 KB of records are gathered. They are written when the buffer is full, and by
+/// `Flush`, `Close`, the destructor and the report of a processor fault.
 ///
-/// A record that the system refuses, as on a full disk, stays gathered and is tried again with the next one, up to 64 KB. After
-/// that records are dropped and counted, as when memory fails; a line "*** records lost: 12" follows when the file takes lines
-/// again. A record that the system took in part is completed. A piece of a line that stands at the end of the file
-/// because a process was killed, or its disk was full, is never joined to a record: it is filled up to a whole unit, and
-/// gets a line end. A line that this object has left open isn't such a piece; one that another has left open is.
+/// A record that the system refuses, as on a full disk, is kept, up to 64 KB in all, and tried again with the next record.
+/// Further records, and records for which there is no memory, are dropped and counted. A line such as "*** records lost: 12" is
+/// written when the file takes lines again. A record of which the system took a part is completed. If the file ends in an
+/// unfinished line, since a process was killed or the disk was full, that line is filled up to a whole unit and ended before
+/// the next record. A line that this object left open itself is continued; one that another object left open is ended.
 class KZ_EXPORT KZLogFile : public KZLogFileI {
 public:
     KZLogFile();
@@ -101,12 +102,12 @@ public:
     bool Open(char16_t const * path) override;
     [[nodiscard]] bool IsOpen() const override;
 
-    /// How many records this object has lost, since there was no room or memory for them, or since they could still not be
-    /// written when the file was closed.
+    /// The number of records that this object has lost: those for which there was no room or memory, and those that still
+    /// couldn't be written when the file was closed.
     [[nodiscard]] std::uint64_t GetLostRecordCount() const;
 
-    /// Writes what all log files of the process have gathered, except those in use at this moment: it waits for
-    /// nothing, so that the report of a fault may call it.
+    /// Writes what all log files of the process have gathered. It skips a file that another thread is using, because it must
+    /// never wait: the report of a processor fault calls it.
     static void FlushAll() noexcept;
 
 private:
@@ -122,7 +123,7 @@ private:
     std::unique_ptr<KZDetail::RecordFile> file_;
 
     std::atomic<bool> isOpen_{false}; // may be asked without the lock
-    std::u16string record_;           // that is being made
+    std::u16string record_;           // the record that is being made
     std::unique_ptr<LogStamp> stamp_;
-    KZLogFile * next_ = nullptr; // in the list of all
+    KZLogFile * next_ = nullptr; // in the list of all log files
 };

@@ -69,7 +69,7 @@ bool KZLogManager::ChangeSubscriptionChannel(unsigned int channel, KZSmartPtr<KZ
     KZLogChannel * const to = ChannelAt(target);
     if (!from || !to || !from->IsSubscribed(subscriber)) return false;
     if (from != to) {
-        to->Subscribe(subscriber); // first, since this may fail: the subscriber then stays where it is
+        to->Subscribe(subscriber); // comes first: if it throws, the subscriber stays where it is
         from->UnSubscribe(subscriber);
     }
     return true;

@@ -24,7 +24,7 @@
 /// Thread safety: all operations may be called from any thread.
 class KZ_EXPORT KZLogManager {
 public:
-    /// Walks the channels in order of creation. It stays good when channels are added.
+    /// Walks the channels in order of creation. It stays valid when channels are added.
     class Iterator {
     public:
         using iterator_category = std::input_iterator_tag;
@@ -65,20 +65,21 @@ public:
     /// Does nothing.
     void Init() {}
 
-    /// Makes a channel and returns its index. Several may have one name; look-up by name finds the first.
+    /// Makes a channel and returns its index. Several channels may have the same name; a look-up by name finds the first one.
+    /// Errors: std::bad_alloc, and no channel is made.
     unsigned int AddChannel(KZString const & name);
 
-    /// The channel with that index, or the first one with that name (case counts), or the end.
+    /// The channel with that index, or the first one with that name (case counts). The end if there is none.
     [[nodiscard]] Iterator GetChannel(unsigned int index) const;
     [[nodiscard]] Iterator GetChannel(KZString const & name) const;
 
     [[nodiscard]] Iterator GetFirstChannelItr() const noexcept { return {*this, 0}; }
-    /// The end, behind the last channel there is now.
+    /// The end of the present list: one past the last channel.
     [[nodiscard]] Iterator GetLastChannelItr() const;
     /// The names, in order of creation.
     [[nodiscard]] std::vector<KZString> GetAvailableChannels() const;
 
-    // The next ones forward to the channel with that index; without such a channel they give false.
+    // The next ones forward to the channel with that index. They return false if there is no such channel.
 
     /// False when the subscriber is there already.
     bool Subscribe(unsigned int channel, KZSmartPtr<KZLogSubscriberI> subscriber);
@@ -94,5 +95,5 @@ private:
 
     KZPointerVector<KZLogChannel *> channels_;
     unsigned int count_ = 0;
-    mutable KZCriticalSection lock_; // taken alone: never while a channel is called
+    mutable KZCriticalSection lock_; // never held while a channel is called
 };

@@ -1,10 +1,11 @@
-// Two things are shared between threads. Gathered text and level belong to the lock of all channels' texts, which is held
-// for some instructions only. The flag belongs to the channel's lock; it is also read without any lock, which is what
-// makes unwanted text cheap.
+// Threads share two things. The gathered text and the level are guarded by the lock that all channels share for their texts,
+// which is held for a few instructions only. The flag `isInterested_` is guarded by the channel's lock. It is also read
+// without a lock, and this makes unwanted text cheap.
 //
-// Subscribers are asked for their interest without a lock. Each change of the level or of the subscribers is counted, lifts
-// the flag, asks, and lowers the flag only if no other change has come meanwhile: the flag may be up without need for a
-// moment, never down against a subscriber's wish.
+// Subscribers are asked what they want while no lock is held. After a change of the level or of the subscribers, a thread
+// increments the count of changes, sets the flag, asks all subscribers, and clears the flag only if none wants the level and
+// the count is still the same. So the flag may be set needlessly for a moment, but it is never clear while a subscriber
+// wants the level.
 
 #include "ZerlithCore/log/KZLogStream.h"
 
@@ -34,13 +35,13 @@ KZLogStreamBuf::KZLogStreamBuf(KZLogSubscribers * subscribers)
 
 KZLogStreamBuf::~KZLogStreamBuf() = default;
 
-/// Gives out what is due after `prepare`, then takes back the level that subscribers have changed meanwhile.
+/// Passes on what is due after `prepare`, and then restores the level if a subscriber has changed it meanwhile.
 template <class Prepare>
 void KZLogStreamBuf::HandOut(Prepare prepare) {
     if (!handOut_->Run(prepare) || !isLevelLent_.load(relaxed)) return;
     {
         Guard const guard(LogHandOut::textLock);
-        // Somebody else may have chosen a level by now, which then stays.
+        // If another thread has set a level since, that one stays.
         if (isLevelLent_.load(relaxed)) ChangeLevel(lentLevel_);
         isLevelLent_.store(false, relaxed);
     }
@@ -72,7 +73,8 @@ KZLogStreamBuf::int_type KZLogStreamBuf::overflow(int_type character) {
     return traits_type::not_eof(character);
 }
 
-// The text is read before the lock is taken: reading it may fault, and the fault's report writes to a channel, too.
+// The text is read before the lock is taken: reading it may fault, and the report of the fault writes to a channel, which
+// takes the lock.
 std::streamsize KZLogStreamBuf::xsputn(wchar_t const * text, std::streamsize count) {
     if (!IsInterested() || count <= 0) return count;
     std::wstring_view const wide(text, static_cast<std::size_t>(count));
@@ -103,7 +105,7 @@ int KZLogStreamBuf::sync() {
     return 0;
 }
 
-// Not inlined, so that the test in front of it stays the whole cost of unwanted text.
+// Not inlined, so that unwanted text costs no more than the test of the flag before the call.
 [[gnu::noinline]] void KZLogStreamBuf::Gather(wchar_t character) {
     Guard const guard(LogHandOut::textLock);
     if (isLineLost_) return;

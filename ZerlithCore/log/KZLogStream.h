@@ -1,7 +1,8 @@
 /// @file
 /// The stream of a log channel.
 ///
-///     KZLogStream & stream = channel->GetStream();
+///     KZLogChannel channel(u"Network");
+///     KZLogStream & stream = channel.GetStream();
 ///     stream.GetStream(2) << L"detail " << 42 << std::endl;      // subscribers get it at level 2
 #pragma once
 
@@ -24,39 +25,39 @@ class LogHandOut;
 /// The subscribers of a channel, sorted by address, under the channel's lock.
 using KZLogSubscribers = KZSmartPtrVectorMutexedBase<KZSmartPtr<KZLogSubscriberI>>;
 
-/// Gathers text until a flush and hands it to the subscribers.
+/// Gathers text until a flush, and then passes it to the subscribers as one message.
 ///
-/// A flush ends a message; a line end alone doesn't. When it returns the subscribers have heard the message, but for the case
-/// that another thread is at that moment giving out an earlier one and the caller must not wait for it: because it holds
-/// KZLockedCOUT, or because it is a subscriber. Then that thread gives out this message as well, before its own flush
-/// returns. KZLogSubscriberI.h tells the order of the locks.
+/// A line end alone doesn't end a message. When a flush returns, the subscribers have got the message. There is one exception:
+/// if another thread is passing on an earlier message and the caller must not wait for it, since it holds KZLockedCOUT or is
+/// itself running a subscriber, then the other thread passes on this message too, before its own flush returns.
+/// KZLogSubscriberI.h describes the order of the locks.
 ///
-/// While no subscriber wants the present level each character costs one look at a flag. Nothing that a subscriber does, and no
-/// want of memory, makes the stream go bad. A message for which memory fails isn't heard in part: it is dropped whole, as is
-/// one that is left to another thread when a million units wait for it already. The line "*** messages lost: 1" tells so.
+/// While no subscriber wants the present level, a character costs one look at a flag. The stream stays good whatever a
+/// subscriber does and when memory runs out. A message for which memory fails is dropped whole, and so is a message that is
+/// left to another thread for which a million units are waiting already. Subscribers then get "*** messages lost: 1".
 ///
-/// Thread safety: texts put in from several threads arrive whole, though mixed with each other.
+/// Thread safety: each text put in by one call arrives whole; texts of several threads may end up in one message.
 class KZ_EXPORT KZLogStreamBuf : public std::wstreambuf {
 public:
     /// `subscribers` isn't owned. The level is 0.
     explicit KZLogStreamBuf(KZLogSubscribers * subscribers);
     ~KZLogStreamBuf() override;
 
-    /// Flushes what was gathered at another level, then takes the new one. A level that a subscriber sets in `OnFlush` holds
-    /// until the messages at hand are given out.
+    /// Flushes what was gathered at another level, and then sets the new level. A level that a subscriber sets in `OnFlush`
+    /// holds until the messages that are waiting have been passed on; then the former level is set again.
     void SetLevel(int level);
 
-    /// Drops what was gathered, as the message isn't complete, and counts it as lost.
+    /// Drops what was gathered, for a message that can't be completed, and counts the message as lost.
     void DropMessage();
 
-    /// Asks all subscribers anew whether they want the present level. Requires: the caller holds no lock of the
-    /// channel's, since subscribers are called.
+    /// Asks all subscribers again whether they want the present level. Requires: the caller doesn't hold the channel's lock,
+    /// because code of the subscribers is called.
     void UpdateInterest();
 
 protected:
     int_type overflow(int_type character = traits_type::eof()) override;
     std::streamsize xsputn(wchar_t const * text, std::streamsize count) override;
-    /// Always the end of the file.
+    /// Nothing can be read: always the end of the file.
     int_type underflow() override;
     int sync() override;
 
@@ -72,11 +73,11 @@ private:
 
     std::unique_ptr<KZDetail::LogHandOut> handOut_;
 
-    // Under the lock of all channels' texts; the level is also read without it.
+    // Guarded by the lock that all channels share for their texts. The level is also read without it.
     std::atomic<int> level_{0};
-    std::atomic<bool> isLevelLent_{false}; // a subscriber has set it while it was run
-    int lentLevel_ = 0;                    // to go back to
-    bool isLineLost_ = false;              // a piece of it couldn't be gathered
+    std::atomic<bool> isLevelLent_{false}; // a subscriber has set the level in its OnFlush
+    int lentLevel_ = 0;                    // the level to restore afterwards
+    bool isLineLost_ = false;              // memory failed for a piece of the line
     KZString line_;
 
     std::atomic<bool> isInterested_{false};
@@ -84,8 +85,8 @@ private:
 
 /// The wide stream of a log channel.
 ///
-/// Thread safety: the stream's own state (width, flags) is shared by its writers, as that of every standard stream,
-/// and so is the level: writers from several threads hold a lock of their own, as KZLockedCOUT is for the console.
+/// Thread safety: the level and the stream's own state (width, flags) are shared by all writers, as with every standard
+/// stream. Writers on several threads must hold a lock of their own while they write, as KZLockedCOUT is for the console.
 class KZ_EXPORT KZLogStream : public std::wostream {
 public:
     explicit KZLogStream(KZLogSubscribers * subscribers);
@@ -96,17 +97,19 @@ public:
         SetLoggingLevel(level);
         return *this;
     }
-    /// From here on text is of `level`; what was gathered at another level goes out first. A stream that went bad, since
-    /// somebody put a null text in, say, is good again; the message that this broke off is dropped and told as lost.
+    /// Sets the level of the text that follows. Text that was gathered at another level is flushed first. If the stream has
+    /// gone bad, since somebody wrote a null text for example, it becomes good again; the message that was being gathered is
+    /// dropped and counted as lost.
     void SetLoggingLevel(int level) {
         if (!good()) Recover();
         buffer_.SetLevel(level);
     }
 
-    /// A place for derived streams to do something at the end of a line; does nothing.
+    /// Does nothing. Derived streams may override it to act at the end of a line.
     virtual void OnEOL();
 
-    // The subscribers, or their levels, have changed. Requires: the caller holds no lock of the channel's.
+    // The channel calls these when its subscribers or their levels have changed. Requires: the caller doesn't hold the channel's
+    // lock.
 
     void OnDeletedSubscriber() { buffer_.UpdateInterest(); }
     void OnUpdatedSubscriber(KZSmartPtr<KZLogSubscriberI> const &) { buffer_.UpdateInterest(); }

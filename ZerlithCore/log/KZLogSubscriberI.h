@@ -1,5 +1,5 @@
 /// @file
-/// Whoever wants the text of log channels.
+/// The base class of everything that gets the texts of log channels.
 ///
 ///     class Counter : public KZLogSubscriberI {
 ///     public:
@@ -15,40 +15,40 @@
 
 #include <atomic>
 
-/// A subscriber of log channels, which decides by level whether it wants a text.
+/// A subscriber of log channels, which decides by the level whether it wants a text.
 ///
-/// A lower number is more important: a subscriber with desired level N takes the levels up to N. The desired level is
-/// the subscriber's, whatever the number of channels it hears.
+/// A lower number is more important: a subscriber with desired level N gets the levels up to N. It has one desired level for
+/// all its channels.
 ///
-/// A subscriber that throws or faults is told of as an unhandled exception is; the others get the text all the same. It is
-/// called again with the next text.
+/// If a subscriber throws or faults, "unhandled exception" is written to the console. The other subscribers get the text all
+/// the same, and the failed one is called again with the next text.
 ///
-/// Locks: no lock of the log's is held while `OnFlush` and `IsInterested` run. For each channel one thread at a time gives
-/// texts out; other threads that flush wait for it, unless they hold KZLockedCOUT or are in an `OnFlush` themselves: then
-/// that thread takes their texts along. So the order of the locks is
+/// Locks: `OnFlush` and `IsInterested` run while no lock of the log is held. For each channel one thread at a time passes texts
+/// on. Other threads that flush wait for it, unless they hold KZLockedCOUT or are running an `OnFlush` themselves: their
+/// texts are then passed on by the first thread. So the order of the locks is
 ///
 /// 1. KZLockedCOUT, which the writer may hold,
-/// 2. the right to give out the channel's texts,
-/// 3. locks of the subscriber's own,
+/// 2. the turn to pass on the channel's texts,
+/// 3. locks of the subscriber's own.
 ///
-/// and `OnFlush` may take KZLockedCOUT against this order, as the report of a fault does. Two things would make threads wait
-/// for each other for ever: a writer that holds a lock of the third kind, and an `OnFlush` that waits until another
-/// thread has written to the channel.
+/// `OnFlush` may take KZLockedCOUT although that is against this order; the report of a fault does so. Two things make threads
+/// wait for each other for ever, so avoid them: writing to the channel while holding a lock that its subscriber takes, and
+/// waiting in `OnFlush` until another thread has written to the channel.
 ///
-/// What `OnFlush` writes to a channel, its own or another, is given out after the text at hand. What is written because of
-/// that in turn stays until the channel's next flush, so that no endless circle arises.
+/// What `OnFlush` writes to a channel is passed on after the present text. What subscribers write in response to that waits
+/// until the channel's next flush, so that two subscribers can't answer each other for ever.
 ///
-/// Thread safety: one channel never calls `OnFlush` twice at a time, several channels may. It runs on the writer's thread
-/// or on that of another writer to the channel. The level may be read and set from any thread.
+/// Thread safety: one channel never runs `OnFlush` twice at the same time; several channels may. `OnFlush` runs on the thread
+/// of the writer or of another writer to the channel. The level may be read and set from any thread.
 class KZ_EXPORT KZLogSubscriberI : public KZRefCount {
 public:
     explicit KZLogSubscriberI(int desiredLevel = 0) noexcept : desiredLevel_(desiredLevel) {}
     ~KZLogSubscriberI() override;
 
-    /// Takes what was gathered since the last flush, as it was written: with line ends, without a stamp.
+    /// Gets the text written since the last flush, unchanged: with its line ends and without a stamp.
     virtual void OnFlush(int level, KZString const & text) = 0;
 
-    /// True when `level` is at most the desired level.
+    /// Tells whether texts of `level` are wanted; here: whether `level` is at most the desired level.
     [[nodiscard]] virtual bool IsInterested(int level) const;
 
     [[nodiscard]] int GetDesiredLevel() const noexcept {

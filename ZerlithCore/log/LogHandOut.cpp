@@ -1,10 +1,11 @@
-// Locks: `textLock` protects what waits, and is held for some instructions only. A turn, during which one thread gives
-// out, is no lock but a flag under it. Nobody waits for a turn who could keep a subscriber waiting: neither a thread that
-// holds KZLockedCOUT, which subscribers and the reports of faults take, nor one that runs a subscriber itself. Such a
-// thread leaves its message to the one that has the turn, which ends the turn in the same step in which it finds no more.
+// Locks: `textLock` guards the waiting messages and is held for a few instructions only. A thread that passes messages on has
+// the turn. The turn isn't a lock but the flag `isRunning_`, which `textLock` guards. A thread must not wait for the turn if a
+// subscriber might be waiting for that thread: if it holds KZLockedCOUT, which subscribers and reports of faults take, or if
+// it is running a subscriber itself. Such a thread leaves its message to the thread that has the turn. That thread gives up
+// the turn under the same hold of `textLock` under which it finds no more messages, so none is left behind.
 //
-// The subscribers are found one by one under the channel's lock, each as the first one behind its predecessor's address.
-// So they may come and go meanwhile, and each one that stays gets each message once.
+// The subscribers are sorted by address. Under the channel's lock each next one is found as the first with a greater
+// address. So subscribers may be added and removed meanwhile, and each one that stays gets each message once.
 
 #include "ZerlithCore/log/LogHandOut.h"
 
@@ -22,25 +23,25 @@ namespace {
 using Guard = KZGuard<KZCriticalSection>;
 
 constexpr auto relaxed = std::memory_order_relaxed;
-constexpr unsigned int promptDepth = 1; // what is written deeper waits for a flush from outside
+constexpr unsigned int promptDepth = 1; // messages of a greater depth wait for a flush by the program
 constexpr std::size_t mostWaitingUnits = 1024 * 1024;
-constexpr std::size_t mostNoteUnits = 64;           // of a line about lost messages
+constexpr std::size_t mostNoteUnits = 64;           // the longest line about lost messages
 constexpr std::uint32_t mostSpareUnits = 16 * 1024; // a larger block isn't kept for the next message
 
-/// What a thread is doing for subscribers, with what it was doing when that began.
+/// Describes the message that the thread is passing on. Frames are linked, since a subscriber may write to another channel.
 struct Frame {
     Frame(LogHandOut const * owned, unsigned int atDepth, bool aboutFailure) noexcept;
     ~Frame();
     Frame(Frame const &) = delete;
     Frame & operator=(Frame const &) = delete;
 
-    LogHandOut const * owner; // null when no message is given out
-    unsigned int depth;       // of what the thread writes meanwhile
+    LogHandOut const * owner; // null when no message is passed on
+    unsigned int depth;       // of the messages that the thread writes meanwhile
     bool isAboutFailure;
     Frame const * outer;
 };
 
-// At a fixed offset, since each flush looks at it: to find it takes one instruction, not a call.
+// Each flush reads it. With this model the compiler knows its offset, so reading it takes one instruction and no call.
 #if defined(__GNUC__)
 [[gnu::tls_model("initial-exec")]]
 #endif
@@ -55,19 +56,19 @@ unsigned int PresentDepth() noexcept { return innermost ? innermost->depth : 0; 
 
 bool IsTellingOfFailure() noexcept { return innermost && innermost->isAboutFailure; }
 
-/// Tells that a subscriber has failed, but not that it has failed to hear just that.
+/// Reports that a subscriber has failed. A failure to take that very report isn't reported.
 void TellFailure() noexcept {
     if (IsTellingOfFailure()) return;
     Frame const frame(nullptr, std::max(PresentDepth(), 1U), true);
     TellUnhandledException();
 }
 
-/// Empties a text and keeps its block for the next one, unless that is a giant.
+/// Empties a text and keeps its block for the next one, unless the block is very large.
 void Recycle(KZString & text) noexcept {
     try {
         if (text.Capacity() <= mostSpareUnits) return text.Remove(0, text.Length());
     } catch (std::bad_alloc const &) {
-        // A subscriber has kept the text, and there is no memory for another block.
+        // A subscriber holds a copy of the text, so it can't be emptied in place, and there is no memory for another block.
     }
     text.Clear();
 }
@@ -76,7 +77,7 @@ void Recycle(KZString & text) noexcept {
 
 constinit KZCriticalSection LogHandOut::textLock;
 
-/// Goes through the subscribers; null in front of the first one.
+/// Walks through the subscribers. Before the first `Next` there is no present one.
 class LogHandOut::Walk {
 public:
     explicit Walk(Subscribers & subscribers) noexcept : subscribers_(subscribers) {}
@@ -91,7 +92,7 @@ public:
             isAtLast_ = place == end || place + 1 == end;
             if (place != end) next = *place;
         }
-        present_ = std::move(next); // A subscriber that has left may end here, outside of the lock.
+        present_ = std::move(next); // Here, outside of the lock, an unsubscribed subscriber may be destroyed.
         return !present_.IsNull();
     }
     KZLogSubscriberI * operator->() const { return present_; }
@@ -99,10 +100,10 @@ public:
 private:
     Subscribers & subscribers_;
     Handle present_;
-    bool isAtLast_ = false; // Who comes behind the last one is too late for this walk.
+    bool isAtLast_ = false; // A subscriber that is added after the last one isn't visited any more.
 };
 
-/// A turn that has begun, and ends at the latest with this object.
+/// The turn of the calling thread. It ends in `Next`, or in the destructor if an exception leaves the loop.
 class LogHandOut::Turn {
 public:
     explicit Turn(LogHandOut & owner) noexcept : owner_(owner) {}
@@ -163,7 +164,7 @@ void LogHandOut::UpdateInterest(std::atomic<int> const & level, std::atomic<bool
 // --- Waiting messages
 
 void LogHandOut::Add(int level, KZString & text) {
-    // The line comes where the lost messages were, once there is room for more than the line.
+    // The line takes the place of the lost messages in the order. It waits until there is room for this message as well.
     if (lostCount_ != 0 && HasRoom(text.Length() + mostNoteUnits)) PushNoteOfLoss();
     Message message{level, PresentDepth(), IsTellingOfFailure(), std::move(text)};
     text = std::exchange(spare_, KZString());
@@ -180,7 +181,7 @@ void LogHandOut::AddLost(int level) noexcept {
     ++lostCount_;
 }
 
-/// Puts a message behind the others. False, with nothing changed, when there is no room for it.
+/// Adds a message after the others. False, with nothing changed, when there is no room for it.
 bool LogHandOut::Push(Message & message) {
     std::size_t const units = message.text.Length();
     if (!HasRoom(units)) return false;
@@ -198,7 +199,7 @@ bool LogHandOut::Push(Message & message) {
     return true;
 }
 
-/// Puts a line behind the others that tells of the lost messages. Without room for it their count stays for another time.
+/// Adds a line with the number of lost messages. Without room for the line the count stays, and a later call adds it.
 void LogHandOut::PushNoteOfLoss() {
     try {
         KZString text;
@@ -206,11 +207,11 @@ void LogHandOut::PushNoteOfLoss() {
         Message note{lostLevel_, 0, true, std::move(text)};
         if (Push(note)) lostCount_ = 0;
     } catch (std::bad_alloc const &) {
-        // Told later.
+        // A later call adds the line.
     }
 }
 
-/// Makes the next message that is due the present one.
+/// Takes the next message that is due and makes it the present one. False when none is due.
 bool LogHandOut::Take() {
     if (spare_.Capacity() < present_.text.Capacity()) std::swap(spare_, present_.text);
     if (lostCount_ != 0 && WaitingCount() == 0) {
@@ -230,9 +231,9 @@ bool LogHandOut::Take() {
     return true;
 }
 
-// --- Giving out
+// --- Passing on
 
-/// Begins a turn with its first message. False when another thread has its turn, or there is no message.
+/// Begins a turn with its first message. False when another thread has the turn or no message is due.
 bool LogHandOut::Begin() {
     if (isRunning_) return false;
     isRunning_ = Take();

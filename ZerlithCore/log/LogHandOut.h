@@ -1,4 +1,4 @@
-// The way of a channel's messages from the flush to the subscribers.
+// Passes a channel's messages from the flush to the subscribers.
 #pragma once
 
 #include "ZerlithCore/foundation/KZSmartPtrVector.h"
@@ -12,40 +12,41 @@
 
 namespace KZDetail {
 
-/// Keeps the messages of one channel and gives them to its subscribers, in the order in which they were added, by one
-/// thread at a time.
+/// Keeps the messages of one channel and passes them to its subscribers, in the order in which they were added. One thread at
+/// a time does so.
 ///
-/// A subscriber is called without any lock of the log's. What a thread adds while it runs a subscriber is given out after
-/// the message at hand. What is added while such a message is given out stays until the next flush: otherwise a
-/// subscriber that answers each message with another would keep its thread for ever.
+/// Subscribers are called while no lock of the log is held. A message that a subscriber adds is passed on after the present
+/// one. A message that a subscriber adds in answer to such a message waits until the next flush: otherwise a subscriber that
+/// answers each message with another would keep its thread busy for ever.
 class LogHandOut {
 public:
     using Subscribers = KZSmartPtrVectorMutexedBase<KZSmartPtr<KZLogSubscriberI>>;
 
-    /// Protects the texts of all channels, gathered and waiting. Whoever holds it waits for nothing.
+    /// Guards the gathered and waiting texts of all channels. A thread that holds it must not wait for anything.
     static constinit KZCriticalSection textLock;
 
     /// `subscribers` isn't owned. Errors: std::bad_alloc, since even an empty queue allocates.
     explicit LogHandOut(Subscribers & subscribers) : subscribers_(subscribers) {}
 
-    /// True when the messages of the calling thread are given out by its own flush, false when a later one does.
+    /// True when a flush of the calling thread passes on its messages, false when they wait for a later flush.
     [[nodiscard]] static bool IsPrompt() noexcept;
-    /// True when the calling thread is giving out a message of this channel.
+    /// True when the calling thread is passing on a message of this channel.
     [[nodiscard]] bool IsRunByCaller() const noexcept;
 
     // The next three require: the caller holds `textLock`.
 
-    /// Takes a message; `text` becomes empty, with room for the next one. A message for which there is no memory, or which
-    /// would make more than a million units wait, is counted as lost.
+    /// Takes a message; `text` becomes empty, with room for the next one. A message counts as lost if there is no memory for it
+    /// or if more than a million units would be waiting.
     void Add(int level, KZString & text);
-    /// Counts a message as lost. A line among the messages tells so.
+    /// Counts a message as lost. A line with the number of lost messages is added when there is room.
     void AddLost(int level) noexcept;
-    /// Has all that waits given out by the next `Run`.
+    /// Makes the next `Run` pass on everything that is waiting.
     void Wake() noexcept { dueCount_ = WaitingCount(); }
 
-    /// Calls `prepare` under `textLock`, then gives out what is due. If another thread does that already, the caller waits
-    /// until all of it has been given out; but if it holds KZLockedCOUT or is running a subscriber it leaves that to the
-    /// other one. True when the caller has given out itself. Requires: the caller doesn't hold `textLock`.
+    /// Calls `prepare` under `textLock`, and then passes on the messages that are due. If another thread is doing that already,
+    /// the caller waits until it has finished; but a caller that holds KZLockedCOUT or is running a subscriber returns at
+    /// once and leaves its messages to the other thread. True when the caller itself has passed on messages.
+    /// Requires: the caller doesn't hold `textLock`.
     template <class Prepare>
     bool Run(Prepare prepare) {
         bool hasBegun = false;
@@ -60,15 +61,17 @@ public:
         return hasBegun ? GiveOut() : WaitAndGiveOut(target);
     }
 
-    /// Asks the subscribers, and makes `isInterested` true when one wants `level`, or can't answer: it may want it when the
-    /// message comes. Until all have answered it is true. Of several threads that ask, the last one's result stays.
+    /// Asks the subscribers whether they want `level`, and sets `isInterested` if one does. A subscriber that throws counts as
+    /// one that does, since it may want the message when it comes. `isInterested` is true until all have answered. If several
+    /// threads ask at once, the result of the one that began last stays.
     void UpdateInterest(std::atomic<int> const & level, std::atomic<bool> & isInterested);
 
 private:
     struct Message {
         int level = 0;
-        unsigned int depth = 0; // 0: from outside; more: written while one of the depth before was given out
-        bool isAboutFailure = false; // tells that a subscriber has failed
+        unsigned int depth =
+            0; // 0: written by the program; N + 1: by a subscriber that was getting a message of depth N
+        bool isAboutFailure = false; // reports that a subscriber has failed
         KZString text;
     };
     using Handle = KZSmartPtr<KZLogSubscriberI>;
@@ -89,22 +92,23 @@ private:
     void Give(Message const & message) const;
 
     Subscribers & subscribers_;
-    unsigned int changes_ = 0; // how often the interest may have changed; under the subscribers' lock
+    unsigned int changes_ = 0; // how often the interest may have changed; guarded by the subscribers' lock
 
-    Message present_; // belongs to the thread that has its turn
+    Message present_; // belongs to the thread that has the turn
 
-    // Under `textLock`.
-    bool isRunning_ = false;                         // some thread has its turn
+    // Guarded by `textLock`.
+    bool isRunning_ = false;                         // some thread has the turn
     std::size_t takenCount_ = 0, finishedCount_ = 0; // messages since the start
-    unsigned int waiterCount_ = 0;                   // threads that wait for one of them, or for their turn
+    unsigned int waiterCount_ = 0; // threads that wait for a message to be finished, or for the turn
     std::atomic<int> wakings_{0};
-    Message first_; // waits in front of the others, and needs no memory
+    Message
+        first_; // comes before those in `waiting_`; having it here, one message can wait without an allocation
     bool hasFirst_ = false;
     std::deque<Message> waiting_;
     std::size_t waitingUnits_ = 0;
-    std::size_t dueCount_ = 0; // so many of those in front are to be given out
+    std::size_t dueCount_ = 0; // how many of the waiting messages, from the first on, are to be passed on now
     unsigned int lostCount_ = 0;
-    int lostLevel_ = 0; // the most important one among the lost messages
+    int lostLevel_ = 0; // the most important level among the lost messages
     KZString spare_;    // empty, with a block for the next message
 };
 

@@ -1,4 +1,4 @@
-// The stamp in front of a log line.
+// The date and time at the beginning of a log line.
 #pragma once
 
 #include <cstdint>
@@ -6,7 +6,7 @@
 
 /// Makes "20260302 040506> " of a moment, in local time.
 ///
-/// Lines come many a second, so the text of the last second is kept: a stamp mostly costs one comparison.
+/// Many lines come in one second, so the text of the last second is kept and a stamp mostly costs one comparison.
 class LogStamp {
 public:
     /// The stamp for `milliseconds` after 1970-01-01 00:00 UTC; valid until the next call.

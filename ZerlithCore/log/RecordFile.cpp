@@ -51,7 +51,7 @@ void RecordFile::CountLost(bool isTold) noexcept {
     if (isTold) ++untoldCount_;
 }
 
-/// A record that is larger than the buffer has room in an empty one.
+/// Also true for a record that is larger than the buffer, if the buffer is empty.
 bool RecordFile::HasRoom(std::size_t size) const noexcept {
     return gathered_.empty() || gathered_.size() + size <= bufferBytes;
 }
@@ -69,8 +69,8 @@ bool RecordFile::Gather(std::string_view record) noexcept {
     }
 }
 
-/// Gathers the line that tells of lost records, if there is something to tell. False as long as the records in front of those
-/// aren't written: one line is to tell of all.
+/// Gathers the line that reports lost records, if there are any. False while earlier records are still unwritten: more may get
+/// lost meanwhile, and one line shall report them all.
 bool RecordFile::PutNote() noexcept {
     if (untoldCount_ == 0) return true;
     if (!gathered_.empty()) return false;
@@ -82,7 +82,7 @@ bool RecordFile::PutNote() noexcept {
     } catch (std::bad_alloc const &) {
         return false;
     }
-    ends_.pop_back(); // It is no record: should it be lost, the count is right without it.
+    ends_.pop_back(); // The line is no record, so it must not count as one if it is lost.
     isLineOpen_ = false;
     untoldCount_ = 0;
     return true;
@@ -93,7 +93,8 @@ void RecordFile::WriteGathered() noexcept {
     if (done == gathered_.size()) {
         gathered_.clear();
         ends_.clear();
-        if (gathered_.capacity() > 2 * bufferBytes) gathered_ = std::string(); // a giant has passed
+        if (gathered_.capacity() > 2 * bufferBytes)
+            gathered_ = std::string(); // one very large record isn't paid for ever
         return;
     }
     gathered_.erase(0, done);

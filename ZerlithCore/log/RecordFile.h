@@ -1,4 +1,4 @@
-// A file of records that loses none in silence.
+// A file of records that reports each record it loses.
 #pragma once
 
 #include "ZerlithCore/diagnostics/LineFile.h"
@@ -14,15 +14,15 @@ namespace KZDetail {
 
 /// Gathers records and appends them to a file.
 ///
-/// What the disk refuses stays gathered, up to 64 KB, and is tried again with the next record. Records that come when there
-/// is no more room, or no memory, are dropped and counted; when there is room again, a line tells how many they were.
+/// A record that the disk refuses is kept, up to 64 KB in all, and tried again with the next record. Records that come when
+/// there is no more room or no memory are dropped and counted. When there is room again, a line with their number is written.
 ///
 /// Thread safety: one object needs outside locking.
 class RecordFile {
 public:
     struct Form {
         LineFile::Form lines;
-        /// Appends the line that tells of `count` dropped records. May throw std::bad_alloc.
+        /// Appends the line that reports `count` dropped records. May throw std::bad_alloc.
         void (*appendNote)(std::string & bytes, std::uint64_t count);
     };
 
@@ -35,7 +35,7 @@ public:
     [[nodiscard]] bool Open(KZString const & path, KZPlatform::FileCreation creation,
                             KZPlatform::FileShare share, KZPlatform::FileProtection protection);
     [[nodiscard]] bool IsOpen() const noexcept { return file_.IsOpen(); }
-    /// Writes what is gathered, counts the records that can't be written as lost, and closes.
+    /// Writes what is gathered and closes the file. Records that can't be written count as lost.
     void Close() noexcept;
 
     /// Gathers a record, and writes what is gathered if `flush` is true or it is more than 64 KB. Requires: the file is open.
@@ -43,7 +43,7 @@ public:
     /// Writes what is gathered.
     void Flush() noexcept;
 
-    /// Counts a record that can't be put. If `isTold` is true the line that tells of lost records counts it as well.
+    /// Counts a record that was lost before `Put`. With `isTold` the line about lost records includes it.
     void CountLost(bool isTold) noexcept;
     /// The number of lost records since the object was made.
     [[nodiscard]] std::uint64_t GetLostCount() const noexcept { return lostCount_; }
@@ -57,10 +57,10 @@ private:
     Form form_;
     LineFile file_;
     std::string gathered_;
-    std::vector<std::size_t> ends_; // of the records in it
+    std::vector<std::size_t> ends_; // where each record in `gathered_` ends
     bool isLineOpen_ = false;       // the last record has left its line open
     std::uint64_t lostCount_ = 0;
-    std::uint64_t untoldCount_ = 0;
+    std::uint64_t untoldCount_ = 0; // lost records that no line has reported yet
 };
 
 } // namespace KZDetail
