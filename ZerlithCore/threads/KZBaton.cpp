@@ -8,7 +8,7 @@
 
 KZBaton::KZBaton() : mutex_(KZPlatform::NewMutex({}, false)), turnStarted_(KZPlatform::NewEvent({}, false)) {
     if (mutex_ && turnStarted_) return;
-    // Closed before the exception is made, which needs memory.
+    // They are closed before the exception is made, because making it may itself throw for want of memory.
     int const reason = KZPlatform::LastErrorNumber();
     KZPlatform::CloseWait(mutex_);
     KZPlatform::CloseWait(turnStarted_);
@@ -30,7 +30,7 @@ void KZBaton::lock(unsigned int turn) noexcept {
         KZPlatform::UnlockAndWaitFor(mutex_, turnStarted_, KZPlatform::waitForever);
         KZPlatform::WaitFor(mutex_, KZPlatform::waitForever);
     }
-    // Never backwards: of two callers with old numbers, the later one must not take the turn of those who wait.
+    // The number never decreases. Otherwise a caller whose turn has passed while it waited would delay the next turns.
     last_.store(std::max(last_.load(std::memory_order_relaxed), turn), std::memory_order_release);
 }
 

@@ -1,6 +1,7 @@
 /// @file
 /// The function objects that threads and pools call.
 ///
+///     struct Server { void Listen() {} } server;
 ///     KZSmartPtr<KZCallback> body(new KZCallbackMethVoid<Server>(u"listener", &server, &Server::Listen));
 ///     (*body)();
 #pragma once
@@ -11,7 +12,7 @@
 
 #include <type_traits>
 
-/// The base of whatever a callback receives: counted, otherwise empty.
+/// The base class of what a callback gets as its argument. It has a reference count and nothing else.
 ///
 /// Thread safety: `AddRef` and `Release` may be called from any thread.
 class KZ_EXPORT KZCallbackArgs {
@@ -27,13 +28,13 @@ private:
     KZCounter count_;
 };
 
-/// A counted function object with a name and a stored argument.
+/// A function object with a reference count, a name and a stored argument.
 ///
-/// Thread safety: handles may be copied and dropped on several threads; whether calls may overlap is up to the derived
-/// class.
+/// Thread safety: handles may be copied and dropped on several threads. Whether several threads may call it at once depends on
+/// the derived class.
 class KZ_EXPORT KZCallback {
 public:
-    /// Takes a hold on `args`, which may be null.
+    /// Stores `args`, which may be null, and holds a reference on it.
     explicit KZCallback(KZString const & name, KZCallbackArgs * args = nullptr);
     KZCallback(KZCallback const &) = default;
     KZCallback & operator=(KZCallback const &) = default;
@@ -57,8 +58,10 @@ private:
     KZCounter count_;
 };
 
-/// A callback whose argument has a type of its own. `ArgsPointer` is a pointer, or a smart pointer, to a class derived from
-/// KZCallbackArgs; whoever calls passes such an object or null.
+/// A callback whose argument has a type of its own. `ArgsPointer` is a pointer or a smart pointer to a class derived from
+/// KZCallbackArgs. The caller must pass an object of that class, or null: the type isn't checked.
+///
+/// Thread safety: as KZCallback.
 template <class ArgsPointer>
 class KZCallbackT : public KZCallback {
 public:
@@ -69,11 +72,13 @@ public:
         using Args = std::remove_reference_t<decltype(*std::declval<ArgsPointer const &>())>;
         Call(ArgsPointer(static_cast<Args *>(args.GetPtr())));
     }
-    /// The call with the argument as what it is.
+    /// Calls with the typed argument, which may be null.
     virtual void Call(ArgsPointer args) = 0;
 };
 
-/// Calls a member function with the argument. The object isn't owned.
+/// Calls a member function with the argument. The object isn't owned and must outlive the calls.
+///
+/// Thread safety: that of the member function.
 template <class Class, class ArgsPointer>
 class KZCallbackMeth : public KZCallbackT<ArgsPointer> {
 public:
@@ -89,7 +94,10 @@ private:
     Method method_;
 };
 
-/// Calls a member function that takes no argument, whatever the callback is called with. The object isn't owned.
+/// Calls a member function that takes no argument; an argument of the callback is ignored. The object isn't owned and must
+/// outlive the calls.
+///
+/// Thread safety: that of the member function.
 template <class Class>
 class KZCallbackMethVoid : public KZCallback {
 public:

@@ -1,10 +1,10 @@
 /// @file
-/// The recursive lock of one process, and the guard for every class that can be locked.
+/// The recursive lock of one process, and a guard for everything that has `Lock` and `Unlock`.
 ///
 ///     KZCriticalSection lock;
 ///     {
 ///         KZGuard<KZCriticalSection> guard(lock);
-///         ...
+///         // Only one thread at a time gets here.
 ///     }
 #pragma once
 
@@ -13,24 +13,28 @@
 
 /// A recursive lock within one process. The owner may lock again and must unlock as often. No operation can fail.
 ///
-/// Thread safety: all operations may be called from any thread; unlocking only by the owner.
+/// Thread safety: all operations may be called from any thread; only the owner may unlock.
 class KZ_EXPORT KZCriticalSection {
 public:
-    /// Makes the lock, and enters it at once if `lockNow` is true.
+    /// Makes the lock, and locks it for the caller if `lockNow` is true.
     constexpr explicit KZCriticalSection(bool lockNow = false) noexcept {
         if (lockNow) Lock();
     }
     KZCriticalSection(KZCriticalSection const &) = delete;
     KZCriticalSection & operator=(KZCriticalSection const &) = delete;
 
+    /// Waits without limit until no other thread holds the lock, and takes it.
     void Lock() noexcept { lock_.Lock(); }
+    /// Undoes one `Lock`. Requires: the caller holds the lock.
     void Unlock() noexcept { lock_.Unlock(); }
-    /// Enters if that needs no waiting; tells whether it did.
+    /// Takes the lock if that needs no waiting. Returns whether it took it.
     [[nodiscard]] bool TryLock() noexcept { return lock_.TryLock(); }
 
-    /// 0 exactly when another thread holds the lock. Free or held by the caller: how often the caller holds it, this
-    /// look included, so at least 1. Callers rely on this reading, though the name suggests the opposite.
+    /// 0 if another thread holds the lock. Otherwise how often the caller would hold it after locking it once more: 1 if the
+    /// lock is free, 2 if the caller holds it once. Callers rely on this, although the name suggests the opposite.
     [[nodiscard]] unsigned int IsLocked() noexcept;
+
+    // The same operations under other names.
 
     void lock() noexcept { Lock(); }
     void obtain() noexcept { Lock(); }
@@ -42,10 +46,13 @@ private:
     KZPlatform::RecursiveLock lock_;
 };
 
-/// Holds a lock for the length of a scope. `Lockable` needs `Lock` and `Unlock`, const or not.
+/// Holds a lock until the end of the scope. `Lockable` needs `Lock` and `Unlock`, const or not.
+///
+/// Thread safety: an object belongs to the thread that makes it.
 template <class Lockable>
 class KZGuard {
 public:
+    /// Locks. Throws what `Lock` throws; the object then doesn't exist and unlocks nothing.
     explicit KZGuard(Lockable & lock) : lock_(lock) { lock_.Lock(); }
     ~KZGuard() { lock_.Unlock(); }
     KZGuard(KZGuard const &) = delete;

@@ -37,7 +37,7 @@ void KZDumpAllStacks() noexcept {
             if (entry.running) DumpThread(id, entry);
         }
     } catch (...) {
-        // The walk ends where it failed.
+        // Memory ran out or the lock failed: the output ends here.
     }
     std::fputs("\n****** Call stacks dumped ******\n\n", stderr);
 }

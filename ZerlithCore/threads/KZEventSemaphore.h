@@ -2,10 +2,9 @@
 /// The manual-reset event, which may be shared between processes.
 ///
 ///     KZEventSemaphore ready;
-///     ...                            // one thread
-///     ready.Post();
-///     ...                            // another
-///     if (ready.Wait(1000) == 0) ...
+///     ready.Post();                  // one thread
+///     if (ready.Wait(1000) == 0)     // another thread waits for a second at most
+///         KZGetConsole() << L"ready" << std::endl;
 #pragma once
 
 #include "ZerlithCore/platform/Export.h"
@@ -15,41 +14,42 @@ namespace KZPlatform {
 struct WaitObject;
 }
 
-/// A flag that threads wait for: posted, it stays so until it is reset, and lets everyone through.
+/// A flag that threads wait for. Once posted, it stays posted and lets every waiting thread through until it is reset.
 ///
-/// Names as for KZMutex, in a space of their own.
+/// Events may have names, by the rules of KZMutex. An event and a mutex may have the same name.
 ///
 /// Thread safety: all operations may be called from any thread.
 class KZ_EXPORT KZEventSemaphore {
 public:
-    /// Makes the event, or opens the one of that name; an empty name makes an unnamed one. `initiallyPosted` doesn't
-    /// count for an event that is there already. Errors: KZWindowsLastErrorException.
+    /// Makes the event, or opens the one with that name. An empty name makes an event without a name. `initiallyPosted` has no
+    /// effect on an event that exists already. Errors: KZWindowsLastErrorException.
     explicit KZEventSemaphore(KZString const & name = KZString(), bool initiallyPosted = false);
     KZEventSemaphore(KZEventSemaphore const &) = delete;
     KZEventSemaphore & operator=(KZEventSemaphore const &) = delete;
     ~KZEventSemaphore();
 
-    /// Posts the event. Whoever is waiting is let go, even if a reset follows at once.
+    /// Posts the event. Every thread that is waiting returns, even if a reset follows at once.
     void Post() noexcept { post(); }
     void post() noexcept;
 
-    /// Takes the post back.
+    /// Makes the event not posted.
     void Reset() noexcept { reset(); }
     void reset() noexcept;
 
-    /// Lets go whoever is waiting at this moment; the event is not posted afterwards.
+    /// Lets every thread that is waiting at this moment return; the event is not posted afterwards.
     void Pulse() noexcept { pulse(); }
     void pulse() noexcept;
 
-    /// Waits at most `timeout` milliseconds, all ones for ever. 0: posted; 258: timed out; 0xFFFFFFFF: failed.
+    /// Waits at most `timeout` milliseconds, or without limit for 0xFFFFFFFF. Returns 0 when the event was posted, 258 when the
+    /// time is over, and 0xFFFFFFFF when the wait failed; the thread's last error then has the reason.
     unsigned int Wait(unsigned int timeout = 0xFFFFFFFF) noexcept { return wait(timeout); }
     unsigned int wait(unsigned int timeout = 0xFFFFFFFF) noexcept;
 
-    /// Tells whether the event is posted. Errors: KZWindowsLastErrorException.
+    /// Returns at once whether the event is posted. Errors: KZWindowsLastErrorException.
     [[nodiscard]] bool Posted() const { return posted(); }
     [[nodiscard]] bool posted() const;
 
-    /// The event's handle, for `KZPlatform::WaitForAny` (platform/Locks.h). Valid as long as this object.
+    /// The event's handle, for `KZPlatform::WaitForAny` (platform/Locks.h). Valid as long as this object exists.
     [[nodiscard]] KZPlatform::WaitObject * GetHandle() const noexcept { return handle_; }
 
 private:

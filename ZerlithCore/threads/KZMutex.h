@@ -3,7 +3,7 @@
 ///
 ///     KZMutex mutex(u"Plan store", false);
 ///     if (mutex.Lock(5000)) {
-///         ...
+///         // No other process of this user gets here now.
 ///         mutex.Unlock();
 ///     }
 #pragma once
@@ -15,27 +15,28 @@ namespace KZPlatform {
 struct WaitObject;
 }
 
-/// A recursive lock with a time-out and, if it has a name, one for all processes of the user.
+/// A recursive lock with a time-out. If it has a name, all processes of the user share it.
 ///
 /// The owner may lock again, through any object of the same name, and must unlock as often. Names are case-sensitive and
-/// end at their first 0 unit. A named mutex ends with its last object in any process, ended and killed ones included.
+/// end at their first 0 unit. A named mutex exists as long as some process has an object of that name; the objects of a
+/// process that ends or is killed go with it.
 ///
-/// Thread safety: all operations may be called from any thread; unlocking only by the owner.
+/// Thread safety: all operations may be called from any thread; only the owner may unlock.
 class KZ_EXPORT KZMutex {
 public:
-    /// Makes the mutex, or opens the one of that name; an empty name makes an unnamed one. `initiallyOwned` locks it for
-    /// the caller if it is new, and doesn't count otherwise. Never waits for an owner.
+    /// Makes the mutex, or opens the one with that name. An empty name makes a mutex without a name. `initiallyOwned` locks a
+    /// new mutex for the caller, and has no effect on one that exists already. Never waits for an owner.
     /// Errors: KZWindowsLastErrorException.
     explicit KZMutex(KZString const & name = KZString(), bool initiallyOwned = false);
     KZMutex(KZMutex const &) = delete;
     KZMutex & operator=(KZMutex const &) = delete;
-    /// Doesn't unlock: other objects of the name find it locked as long as the owner's thread lives.
+    /// Doesn't unlock: through other objects of the name the mutex stays locked until the owner's thread ends.
     ~KZMutex();
 
-    /// Waits at most `timeout` milliseconds, all ones for ever, and tells whether the mutex was obtained.
+    /// Waits at most `timeout` milliseconds, or without limit for 0xFFFFFFFF, and returns whether the caller got the mutex.
     ///
-    /// False also for a mutex whose owner ended without unlocking, though the caller holds it then. Callers rely on this.
-    /// Errors: KZWindowsLastErrorException when the wait itself fails.
+    /// Also returns false if the former owner's thread ended without unlocking, although the caller then holds the mutex.
+    /// Callers rely on this. Errors: KZWindowsLastErrorException when the wait itself fails.
     bool Lock(unsigned int timeout = 0xFFFFFFFF) { return lock(timeout); }
     bool lock(unsigned int timeout = 0xFFFFFFFF);
     /// Locks without a limit.

@@ -9,7 +9,8 @@ void KZSynchronizedCriticalSection::PostUnlock() noexcept {
 
 void KZSynchronizedCriticalSection::UnlockWait() noexcept {
     posted_.Reset();
-    // Noted under the lock: another waiter's reset can't hide a post that comes before this thread sleeps.
+    // The number of posts so far is read under the lock. A post after that is noticed even if another waiter resets the event
+    // before this thread sleeps.
     std::uint32_t const before = KZPlatform::NoteReleases(posted_.GetHandle());
     section_.Unlock();
     KZPlatform::WaitForReleaseAfter(posted_.GetHandle(), before, KZPlatform::waitForever);

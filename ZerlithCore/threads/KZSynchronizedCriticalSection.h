@@ -1,22 +1,32 @@
 /// @file
 /// A lock together with an event: a simple monitor.
 ///
-///     monitor.Lock();                          monitor.Lock();
-///     while (queue.empty()) {                  queue.push(item);
-///         monitor.UnlockWait();                monitor.PostUnlock();
+///     KZSynchronizedCriticalSection monitor;
+///     std::vector<int> items;
+///     // One thread adds an item:
+///     monitor.Lock();
+///     items.push_back(7);
+///     monitor.PostUnlock();
+///     // Another one waits for it:
+///     monitor.Lock();
+///     while (items.empty()) {
+///         monitor.UnlockWait();
 ///         monitor.Lock();
 ///     }
+///     items.pop_back();
+///     monitor.Unlock();
 #pragma once
 
 #include "ZerlithCore/threads/KZCriticalSection.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
 
-/// A recursive lock whose owner can leave it and wait until another owner posts.
+/// A recursive lock whose owner can release it and wait until another thread posts.
 ///
-/// Thread safety: all operations may be called from any thread; `Unlock`, `PostUnlock` and `UnlockWait` by the owner.
+/// Thread safety: all operations may be called from any thread; only the owner may call `Unlock`, `PostUnlock` and
+/// `UnlockWait`. After the construction none can fail.
 class KZ_EXPORT KZSynchronizedCriticalSection {
 public:
-    /// Errors: KZWindowsLastErrorException.
+    /// Errors: KZWindowsLastErrorException when the system can't make an event.
     KZSynchronizedCriticalSection() = default;
 
     void Lock() noexcept { section_.Lock(); }
@@ -24,12 +34,12 @@ public:
     void Unlock() noexcept { section_.Unlock(); }
     void unlock() noexcept { section_.Unlock(); }
 
-    /// Ends the wait of everyone who is in `UnlockWait`, and leaves the lock.
+    /// Wakes every thread that waits in `UnlockWait`, and undoes one `Lock`.
     void PostUnlock() noexcept;
 
-    /// Leaves the lock and waits without limit for a `PostUnlock`. The caller returns without the lock.
+    /// Undoes one `Lock` and waits without limit for a `PostUnlock`. It returns without the lock.
     ///
-    /// A post from before the call doesn't count; one from after the lock was left is never missed.
+    /// A post from before the call doesn't end the wait; a post that comes after the lock was released is never missed.
     void UnlockWait() noexcept;
 
 private:

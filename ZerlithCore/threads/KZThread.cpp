@@ -1,8 +1,8 @@
-// A thread is found through the table, by an identifier that is never given twice; the entry, not the object, owns the
-// system's thread. Locks are taken in this order: an object's section, the table's mutex.
+// A thread is found through the table, by an identifier that no other thread ever gets. The entry in the table, not the
+// object, owns the system's thread. Locks are taken in this order: an object's section, the table's mutex.
 //
-// Nobody waits for a thread with one of these locks held: the thread needs both for its end. So a thread that is started
-// under the table's mutex doesn't end before its starter lets go of that.
+// A thread needs both locks to end, so nobody may wait for a thread while holding one of them. For the same reason a thread
+// that is started under the table's mutex doesn't end before its starter unlocks that mutex.
 #include "ZerlithCore/threads/KZThread.h"
 
 #include "ZerlithCore/errors/KZError.h"
@@ -22,7 +22,7 @@ constexpr long alreadyStarted = 15; // the message of the library's own source
 
 std::atomic<int> defaultComModel{KZThread::NoCom};
 
-/// Read once; what isn't a positive number is the system's default.
+/// The stack size, read once from the environment; 0, which means the system's default, if that isn't a positive number.
 std::size_t StackBytes() {
     static std::size_t const bytes = [] {
         char const * const text = std::getenv("KZ_THREAD_STACKSIZE");
@@ -47,7 +47,7 @@ Wait AwaitEnd(unsigned long id, std::uint32_t timeout) {
             if (!entry || !entry->handle) return Wait::NotInTable;
             if (isOwn && entry->running) return Wait::OnItself;
             if (hasEnded || isOwn) {
-                handle.swap(entry->handle); // closed with the lock released
+                handle.swap(entry->handle); // so that it is closed after the lock is released
                 table.entries.erase(KZThread_t(id, nullptr));
                 return Wait::Done;
             }
@@ -60,7 +60,7 @@ Wait AwaitEnd(unsigned long id, std::uint32_t timeout) {
 
 [[noreturn]] void RefuseWaitOnItself() { throw KZException(u"A thread can't wait for its own end"); }
 
-/// The table's handle of the thread, if `id` bears it.
+/// The thread's handle from the table, if it is the handle in `id`; else null.
 std::shared_ptr<KZPlatform::ThreadRecord> HandleOf(KZThread_t const & id) {
     if (!id.GetHandle()) return nullptr;
     KZThreadTable & table = KZThreadTable::Get();
@@ -118,7 +118,7 @@ KZErrorID KZThread::Start(int priority) {
     throw KZException(u"_beginthreadex failed in KZThread::Start()");
 }
 
-// Everything is noted before the thread runs, and taken back if it can't be started. Called under both locks.
+// The table and the object are filled in before the thread runs, and restored if it can't be started. Called under both locks.
 bool KZThread::Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle) {
     KZThreadTable & table = KZThreadTable::Get();
     KZThread_t const id(KZPlatform::IdOf(handle.get()), handle.get());
@@ -131,7 +131,8 @@ bool KZThread::Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle) 
         handle_.reset();
         return false;
     }
-    // The owner may let go of the object before the thread gets to run. The thread can't end before it gets the lock.
+    // The thread holds a reference, as the owner may release its own before the thread runs. It is early enough to add it here:
+    // the thread can't end before it gets the lock, which the caller holds.
     isHeldByRun_ = count_.Get() != 0;
     if (isHeldByRun_) AddRef();
     return true;
@@ -140,16 +141,16 @@ bool KZThread::Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle) 
 void KZThread::Join() {
     KZThread_t const id = GetThreadId();
     if (id == 0UL) return;
-    if (IsCurrent()) { // and somebody else may be in the join already
+    if (IsCurrent()) { // doesn't lock `joining_`: another thread may hold it and be waiting for this one
         if (AwaitEnd(id, KZPlatform::waitForever) == Wait::OnItself) RefuseWaitOnItself();
         joined_ = true;
         return;
     }
     KZGuard<KZCriticalSection> const joinGuard(joining_);
-    // The thread may have taken itself out of the table, by a wait for itself: its end is waited for all the same.
+    // Waits by the handle first: an exit function may have removed the thread from the table while it still runs.
     KZPlatform::WaitForThreadEnd(handle_.get(), KZPlatform::waitForever);
     if (joined_) return;
-    AwaitEnd(id, KZPlatform::waitForever); // not in the table: somebody else has waited
+    AwaitEnd(id, KZPlatform::waitForever); // finds nothing if somebody else has waited
     joined_ = true;
 }
 

@@ -1,5 +1,5 @@
-// Which threads keep a module in memory. Where a thread began tells it for sure; the stacks add those that came there from
-// elsewhere, the workers of a pool for one.
+// Tells which threads keep a module in memory: those whose callback's class lies in the module, and those that have calls of
+// the module on their stack. A worker of a pool, for example, starts elsewhere and calls into the module later.
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Stack.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
@@ -22,7 +22,7 @@ bool HasEnded(KZPlatform::ThreadHandle thread) {
     return !thread || KZPlatform::WaitForThreadEnd(thread, 0) == KZPlatform::waitDone;
 }
 
-// A thread whose stack can't be had counts as one that is everywhere.
+// A thread whose stack can't be read counts as using every module.
 bool IsUsedBy(KZThreadEntry const & entry, void * module, std::span<void *> addresses) {
     KZPlatform::ThreadHandle const thread = entry.handle.get();
     if (HasEnded(thread)) return false;
@@ -43,6 +43,6 @@ bool KZDetail::IsUsedByThreads(void * module) noexcept {
             return each.first != KZPlatform::CurrentThreadId() && IsUsedBy(each.second, module, addresses);
         });
     } catch (...) {
-        return true; // not to be found out
+        return true; // it can't be found out, so the module must stay
     }
 }

@@ -1,11 +1,11 @@
-// A worker is in one place at a time: unstarted, idle, or at work. Whoever takes it out of the idle ones puts its callback
-// down and wakes it, once; so its event is posted exactly once for each sleep.
+// A worker is unstarted, idle or at work. A thread that takes a worker out of the list of idle ones gives it a callback and
+// wakes it once, so the worker's event is posted exactly once for each sleep.
 //
-// Only the construction and the queue take memory. The lists have room for all workers from the start, so a worker can
+// Only the construction and the queue allocate. The lists have room for all workers from the start, so a worker can
 // always become idle, and a shut-down can't fail.
 //
-// Whatever belongs to the program, a callback or the factory, may end the pool that calls it. A worker looks whether its
-// pool is still there before it goes on.
+// Code of the program, a callback or the factory, may destroy the pool that calls it. So a worker checks after each such call
+// whether the pool still exists.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
 #include "ZerlithCore/threads/UnhandledException.h"
@@ -15,7 +15,7 @@
 
 namespace {
 
-// A worker looks out for work for a few microseconds before it sleeps: waking a thread costs as much.
+// A worker looks for work for a few microseconds before it sleeps, because waking a sleeping thread takes as long.
 constexpr int looksBeforeSleep = 8;
 
 void Run(KZSmartPtr<KZCallback> & callback) noexcept {
@@ -47,7 +47,7 @@ KZThreadPool::KZThreadPool(Factory factory, void * factoryData, bool discardOnSh
     , factoryData_(factoryData)
     , discardOnShutdown_(discardOnShutdown) {}
 
-// Once the other constructor is through, the destructor cleans up after a failure here.
+// This constructor delegates, so if it throws, the destructor runs and joins the workers that were started.
 KZThreadPool::KZThreadPool(int threads, Factory factory, void * factoryData, bool startLazily,
                            bool discardOnShutdown, int priority)
     : KZThreadPool(factory, factoryData, discardOnShutdown, priority) {
@@ -73,16 +73,16 @@ KZThreadPool::~KZThreadPool() {
     unsigned long const here = KZThread::GetCurrentThreadID();
     auto const isHere = [here](Worker const & worker) { return worker->thread_->GetThreadId() == here; };
     auto const own = std::ranges::find_if(workers_, isHere);
-    // What its own worker would have run next is run now, while the others are at work, too.
+    // The calling worker won't return to the queue, so it runs what is left now, while the other workers do the same.
     if (own != workers_.end()) {
         RunWhatIsLeft();
         (*own)->pool_ = nullptr;
     }
     for (Worker const & worker : workers_) {
         if (!isHere(worker)) worker->thread_->Join();
-        worker->thread_.Clear(); // a worker and its thread hold each other through the thread's body
+        worker->thread_.Clear(); // a worker and its thread hold each other; this breaks the circle
     }
-    if (!workers_.empty()) RunWhatIsLeft(); // no worker could be started
+    if (!workers_.empty()) RunWhatIsLeft(); // something is left if no worker could be started
 }
 
 unsigned long KZThreadPool::Release() const {
@@ -105,7 +105,7 @@ bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
             if (!unstarted_.empty() && StartWorker(*unstarted_.front())) TakeFirst(unstarted_);
         }
     }
-    // Outside of the lock, so that the worker doesn't run into it.
+    // Woken after the lock is released, so that the worker doesn't have to wait for it at once.
     if (!idle.IsNull()) {
         idle->isWoken_.store(true, std::memory_order_release);
         idle->wakeUp_.post();
@@ -114,7 +114,8 @@ bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
 }
 
 void KZThreadPool::Shutdown() {
-    std::unique_ptr<Queue> discarded; // dropped outside of the lock
+    std::unique_ptr<Queue>
+        discarded; // declared before the guard, so its callbacks are destroyed after the lock is released
     KZGuard<KZCriticalSection> const guard(section_);
     if (std::exchange(isShutDown_, true)) return;
     if (discardOnShutdown_) discarded = std::move(queue_);
@@ -130,13 +131,13 @@ void KZThreadPool::GetThreadIds(std::vector<KZThread_t> & ids) const {
     for (Worker const & worker : workers_) ids.push_back(worker->thread_->GetThreadId());
 }
 
-// Takes the first callback of the queue along as the worker's own, so that older ones go first. Called under the lock,
-// which the new thread needs before it looks for its callback.
+// Starts the worker and gives it the first callback of the queue, so that older callbacks run first. Called under the lock:
+// the new thread needs it to look for its callback, so it can't look too early.
 bool KZThreadPool::StartWorker(ChildThreadInfo & worker) noexcept {
     try {
         if (worker.thread_->Start(priority_).Bad()) return false;
     } catch (...) {
-        return false; // the system has no thread to give now; the next callback tries again
+        return false; // the system can't make a thread now; the next callback tries again
     }
     worker.pending_ = TakeFromQueue();
     return true;
@@ -158,7 +159,7 @@ KZSmartPtr<KZCallback> KZThreadPool::TakeFromQueue() noexcept {
     return callback;
 }
 
-// The worker's own callback or the queue's. Without one the worker becomes idle if it may.
+// Looks for the worker's own callback, then for one in the queue. Without either the worker becomes idle, if `mayRest`.
 KZThreadPool::Look KZThreadPool::LookForWork(ChildThreadInfo & info, bool mayRest,
                                              KZSmartPtr<KZCallback> & callback) {
     KZGuard<KZCriticalSection> const guard(section_);
@@ -170,7 +171,7 @@ KZThreadPool::Look KZThreadPool::LookForWork(ChildThreadInfo & info, bool mayRes
     return Look::Idle;
 }
 
-// Null when the worker is to end, or has lost its pool.
+// Null when the worker is to end or the pool has been destroyed.
 KZSmartPtr<KZCallback> KZThreadPool::NextCallback(ChildThreadInfo & info) {
     KZSmartPtr<KZCallback> callback;
     for (bool mayRest = factory_ == nullptr;; mayRest = true) {

@@ -1,10 +1,12 @@
 /// @file
 /// A fixed number of threads that run callbacks.
 ///
+///     struct Job { void Do() {} };
+///     std::vector<Job> jobs(100); // before the pool, so that it outlives the pool
 ///     KZThreadPool pool(4);
 ///     for (Job & job : jobs)
 ///         pool.Post(KZSmartPtr<KZCallback>(new KZCallbackMethVoid<Job>(u"job", &job, &Job::Do)));
-///     // The destructor waits until all have run.
+///     // The destructor of the pool waits until all have run.
 #pragma once
 
 #include "ZerlithCore/threads/KZCallback.h"
@@ -17,23 +19,23 @@
 #include <memory>
 #include <vector>
 
-/// Runs callbacks on worker threads. A callback goes to the worker that has been idle for longest; without one a worker
-/// that hasn't been started is started for it; else it waits in a queue, first in, first out. A worker that has nothing to
-/// do asks the factory, if there is one, before it becomes idle.
+/// Runs callbacks on worker threads. A callback goes to the worker that has been idle for the longest time. If none is idle, a
+/// worker that hasn't been started yet is started for it. Otherwise it waits in a queue, first in, first out. A worker that
+/// has nothing to do asks the factory, if there is one, before it becomes idle.
 ///
-/// What a callback or the factory throws is told on the console, as a KZThread tells it, and the worker goes on. A worker
-/// that the system has no thread for stays unstarted and is tried again with the next callback. What was accepted is run,
-/// if need be by the destructor.
+/// If a callback or the factory throws, "unhandled exception" is written to the console and the worker goes on. If the system
+/// can't make a thread for a worker, the worker stays unstarted and the next callback tries again. Every accepted callback is
+/// run, in the last resort by the destructor.
 ///
-/// Thread safety: all operations but construction and destruction may be called from any thread. A callback may post
-/// others. It may also destroy its own pool, by dropping the last handle say: the destructor then runs what is left in the
-/// queue and waits for the other workers; its own worker ends with the callback.
+/// Thread safety: all operations except construction and destruction may be called from any thread. A callback may post
+/// others. It may also destroy its own pool, for example by dropping the last handle: the destructor then runs what is left in
+/// the queue and waits for the other workers, and the worker of that callback ends when the callback returns.
 class KZ_EXPORT KZThreadPool {
 public:
-    /// Gives the next callback for a worker, or null. Called by several workers at once, outside of any lock.
+    /// Returns the next callback for a worker, or null. Several workers may call it at once; the pool holds no lock then.
     using Factory = KZSmartPtr<KZCallback> (*)(KZThread_t thread, void * data);
 
-    /// One worker: its thread, the event that wakes it, and the callback that waits for it.
+    /// One worker: its thread, the event that wakes it, and the callback that it is to run next.
     class KZ_EXPORT ChildThreadInfo : public KZCallbackArgs {
     public:
         ~ChildThreadInfo() override;
@@ -42,34 +44,35 @@ public:
         friend class KZThreadPool;
         explicit ChildThreadInfo(KZThreadPool * pool);
 
-        KZThreadPool * pool_; // null once the worker has destroyed it
+        KZThreadPool * pool_; // null after this worker has destroyed the pool
         KZSmartPtr<KZThread> thread_;
         KZEventSemaphore wakeUp_;
         KZSmartPtr<KZCallback> pending_;
-        std::atomic<bool> isWoken_{false}; // seen by a worker that hasn't gone to sleep yet
+        std::atomic<bool> isWoken_{false}; // lets a worker that hasn't gone to sleep yet notice the post
     };
 
-    /// `threads` workers, none for 0 or less. With `startLazily` each is started by the first callback that finds no idle
-    /// one; without, all are started here. `discardOnShutdown` drops the queue at shut-down. `priority` is as
-    /// `KZThread::Start` takes it.
+    /// Makes `threads` workers, none for 0 or less. With `startLazily` a worker is started when a callback finds no idle one;
+    /// without it all are started here. With `discardOnShutdown` callbacks that are still in the queue at `Shutdown` are
+    /// dropped. `priority` is that of `KZThread::Start`. Errors: std::bad_alloc; workers that were started are joined first.
     explicit KZThreadPool(int threads, Factory factory = nullptr, void * factoryData = nullptr,
                           bool startLazily = true, bool discardOnShutdown = false, int priority = 0);
     KZThreadPool(KZThreadPool const &) = delete;
     KZThreadPool & operator=(KZThreadPool const &) = delete;
-    /// Shuts down, and waits until all workers have ended, but for the one that runs it. Callbacks that no worker could be
-    /// started for are run here.
+    /// Shuts down, and waits until all workers have ended, except the one that calls it. Callbacks are run here if no worker
+    /// could be started for them.
     virtual ~KZThreadPool();
 
     unsigned long AddRef() const noexcept { return count_.Increment(); }
     unsigned long Release() const;
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
-    /// Accepts `callback`. False, with no effect, for null and after `Shutdown`. Errors: std::bad_alloc, with no effect.
+    /// Accepts `callback`. False, without effect, for null and after `Shutdown`. Errors: std::bad_alloc, without effect.
     bool Post(KZSmartPtr<KZCallback> callback);
-    /// Accepts no more callbacks and lets the workers end. What was accepted before is run, unless it is discarded; what
-    /// runs is finished; what only the factory gives from now on is dropped. Doesn't wait.
+    /// Accepts no more callbacks and lets the workers end, without waiting for that. Callbacks that are running are finished.
+    /// Those that were accepted before are run, unless the pool discards them. Those that the factory returns from now on are
+    /// dropped.
     void Shutdown();
-    /// Fills `ids` with the identifiers of all workers; that of one that hasn't been started is 0.
+    /// Replaces `ids` by the identifiers of all workers. A worker that hasn't been started has the identifier 0.
     void GetThreadIds(std::vector<KZThread_t> & ids) const;
 
 private:
@@ -91,9 +94,9 @@ private:
     KZCounter count_;
     int priority_;
     std::vector<Worker> workers_;
-    std::vector<Worker> idle_; // the one that has been idle for longest in front
+    std::vector<Worker> idle_; // first the one that has been idle for the longest time
     std::vector<Worker> unstarted_;
-    std::unique_ptr<Queue> queue_; // null once it has been discarded
+    std::unique_ptr<Queue> queue_; // null after it was discarded
     Factory factory_;
     void * factoryData_;
     bool discardOnShutdown_;

@@ -1,4 +1,4 @@
-// What runs on the thread itself: the body, the exit functions, and the end.
+// The part of KZThread that runs on the thread itself: the body, the exit functions, and the end.
 #include "ZerlithCore/errors/KZSignalException.h"
 #include "ZerlithCore/threads/KZThread.h"
 #include "ZerlithCore/threads/KZThreadTable.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr int comModelMask = 0xF;
 
-// Others may still look at an object that deletes itself, for this long after its end.
+// An object that deletes itself waits so long after the thread's end, since others may still be looking at it.
 constexpr std::uint64_t deleteDelayMilliseconds = 100;
 
 thread_local bool isSingleThreadedApartment = false;
@@ -34,7 +34,7 @@ void MarkEnded() noexcept {
     }
 }
 
-/// Takes a thread that nobody can wait for any more out of the table.
+/// Removes a thread from the table that nobody can wait for any more.
 void Forget(unsigned long id) noexcept {
     KZThreadTable & table = KZThreadTable::Get();
     KZGuard<KZMutex> const guard(table.mutex);
@@ -43,10 +43,10 @@ void Forget(unsigned long id) noexcept {
 
 } // namespace
 
-/// What lives as long as the thread, whatever becomes of the object.
+/// State of the running thread. It outlives the KZThread object if that is destroyed on its own thread.
 struct KZThread::Run {
     bool hasObject = true;
-    KZSmartPtr<KZCallback> body; // of an object that is gone
+    KZSmartPtr<KZCallback> body; // taken over from an object that was destroyed
 };
 
 void KZThread::StartThreadWrapper(void * thread) noexcept { static_cast<KZThread *>(thread)->RunBody(); }
@@ -54,7 +54,7 @@ void KZThread::StartThreadWrapper(void * thread) noexcept { static_cast<KZThread
 void KZThread::RunBody() noexcept {
     Run run;
     run_ = &run;
-    KZInitCatchSignal(); // throws on foreign threads only
+    KZInitCatchSignal(); // throws only on threads that the library didn't start
     isSingleThreadedApartment = (flags_.load() & comModelMask) == SingleThreaded;
     bool const finished = Call(body_);
     MarkEnded();
@@ -82,7 +82,7 @@ void KZThread::RunExitFunctions(Run const & run) noexcept {
     }
 }
 
-// The object ends on its own thread. What is under way there goes on without it.
+// Called when the object is destroyed on its own thread. The body, if it is still running, goes on without the object.
 void KZThread::LeaveRun() noexcept {
     if (run_) {
         run_->hasObject = false;
@@ -96,8 +96,8 @@ void KZThread::LeaveRun() noexcept {
     }
 }
 
-// As long as a thread stands in the table, nobody unloads the module that it began in. So when the object ends with the run,
-// its callbacks are let go here, in front of the entry in the table.
+// A module isn't unloaded while the table has a thread that began in it. So when the object ends together with the thread, its
+// callbacks are released here, before the entry is removed from the table.
 void KZThread::DropCallbacks() noexcept {
     std::vector<ExitFunction> functions;
     {

@@ -12,29 +12,29 @@
 class KZThread;
 
 struct KZThreadEntry {
-    std::shared_ptr<KZPlatform::ThreadRecord> handle; // shared with whoever waits outside the table's lock
+    std::shared_ptr<KZPlatform::ThreadRecord> handle; // shared with those that wait without the table's lock
     bool running;
-    KZThread * thread; // null once the body has ended
-    void const * code; // where the class of the body's callback lies
+    KZThread * thread; // null after the body has ended
+    void const * code; // an address in the module of the callback's class
 };
 
-/// Everything in it is guarded by its mutex.
+/// The table. Its mutex guards everything in it.
 struct KZThreadTable {
     KZMutex mutex;
     std::map<KZThread_t, KZThreadEntry> entries;
 
-    /// Made on first use and never destroyed: threads may end while the process does.
+    /// The table of the process, made on first use. It is never destroyed, as threads may still end while the process ends.
     static KZThreadTable & Get();
 
-    /// Null when there is none.
+    /// The entry of that identifier; null when there is none. Requires: the caller holds the mutex.
     [[nodiscard]] KZThreadEntry * Find(unsigned long id);
 };
 
 namespace KZDetail {
 
-/// Tells whether `module`, a handle of KZPlatform::LoadModule, may be in use by threads: one that hasn't wholly ended began
-/// there, by the class of its callback, or has calls of the module on its stack, or doesn't let its stack be read; or the
-/// calling thread has calls of it on its own.
+/// Tells whether threads may be using `module`, a handle of KZPlatform::LoadModule. A thread that hasn't wholly ended uses it
+/// if the class of its callback lies there, if calls of the module are on its stack, or if its stack can't be read. So does
+/// the calling thread if calls of the module are on its stack.
 [[nodiscard]] bool IsUsedByThreads(void * module) noexcept;
 
 } // namespace KZDetail

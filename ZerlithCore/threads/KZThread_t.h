@@ -1,9 +1,14 @@
 /// @file
-/// What names a thread.
+/// The identifier of a thread.
+///
+///     KZThread_t const here = KZThread::GetCurrentThreadID();
+///     KZGetConsole() << L"thread " << static_cast<unsigned long>(here) << std::endl;
 #pragma once
 
-/// A thread's identifier and its system handle. The handle is the thread's own business: valid until the thread has been
-/// waited for, and null for a thread that wasn't started by a KZThread.
+/// A thread's identifier and its system handle. The handle is for the library's own use. It is valid until the thread has been
+/// waited for, and null for a thread that wasn't started by a KZThread. No operation can fail.
+///
+/// Thread safety: as a plain record.
 class KZThread_t {
 public:
     constexpr KZThread_t() noexcept = default;
@@ -13,7 +18,7 @@ public:
     constexpr operator unsigned long() const noexcept { return id_; }
     [[nodiscard]] constexpr void * GetHandle() const noexcept { return handle_; }
 
-    /// Equal are both fields, ordered is by the identifier alone.
+    /// `==` compares both fields, `<` only the identifiers.
     friend constexpr bool operator==(KZThread_t const & a, KZThread_t const & b) noexcept {
         return a.id_ == b.id_ && a.handle_ == b.handle_;
     }

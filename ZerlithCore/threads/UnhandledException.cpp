@@ -11,6 +11,6 @@ void KZDetail::TellUnhandledException() noexcept {
         KZLockedCOUT const console;
         KZLockedCOUT::GetCout(1) << L"unhandled exception in KZThread" << std::endl;
     } catch (...) {
-        // A console that can't be written to has nobody to tell.
+        // The console can't be written to, and there is no other place for the report.
     }
 }
