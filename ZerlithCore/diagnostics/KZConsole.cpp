@@ -1,5 +1,5 @@
-// The buffer keeps nothing back: what it is given it converts and hands to stdout, whose own buffer is enough. It has
-// no state, so that writers who forget to lock can harm nothing but the order of their words.
+// The buffer converts all text at once and passes it to stdout, whose own buffer is enough. It has no state, so threads that
+// write without the lock can only mix up the order of their texts.
 #include "ZerlithCore/diagnostics/KZConsole.h"
 
 #include "ZerlithCore/platform/Console.h"

@@ -47,7 +47,7 @@ void KZDebug::ChangeErrorLogFileName(KZString const & directory, KZString const 
     KZString path;
     if (!name.IsNull()) {
         path = directory;
-        char16_t const separator = u'/'; // which every system takes
+        char16_t const separator = u'/'; // every system accepts it
         if (!path.IsNull() && path[path.Length() - 1] != separator) path += separator;
         path += name;
     }
@@ -75,7 +75,8 @@ bool KZDebug::AddReportHook(ReportHook hook) noexcept {
     for (std::atomic<ReportHook> & slot : hooks) {
         ReportHook present = nullptr;
         if (!slot.compare_exchange_strong(present, hook) && present != hook) continue;
-        KZPlatform::ModuleHold(reinterpret_cast<void const *>(hook)).Keep(); // hooks are never taken out
+        KZPlatform::ModuleHold(reinterpret_cast<void const *>(hook))
+            .Keep(); // for ever, since hooks are never removed
         return true;
     }
     return false;

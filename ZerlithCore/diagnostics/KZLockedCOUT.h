@@ -1,9 +1,9 @@
 /// @file
-/// The console, one writer at a time.
+/// The console, for one writer at a time.
 ///
 ///     {
 ///         KZLockedCOUT console;
-///         console.GetCout(1) << name << L": done" << std::endl;
+///         console.GetCout(1) << KZString(u"backup") << L": done" << std::endl;
 ///     }
 #pragma once
 
@@ -11,9 +11,9 @@
 
 #include <iosfwd>
 
-/// Holds the process-wide lock of the console for the length of a scope.
+/// Holds the lock of the console, of which the process has one, until the end of the scope. No operation can fail.
 ///
-/// The lock is recursive: a function that writes under the lock may call another that does.
+/// The lock is recursive: a function that holds it may call another that takes it, too.
 ///
 /// Thread safety: every thread makes an object of its own.
 class KZ_EXPORT KZLockedCOUT {
@@ -26,15 +26,16 @@ public:
     KZLockedCOUT(KZLockedCOUT const &) = delete;
     KZLockedCOUT & operator=(KZLockedCOUT const &) = delete;
 
-    /// True when the calling thread holds the lock: it must then not wait for a thread that may want it. Never waits.
+    /// True when the calling thread holds the lock. It must then not wait for another thread that may take the lock. This
+    /// question never waits.
     [[nodiscard]] static bool IsHeldByCaller() noexcept;
 
-    /// The application's console stream at `level`; without an application, the console itself at any level. Valid as
-    /// long as the lock is held. It is good even if it went bad before: what one writer put in, or a disk that was full
-    /// for a while, mustn't silence the console for ever.
+    /// The application's console stream at `level`; without an application the console itself, at any level. Use it only while
+    /// the lock is held. If the stream has gone bad, it is made good again, so that one failed write, on a full disk for
+    /// example, doesn't suppress all later output.
     [[nodiscard]] static std::wostream & GetCout(unsigned int level);
 
-    /// Makes `source` the place where `GetCout` gets its streams; null for the console. Called once by the first
-    /// application, which knows what the rooms below can't. Thread safety: callable from any thread.
+    /// Makes `GetCout` get its streams from `source`; with null, from the console. The first application calls it, because this
+    /// class must not depend on applications. Thread safety: callable from any thread.
     static void SetStreamSource(StreamSource source) noexcept;
 };

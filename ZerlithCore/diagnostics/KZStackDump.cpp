@@ -83,7 +83,7 @@ void IfMemoryAllows(Action action) {
 
 } // namespace
 
-// The others call this one, so that the destructor unlocks whatever becomes of the texts.
+// The other constructors delegate to this one, so that the destructor unlocks even if they throw.
 KZStackDump::KZStackDump(std::uint32_t code) noexcept : code_(code) { dumpLock.Lock(); }
 
 KZStackDump::KZStackDump() : KZStackDump(0) {

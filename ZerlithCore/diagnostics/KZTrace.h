@@ -1,11 +1,14 @@
 /// @file
-/// The process-wide trace level: how much is told on the console.
+/// The trace level of the process: how much is written to the console.
+///
+///     GlbSetTraceLevel(2);
+///     if (GlbGetTraceLevel() >= 2) KZGetConsole() << L"detail" << std::endl;
 #pragma once
 
 #include "ZerlithCore/platform/Export.h"
 
-/// The trace level: 0 is silence, a higher level tells more. 1 until somebody sets it; an application sets it from its
-/// command line or its configuration. Thread safety: callable from any thread.
+/// The trace level: at 0 nothing is written, and each higher level adds messages. It is 1 until it is set; an application sets
+/// it from its command line or its configuration. Thread safety: callable from any thread.
 [[nodiscard]] KZ_EXPORT unsigned int GlbGetTraceLevel() noexcept;
-/// Sets it. Thread safety: callable from any thread.
+/// Sets the trace level. Thread safety: callable from any thread.
 KZ_EXPORT void GlbSetTraceLevel(unsigned int level) noexcept;

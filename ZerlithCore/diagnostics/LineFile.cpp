@@ -44,26 +44,26 @@ std::size_t LineFile::Append(std::string_view lines) noexcept {
     return done;
 }
 
-/// Where the line begins of which some bytes stand in front of `place`.
+/// The beginning of the line in which `place` lies.
 std::size_t LineFile::BeginOfLine(std::string_view lines, std::size_t place) const noexcept {
     for (std::size_t begin = place - place % form_.unitBytes; begin != 0; begin -= form_.unitBytes)
         if (lines.substr(0, begin).ends_with(form_.LastUnit())) return begin;
     return 0;
 }
 
-/// Sees to it that the next write may go to the end of the file.
+/// Prepares the end of the file for the next write. False if that fails.
 bool LineFile::GoToEnd() noexcept {
     if (isStream_) return true;
     std::int64_t const end = file_.Seek(0, FileOrigin::End);
     if (end == end_) return true;
-    cutBytes_ = 0; // Somebody has written behind the piece of ours.
+    cutBytes_ = 0; // Another writer has written after our unfinished line, so it is written again as a whole.
     return StartLine(end);
 }
 
-/// Ends the line of a piece at `end`, if there is one.
+/// Ends the line that is unfinished at `end`, if there is one. False if that fails.
 bool LineFile::StartLine(std::int64_t end) noexcept {
     while (!IsLineEnd(end)) {
-        // Somebody may be in the middle of a write.
+        // Another writer may be in the middle of a write: wait for it, and look again if the file has grown.
         std::int64_t const before = end;
         file_.AwaitWriters();
         end = file_.Seek(0, FileOrigin::End);
@@ -82,8 +82,8 @@ bool LineFile::StartLine(std::int64_t end) noexcept {
     return true;
 }
 
-/// True when no piece of a line stands in front of `end`. One that can't be seen, in a file that mustn't be read, is found
-/// by an odd length only.
+/// True when the file has no unfinished line at `end`. If the file can't be read, only a length that isn't a whole number of
+/// units shows an unfinished line.
 bool LineFile::IsLineEnd(std::int64_t end) noexcept {
     if (end <= 0) return true;
     auto const unit = static_cast<std::int64_t>(form_.unitBytes);

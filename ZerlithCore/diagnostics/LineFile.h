@@ -10,25 +10,26 @@
 
 namespace KZDetail {
 
-/// A file to which any number of objects and processes append lines, so that no line is joined to a piece of another one.
+/// A file to which any number of objects and processes append lines. No line is joined to an unfinished line of another writer.
 ///
-/// A piece is left behind when a process is killed, or the disk is full, in the middle of a write. Whoever finds one at the
-/// end of the file ends its line first, after filling up its last unit. So each `Append` looks whether the file still ends
-/// where the last one ended; if it doesn't, it looks at what stands there. A piece that appears between this look and the
-/// write, in about a microsecond, is missed.
+/// An unfinished line stays at the end of the file when a process is killed, or the disk is full, in the middle of a write. The
+/// next writer fills up its last unit and ends the line before it writes its own. To notice that, each `Append` checks whether
+/// the file still ends where the last `Append` of this object ended. If it doesn't, the last unit of the file is read. An
+/// unfinished line that appears between this check and the write, in about a microsecond, isn't noticed.
 ///
-/// A line of this object that the disk took in part is completed by the next `Append`, or written again as a whole when
-/// somebody has written behind it. Nothing is ever cut off: it could be somebody else's by then.
+/// If the disk takes only a part of a line of this object, the next `Append` writes the rest of it. If another writer has
+/// written after the part, the whole line is written again. The part is never removed: by then what follows it may be another
+/// writer's.
 ///
 /// Thread safety: one object needs outside locking.
 class LineFile {
 public:
-    /// How lines end, and how many bytes a unit of text has; a line end consists of whole units.
+    /// How lines end, and how many bytes one unit of text has. A line end consists of whole units.
     struct Form {
         std::string_view lineEnd;
         std::size_t unitBytes;
 
-        /// What the last line of a text that is complete ends with.
+        /// The last unit of a line end; a text is complete if it ends with it.
         [[nodiscard]] constexpr std::string_view LastUnit() const noexcept {
             return lineEnd.substr(lineEnd.size() - unitBytes);
         }
@@ -37,16 +38,16 @@ public:
 
     explicit LineFile(Form const & form) noexcept : form_(form) {}
 
-    /// Closes what is open and opens `path`. A line that this object left open there itself goes on, if nobody has written
-    /// since. Errors: false, with the reason in the thread's last error.
+    /// Closes the open file, if any, and opens `path`. A line that this object left open in that file is continued if nobody has
+    /// written to it since. Errors: false, with the reason in the thread's last error.
     [[nodiscard]] bool Open(std::u16string_view path, KZPlatform::FileCreation creation,
                             KZPlatform::FileShare share, KZPlatform::FileProtection protection);
     [[nodiscard]] bool IsOpen() const noexcept { return file_.IsOpen(); }
     void Close() noexcept;
 
-    /// Appends `lines`, of which the last one may go on in the next call. Returns how many bytes are done with: all of them,
-    /// or those in front of the first line that isn't in the file, or only in part. What remains must be where the next
-    /// call's text begins, unless the file is closed in between.
+    /// Appends `lines`; the last line may be continued by the next call. Returns the number of bytes in the lines that were
+    /// written whole, which is all of them on success. Requires: the next call's text begins with the bytes that remain, unless
+    /// the file is closed in between.
     [[nodiscard]] std::size_t Append(std::string_view lines) noexcept;
 
 private:
@@ -60,12 +61,12 @@ private:
 
     Form form_;
     KZPlatform::FileHandle file_;
-    KZPlatform::FileHandle reader_; // for looks at the end; opened when one is needed
+    KZPlatform::FileHandle reader_; // reads the end of the file; opened when that is needed
     KZPlatform::FileProtection protection_ = KZPlatform::FileProtection::Usual;
     std::u16string path_;
-    bool isStream_ = false;      // a pipe or a terminal: it has no end to look at
-    std::int64_t end_ = unknown; // of the file, after the last write
-    std::size_t cutBytes_ = 0;   // of the line to come that are in the file already
+    bool isStream_ = false;      // a pipe or a terminal, which has no end that could be read
+    std::int64_t end_ = unknown; // the size of the file after the last write
+    std::size_t cutBytes_ = 0;   // how many bytes of the next line are in the file already
     bool isLineOpen_ = false;    // the last write has left its line open
 };
 

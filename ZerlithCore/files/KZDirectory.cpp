@@ -10,7 +10,8 @@ namespace {
 
 using View = std::u16string_view;
 
-// After a mismatch the last "*" takes one unit more: an earlier one could gain nothing that it doesn't.
+// After a mismatch the last "*" so far takes one unit more. Earlier ones needn't be tried again: with "a*b*c" and "abxbyc",
+// "a*b" has matched at the first "b", and whatever follows a later "b" can be taken by the second "*" as well.
 bool MatchesPattern(View name, View pattern) {
     std::size_t n = 0, p = 0, star = View::npos, starName = 0;
     while (n < name.size()) {
@@ -71,14 +72,14 @@ bool KZDirectory::GetFileNames(std::vector<KZString> & names, KZString const & p
 bool KZDirectory::Exists(KZString const & path) { return KZPlatform::IsDirectory(View(path)); }
 
 bool KZDirectory::Create(KZString const & path) {
-    // From the innermost that is there outward; the full path has no "..", so each step is one part longer.
+    // Goes up to the first directory that exists. The full path has no "..", so each directory is one part shorter.
     std::vector<KZString> missing;
     for (KZPath at = KZPath(path).MakeComplete(); !path.IsNull() && !Exists(at.AsString());) {
         missing.push_back(at.AsString());
         at = at.GetDirectory();
     }
     return !path.IsNull() && std::all_of(missing.rbegin(), missing.rend(), [](KZString const & directory) {
-        // Somebody else may be making it at this moment.
+        // Another process may have made it since.
         return KZPlatform::MakeDirectory(View(directory)) || Exists(directory);
     });
 }

@@ -12,7 +12,7 @@ namespace {
 using enum KZTextEncoding;
 constexpr KZTextEncoding marked[] = {Utf8WithMark, Utf16LittleEndian, Utf16BigEndian};
 
-// How far the low byte of a unit is shifted in the byte that stands first.
+// How many bits a unit is shifted to the right to get its first byte.
 constexpr unsigned FirstShift(KZTextEncoding encoding) { return encoding == Utf16LittleEndian ? 0 : 8; }
 
 } // namespace

@@ -12,7 +12,7 @@ void Open(std::wios & stream, KZFileStreamBuf & buffer, KZString const & path, s
 }
 
 bool Close(std::wios & stream, KZFileStreamBuf & buffer) {
-    // A number or text that was never made, since memory was out, left the stream bad and the buffer unaware.
+    // If memory ran out while a number or text was being formatted, the stream is bad although the buffer has seen no error.
     bool const isWhole = buffer.close() && !stream.bad();
     if (!isWhole) stream.setstate(std::ios_base::failbit);
     return isWhole;

@@ -1,11 +1,13 @@
 /// @file
 /// Wide streams on text files.
 ///
+///     std::wstring text;
 ///     KZFileStream in(u"settings.ini");
-///     for (std::wstring line; std::getline(in, line);) ...
+///     for (std::wstring line; std::getline(in, line);) text += line + L'\n';
+///     in.close();
 ///     KZOFileStream out(u"settings.ini");
-///     out << L"[Section]\n";
-///     if (!out.close()) ...              // the disk is full
+///     out << text << L"[Section]\n";
+///     if (!out.close()) KZGetConsole() << L"settings.ini could not be written" << std::endl; // the disk is full, say
 #pragma once
 
 #include "ZerlithCore/files/KZFileStreamBuf.h"
@@ -15,8 +17,9 @@
 #include <istream>
 #include <ostream>
 
-/// A wide stream for reading, or for reading and writing, a text file in UTF-8 or, by its mark, in UTF-16;
-/// KZFileStreamBuf tells how bytes and characters meet. A failure to open sets `failbit`, as does a failed `close`.
+/// A wide stream that reads, or reads and writes, a text file in UTF-8, or in UTF-16 if the file begins with a byte-order mark.
+/// KZFileStreamBuf describes how bytes become characters. `failbit` is set when opening or `close` fails; `badbit` when the
+/// file can't be read or written in between.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZFileStream : public std::wiostream {
@@ -27,13 +30,14 @@ public:
                           KZTextEncoding encoding = KZTextEncoding::Utf8);
     ~KZFileStream() override;
 
-    /// Opens, after which the state is good or has `failbit`. `encoding` is for a file that has no content yet.
+    /// Opens the file; afterwards the stream is good or has `failbit`. `encoding` is used for a file without content.
     void open(KZString const & path, std::ios_base::openmode mode = std::ios_base::in,
               KZTextEncoding encoding = KZTextEncoding::Utf8);
     [[nodiscard]] bool is_open() const noexcept { return buffer_.is_open(); }
     /// The encoding of the file.
     [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return buffer_.GetEncoding(); }
-    /// Writes what is gathered and closes. False, and `failbit`, when a write failed, the stream is bad or nothing was open.
+    /// Writes what is gathered and closes the file. Returns false and sets `failbit` when this or an earlier write failed, when
+    /// the stream is bad, or when no file was open.
     bool close();
     [[nodiscard]] KZFileStreamBuf * rdbuf() const noexcept { return const_cast<KZFileStreamBuf *>(&buffer_); }
 
@@ -41,7 +45,9 @@ private:
     KZFileStreamBuf buffer_;
 };
 
-/// A wide stream for writing a text file, which it empties first unless the mode has `app`. Otherwise as KZFileStream.
+/// A wide stream that writes a text file. Opening empties the file, unless the mode has `app`. Otherwise as KZFileStream.
+///
+/// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZOFileStream : public std::wostream {
 public:
     KZOFileStream() : std::wostream(nullptr) { init(&buffer_); }
@@ -51,13 +57,14 @@ public:
                            KZTextEncoding encoding = KZTextEncoding::Utf8);
     ~KZOFileStream() override;
 
-    /// Opens, after which the state is good or has `failbit`. `encoding` is for a file that has no content yet.
+    /// Opens the file; afterwards the stream is good or has `failbit`. `encoding` is used for a file without content.
     void open(KZString const & path, std::ios_base::openmode mode = std::ios_base::out | std::ios_base::trunc,
               KZTextEncoding encoding = KZTextEncoding::Utf8);
     [[nodiscard]] bool is_open() const noexcept { return buffer_.is_open(); }
     /// The encoding of the file.
     [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return buffer_.GetEncoding(); }
-    /// Writes what is gathered and closes. False, and `failbit`, when a write failed, the stream is bad or nothing was open.
+    /// Writes what is gathered and closes the file. Returns false and sets `failbit` when this or an earlier write failed, when
+    /// the stream is bad, or when no file was open.
     bool close();
     [[nodiscard]] KZFileStreamBuf * rdbuf() const noexcept { return const_cast<KZFileStreamBuf *>(&buffer_); }
 

@@ -1,11 +1,11 @@
-// A block goes through two steps, bytes to units and units to characters, and back: each step is a tight loop over a
-// few kilobytes, and the rules of UTF-8 stand in one place of the library only.
+// A block is converted in two steps, bytes to units and units to characters, and back the same way. Each step is a tight loop
+// over a few kilobytes, and only one place in the library knows the rules of UTF-8.
 //
-// Position: the system stands behind the block that was read last. The reader stands behind the characters taken,
-// whose length in bytes is found by encoding them again, which gives the very bytes they came from.
+// Positions: the system's position is after the last block read. The reader's position is after the characters that were
+// taken. Their length in bytes is found by encoding them again, which gives exactly the bytes they came from.
 //
-// The mark is looked at when a file with content is opened, since a position in the middle may be sought first, and again
-// whenever the beginning is read: a pipe can't be looked at before, and others may have written the file anew.
+// The mark is read when a file with content is opened, since the program may first seek to a position in the middle. It is
+// read again whenever the beginning is read: a pipe can't be read in advance, and others may have rewritten the file.
 
 #include "ZerlithCore/files/KZFileStreamBuf.h"
 
@@ -66,22 +66,22 @@ bool KZFileStreamBuf::close() {
     if (!is_open()) return false;
     try {
         WriteBlock(true);
-    } catch (std::bad_alloc const &) { // It has set `failed_`.
+    } catch (std::bad_alloc const &) { // WriteBlock has set `failed_`.
     }
     DropAreas();
     return file_.Close() && !failed_;
 }
 
-/// Takes the encoding of what the file holds; one that holds nothing gets the mark. False when the file is of no use.
+/// Finds the encoding of a file with content, and writes the mark into a file without. False when reading or writing fails.
 bool KZFileStreamBuf::FindEncoding(KZString const & path) {
     using namespace KZPlatform;
     bool const reads = IsSet(mode_, ios_base::in), writes = IsSet(mode_, ios_base::out);
-    // What has no size may be a pipe or a device, from which nothing can be read in advance.
+    // A file of size 0 is empty, or it is a pipe or a device, from which nothing can be read in advance.
     if (file_.Size() <= 0) {
         std::string_view const mark = KZDetail::MarkOf(encoding_);
         return !writes || mark.empty() || file_.Write(mark.data(), mark.size());
     }
-    FileHandle other; // A file that is open to append only can't be read.
+    FileHandle other; // for reading, if the file is open only for writing
     bool const isReadable =
         reads || other.Open(std::u16string_view(path), FileAccess::Read, FileCreation::OpenExisting);
     char start[4];
@@ -132,18 +132,19 @@ KZFileStreamBuf::pos_type KZFileStreamBuf::seekpos(pos_type position, ios_base::
     return seekoff(position, ios_base::beg, which);
 }
 
-/// Decodes the next block into the get area, behind the last character of the block before, which can thus be put
-/// back. False at the end of the file and after a failure.
+/// Decodes the next block into the get area, after the last character of the block before, so that this one can be put
+/// back. False at the end of the file. Throws std::ios_base::failure if the system can't read.
 bool KZFileStreamBuf::ReadBlock() {
     std::wstring const kept(egptr() - (eback() == egptr() ? 0 : 1), egptr());
-    setg(nullptr, nullptr, nullptr); // for the case that anything below throws
+    setg(nullptr, nullptr, nullptr); // stays so if anything below throws
     bytes_.resize(blockBytes);
     units_.resize(blockBytes);
     characters_ = kept;
     areaBegin_ = decodedEnd_ - BytesOf(kept);
     for (bool isEnd = false; characters_.size() == kept.size() && !isEnd;) {
         std::size_t count = 0;
-        // Not the end of the file: a stream turns the exception into `badbit`, so that nobody takes half for all.
+        // A failed read must not look like the end of the file, or a program would take a part for the whole. A stream turns
+        // the exception into `badbit`.
         if (!file_.Read(bytes_.data() + pendingBytes_, blockBytes - pendingBytes_, count))
             throw std::ios_base::failure("KZFileStreamBuf: the file can't be read");
         isEnd = count == 0;
@@ -162,7 +163,7 @@ bool KZFileStreamBuf::ReadBlock() {
     return gptr() != egptr();
 }
 
-/// The length of the mark in the file's first block, by which the encoding is known; 0 for other blocks.
+/// Reads the mark in the file's first block, sets the encoding by it, and returns its length; 0 for other blocks.
 std::size_t KZFileStreamBuf::SkipMark(std::string_view block) {
     if (decodedEnd_ != 0 || block.empty()) return 0;
     encoding_ = KZDetail::EncodingByMark(block);
@@ -171,7 +172,8 @@ std::size_t KZFileStreamBuf::SkipMark(std::string_view block) {
     return length;
 }
 
-/// Appends the characters that end in `block`, all unless more follows. Returns how many bytes they took.
+/// Appends the characters of `block` and returns how many bytes they took. A character that is cut at the end of the block is
+/// left for the next call, unless `isLast`.
 std::size_t KZFileStreamBuf::Decode(std::string_view block, bool isLast) {
     if (!KZDetail::IsUtf16(encoding_)) {
         auto const result = KZPlatform::DecodeUtf8(block, units_, escape, isLast);
@@ -187,8 +189,8 @@ std::size_t KZFileStreamBuf::Decode(std::string_view block, bool isLast) {
 }
 
 bool KZFileStreamBuf::StartWriting() {
-    // The system stands behind what was read, which is more than what was taken.
-    bool const hasFailed = std::exchange(failed_, true); // until there is room for what is to be written
+    // The system's position is after all that was read, which may be more than what was taken.
+    bool const hasFailed = std::exchange(failed_, true); // stays true if `resize` throws
     bool const isAhead = gptr() != egptr() || pendingBytes_ != 0;
     if (isAhead && file_.Seek(ReadPosition(), KZPlatform::FileOrigin::Begin) < 0) return false;
     DropAreas();
@@ -200,11 +202,11 @@ bool KZFileStreamBuf::StartWriting() {
     return true;
 }
 
-/// Writes what the put area holds and makes it empty. A high surrogate at its end waits for its partner, unless
-/// `isLast`. What can't be written is dropped, and remembered for `close`.
+/// Writes what the put area holds and empties it. A high surrogate at its end stays there until its partner comes, unless
+/// `isLast`. Text that can't be written is dropped, and `close` returns false later.
 bool KZFileStreamBuf::WriteBlock(bool isLast) {
     if (pptr() == pbase()) return true;
-    bool const hasFailed = std::exchange(failed_, true); // until all is done
+    bool const hasFailed = std::exchange(failed_, true); // stays true if anything throws
     std::wstring_view text(pbase(), static_cast<std::size_t>(pptr() - pbase()));
     bool const waits = !isLast && IsHighSurrogate(text.back());
     if (waits) text.remove_suffix(1);
@@ -219,8 +221,8 @@ bool KZFileStreamBuf::WriteBlock(bool isLast) {
     return isWritten;
 }
 
-/// Goes where the block belongs: to the end of the file when it is to be appended, behind the mark in any case, and in UTF-16 to
-/// the next unit, by a zero byte in front of the text.
+/// Moves to where the block is to be written: to the end of the file when appending, never before the end of the mark, and in
+/// UTF-16 to the start of a unit, for which it puts a zero byte before the text if necessary.
 bool KZFileStreamBuf::PrepareToWrite() {
     using KZPlatform::FileOrigin;
     bool const appends = IsSet(mode_, ios_base::app), moves = appends && IsSet(mode_, ios_base::in);
@@ -229,7 +231,7 @@ bool KZFileStreamBuf::PrepareToWrite() {
     std::int64_t place = file_.Seek(0, appends ? FileOrigin::End : FileOrigin::Current);
     if (place >= 0 && place < mark) place = file_.Seek(mark, FileOrigin::Begin);
     if (KZDetail::IsUtf16(encoding_) && place % 2 == 1) bytes_ += '\0';
-    return place >= 0 || !moves; // A pipe has no places.
+    return place >= 0 || !moves; // A pipe has no positions, so a failed seek is no error there.
 }
 
 std::int64_t KZFileStreamBuf::BytesOf(std::wstring_view characters) const {

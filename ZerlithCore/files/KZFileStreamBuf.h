@@ -1,5 +1,11 @@
 /// @file
-/// The buffer under the wide file streams: UTF-8 or UTF-16 in the file, `wchar_t` in the stream.
+/// The buffer of the wide file streams: UTF-8 or UTF-16 in the file, `wchar_t` in the stream.
+///
+///     KZFileStreamBuf buffer;
+///     if (buffer.open(u"settings.ini", std::ios_base::in)) {
+///         std::wistream in(&buffer);
+///         for (std::wstring line; std::getline(in, line);) KZGetConsole() << line.c_str() << std::endl;
+///     }
 #pragma once
 
 #include "ZerlithCore/files/KZTextEncoding.h"
@@ -12,18 +18,21 @@
 #include <streambuf>
 #include <string>
 
-/// Reads and writes a text file in blocks, in one direction at a time; turning round needs no call in between.
+/// Reads and writes a text file in blocks. Reads and writes may follow each other without a call in between.
 ///
-/// A byte-order mark at the start of the file decides about its encoding: UTF-8, which is also that of a file without a mark,
-/// or UTF-16 of either byte order. The mark isn't part of the text: it is skipped, also by what is written at position 0.
-/// A new file gets the encoding that `open` was given, and its mark.
+/// A byte-order mark at the start of the file decides its encoding: UTF-8, or UTF-16 of either byte order. A file without a mark
+/// is UTF-8. The mark isn't part of the text: reading skips it, and text that is written at position 0 is put after it. A new
+/// file gets the encoding that was passed to `open`, and its mark.
 ///
-/// Whatever a file holds survives a load and a save in its encoding. In UTF-8 a byte that doesn't belong to a character
-/// reads as the character U+DC00 + byte and is written as that byte again. In UTF-16 a surrogate without a partner reads as
-/// it is, and a single byte at the end of the file as 0x110000 + byte, which is no character of Unicode (KZString takes U+FFFD for it).
-/// Text that is written behind such a byte starts at the next unit.
+/// Whatever a file holds survives a load and a save in its encoding. In UTF-8 a byte that doesn't belong to a character is
+/// read as the character U+DC00 + byte, and written as that byte again. In UTF-16 a surrogate without a partner is read as
+/// it is. A single byte at the end of a UTF-16 file is read as 0x110000 + byte, which isn't a character of Unicode (in a
+/// KZString it becomes U+FFFD); text that is written after such a byte starts at the next unit.
 ///
-/// No locale has a say. Positions are in bytes; every position that was told can be sought.
+/// The locale has no effect. Positions are in bytes, and every position that was returned can be sought.
+///
+/// Errors: if the system can't read the file, reading throws std::ios_base::failure, which a stream turns into `badbit`. A write
+/// that fails returns the end of the file, and `close` returns false later.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZFileStreamBuf : public std::wstreambuf {
@@ -31,18 +40,18 @@ public:
     KZFileStreamBuf();
     KZFileStreamBuf(KZFileStreamBuf const &) = delete;
     KZFileStreamBuf & operator=(KZFileStreamBuf const &) = delete;
-    /// Closes; a failure is lost here, so call `close` to learn of it.
+    /// Closes the file and ignores a failure. Call `close` to learn of it.
     ~KZFileStreamBuf() override;
 
-    /// Opens by the rules of the standard's file buffers; `binary` makes no difference. False when something is open
-    /// already, for a mode that makes no sense, or when the system refuses, as it does for a folder.
-    /// A file that is made, emptied, or empty and open for writing gets `encoding`; any other has its own.
+    /// Opens by the rules of the standard's file buffers; `binary` makes no difference. False when a file is open already,
+    /// when the mode makes no sense, or when the system refuses, as it does for a folder. A file that is made or emptied here,
+    /// or is empty and open for writing, gets `encoding`; any other file keeps its own.
     bool open(KZString const & path, std::ios_base::openmode mode,
               KZTextEncoding encoding = KZTextEncoding::Utf8);
     [[nodiscard]] bool is_open() const noexcept { return file_.IsOpen(); }
-    /// That of the file, by the mark that was met or written last. A pipe's is known when something was read.
+    /// The encoding of the file, by the mark that was read or written last. That of a pipe is known after the first read.
     [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return encoding_; }
-    /// Writes what is gathered and closes. False when that, or any write before, failed, or nothing was open.
+    /// Writes what is gathered and closes the file. False when this or an earlier write failed, or when no file was open.
     bool close();
 
 protected:
@@ -71,11 +80,12 @@ private:
     std::ios_base::openmode mode_{};
     KZTextEncoding encoding_ = KZTextEncoding::Utf8;
     Direction direction_ = Direction::None;
-    bool failed_ = false;          // a write didn't reach the system
-    std::int64_t areaBegin_ = 0;   // bytes in front of the get area's first character
-    std::int64_t decodedEnd_ = 0;  // bytes in front of the first one that isn't decoded
-    std::size_t pendingBytes_ = 0; // at the start of bytes_: read, but cut inside a character
+    bool failed_ = false;         // a write has failed
+    std::int64_t areaBegin_ = 0;  // the position of the get area's first character
+    std::int64_t decodedEnd_ = 0; // the position of the first byte that isn't decoded yet
+    std::size_t pendingBytes_ =
+        0; // bytes at the start of `bytes_` that were read but don't make a whole character yet
     std::string bytes_;
     std::u16string units_;
-    std::wstring characters_; // behind the get area or the put area
+    std::wstring characters_; // the memory of the get area or the put area
 };

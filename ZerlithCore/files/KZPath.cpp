@@ -19,7 +19,7 @@ std::size_t NameBegin(View path) {
     return std::max(begin, KZPlatform::PathRootLength(path));
 }
 
-// Where the directory ends: in front of the separators, but behind a root.
+// Where the directory ends: before the separators that follow it, but not inside of a root.
 std::size_t DirectoryEnd(View path) {
     std::size_t const root = KZPlatform::PathRootLength(path);
     std::size_t end = NameBegin(path);
