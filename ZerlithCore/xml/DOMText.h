@@ -1,5 +1,5 @@
 /// @file
-/// Text and failures on their way between the documents' seam and the classes of this folder. Not installed.
+/// Passes text and failures between the document interface of the platform folder and the classes here. Not installed.
 #pragma once
 
 #include "ZerlithCore/foundation/KZGuid.h"
@@ -11,27 +11,28 @@
 
 namespace KZDetail {
 
-/// Gathers text in a string.
+/// Gathers the text that a document operation writes, in a string.
 class StringSink final : public KZPlatform::DocumentSink {
 public:
     void Append(std::string_view utf8) override;
-    /// The text; the sink is empty then.
+    /// Returns the text and leaves the sink empty.
     [[nodiscard]] KZString Take() noexcept { return std::move(text_); }
 
 private:
     KZString text_;
 };
 
-/// All units of a text that goes to the seam, which stops at the first 0 unit.
+/// All units of a text. The document interface stops at the first 0 unit.
 [[nodiscard]] inline std::u16string_view ViewOf(KZString const & text) noexcept {
     return std::u16string_view(text);
 }
 
-/// Throws a KZDOMException for a failure.
+/// Throws a KZDOMException if `result` is a failure.
 void Check(KZPlatform::DocumentResult const & result, KZGuid const & interfaceId);
+/// Throws a KZDOMException.
 [[noreturn]] void Fail(KZPlatform::DocumentCode code, KZGuid const & interfaceId, KZString const & message);
 
-/// The object behind a handle. Errors: a KZDOMException for null.
+/// The object that a handle refers to. Errors: a KZDOMException for null.
 template <class T>
 T & Existing(T * object, KZGuid const & interfaceId) {
     if (!object) Fail(KZPlatform::DocumentCode::NullNode, interfaceId, u"There is no node");

@@ -1,5 +1,12 @@
 /// @file
 /// A failed operation on a document, and the codes of failures.
+///
+///     KZDOMDocument document = KZDOMDocument::Create();
+///     try {
+///         document.SaveToFile(u"/nowhere/list.xml");
+///     } catch (KZDOMException const & failure) {
+///         if (failure.GetResultCode() == KZDOMResult::CantWrite) KZGetConsole() << failure.what() << std::endl;
+///     }
 #pragma once
 
 #include "ZerlithCore/errors/KZException.h"
@@ -7,7 +14,9 @@
 
 #include <cstdint>
 
-/// The result codes of documents: of KZDOMException, and of KZDOMParseError from `Malformed` on. Failures are negative.
+/// The result codes of KZDOMException, and from `Malformed` on those of KZDOMParseError. Failures are negative.
+///
+/// Thread safety: everything is constant.
 struct KZDOMResult {
     static constexpr std::int32_t Good = 0;
 
@@ -16,10 +25,13 @@ struct KZDOMResult {
     static constexpr std::int32_t CantRead = -0x7FF8FFE2;        ///< 0x8007001E
     static constexpr std::int32_t CantWrite = -0x7FF8FFE3;       ///< 0x8007001D
 
-    static constexpr std::int32_t Hierarchy = -0x7FFBFDFF; ///< 0x80040201: no such node may stand there
-    static constexpr std::int32_t NotAChild = -0x7FFBFDFE; ///< the reference isn't a child of the node
+    static constexpr std::int32_t Hierarchy =
+        -0x7FFBFDFF; ///< 0x80040201: a node of this type may not be put there
+    static constexpr std::int32_t NotAChild =
+        -0x7FFBFDFE; ///< the node to insert before isn't a child of the node
     static constexpr std::int32_t InvalidName = -0x7FFBFDFD;
-    static constexpr std::int32_t InvalidText = -0x7FFBFDFC; ///< characters that can't stand in such a node
+    static constexpr std::int32_t InvalidText =
+        -0x7FFBFDFC; ///< it has characters that a node of this type can't hold
     static constexpr std::int32_t MissingAttribute = -0x7FFBFDFB;
     static constexpr std::int32_t NamespaceInUse = -0x7FFBFDFA;
     static constexpr std::int32_t BadPath = -0x7FFBFDF9;
@@ -38,12 +50,13 @@ struct KZDOMResult {
     static constexpr std::int32_t BadEncoding = -0x7FFBFCF9;
     static constexpr std::int32_t UndeclaredPrefix = -0x7FFBFCF8;
     static constexpr std::int32_t LimitExceeded =
-        -0x7FFBFCF7;                                     ///< too deep, too long, or too much out of little
-    static constexpr std::int32_t Invalid = -0x7FFBFCF6; ///< against the schemas
+        -0x7FFBFCF7; ///< too deep, too long, or too much made of a short text
+    static constexpr std::int32_t Invalid = -0x7FFBFCF6; ///< doesn't follow the schemas
     static constexpr std::int32_t NoSchema = -0x7FFBFCF5;
 };
 
-/// A failed operation on a document: its result code, the interface that failed, and a text.
+/// A failed operation on a document: a result code, the interface that failed, and a message. The operations of the classes of
+/// documents throw it.
 ///
 /// Thread safety: as KZException.
 class KZ_EXPORT KZDOMException : public KZException {

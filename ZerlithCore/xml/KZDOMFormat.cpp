@@ -1,6 +1,6 @@
-// The seam walks the tree and tells what it meets; what is printed is decided here. Units go through a buffer that stays in
-// the cache, and so to the string in large pieces. A run of bytes up to the next character that wants escaping is decoded
-// at once.
+// The platform's document interface walks the tree and calls a visitor here, which decides what is printed. Units are gathered
+// in a buffer that stays in the cache, and are appended to the string in large pieces. All bytes up to the next character
+// that must be escaped are decoded together.
 #include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/xml/DOMText.h"
@@ -21,7 +21,7 @@ using KZPlatform::DocumentName;
 
 namespace {
 
-/// What stands for a character in printed text; empty for most.
+/// The escape of each ASCII character in printed text; empty for most.
 constexpr std::array<std::u16string_view, 128> Escapes = [] {
     std::array<std::u16string_view, 128> escapes{};
     escapes['&'] = u"&amp;";
@@ -36,7 +36,7 @@ constexpr bool IsEscaped(char byte) {
     return (byte == '&') | (byte == '>') | (byte == '<') | (byte == '"') | (byte == '\'');
 }
 
-// The bytes in front of the first that is escaped.
+// The number of bytes before the first one that must be escaped.
 std::size_t PlainLength(std::string_view text) {
     std::size_t at = 0;
 #if defined(__SSE2__)
@@ -55,7 +55,7 @@ std::size_t PlainLength(std::string_view text) {
     return at;
 }
 
-// Appends to a string by way of a buffer.
+// Appends to a string through a buffer.
 class Writer {
 public:
     explicit Writer(KZString & out) : out_(out) {}
@@ -64,7 +64,7 @@ public:
         if (used_ == buffer_.size()) Flush();
         buffer_[used_++] = unit;
     }
-    /// A few units.
+    /// Appends a text that is shorter than the buffer.
     void Put(std::u16string_view text) {
         if (buffer_.size() - used_ < text.size()) Flush();
         std::ranges::copy(text, buffer_.begin() + static_cast<std::ptrdiff_t>(used_));
@@ -81,7 +81,7 @@ public:
         }
     }
     void PutUtf8(std::string_view text) {
-        // Names and short values: cheaper than the general way.
+        // For names and short values this is cheaper than the general conversion below.
         if (text.size() <= ShortText && buffer_.size() - used_ >= ShortText) {
             std::size_t at = 0;
             for (; at < text.size() && static_cast<unsigned char>(text[at]) < 0x80; ++at)
@@ -165,7 +165,7 @@ public:
     void Finish() { writer_.Flush(); }
 
 private:
-    // What comes stands inside the element whose start tag was written last.
+    // Ends the start tag that was written last, if it is still open, because content of its element follows.
     void BeginContent() {
         if (isOpen_) writer_.Put(u">\n");
         isOpen_ = false;
@@ -183,7 +183,7 @@ private:
     std::uint64_t indentation_;
     std::uint64_t step_;
     bool closeFlush_;
-    bool isOpen_ = false;       // the last start tag still lacks its end
+    bool isOpen_ = false;       // the last start tag still lacks its ">"
     bool isBehindText_ = false; // a text was the last thing written
 };
 

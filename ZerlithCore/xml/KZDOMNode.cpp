@@ -100,7 +100,7 @@ KZDOMNodeList KZDOMNode::SelectNodes(KZString const & path) const {
 
 bool KZDOMNode::ChildExists(KZString const & path) const { return SelectNode(path).IsValid(); }
 
-// The value of an attribute, text or CDATA section is all the text that it has.
+// For an attribute, text or CDATA section the value is the same as the text, so the text is returned for all nodes.
 KZString KZDOMNode::ValueOf(KZString const & path, KZString const & otherwise) const {
     StringSink sink;
     bool isFound = false;

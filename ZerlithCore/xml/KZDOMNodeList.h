@@ -1,17 +1,21 @@
 /// @file
 /// Lists of nodes.
+///
+///     KZDOMDocument catalog = KZDOMDocument::Create();
+///     catalog.Load(u"<catalog><book><price>35</price></book></catalog>");
+///     KZDOMNodeList books = catalog.SelectNodes(u"catalog/book[price > 30]");
+///     for (KZDOMElement book = books.GetNextElement(); book.IsValid(); book = books.GetNextElement())
+///         KZGetConsole() << book.GetXML() << std::endl;
 #pragma once
 
 #include "ZerlithCore/xml/KZDOMElement.h"
 
-/// A handle on a list of nodes in a fixed order with a place in it; a handle on none is an empty list.
+/// A handle on a list of nodes in a fixed order, with a current place. An empty handle is an empty list.
 ///
-/// The list keeps its nodes, whatever becomes of them in the document. Copies share the place.
+/// The nodes stay in the list, and exist as long as it does, even if they are removed from the document. Copies of the handle
+/// share the place.
 ///
-///     KZDOMNodeList books = catalog.SelectNodes(u"book[price > 30]");
-///     for (KZDOMElement book = books.GetNextElement(); book.IsValid(); book = books.GetNextElement()) ...
-///
-/// Thread safety: as KZDOMNode.
+/// Thread safety, errors: as KZDOMNode.
 class KZ_EXPORT KZDOMNodeList {
 public:
     static constexpr KZGuid InterfaceId{0x5D0C9A14, 0x4B7E2F31, 0x6E83A19C, 0x7F24D0B5};
@@ -20,11 +24,11 @@ public:
     explicit KZDOMNodeList(KZSmartPtr<KZPlatform::DocumentNodeList> list) noexcept : list_(std::move(list)) {}
 
     [[nodiscard]] std::uint32_t GetLength() const;
-    /// The next node; not valid at the end.
+    /// The next node; an empty handle at the end.
     KZDOMNode GetNextNode();
-    /// The next element; nodes of other types are passed over.
+    /// The next element, skipping nodes of other types; an empty handle at the end.
     KZDOMElement GetNextElement();
-    /// Goes back to the start.
+    /// Moves the place back to the first node.
     void Reset();
 
 private:

@@ -1,12 +1,18 @@
 /// @file
-/// The kinds of nodes.
+/// The types of nodes.
+///
+///     KZDOMDocument document = KZDOMDocument::Create();
+///     KZDOMNode const remark = document.CreateNode(KZDOMNodeType::Comment);
+///     bool const isComment = remark.GetNodeType() == KZDOMNodeType::Comment; // true
 #pragma once
 
 #include <cstdint>
 
-/// The type of a node, with the customary numbers.
+/// The type of a node, with the numbers of the W3C's document object model.
+///
+/// Thread safety: a plain value.
 enum class KZDOMNodeType : std::uint32_t {
-    Invalid = 0, ///< of a KZDOMNode that refers to nothing
+    Invalid = 0, ///< an empty handle
     Element = 1,
     Attribute = 2,
     Text = 3,

@@ -1,5 +1,11 @@
 /// @file
 /// Why a document couldn't be loaded or isn't valid.
+///
+///     KZDOMDocument document = KZDOMDocument::Create();
+///     if (!document.Load(u"<list>\n<item></list>")) {
+///         KZDOMParseError const error = document.GetLastParseError();
+///         KZGetConsole() << L"line " << error.GetLine() << L": " << error.GetReason() << std::endl; // line 2: ...
+///     }
 #pragma once
 
 #include "ZerlithCore/foundation/KZGuid.h"
@@ -9,11 +15,11 @@
 
 #include <cstdint>
 
-/// The outcome of a `Load` or `Validate`. It doesn't change when the document is loaded again.
+/// The outcome of a `Load` or `Validate`. An object doesn't change when the document is loaded again.
 ///
-/// After a success, and in a handle on none, the code is 0 and everything else is empty.
+/// After a success, and in an empty handle, the code is 0 and everything else is 0 or empty.
 ///
-/// Thread safety: as a plain record.
+/// Errors: std::bad_alloc where a text is returned. Thread safety: as a plain record.
 class KZ_EXPORT KZDOMParseError {
 public:
     static constexpr KZGuid InterfaceId{0x5D0C9A15, 0x4B7E2F31, 0x6E83A19C, 0x7F24D0B5};
@@ -27,13 +33,13 @@ public:
     [[nodiscard]] KZString GetReason() const;
     /// The line, from 1 on; 0 for a file that can't be read.
     [[nodiscard]] std::uint32_t GetLine() const noexcept;
-    /// The place in the line, in units, from 1 on; 0 when it isn't known, as after `Validate`.
+    /// The column in the line, in units, from 1 on; 0 when it isn't known, as after `Validate`.
     [[nodiscard]] std::uint32_t GetLinePosition() const noexcept;
     /// The text of the line without its end, at most 4,096 bytes of it.
     [[nodiscard]] KZString GetSourceText() const;
-    /// Units of the text, or bytes of the file, in front of the place.
+    /// The offset of the error: in units of the text, or in bytes of the file.
     [[nodiscard]] std::uint32_t GetFilePosition() const noexcept;
-    /// The name of the file; empty for a text.
+    /// The name of the file; empty if a text was loaded.
     [[nodiscard]] KZString GetURL() const;
 
 private:

@@ -12,7 +12,7 @@ bool IsText(KZDOMNode const & node) {
     return type == KZDOMNodeType::Text || type == KZDOMNodeType::CDATASection;
 }
 
-// Decodes straight into a string's own block, as converters may.
+// Decodes directly into the memory of a string. Only converters can do that, so this class is one.
 class DirectAppend : public KZStringConverter {
 public:
     static void Append(KZString & text, std::string_view utf8) {
