@@ -33,7 +33,7 @@ KZString EnvironmentDirectory(char16_t const * variable) {
     return !value.IsNull() && KZPlatform::IsDirectory(std::u16string_view(value)) ? value : KZString();
 }
 
-/// Closes a log that nobody writes to any more. What it could not take, the console tells.
+/// Closes a log file that nobody writes to any more, and reports on the console how many messages it has lost.
 void TellLostRecords(KZFileLogSubscriber & log) noexcept {
     try {
         log.Close();
@@ -42,7 +42,7 @@ void TellLostRecords(KZFileLogSubscriber & log) noexcept {
         KZGetConsole() << L"WARNING: " << lost << L" messages could not be written to " << log.GetFileName()
                        << std::endl;
     } catch (std::bad_alloc const &) {
-        // Nor is there memory to tell so.
+        // There is no memory for the report either.
     }
 }
 
@@ -154,7 +154,9 @@ void KZApplication::Publish() {
 }
 
 KZApplication::~KZApplication() {
-    GetCout(0).rdbuf()->pubsync(); // A stream that throws on errors would throw from its own flush.
+    GetCout(0)
+        .rdbuf()
+        ->pubsync(); // not the stream's own flush: that throws if the program has switched exceptions on
     Withdraw();
     for (KZSmartPtr<KZFileLogSubscriber> const & log : fileLogs_) TellLostRecords(*log);
 }
@@ -164,7 +166,7 @@ void KZApplication::Withdraw() noexcept {
         GetLogManager().UnSubscribe(channel_, subscriber);
 
     KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
-    // An application that isn't the newest is taken out of the middle of the chain.
+    // This application may not be the newest, so it is looked for in the chain.
     KZApplication ** link = &glbLastAppP_;
     while (*link && *link != this) link = &(*link)->previous_;
     if (*link) *link = previous_;

@@ -1,5 +1,12 @@
 /// @file
 /// The object that a program makes first.
+///
+///     int main(int argc, char ** argv) {
+///         KZApplication application(argc, argv);
+///         if (application.DisplayUsageIfNecessary()) return 0;
+///         int const port = application.GetArg(u"port", u"Server", 8080); // /port:80, or port=80 in section [Server]
+///         application.GetCout(1) << L"listening on port " << port << std::endl;
+///     }
 #pragma once
 
 #include "ZerlithCore/app/KZCommandLine.h"
@@ -15,40 +22,43 @@
 #include <iosfwd>
 #include <vector>
 
-/// The frame of a program: its command line, configuration file, trace level, log channel and error log.
+/// What every program needs: its command line, configuration file, trace level, log channel and error log.
 ///
-/// Applications nest: the newest is the one that `GetApp` gives, until it is destroyed.
+/// There may be several applications. `GetApp` returns the newest one until that is destroyed.
 ///
-/// The command line's own options: `/config:{filename}`, `/trace:{level}`, `/consoleToFile[:filename]`, `/noConsole`.
-/// The last three may stand in the configuration file's section "KZCore" as well, "DebugPath" with them. The
-/// configuration file is the one named by `/config`, else the program's name with the extension "ini", beside the
-/// program or in the current directory.
+/// Every program has the options `/config:{filename}`, `/trace:{level}`, `/consoleToFile[:filename]` and `/noConsole`. Section
+/// "KZCore" of the configuration file may have the last three, and "DebugPath". The configuration file is the one that
+/// `/config` names; without it, the file with the program's name and the extension "ini", beside the program or in the
+/// current directory.
 ///
-/// Thread safety: construction and destruction belong to the main thread; the questions may then be asked on any.
+/// Thread safety: construct and destroy it on the main thread, and make all changes there; the questions may be asked on any
+/// thread.
 class KZ_EXPORT KZApplication {
 public:
-    /// Builds the frame from the arguments of `main`, as units. `arguments` stays the caller's and must live as long.
-    /// A `subscriber` takes the place of the console; it is counted, so pass a new one or hold a handle on it.
+    /// Takes the arguments of `main`, as units. `arguments` stays the caller's and must exist as long as this object.
+    /// A `subscriber` replaces the console. The application holds a reference on it, so pass a new object, or one on which the
+    /// caller holds a handle. Errors: std::bad_alloc, and no application is left.
     KZApplication(int count, char16_t ** arguments, KZLogSubscriberI * subscriber = nullptr);
-    /// The same from the bytes that the system passes (UTF-8).
+    /// The same from bytes, as the system passes them (UTF-8).
     KZApplication(int count, char ** arguments, KZLogSubscriberI * subscriber = nullptr);
-    /// The same from one text, which is split as a command line.
+    /// The same from one text, which is split by the rules of KZCommandLine.
     explicit KZApplication(KZString const & commandLine, KZLogSubscriberI * subscriber = nullptr);
     KZApplication(KZApplication const &) = delete;
     KZApplication & operator=(KZApplication const &) = delete;
 
-    /// Takes the application's subscribers off its channel and makes the previous application the current one. When its log
-    /// files could not take all, a line on standard output tells how many messages are missing.
+    /// Removes the application's subscribers from its channel and makes the previous application the current one. If its log
+    /// files have lost messages, a line on standard output says how many.
     virtual ~KZApplication();
 
     /// The options of the application itself.
     virtual KZUsageInfo GetUsageInfo() const;
-    /// Writes the usage of the program to `stream`, or to the application's console if it is null.
+    /// Writes the usage of the program to `stream`, or to the application's console if `stream` is null.
     virtual void DisplayUsage(std::wostream * stream = nullptr) const;
     /// Writes the usage and returns true if "help" or "?" is among the options.
     virtual bool DisplayUsageIfNecessary(std::wostream * stream = nullptr) const;
-    /// Asks the program to end; does nothing at this level.
+    /// Asks the program to end. Does nothing here; derived classes override it.
     virtual void RequestExit(bool wait);
+    /// Whether this is a KZApplicationWithPlugIns.
     virtual bool IsAppWithPlugIn() const;
 
     /// The newest application; null when there is none.
@@ -57,7 +67,7 @@ public:
     static KZLogManager & GetLogManager();
 
     [[nodiscard]] KZCommandLine const & GetCmdLine() const noexcept { return commandLine_; }
-    /// Null when the program runs without one.
+    /// The configuration file; null when the program runs without one.
     [[nodiscard]] KZSmartPtr<KZConfigFile> const & GetConfigFile() const noexcept { return configFile_; }
     [[nodiscard]] unsigned int GetTraceLevel() const noexcept { return traceLevel_; }
     /// Sets the level of this application, of the process, and of the application's own console subscriber.
@@ -73,13 +83,13 @@ public:
     /// The thread that built the application.
     [[nodiscard]] KZThread_t const & GetMainThread() const noexcept { return mainThread_; }
     [[nodiscard]] unsigned int GetChannelIndex() const noexcept { return channel_; }
-    /// The stream of the application's channel at `level`. Writers from several threads go through KZLockedCOUT.
+    /// The stream of the application's channel at `level`. If several threads write, each holds a KZLockedCOUT meanwhile.
     [[nodiscard]] std::wostream & GetCout(unsigned int level) const;
 
     /// True if `name` is an option of the command line, or a line of `section` in the configuration file.
     [[nodiscard]] bool IsArgPresent(KZString const & name, KZString const & section = KZString()) const;
-    /// The value of an option: from the command line, else from `section` of the configuration file, else `fallback`.
-    /// As a bool, an option without a value is true.
+    /// The value of an option from the command line. If it isn't there, the value of the line in `section` of the configuration
+    /// file; if that is missing, too, `fallback`. As a bool, an option without a value is true.
     [[nodiscard]] KZString GetArg(KZString const & name, KZString const & section,
                                   KZString const & fallback) const;
     [[nodiscard]] KZString GetArg(KZString const & name, KZString const & section,
@@ -89,15 +99,15 @@ public:
     [[nodiscard]] unsigned int GetArg(KZString const & name, KZString const & section,
                                       unsigned int fallback) const;
 
-    /// Appends a directory to the process's search path (the environment variable PATH).
+    /// Appends a directory to the search path of the process (the environment variable PATH).
     void AddToPath(char16_t const * directory);
-    /// Has the main loop end as a quit signal would.
+    /// Makes the main loop end, as a quit signal does.
     void PostExitRequest();
-    /// Has the channel written to `fileName` as well; the console goes on only if `keepConsole` is true.
+    /// Writes the channel to `fileName` as well. Without `keepConsole` the channel isn't written to the console any more.
     void StartLoggingToFile(KZString const & fileName, bool keepConsole);
-    /// The same to a file in the debug directory, named by the program with the extension "log". Others may know that name
-    /// before and share the directory, so the file is private: it is made for this user only, and not written where
-    /// somebody else has put a link or a file of theirs (KZPlatform::FileProtection::Private).
+    /// The same with a file in the debug directory that has the program's name and the extension "log". Other users may share
+    /// that directory and know the name in advance, so the file is private: only this user can read it, and nothing is
+    /// written if another user has put a link or a file of their own there (KZPlatform::FileProtection::Private).
     void StartLoggingToFile(bool keepConsole);
     /// Adds the options of a part of the program to the usage.
     void AddCustomUsageInfo(KZUsageInfo const & usage);
@@ -108,7 +118,7 @@ protected:
 
 private:
     void AddFileLog(KZString const & fileName, bool keepConsole, KZPlatform::FileProtection protection);
-    // The bytes of `main`, as the units that the command line refers to.
+    // The arguments of `main` as units; the command line points to them.
     struct UnitArguments {
         UnitArguments() = default;
         UnitArguments(int count, char ** arguments);

@@ -1,12 +1,11 @@
-// The host's life: construction, registering and initialising plug-ins, the main loop, teardown. How libraries are
-// found and loaded stands in KZPlugInLoading.cpp, how they are let go in KZPlugInLibraries.cpp.
+// Construction, registering and initialising plug-ins, the main loop, and the end. KZPlugInLoading.cpp finds and loads
+// libraries, KZPlugInLibraries.cpp frees them.
 //
-// Order is everything here. The loaded list keeps the order of adding; GetPlugInHier turns it into an order in which
-// everything comes behind what it depends on; initialising and running follow that order, asking to exit and unloading
-// its reverse.
+// The loaded list keeps the order of adding. GetPlugInHier makes of it an order in which each plug-in comes after those that it
+// depends on. Plug-ins are initialised and run in that order, and asked to exit and unloaded in the reverse order.
 //
-// Every call of a plug-in may throw or fault. Those that a plug-in could fail at any time go through Attempt or CallGuarded;
-// what it says of itself is asked when it is added, and a plug-in that can't say it isn't taken.
+// Every call of a plug-in may throw or fault, so these calls go through Attempt or CallGuarded. What a plug-in says of itself,
+// such as its name, is asked once, when it is added; a plug-in that throws then isn't accepted.
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 
@@ -33,7 +32,7 @@ namespace {
 
 constexpr unsigned int longestStartPoll = 100; // milliseconds
 
-// The message of the first exit request is written once in a process.
+// The message about a request to exit is written only once in a process.
 std::atomic<bool> glbExitAnnounced{false};
 
 template <class... Parts>
@@ -50,7 +49,7 @@ KZErrorID NamedError(long code, KZString const & plugIn, KZString const * depend
     return id;
 }
 
-// The name comes first, so that a plug-in that fails later has one.
+// The name is asked first, so that it is known if a later question throws.
 void Describe(KZPlugIn const & plugIn, KZDetail::PlugInDescription & description) {
     description.name = plugIn.GetName();
     description.id = plugIn.GetId();
@@ -88,8 +87,8 @@ private:
         unsigned int depth = 0;
     };
 
-    // The recursion is as deep as the chain of dependencies, at most the number of plug-ins. An entry that is open is
-    // met again where a cycle closes: it counts nothing there.
+    // The recursion is as deep as the chain of dependencies, at most the number of plug-ins. In a cycle an entry is met again
+    // while its own depth is being computed; it is left out there.
     unsigned int Of(Entry & entry) {
         if (entry.state == State::Known) return entry.depth;
         if (entry.state == State::Open) return 0;
@@ -214,18 +213,18 @@ void KZApplicationWithPlugIns::UnloadAll() noexcept {
 
 void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
     if (StatusOf(plugIn) == KZPlugIn::NotInitialised) return;
-    // The thread outlives the run that it is for by its exit functions, which may be code of the plug-in's library.
+    // After `Run` the thread still runs exit functions, which may be code of the plug-in's library. So its end is awaited.
     CallGuarded([&] {
         auto const threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
         if (!threaded.IsNull() && !threaded->thread_.IsNull()) threaded->thread_->Join();
     });
-    // The plug-in unloads even if there is no memory to say so.
+    // The plug-in is unloaded even if there is no memory for the message.
     CallGuarded([&] { Write(L">>>> Unloading <", NameOf(plugIn), L">..."); });
     if (CallGuarded([&] { plugIn.Unload(); })) Write(L" Done.\n");
 }
 
-// The code of the libraries may go only when none of their objects is left. When there is no memory to gather the objects
-// they go one by one, and the libraries stay.
+// A library may be freed only when none of its objects is left. If there is no memory to gather the objects, they are
+// released one by one and the libraries stay in memory.
 void KZApplicationWithPlugIns::LetGoOfAll() noexcept {
     KZUnitTest::TestList tests = mainMenu_->TakeTestCases();
     std::vector<KZHostState::Failure> failures;
@@ -304,7 +303,7 @@ KZApplicationWithPlugIns::GetPlugInHier(PlugInVector const & list) const {
     return result;
 }
 
-// The present name, or the last one that the plug-in could tell.
+// The present name; if the plug-in throws, the one that it had when it was added.
 KZString KZApplicationWithPlugIns::NameOf(KZPlugIn const & plugIn) const {
     KZString name;
     if (CallGuarded([&] { name = plugIn.GetName(); })) return name;
@@ -313,7 +312,7 @@ KZString KZApplicationWithPlugIns::NameOf(KZPlugIn const & plugIn) const {
     return hosted ? hosted->description.name : KZString();
 }
 
-// What the plug-in says, or else what the host has noted.
+// The status by the plug-in's own answer; if that throws, the one that the host has recorded.
 KZPlugIn::Status KZApplicationWithPlugIns::StatusOf(KZPlugIn const & plugIn) noexcept {
     KZPlugIn::Status status = plugIn.status_;
     CallGuarded([&] { status = plugIn.GetStatus(); });
@@ -341,14 +340,14 @@ KZErrorID KZApplicationWithPlugIns::Add(KZHostedPlugIn & candidate, bool checkDe
     if (error.Bad()) return Report(error);
     error = Register(candidate);
     if (error.Good()) error = AddMembers(candidate, checkDependents);
-    // Each plug-in is initialised once, also a member that stood in the order of a scan by itself.
+    // A plug-in is initialised only once. A member of a container may have been initialised before, by itself during a scan.
     bool const isDue = checkDependents && StatusOf(*candidate.plugIn) == KZPlugIn::NotInitialised;
     if (error.Bad() || !isDue) return error;
     error = CheckDependents(candidate.plugIn, true);
     return error.Bad() ? error : Initialise(candidate);
 }
 
-// Whole or not at all: what needs memory comes first.
+// The plug-in is registered wholly or not at all, so everything that allocates comes first.
 KZErrorID KZApplicationWithPlugIns::Register(KZHostedPlugIn const & candidate) {
     KZHostedPlugIn * const known = state_->Find(candidate.plugIn);
     if (known) {
@@ -373,7 +372,7 @@ KZErrorID KZApplicationWithPlugIns::AddMembers(KZHostedPlugIn const & container,
     for (KZSmartPtr<KZPlugIn> const & member : container.description.members) {
         KZErrorID const error = AddPlugIn(member, checkDependents);
         if (error.Bad()) return error;
-        // It may have failed before, in its own place in the order.
+        // The member may have failed already, when its own turn came.
         if (checkDependents && StatusOf(*member) < KZPlugIn::Initialised)
             return Report(NamedError(13, container.description.name));
     }
@@ -467,14 +466,14 @@ void KZApplicationWithPlugIns::RunThreaded(KZThreadedRunPlugIn & plugIn) {
         plugIn.SetRunning(false);
         return NoteRunFailure(plugIn, Report(error));
     }
-    // The next plug-in may count on this one's thread being there. A short run may have ended by the first look.
+    // Waits until the thread has begun its run, because the next plug-in may rely on that. A short run may be over already.
     while (plugIn.status_ == KZPlugIn::Initialised) {
         KZThread::yield();
         KZThread::Milli_sleep(std::min(longestStartPoll, GetPollInterval()));
     }
 }
 
-// The lock is held through each pass, its rests included. Whoever waits for it gets it between two of them.
+// The lock is held during each pass, rests included. A thread that waits for it gets it between two passes.
 void KZApplicationWithPlugIns::WaitForThreads(PlugInVector const & order) {
     std::vector<KZSmartPtr<KZThreadedRunPlugIn>> started; // null for one that ran here
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
@@ -496,7 +495,7 @@ void KZApplicationWithPlugIns::WaitForThreads(PlugInVector const & order) {
     }
 }
 
-// A plug-in is asked without the host's lock: with `wait` it may need that lock on its own thread to come to its end.
+// The host's lock isn't held here: with `wait` the plug-in's own thread may need that lock before it can end.
 void KZApplicationWithPlugIns::RequestExit(bool wait) {
     if (!glbExitAnnounced.exchange(true))
         Write(L">>>> Quit signal received. Requesting exit to all plug-ins...\n");

@@ -15,7 +15,7 @@ bool Contains(KZString const & set, char16_t unit) {
     return std::u16string_view(set).find(unit) != std::u16string_view::npos;
 }
 
-/// Calls `take` with each stretch between blanks outside quotes that isn't empty.
+/// Calls `take` with each non-empty part of the line between blanks outside quotes.
 template <class Take>
 void SplitAtBlanks(std::u16string_view line, Take take) {
     bool isInQuotes = false;
@@ -108,7 +108,7 @@ std::vector<KZString> KZCommandLine::GetNonStandardArguments() const {
 
 unsigned int KZCommandLine::GetInvalidArguments(std::vector<KZString> const & valid,
                                                 std::vector<KZString> & invalid) const {
-    std::vector<KZString> unknown; // Apart, in case both vectors are one.
+    std::vector<KZString> unknown; // gathered apart, since `valid` and `invalid` may be the same vector
     for (KZCommandLineArgument const & argument : arguments_) {
         bool const isOption = argument.GetArgType() == KZCommandLineArgument::WithoutValue ||
                               argument.GetArgType() == KZCommandLineArgument::WithValue;
@@ -188,7 +188,7 @@ KZCommandLineArgument KZCommandLine::ParseArgument(KZString const & text) const 
 
     std::u16string_view const units(text);
     std::size_t const split = units.find_first_of(std::u16string_view(valueDelimiters_));
-    // A second slash in front of the value makes it a path of a system whose paths begin with the delimiter.
+    // "/" is a delimiter, and paths begin with it too. A second slash before the value shows that this is a path.
     bool const isPath = units[0] == u'/' && units.substr(0, split).find(u'/', 1) != std::u16string_view::npos;
     if (isPath) return {Argument::NonStandard, text};
     if (split == std::u16string_view::npos) return {Argument::WithoutValue, KZString(units.substr(1))};
@@ -231,8 +231,8 @@ bool KZCommandLine::IsSameName(KZString const & a, KZString const & b) const {
     return caseSensitive_ ? a == b : KZDetail::EqualIgnoringCase(a, b);
 }
 
-/// True when the line, which starts with `firstUnit`, begins with an option in place of the program's name. A first
-/// token that looks like a path is that name, though paths begin like options on some systems.
+/// True when the line begins with an option instead of the program's name. A first token that looks like a path is the name,
+/// although paths begin like options on some systems.
 bool KZCommandLine::LacksProgramName(KZString const & firstToken, char16_t firstUnit) const {
     if (!Contains(argDelimiters_, firstUnit)) return false;
     if (firstUnit != u'/' && firstUnit != u'\\') return true;

@@ -2,9 +2,9 @@
 /// The arguments of a program, split into options and file names.
 ///
 ///     KZCommandLine line(u"tool /level:3 -v report.txt", u"/-", u":", false);
-///     line.GetArg(u"level", 1);      // 3
-///     line.ArgPresent(u"V");         // true
-///     line.GetFileName(0);           // report.txt
+///     int const level = line.GetArg(u"level", 1);      // 3
+///     bool const isVerbose = line.ArgPresent(u"V");    // true
+///     KZString const file = line.GetFileName(0);       // report.txt
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
@@ -13,7 +13,7 @@
 
 /// One argument: an option with or without a value, or anything else, which is normally a file name.
 ///
-/// `==` and `<` compare the names only, by case.
+/// `==` and `<` compare only the names; case counts.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZCommandLineArgument {
@@ -23,7 +23,7 @@ public:
         WithoutValue = 0, // "/trace"
         WithValue = 1,    // "/trace:2"
         NonStandard = 2,  // "report.txt"
-        Absent = 3,       // what a look-up gives when there is no such argument
+        Absent = 3,       // the result of a look-up when there is no such argument
     };
 
     KZCommandLineArgument() noexcept = default;
@@ -35,13 +35,13 @@ public:
     [[nodiscard]] KZString const & GetArgument() const noexcept { return argument_; }
 
     [[nodiscard]] KZString const & GetValueAsString() const noexcept { return value_; }
-    /// 0 for what is no number.
+    /// The value as a number; 0 if it isn't one.
     [[nodiscard]] int GetValueAsInt() const { return value_.AsInt(); }
     [[nodiscard]] double GetValueAsDouble() const { return value_.AsDouble(); }
     /// The first unit; 0 when the value is empty.
     [[nodiscard]] char16_t GetValueAsChar() const noexcept { return value_[0]; }
 
-    /// Changes the value and not the type. Numbers are formatted with "%d" and "%g".
+    /// Changes the value but not the type. Numbers are formatted with "%d" and "%g".
     void SetValue(KZString const & value) { value_ = value; }
     void SetValue(int value) { value_.Format(u"%d", value); }
     void SetValue(double value) { value_.Format(u"%g", value); }
@@ -60,30 +60,30 @@ private:
     KZString value_;
 };
 
-/// A command line, taken apart once and asked often.
+/// A command line, which is split into its arguments when the object is made.
 ///
-/// The first argument is the name of the program. Any other is an option when it begins with one of the argument
-/// delimiters; the first of the value delimiters in it splits name and value, which may hold more of them:
+/// The first argument is the name of the program. Any other argument that begins with an argument delimiter is an option.
+/// Its name ends at the first value delimiter; the value may contain more of them:
 ///
 ///     /a           option `a` without a value
 ///     /a:1:2       option `a` with the value `1:2`
 ///     /a:          option `a` with an empty value
-///     /usr/lib/x   no option but a path: a second "/" stands in the name
+///     /usr/lib/x   a path and not an option, since the name contains a second "/"
 ///     -a-b         option `a-b`
 ///
-/// Where a name stands twice, the first one is found. Nothing here fails: an argument that is no option can be seen
-/// through `GetNonStandardArguments`.
+/// If two options have the same name, the first one is found. Splitting can't fail: an argument that isn't an option is kept
+/// for `GetNonStandardArguments`. Errors: std::bad_alloc only.
 ///
-/// Thread safety: any number of threads may ask; changes belong to the start of the program.
+/// Thread safety: any number of threads may call the const operations, while no thread changes the object.
 class KZ_EXPORT KZCommandLine {
 public:
-    /// Takes the arguments as the system gives them. `argValues` has `argCount` entries (null ones count as empty),
-    /// stays the caller's, and must live as long as `GetArgValues` is used.
+    /// Takes the arguments as the system passes them. `argValues` has `argCount` entries; a null entry counts as empty. It stays
+    /// the caller's and must exist as long as `GetArgValues` is used.
     KZCommandLine(unsigned int argCount, char16_t const * const * argValues, KZString const & argDelimiters,
                   KZString const & valueDelimiters, bool caseSensitive);
-    /// Splits `commandLine` at blanks and tabs outside double quotes; a doubled quote inside quotes is one that stays,
-    /// and a quote never closed reaches to the end. A line that begins with an argument delimiter has no program
-    /// name, which is then empty, unless it begins with a path.
+    /// Splits `commandLine` at blanks and tabs outside double quotes. Inside quotes a doubled quote stands for one. A quote that
+    /// isn't closed reaches to the end. If the line begins with an option and not with a path, the name of the program is
+    /// empty.
     KZCommandLine(KZString const & commandLine, KZString const & argDelimiters,
                   KZString const & valueDelimiters, bool caseSensitive);
     KZCommandLine(KZCommandLine const & other) = default;
@@ -93,59 +93,58 @@ public:
     [[nodiscard]] KZString const & GetArgDelimiters() const noexcept { return argDelimiters_; }
     [[nodiscard]] KZString const & GetValueDelimiters() const noexcept { return valueDelimiters_; }
     [[nodiscard]] bool IsCaseSensitive() const noexcept { return caseSensitive_; }
-    /// Decides how names are looked up from now on.
+    /// Sets whether later look-ups distinguish upper and lower case.
     void SetCaseSensitivity(bool caseSensitive) noexcept { caseSensitive_ = caseSensitive; }
 
-    /// The first argument as it stands.
+    /// The first argument, unchanged.
     [[nodiscard]] KZString const & GetAppName() const noexcept { return appName_; }
-    /// The number of arguments with the program's name, as the constructor found them.
+    /// The number of arguments that the constructor found, the program's name included.
     [[nodiscard]] unsigned int GetArgCount() const noexcept { return argCount_; }
-    /// The arguments with the program's name: the caller's array, or one that lives as long as this object and ends
-    /// in a null.
+    /// The arguments, the program's name included: the caller's array, or one that exists as long as this object and ends in a
+    /// null.
     [[nodiscard]] char16_t const * const * GetArgValues() const noexcept {
         return ownPointers_.empty() ? argValues_ : ownPointers_.data();
     }
-    /// All arguments but the first, as they stand.
+    /// All arguments except the first, unchanged.
     [[nodiscard]] std::vector<KZString> const & GetRawArgumentListVector() const noexcept {
         return rawArguments_;
     }
-    /// The same, taken apart, in order; and what `AddArg` added.
+    /// The same arguments, split into names and values, in order, and those that `AddArg` added.
     [[nodiscard]] std::vector<KZCommandLineArgument> const & GetParsedArgumentVector() const noexcept {
         return arguments_;
     }
 
-    /// True for an option of this name, and for any other argument of this whole text.
+    /// True if there is an option of this name, or another argument that equals `name`.
     [[nodiscard]] bool ArgPresent(KZString const & name) const;
 
-    /// The value of an argument; `defaultValue` only when it is absent. An option without a value gives 0 or the
-    /// empty text.
+    /// The value of an argument; `defaultValue` if it is absent. For an option without a value 0 or an empty text.
     [[nodiscard]] int GetArg(KZString const & name, int defaultValue) const;
     [[nodiscard]] double GetArg(KZString const & name, double defaultValue) const;
     [[nodiscard]] KZString GetArg(KZString const & name, KZString const & defaultValue) const;
 
-    /// Changes the value of an option that has one; does nothing for all others.
+    /// Changes the value of an option that has one. Does nothing for an option without a value and for a missing one.
     void SetArg(KZString const & name, int value);
     void SetArg(KZString const & name, double value);
     void SetArg(KZString const & name, KZString const & value);
 
-    /// Appends an option; false, and no change, when the name is present. With a bool: an option with an empty value
-    /// for true, one without a value for false.
+    /// Appends an option. False, without a change, when the name is present already. With the bool true the option has an empty
+    /// value, with false it has no value.
     bool AddArg(KZString const & name, bool value);
     bool AddArg(KZString const & name, int value);
     bool AddArg(KZString const & name, double value);
     bool AddArg(KZString const & name, KZString const & value);
     bool AddArg(KZString const & name, char16_t const * value) { return AddArg(name, KZString(value)); }
 
-    /// The `index`-th argument that is no option, from 0; empty when there are fewer.
+    /// The argument number `index`, from 0, among those that aren't options; empty when there are fewer.
     [[nodiscard]] KZString GetFileName(unsigned int index) const;
-    /// All arguments that are no options.
+    /// All arguments that aren't options.
     [[nodiscard]] std::vector<KZString> GetNonStandardArguments() const;
-    /// Appends to `invalid` the names of the options that aren't in `valid`. The result is the size of `invalid`, which
-    /// counts what it held before, too.
+    /// Appends to `invalid` the names of the options that aren't in `valid`. Returns the size of `invalid`, which includes what
+    /// it held before.
     unsigned int GetInvalidArguments(std::vector<KZString> const & valid,
                                      std::vector<KZString> & invalid) const;
-    /// The command line put together again, with the first delimiter of each kind. A value that holds a blank stands
-    /// in double quotes; a name never does.
+    /// The arguments joined into one command line, with the first delimiter of each kind. A value with a blank gets double
+    /// quotes, a name never does.
     [[nodiscard]] KZString GetCompleteCmdLine() const;
 
 protected:
@@ -157,7 +156,7 @@ protected:
 
     void ParseCommandLine();
     [[nodiscard]] KZCommandLineArgument ParseArgument(KZString const & text) const;
-    /// `text` without its lone double quotes, and with one for each doubled one.
+    /// `text` with single double quotes removed, and with one quote in place of each doubled one.
     [[nodiscard]] KZString RemoveQuotes(KZString const & text) const;
     /// The first argument of this name; null when there is none. Valid until an argument is added.
     [[nodiscard]] KZCommandLineArgument const * GetCommandLineArgumentP(KZString const & name) const;
@@ -181,7 +180,7 @@ private:
     KZString valueDelimiters_;
     bool caseSensitive_ = false;
     std::vector<KZCommandLineArgument> arguments_;
-    // The texts are never written, so that copies of this object share them and their pointers stay true.
+    // The texts are never changed, so copies of this object share them and the pointers stay valid.
     std::vector<KZString> ownTexts_;
     std::vector<char16_t const *> ownPointers_;
 };

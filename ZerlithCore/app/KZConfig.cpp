@@ -8,8 +8,8 @@
 
 namespace {
 
-/// Takes the next token off `rest`: what stands between delimiters, however many. The one delimiter behind the token
-/// goes with it, so the next token may be asked for with others. Empty when there is none.
+/// Removes the next token and one delimiter after it from `rest`, and returns the token; empty when there is none. Delimiters
+/// before the token are skipped. The next call may use other delimiters.
 std::u16string_view TakeToken(std::u16string_view & rest, std::u16string_view delimiters) {
     std::size_t const begin = rest.find_first_not_of(delimiters);
     if (begin == std::u16string_view::npos) {
@@ -44,7 +44,7 @@ bool FindHeader(std::wstreambuf & buffer, std::u16string & line, std::u16string_
     return false;
 }
 
-/// Leaves what follows the key in `rest`, a part of `line`.
+/// Reads lines up to the one with `key`, and sets `rest` to the part of `line` after the key.
 bool FindKey(std::wstreambuf & buffer, std::u16string & line, std::u16string_view key,
              std::u16string_view & rest) {
     while (ReadLine(buffer, line)) {
@@ -66,7 +66,7 @@ KZConfig::KZConfig(KZString const & fileName) : fileName_(fileName), stream_(fil
 KZConfig::~KZConfig() = default;
 
 bool KZConfig::Open(KZString const & fileName) {
-    KZString const name = fileName; // It may be our own.
+    KZString const name = fileName; // a copy, since `fileName` may be this object's own name
     fileName_.Clear();
     if (stream_.is_open()) stream_.close();
     stream_.clear();

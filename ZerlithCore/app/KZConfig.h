@@ -9,23 +9,26 @@
 #include "ZerlithCore/files/KZFileStream.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
-/// A read-only configuration that keeps the file open, holds nothing of it, and scans it from the start for each
-/// look-up: for programs that want a value or two, and see changes of the file at once.
+/// A read-only configuration that keeps the file open and reads it from the start for each look-up. Use it for one or two
+/// values, or to see changes of the file at once.
 ///
-/// It reads less strictly than KZConfigFile, and callers rely on the differences: a header must begin in the first
-/// column, and what follows its "]" doesn't matter; a key ends at the first blank, tab or "="; runs of blanks and tabs
+/// It reads differently from KZConfigFile, and callers rely on the differences: a header must begin in the first
+/// column, and text after its "]" is ignored; a key ends at the first blank, tab or "="; runs of blanks and tabs
 /// in a value become one blank; an empty value counts as missing; and "on" isn't true.
 ///
-/// Thread safety: none. A look-up moves the stream, so one object serves one thread at a time.
+/// Errors: a look-up throws std::ios_base::failure when the system can't read the file, and std::bad_alloc. Without an open file
+/// it returns the default.
+///
+/// Thread safety: a look-up moves the stream, so one object is for one thread at a time.
 class KZ_EXPORT KZConfig : public KZConfigI {
 public:
     KZConfig();
-    /// Keeps the name in any case, and opens the file if it exists.
+    /// Opens the file if it exists, and keeps the name whether it exists or not.
     explicit KZConfig(KZString const & fileName);
     ~KZConfig() override;
 
-    /// Opens another file in place of the present one. False, with an empty name and nothing open, when it doesn't
-    /// exist or can't be opened.
+    /// Closes the present file and opens another one. False when that doesn't exist or can't be opened; then no file is open and
+    /// the name is empty.
     bool Open(KZString const & fileName);
     [[nodiscard]] bool IsOpen() const;
     [[nodiscard]] KZString const & GetFileName() const noexcept { return fileName_; }
@@ -33,7 +36,7 @@ public:
     unsigned long AddRef() const override;
     unsigned long Release() const override;
 
-    /// An empty value gives the default.
+    /// The value; the default if it is missing or empty.
     [[nodiscard]] KZString const GetString(KZString const & section, KZString const & key,
                                            KZString const & defaultValue) const override;
     [[nodiscard]] long GetLong(KZString const & section, KZString const & key,
@@ -51,5 +54,5 @@ private:
     KZCounter count_;
     KZString fileName_;
     mutable KZFileStream stream_;
-    KZCriticalSection lock_; // No operation enters it.
+    KZCriticalSection lock_; // not used by any operation
 };

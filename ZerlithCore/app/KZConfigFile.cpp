@@ -1,5 +1,5 @@
-// The sections stand by value in one vector, so that a look-up walks memory in order. Whatever moves them keeps the
-// owner chain (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
+// The sections are values in one vector, so that a look-up goes through memory in order. When they move, their parts get the
+// new address as their owner (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
 #include "ZerlithCore/app/KZConfigFile.h"
 
 #include "ZerlithCore/app/KZConfigText.h"
@@ -63,7 +63,7 @@ void KZConfigFile::Unlock() const { lock_.Unlock(); }
 bool KZConfigFile::Reload() {
     if (fileName_.IsNull()) return false;
     Guard guard(*this);
-    // Noted before anything can fail: nothing must not be saved over a file that was never read.
+    // Set before anything can fail: an empty object must not be saved over a file that was never read.
     char16_t const * const former = whyPartial_;
     if (sections_.empty()) whyPartial_ = u"the file could not be opened";
     try {
@@ -156,7 +156,7 @@ void KZConfigFile::SetBool(KZString const & section, KZString const & key, bool 
     Set(section, key, value);
 }
 
-/// Null when either is missing. Only the first section of the name is searched. Requires: the lock.
+/// The line; null if the section or the line is missing. Only the first section of that name is searched. Requires: the lock.
 KZConfigLine const * KZConfigFile::LineOf(KZString const & section, KZString const & key) const {
     const_iterator const found = FindSection(section);
     if (found == GetSectionsEnd()) return nullptr;
@@ -164,7 +164,7 @@ KZConfigLine const * KZConfigFile::LineOf(KZString const & section, KZString con
     return line == found->GetLinesEnd() ? nullptr : line;
 }
 
-/// What is new is complete before it is added: a line without its value would count as an empty one.
+/// A new line is completed before it is added: if memory ran out in between, a line with an empty value would stay.
 template <class Value>
 void KZConfigFile::Set(KZString const & section, KZString const & key, Value const & value) {
     Guard guard(*this);
@@ -189,7 +189,7 @@ KZConfigFile::iterator KZConfigFile::Insert(KZConfigSection && section, const_it
     auto const place = sections_.insert(
         position ? sections_.begin() + (position - GetSectionsBegin()) : sections_.end(), std::move(section));
     place->Adopt(this);
-    // A caller's assignment to a section brought along the owner of the section that was assigned.
+    // If a caller has assigned another section to this one, it has the other one's owner now.
     for (KZConfigSection & each : sections_)
         if (each.GetOwner() != this) each.Adopt(this);
     return &*place;

@@ -1,6 +1,6 @@
 #include "ZerlithCore/app/KZConfigLockable.h"
 
-// The count is changed while the owner is locked, so threads that share one part don't race on it.
+// The count is changed only while the owner is locked, so threads that share a part don't race on it.
 
 void KZConfigLockable::Lock() const {
     if (owner_) owner_->Lock();

@@ -1,14 +1,20 @@
 /// @file
-/// Locking a part of a configuration locks the whole.
+/// Locks of the parts of a configuration: locking a part locks the whole file.
 ///
-///     KZGuard<KZConfigLine const> guard(line);     // enters the critical section of the file that holds the line
+///     KZConfigFile file(u"server.ini");
+///     file.SetString(u"Server", u"port", u"8080");
+///     KZConfigLine & line = *file.FindSection(u"Server")->FindLine(u"port");
+///     KZGuard<KZConfigLine const> guard(line);     // takes the lock of the file
+///     line.SetValue(80);
 #pragma once
 
 #include "ZerlithCore/platform/Export.h"
 
 #include <cstdint>
 
-/// What can be locked, const or not. Objects are never deleted through this interface.
+/// Something that can be locked, const or not. Objects are never deleted through this interface.
+///
+/// Thread safety: `Lock` and `Unlock` may be called from any thread.
 class KZ_EXPORT KZConfigLockableI {
 public:
     KZConfigLockableI() noexcept = default;
@@ -22,35 +28,35 @@ protected:
     ~KZConfigLockableI() = default;
 };
 
-/// A part of a configuration: forwards locks to its owner, and counts those that it forwarded.
+/// A part of a configuration. It passes `Lock` and `Unlock` on to its owner, and counts the locks.
 ///
-/// A copy has the owner and the count of its original, so locking it still locks the original's file: call
-/// `SetOwner(nullptr)` on a copy that is to outlive the file. The containers of the library (KZConfigSection,
-/// KZConfigFile) set the owner of what they hold after every change.
+/// A copy has the owner and the count of the original, so locking the copy still locks the original's file. Call
+/// `SetOwner(nullptr)` on a copy that is to outlive the file. The containers (KZConfigSection, KZConfigFile) set the owner of
+/// their parts after every change. The destructor releases no lock.
 ///
-/// Thread safety: `Lock` and `Unlock` may be called from any thread while the owner stays; changing the owner isn't
-/// for concurrent use. The destructor undoes no lock.
+/// Thread safety: `Lock` and `Unlock` may be called from any thread while the owner stays the same. While one thread changes
+/// the owner, no other may use the object.
 class KZ_EXPORT KZConfigLockable : public KZConfigLockableI {
 public:
     KZConfigLockable() noexcept = default;
     KZConfigLockable(KZConfigLockable const & other) noexcept = default;
     KZConfigLockable & operator=(KZConfigLockable const & other) noexcept = default;
 
-    /// Locks the owner, if there is one, and counts.
+    /// Locks the owner, if there is one, and adds 1 to the count.
     void Lock() const override;
-    /// Undoes one `Lock`; with none to undo it does nothing.
+    /// Undoes one `Lock`. Does nothing if the count is 0.
     void Unlock() const override;
 
     virtual ~KZConfigLockable();
 
-    /// Forwards to `owner` from now on (null: to nobody; not owned), after undoing all locks through the present owner.
-    /// The present owner changes nothing.
+    /// Releases all locks on the present owner, and passes later ones on to `owner`, which isn't owned and may be null for none.
+    /// Does nothing if `owner` is the present owner.
     void SetOwner(KZConfigLockableI const * owner);
     /// Unlocks until the count is 0.
     void RemoveAllLocks() const;
 
     [[nodiscard]] KZConfigLockableI const * GetOwner() const noexcept { return owner_; }
-    /// How many locks through this object aren't undone yet.
+    /// The number of locks through this object that aren't released yet.
     [[nodiscard]] std::uint32_t GetLockCount() const noexcept { return lockCount_; }
 
 private:
@@ -59,12 +65,12 @@ private:
     friend class KZConfigFile;
     friend class KZConfigReader;
 
-    /// A fresh part of `owner`: its locks, if any, were the original's and aren't ours to undo.
+    /// Makes this a new part of `owner` without locks. For a copy: the count that it got belongs to the original.
     void Adopt(KZConfigLockableI const * owner) noexcept {
         owner_ = owner;
         lockCount_ = 0;
     }
-    /// The same owner at a new address: the locks stand.
+    /// Sets the new address of the same owner; the count stays.
     void Rebind(KZConfigLockableI const * owner) noexcept { owner_ = owner; }
 
     KZConfigLockableI const * owner_ = nullptr;

@@ -1,6 +1,6 @@
-// A part that moves within its container keeps its locks and takes its parts along (Rebind); a part that is copied
-// starts with none (Adopt), since the locks of the original are the original's to undo. A part that is deleted undoes
-// its locks first, innermost first, because nobody could undo them afterwards.
+// When a part moves within its container, it keeps its locks, and its own parts get its new address (Rebind). When a part is
+// copied, the copy starts without locks (Adopt), because the locks belong to the original. When a part is deleted, its locks
+// are released first, beginning with the innermost part, because nobody could release them afterwards.
 #include "ZerlithCore/app/KZConfigSection.h"
 
 #include "ZerlithCore/app/KZIgnoreCase.h"
@@ -12,7 +12,7 @@
 
 namespace {
 
-/// Where to insert: null and the end append.
+/// The place for an insertion before `position`; the end for null.
 template <class T>
 typename std::vector<T>::iterator InsertPlace(std::vector<T> & items, T const * position) {
     return position ? items.begin() + (position - items.data()) : items.end();
@@ -180,7 +180,7 @@ KZConfigSection::iterator KZConfigSection::Insert(KZConfigLine && line, const_it
     KZGuard<KZConfigSection> guard(*this);
     auto const place = lines_.insert(InsertPlace(lines_, position), std::move(line));
     place->Adopt(this);
-    // A caller's assignment to a line brought along the owner of the line that was assigned.
+    // If a caller has assigned another line to this one, it has the other one's owner now.
     for (KZConfigLine & each : lines_)
         if (each.GetOwner() != this) each.Adopt(this);
     return &*place;
@@ -196,13 +196,13 @@ void KZConfigSection::DropLinesLocks() const {
     for (KZConfigLine const & line : lines_) line.DropLocks();
 }
 
-/// The parts are copies: their locks aren't theirs.
+/// For parts that were copied: they belong to this section now and have no locks.
 void KZConfigSection::AdoptParts() noexcept {
     comments_.Adopt(this);
     for (KZConfigLine & line : lines_) line.Adopt(this);
 }
 
-/// This object is the former one at a new address.
+/// For parts that have moved: they keep their locks, and this section has a new address.
 void KZConfigSection::RebindParts() noexcept {
     comments_.Rebind(this);
     for (KZConfigLine & line : lines_) line.Rebind(this);

@@ -11,12 +11,14 @@
 ///     ; 0 chooses a free one
 ///     port=8080
 ///
-/// Iterators are pointers. Where an iterator is an argument, null means the end for adding and the beginning for
-/// finding; any other must lie in the container it is given to. Iterators hold until the container changes, so threads
-/// that share a file use them under its lock.
+/// Iterators are pointers. As an argument, null means the end when adding and the beginning when finding; any other
+/// iterator must be one of the same container. Iterators are valid until the container changes, so threads that share a
+/// file use them only while they hold its lock.
 ///
-/// Thread safety of all classes here: operations that change a list hold the lock of the owner; the others need the
-/// caller to hold it, by `Lock` of the part or the file, wherever other threads may change the file.
+/// Thread safety of all classes here: operations that change a list take the lock of the owner. For all others the caller must
+/// hold that lock, by `Lock` of the part or of the file, if other threads may change the file.
+///
+/// Errors: std::bad_alloc; the stream operators at the end of this header throw more.
 #pragma once
 
 #include "ZerlithCore/app/KZConfigLockable.h"
@@ -26,7 +28,7 @@
 #include <iosfwd>
 #include <vector>
 
-/// The comment lines in front of a line or a section, each without its ";". An empty one stands for a blank line.
+/// The comment lines above a line or a section, each without its ";". An empty one is a blank line.
 class KZ_EXPORT KZConfigComments : public KZConfigLockable {
 public:
     using iterator = KZString *;
@@ -45,9 +47,9 @@ public:
     [[nodiscard]] const_iterator GetCommentsBegin() const noexcept { return texts_.data(); }
     [[nodiscard]] const_iterator GetCommentsEnd() const noexcept { return texts_.data() + texts_.size(); }
 
-    /// Inserts one line in front of `position` and returns its place. `text` must not hold line ends.
+    /// Inserts one line before `position` and returns its place. `text` must not contain line ends.
     iterator AddComment(KZString const & text, const_iterator position = nullptr);
-    /// The end and null delete nothing.
+    /// Deletes one line. The end and null delete nothing.
     void DeleteComment(const_iterator position);
     void Clear();
 
@@ -78,12 +80,12 @@ public:
     void SetValue(char16_t const * value) { value_ = KZString(value); }
     void SetValue(int value) { SetValue(static_cast<long>(value)); }
     void SetValue(long value);
-    /// With six digits behind the point.
+    /// Written with six digits after the point.
     void SetValue(double value);
-    /// "yes" or "no".
+    /// Written as "yes" or "no".
     void SetValue(bool value);
 
-    /// By `KZString::AsLong`: 0 for what is no number.
+    /// The value as `KZString::AsLong` reads it: 0 if it isn't a number.
     [[nodiscard]] long GetValueAsLong() const { return value_.AsLong(); }
     [[nodiscard]] double GetValueAsDouble() const { return value_.AsDouble(); }
     /// True for "1", "yes", "true" and "on", ignoring case; false for all other texts.
@@ -108,7 +110,7 @@ private:
 
 /// A `[name]` with the comments above it and the lines below it. A section with an empty name has no header in the file.
 ///
-/// A copy holds copies of the lines, which forward their locks to the copy.
+/// A copy has copies of the lines, and locking one of those locks the copy.
 class KZ_EXPORT KZConfigSection : public KZConfigLockable {
 public:
     using iterator = KZConfigLine *;
@@ -133,18 +135,18 @@ public:
     [[nodiscard]] const_iterator GetLinesBegin() const noexcept { return lines_.data(); }
     [[nodiscard]] const_iterator GetLinesEnd() const noexcept { return lines_.data() + lines_.size(); }
 
-    /// The first line at or behind `start` with this key, ignoring case; the end when there is none.
-    /// Cost: linear, one comparison of lengths for most lines.
+    /// The first line with this key at or after `start`, ignoring case; the end when there is none.
+    /// Cost: linear; for most lines only the lengths are compared.
     [[nodiscard]] const_iterator FindLine(KZString const & key, const_iterator start = nullptr) const;
     [[nodiscard]] iterator FindLine(KZString const & key, const_iterator start = nullptr);
 
-    /// Inserts a copy in front of `position` and returns its place. Lines with the same key aren't looked for.
+    /// Inserts a copy before `position` and returns its place. There may be another line with that key already.
     iterator AddLine(KZConfigLine const & line, const_iterator position = nullptr);
     iterator AddLine(KZString const & key, KZString const & value, const_iterator position = nullptr);
 
-    /// The end, null, and a key that isn't there delete nothing. Locks taken through the line are undone.
+    /// Deletes the line, and releases locks that were taken through it. The end and null delete nothing.
     void DeleteLine(const_iterator position);
-    /// Deletes the first line that `FindLine` finds.
+    /// Deletes the first line that `FindLine` finds, if any.
     void DeleteLine(KZString const & key, const_iterator start = nullptr);
 
     /// Empties comments, name and lines.
@@ -167,11 +169,11 @@ private:
 
 // --- The text of the parts. Reading replaces what the part held.
 //
-// Errors: KZConfigStreamException where the text breaks the grammar; what was read stays in the part.
+// Errors: KZConfigStreamException if the text breaks the grammar; the part keeps what was read before.
 
 /// Reads a comment block: comments, blank lines and white space up to anything else.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigComments & comments);
-/// Reads comments, key and value. A last line may lack its line end only if it has a "=".
+/// Reads comments, key and value. The last line may end without a line end only if it has a "=".
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigLine & line);
 /// Reads comments and header; the lines are left in the stream. At the end of the stream the name is empty.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZConfigSection & section);

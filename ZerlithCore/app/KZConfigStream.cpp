@@ -1,6 +1,6 @@
-// The grammar of configuration texts: one character of look-ahead, no backtracking, straight on the stream's buffer,
-// since a formatted or even a guarded read of each character would cost more than all the rest. Texts gather in one
-// buffer that is reused, so a line costs one allocation for its key and one for its value.
+// The grammar of configuration texts: one character of look-ahead, no backtracking. Characters are read directly from the
+// stream's buffer, since the stream's own functions would take longer for each character than all the rest. Texts are
+// gathered in one buffer, which is reused, so a line costs one allocation for its key and one for its value.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
 #include "ZerlithCore/app/KZConfigText.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-/// The characters of class space, whatever the locale: no-break spaces aren't among them.
+/// The characters that the C library counts as space, but independent of the locale. No-break spaces aren't among them.
 constexpr bool IsWhiteSpace(char16_t unit) {
     return unit == u' ' || (unit >= u'\t' && unit <= u'\r') || unit == u'\u0085' || unit == u'\u1680' ||
            (unit >= u'\u2000' && unit <= u'\u200A' && unit != u'\u2007') || unit == u'\u2028' ||
@@ -23,7 +23,7 @@ constexpr bool IsWhiteSpace(char16_t unit) {
 
 constexpr bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 
-/// The text without what `isDropped` accepts at its end.
+/// The text without the units at its end for which `isDropped` is true.
 template <class Predicate>
 KZString WithoutTail(std::u16string_view text, Predicate isDropped) {
     while (!text.empty() && isDropped(text.back())) text.remove_suffix(1);
@@ -46,7 +46,7 @@ constexpr char16_t const * strayCharacter = u"unexpected character after the clo
 
 } // namespace
 
-/// Reads the parts of one stream. A stream that isn't good reads as an empty one.
+/// Reads the parts of a configuration from one stream. A stream that isn't good counts as empty.
 class KZConfigReader {
 public:
     using Texts = std::vector<KZString>;
@@ -62,13 +62,13 @@ public:
     void ReadHeader(KZConfigSection & section);
     void ReadFile(KZConfigFile & file);
 
-    /// Tells the stream when its end was reached; may throw what the stream throws then.
+    /// Sets the stream's `eofbit` if its end was reached. That may throw, if the program has told the stream to.
     void Finish() {
         if (IsAtEnd()) stream_.setstate(std::ios_base::eofbit);
     }
 
 private:
-    // The end isn't asked for again: what could be read whole must not fail by it.
+    // After the end the buffer isn't read again: that could fail, although the text was read as a whole.
     Traits::int_type Peek() { return Note(isAtEnd_ ? endOfText : buffer_->sgetc()); }
     Traits::int_type Take() { return Note(isAtEnd_ ? endOfText : buffer_->sbumpc()); }
     bool IsAtEnd() { return Peek() == endOfText; }
@@ -100,9 +100,9 @@ private:
     std::wstreambuf * buffer_;
     std::u16string text_;
     bool isAtEnd_;
-    bool hasStranger_ = false;         // Something was read that is no character, and that units can't hold.
-    bool hasDroppedZero_ = false;      // Lines in front of the first header had 0 characters.
-    char16_t const * fault_ = nullptr; // what was thrown
+    bool hasStranger_ = false;         // something was read that isn't a character and can't be kept in units
+    bool hasDroppedZero_ = false;      // lines before the first header had 0 characters
+    char16_t const * fault_ = nullptr; // the text of the exception that was thrown
 };
 
 void KZConfigReader::ReadComments(Texts & comments) {
@@ -124,7 +124,7 @@ KZString KZConfigReader::ReadComment() {
     Take();
     for (auto character = Take(); character != endOfText && character != L'\n'; character = Take())
         Gather(character);
-    while (text_.ends_with(u'\r')) text_.pop_back(); // all of them, so that a rewrite reads as it was written
+    while (text_.ends_with(u'\r')) text_.pop_back(); // all of them, so that a saved text reads the same
     return KZString(std::u16string_view(text_));
 }
 
@@ -166,7 +166,7 @@ void KZConfigReader::ReadHeader(KZConfigSection & section) {
 
     for (auto character = Take(); character != L'\n' && character != endOfText; character = Take()) {
         bool const isSkipped = character == L' ' || character == L'\t' || character == L'\r';
-        // Files whose last character is a stray one have always been accepted.
+        // A stray character is accepted if it is the last one of the file; callers rely on that.
         if (!isSkipped && !IsAtEnd()) Refuse(strayCharacter);
     }
 }
@@ -178,8 +178,8 @@ void KZConfigReader::ReadLine(KZConfigSection & section, Texts && comments) {
     ReadKeyAndValue(line);
 }
 
-/// Moves what was read of a section into one of its own, with lines in a block of just their size; the block of
-/// `working` stays for the lines of the next section.
+/// Appends the section that was read to the file and moves its lines into a vector of exactly their number. The memory of
+/// `working` is kept for the lines of the next section.
 void KZConfigReader::Append(KZConfigFile & file, KZConfigSection & working) {
     KZConfigSection & section = file.sections_.emplace_back();
     section.Adopt(&file);
@@ -209,8 +209,8 @@ void KZConfigReader::ReadFile(KZConfigFile & file) {
         file.whyPartial_ = nullptr;
 }
 
-/// A section joins the file when the next one begins: what was read of a section in front of an error doesn't, nor do
-/// lines in front of the first header, which no section was pending for.
+/// A section is appended to the file only when the next one begins or the text ends. So a section in which an error occurs isn't
+/// appended, and neither are lines before the first header, which belong to no section.
 void KZConfigReader::ReadSections(KZConfigFile & file) {
     KZConfigSection working;
     bool isPending = false;
@@ -290,7 +290,7 @@ void Append(std::u16string & text, KZConfigSection const & section) {
     for (auto line = section.GetLinesBegin(); line != section.GetLinesEnd(); ++line) Append(text, *line);
 }
 
-/// Unlike `operator<<` of strings this writes 0 units, too, which a damaged file may hold.
+/// Writes the whole text. `operator<<` of strings would stop at a 0 unit, which a damaged file may have.
 std::wostream & Write(std::wostream & stream, std::u16string const & text) {
     std::wstring const wide = KZToWide(text);
     return stream.write(wide.data(), static_cast<std::streamsize>(wide.size()));

@@ -1,5 +1,13 @@
 /// @file
-/// A configuration text that breaks the grammar.
+/// The exception for a configuration text that breaks the grammar.
+///
+///     std::wistringstream text(L"[Server\nport=80\n");
+///     KZConfigFile file(u"server.ini");
+///     try {
+///         text >> file;
+///     } catch (KZConfigStreamException const & exception) {
+///         KZGetConsole() << exception.what() << std::endl;
+///     }
 #pragma once
 
 #include "ZerlithCore/errors/KZException.h"
@@ -8,7 +16,7 @@
 
 /// Thrown by the stream operators that read configurations (KZConfigSection.h, KZConfigFile.h), and by nothing else.
 ///
-/// It takes no call stack: a broken file is the user's matter, and the readers that try several files catch it often.
+/// It has no call stack: the fault is in the file and not in the program, and programs that try several files catch it often.
 ///
 /// Thread safety: as KZException.
 class KZ_EXPORT KZConfigStreamException : public KZException {

@@ -1,4 +1,4 @@
-// The text of a configuration, as the stream operators and the ways to save write it.
+// The text of a configuration, for the stream operators and for saving.
 #pragma once
 
 #include <string>

@@ -1,15 +1,16 @@
 /// @file
-/// The lock that serves in the order of asking. Not installed.
+/// A lock that threads get in the order in which they asked for it. Not installed.
 #pragma once
 
 #include "ZerlithCore/platform/Threads.h"
 
 #include <atomic>
 
-/// A recursive lock. Who asks for it gets it behind those who asked before, also when the owner asks again at once; so
-/// a thread that works under it in passes lets everybody in between two of them.
+/// A recursive lock that waiting threads get in the order of their calls. A thread that unlocks and locks again at once gets
+/// it after those that were waiting. So when a thread works in passes and unlocks after each, all waiting threads get in
+/// between two passes.
 ///
-/// Thread safety: all operations may be called from any thread; `Unlock` by the owner.
+/// Thread safety: all operations may be called from any thread; only the owner may unlock.
 class KZFairLock {
 public:
     constexpr KZFairLock() noexcept = default;
@@ -32,13 +33,13 @@ public:
         served_.fetch_add(1, std::memory_order_release);
         served_.notify_all();
     }
-    /// Tells whether somebody waits. Requires: the caller holds the lock.
+    /// Tells whether another thread is waiting. Requires: the caller holds the lock.
     [[nodiscard]] bool IsAwaited() const noexcept {
         return tickets_.load(std::memory_order_relaxed) - served_.load(std::memory_order_relaxed) > 1;
     }
 
 private:
-    std::atomic<unsigned int> tickets_{0}; // given out
+    std::atomic<unsigned int> tickets_{0}; // the next free ticket
     std::atomic<unsigned int> served_{0};  // the ticket whose turn it is
     std::atomic<unsigned long> owner_{0};
     unsigned int depth_ = 0;

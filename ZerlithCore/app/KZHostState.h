@@ -1,5 +1,5 @@
 /// @file
-/// What a host knows of its plug-ins. Not installed.
+/// What a host knows about its plug-ins. Not installed.
 #pragma once
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
@@ -12,8 +12,8 @@
 
 namespace KZDetail {
 
-/// What a plug-in says of itself. The host asks when it adds the plug-in, and then goes by the answers: a plug-in that
-/// can't answer isn't taken.
+/// What a plug-in says about itself. The host asks once, when it adds the plug-in, and uses these answers from then on. A
+/// plug-in that throws instead of answering isn't accepted.
 struct PlugInDescription {
     KZString name;
     KZGuid id;
@@ -24,7 +24,7 @@ struct PlugInDescription {
     KZUsageInfo usage;
 };
 
-/// The plug-in as what `QueryInterface(iuid)` gives; null when it isn't that.
+/// The result of `QueryInterface(iuid)` on the plug-in as an `Interface`; null when the plug-in isn't one.
 template <class Interface>
 KZSmartPtr<Interface> As(KZPlugIn const & plugIn, int iuid) {
     KZSmartPtr<KZObjectI> const object = plugIn.QueryInterface(iuid);
@@ -40,21 +40,22 @@ struct KZHostedPlugIn {
     KZDetail::PlugInDescription description;
 };
 
-/// Two locks keep it. `lock` is the host's own: one operation at a time, taken before any lock of a plug-in's. `listLock` is
-/// taken behind it, by who changes the lists, and alone by who only looks: for moments, while no code of plug-ins runs.
+/// Two locks guard it. `lock` is the host's lock: it allows one operation at a time, and is taken before any lock of a plug-in.
+/// `listLock` guards the lists. A thread that changes them takes it after `lock`; a thread that only reads them takes it alone.
+/// It is held for moments only, and never while code of a plug-in runs.
 struct KZHostState {
     struct Failure {
         KZPlugIn const * plugIn; // null for one that isn't registered
         KZFailedPlugIn report;
     };
 
-    /// Null when it isn't registered. Requires: the caller holds one of the locks.
+    /// The entry of a plug-in; null when it isn't registered. Requires: the caller holds one of the locks.
     [[nodiscard]] KZHostedPlugIn * Find(KZPlugIn const * plugIn) noexcept;
-    /// Notes why a plug-in can't do its work, in the place of what was noted of it before.
+    /// Records why a plug-in has failed, in place of an earlier record about it.
     void NoteFailure(KZFailedPlugIn const & failed, KZPlugIn const * plugIn = nullptr);
     void NoteFailure(KZHostedPlugIn const & candidate, KZErrorID const & error);
     void ForgetFailure(KZPlugIn const * plugIn);
-    /// Forgets those of a library that gave no plug-in.
+    /// Forgets the failures of a library from which no plug-in was made.
     void ForgetFailure(KZString const & path);
 
     KZFairLock lock;
@@ -62,9 +63,10 @@ struct KZHostState {
     std::deque<KZHostedPlugIn> plugIns; // in the order of adding
     std::vector<Failure> failures;
 
-    // Under the host's own lock.
+    // Guarded by `lock`.
     KZPlugInLibraries libraries;
-    KZString loadingPath;      // of the library that is being loaded
-    bool registerOnly = false; // during a scan: libraries are registered, and initialised in order afterwards
+    KZString loadingPath; // the path of the library that is being loaded
+    bool registerOnly =
+        false; // true during a scan, which first registers all plug-ins and then initialises them in order
     unsigned int librariesNamed = 0;
 };

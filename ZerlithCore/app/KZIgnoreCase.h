@@ -1,5 +1,5 @@
 /// @file
-/// Equality of names ignoring case, cheap enough for walking a list of names. Not installed.
+/// Equality of names ignoring case, fast enough for searching a list of names. Not installed.
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
@@ -21,8 +21,8 @@ inline bool SameIgnoringCase(char16_t a, char16_t b) {
 
 /// True when both names have the same units under the one-unit case map, 0 units included.
 ///
-/// The map keeps lengths, so most names differ in their length already; and since names in one list tend to differ at
-/// their end ("server1", "server2"), the walk goes backward.
+/// The map doesn't change lengths, so names of different lengths differ. Names in one list tend to differ at their end
+/// ("server1", "server2"), so units are compared from the end.
 inline bool EqualIgnoringCase(std::u16string_view a, std::u16string_view b) {
     if (a.size() != b.size()) return false;
     for (std::size_t i = a.size(); i-- > 0;)

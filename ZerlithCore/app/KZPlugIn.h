@@ -1,16 +1,19 @@
 /// @file
-/// What a plug-in writer derives from: the plug-in, the one that runs, the one that runs on a thread of its own, and
-/// the container of several.
+/// The base classes of plug-ins: a plug-in, one that runs, and a container of several. KZThreadedRunPlugIn.h has the one that
+/// runs on a thread of its own.
 ///
 /// A plug-in library exports one function that makes the plug-in:
 ///
-///     class Counter : public KZRunPlugIn {
+///     class Greeter : public KZRunPlugIn {
 ///     public:
-///         KZString GetName() const override { return u"Counter"; }
+///         KZString GetName() const override { return u"Greeter"; }
 ///         KZGuid GetId() const override { return {0x1, 0x2, 0x3, 0x4}; }
-///         KZErrorID Run() override { ...; return KZErrorID(0); }
+///         KZErrorID Run() override {
+///             KZLockedCOUT().GetCout(1) << L"hello" << std::endl;
+///             return KZErrorID(0);
+///         }
 ///     };
-///     extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() { return new Counter; }
+///     extern "C" KZ_EXPORT KZPlugIn * GetPlugInObject() { return new Greeter; }
 #pragma once
 
 #include "ZerlithCore/app/KZUsageInfo.h"
@@ -25,13 +28,15 @@
 
 class KZApplicationWithPlugIns;
 
-/// The unit of work that a host loads, initialises, runs and unloads.
+/// A part of a program that a host loads, initialises, runs and unloads.
 ///
-/// Thread safety: the host calls everything on its main thread, but `RequestExit`, which may come on another one, and
+/// Errors: a call that throws or faults counts as failed (KZApplicationWithPlugIns).
+///
+/// Thread safety: the host calls everything on its main thread, except `RequestExit`, which may be called on another one, and
 /// the `Run` of a threaded plug-in.
 class KZ_EXPORT KZPlugIn : public KZObjectI {
 public:
-    /// How far the host has come with a plug-in.
+    /// The state of a plug-in in the host.
     enum Status : int {
         NotInitialised = 0,
         InitFailed = 1,
@@ -40,7 +45,7 @@ public:
         Ended = 4 ///< its run has ended
     };
 
-    /// The identity of a plug-in that another one depends on, with the name to show when it isn't found.
+    /// The identity of a plug-in that another one depends on, and the name that the host prints when it isn't found.
     struct PlugInIdEx {
         PlugInIdEx(KZGuid const & plugInId, KZString const & plugInName = KZString())
             : id(plugInId), name(plugInName) {}
@@ -57,28 +62,31 @@ public:
     unsigned long AddRef() const override;
     unsigned long Release() const override;
     unsigned long NbRef() const noexcept { return count_.Get(); }
-    /// 4.
+    /// Always 4.
     int GetIUID() const override;
     bool IsKindOf(int iuid) const override;
-    /// Serves 4.
+    /// The plug-in itself for 4; otherwise as KZObjectI.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
 
+    /// The state that the host has set.
     virtual Status GetStatus() const;
     /// The name that the host prints.
     virtual KZString GetName() const = 0;
     /// The identity; two plug-ins with one identity can't be loaded together.
     virtual KZGuid GetId() const = 0;
+    /// Whether this is a KZRunPlugIn.
     virtual bool IsRunningPlugIn() const;
+    /// Whether this is a KZPlugInContainer.
     virtual bool IsContainerPlugIn() const;
     /// The command-line options of the plug-in, for the host's usage display.
     virtual KZUsageInfo GetUsageInfo() const;
     /// The plug-ins that must have been initialised before this one.
     virtual std::vector<PlugInIdEx> GetDependentV() const;
-    /// Makes the plug-in ready. An error keeps it, and what depends on it, from running.
+    /// Prepares the plug-in. After an error neither it nor the plug-ins that depend on it are run.
     virtual KZErrorID Init(KZApplicationWithPlugIns const & application) = 0;
-    /// Undoes `Init`; called on a plug-in whose status isn't `NotInitialised`, before its library is let go.
+    /// Undoes `Init`. The host calls it before it frees the library, unless the status is `NotInitialised`.
     virtual void Unload();
-    /// Asks the plug-in to end its run; waits for the end if `wait` is true.
+    /// Asks the plug-in to end its run, and with `wait` waits for the end.
     virtual void RequestExit(bool wait);
 
 private:
@@ -89,32 +97,37 @@ private:
     std::atomic<Status> status_{NotInitialised};
 };
 
-/// A plug-in that the host runs, on its own thread.
+/// A plug-in that the host runs on the host's main thread.
+///
+/// Thread safety: as KZPlugIn.
 class KZ_EXPORT KZRunPlugIn : public KZPlugIn {
 public:
     ~KZRunPlugIn() override;
 
-    /// 5.
+    /// Always 5.
     int GetIUID() const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     bool IsRunningPlugIn() const override;
-    /// Success.
+    /// Does nothing and succeeds.
     KZErrorID Init(KZApplicationWithPlugIns const & application) override;
-    /// The plug-in's work. The host runs the next plug-in when it returns; it doesn't look at the result.
+    /// The plug-in's work. When it returns, the host runs the next plug-in, whatever the result is.
     virtual KZErrorID Run() = 0;
 };
 
-/// Several plug-ins from one library. The host adds the members, then initialises the container.
+/// Several plug-ins from one library. The host adds the members first, and then initialises the container.
+///
+/// Thread safety: as KZPlugIn.
 class KZ_EXPORT KZPlugInContainer : public KZPlugIn {
 public:
     ~KZPlugInContainer() override;
 
-    /// 6.
+    /// Always 6.
     int GetIUID() const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     bool IsContainerPlugIn() const override;
-    /// Success.
+    /// Does nothing and succeeds.
     KZErrorID Init(KZApplicationWithPlugIns const & application) override;
+    /// The members.
     virtual KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & GetPlugInList() const;
 
 protected:
@@ -125,14 +138,16 @@ private:
     KZSmartPtrVector<KZSmartPtr<KZPlugIn>> members_;
 };
 
-/// The library's own plug-in, which every host loads first; it brings the library's options to the usage text.
+/// The library's own plug-in, which every host loads first. It adds the library's options to the usage text.
+///
+/// Thread safety: as KZPlugIn.
 class KZ_EXPORT KZLibPlugIn : public KZPlugIn {
 public:
     static constexpr KZGuid Id{0xB861C917, 0x11D3A414, 0x0400FE9A, 0xAB8796AC};
 
     ~KZLibPlugIn() override;
 
-    /// "ZerlithCore PlugIn".
+    /// Always "ZerlithCore PlugIn".
     KZString GetName() const override;
     KZGuid GetId() const override;
     KZUsageInfo GetUsageInfo() const override;

@@ -32,7 +32,7 @@ void KZDetail::WriteErrorLine(KZString const & text) {
 
 KZErrorID KZDetail::Report(KZErrorID const & error) {
     KZString text;
-    // The error may be of a class of the plug-in's.
+    // The plug-in may have defined the class of the error, so asking for its text may throw.
     KZErrorID const failure = Attempt([&] { text = error.AsString(); });
     WriteErrorLine(failure.Bad() ? failure.AsString() : text);
     return error;
@@ -44,6 +44,6 @@ void KZDetail::TellException() noexcept {
     try {
         WriteErrorLine(TextOfException());
     } catch (...) {
-        // There is no memory to say so.
+        // There is no memory for the report.
     }
 }

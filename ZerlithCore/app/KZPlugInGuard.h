@@ -1,5 +1,5 @@
 /// @file
-/// Keeps the host alive when a plug-in throws or faults. Not installed.
+/// Calls code of plug-ins so that the host survives when it throws or faults. Not installed.
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -7,17 +7,17 @@
 
 namespace KZDetail {
 
-/// Writes "ERR> ***" and `text` as a line of its own to the application's console stream.
+/// Writes "ERR> ***" and `text` as one line to the application's console stream.
 void WriteErrorLine(KZString const & text);
 /// The same with the text of `error`, and returns the error.
 KZErrorID Report(KZErrorID const & error);
 
 /// An error with the text of the exception that is being handled.
 [[nodiscard]] KZErrorID ErrorOfException();
-/// Tells an exception that is being handled on the console, if there is memory for that.
+/// Writes the exception that is being handled to the console. Without memory for that it writes nothing.
 void TellException() noexcept;
 
-/// Calls `call`. An exception comes back as an error with its text.
+/// Calls `call`. If it throws, returns an error with the text of the exception.
 template <class Call>
 [[nodiscard]] KZErrorID Attempt(Call && call) {
     try {
@@ -28,7 +28,7 @@ template <class Call>
     }
 }
 
-/// Calls `call`; an exception's text becomes an error line. Tells whether the call came back by itself.
+/// Calls `call`. If it throws, writes the text of the exception as an error line and returns false.
 template <class Call>
 bool CallGuarded(Call && call) noexcept {
     try {

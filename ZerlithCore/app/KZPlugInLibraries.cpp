@@ -1,4 +1,5 @@
-// The class of an object tells whose code it is: its type information lies in the module that has the class's functions.
+// The library to which an object belongs is found through the object's class: the type information of the class lies in the
+// module that has the class's functions.
 #include "ZerlithCore/app/KZPlugInLibraries.h"
 
 #include "ZerlithCore/app/KZApplication.h"
@@ -49,7 +50,7 @@ void KZPlugInLibraries::Refuse(void * library, KZString const & path, Objects ob
 
 void KZPlugInLibraries::LetGo(Objects objects) noexcept { LetGoFrom(0, objects); }
 
-// Libraries in front of `first` stay.
+// Frees the libraries from index `first` on; earlier ones stay.
 void KZPlugInLibraries::LetGoFrom(std::size_t first, Objects & objects) noexcept {
     bool const isComplete = KZDetail::CallGuarded([&] { TakeSubscribers(first, objects); });
     DropAll(objects);
@@ -98,12 +99,13 @@ void KZPlugInLibraries::TakeSubscribers(std::size_t firstLibrary, Objects & obje
             channel->UnSubscribe(subscriber);
             hasTaken = true;
         }
-        // Behind a flush of this thread no other one is in the middle of giving the subscriber a text.
+        // After this flush no other thread is still passing a text to the subscriber.
         if (hasTaken) channel->GetStream().rdbuf()->pubsync();
     }
 }
 
-// An object that is held by others may be held by objects that go only now, so the walk is repeated until it finds no more.
+// An object may be held by another one in the list that is destroyed only during the walk. So the walk is repeated until it
+// releases nothing more.
 void KZPlugInLibraries::DropAll(Objects & objects) noexcept {
     for (bool hasDropped = true; hasDropped;) {
         hasDropped = false;

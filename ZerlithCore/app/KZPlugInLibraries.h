@@ -1,5 +1,5 @@
 /// @file
-/// The libraries of a host, and how it lets go of them. Not installed.
+/// The libraries of a host, and how it frees them. Not installed.
 #pragma once
 
 #include "ZerlithCore/foundation/KZRefCount.h"
@@ -11,29 +11,30 @@
 
 /// Libraries that were loaded for their plug-ins.
 ///
-/// A library may leave memory only when nobody calls its code any more. Code is called through objects of its classes,
-/// which destroy themselves by it, and by threads.
+/// A library may be freed only when nobody can call its code any more. Its code is called by threads that run in it, and
+/// through objects of its classes, at the latest by their destructors.
 ///
 /// Thread safety: one object needs outside locking.
 class KZPlugInLibraries {
 public:
-    /// Objects to let go of, each held once.
+    /// Objects to release. The vector holds one reference on each.
     using Objects = std::vector<KZSmartPtr<KZRefCountI>>;
 
-    /// Makes room, so that one `Add` or `Refuse` needs no memory.
+    /// Reserves room, so that the next `Add` or `Refuse` doesn't allocate.
     void Reserve();
-    /// Takes over one load of `library`. A second load of it is given back.
+    /// Takes over one load of `library`. If it is taken over already, the second load is undone.
     void Add(void * library, KZString const & path);
-    /// Lets go of a library that isn't wanted, and of `objects`, as `LetGo` does; but where it was taken over before, by
-    /// another load, only of this load and the objects. Without memory the library stays.
+    /// Releases `objects` and frees a library that isn't wanted, as `LetGo` does. If the library was taken over by an earlier
+    /// load, only this load is undone. Without memory the library stays loaded.
     void Refuse(void * library, KZString const & path, Objects objects) noexcept;
 
-    /// Lets go of `objects` in their order, of what the libraries left on log channels, and then of the libraries.
+    /// Releases `objects` in their order, then the subscribers that the libraries left on log channels, and then frees the
+    /// libraries.
     ///
-    /// A library stays in memory for the rest of the process, and a line tells so, when somebody else still holds one of
-    /// these objects, when the destructor of one didn't come to its end, and when threads are running in it.
+    /// A library stays in memory until the process ends, and a line on the console says so, if somebody else still holds one of
+    /// these objects, if the destructor of one has thrown, or if threads are running in the library.
     void LetGo(Objects objects) noexcept;
-    /// Lets go of one object, which becomes null, and of no library. Null is ignored.
+    /// Releases one object, sets `object` to null, and frees no library. Null is ignored.
     void LetGo(KZSmartPtr<KZRefCountI> & object) noexcept;
 
 private:

@@ -1,5 +1,5 @@
-// How a host finds plug-in libraries and gets the plug-in out of each: from the configuration file, from list files,
-// from directories. A scan registers all libraries first and initialises afterwards, in the order of dependency.
+// Finds plug-in libraries, through the configuration file, list files and directories, and loads the plug-in of each. A scan
+// registers the plug-ins of all libraries first, and then initialises them in the order of their dependencies.
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 #include "ZerlithCore/app/KZHostState.h"
@@ -35,13 +35,13 @@ void WriteLine(Parts const &... parts) {
     (console.GetCout(1) << ... << parts) << std::endl;
 }
 
-// Writes `text` and makes an error of it.
+// Writes `text` to the console and returns it as an error.
 KZErrorID Refuse(KZString const & text) {
     WriteLine(text);
     return KZErrorID(new KZErrorString(text));
 }
 
-// Where the libraries are, and which.
+// The directory of the libraries, and their names.
 struct Found {
     KZString directory;
     FileNames files;
@@ -96,7 +96,7 @@ Found FilesOfDirectory(KZString directory, KZString const & extension) {
     return found;
 }
 
-// The list file that `place` names at its end or holds under the usual name; empty when there is none.
+// `place` itself if it is a list file, or the list file with the usual name in that directory; empty when there is none.
 KZString ListFileOf(KZString const & place) {
     if (KZPath(place).GetExtension().IsEqual(ListExtension, KZString::IgnoreCase)) return place;
     for (char16_t const * name : {u"osx.lst", u"OSX.LST"}) {
@@ -113,7 +113,7 @@ Found FilesOfPlace(KZString const & place, KZString const & extension) {
     return FilesOfList(listFile, directory.IsNull() ? KZString(u".") : directory);
 }
 
-// Gives a variable another value, and puts the old one back.
+// Gives a variable another value, and restores the old one at the end of the scope.
 template <class T>
 class Meanwhile {
 public:
@@ -127,11 +127,11 @@ private:
     T saved_;
 };
 
-/// A library that is loaded for its plug-in. At the end the host takes both over if the plug-in was registered, whatever
-/// came then; otherwise both go.
+/// A library that is loaded for its plug-in. At the end of the scope the host takes both over if the plug-in was registered,
+/// even if a later step has failed. Otherwise the plug-in is released and the library freed.
 class Candidate {
 public:
-    /// Makes room for all that the end does, which must not fail.
+    /// Reserves the memory that the destructor will need, since that must not fail.
     Candidate(KZHostState & host, KZString const & path) : host_(host), path_(path) {
         host.libraries.Reserve();
         objects_.reserve(1);
@@ -139,7 +139,8 @@ public:
     ~Candidate() {
         if (!library) return;
         if (!plugIn.IsNull() && host_.Find(plugIn)) {
-            // Its Init may have loaded others into the room. Without memory for more the library stays for good.
+            // If the plug-in's Init has loaded other libraries, they have used the reserved room. If there is no memory then,
+            // the library is never freed.
             KZDetail::CallGuarded([&] { host_.libraries.Add(library, path_); });
             return;
         }
@@ -218,7 +219,8 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
         configured ? FilesOfConfiguration(*GetConfigFile(), GetAppPath()) : FilesOfPlace(place, extension);
     state_->librariesNamed += static_cast<unsigned int>(files.files.size());
 
-    // File names are relative to the directory that was current before, those of the configuration to the program's.
+    // Names from a list are relative to the working directory before the scan, names in the configuration file to the
+    // program's directory.
     FileNames complete;
     for (KZString const & file : files.files)
         complete.push_back(KZPath(file).MakeComplete(configured ? files.directory : KZString()).AsString());

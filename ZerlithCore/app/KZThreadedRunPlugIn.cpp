@@ -25,7 +25,7 @@ void KZThreadedRunPlugIn::RunInThread() {
     struct RunningMark {
         KZThreadedRunPlugIn & plugIn;
         explicit RunningMark(KZThreadedRunPlugIn & of) : plugIn(of) { plugIn.SetRunning(true); }
-        ~RunningMark() { plugIn.SetRunning(false); } // whatever happens: the host waits for it
+        ~RunningMark() { plugIn.SetRunning(false); } // also after an exception, since the host waits for it
     } const mark(*this);
     KZErrorID const error = KZDetail::Attempt([this] { static_cast<void>(Run()); });
     if (error.Good()) return;

@@ -1,5 +1,19 @@
 /// @file
 /// The plug-in that runs on a thread of its own.
+///
+///     class Heartbeat : public KZThreadedRunPlugIn {
+///     public:
+///         KZString GetName() const override { return u"Heartbeat"; }
+///         KZGuid GetId() const override { return {0x1, 0x2, 0x3, 0x5}; }
+///         KZErrorID Run() override {
+///             while (stop_.Wait(1000) != 0) KZLockedCOUT().GetCout(1) << L"alive" << std::endl;
+///             return KZErrorID(0);
+///         }
+///         void StopRequested() override { stop_.Post(); }
+///
+///     private:
+///         KZEventSemaphore stop_;
+///     };
 #pragma once
 
 #include "ZerlithCore/app/KZPlugIn.h"
@@ -8,22 +22,22 @@
 
 /// A plug-in whose `Run` has a thread of its own and ends when `StopRequested` asks it to.
 ///
-/// Thread safety: `Run` is on the plug-in's thread; `RequestExit` and `StopRequested` may come from any other.
+/// Thread safety: `Run` is called on the plug-in's thread; `RequestExit` and `StopRequested` may be called on any other.
 class KZ_EXPORT KZThreadedRunPlugIn : public KZRunPlugIn {
 public:
     ~KZThreadedRunPlugIn() override;
 
-    /// 7.
+    /// Always 7.
     int GetIUID() const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
-    /// Calls `StopRequested` if the plug-in runs. With `wait`, returns when the run has ended, however long that takes.
+    /// Calls `StopRequested` if the plug-in runs. With `wait` it waits without limit until the run has ended.
     void RequestExit(bool wait) override;
 
-    /// The plug-in's own way to make `Run` end: sets what `Run` looks at, and returns.
+    /// Makes `Run` end: for example posts an event that `Run` waits for. It must not wait itself.
     virtual void StopRequested() = 0;
 
-    /// The body of the thread: marks the run, calls `Run`, marks its end. An exception ends the run and is written to
-    /// the console as an error line.
+    /// The body of the thread: sets the state to running, calls `Run`, and sets it to ended. An exception ends the run, and its
+    /// text is written to the console as an error line.
     void RunInThread();
 
     /// True from the start of the thread's body to its end.
@@ -36,6 +50,6 @@ private:
 
     mutable KZCriticalSection lock_;
     bool running_ = false;
-    KZApplicationWithPlugIns * host_ = nullptr; // that has started the thread
+    KZApplicationWithPlugIns * host_ = nullptr; // the host that has started the thread
     KZSmartPtr<KZThread> thread_;
 };

@@ -12,8 +12,8 @@
 
 namespace {
 
-/// The standard input byte by byte as characters: enough for numbers and letters, and unlike the standard's own wide
-/// input it leaves the stream behind it to be read by others.
+/// Reads the standard input byte by byte and takes each byte as a character, which is enough for numbers and letters. It reads
+/// no more than it needs, so others can read the rest of the input.
 class NarrowInput : public std::wstreambuf {
 protected:
     int_type underflow() override {
@@ -106,7 +106,7 @@ bool KZUnitTest::RunTestCase(KZTestCase & testCase, std::wostream & out) {
 
 void KZUnitTest::DisplayMenuAndExecuteUserChoice(TestList const & tests, std::wostream & out,
                                                  std::wistream & in) const {
-    TestList const menu = tests; // A test may add others.
+    TestList const menu = tests; // a copy, since a test may add others
     for (;;) {
         ShowMenu(name_, menu, out);
         KZString choice;

@@ -1,8 +1,8 @@
 /// @file
 /// Tests that a program offers on a menu while it runs.
 ///
-///     KZUnitTest & menu = *application.GetMainMenu();
-///     menu.AddTestCase(new KZTestCase(u"connects to the server", [] { return Connect(); }));
+///     KZUnitTest menu("Server");
+///     menu.AddTestCase(new KZTestCase(u"finds its configuration", [] { return KZFile::Exists(u"server.ini"); }));
 ///     menu.DisplayMenuAndExecuteUserChoice();
 #pragma once
 
@@ -16,9 +16,9 @@
 #include <utility>
 #include <vector>
 
-/// One test: a name and something to run. Built with a callback, or derived from.
+/// One test: a name and a function. Pass a callback to the constructor, or override `Run`.
 ///
-/// Thread safety: the name is fixed; what `Run` allows is up to the test.
+/// Thread safety: the name may be read from any thread. Whether several threads may call `Run` depends on the test.
 class KZ_EXPORT KZTestCase : public KZRefCount {
 public:
     using Body = std::function<bool()>;
@@ -28,7 +28,8 @@ public:
 
     [[nodiscard]] KZString const & GetName() const noexcept { return name_; }
 
-    /// True when the test passed; an exception is a failure too. Here: calls the callback, and passes without one.
+    /// Runs the test and returns whether it passed. A test that throws has failed, too. Here: calls the callback; without a
+    /// callback the test passes.
     virtual bool Run();
 
 private:
@@ -43,7 +44,7 @@ class KZ_EXPORT KZUnitTest {
 public:
     using TestList = std::vector<KZSmartPtr<KZTestCase>>;
 
-    /// `name` is UTF-8 and the menu's title.
+    /// `name`, in UTF-8, is the title of the menu.
     explicit KZUnitTest(std::string const & name);
 
     [[nodiscard]] KZString const & GetName() const noexcept { return name_; }
@@ -51,17 +52,17 @@ public:
     /// Appends a test; null is ignored.
     void AddTestCase(KZSmartPtr<KZTestCase> const & testCase);
     [[nodiscard]] TestList const & GetTestList() const noexcept { return tests_; }
-    /// Takes all tests off the list and returns them.
+    /// Empties the list and returns the tests that were in it.
     [[nodiscard]] TestList TakeTestCases() noexcept { return std::exchange(tests_, {}); }
     /// The test that was added last; null when there is none.
     [[nodiscard]] KZSmartPtr<KZTestCase> GetLastTestCase() const;
 
-    /// Runs one test, tells its result and how long it took, and returns whether it passed. Exceptions are told and
-    /// end here.
+    /// Runs one test, writes its result and duration to `out`, and returns whether it passed. If the test throws, the text of the
+    /// exception is written, too, and the exception isn't passed on.
     static bool RunTestCase(KZTestCase & testCase, std::wostream & out);
 
-    /// Shows the numbered `tests`, reads a choice, runs what was chosen, and starts over until the choice is to quit or
-    /// the input ends. "a" runs all.
+    /// Writes the numbered `tests` to `out`, reads a choice from `in`, and runs the chosen test, or all for "a". It repeats that
+    /// until the choice is to quit or the input ends.
     void DisplayMenuAndExecuteUserChoice(TestList const & tests, std::wostream & out,
                                          std::wistream & in) const;
     /// The same with this object's list on the console and the standard input.

@@ -24,8 +24,8 @@ std::u16string Padded(std::u16string_view text, std::size_t width) {
     return padded;
 }
 
-/// Takes the next line off `rest`: all of it if it fits, else up to the last blank that lets the line fit. A word that
-/// is too long is cut.
+/// Removes the next line from `rest` and returns it: the whole rest if it fits, otherwise the text up to the last blank at which
+/// the line fits. A word that is too long is cut.
 std::u16string_view TakeLine(std::u16string_view & rest) {
     bool const fits = rest.size() <= descriptionWidth;
     std::size_t const blank = fits ? std::u16string_view::npos : rest.rfind(u' ', descriptionWidth);

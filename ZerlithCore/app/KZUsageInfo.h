@@ -2,8 +2,8 @@
 /// Descriptions of a program's options, and their display.
 ///
 ///     KZUsageInfo usage;
-///     usage.AddCmdLineArgDesc("level:{number}", "How much the tool tells.");
-///     KZWriteUsage(std::wcout, u"tool", {usage});
+///     usage.AddCmdLineArgDesc("level:{number}", "How much the tool prints.");
+///     KZWriteUsage(KZGetConsole(), u"tool", {usage});
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
@@ -12,7 +12,8 @@
 #include <iosfwd>
 #include <vector>
 
-/// A general text and the descriptions of options, in the order in which they were added.
+/// A general text and the descriptions of options, in the order in which they were added. Errors: std::bad_alloc, and nothing
+/// has changed.
 ///
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZUsageInfo {
@@ -23,10 +24,10 @@ public:
     [[nodiscard]] unsigned int GetCmdLineArgDescCount() const noexcept {
         return static_cast<unsigned int>(descriptions_.size());
     }
-    /// Gives one description; false, and nothing given, when there is none at `index`.
+    /// Sets `option`, `description` and `flag` to those at `index`, from 0. False, and nothing is set, when there are fewer.
     bool GetCmdLineArgDesc(unsigned int index, KZString & option, KZString & description, bool & flag) const;
-    /// Appends a description. `option` comes without its delimiter. `flag` is stored and handed back; the display
-    /// doesn't use it. Narrow texts are UTF-8; null is empty.
+    /// Appends a description. `option` is the option without its delimiter. `flag` is stored and returned, but the display
+    /// doesn't use it. Narrow texts are UTF-8; null counts as empty.
     void AddCmdLineArgDesc(KZString const & option, KZString const & description, bool flag = false);
     void AddCmdLineArgDesc(char const * option, char const * description, bool flag = false);
 
@@ -41,7 +42,7 @@ private:
     std::vector<Description> descriptions_;
 };
 
-/// Writes how `appName` is used: a banner, then for each of `infos` the general text and the options in two columns of 20
-/// and 54 units. A long option has a line of its own; descriptions break at blanks.
+/// Writes how `appName` is used: a banner, and for each of `infos` the general text and the options in two columns of 20
+/// and 54 units. A long option gets a line of its own; descriptions are broken at blanks. Thread safety: as `stream`.
 KZ_EXPORT void KZWriteUsage(std::wostream & stream, KZString const & appName,
                             std::vector<KZUsageInfo> const & infos);

@@ -61,9 +61,9 @@ public:
 
     // --- Schemas (XML Schema 1.0)
 
-    /// Adds a copy of `schema` for a namespace, and replaces an earlier schema for it. `nameSpace` is "x-schema:" followed by
-    /// the namespace, or empty for elements without a namespace. Schemas that this one imports must be added as well.
-    /// Errors: BadSchema if it isn't a schema of that namespace, or if it includes another file.
+    /// Adds a copy of `schema` for the namespace `nameSpace`, or for elements without a namespace if that is empty, and replaces
+    /// an earlier schema for it. Messages name the schema by "x-schema:" and the namespace. Schemas that this one imports must
+    /// be added as well. Errors: BadSchema if it isn't a schema of that namespace, or if it includes another file.
     void AddSchema(KZString const & nameSpace, KZDOMDocument const & schema);
     /// Returns whether the content follows the schemas. If not, `GetLastParseError` has the reason and the line.
     /// Errors: BadSchema. Cost: the first call after `AddSchema` compiles the schemas.
