@@ -57,8 +57,8 @@ public:
     /// The test that was added last; null when there is none.
     [[nodiscard]] KZSmartPtr<KZTestCase> GetLastTestCase() const;
 
-    /// Runs one test, writes its result and duration to `out`, and returns whether it passed. If the test throws, the text of the
-    /// exception is written, too, and the exception isn't passed on.
+    /// Runs one test, writes its result and duration to `out`, and returns whether it passed. If the test throws, the text of
+    /// the exception is written, too, and the exception isn't passed on.
     static bool RunTestCase(KZTestCase & testCase, std::wostream & out);
 
     /// Writes the numbered `tests` to `out`, reads a choice from `in`, and runs the chosen test, or all for "a". It repeats that

@@ -62,8 +62,8 @@ public:
     // --- Schemas (XML Schema 1.0)
 
     /// Adds a copy of `schema` for the namespace `nameSpace`, or for elements without a namespace if that is empty, and replaces
-    /// an earlier schema for it. Messages name the schema by "x-schema:" and the namespace. Schemas that this one imports must
-    /// be added as well. Errors: BadSchema if it isn't a schema of that namespace, or if it includes another file.
+    /// an earlier schema for it. Inside the library its name is "x-schema:" and the namespace. Schemas that this one imports
+    /// must be added as well. Errors: BadSchema if it isn't a schema of that namespace, or if it includes another file.
     void AddSchema(KZString const & nameSpace, KZDOMDocument const & schema);
     /// Returns whether the content follows the schemas. If not, `GetLastParseError` has the reason and the line.
     /// Errors: BadSchema. Cost: the first call after `AddSchema` compiles the schemas.

@@ -30,7 +30,7 @@ std::u16string LastErrorReason() {
     return ErrorText(LastErrorNumber()).value_or(u"The system has given no reason");
 }
 
-// The whole file. False with the reason in the last error.
+// Reads the whole file. False, with the reason in the last error.
 bool ReadFile(std::u16string_view path, std::string & bytes) {
     constexpr std::size_t chunk = 65536;
     FileHandle file;
@@ -57,7 +57,7 @@ Document * NewDocumentObject(OwnedDoc doc, bool keepsWhiteSpace) {
     auto tree = std::make_unique<Tree>(std::move(doc));
     tree->keepsWhiteSpace = keepsWhiteSpace;
     auto * const object = new DocumentObject(*tree);
-    static_cast<void>(tree.release()); // the object holds it
+    static_cast<void>(tree.release()); // the object owns it now
     return object;
 }
 
@@ -65,8 +65,8 @@ void Replace(Document & document, OwnedDoc doc) {
     dynamic_cast<DocumentObject &>(document).Take(std::move(doc));
 }
 
-// The old tree lives on while others hold its nodes, and gets an object of its own when one asks for it. Schemas and the
-// last error belong to the object and go with it.
+// The old tree exists as long as handles refer to its nodes. If one of those asks for its document, the old tree gets a new
+// object. The schemas and the last error stay with this object.
 void DocumentObject::Take(OwnedDoc doc) {
     auto tree = std::make_unique<Tree>(std::move(doc));
     tree->schemas = Home().schemas;

@@ -24,7 +24,7 @@ public:
     DocumentResult Create(DocumentNodeKind kind, std::u16string_view name, std::u16string_view nameSpace,
                           std::u16string_view text, DocumentNode *& made) override;
 
-    /// Lets go of the tree and stands for another one.
+    /// Releases the present tree and makes this the object of the document `doc`.
     void Take(OwnedDoc doc);
 
 private:
@@ -32,7 +32,7 @@ private:
     DocumentResult CreateElement(std::u16string_view name, std::u16string_view nameSpace, OwnedNode & made);
 };
 
-/// A new document, without references.
+/// A new document object with a reference count of 0.
 [[nodiscard]] Document * NewDocumentObject(OwnedDoc doc, bool keepsWhiteSpace);
 
 } // namespace KZPlatform::LibXml2

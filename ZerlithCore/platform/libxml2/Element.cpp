@@ -1,5 +1,5 @@
-// libxml2 keeps declarations of namespaces apart from attributes. Here they are attributes named "xmlns" and "xmlns:p"; as
-// elements and attributes point to their declaration, one that is in use stays as it is.
+// libxml2 keeps declarations of namespaces apart from attributes. Here they appear as attributes named "xmlns" and "xmlns:p".
+// Elements and attributes point to their declaration, so a declaration that is in use can't be changed.
 #include "ZerlithCore/platform/libxml2/Element.h"
 
 #include <libxml/valid.h>
@@ -14,7 +14,7 @@ namespace {
 
 using OwnedNamespace = std::unique_ptr<xmlNs, FreeBy<xmlFreeNs>>;
 
-// The prefix that a name of a declaration declares; empty for "xmlns" itself.
+// The prefix that the attribute `name` declares, which is empty for "xmlns"; none if `name` isn't a declaration.
 std::optional<std::string_view> DeclaredPrefix(std::string_view name) {
     if (name == "xmlns") return std::string_view();
     if (name.starts_with("xmlns:")) return name.substr(6);
@@ -111,7 +111,7 @@ DocumentResult Element::SetDeclaration(std::string_view prefix, std::string cons
         xmlFree(const_cast<xmlChar *>(std::exchange(ns->href, href.release())));
         return {};
     }
-    // What stands here under an outer declaration of the prefix would be read back in another namespace.
+    // If names here use an outer declaration of the prefix, a new one would move them to another namespace.
     std::string const name(prefix);
     LibraryCall const call;
     xmlNs const * const outer = xmlSearchNs(Node()->doc, Node(), prefix.empty() ? nullptr : Chars(name));

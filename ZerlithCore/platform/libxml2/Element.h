@@ -18,7 +18,7 @@ private:
     DocumentResult SetDeclaration(std::string_view prefix, std::string const & uri);
 };
 
-/// Replaces the value of an attribute, wherever it stands.
+/// Replaces the value of an attribute, whether it belongs to an element or not.
 void SetAttributeValue(xmlAttr * attribute, std::string const & value);
 
 } // namespace KZPlatform::LibXml2

@@ -1,5 +1,6 @@
-// libxml2 keeps its error handlers a thread, so a call may set and restore them. libxslt keeps one for the process: it is
-// replaced once, by one that looks for a call on its thread and hands on to its predecessor where there is none.
+// libxml2 has error handlers for each thread, so a LibraryCall sets and restores them. libxslt has one handler for the whole
+// process. It is replaced once, by a handler that passes messages to the LibraryCall of the thread, or to the former handler
+// if the thread has none.
 #include "ZerlithCore/platform/libxml2/Library.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
@@ -24,7 +25,7 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr std::size_t MaxTextBytes = 4096; // of complaints that are kept
+constexpr std::size_t MaxTextBytes = 4096; // of error messages that are kept
 
 thread_local LibraryCall * currentCall = nullptr;
 
@@ -51,7 +52,7 @@ void Initialise() {
     static std::once_flag once;
     std::call_once(once, [] {
         UseReserve();
-        QuietFloatingPoint const quiet; // the library makes itself a NaN
+        QuietFloatingPoint const quiet; // the library computes a NaN when it starts
         LibraryCall const call;         // what is made once is whole, be it of the reserve
         xmlInitParser();
         xmlXPathInit();
@@ -104,8 +105,8 @@ bool IsDocumentText(std::string_view utf8) noexcept {
 
 namespace {
 
-// The first use of libxml2 on a thread makes its globals there, and crashes if they can't be had. Of the C library a block
-// of a size that has just been freed is to be had.
+// The first use of libxml2 on a thread allocates its globals there, and libxml2 crashes if that fails. So a block of that size
+// is allocated and freed first: if that works, the C library can give libxml2 the same block.
 void MakeThreadGlobals() {
     thread_local bool areMade = false;
     if (areMade || xmlIsMainThread()) return;

@@ -1,5 +1,5 @@
 /// @file
-/// What every source beside this one needs of libxml2: one start, owning pointers, and errors that go nowhere else.
+/// What all sources of this folder need of libxml2: its start, owning pointers, and its errors, which mustn't be printed.
 #pragma once
 
 #include "ZerlithCore/platform/Documents.h"
@@ -32,7 +32,7 @@ using OwnedDoc = std::unique_ptr<xmlDoc, FreeBy<xmlFreeDoc>>;
 using OwnedNode = std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>>; // that stands nowhere, and is no attribute
 using OwnedText = std::unique_ptr<xmlChar, FreeText>;
 
-/// `object`, which is null only when memory has run out.
+/// Returns `object`. Errors: std::bad_alloc for null, which the libraries return when memory has run out.
 template <class T>
 T * Need(T * object) {
     if (!object) throw std::bad_alloc();
@@ -62,7 +62,7 @@ inline std::string_view View(xmlChar const * text) noexcept {
 /// Makes sure that the system has so much memory just now. Errors: std::bad_alloc.
 void AskForMemory(std::size_t bytes);
 
-/// Whether all characters may stand in a document.
+/// Whether a document may contain all these characters.
 [[nodiscard]] bool IsDocumentText(std::string_view utf8) noexcept;
 
 /// While it lives, this thread is at work in libxml2 or libxslt. What they complain about on the thread comes here, not to
@@ -73,37 +73,37 @@ void AskForMemory(std::size_t bytes);
 /// an inner one was refused in the outer one, too.
 class LibraryCall {
 public:
-    /// Errors: std::bad_alloc, when it is the thread's first one.
+    /// Errors: std::bad_alloc, but only for the first object on a thread.
     LibraryCall();
     ~LibraryCall();
     LibraryCall(LibraryCall const &) = delete;
     LibraryCall & operator=(LibraryCall const &) = delete;
 
-    /// The first error's text, or what was said without a code if there is no error.
+    /// The text of the first error; if there was none, the text of the messages that had no error code.
     [[nodiscard]] std::u16string Reason() const;
-    /// The line of the first error; 0 for unknown.
+    /// The line of the first error; 0 if it isn't known.
     [[nodiscard]] int Line() const noexcept { return line_; }
 
     [[nodiscard]] bool IsOutOfMemory() const noexcept { return isOutOfMemory_; }
-    /// Errors: std::bad_alloc if memory has been refused since this was made.
+    /// Errors: std::bad_alloc if the libraries got no memory at some time since this object was made.
     void CheckMemory() const {
         if (isOutOfMemory_) throw std::bad_alloc();
     }
-    /// Calls `stop` with `context` once memory is refused. It may only set what is asked later: the library is in the middle
-    /// of its work then.
+    /// Calls `stop` with `context` as soon as memory is refused. The library is in the middle of its work then, so `stop` may
+    /// only set flags that are read later.
     void StopWithoutMemory(void (*stop)(void *), void * context) noexcept {
         stop_ = stop;
         stopContext_ = context;
     }
 
-    /// Tells the innermost call of this thread that memory was refused; false when there is none.
+    /// Tells the innermost object of this thread that memory was refused; false when the thread has none.
     static bool NoteRefusedMemory() noexcept;
 
-    /// The handlers, to be given to contexts that have some of their own; `self` is a LibraryCall.
+    /// The error handlers, for contexts of the libraries that have handlers of their own; `self` is a LibraryCall.
     static void Structured(void * self, xmlErrorPtr error) noexcept;
     static void Generic(void * self, char const * format, ...) noexcept;
 
-    /// The innermost one of this thread.
+    /// The innermost object of this thread; null when there is none.
     static LibraryCall * Current() noexcept;
     void AddText(std::string_view text) noexcept;
 

@@ -6,8 +6,8 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// The nodes of a list, which are all of one tree to begin with. Objects are made when a node is asked for, or when the
-/// tree is about to lose nodes.
+/// The nodes of a list, which are all of one tree at first. Objects for them are made when a node is asked for, or before nodes
+/// are removed from the tree.
 class NodeList final : public DocumentNodeList {
 public:
     NodeList(Tree & tree, std::vector<xmlNode *> nodes);
@@ -21,7 +21,7 @@ public:
     [[nodiscard]] DocumentNode * Next(bool elementsOnly) override;
     void Reset() noexcept override { next_ = 0; }
 
-    /// Holds the objects of all nodes from now on.
+    /// Makes objects for all nodes and holds references on them from now on.
     void Pin();
 
 private:
@@ -29,8 +29,8 @@ private:
 
     mutable std::atomic<std::uint32_t> references_{0};
     Tree & tree_;
-    std::vector<xmlNode *> nodes_;       // until they are pinned
-    std::vector<DocumentNode *> pinned_; // with a reference each
+    std::vector<xmlNode *> nodes_;       // before `Pin`
+    std::vector<DocumentNode *> pinned_; // after `Pin`, with a reference on each
     std::size_t next_ = 0;
 };
 

@@ -29,7 +29,7 @@ bool HasOwnText(xmlNode const * node) noexcept {
     return IsText(node) || node->type == XML_COMMENT_NODE || node->type == XML_PI_NODE;
 }
 
-// Whether some element above `node` declares namespaces, which the node may use.
+// Whether an element above `node` declares namespaces, which the node may use.
 bool HasDeclarationsAbove(xmlNode const * node) noexcept {
     for (xmlNode const * at = node->parent; at && at->type == XML_ELEMENT_NODE; at = at->parent)
         if (at->nsDef) return true;
@@ -51,7 +51,7 @@ void Save(xmlNode const * node, DocumentSink & sink) {
     sink.Append(text);
 }
 
-// An element or a text is shown; `false` for what is stepped over.
+// Calls the visitor for an element or a text. False for other nodes, which are skipped.
 bool Enter(xmlNode const * node, DocumentVisitor & visitor, std::string & room) {
     if (IsText(node)) visitor.Text(View(node->content));
     if (node->type != XML_ELEMENT_NODE) return false;
@@ -256,7 +256,7 @@ DocumentResult CheckPlace(xmlNode const * parent, xmlNode const * child) {
     } else if (!MayStandBelowElement(child)) {
         return Refuse(u"Such a node can't stand below an element");
     }
-    // A child without children has nobody below it.
+    // If the child has no children, only the parent itself needs to be compared.
     for (xmlNode const * at = parent; at; at = child->children ? at->parent : nullptr)
         if (at == child) return Refuse(u"A node can't stand below itself");
     return {};

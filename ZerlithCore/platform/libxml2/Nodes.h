@@ -6,7 +6,7 @@
 
 namespace KZPlatform::LibXml2 {
 
-// What nodes of all kinds do; the objects below forward to these.
+// The operations of nodes of all kinds; the classes below call these.
 
 [[nodiscard]] DocumentName NameOf(xmlNode const * node) noexcept;
 void PutName(xmlNode const * node, DocumentSink & sink);
@@ -17,26 +17,26 @@ void WalkNode(xmlNode const * node, DocumentVisitor & visitor);
 DocumentResult SetNodeText(Tree & tree, xmlNode * node, std::u16string_view text);
 [[nodiscard]] xmlNode * ElementFrom(xmlNode * node, bool elementsOnly) noexcept;
 DocumentResult Insert(xmlNode * parent, xmlNode * child, xmlNode * reference);
-/// Tells why `text` can't be the text of a node of that type.
+/// Checks whether `text` may be the text of a node of that type; a failure says why not.
 DocumentResult CheckText(xmlElementType type, std::string_view text);
 
-/// What a stylesheet makes of a node.
+/// Transforms a node by a stylesheet, into text or into a document.
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, DocumentSink & sink);
 DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet, OwnedDoc & result);
 
-/// The node of libxml2 behind an object.
+/// The part of an object that knows its node of libxml2.
 [[nodiscard]] inline NodeCore const & CoreOf(DocumentNode const & node) {
     return dynamic_cast<NodeCore const &>(node);
 }
 [[nodiscard]] inline xmlNode * NodeOf(DocumentNode const & node) { return CoreOf(node).Node(); }
 
-/// Puts a new content into a document's object.
+/// Replaces the content of a document's object.
 void Replace(Document & document, OwnedDoc doc);
 
-/// A new object for a node.
+/// Makes an object for a node.
 [[nodiscard]] DocumentNode * MakeNode(Tree & tree, xmlNode * node);
 
-/// Implements the interface of all nodes under one of the narrower ones.
+/// Implements the operations of all nodes for the interface `Interface`, which is derived from that of all nodes.
 template <class Interface>
 class NodeBase : public Interface, public NodeCore {
 public:

@@ -1,14 +1,15 @@
-// libxml2's parser with guards in between. Declarations of external entities are dropped before anybody can refer to them,
-// so nothing is ever loaded, whatever loader the program has set. The parser has its own guard against entities that
-// multiply; these are for what takes it quadratic time or memory: entities that are referred to again and again, or strung
-// together to one text, default values of attributes, and elements and declarations with very many names. Tables that the
-// parser fills by itself are seen only between two pieces of the source, which is why it is fed in pieces.
+// Parses with libxml2, whose handlers are replaced by handlers that check limits first. Declarations of external entities are
+// dropped before anything can refer to them, so nothing is ever loaded, whatever loader the program has set. The parser itself
+// limits entities that contain others. The limits here are for input that takes the parser quadratic time or memory: entities
+// that are used again and again or make up one long text, default values of attributes, and elements and declarations with
+// very many names. Some of the parser's tables can be checked only between two pieces of the source, so it gets the source in
+// pieces.
 //
-// The first fault ends the work: from then on the source is at its end and no entity is known. The parser isn't halted at
-// every fault, since some of its functions go on with pointers into the source behind the report of one.
+// The first error ends the work: after it the parser gets no more source, and entities count as undefined. The parser isn't
+// stopped at every error, because after reporting some it still uses pointers into the source.
 //
-// A document's texts of white space alone are taken out of the finished tree. While parsing it isn't known yet whether an
-// element comes behind them, and what an entity brings doesn't pass the handlers.
+// Texts of white space only are removed from the finished tree. During parsing it isn't known whether an element follows such
+// a text, and nodes that come from an entity don't go through the handlers.
 #include "ZerlithCore/platform/libxml2/Parser.h"
 
 #include "ZerlithCore/platform/Utf8.h"
@@ -29,13 +30,14 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-// No XML_PARSE_HUGE: elements nest 256 deep, a text has 10 MB, and entities mustn't multiply.
+// XML_PARSE_HUGE isn't set, so the parser keeps its limits: 256 levels, 10 MB for a text, and a limit on entities.
 constexpr int Options = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPACT | XML_PARSE_BIG_LINES;
 
-// Bytes that default values of attributes may add to a document, and what each of them counts besides.
+// The bytes that default values of attributes may add to a document, and the bytes that each value counts in addition.
 constexpr std::size_t MaxDefaulted = 10'000'000;
 constexpr std::size_t DefaultedCost = 64;
-// Bytes that entities may bring in beside ten times the source, and what each reference and each node counts besides.
+// The bytes that entities may add, besides ten times the length of the source, and the bytes that each reference and each node
+// counts in addition.
 constexpr std::size_t MaxExpanded = 10'000'000;
 constexpr std::size_t ExpandedTimes = 10;
 constexpr std::size_t ExpandedCost = 64;
@@ -46,7 +48,8 @@ constexpr int MaxDeclaredIds = 1'024; // each is reported together with each oth
 // Names of an element that are compared with each other without being counted.
 constexpr std::size_t FreeAttributes = 256;
 constexpr std::size_t FreeNamespaces = 64;
-// Bytes of one declaration, whose names are compared with each other, and what the squares of long ones may add up to.
+// The bytes of one declaration, whose names the parser compares with each other, and the limit for the sum of the squares of
+// long declarations.
 constexpr std::size_t MaxDeclaration = 65'536;
 constexpr std::size_t MaxDeclarationSquares = 20'000'000'000;
 constexpr std::size_t MaxText = 10'000'000; // the parser's own limit
@@ -62,11 +65,11 @@ struct ParseState {
     std::size_t expanded = 0;
     std::size_t moved = 0;
     std::size_t lookUps = 0;
-    std::size_t declaration = 0; // bytes behind the last ">" of the document type
+    std::size_t declaration = 0; // bytes since the last ">" in the document type
     std::size_t declarationSquares = 0;
     int declaredAttributes = 0;
     int declaredIds = 0;
-    std::unordered_map<xmlEntity const *, std::size_t> entitySizes{}; // of their nodes
+    std::unordered_map<xmlEntity const *, std::size_t> entitySizes{}; // the size of the nodes of each entity
     bool isOutOfMemory = false;
 
     [[nodiscard]] bool HasEnded() const noexcept {
@@ -76,7 +79,7 @@ struct ParseState {
 
 using OwnedContext = std::unique_ptr<xmlParserCtxt, FreeBy<xmlFreeParserCtxt>>;
 
-// Limits of the parser that it doesn't tell by a code of their own: how its message begins, or what is in it, and ours.
+// Limits of the parser that have no error code of their own: a part of its message, and the message that is given instead.
 struct LimitText {
     std::string_view part;
     char16_t const * reason;
@@ -146,7 +149,7 @@ std::uint32_t Clamped(std::size_t value) {
         std::min<std::size_t>(value, std::numeric_limits<std::uint32_t>::max()));
 }
 
-// Tells place and line from the bytes in front of the cursor and those behind it.
+// Sets the column of the offset `at` in `text`, and the text of its line.
 void Locate(Fault & fault, std::string_view text, std::size_t at) {
     std::string_view const before = text.substr(0, at);
     std::size_t const start = before.rfind('\n') + 1; // npos + 1 is 0
@@ -157,7 +160,7 @@ void Locate(Fault & fault, std::string_view text, std::size_t at) {
     fault.sourceText = UnitsOf(line.substr(0, MaxSourceText));
 }
 
-// The outermost input: a fault inside an entity's text is told by the place of what refers to it.
+// Sets the place of the fault in the document. For an error inside an entity's text it is the place of the reference.
 void Locate(ParseState & state, xmlParserCtxt & context) {
     if (context.inputNr < 1) return;
     xmlParserInput const & input = *context.inputTab[0];
@@ -212,7 +215,7 @@ void OnError(void * context, xmlErrorPtr error) noexcept {
             state.fault.code = limit ? DocumentCode::LimitExceeded : CodeOf(*error);
         });
     }
-    // The parser marks these as its end, but goes round for ever on what is left of the source.
+    // After these errors the parser would loop for ever on the rest of the source, so it is stopped.
     if (error->code == XML_ERR_NO_MEMORY || error->code == XML_ERR_ENTITY_LOOP)
         xmlStopParser(static_cast<xmlParserCtxt *>(context));
 }
@@ -227,7 +230,7 @@ void NoteLimit(void * context, char16_t const * reason) noexcept {
     });
 }
 
-// For handlers that the parser calls, which it may be halted in.
+// For use in handlers during which the parser may be stopped.
 void StopAtLimit(void * context, char16_t const * reason) noexcept {
     NoteLimit(context, reason);
     xmlStopParser(static_cast<xmlParserCtxt *>(context));
@@ -243,7 +246,7 @@ void OnEntity(void * context, xmlChar const * name, int type, xmlChar const * pu
     xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
 }
 
-// What a copy of an entity's nodes takes. They end where the entity says; behind them may stand others.
+// The size of a copy of an entity's nodes. The entity says which node is its last; more siblings may follow that one.
 std::size_t SizeOfNodes(xmlEntity const & entity) {
     std::size_t size = 0;
     for (xmlNode * top = entity.children; top; top = top == entity.last ? nullptr : top->next) {
@@ -259,7 +262,7 @@ std::size_t SizeOfNodes(xmlEntity const & entity) {
     return size;
 }
 
-// Counts what a reference brings in: the entity's text, which is parsed, or the nodes that were made of it.
+// Counts what a reference adds: the entity's text, which is then parsed, or a copy of the nodes that were made of it.
 void CountExpansion(ParseState & state, xmlEntity const & entity) {
     std::size_t size = static_cast<std::size_t>(std::max(entity.length, 0));
     if (entity.children) {
@@ -270,8 +273,8 @@ void CountExpansion(ParseState & state, xmlEntity const & entity) {
     state.expanded += ExpandedCost + size;
 }
 
-// The entity that `find` gives, or null at the end of the work. Each entity in content is parsed in a context of its own;
-// the parser would look up by itself what these give as null, as long as such a context goes on.
+// The entity that `Find` returns, or null after an error. The parser parses each entity in a context of its own. If a handler
+// returns null, that context would look the entity up by itself and go on, so the context is stopped as well.
 template <auto Find>
 xmlEntity * Expanded(void * context, xmlChar const * name) noexcept {
     ParseState & state = StateOf(context);
@@ -287,7 +290,8 @@ xmlEntity * Expanded(void * context, xmlChar const * name) noexcept {
     return state.HasEnded() ? nullptr : entity;
 }
 
-// The text of an entity is joined with the text in front of it, which is moved each time.
+// The parser appends the text of an entity to the text before it, and copies that text each time, so the copied bytes are
+// counted.
 xmlEntity * OnReference(void * context, xmlChar const * name) noexcept {
     ParseState & state = StateOf(context);
     xmlNode const * const parent = static_cast<xmlParserCtxt *>(context)->node;
@@ -336,7 +340,7 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
                     xmlChar const ** attributes) noexcept {
     ParseState & state = StateOf(context);
     if (state.HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
-    // Five pointers an attribute; the defaulted ones stand last, and their values between the last two pointers.
+    // Each attribute has five pointers, of which the last two enclose its value. Attributes with default values come last.
     for (int i = count - defaultedCount; i < count; ++i)
         state.defaulted +=
             DefaultedCost + static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
@@ -353,7 +357,7 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
                           attributes);
 }
 
-// The parser calls a text that is too long a lack of memory.
+// The parser reports a text that is too long as a lack of memory, so the length is checked before.
 void OnText(void * context, xmlChar const * text, int length) noexcept {
     if (StateOf(context).HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
     xmlParserCtxt const & parser = *static_cast<xmlParserCtxt *>(context);
@@ -364,11 +368,11 @@ void OnText(void * context, xmlChar const * text, int length) noexcept {
     xmlSAX2Characters(context, text, length);
 }
 
-// Gives the parser the next piece of the source. Its tables have five places an attribute, and two a declaration
-// of a namespace.
+// Gives the parser the next piece of the source, after checking its tables, which have five entries for each attribute and two
+// for each declaration of a namespace.
 int Feed(void * self, char * buffer, int length) noexcept {
     auto & state = *static_cast<ParseState *>(self);
-    if (state.HasEnded()) return 0; // the end of the source, as far as the parser knows
+    if (state.HasEnded()) return 0; // the parser takes that for the end of the source
     std::string_view const piece = state.unread.substr(0, static_cast<std::size_t>(std::max(length, 0)));
     if (state.context->maxatts > 5 * MaxAttributes || state.context->nsMax > 2 * MaxAttributes)
         NoteLimit(state.context,
@@ -394,7 +398,7 @@ bool HasElement(xmlNode const * parent) {
     return false;
 }
 
-// A blank text beside other character data is part of a text that isn't blank.
+// Removes blank texts. One that is next to other character data is kept, because together they are a text that isn't blank.
 void RemoveBlanks(xmlNode * parent) {
     for (xmlNode * child = parent->children; child;) {
         xmlNode * const next = child->next;
@@ -406,7 +410,7 @@ void RemoveBlanks(xmlNode * parent) {
     }
 }
 
-// Whether xml:space asks to keep white space in an element; `outer` is what holds around it.
+// Whether white space is to be kept in an element by its xml:space; without that attribute, `outer`.
 bool KeepsSpace(xmlNode const * element, bool outer) {
     for (xmlAttr const * attribute = element->properties; attribute; attribute = attribute->next) {
         if (!attribute->ns || View(attribute->ns->href) != View(XML_XML_NAMESPACE) ||
@@ -422,7 +426,7 @@ bool KeepsSpace(xmlNode const * element, bool outer) {
 void RemoveBlanks(xmlDoc * doc) {
     bool const mayKeep = !doc->dict || xmlDictExists(doc->dict, Chars("space"), 5) != nullptr;
     xmlNode * const root = xmlDocGetRootElement(doc);
-    std::vector<bool> keeps{false}; // of the elements around the node, from the outermost on
+    std::vector<bool> keeps{false}; // one entry for each element around the node, the outermost first
     for (xmlNode * at = root; at;) {
         if (at->type == XML_ELEMENT_NODE && at->children) {
             keeps.push_back(mayKeep && KeepsSpace(at, keeps.back()));

@@ -9,7 +9,7 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// What is known of a fault.
+/// What is known about an error in a document.
 struct Fault {
     DocumentCode code = DocumentCode::Good;
     std::u16string reason;
@@ -46,8 +46,8 @@ private:
     Fault const fault_;
 };
 
-/// The document that `bytes` are, or null and the fault in `fault`. `isUtf8`: they are UTF-8, whatever they say.
-/// `keepsWhiteSpace`: texts of white space alone stay between elements.
+/// Parses `bytes`. Returns null and sets `fault` if they aren't a document. With `isUtf8` they are read as UTF-8, whatever
+/// encoding they declare. With `keepsWhiteSpace` texts of white space only are kept between elements.
 [[nodiscard]] OwnedDoc Parse(std::string_view bytes, bool isUtf8, bool keepsWhiteSpace, Fault & fault);
 
 } // namespace KZPlatform::LibXml2

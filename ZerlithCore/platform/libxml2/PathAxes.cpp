@@ -17,7 +17,7 @@ xmlNs const & DeclarationOfXml() {
 
 } // namespace
 
-// An inner declaration hides the outer ones of its prefix, also when it takes the namespace away.
+// An inner declaration hides outer ones of the same prefix, even if it is xmlns="", which declares that there is no namespace.
 std::vector<xmlNs const *> NamespacesOn(xmlNode const * element, PathBudget & budget) {
     std::vector<xmlNs const *> all{&DeclarationOfXml()};
     for (xmlNode const * at = element; at && at->type == XML_ELEMENT_NODE; at = at->parent) {
@@ -29,7 +29,7 @@ std::vector<xmlNs const *> NamespacesOn(xmlNode const * element, PathBudget & bu
             if (!isHidden) all.push_back(own);
         }
     }
-    std::reverse(all.begin() + 1, all.end()); // from the outside inwards
+    std::reverse(all.begin() + 1, all.end()); // the outermost first
     std::erase_if(all, [](xmlNs const * declaration) { return View(declaration->href).empty(); });
     return all;
 }
@@ -40,7 +40,7 @@ PathNode EndingFirst(PathNodes const & nodes, PathBudget & budget) {
         xmlNode const * const outer = PathDetail::Anchor(first);
         xmlNode const * at = PathDetail::Anchor(node);
         for (; at && at != outer; at = at->parent) budget.Spend();
-        if (!at) break; // behind it, as all the others
+        if (!at) break; // `node` comes after the subtree of `first`, and so do all later ones
         first = node;
     }
     return first;

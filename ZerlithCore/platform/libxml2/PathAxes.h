@@ -9,25 +9,25 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// Whether the axis goes against the order of the document.
+/// Whether the axis goes backward in the order of the document.
 [[nodiscard]] constexpr bool IsReverse(PathAxis axis) noexcept {
     return axis == PathAxis::Ancestor || axis == PathAxis::AncestorOrSelf || axis == PathAxis::Preceding ||
            axis == PathAxis::PrecedingSibling;
 }
 
-/// Whether no node is on the axis of two others.
+/// Whether the axes of two different nodes never have a node in common.
 [[nodiscard]] constexpr bool LeadsToDistinctNodes(PathAxis axis) noexcept {
     return axis == PathAxis::Self || axis == PathAxis::Child || axis == PathAxis::Attribute ||
            axis == PathAxis::Namespace;
 }
 
-/// Whether none of the nodes on the axis is below another.
+/// Whether no node on the axis is below another node on it.
 [[nodiscard]] constexpr bool IsFlat(PathAxis axis) noexcept {
     return LeadsToDistinctNodes(axis) || axis == PathAxis::Parent || axis == PathAxis::FollowingSibling ||
            axis == PathAxis::PrecedingSibling;
 }
 
-/// Whether it is of a kind that paths can find.
+/// Whether the node is of a kind that paths can find.
 [[nodiscard]] inline bool IsPathNode(PathNode const & node) noexcept {
     if (node.declaration) return true;
     switch (node.node->type) {
@@ -43,10 +43,11 @@ namespace KZPlatform::LibXml2 {
     }
 }
 
-/// The declarations of namespaces that hold on an element, that of "xml" first.
+/// The declarations of namespaces that are in scope on an element; that of "xml" comes first.
 [[nodiscard]] std::vector<xmlNs const *> NamespacesOn(xmlNode const * element, PathBudget & budget);
 
-/// Of nodes in order, one behind whose end, with all that is below, all stands that is behind the end of any.
+/// The node of an ordered, non-empty list whose subtree ends first. So whatever follows any of the nodes follows this one. For
+/// <a><b/></a><c/> and the nodes a, b and c that is b.
 [[nodiscard]] PathNode EndingFirst(PathNodes const & nodes, PathBudget & budget);
 
 namespace PathDetail {
@@ -56,20 +57,20 @@ namespace PathDetail {
     return node;
 }
 
-// Upwards to a node with a sibling in that direction, and there; null at the end.
+// The next sibling of the node in that direction, or of the nearest node above that has one; null when none has.
 [[nodiscard]] inline xmlNode * Beyond(xmlNode * node, xmlNode * xmlNode::*direction, PathBudget & budget) {
     for (; node && !(node->*direction); node = node->parent) budget.Spend();
     return node ? node->*direction : nullptr;
 }
 
-// The node itself, or the one where an attribute or a declaration stands.
+// The element of an attribute or a declaration; for other nodes the node itself.
 [[nodiscard]] inline xmlNode * Anchor(PathNode const & node) noexcept {
     return node.IsAttribute() ? node.node->parent : node.node;
 }
 
 } // namespace PathDetail
 
-/// Calls `visit` with the nodes on an axis, from the nearest one on, until it returns false. Nodes are those of all kinds.
+/// Calls `visit` with the nodes on an axis, the nearest first, until it returns false. Nodes of all kinds are visited.
 template <class Visit>
 void WalkAxis(PathAxis axis, PathNode const & from, PathBudget & budget, Visit visit) {
     auto const goOn = [&](xmlNode * node) {

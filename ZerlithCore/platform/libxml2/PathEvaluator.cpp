@@ -1,6 +1,6 @@
-// A step from many nodes at once keeps the order of the document for nothing where it can: the children of nodes of which none
-// stands below another come in order, and so do descendants, if a node below one that was walked through is left out. What
-// comes out of order is sorted when somebody asks for the order.
+// Where possible, a step from many nodes finds its nodes in document order without sorting. If no node of a set is below
+// another, their children are found in order. Descendants are found in order if a node is left out that is below one whose
+// descendants were walked already. Other results are sorted only when their order is needed.
 #include "ZerlithCore/platform/libxml2/PathEvaluator.h"
 
 #include "ZerlithCore/platform/libxml2/PathAxes.h"
@@ -15,13 +15,13 @@ namespace {
 
 using Kind = PathExpression::Kind;
 
-// A path of one step from the context, which is the most common operand of a comparison.
+// Whether the path is a single step from the context node, which is the most common operand of a comparison.
 bool IsSingleStep(PathExpression const & path) noexcept {
     return path.kind == Kind::Path && !path.isAbsolute && path.operands.empty() && path.steps.size() == 1 &&
            path.steps.front().predicates.empty();
 }
 
-// No nodes yet, and what can be said of those that will be found on an axis by walking it from each of some.
+// An empty set, with `isOrdered` and `isFlat` as they will be when the axis has been walked from each node of `from`.
 PathNodes NothingFrom(PathNodes const & from, PathAxis axis) {
     PathNodes found;
     bool const isFlat = from.isFlat && LeadsToDistinctNodes(axis);
@@ -109,7 +109,7 @@ PathValue PathEvaluator::EvaluateChain(PathExpression const & chain, PathContext
     return value;
 }
 
-// The literal in "step = 'literal'"; null for other comparisons.
+// The literal of a comparison "step = 'literal'" or the reverse, with the step in `path`; null for other comparisons.
 PathExpression const * PathEvaluator::LiteralBeside(PathExpression const & chain,
                                                     PathExpression const *& path) const {
     if (chain.operators.size() != 1 || chain.operators.front() != PathOperator::Equal) return nullptr;
@@ -203,7 +203,7 @@ PathNodes PathEvaluator::Take(PathStep const & step, PathNodes from, Want want) 
     case PathAxis::PrecedingSibling: return TakeSiblings(step, std::move(from));
     case PathAxis::Following:
     case PathAxis::Preceding: {
-        // What follows any of them follows the one that ends first, and what precedes any precedes the last one.
+        // Nodes that follow any node of the set follow the one that ends first. Nodes that precede any precede the last one.
         SortPathNodes(from, budget_);
         PathNodes one;
         one.list.push_back(step.axis == PathAxis::Preceding ? from.list.back() : EndingFirst(from, budget_));
@@ -213,7 +213,8 @@ PathNodes PathEvaluator::Take(PathStep const & step, PathNodes from, Want want) 
     }
 }
 
-// Nodes below one that was walked through are met on the walk, in this order; attributes and declarations aren't.
+// Takes descendants. A node below one that was walked is skipped, since the walk has visited its descendants already. The walk
+// doesn't visit attributes and declarations, so these are never skipped.
 PathNodes PathEvaluator::TakeBelow(PathStep const & step, PathNodes from, Want want) {
     SortPathNodes(from, budget_);
     PathNodes found;
@@ -240,7 +241,7 @@ PathNodes PathEvaluator::TakeBelow(PathStep const & step, PathNodes from, Want w
     return found;
 }
 
-// Parents and ancestors; whoever was met before has led to all above.
+// Takes parents or ancestors. When a node is met again, all nodes above it have been found already.
 PathNodes PathEvaluator::TakeUpwards(PathStep const & step, PathNodes const & from) {
     PathNodes found;
     found.isOrdered = found.isFlat = false;
@@ -257,7 +258,8 @@ PathNodes PathEvaluator::TakeUpwards(PathStep const & step, PathNodes const & fr
     return found;
 }
 
-// Among the children of one parent, what follows any of some follows the first of them.
+// Takes siblings. Among the children of one parent, the siblings that follow any node of the set are those that follow its
+// first node.
 PathNodes PathEvaluator::TakeSiblings(PathStep const & step, PathNodes from) {
     SortPathNodes(from, budget_);
     bool const isReverse = step.axis == PathAxis::PrecedingSibling;
@@ -301,7 +303,7 @@ PathNodes PathEvaluator::TakeWithPositions(PathStep const & step, PathNodes cons
     return found;
 }
 
-// Keeps the nodes for which the predicate holds, in their order, which is that of their positions.
+// Keeps the nodes for which the predicate is true. A node's position is its place in `nodes`.
 void PathEvaluator::Filter(std::vector<PathNode> & nodes, PathExpression const & predicate) {
     std::size_t kept = 0;
     for (std::size_t i = 0; i < nodes.size(); ++i)

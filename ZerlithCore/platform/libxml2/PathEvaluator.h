@@ -13,14 +13,15 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// The node that an expression is evaluated for, and where it stands among others.
+/// The node for which an expression is evaluated, and its position among the nodes that are being filtered.
 struct PathContext {
     PathNode node;
     std::size_t position = 1;
     std::size_t size = 1;
 };
 
-/// What expressions may ask for beside XPath's own. The prefix of a name is resolved; empty for none.
+/// Provides the variables, and the functions that XPath doesn't define. `uri` is the namespace of the name's prefix, or empty
+/// for a name without a prefix.
 class PathHost {
 public:
     virtual PathValue Variable(std::string const & name, std::string const & uri) = 0;
@@ -31,15 +32,16 @@ protected:
     ~PathHost() = default;
 };
 
-/// Evaluates expressions whose prefixes mean one list of namespaces.
+/// Evaluates expressions; `uris` has the namespace of each of their prefixes.
 ///
-/// Steps work on all nodes of a set together, so that a set is never larger than the document, and no node is visited twice
-/// for two others of the set. Only predicates that ask for a position have a turn for each node.
+/// A step is taken from all nodes of a set together. So a set never has more nodes than the document, and a node isn't visited
+/// again because two nodes of the set lead to it. Only for predicates that ask for a position is a step taken from each node by
+/// itself.
 ///
 /// Errors, thrown: PathFailure, std::bad_alloc.
 class PathEvaluator {
 public:
-    /// `root` is what "/" means. Without a `host` there are no variables, and XPath's own functions only.
+    /// `root` is the node that "/" means. Without a `host` there are no variables and only the functions of XPath.
     PathEvaluator(xmlNode * root, std::span<std::string const> uris, PathBudget & budget, PathHost * host)
         : root_(root), uris_(uris), budget_(budget), host_(host) {}
 
@@ -47,16 +49,16 @@ public:
         return Evaluate(expression, context, Want::All);
     }
     [[nodiscard]] bool IsTrue(PathExpression const & expression, PathContext const & context);
-    /// The text of the value.
+    /// The value of the expression as text.
     [[nodiscard]] std::string Text(PathExpression const & expression, PathContext const & context) {
         return TextOf(Evaluate(expression, context, Want::First), budget_);
     }
-    /// The nodes in order, or at least the first of them.
+    /// The nodes in document order; with `firstOnly` at least the first one.
     [[nodiscard]] PathNodes Nodes(PathExpression const & expression, PathContext const & context,
                                   bool firstOnly);
 
 private:
-    // All nodes, at least the first one in the document, or any one if there is one.
+    // Which nodes are needed: all, the first one in the document, or any one. More may be returned.
     enum class Want : unsigned char { All, First, Any };
 
     PathValue Evaluate(PathExpression const & expression, PathContext const & context, Want want);
@@ -82,7 +84,7 @@ private:
 
     PathValue Call(PathExpression const & call, PathContext const & context);
     PathValue CallHost(PathExpression const & call, PathContext const & context);
-    // The argument of that number, or the context if there is none.
+    // The argument with that number, or the context node if the call has fewer arguments.
     [[nodiscard]] PathValue Argument(PathExpression const & call, std::size_t number,
                                      PathContext const & context);
     [[nodiscard]] std::string TextArgument(PathExpression const & call, std::size_t number,

@@ -12,16 +12,16 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// Why a path can't be read or evaluated; thrown inside of this folder only.
+/// Why a path can't be parsed or evaluated; thrown only inside this folder.
 enum class PathFailure : std::uint8_t {
     Syntax,
-    Prefix,   // one that isn't declared
-    Function, // one that isn't there
-    Variable, // one that isn't there
-    Type,     // something is treated as nodes that isn't
-    Nesting,  // brackets, parentheses and arguments inside each other
+    Prefix,   // it isn't declared
+    Function, // it doesn't exist
+    Variable, // it doesn't exist
+    Type,     // nodes are needed where the value is something else
+    Nesting,  // brackets, parentheses and arguments nest too deep
     Work,     // the budget is spent
-    Host      // what evaluates expressions of its own has failed, and knows why
+    Host      // the PathHost has failed, and knows why
 };
 
 enum class PathAxis : std::uint8_t {
@@ -40,7 +40,7 @@ enum class PathAxis : std::uint8_t {
     Namespace
 };
 
-/// What an expression gives, as far as that shows in its text.
+/// The type of an expression's value, as far as its text shows it.
 enum class PathType : std::uint8_t { Nodes, Boolean, Number, Text, Unknown };
 
 enum class PathOperator : std::uint8_t {
@@ -61,7 +61,7 @@ enum class PathOperator : std::uint8_t {
 };
 
 enum class PathFunction : std::uint8_t {
-    External, // none of XPath's own
+    External, // not defined by XPath
     Boolean,
     Ceiling,
     Concat,
@@ -91,17 +91,17 @@ enum class PathFunction : std::uint8_t {
     True
 };
 
-/// A prefix as its place among those of the expression.
+/// A prefix, as an index into the list of the expression's prefixes.
 using PathPrefix = int;
 inline constexpr PathPrefix NoPrefix = -1;
 
-/// Which of an axis's nodes are meant.
+/// Which nodes of an axis a step selects.
 struct PathTest {
     enum class Kind : std::uint8_t { Name, AnyName, Node, Text, Comment, Instruction };
 
     Kind kind = Kind::Node;
-    PathPrefix prefix = NoPrefix; // of Name and AnyName
-    std::string name;             // of Name and Instruction; empty for any instruction
+    PathPrefix prefix = NoPrefix; // for Name and AnyName
+    std::string name;             // for Name and Instruction; empty for any instruction
 };
 
 struct PathExpression;
@@ -118,31 +118,31 @@ struct PathExpression {
         Literal,
         Variable,
         Call,
-        Negation, // of its operand
-        Chain,    // operands with operators of one rank between them, to be taken from left to right
-        Path      // from the root, from what the operand gives, or from the context
+        Negation, // "-" and one operand
+        Chain, // operands with operators of one rank between them, evaluated from left to right: "1 - 2 + 3"
+        Path   // steps from the root, from the nodes of the operand, or from the context node
     };
 
     Kind kind = Kind::Path;
     PathType type = PathType::Nodes;
     PathFunction function = PathFunction::External;
-    bool usesPosition = false; // asks for the context's position or size
+    bool usesPosition = false; // contains position() or last() of its own context
     bool isAbsolute = false;
-    PathPrefix prefix = NoPrefix; // of a variable or a function
+    PathPrefix prefix = NoPrefix; // for a variable or a function
     double number = 0;
-    std::string text; // of a literal; the name of a variable or a function
+    std::string text; // the text of a literal; the name of a variable or a function
     std::vector<PathExpression> operands;
     std::vector<PathOperator> operators;
-    std::vector<PathExpression> predicates; // on the nodes of the operand
+    std::vector<PathExpression> predicates; // for the nodes of the operand
     std::vector<PathStep> steps;
 
-    /// Whether it depends, as a predicate, on the other nodes of the set.
+    /// Whether it depends on a node's position when it is used as a predicate.
     [[nodiscard]] bool IsPositional() const noexcept {
         return usesPosition || type == PathType::Number || type == PathType::Unknown;
     }
 };
 
-/// Reads an expression and appends the prefixes in it to `prefixes`. Errors, thrown: PathFailure.
+/// Parses an expression and appends its prefixes to `prefixes`. Errors, thrown: PathFailure.
 [[nodiscard]] PathExpression ParsePath(std::string_view text, std::vector<std::string> & prefixes);
 
 } // namespace KZPlatform::LibXml2

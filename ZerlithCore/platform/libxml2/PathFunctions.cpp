@@ -1,4 +1,4 @@
-// The functions of XPath. Texts are UTF-8; where XPath counts characters, these are code points.
+// The functions of XPath. Texts are UTF-8. Where XPath counts characters, code points are counted.
 #include "ZerlithCore/platform/libxml2/PathEvaluator.h"
 
 #include <libxml/valid.h>
@@ -22,7 +22,7 @@ std::size_t CharactersIn(std::string_view text) {
     return static_cast<std::size_t>(std::ranges::count_if(text, StartsCharacter));
 }
 
-// The bytes of the character at the front.
+// The bytes of the first character.
 std::string_view FirstCharacter(std::string_view text) {
     std::size_t length = 1;
     while (length < text.size() && !StartsCharacter(text[length])) ++length;
@@ -45,7 +45,8 @@ std::string NormalizeSpace(std::string_view text) {
     return result;
 }
 
-// Each character of `from` becomes the one at its place in `to`, or goes; the first mention counts.
+// Replaces each character of `from` by the one at the same place in `to`, or removes it if `to` is shorter. If `from` has a
+// character twice, its first place counts.
 std::string Translate(std::string_view text, std::string_view from, std::string_view to) {
     std::unordered_map<std::string_view, std::string_view> map;
     while (!from.empty()) {
@@ -65,7 +66,7 @@ std::string Translate(std::string_view text, std::string_view from, std::string_
     return result;
 }
 
-// To the nearest whole number, of two the greater one; -0.2 becomes a negative zero.
+// The nearest whole number; of two equally near ones the greater. -0.2 becomes negative zero.
 double Rounded(double number) {
     if (number >= -0.5 && number < 0.5) return number * 0.0;
     double const below = std::floor(number);
@@ -237,7 +238,7 @@ PathNodes PathEvaluator::FindIds(PathExpression const & call, PathContext const 
     return found;
 }
 
-// The language is that of the nearest xml:lang; "en" is meant by "en", "EN" and "en-gb", too.
+// The language is the nearest xml:lang. The question for "en" is true for "en", "EN" and "en-gb".
 bool PathEvaluator::HasLanguage(PathExpression const & call, PathContext const & context) {
     std::string const wanted = TextArgument(call, 0, context);
     std::string room;
@@ -257,7 +258,7 @@ bool PathEvaluator::HasLanguage(PathExpression const & call, PathContext const &
     return false;
 }
 
-// From the place that rounds to the second argument on, counted from 1, as many characters as the third one rounds to.
+// Characters count from 1. The second argument, rounded, is the first character; the third one, rounded, their number.
 std::string PathEvaluator::Substring(PathExpression const & call, PathContext const & context) {
     std::string const whole = TextArgument(call, 0, context);
     budget_.SpendOnReading(whole.size());
@@ -270,7 +271,7 @@ std::string PathEvaluator::Substring(PathExpression const & call, PathContext co
     for (std::size_t i = 0; i < whole.size(); ++i) {
         if (!StartsCharacter(whole[i])) continue;
         place += 1;
-        if (!(place < end)) { // also when it is no number
+        if (!(place < end)) { // also true when `end` isn't a number
             last = i;
             break;
         }
@@ -279,7 +280,8 @@ std::string PathEvaluator::Substring(PathExpression const & call, PathContext co
     return first < last ? whole.substr(first, last - first) : std::string();
 }
 
-// Counts each place that begins like the part, since a text may have many that go on like it.
+// Finds `part`. Each place where the first byte matches spends from the budget: there may be many such places, and each takes
+// time up to the length of `part`.
 std::size_t PathEvaluator::Find(std::string_view text, std::string_view part) {
     budget_.SpendOnReading(text.size());
     if (part.empty()) return 0;

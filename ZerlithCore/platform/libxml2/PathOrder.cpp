@@ -1,7 +1,7 @@
-// Order in a document. Nodes have no numbers of their own, which every change of the tree would have to keep right. So the
-// nodes and all that is above them are taken as a tree of their own; where that branches, the branches are put in order by
-// looking for them among the children there; and a walk through it meets the nodes in order. That takes as long as
-// the small tree is large, and the children are many where it branches.
+// Sorts nodes by their order in the document. Nodes have no numbers, since every change of a document would have to renumber
+// them. Instead the nodes and everything above them are taken as a small tree. Where it branches, the branches are ordered by
+// finding them among the children of that node in the document. A walk through the small tree then meets the nodes in order.
+// The time is the size of the small tree plus the number of children where it branches.
 #include "ZerlithCore/platform/libxml2/PathValue.h"
 
 #include <algorithm>
@@ -17,12 +17,13 @@ struct Edge {
     xmlNode * child;
 };
 
-// The node where a declaration or an attribute stands, else the node itself.
+// The element of a declaration or an attribute; for other nodes the node itself.
 xmlNode * PlaceOf(PathNode const & node) noexcept {
     return node.declaration || node.IsAttribute() ? node.Parent().node : node.node;
 }
 
-// Whether `left` comes before `right` among their siblings. The search goes both ways at once.
+// Whether `left` comes before `right` among their siblings. It searches in both directions by turns, so the time is the
+// distance between the two.
 bool IsBefore(xmlNode const * left, xmlNode const * right, PathBudget & budget) {
     xmlNode const * back = left->prev;
     for (xmlNode const * on = left->next; on || back;) {
@@ -38,7 +39,7 @@ bool IsBefore(xmlNode const * left, xmlNode const * right, PathBudget & budget) 
 class Order {
     struct Key {
         std::size_t place;
-        int kind; // at one place: the node, declarations as they came, attributes
+        int kind; // the order at one place: 0 the node, 1 declarations in the order given, 2 attributes
         PathNode node;
     };
 
@@ -85,7 +86,7 @@ private:
         }
     }
 
-    // Puts the edges of each parent side by side, with the children in order.
+    // Sorts the edges, so that those of one parent are together and their children are in document order.
     void Gather() {
         std::ranges::sort(edges_, {}, &Edge::parent);
         for (auto first = edges_.begin(); first != edges_.end();) {
@@ -114,7 +115,8 @@ private:
 
     void NumberPlaces() {
         std::size_t number = 0;
-        std::vector<std::span<Edge const>> open; // what is still to be walked, a span a level
+        std::vector<std::span<Edge const>>
+            open; // the children that are still to be walked, one span for each level
         for (xmlNode * const root : roots_) {
             numbers_[root] = number++;
             open.push_back(Below(root));
@@ -132,9 +134,9 @@ private:
     }
 
     PathBudget & budget_;
-    std::unordered_map<xmlNode *, std::size_t> numbers_; // of the small tree's nodes
+    std::unordered_map<xmlNode *, std::size_t> numbers_; // the place of each node of the small tree
     std::vector<Edge> edges_;
-    std::vector<xmlNode *> roots_; // in the order in which the nodes led to them
+    std::vector<xmlNode *> roots_; // in the order in which the nodes were given
 };
 
 } // namespace

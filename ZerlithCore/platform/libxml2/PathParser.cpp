@@ -1,5 +1,6 @@
-// A recursive descent, with operators by rank in one loop. Operators of one rank in a row make one chain, so only brackets,
-// parentheses and arguments nest, and their depth is limited for the sake of the stack, here and in evaluation.
+// A recursive descent parser. One loop handles the operators of all ranks, and consecutive operators of one rank make one
+// chain. So only brackets, parentheses and arguments make it recurse. Their depth is limited, since parsing and evaluation
+// need stack for each level.
 #include "ZerlithCore/platform/libxml2/PathExpression.h"
 
 #include "ZerlithCore/platform/libxml2/Library.h"
@@ -53,7 +54,7 @@ struct NamedFunction {
     std::string_view name;
     PathFunction function;
     PathType type;
-    std::size_t least; // arguments
+    std::size_t least; // the smallest number of arguments
     std::size_t most;
 };
 constexpr std::array Functions{
@@ -86,7 +87,7 @@ constexpr std::array Functions{
     NamedFunction{"true", PathFunction::True, PathType::Boolean, 0, 0},
 };
 
-// A mark is looked for in this order, so the longer ones come first. "|" isn't among them: it binds closer than a sign.
+// Marks are tried in this order, so "<=" comes before "<". "|" isn't in the table, because it binds closer than the sign "-".
 struct NamedOperator {
     std::string_view mark;
     PathOperator meaning;
@@ -142,7 +143,7 @@ public:
     }
 
 private:
-    // --- Marks and names. Each of these leaves the place behind the blanks that follow.
+    // --- Marks and names. Each function that takes one also skips the blanks after it.
 
     [[nodiscard]] char Next(std::size_t ahead = 0) const {
         return at_ + ahead < text_.size() ? text_[at_ + ahead] : '\0';
@@ -163,7 +164,7 @@ private:
         if (!Take(mark)) Fail();
     }
 
-    // The name at a place, without what follows it; empty for none.
+    // The name that begins at `place`; empty when there is none.
     [[nodiscard]] std::string_view NameAt(std::size_t place) const {
         if (place >= text_.size() || !IsNameStart(text_[place])) return {};
         std::size_t end = place;
@@ -180,7 +181,7 @@ private:
         at_ += name.size();
         return name;
     }
-    // "name" or "prefix:name", and "prefix:*" if `mayBeAny`.
+    // Takes "name" or "prefix:name"; if `mayBeAny`, also "prefix:*".
     std::string TakeQName(PathPrefix & prefix, bool mayBeAny = false) {
         std::string name = TakeName();
         bool const hasPrefix = Next() == ':' && Next(1) != ':';
@@ -236,7 +237,7 @@ private:
         return nullptr;
     }
 
-    // Operands and the operators between them, of a rank and the higher ones.
+    // Parses operands with operators of at least this rank between them.
     PathExpression ParseFrom(int rank) {
         PathExpression left = ParseOperand();
         for (NamedOperator const * next = NextOperator(); next && next->rank >= rank; next = NextOperator()) {
@@ -248,10 +249,11 @@ private:
 
     static int RankOf(PathOperator meaning) {
         auto const place = std::ranges::find(Operators, meaning, &NamedOperator::meaning);
-        return place == Operators.end() ? -1 : place->rank; // of a union
+        return place == Operators.end() ? -1 : place->rank; // -1 for a union
     }
 
-    // Makes `left`, or continues, a chain. What stands to the left is taken first in any case.
+    // Appends an operator and its right operand to `left`, which becomes a chain if it isn't one. Chains are evaluated from left
+    // to right.
     static void Append(PathExpression & left, PathOperator meaning, PathExpression right, PathType type) {
         bool const continues =
             left.kind == PathExpression::Kind::Chain && RankOf(left.operators.front()) == RankOf(meaning);
@@ -368,7 +370,7 @@ private:
         while (IsDigit(Next())) ++at_;
         if (Next() == '.') ++at_;
         while (IsDigit(Next())) ++at_;
-        // XPath knows no exponents; they are read as in texts that become numbers.
+        // XPath has no exponents, but they are accepted here as in texts that are converted to numbers.
         std::size_t const sign = Next(1) == '-' || Next(1) == '+' ? 2 : 1;
         if ((Next() == 'e' || Next() == 'E') && IsDigit(Next(sign))) at_ += sign;
         while (IsDigit(Next())) ++at_;
@@ -409,7 +411,7 @@ private:
         return next == '.' || next == '@' || next == '*' || IsNameStart(next);
     }
 
-    // "/", or "//" with the step that it stands for.
+    // Takes "/", or "//" and adds the step for which it is an abbreviation.
     void ParseSlash(PathExpression & path) {
         bool const isDouble = Next(1) == '/';
         Skip(isDouble ? 2 : 1);
@@ -419,7 +421,8 @@ private:
         AddStep(path, std::move(step));
     }
 
-    // A child of any descendant is a descendant, unless its place among the children counts.
+    // "//x" is a step to all descendants and one to their children x. The two become one step to the descendants x, unless a
+    // predicate asks for a position among the children.
     static void AddStep(PathExpression & path, PathStep step) {
         if (step.axis == PathAxis::Child && !path.steps.empty()) {
             PathStep const & last = path.steps.back();

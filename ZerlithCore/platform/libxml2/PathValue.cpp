@@ -1,5 +1,5 @@
-// Comparing two sets of nodes takes as long as both are, not their product: equal texts are looked up in a table, and of
-// numbers only the ends of their range matter.
+// Comparing two sets of nodes takes time in proportion to the sum of their sizes, not to the product. Equal texts are found
+// with a table, and for "<" and ">" only the smallest and the largest number of each set count.
 #include "ZerlithCore/platform/libxml2/PathValue.h"
 
 #include <libxml/xpath.h>
@@ -17,7 +17,7 @@ bool IsText(xmlNode const * node) noexcept {
     return node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE;
 }
 
-// The only text of an element that has nothing else; null for others.
+// The text of an element whose only child is a text; null for others.
 xmlNode const * OnlyText(xmlNode const * node) noexcept {
     xmlNode const * const first = FirstBelow(node);
     return first && !first->next && IsText(first) ? first : nullptr;
@@ -47,7 +47,7 @@ std::string_view TextOfFirst(PathNodes & nodes, std::string & room, PathBudget &
     return nodes.list.empty() ? std::string_view() : TextOf(nodes.list.front(), room, budget);
 }
 
-// The same comparison with its sides exchanged.
+// The operator for exchanged sides: "<" becomes ">".
 PathOperator Mirrored(PathOperator how) noexcept {
     switch (how) {
     case PathOperator::Less: return PathOperator::Greater;
@@ -73,7 +73,7 @@ bool CompareNumbers(PathOperator how, double left, double right) noexcept {
     }
 }
 
-// Whether any node's text, or the number in it, passes a test.
+// Whether the text of any node, or the number in it, passes the test.
 template <class Test>
 bool AnyText(PathNodes const & nodes, PathBudget & budget, Test test) {
     std::string room;
@@ -100,7 +100,8 @@ bool HaveEqualTexts(PathNodes const & left, PathNodes const & right, PathBudget 
     });
 }
 
-// All texts are the same unless one differs from the first.
+// True if a text on the left differs from a text on the right. That is so unless all texts are equal, so each is compared with
+// the first one only.
 bool HaveUnequalTexts(PathNodes const & left, PathNodes const & right, PathBudget & budget) {
     if (left.list.empty() || right.list.empty()) return false;
     std::string room;
@@ -117,7 +118,8 @@ struct Range {
     double greatest = -std::numeric_limits<double>::infinity();
 };
 
-// What has no number compares with nothing.
+// The smallest and the largest number in the texts of the nodes. Texts that aren't numbers are left out, since every comparison
+// with them is false.
 std::optional<Range> RangeOf(PathNodes const & nodes, PathBudget & budget) {
     std::optional<Range> range;
     AnyNumber(nodes, budget, [&range](double number) {

@@ -1,5 +1,5 @@
 /// @file
-/// What expressions give, and what their evaluation may cost.
+/// The values of expressions, and a limit for the work of an evaluation.
 #pragma once
 
 #include "ZerlithCore/platform/libxml2/PathExpression.h"
@@ -15,9 +15,9 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// The work that an evaluation may still do, in units: a node looked at, or some bytes of text.
+/// The work that an evaluation may still do. A unit is one visit of a node or a few bytes of text.
 ///
-/// Whatever takes time that grows with a document or a text spends from it, before or while it does the work.
+/// Everything whose time grows with a document or a text spends from it, before or during the work.
 class PathBudget {
 public:
     explicit PathBudget(std::uint64_t units) noexcept : left_(units) {}
@@ -30,7 +30,7 @@ public:
         }
         left_ -= units;
     }
-    /// For text that is looked through, and for text that is made, which takes memory besides.
+    /// For text that is read, and for text that is made. The latter costs more, since it also takes memory.
     void SpendOnReading(std::size_t bytes) { Spend(bytes / 32); }
     void SpendOnMaking(std::size_t bytes) { Spend(bytes / 4); }
 
@@ -38,7 +38,7 @@ private:
     std::uint64_t left_;
 };
 
-/// A node, or the declaration of a namespace as it holds on the element `node`.
+/// A node, or a declaration of a namespace that is in scope on the element `node`.
 struct PathNode {
     xmlNode * node = nullptr;
     xmlNs const * declaration = nullptr;
@@ -47,7 +47,7 @@ struct PathNode {
     [[nodiscard]] bool IsAttribute() const noexcept {
         return !declaration && node->type == XML_ATTRIBUTE_NODE;
     }
-    /// The node above, whose node is null at the top.
+    /// The parent; its `node` is null if there is none.
     [[nodiscard]] PathNode Parent() const noexcept { return {declaration ? node : node->parent, nullptr}; }
 };
 
@@ -58,29 +58,29 @@ struct PathNodeHash {
 };
 using PathNodeSet = std::unordered_set<PathNode, PathNodeHash>;
 
-/// Distinct nodes.
+/// A set of nodes; none occurs twice.
 struct PathNodes {
     std::vector<PathNode> list;
-    bool isOrdered = true; // as in the document
-    bool isFlat = true;    // none stands below another
-    bool isTree = false;   // what a template made for a variable: of use for its text only
+    bool isOrdered = true; // they are in document order
+    bool isFlat = true;    // none is below another
+    bool isTree = false;   // a variable's content that a template made; only its text may be used
 };
 
 using PathValue = std::variant<PathNodes, bool, double, std::string>;
 
-/// Orders nodes as they stand in their documents; a declaration comes behind its element, an attribute behind those.
+/// Sorts nodes in document order. After an element come its declarations, then its attributes.
 void SortPathNodes(PathNodes & nodes, PathBudget & budget);
 
-/// The text of a node: a view of its own, or of `room`.
+/// The text of a node: a view of the node's own text if it has one piece, otherwise of `room`, where the pieces are joined.
 [[nodiscard]] std::string_view TextOf(PathNode const & node, std::string & room, PathBudget & budget);
 
 [[nodiscard]] double NumberOf(std::string_view text, PathBudget & budget);
 [[nodiscard]] bool TruthOf(PathValue const & value);
-/// Of nodes, those of the first one; they are sorted then.
+/// The value as a number or a text. For nodes it is that of the first one; for this the nodes are sorted.
 [[nodiscard]] double NumberOf(PathValue & value, PathBudget & budget);
 [[nodiscard]] std::string TextOf(PathValue value, PathBudget & budget);
 
-/// Whether `left` and `right` compare, as XPath has it: with nodes, one that compares is enough.
+/// Whether the comparison is true by the rules of XPath. For nodes it is true if it is true for one of them.
 [[nodiscard]] bool Compare(PathOperator how, PathValue & left, PathValue & right, PathBudget & budget);
 
 } // namespace KZPlatform::LibXml2

@@ -1,6 +1,6 @@
-// libxml2 has an evaluator of its own, which isn't used: it counts the nodes that it looks at but not what it does with them,
-// so that "//i/following-sibling::i" takes minutes in a document of 40,000 bytes; it cuts documents deeper than 10,000 levels;
-// and it ends the process when it has no memory to sort.
+// libxml2's own evaluator isn't used, for three reasons. It limits the nodes that it visits but not the work it does with them,
+// so "//i/following-sibling::i" takes minutes in a document of 40,000 bytes. It leaves out nodes deeper than 10,000 levels. And
+// it ends the process when it has no memory for sorting.
 #include "ZerlithCore/platform/libxml2/Paths.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
@@ -39,7 +39,7 @@ Paths::Read const & Paths::Find(std::u16string_view path) {
     if (known != read_.end()) return known->second;
     Read read;
     read.expression = ParsePath(Utf8Of(path), read.prefixes);
-    // Programs that make up their paths go round in the table; those that don't never fill it.
+    // The table is emptied when it is full. Only programs that compose paths from data ever fill it.
     if (read_.size() >= MaxRead) read_.clear();
     return read_.emplace(path, std::move(read)).first->second;
 }
@@ -60,7 +60,7 @@ DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, bool f
         if (read.expression.type != PathType::Nodes && read.expression.type != PathType::Unknown)
             return {DocumentCode::NotNodes, u"The path doesn't lead to nodes: " + std::u16string(path)};
         std::vector<std::string> const uris = Resolve(context, read.prefixes);
-        QuietFloatingPoint const quiet; // numbers of paths may overflow, and be none
+        QuietFloatingPoint const quiet; // numbers in paths may overflow or be NaN
         PathBudget budget(limits.pathWork);
         PathEvaluator evaluator(reinterpret_cast<xmlNode *>(doc_), uris, budget, nullptr);
         PathNodes const nodes = evaluator.Nodes(read.expression, {{context}}, firstOnly);

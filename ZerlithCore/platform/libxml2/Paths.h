@@ -13,15 +13,15 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// Evaluates paths and keeps the read ones, so that a program's few paths are read once a document.
+/// Evaluates paths and keeps the parsed ones. A program has few different paths, so each is parsed once for a document.
 class Paths {
 public:
     explicit Paths(xmlDoc * doc) : doc_(doc) {}
     Paths(Paths const &) = delete;
     Paths & operator=(Paths const &) = delete;
 
-    /// Puts the nodes that `path` finds from `context` into `found`, in document order: all, or the first one. Declarations
-    /// of namespaces aren't among them.
+    /// Puts the nodes that `path` finds from `context` into `found`, in document order; with `firstOnly` only the first one.
+    /// Declarations of namespaces are left out.
     DocumentResult Select(xmlNode * context, std::u16string_view path, bool firstOnly,
                           std::vector<xmlNode *> & found);
 
@@ -45,10 +45,11 @@ private:
     std::unordered_map<std::u16string, Read, TextHash, std::equal_to<>> read_;
 };
 
-/// The namespace that a prefix means on a node, and on the root of a document. Errors, thrown: PathFailure::Prefix.
+/// The namespace that is declared for a prefix at a node; for a document, at its root element. Errors, thrown:
+/// PathFailure::Prefix.
 [[nodiscard]] std::string UriOfPrefix(xmlNode * node, std::string const & prefix);
 
-/// What is told of a failure; the path follows.
+/// The beginning of the message for a failure; the path follows it.
 [[nodiscard]] char16_t const * TextOf(PathFailure failure) noexcept;
 
 } // namespace KZPlatform::LibXml2

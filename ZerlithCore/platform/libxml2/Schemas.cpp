@@ -1,6 +1,7 @@
-// libxml2 compiles one schema and what it imports. So a schema is made up that imports all the added ones, each under the
-// name "x-schema:" with its namespace; a callback that knows such names only, and only while a thread compiles, gives the
-// text. In the copies the places of imports are replaced by those names or taken out, so no file and no network is asked.
+// libxml2 compiles one schema and those that it imports. So a schema is made that imports all the added ones, each by the name
+// "x-schema:" and its namespace. A callback returns the text for such a name; it knows no other names, and only those of the
+// schemas that its thread is compiling. In the copies the locations of imports are replaced by those names or removed, so no
+// file is opened and no network is used.
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
@@ -26,7 +27,7 @@ using SchemaTexts = std::map<std::string, std::string, std::less<>>; // by name
 
 thread_local SchemaTexts const * currentTexts = nullptr;
 
-// What is read, and how far.
+// The rest of a text that libxml2 is reading.
 struct OpenText {
     std::string_view rest;
 };
@@ -51,7 +52,7 @@ int Close(void * open) {
     return 0;
 }
 
-// A name that is a valid URI whatever the namespace is.
+// The name of a schema. The namespace is escaped, so that the name is always a valid URI.
 std::string NameOf(std::string const & nameSpace) {
     LibraryCall const call;
     OwnedText const escaped(Need(xmlURIEscapeStr(Chars(nameSpace), Chars(""))));
@@ -96,7 +97,7 @@ DocumentResult Schemas::Add(std::string const & nameSpace, xmlDoc const * schema
     for (xmlNode const * child = root->children; child; child = child->next)
         if (IsSchemaElement(child, "include") || IsSchemaElement(child, "redefine"))
             return Bad(u"The schema includes another one, and nothing is loaded: add it by itself");
-    // Without a document type, whose declarations would be read again.
+    // The document type isn't copied, because its declarations would be parsed again.
     OwnedDoc copy = NewDoc();
     Link(CopyNode(root, copy.get(), true), reinterpret_cast<xmlNode *>(copy.get()), nullptr);
     docs_.insert_or_assign(nameSpace, std::move(copy));
@@ -111,7 +112,7 @@ DocumentResult Schemas::Compile() {
     std::size_t size = 0;
     std::string all =
         "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
-        "\" targetNamespace=\"x-schema:\">"; // a namespace of its own, to import those without one
+        "\" targetNamespace=\"x-schema:\">"; // it has a namespace, since only then may it import schemas without one
     for (auto const & [nameSpace, doc] : docs_) {
         for (xmlNode * child = xmlDocGetRootElement(doc.get())->children; child; child = child->next) {
             if (!IsSchemaElement(child, "import")) continue;

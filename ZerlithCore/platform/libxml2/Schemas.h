@@ -11,16 +11,16 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// Schemas by their namespace, compiled together when they are first needed.
+/// The schemas of a document by their namespaces. They are compiled together when they are first needed.
 class Schemas {
 public:
-    /// Copies a schema. Errors: BadSchema for another root or namespace, and for one that includes others.
+    /// Adds a copy of a schema. Errors: BadSchema if the root isn't a schema, is for another namespace, or includes another file.
     DocumentResult Add(std::string const & nameSpace, xmlDoc const * schema);
 
-    /// Errors: BadSchema. A document that doesn't follow the schemas is told in `fault`.
+    /// Validates `doc`. If it doesn't follow the schemas, `fault` says why. Errors: BadSchema.
     DocumentResult Validate(xmlDoc * doc, Fault & fault);
 
-    /// Makes libxml2 look up names that begin "x-schema:" among the schemas that the thread compiles just now.
+    /// Makes libxml2 look up names that begin with "x-schema:" among the schemas that the calling thread is compiling.
     static void RegisterNames();
 
 private:

@@ -1,6 +1,7 @@
-// Patterns stay libxslt's, but for their predicates. One with several "//" would make it try all combinations of ancestors, so
-// its last step becomes the pattern and the others a predicate that asks for ancestors. The nodes of a key are found by a
-// predicate on any node in the same way. Patterns that ask for positions stay as they are.
+// libxslt matches patterns itself, and only their predicates are replaced. There are two exceptions. With several "//" in a
+// pattern libxslt would try all combinations of ancestors, so only the last step stays a pattern, and the whole pattern becomes
+// its predicate: "a//b//c" becomes "c[self::c[ancestor::b[ancestor::a]]]". The pattern of a key is put into a predicate of
+// "node()" in the same way. Patterns that ask for positions aren't changed.
 #include "ZerlithCore/platform/libxml2/StylesheetProgram.h"
 
 #include "ZerlithCore/platform/libxml2/Element.h"
@@ -15,14 +16,14 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-// Elements of the stylesheet's root, some of which are compared with each other.
+// The number of elements below the stylesheet's root; libxslt compares some of them with each other.
 constexpr std::size_t MaxTopElements = 16'384;
-// What an instruction may copy from the stylesheet without being counted: bytes, and attributes.
+// The bytes and attributes that an instruction may copy from the stylesheet without being counted.
 constexpr std::size_t FreeBytes = 512;
 constexpr std::size_t FreeAttributes = 16;
 
 struct ExpressionAttribute {
-    std::string_view element; // of XSLT
+    std::string_view element; // its name in the namespace of XSLT
     std::string_view name;
     ExpressionUse use;
 };
@@ -41,12 +42,12 @@ constexpr std::array ExpressionAttributes{
     ExpressionAttribute{"with-param", "select", ExpressionUse::Value},
 };
 constexpr std::array<std::string_view, 3> PatternAttributes{"count", "from", "match"};
-// Of XSLT's elements; all attributes of others may have expressions in braces.
+// The attributes of XSLT's elements that may have expressions in braces. On other elements all attributes may.
 constexpr std::array<std::string_view, 10> TemplateAttributes{
     "case-order", "data-type", "format", "grouping-separator", "grouping-size",
     "href",       "lang",      "name",   "namespace",          "order"};
 
-// XSLT's elements that have others but no instructions in them.
+// The elements of XSLT that contain other elements of XSLT but no instructions.
 constexpr std::array<std::string_view, 7> Bare{"apply-templates", "attribute-set", "call-template", "choose",
                                                "stylesheet",      "text",          "transform"};
 
@@ -66,7 +67,7 @@ xmlAttr * FindAttribute(xmlNode const * element, std::string_view name) {
     return attribute;
 }
 
-// The place behind a literal, or a bracket with all in it, that begins at `start`; the end of the text if it isn't closed.
+// The place after the literal or the bracketed part that begins at `start`; the end of the text if it isn't closed.
 std::size_t BehindBracket(std::string_view text, std::size_t start) {
     int depth = 0;
     for (std::size_t at = start; at < text.size(); ++at) {
@@ -82,7 +83,7 @@ std::size_t BehindBracket(std::string_view text, std::size_t start) {
     return text.size();
 }
 
-// The alternatives of a pattern.
+// The alternatives of a pattern, which are separated by "|".
 std::vector<std::string_view> AlternativesIn(std::string_view pattern) {
     std::vector<std::string_view> all;
     std::size_t start = 0;
@@ -99,7 +100,7 @@ std::vector<std::string_view> AlternativesIn(std::string_view pattern) {
     return all;
 }
 
-// The last step, without its predicates.
+// The last step of an alternative, without its predicates.
 std::string LastStepOf(std::string_view alternative) {
     std::size_t start = 0;
     std::size_t end = alternative.size();
@@ -126,7 +127,7 @@ bool HasVariable(PathExpression const & expression) {
            });
 }
 
-// "key(name, value)" without steps: libxslt would look for each node among all that have the key.
+// Whether the pattern is "key(name, value)" without steps. For each node libxslt would search all nodes that have the key.
 bool IsKeyPattern(PathExpression const & pattern) {
     return pattern.kind == PathExpression::Kind::Call && pattern.text == "key" &&
            pattern.operands.size() == 2;
@@ -147,7 +148,7 @@ PathExpression StepFrom(PathAxis axis, PathTest test, std::vector<PathExpression
     return path;
 }
 
-// Whether the node is the one that only the root of a document is a parent of.
+// A condition that is true for a child of the root node: "parent::node()[not(parent::node())]".
 PathExpression BelowRoot() {
     PathExpression call;
     call.kind = PathExpression::Kind::Call;
@@ -157,8 +158,8 @@ PathExpression BelowRoot() {
     return StepFrom(PathAxis::Parent, {}, {std::move(call)});
 }
 
-// A plain pattern as a condition on the node, in turn with one on its parent or an ancestor. The name of an attribute isn't
-// asked for.
+// A plain pattern as a condition on the node: "a//b/c" becomes "self::c[parent::b[ancestor::a]]". The name of an attribute isn't
+// checked, because the last step, which stays a pattern, does that.
 PathExpression ConditionOf(PathExpression pattern) {
     std::optional<PathExpression> above;
     if (pattern.isAbsolute && pattern.steps.front().axis != PathAxis::Descendant) above = BelowRoot();
@@ -174,7 +175,7 @@ PathExpression ConditionOf(PathExpression pattern) {
     return std::move(*above);
 }
 
-// Whether libxslt would try combinations of ancestors, or look for the node in a list of all that match.
+// Whether libxslt would try combinations of ancestors, or search a list of all matching nodes.
 bool IsCostly(PathExpression const & pattern) {
     auto const jumps = std::ranges::count(pattern.steps, PathAxis::Descendant, &PathStep::axis);
     bool const isFirstFree = pattern.isAbsolute && pattern.steps.front().axis == PathAxis::Descendant;
@@ -194,7 +195,7 @@ DocumentResult StylesheetProgram::Take(xmlDoc * doc) {
     if (IsXslt(root) && tops > MaxTopElements)
         return {DocumentCode::LimitExceeded,
                 u"The stylesheet has more than 16,384 declarations and templates"};
-    std::vector<xmlNode *> nodes; // as they are before any is put in
+    std::vector<xmlNode *> nodes; // gathered before nodes are added
     for (xmlNode * at = root; at; at = NextBelow(at, root)) nodes.push_back(at);
     for (xmlNode * const node : nodes) {
         try {
@@ -241,7 +242,7 @@ void StylesheetProgram::TakeFrom(xmlNode * element) {
         adding.use = ExpressionUse::AttributeSet;
         InsertCount(element, element->children, std::move(adding));
     }
-    // Attributes of an element that goes to the result are compared with each other.
+    // libxslt compares the attributes of an element of the result with each other.
     if (isXslt || (bytes <= FreeBytes && count <= FreeAttributes)) return;
     StylesheetExpression copying;
     copying.use = ExpressionUse::Weight;
@@ -331,7 +332,7 @@ std::string StylesheetProgram::Call(StylesheetExpression expression) {
 
 std::string StylesheetProgram::Call(xmlNode * element, std::string_view path, ExpressionUse use) {
     StylesheetExpression read = Read(element, path, use);
-    // Keys are made when one is asked for, which may be in the middle of a variable.
+    // A key is made when it is first asked for. That may happen while a variable is computed, so keys may not use variables.
     if (IsXslt(element, "key") && HasVariable(read.expression)) throw PathFailure::Variable;
     return Call(std::move(read));
 }
@@ -341,7 +342,7 @@ StylesheetExpression const * StylesheetProgram::Find(double number) const noexce
     return isKnown ? &expressions_[static_cast<std::size_t>(number)] : nullptr;
 }
 
-// Expressions in braces; double braces are characters. What isn't closed stays for libxslt to complain of.
+// Replaces the expressions in braces; a double brace is a character. A brace that isn't closed stays, and libxslt reports it.
 std::string StylesheetProgram::CallsInTemplate(xmlNode * element, std::string_view text) {
     std::string result;
     for (std::size_t at = 0; at < text.size();) {
@@ -371,7 +372,7 @@ std::string StylesheetProgram::CallsInPatterns(xmlNode * element, std::string_vi
         StylesheetExpression read = Read(element, alternative, ExpressionUse::Truth);
         if (mayHaveNoVariables && HasVariable(read.expression)) throw PathFailure::Variable;
         if (!result.empty()) result += '|';
-        bool const isKey = IsXslt(element, "key"); // whose nodes are looked for by "//" and the pattern
+        bool const isKey = IsXslt(element, "key"); // libxslt puts "//" before its pattern
         if (IsKeyPattern(read.expression) && !isKey) {
             read.expression.text = HasKeyFunction;
             result += "node()[" + Call(std::move(read)) + "]";

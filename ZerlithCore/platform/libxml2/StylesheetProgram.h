@@ -1,5 +1,5 @@
 /// @file
-/// The expressions of a stylesheet, taken out of it.
+/// The expressions of a stylesheet, which are replaced in it by function calls.
 #pragma once
 
 #include "ZerlithCore/platform/libxml2/Library.h"
@@ -16,12 +16,12 @@ namespace KZPlatform::LibXml2 {
 
 /// The namespace of XSLT's elements.
 inline constexpr std::string_view XsltNamespace = "http://www.w3.org/1999/XSL/Transform";
-/// The function that stands in a stylesheet in the place of an expression, with its number as argument.
+/// The function that replaces an expression in a stylesheet. Its argument is the number of the expression.
 inline constexpr char ExpressionFunction[] = "kz-expression";
-/// The function that stands for a pattern "key(name, value)", with the same arguments.
+/// The function that replaces a pattern "key(name, value)", with the same arguments.
 inline constexpr char HasKeyFunction[] = "kz-has-key";
 
-/// What becomes of an expression's value, and so what it costs beside the evaluation.
+/// What an expression's value is used for, which decides the cost besides its evaluation.
 enum class ExpressionUse : std::uint8_t {
     Value,        // of a variable; nodes for a loop
     Text,         // goes to the result
@@ -40,7 +40,7 @@ enum class ExpressionUse : std::uint8_t {
 
 struct StylesheetExpression {
     PathExpression expression;
-    std::vector<std::string> uris; // of its prefixes
+    std::vector<std::string> uris; // the namespaces of its prefixes
     ExpressionUse use = ExpressionUse::Value;
     bool isAnyLevel = false;  // of xsl:number
     bool isOfContext = false; // the attribute is the context, if that is one
@@ -49,16 +49,17 @@ struct StylesheetExpression {
 
 /// The expressions of one stylesheet by their numbers.
 ///
-/// libxslt evaluates by libxml2, which counts too little of its work (Paths.cpp tells more). So each expression in a
-/// stylesheet is replaced by a call of one function, which evaluates it here. Work of libxslt's own that grows with the
-/// document or the stylesheet is counted by expressions that are put in: as conditions of xsl:if that never hold.
+/// libxslt evaluates expressions with libxml2, which limits too little of its work (see Paths.cpp). So each expression in a
+/// stylesheet is replaced by a call of one function, which evaluates it here. Work of libxslt itself that grows with the
+/// document or the stylesheet is counted by expressions that are added to the stylesheet, as conditions of an xsl:if that are
+/// always false.
 class StylesheetProgram {
 public:
-    /// Takes the expressions out of `doc`. Errors: BadStylesheet, LimitExceeded.
+    /// Replaces the expressions in `doc` and keeps them here. Errors: BadStylesheet, LimitExceeded.
     [[nodiscard]] DocumentResult Take(xmlDoc * doc);
 
     [[nodiscard]] StylesheetExpression const * Find(double number) const noexcept;
-    /// How many templates may have to be tried for one node.
+    /// The largest number of templates that libxslt may try for one node.
     [[nodiscard]] std::size_t TemplatesForANode() const noexcept;
 
 private:
@@ -77,7 +78,8 @@ private:
                                             ExpressionUse use) const;
 
     std::vector<StylesheetExpression> expressions_;
-    std::map<std::pair<std::string, std::string>, std::size_t> templates_; // by mode and name, empty for any
+    std::map<std::pair<std::string, std::string>, std::size_t>
+        templates_; // their number by mode and name; an empty name means any
 };
 
 } // namespace KZPlatform::LibXml2

@@ -1,5 +1,6 @@
-// Stylesheet and source are copied before they meet: libxslt takes the stylesheet's document as its own, and takes white
-// space out of the source, whose texts somebody may hold. The stylesheet's copy loses its expressions (StylesheetProgram.h).
+// libxslt works on copies of the stylesheet and the source: it owns the stylesheet's document afterwards, and it removes white
+// space from the source, to whose texts handles may refer. In the copy of the stylesheet the expressions are replaced
+// (StylesheetProgram.h).
 #include "ZerlithCore/platform/FloatingPoint.h"
 #include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/platform/libxml2/Nodes.h"
@@ -20,7 +21,7 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-// Templates that call each other, and levels of the source: each takes stack.
+// The depth of templates that call each other, and of the source: each level takes stack.
 constexpr int MaxDepth = 1000;
 // Templates that may be tried for a node without lowering the number of instructions.
 constexpr std::size_t FreeTemplates = 64;
@@ -96,7 +97,7 @@ OwnedRights NoRights() {
     return rights;
 }
 
-// Tells a limit that was met from whatever else has ended the transformation.
+// Finds out why the transformation has ended: by a limit or by another error.
 DocumentResult ReasonOf(TransformHost const & host, xsltTransformContext const & context,
                         LibraryCall const & call) {
     auto const limit = [](char16_t const * reason) { return Failed(DocumentCode::LimitExceeded, reason); };
@@ -141,8 +142,8 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, StylesheetProgr
     return ReasonOf(host, *context, call);
 }
 
-// A result may be any list of nodes, or be marked as output for browsers, or have texts that aren't to be escaped. What
-// can't be a document is refused, the rest made one like others.
+// Makes an XML document of a result. A result may be any list of nodes, which is refused if it can't be a document. It may also
+// be an HTML document or have texts that aren't to be escaped; these become ordinary ones.
 DocumentResult MakeDocument(OwnedDoc & result) {
     xmlNode * const top = reinterpret_cast<xmlNode *>(result.get());
     result->type = XML_DOCUMENT_NODE;

@@ -13,14 +13,14 @@ namespace {
 
 using OwnedObject = std::unique_ptr<xmlXPathObject, FreeBy<xmlXPathFreeObject>>;
 
-// Levels of what is copied or walked through: each takes stack.
+// The depth of nodes that are copied or walked by libxslt, which takes stack for each level.
 constexpr int MaxDepth = 1000;
-// What a node costs that libxslt copies, looks for a template for, or gives or takes in a list.
+// The cost of a node that libxslt copies, of one for which it looks for a template, and of one that is passed in a list.
 constexpr std::uint64_t CopiedNode = 20;
 constexpr std::uint64_t VisitedNode = 4;
 constexpr std::uint64_t ListedNode = 4;
 
-// A declaration of a namespace comes as a copy whose `next` is the element.
+// libxml2 passes a declaration of a namespace as a copy whose `next` is the element.
 PathNode PathNodeOf(xmlNode * node) noexcept {
     if (node->type != XML_NAMESPACE_DECL) return {node, nullptr};
     auto const * const declaration = reinterpret_cast<xmlNs const *>(node);
@@ -39,7 +39,7 @@ TransformHost::TransformHost(StylesheetProgram const & program, xsltTransformCon
         throw std::bad_alloc();
 }
 
-// --- From libxslt. It is C and lets no exception through.
+// --- Called by libxslt, which is C, so no exception may leave these.
 
 void TransformHost::OnCall(xmlXPathParserContext * parser, int count) noexcept {
     auto & transform = *static_cast<xsltTransformContext *>(parser->context->extra);
@@ -107,8 +107,8 @@ xmlXPathObject * TransformHost::Use(StylesheetExpression const & expression, Pat
     return ObjectOf(std::move(value));
 }
 
-// libxslt's sort compares each key with a part of the others, which grows with their number, and nearly with all if they
-// are in the worst order.
+// libxslt's sort compares each key with a part of the others, and with nearly all of them if they are in the worst order. So a
+// key costs more the more nodes are sorted.
 std::string TransformHost::SortKey(PathValue value) {
     std::string key = TextOf(std::move(value), budget_);
     auto const size = static_cast<std::uint64_t>(std::max(transform_.xpathCtxt->contextSize, 0));
@@ -116,7 +116,7 @@ std::string TransformHost::SortKey(PathValue value) {
     return key;
 }
 
-// --- What libxslt does by itself
+// --- Counting the work of libxslt
 
 // libxslt copies a text, and reads it unit by unit; of nodes it takes the texts.
 void TransformHost::SpendOnArgument(PathValue const & argument) {
@@ -128,7 +128,7 @@ void TransformHost::SpendOnArgument(PathValue const & argument) {
         budget_.Spend(each * TextOf(nodes->list[i], room, budget_).size());
 }
 
-// A node is looked for among all that have the same value of a key.
+// When libxslt adds a node to a key, it searches all nodes that have the same value.
 void TransformHost::SpendOnKeys(PathValue const & value) {
     auto const count = [this](std::string text) {
         budget_.SpendOnMaking(text.size());
@@ -140,7 +140,8 @@ void TransformHost::SpendOnKeys(PathValue const & value) {
     for (PathNode const & node : nodes->list) count(std::string(TextOf(node, room, budget_)));
 }
 
-// For a pattern's predicate the siblings are counted, from the last node that was matched on if it is one of them.
+// For a predicate of a pattern libxslt counts the siblings of the node, beginning at the last matched node if that is one of
+// them.
 void TransformHost::SpendOnSiblings(xmlNode * node) {
     if (node->type == XML_NAMESPACE_DECL || !node->parent) return;
     bool const isNear = lastMatched_ && (lastMatched_ == node || lastMatched_ == node->prev ||
@@ -189,7 +190,7 @@ std::uint64_t TransformHost::AttributesAtWork() const noexcept {
     return count;
 }
 
-// Looks at all in front of the node, or at what stands in front of it and its ancestors among their siblings.
+// xsl:number looks at all nodes before the node (`isAnyLevel`), or at the siblings before it and before its ancestors.
 void TransformHost::SpendOnNumbering(xmlNode * node, bool isAnyLevel) {
     for (xmlNode * at = node; at && at->type != XML_NAMESPACE_DECL; at = at->parent) {
         for (xmlNode * sibling = at->prev; sibling; sibling = sibling->prev) {
@@ -202,8 +203,8 @@ void TransformHost::SpendOnNumbering(xmlNode * node, bool isAnyLevel) {
     }
 }
 
-// libxml2 sorts what is in order already: that looks for the last element in front of a text, and for ancestors of elements
-// that have no number, as those of variables.
+// libxml2 sorts the nodes again although they are in order. To compare two, it searches for the last element before a text, and
+// for the ancestors of elements without a number, such as those in variables.
 void TransformHost::SpendOnSorting(PathNodes const & nodes) {
     if (nodes.list.size() < 2) return;
     for (PathNode const & node : nodes.list) {
@@ -264,7 +265,7 @@ PathValue TransformHost::ValueOf(xmlXPathObject & object, bool isOrdered) {
     return nodes;
 }
 
-// What a variable has came from an expression, so it is in order.
+// The nodes of a variable are in order, because they come from an expression.
 PathValue TransformHost::Variable(std::string const & name, std::string const & uri) {
     budget_.Spend(1 + static_cast<std::uint64_t>(std::max(transform_.varsNr - transform_.varsBase, 0)) / 8);
     OwnedObject const object(xmlXPathVariableLookupNS(transform_.xpathCtxt, Chars(name), OrNull(uri)));

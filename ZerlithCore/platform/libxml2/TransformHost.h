@@ -18,8 +18,8 @@
 
 namespace KZPlatform::LibXml2 {
 
-/// One transformation as far as expressions know it: their budget, the variables and functions of libxslt, and the first
-/// failure, which stops the transformation.
+/// What the expressions of one transformation need: their budget, and the variables and functions of libxslt. It also keeps the
+/// first failure, which stops the transformation.
 class TransformHost final : public PathHost {
 public:
     TransformHost(StylesheetProgram const & program, xsltTransformContext & transform, std::uint64_t work);
@@ -56,10 +56,10 @@ private:
     xsltTransformContext & transform_;
     PathBudget budget_;
     std::optional<PathFailure> failure_;
-    xmlXPathParserContext * parser_ = nullptr; // of the innermost call
+    xmlXPathParserContext * parser_ = nullptr; // the context of the innermost call
     xmlNode * lastMatched_ = nullptr;
     std::uint64_t lastSiblings_ = 0;
-    std::map<KeyName, PathNodeSet> keys_; // that patterns have asked for
+    std::map<KeyName, PathNodeSet> keys_; // the nodes of the keys that patterns have asked for
     std::unordered_map<std::string, std::uint64_t> keyValues_;
 };
 

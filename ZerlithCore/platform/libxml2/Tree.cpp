@@ -1,5 +1,5 @@
-// Nodes are linked here by hand: libxml2's own functions join neighbouring texts and free one of them, which an object
-// may stand for, and some of them recurse.
+// Nodes are linked here without libxml2's functions. Those join neighbouring texts and free one of them, which may have an
+// object, and some of them recurse.
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
 #include "ZerlithCore/platform/libxml2/NodeList.h"
@@ -51,7 +51,7 @@ void ForEachNamespace(xmlNode * top, Declared declared, Used used) {
     }
 }
 
-// A declaration on `top` that says the same as `outer`; `outer` itself where none can.
+// A declaration on `top` with the prefix and namespace of `outer`; `outer` itself if `top` can't have one.
 xmlNs * DeclareAlso(xmlNode * top, xmlNs * outer) {
     if (View(outer->prefix) == "xml" || (!outer->prefix && !top->ns)) return outer;
     if (xmlNs * const made = xmlNewNs(top, outer->href, outer->prefix)) return made;
@@ -60,8 +60,8 @@ xmlNs * DeclareAlso(xmlNode * top, xmlNs * outer) {
     return outer;
 }
 
-// Declares on the top of a piece what it uses from outside. What remains, where a prefix means something else in
-// between, libxml2 declares at the place of use.
+// Declares on `top` the namespaces that its subtree uses from outside. If a prefix is redeclared in between, libxml2 declares
+// the namespace where it is used.
 void MakeSelfContained(xmlNode * top) {
     if (top->type != XML_ELEMENT_NODE) return;
     NamespaceMap known;
@@ -97,7 +97,7 @@ bool StandsInElement(xmlNode const * node) noexcept {
     return node->parent && node->parent->type == XML_ELEMENT_NODE;
 }
 
-// What an element brought along while it stood nowhere goes again where its new parent has the same declaration.
+// Removes the declarations from an element that got them as an orphan, if its new parent has the same ones.
 void DropRepeatedDeclarations(xmlNode * node) {
     if (node->type != XML_ELEMENT_NODE || node->parent->type != XML_ELEMENT_NODE) return;
     for (xmlNs ** place = &node->nsDef; *place;) {
@@ -179,7 +179,7 @@ void NodeCore::MoveTo(Tree & tree, xmlNode * node) {
 // --- Tree
 
 Tree::Tree(OwnedDoc doc) : doc_(std::move(doc)) {
-    // Without an encoding libxml2 writes letters in attributes as references.
+    // Without an encoding libxml2 would write non-ASCII letters in attributes as character references.
     if (!doc_->encoding) doc_->encoding = CopyOfText("UTF-8").release();
     doc_->_private = this;
 }
@@ -229,7 +229,7 @@ void Tree::Detach(xmlNode * node, NodeCore & core) noexcept {
     if (!orphans_.empty()) ChangeCount(RootOf(node), -1);
 }
 
-// Counts objects of an orphan, which goes with the last one.
+// Changes the number of objects of an orphan, and frees the orphan when that becomes 0.
 void Tree::ChangeCount(xmlNode * root, std::ptrdiff_t by) noexcept {
     if (!IsOrphan(root)) return;
     auto const place = orphans_.find(root);
@@ -317,7 +317,8 @@ void Tree::Move(xmlNode * node, xmlNode * parent, xmlNode * before) {
         Of(node).PinLists();
         return Adopt(node, CopyNode(node, Doc(), true), parent, before);
     }
-    // The way up is long in a deep tree; it is spared where nothing but the node itself stands outside a document.
+    // In a deep tree the way up to the root of `parent` is long. It isn't needed if there is no orphan but the node itself,
+    // because `parent` is below the document then.
     xmlNode * const oldRoot = RootOf(node);
     bool const isOnlyOrphan = orphans_.size() == (oldRoot == node ? 1 : 0);
     xmlNode * const newRoot = isOnlyOrphan ? DocNode() : RootOf(parent);
@@ -354,7 +355,7 @@ void Tree::MoveChildren(xmlNode * fragment, xmlNode * parent, xmlNode * before) 
 // Puts `copy` of a node of another tree in its place here, and frees the node. Its objects change over.
 void Tree::Adopt(xmlNode * node, xmlNode * copy, xmlNode * parent, xmlNode * before) noexcept {
     Tree & source = Of(node);
-    source.Hold(); // until it has been told
+    source.Hold(); // the source must exist until its objects are counted
     xmlNode * const oldRoot = RootOf(node);
     auto const count = static_cast<std::ptrdiff_t>(CountObjects(node));
     Link(copy, parent, before);
@@ -371,7 +372,7 @@ void Tree::Adopt(xmlNode * node, xmlNode * copy, xmlNode * parent, xmlNode * bef
     source.Drop();
 }
 
-// Lists hold plain pointers until nodes may go; from then on they hold objects.
+// Lists hold plain pointers until nodes may be freed; from then on they hold objects.
 void Tree::PinLists() {
     for (NodeList * const list : lists_) list->Pin();
 }
@@ -441,7 +442,7 @@ xmlNode * CopyElement(xmlNode const * node, xmlDoc * doc, NamespaceMap & map) {
     return copy.release();
 }
 
-// The node alone.
+// A copy of the node without the nodes below it.
 xmlNode * CopyOne(xmlNode const * node, xmlDoc * doc, NamespaceMap & map) {
     switch (node->type) {
     case XML_ELEMENT_NODE: return CopyElement(node, doc, map);
@@ -455,7 +456,7 @@ xmlNode * CopyOne(xmlNode const * node, xmlDoc * doc, NamespaceMap & map) {
     }
 }
 
-// Everything below `node` as children of `copy`; kinds that can't be copied are left out.
+// Copies everything below `top` to below `copy`; kinds that can't be copied are left out.
 void CopyBelow(xmlNode const * top, xmlNode * copy, xmlDoc * doc, NamespaceMap & map) {
     xmlNode * parent = copy;
     for (xmlNode const * at = FirstBelow(top); at;) {
@@ -493,7 +494,7 @@ xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
     OwnedNode copy(CopyOne(node, doc, map));
     if (!copy) return nullptr;
     if (deep) CopyBelow(node, copy.get(), doc, map);
-    // What is declared above the node becomes its own.
+    // Namespaces that are declared above the node are declared on its copy.
     if (copy->type == XML_DOCUMENT_FRAG_NODE) {
         for (xmlNode * child = copy->children; child; child = child->next) MakeSelfContained(child);
     } else {

@@ -18,11 +18,11 @@ class Paths;
 class Schemas;
 class Tree;
 
-/// The part that the objects of all kinds of nodes have in common: where the node is and who holds the object.
+/// The common part of the objects of all kinds of nodes: the node, its tree and the reference count.
 ///
-/// The node's `_private` points back here, so a node has one object at a time; the object of a document is known to its
-/// tree. Whoever drops the last reference deletes the object, and the node too when it stands nowhere and no other node
-/// of its subtree has an object.
+/// The node's `_private` points to its object, so a node has one object at a time. The tree knows the object of its document.
+/// Releasing the last reference deletes the object. It also frees the node's whole subtree if that is outside of the document
+/// and none of its nodes has an object any more.
 class NodeCore {
 public:
     NodeCore(Tree & tree, xmlNode * node, DocumentNode & face);
@@ -42,7 +42,7 @@ public:
     [[nodiscard]] xmlNode * Node() const noexcept { return node_; }
     [[nodiscard]] Tree & Home() const noexcept { return *tree_; }
     [[nodiscard]] DocumentNode & Face() const noexcept { return face_; }
-    /// Makes this the object of `node` in `tree`, which takes the place of what it stood for.
+    /// Makes this the object of `node` in `tree` instead of its present node.
     void MoveTo(Tree & tree, xmlNode * node);
 
 private:
@@ -52,11 +52,11 @@ private:
     DocumentNode & face_;
 };
 
-/// One document of libxml2 with everything that depends on it. It lives as long as an object or a list refers to it.
+/// One document of libxml2 with everything that depends on it. It exists as long as an object or a list refers to it.
 ///
-/// A node either hangs below the document or belongs to an orphan: a subtree whose top has no parent. An orphan exists
-/// as long as one of its nodes has an object; how many have is counted here, an orphan a line. Namespaces that an
-/// orphan uses are declared inside it, so it never refers to nodes outside.
+/// A node is either below the document or in an orphan, which is a subtree whose top has no parent. An orphan exists as long as
+/// one of its nodes has an object; `orphans_` has the number of objects of each. The namespaces that an orphan uses are
+/// declared inside it, so it never points to nodes outside.
 class Tree {
 public:
     explicit Tree(OwnedDoc doc);
@@ -77,7 +77,7 @@ public:
     [[nodiscard]] xmlNode * DocNode() const noexcept { return reinterpret_cast<xmlNode *>(doc_.get()); }
     [[nodiscard]] Paths & GetPaths();
 
-    /// The object of a node of this tree, perhaps a new one without references; null for null.
+    /// The object of a node of this tree. If the node has none, a new one with a reference count of 0. Null for null.
     [[nodiscard]] DocumentNode * Wrap(xmlNode * node);
     /// The same for a node that has just been made and stands nowhere; the tree owns it from now on, or frees it when it
     /// throws.
@@ -85,7 +85,7 @@ public:
 
     // What follows is done whole, or throws std::bad_alloc and has changed nothing.
 
-    /// Takes a node from where it stands and frees it, or keeps it as an orphan while it or a node below has an object.
+    /// Removes a node from its parent and frees it. If it or a node below it has an object, it is kept as an orphan instead.
     void Remove(xmlNode * node);
     /// The same for all children of `parent`.
     void RemoveChildren(xmlNode * parent);
@@ -100,11 +100,11 @@ public:
     void Register(NodeList & list) { lists_.push_back(&list); }
     void Unregister(NodeList & list) noexcept { std::erase(lists_, &list); }
 
-    // What objects tell.
+    // Objects call these when they begin and cease to stand for a node.
     void Attach(xmlNode * node, NodeCore & core);
     void Detach(xmlNode * node, NodeCore & core) noexcept;
 
-    /// What outlives a change of the content.
+    /// These two stay when the content is replaced.
     std::shared_ptr<Schemas> schemas;
     std::shared_ptr<ParseError const> lastError;
     bool keepsWhiteSpace = false;
@@ -118,14 +118,14 @@ private:
     std::size_t holders_ = 0;
     OwnedDoc doc_;
     NodeCore * document_ = nullptr;
-    std::unordered_map<xmlNode *, std::size_t> orphans_; // the top of each, and the objects in it
+    std::unordered_map<xmlNode *, std::size_t> orphans_; // the top of each orphan, and its number of objects
     std::vector<NodeList *> lists_;
     std::unique_ptr<Paths> paths_;
 };
 
-// --- Walks. Nothing below an attribute, an entity reference or a document type is looked at.
+// --- Walks. They don't enter attributes, entity references and document types.
 
-/// The first child in that sense.
+/// The first child; null for a node that walks don't enter.
 [[nodiscard]] inline xmlNode * FirstBelow(xmlNode const * node) noexcept {
     switch (node->type) {
     case XML_ELEMENT_NODE:
@@ -134,23 +134,23 @@ private:
     default: return nullptr;
     }
 }
-/// The node behind `node` in document order below `top`; null at the end.
+/// The node after `node` in document order, as long as it is below `top`; null at the end.
 [[nodiscard]] xmlNode * NextBelow(xmlNode * node, xmlNode const * top) noexcept;
-/// The node that has no parent.
+/// The top of the node's tree, which has no parent.
 [[nodiscard]] xmlNode * RootOf(xmlNode * node) noexcept;
-/// A text of white space alone, or an empty one.
+/// Whether it is a text that is empty or has only white space.
 [[nodiscard]] inline bool IsBlankText(xmlNode const * node) noexcept {
     if (node->type != XML_TEXT_NODE) return false;
     xmlChar const * at = node->content;
     while (at && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) ++at;
     return !at || *at == '\0';
 }
-/// Makes `node`, which stands nowhere, a child of `parent`.
+/// Makes `node`, which has no parent, a child of `parent`: before `before`, or the last one if that is null.
 void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept;
 
 // --- Copies
 
-/// A copy for `doc` that stands nowhere and declares what it uses; null for a kind that can't be copied.
+/// A copy for `doc` that has no parent and declares the namespaces that it uses; null for a kind that can't be copied.
 [[nodiscard]] xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep);
 [[nodiscard]] OwnedDoc CopyDoc(xmlDoc const * doc, bool deep);
 [[nodiscard]] OwnedDoc NewDoc();
@@ -158,7 +158,7 @@ void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept;
 /// A text that stands nowhere; null for an empty one.
 [[nodiscard]] OwnedNode NewText(xmlDoc * doc, std::string const & text);
 
-/// The value of an attribute: a view of the attribute's own text, or of `room`.
+/// The value of an attribute: a view of the attribute's own text if that is one piece, otherwise of `room`.
 [[nodiscard]] std::string_view AttributeValue(xmlAttr const * attribute, std::string & room);
 
 } // namespace KZPlatform::LibXml2
