@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Lists what is public and has no comment, by Doxygen's XML in the folder given: headers, classes, enumerations, free
-functions, types, constants and macros. Overloads share one comment; members of classes are left to the reviewer."""
+"""Lists everything public that has no comment: headers, classes, enumerations, free functions, types, constants and macros.
+It reads Doxygen's XML in the given folder. Overloads share one comment. Members of classes aren't checked."""
 import pathlib
 import sys
 import xml.etree.ElementTree as ElementTree

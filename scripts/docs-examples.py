@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Compiles and runs the examples of pages: docs-examples.py page... -- compiler-argument...
 
-An example is a ```cpp block and, behind it as ```text, what it prints: a program with a `main`, or the body of a function.
-Local time is Berlin's."""
+An example is a ```cpp block followed by its output as a ```text block. The code is a program with a `main`, or the body of a
+function. It runs with the local time of Berlin."""
 import os
 import pathlib
 import re

@@ -1,5 +1,5 @@
-# Prepares a page or a header for Doxygen. It takes the "%" before a word for an escape and drops it, except in double
-# quotes: so others are doubled. And it ends a span of code at an apostrophe, unless that has two backticks at each end.
+# Prepares a page or a header for Doxygen. Doxygen drops a "%" before a word, except in double quotes, so others are doubled.
+# It also ends a span of code at an apostrophe, so such a span gets two backticks at each end.
 FILENAME ~ /\.md$/ && /^```/ { isCode = !isCode }
 FILENAME ~ /\.md$/ { isProse = !isCode && !/^    / }
 FILENAME ~ /\.h$/ { isProse = /^ *\/\/\// && !/^ *\/\/\/     / }
@@ -8,7 +8,7 @@ isProse && !/``/ {
     count = split($0, pieces, "`")
     line = pieces[1]
     for (i = 2; i <= count; ++i) {
-        # Of an even number of pieces one is a span that ends in another line.
+        # With an even number of pieces, one of them is a span that ends in another line.
         isApart = count % 2 && (pieces[i - i % 2] ~ /'/)
         line = line (isApart ? "``" : "`") pieces[i]
     }

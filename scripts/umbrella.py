@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Writes ZerlithCore/ZerlithCore.h from the installed headers that the folders' CMakeLists.txt name; with --check
-only tells whether it is up to date."""
+"""Writes ZerlithCore/ZerlithCore.h from the installed headers that the folders' CMakeLists.txt name. With --check it only
+checks whether that file is up to date."""
 import pathlib
 import re
 import sys

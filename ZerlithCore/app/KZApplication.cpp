@@ -154,9 +154,8 @@ void KZApplication::Publish() {
 }
 
 KZApplication::~KZApplication() {
-    GetCout(0)
-        .rdbuf()
-        ->pubsync(); // not the stream's own flush: that throws if the program has switched exceptions on
+    // Not the stream's own flush: that throws if the program has switched exceptions on.
+    GetCout(0).rdbuf()->pubsync();
     Withdraw();
     for (KZSmartPtr<KZFileLogSubscriber> const & log : fileLogs_) TellLostRecords(*log);
 }

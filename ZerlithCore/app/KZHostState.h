@@ -65,8 +65,7 @@ struct KZHostState {
 
     // Guarded by `lock`.
     KZPlugInLibraries libraries;
-    KZString loadingPath; // the path of the library that is being loaded
-    bool registerOnly =
-        false; // true during a scan, which first registers all plug-ins and then initialises them in order
+    KZString loadingPath;      // the path of the library that is being loaded
+    bool registerOnly = false; // true during a scan, which initialises all plug-ins at its end
     unsigned int librariesNamed = 0;
 };

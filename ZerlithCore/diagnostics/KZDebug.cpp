@@ -75,8 +75,7 @@ bool KZDebug::AddReportHook(ReportHook hook) noexcept {
     for (std::atomic<ReportHook> & slot : hooks) {
         ReportHook present = nullptr;
         if (!slot.compare_exchange_strong(present, hook) && present != hook) continue;
-        KZPlatform::ModuleHold(reinterpret_cast<void const *>(hook))
-            .Keep(); // for ever, since hooks are never removed
+        KZPlatform::ModuleHold(reinterpret_cast<void const *>(hook)).Keep(); // hooks are never removed
         return true;
     }
     return false;

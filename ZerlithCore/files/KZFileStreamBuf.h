@@ -80,11 +80,10 @@ private:
     std::ios_base::openmode mode_{};
     KZTextEncoding encoding_ = KZTextEncoding::Utf8;
     Direction direction_ = Direction::None;
-    bool failed_ = false;         // a write has failed
-    std::int64_t areaBegin_ = 0;  // the position of the get area's first character
-    std::int64_t decodedEnd_ = 0; // the position of the first byte that isn't decoded yet
-    std::size_t pendingBytes_ =
-        0; // bytes at the start of `bytes_` that were read but don't make a whole character yet
+    bool failed_ = false;          // a write has failed
+    std::int64_t areaBegin_ = 0;   // the position of the get area's first character
+    std::int64_t decodedEnd_ = 0;  // the position of the first byte that isn't decoded yet
+    std::size_t pendingBytes_ = 0; // bytes of a character that isn't complete yet, at the start of `bytes_`
     std::string bytes_;
     std::u16string units_;
     std::wstring characters_; // the memory of the get area or the put area

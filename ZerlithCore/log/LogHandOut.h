@@ -69,8 +69,8 @@ public:
 private:
     struct Message {
         int level = 0;
-        unsigned int depth =
-            0; // 0: written by the program; N + 1: by a subscriber that was getting a message of depth N
+        // 0 if the program has written it; N + 1 if a subscriber has, while it was getting a message of depth N.
+        unsigned int depth = 0;
         bool isAboutFailure = false; // reports that a subscriber has failed
         KZString text;
     };
@@ -101,8 +101,7 @@ private:
     std::size_t takenCount_ = 0, finishedCount_ = 0; // messages since the start
     unsigned int waiterCount_ = 0; // threads that wait for a message to be finished, or for the turn
     std::atomic<int> wakings_{0};
-    Message
-        first_; // comes before those in `waiting_`; having it here, one message can wait without an allocation
+    Message first_; // comes before those in `waiting_`; so that one message can wait without an allocation
     bool hasFirst_ = false;
     std::deque<Message> waiting_;
     std::size_t waitingUnits_ = 0;

@@ -93,8 +93,8 @@ void RecordFile::WriteGathered() noexcept {
     if (done == gathered_.size()) {
         gathered_.clear();
         ends_.clear();
-        if (gathered_.capacity() > 2 * bufferBytes)
-            gathered_ = std::string(); // one very large record isn't paid for ever
+        // The memory of a very large record isn't kept.
+        if (gathered_.capacity() > 2 * bufferBytes) gathered_ = std::string();
         return;
     }
     gathered_.erase(0, done);

@@ -160,8 +160,7 @@ private:
     std::atomic<int> flags_;
     KZThread_t id_;
     std::shared_ptr<KZPlatform::ThreadRecord> handle_; // null until started
-    mutable KZCriticalSection
-        section_;               // guards identifier and exit functions; locked before the table's lock
+    mutable KZCriticalSection section_; // guards identifier and exit functions; locked before the table
     KZCriticalSection joining_; // held during a join, and not needed by the questions, which so never wait
 };
 

@@ -114,8 +114,8 @@ bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
 }
 
 void KZThreadPool::Shutdown() {
-    std::unique_ptr<Queue>
-        discarded; // declared before the guard, so its callbacks are destroyed after the lock is released
+    // Declared before the guard, so its callbacks are destroyed after the lock is released.
+    std::unique_ptr<Queue> discarded;
     KZGuard<KZCriticalSection> const guard(section_);
     if (std::exchange(isShutDown_, true)) return;
     if (discardOnShutdown_) discarded = std::move(queue_);

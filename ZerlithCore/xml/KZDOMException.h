@@ -25,13 +25,10 @@ struct KZDOMResult {
     static constexpr std::int32_t CantRead = -0x7FF8FFE2;        ///< 0x8007001E
     static constexpr std::int32_t CantWrite = -0x7FF8FFE3;       ///< 0x8007001D
 
-    static constexpr std::int32_t Hierarchy =
-        -0x7FFBFDFF; ///< 0x80040201: a node of this type may not be put there
-    static constexpr std::int32_t NotAChild =
-        -0x7FFBFDFE; ///< the node to insert before isn't a child of the node
+    static constexpr std::int32_t Hierarchy = -0x7FFBFDFF; ///< 0x80040201: no node of this type may be there
+    static constexpr std::int32_t NotAChild = -0x7FFBFDFE; ///< the reference isn't a child of the node
     static constexpr std::int32_t InvalidName = -0x7FFBFDFD;
-    static constexpr std::int32_t InvalidText =
-        -0x7FFBFDFC; ///< it has characters that a node of this type can't hold
+    static constexpr std::int32_t InvalidText = -0x7FFBFDFC; ///< characters that such a node can't hold
     static constexpr std::int32_t MissingAttribute = -0x7FFBFDFB;
     static constexpr std::int32_t NamespaceInUse = -0x7FFBFDFA;
     static constexpr std::int32_t BadPath = -0x7FFBFDF9;

@@ -1,5 +1,5 @@
-// Prints a month's calendar, the next ten times that it is the last weekday of a month at 17:00 local time, and the
-// present moment in five zones. `calendar 2024/02/01` takes that date for today.
+// Prints the calendar of a month, the next ten last weekdays of a month at 17:00 local time, and the present time in five
+// zones. `calendar 2024/02/01` uses that date instead of today.
 #include <ZerlithCore/ZerlithCore.h>
 
 namespace {

@@ -1,10 +1,10 @@
-// Reads a library's books, asks for some values, adds a book, checks the result against a schema, and makes a list for a
-// browser. `documents other.xml` takes another file.
+// Reads the books of a library, prints some values, adds a book, validates the result by a schema, and makes a list in HTML.
+// `documents other.xml` reads another file.
 #include <ZerlithCore/ZerlithCore.h>
 
 namespace {
 
-// A document from a file; a handle on none, with the reason on the console, if it can't be.
+// Loads a document from a file. If that fails, prints the reason and returns an empty handle.
 KZDOMDocument Loaded(std::wostream & out, KZString const & name) {
     KZDOMDocument document = KZDOMDocument::Create();
     if (document.Load(name, true)) return document;
@@ -23,7 +23,7 @@ void PrintBooks(std::wostream & out, KZDOMElement const & library) {
     }
 }
 
-// A copy of the last book under a new name: the copy has the same namespace.
+// Adds a copy of the last book and changes its values. The copy has the same namespace as the original.
 void AddBook(KZDOMElement & library, KZString const & id, KZString const & title) {
     KZDOMElement const last(library.SelectNode(u"*[last()]"));
     KZDOMElement book(library.AppendChild(last.Clone(true)));

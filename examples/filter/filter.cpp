@@ -12,7 +12,7 @@ namespace {
 
 using Record = std::vector<KZString>;
 
-// Splits a line at its commas; a field in double quotes may hold commas, and doubled quotes.
+// Splits a line at its commas. A field in double quotes may contain commas, and doubled quotes for quotes.
 Record Split(KZString const & line) {
     Record fields(1);
     bool isQuoted = false;
@@ -34,7 +34,8 @@ public:
     Record fields;
 };
 
-// Compares fields by their names in the header: as numbers with a number, as moments with a date, else as texts.
+// Compares fields, which have the names of the header, with a value: as numbers if it is a number, as dates if it is a date,
+// otherwise as texts.
 class RecordCondition : public KZCondition {
 public:
     explicit RecordCondition(Record const & header) : header_(header) {}
@@ -43,7 +44,7 @@ public:
         return KZSmartPtr<KZCondition>(new RecordCondition(header_));
     }
 
-    // The header is asked once, here; evaluation knows the column.
+    // The column is looked up in the header only once, here, and not for each line.
     bool AssignFieldName(KZString const & name) override {
         auto const found = std::ranges::find_if(
             header_, [&name](KZString const & field) { return field.IsEqual(name, KZString::IgnoreCase); });

@@ -26,7 +26,7 @@ public:
             KZString line;
             line.Format(u"beat %u", beat);
             log << line << std::endl;
-            // The event is what StopRequested posts, so that a long interval doesn't hold up the end.
+            // Waits for the event that StopRequested posts, so that a long interval doesn't delay the end.
             if (stop_.wait(interval_) == 0) break;
         }
         log << L"the heart stops" << std::endl;

@@ -1,4 +1,4 @@
-// A host in a few lines: everything it does is in its plug-ins.
+// A host in a few lines: its plug-ins do all the work.
 #include <ZerlithCore/ZerlithCore.h>
 
 namespace {
@@ -7,7 +7,7 @@ class Host : public KZApplicationWithPlugIns {
 public:
     using KZApplicationWithPlugIns::KZApplicationWithPlugIns;
 
-    // Asked for here, behind the loading, the usage has the options of the plug-ins too.
+    // Here the plug-ins are loaded, so the usage also has their options.
     int Run() override { return DisplayUsageIfNecessary() ? 0 : KZApplicationWithPlugIns::Run(); }
 };
 

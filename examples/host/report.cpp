@@ -1,5 +1,5 @@
-// Tells what the word counter found, in the language of a command-line option: on the console, as XML, and as a page made
-// of that by a stylesheet. The texts come from message files.
+// Reports what the word counter found, in the language of a command-line option: on the console, as XML, and as an HTML page
+// that a stylesheet makes of the XML. The texts come from message files.
 #include "WordCounts.h"
 
 namespace {
@@ -48,7 +48,7 @@ public:
     void Unload() override { counter_.Clear(); }
 
 private:
-    // A message with arguments is an error object like any other: its text is made when it is asked for.
+    // A message with arguments is an error object, too: its text is made when it is asked for.
     template <class... Arguments>
     KZString Text(Message message, Arguments const &... arguments) const {
         KZSmartPtr<KZErrorWithArgs> const text(new KZErrorWithArgs(messages_, message));

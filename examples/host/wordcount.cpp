@@ -1,4 +1,5 @@
-// Reads the UTF-8 text file that the configuration names and counts its words, a block of lines a callback, over a pool.
+// Reads the UTF-8 text file that the configuration names, and counts its words on a pool of threads, with one callback for each
+// block of lines.
 #include "WordCounts.h"
 
 #include <algorithm>
@@ -13,7 +14,7 @@ bool IsWordUnit(char16_t unit) {
     return digit || unit == u'\'' || unit >= 0xC0 || KZtowupper(unit) != KZtowlower(unit);
 }
 
-// Some lines, and what a worker finds in them. Only the worker that has the block touches it, so it needs no lock.
+// Some lines, and the words that a worker finds in them. Only that worker uses the block, so it needs no lock.
 class Block : public KZCallbackArgs {
 public:
     using Counts = std::unordered_map<KZString, long>;
@@ -40,7 +41,7 @@ private:
         CountWord(word);
     }
 
-    // Counts a word and empties it; nothing isn't a word.
+    // Counts a word and empties it. An empty word isn't counted.
     void CountWord(KZString & word) {
         if (word.IsNull()) return;
         word.Lower();
@@ -71,7 +72,7 @@ public:
     KZErrorID Run() override {
         std::vector<KZSmartPtr<Block>> blocks;
         if (KZErrorID const read = ReadBlocks(blocks); read.Bad()) {
-            // The host goes on with the others and says nothing: telling is the plug-in's part.
+            // The host ignores the result of `Run` and goes on, so the plug-in reports the error itself.
             KZLockedCOUT().GetCout(1) << read.AsString() << std::endl;
             return read;
         }
@@ -80,7 +81,7 @@ public:
             for (KZSmartPtr<Block> const & block : blocks)
                 pool.Post(KZSmartPtr<KZCallback>(
                     new KZCallbackMethVoid<Block>(u"count words", block.GetPtr(), &Block::Count)));
-            // The pool's end is the end of the last block.
+            // The destructor of the pool waits for the last block.
         }
         for (KZSmartPtr<Block> const & block : blocks)
             for (auto const & [word, count] : block->Result()) {
@@ -115,7 +116,7 @@ private:
         return KZErrorID(0);
     }
 
-    // An error whose text stands in the message table of this plug-in.
+    // An error whose text is in the message table of this plug-in.
     KZErrorID Missing() const {
         auto * const error = new KZErrorWithArgs(
             KZSmartPtrToConst<KZMessageSource>(new RCMessageTableSource(KZ_THIS_MODULE)), CannotOpen);

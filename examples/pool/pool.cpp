@@ -1,4 +1,4 @@
-// Counts the primes below a number, a slice a callback, on a pool of threads:
+// Counts the primes below a number on a pool of threads, with one callback for each slice of the numbers:
 //
 //     pool 10000000 4
 #include <ZerlithCore/ZerlithCore.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// What one callback is told, and where it leaves its result. No other callback touches it, so it needs no lock.
+// The argument of one callback, and its result. No other callback uses it, so it needs no lock.
 struct Slice : KZCallbackArgs {
     Slice(int first, int end) : first(first), end(end) {}
 
@@ -31,7 +31,7 @@ public:
         for (KZSmartPtr<Slice> const & slice : slices_)
             pool.Post(KZSmartPtr<KZCallback>(new KZCallbackMeth<PrimeCount, Slice *>(
                 u"primes", this, &PrimeCount::Count, slice.GetPtr())));
-        // The destructor returns when all slices are counted.
+        // The destructor of the pool returns when all slices are counted.
     }
 
     void Print(std::ostream & out) const {
@@ -48,7 +48,7 @@ public:
 private:
     static constexpr int sliceLength = 50000;
 
-    // Runs on a worker.
+    // Runs on a worker thread.
     void Count(Slice * slice) {
         slice->thread = KZThread::GetCurrentThreadP()->GetThreadId();
         for (int number = slice->first; number < slice->end; ++number)

@@ -1,4 +1,4 @@
-// Documents: read, asked, transformed, checked and saved. Nothing of the parser's own comes to standard error.
+// Documents: loading, questions, transformation, validation and saving. The parser must write nothing to standard error.
 #include "faults/Work.h"
 
 namespace {

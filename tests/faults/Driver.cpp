@@ -1,6 +1,7 @@
-// Runs each work with its n-th call of each kind failing, once and from there on. Each run is a process of its own, forked
-// from this one before it has used the library, so that first uses fail as well, and a crash or a hang is a finding like
-// others. After the failure the same work is done again with nothing failing: it must come out whole.
+// Runs each work with its n-th call of each kind failing: once with only that call, and once with all calls from the n-th on.
+// Each run is a process of its own. It is forked before this process has used the library, so first uses can fail as well, and
+// a crash or a hang is reported like any other finding. After the failure the work is done again with nothing failing, and
+// must succeed.
 //
 //     faults [--short] [--kind KIND] [WORK...]              every n, at most 2,000 of each kind; or 40
 //     faults --kind KIND [--always] --call N WORK           one run in this process, for a debugger
@@ -60,7 +61,7 @@ bool Attempt(Work & work) {
     }
 }
 
-/// Does the work with the failure, then without; the number of calls of that kind.
+/// Does the work with the failure, and then without. Returns the number of calls of that kind.
 long Run(WorkEntry const & entry, Failure const & failure, std::filesystem::path const & place,
          std::string & finding) {
     long calls = 0;
@@ -91,7 +92,7 @@ struct Result {
     std::string finding;
 };
 
-/// The same in a process of its own, which ends after a minute at the latest.
+/// The same in a process of its own, which is ended after a minute.
 Result RunApart(WorkEntry const & entry, Failure const & failure) {
     Place const place;
     std::array<int, 2> ends{};
@@ -106,7 +107,7 @@ Result RunApart(WorkEntry const & entry, Failure const & failure) {
         std::string const report = std::to_string(Run(entry, failure, place.Path(), finding)) + ' ' + finding;
         bool const isTold =
             write(ends[1], report.data(), report.size()) == static_cast<ssize_t>(report.size());
-        std::exit(isTold ? 0 : 3); // with the destructors of static objects
+        std::exit(isTold ? 0 : 3); // runs the destructors of static objects, unlike _exit
     }
     close(ends[1]);
     std::string report;

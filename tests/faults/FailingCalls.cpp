@@ -1,5 +1,6 @@
-// Each function has the name of a function of the C library, asks whether it is its turn to fail, and otherwise calls that
-// one. Allocation goes to the C library's own second names, since looking a name up may allocate.
+// Each function has the name of a function of the C library. It fails if this is the call that is to fail; otherwise it calls
+// the function of the C library. Allocation uses the C library's other names for its functions, since looking up a name may
+// itself allocate.
 #include "FailingCalls.h"
 
 #include <array>
@@ -42,13 +43,13 @@ bool Fails(KZFailKind kind, int error) noexcept {
     return true;
 }
 
-/// The function that `name` would mean without this library.
+/// The function of the C library with that name.
 template <class Function>
 Function * Next(char const * name) noexcept {
     return reinterpret_cast<Function *>(dlsym(RTLD_NEXT, name));
 }
 
-/// The full disk: the call that fails first still takes half of what it is given, as a disk does.
+/// Acts like a full disk: the first call that fails still writes half of its bytes.
 ssize_t WriteTo(int file, void const * bytes, std::size_t size) noexcept {
     static auto * const next = Next<ssize_t(int, void const *, std::size_t)>("write");
     if (!Fails(KZFailWrite, ENOSPC)) return next(file, bytes, size);

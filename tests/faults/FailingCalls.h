@@ -1,20 +1,20 @@
 /// @file
-/// System calls that fail when they are told to. The library behind these functions stands in front of the C library,
-/// because a program links it first or names it in LD_PRELOAD.
+/// A library that makes system calls fail. Its functions are found before those of the C library, because a program links it
+/// first or names it in LD_PRELOAD.
 ///
 ///     KZArmFailingCalls(KZFailMemory, 17, false);  // the 17th allocation from here on fails
-///     ...
-///     long const calls = KZDisarmFailingCalls();   // how many there were
+///     DoTheWork();
+///     long const calls = KZDisarmFailingCalls();   // the number of allocations since then
 ///
-/// A program that only has it preloaded arms it by the environment: KZ_FAIL=memory:17:once, or "always" for the 17th and all
-/// after it.
+/// If a program is only run with LD_PRELOAD, the environment says what fails: KZ_FAIL=memory:17:once, or "always" for the 17th
+/// call and all later ones.
 #pragma once
 
 enum KZFailKind : int { KZFailMemory, KZFailWrite, KZFailRead, KZFailOpen, KZFailMapping, KZFailThread };
 
 extern "C" {
-/// From now on the `nth` call of `kind` by any thread fails, and with `always` every later one. 0 fails none.
+/// From now on the `nth` call of `kind` by any thread fails, and with `always` every later one, too. For 0 none fails.
 void KZArmFailingCalls(KZFailKind kind, long nth, bool always) noexcept;
-/// Lets all calls succeed again; the number of calls since the arming.
+/// Lets all calls succeed again, and returns the number of calls since the arming.
 long KZDisarmFailingCalls() noexcept;
 }

@@ -1,4 +1,4 @@
-// Files that a user owns: whatever fails, they hold the old content or the new one.
+// Files of a user: whatever fails, they have the old content or the new one.
 #include "faults/Work.h"
 
 #include <sys/wait.h>
@@ -17,7 +17,7 @@ private:
                          : KZFile::Overwrite(Path("file"), fresh_.data(), fresh_.size());
     }
     void Check(bool isWhole) override {
-        // When the disk fails to confirm the new content, that is told and the content stays.
+        // If the disk fails to confirm the new content, an error is returned and the new content stays.
         std::string const now = Read("file");
         bool const isMixed = !replaces_ && FailsForGood() && now.size() >= old_.size();
         Expect(now == fresh_ || (!isWhole && (now == old_ || isMixed)),

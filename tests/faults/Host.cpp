@@ -22,9 +22,8 @@ class HostRun : public Work {
     }
     void Check(bool isWhole) override {
         std::string const console = Read("console.log");
-        if (FailsForGood())
-            return; // the console's file takes nothing more, and there is nothing to tell it by
-        // Where the memory for a line is missing another line says so.
+        if (FailsForGood()) return; // the file of the console takes nothing more, so it has no report either
+        // If there is no memory for a line, another line says so.
         constexpr std::array notes{"ERR> ***std::bad_alloc\n", "unhandled exception in KZThread",
                                    "*** messages lost: 1\n"};
         bool const isLineMissing =
@@ -50,7 +49,8 @@ class CommandLines : public Work {
     KZString value_;
 };
 
-/// What can't be done leaves values, arguments, lists and subscribers as they were, and no half of an application.
+/// An operation that fails leaves values, arguments, lists and subscribers as they were. A constructor of an application that
+/// fails leaves no part of one.
 class Settings : public Work {
     class Hearer : public KZLogSubscriberI {
         void OnFlush(int, KZString const &) override {}

@@ -11,7 +11,8 @@ class MessageTexts : public Work {
         KZSmartPtr<MessageFile> const file = MessageFile::Create(Path(""), u"app");
         file->SetLanguageCode(u"deu");
         file->SetFileName(file->GetMessageFileName(u"deu"));
-        file->Open(MessageFile::Write); // false, though it is open for writing: nothing is in memory
+        // Returns false, since no messages are in memory, but the file is open for writing.
+        file->Open(MessageFile::Write);
         for (long id = 1; id <= 20; ++id)
             if (file->WriteMessage(id, u"Datei fehlt: %s").Bad()) return false;
         if (!file->Close()) return false;
@@ -30,7 +31,7 @@ class MessageTexts : public Work {
     KZString text_;
 };
 
-/// A switch of the language for which there is no memory is one that can be asked for again.
+/// If memory runs out while the language is switched, the switch can be repeated.
 class LanguageSwitch : public Work {
     void Prepare() override {
         using namespace std::string_literals;
@@ -50,7 +51,7 @@ class LanguageSwitch : public Work {
         Expect(!isMemoryOut_ || source_->IsValid(), "no language is left");
         KZString const expected(isWhole || isMemoryOut_ ? u"Datei" : u"");
         if (isMemoryOut_) static_cast<void>(source_->GetText(text_, 7, KZFormatContext(u"deu")));
-        // A directory that can't be read is told on the console, and the language at hand serves on.
+        // If a directory can't be read, that is reported on the console, and the present language stays.
         Expect(text_ == expected || (isWhole && text_ == u"File"), "another text: " + text_.AsUTF8());
     }
     KZSmartPtr<MSGLibMessageSource> source_;
@@ -71,7 +72,7 @@ class Exceptions : public Work {
     KZString text_;
 };
 
-/// What the processor refuses arrives as what it is, whatever becomes of its report.
+/// A fault of the processor arrives as the exception for that fault, even if its report can't be made.
 class Signals : public Work {
     bool Act() override {
         KZInitCatchSignal();
@@ -81,7 +82,7 @@ class Signals : public Work {
             *static_cast<int volatile *>(nullptr) = 1;
         } catch (KZSignalException const & exception) {
             code_ = exception.GetSeHNumber();
-            // Its texts are there when there is memory for them, and the disk takes the report.
+            // These are missing if there was no memory for the texts or the disk didn't take the report.
             return std::string_view(exception.what()).starts_with("Access violation") &&
                    Read("report").find("(0xc0000005)") != std::string::npos;
         }
@@ -89,13 +90,13 @@ class Signals : public Work {
     }
     void Check(bool) override {
         Expect(!isReady_ || code_ == 0xC0000005U, "the fault came as something else");
-        std::thread([] { KZStackDump const dump; }).join(); // hangs where a failed dump has kept its lock
+        std::thread([] { KZStackDump const dump; }).join(); // hangs if a failed dump has kept the lock
     }
     bool isReady_ = false;
     unsigned int code_ = 0;
 };
 
-/// Each record stands in the file whole, or is told to be lost; the file gives whole lines in any case.
+/// Each record is in the file as a whole or is reported as lost, and the file consists of whole lines.
 class LogFiles : public Work {
     static constexpr int records = 20;
 
@@ -132,11 +133,11 @@ class LogFiles : public Work {
     std::size_t lost_ = 0;
 };
 
-/// A channel with two subscribers: each hears every line, or that lines were lost.
+/// A channel with two subscribers: each gets every line, or the line that says how many were lost.
 class Channels : public Work {
     class Hearer : public KZLogSubscriberI {
     public:
-        Hearer() : KZLogSubscriberI(1) { heard.Reserve(1000); } // what it hears itself must not be what fails
+        Hearer() : KZLogSubscriberI(1) { heard.Reserve(1000); } // so that recording a line doesn't allocate
         void OnFlush(int, KZString const & text) override { heard += text; }
         KZString heard;
     };

@@ -1,4 +1,4 @@
-// Locks, threads and the pool: what is accepted runs, and nobody waits for ever.
+// Locks, threads and the pool: every accepted callback runs, and no thread waits for ever.
 #include "faults/Work.h"
 
 #include <atomic>

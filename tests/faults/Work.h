@@ -1,5 +1,5 @@
 /// @file
-/// A piece of work that is done again and again, each time with another call to the system failing.
+/// A piece of work that is repeated, each time with another call to the system failing.
 ///
 ///     class Greeting : public Work {
 ///         bool Act() override { return WriteGreeting(Path(u"greeting")); }
@@ -22,17 +22,17 @@ class Work {
 public:
     virtual ~Work() = default;
 
-    /// Makes what the work starts from. Nothing fails here.
+    /// Makes the files and objects that the work starts with. No call fails here.
     virtual void Prepare() {}
-    /// The work, in which one call fails, or one and all after it. True when it says that all is done; false, and
-    /// whatever it throws, means that it told an error.
+    /// The work, during which one call fails, or one and all later calls. Returns true if the library reported success. Returns
+    /// false or throws if it reported an error.
     virtual bool Act() = 0;
-    /// Looks at what is there now, while nothing fails. `isWhole` is what `Act` said.
+    /// Checks the result, while no call fails. `isWhole` is the result of `Act`.
     virtual void Check(bool isWhole) = 0;
 
     void SetPlace(std::filesystem::path place) { place_ = std::move(place); }
     void SetFailsForGood(bool failsForGood) { failsForGood_ = failsForGood; }
-    /// The first thing that wasn't as it should be; empty if all was.
+    /// The first thing that was wrong; empty if nothing was.
     [[nodiscard]] std::string const & Finding() const { return finding_; }
 
 protected:
@@ -40,7 +40,7 @@ protected:
     void Expect(bool condition, std::string const & what) {
         if (!condition && finding_.empty()) finding_ = what;
     }
-    /// Tells whether everything fails from the failing call on, so that nothing can be put back either.
+    /// Whether all calls from the failing one on fail, so that the library can't undo anything either.
     [[nodiscard]] bool FailsForGood() const { return failsForGood_; }
     /// A file in the directory of this work alone.
     [[nodiscard]] KZString Path(char const * name) const { return KZString((place_ / name).u16string()); }
@@ -52,7 +52,7 @@ protected:
         std::ifstream stream(place_ / name, std::ios::binary);
         return {std::istreambuf_iterator<char>(stream), {}};
     }
-    /// Tells whether the directory holds just these files, apart from what starts with a point.
+    /// Whether the directory has no files but these. Names that start with a point don't count.
     [[nodiscard]] bool HoldsOnly(std::vector<std::string> const & names) const {
         for (auto const & entry : std::filesystem::directory_iterator(place_))
             if (std::ranges::find(names, entry.path().filename().string()) == names.end()) return false;
@@ -65,7 +65,7 @@ private:
     bool failsForGood_ = false;
 };
 
-/// Enters a work into the list of all, which the driver goes through.
+/// Adds a work to the list that the driver runs.
 struct WorkEntry {
     using Maker = std::unique_ptr<Work> (*)();
 

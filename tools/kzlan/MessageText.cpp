@@ -19,7 +19,7 @@ struct Escape {
 
 constexpr Escape escapes[] = {{u'n', u'\n'}, {u'r', u'\r'}, {u't', u'\t'}, {u's', u' '}, {u'\\', u'\\'}};
 
-// A complaint about one line; whoever reads the lines knows which.
+// A complaint about a line, without the number of the line, which the caller knows.
 struct Fault {
     std::string what;
 };

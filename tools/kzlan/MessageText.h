@@ -1,5 +1,5 @@
 /// @file
-/// Messages as text: one a line, `number = text`, in UTF-8.
+/// Messages as text in UTF-8: one message for each line, as `number = text`.
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-/// A message and the line that it stands on, from 1.
+/// A message and the number of its line, from 1.
 struct TextMessage {
     long id;
     KZString text;
@@ -21,12 +21,12 @@ struct Complaint {
     std::string what;
 };
 
-/// Reads all lines. Blank ones, and those that begin with "#" or ";", are passed over; blanks around number and text don't
-/// count. In a text `\n` is a line end, `\r` a carriage return, `\t` a tab, `\s` a blank (which one at an end of the text
-/// needs), `\\` a backslash. A number has 32 bits and stands once. A byte-order mark is skipped.
+/// Reads all lines. Empty lines, and those that begin with "#" or ";", are skipped. Blanks around number and text are ignored.
+/// In a text `\n` is a line end, `\r` a carriage return, `\t` a tab, `\\` a backslash, and `\s` a blank, which is needed only at
+/// the beginning or the end of a text. A number has 32 bits and may occur only once. A byte-order mark is skipped.
 ///
-/// What has something wrong with it goes into `complaints`, in the order of lines, and isn't among the messages.
+/// A line with an error isn't among the messages; `complaints` says what is wrong, in the order of lines.
 std::vector<TextMessage> ReadMessages(std::string_view bytes, std::vector<Complaint> & complaints);
 
-/// The line of a message, without its end, that `ReadMessages` reads back.
+/// The line from which `ReadMessages` reads this message, without its line end.
 std::string PrintMessage(long id, KZString const & text);

@@ -1,6 +1,6 @@
 // Makes message library files from text, and lists them as text.
 //
-// A file is made whole in memory and takes the place of the old one at once, so that nobody ever sees half of one.
+// A file is made completely in memory and replaces the old one in one step, so that nobody ever sees a part of it.
 #include "MessageText.h"
 
 #include "ZerlithCore/app/KZCommandLine.h"
@@ -35,13 +35,13 @@ struct Request {
     bool wantsHelp = false;
 };
 
-// What ends the program with a message and an exit code.
+// Thrown to end the program with a message and an exit code.
 struct Stop {
     std::string what;
     ExitCode code = Failed;
 };
 
-// A name as bytes, whatever they are.
+// A name as bytes, which are the original ones even if they aren't UTF-8.
 std::string Bytes(KZString const & text) {
     return KZPlatform::UnitsToUtf8(std::u16string_view(text), KZPlatform::Utf8Mode::Escape);
 }
@@ -109,13 +109,13 @@ std::string ReadFile(KZString const & name) {
 
 bool Survives(KZString const & text, KZSmartPtr<KZStringConverter> const & converter) {
     std::stringstream stream;
-    stream.exceptions(std::ios_base::badbit); // Want of memory is nothing of the text's.
+    stream.exceptions(std::ios_base::badbit); // a lack of memory must not look like a fault of the text
     DBMessage message(converter);
     stream << DBMessage(0, text, converter);
     return stream >> message && message.GetText() == text;
 }
 
-// The first character that the code page lacks; U+0000 when none does by itself.
+// The first character that the code page lacks; U+0000 if it has each of them.
 std::string LackingCharacter(KZString const & text, KZSmartPtr<KZStringConverter> const & converter) {
     std::uint32_t code = 0;
     for (std::uint32_t i = 0; i < text.Length(); ++i) {
@@ -135,7 +135,7 @@ ExitCode Make(Request const & request) {
     std::vector<Complaint> complaints;
     std::vector<TextMessage> const messages = ReadMessages(ReadFile(textFile), complaints);
     std::ostringstream out;
-    out.exceptions(std::ios_base::badbit); // Without memory a part would take the place of the old file.
+    out.exceptions(std::ios_base::badbit); // otherwise a part could replace the old file for want of memory
     for (TextMessage const & message : messages) {
         out << DBMessage(message.id, message.text, converter);
         if (!Survives(message.text, converter))

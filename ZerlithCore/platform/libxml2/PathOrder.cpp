@@ -115,8 +115,7 @@ private:
 
     void NumberPlaces() {
         std::size_t number = 0;
-        std::vector<std::span<Edge const>>
-            open; // the children that are still to be walked, one span for each level
+        std::vector<std::span<Edge const>> open; // the children still to be walked, one span for each level
         for (xmlNode * const root : roots_) {
             numbers_[root] = number++;
             open.push_back(Below(root));

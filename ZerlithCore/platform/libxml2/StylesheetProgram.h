@@ -78,8 +78,8 @@ private:
                                             ExpressionUse use) const;
 
     std::vector<StylesheetExpression> expressions_;
-    std::map<std::pair<std::string, std::string>, std::size_t>
-        templates_; // their number by mode and name; an empty name means any
+    // The number of templates by mode and name; an empty name means any.
+    std::map<std::pair<std::string, std::string>, std::size_t> templates_;
 };
 
 } // namespace KZPlatform::LibXml2
