@@ -48,6 +48,7 @@ struct KZFailedPlugIn {
 /// lock during a pass gets it after the pass.
 class KZ_EXPORT KZApplicationWithPlugIns : public KZApplication {
 public:
+    // As those of KZApplication. No plug-in is loaded yet.
     KZApplicationWithPlugIns(int count, char16_t ** arguments, KZLogSubscriberI * subscriber = nullptr);
     KZApplicationWithPlugIns(int count, char ** arguments, KZLogSubscriberI * subscriber = nullptr);
     explicit KZApplicationWithPlugIns(KZString const & commandLine, KZLogSubscriberI * subscriber = nullptr);

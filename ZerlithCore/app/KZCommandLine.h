@@ -148,12 +148,14 @@ public:
     [[nodiscard]] KZString GetCompleteCmdLine() const;
 
 protected:
+    // As the constructors.
     void Init(unsigned int argCount, char16_t const * const * argValues, KZString const & argDelimiters,
               KZString const & valueDelimiters, bool caseSensitive);
     void Init(KZString const & commandLine, KZString const & argDelimiters, KZString const & valueDelimiters,
               bool caseSensitive);
     void SetAppName(KZString const & name) { appName_ = name; }
 
+    /// Splits the raw arguments into names and values.
     void ParseCommandLine();
     [[nodiscard]] KZCommandLineArgument ParseArgument(KZString const & text) const;
     /// `text` with single double quotes removed, and with one quote in place of each doubled one.

@@ -22,6 +22,7 @@
 /// Thread safety: a look-up moves the stream, so one object is for one thread at a time.
 class KZ_EXPORT KZConfig : public KZConfigI {
 public:
+    /// Has no file: every look-up returns the default.
     KZConfig();
     /// Opens the file if it exists, and keeps the name whether it exists or not.
     explicit KZConfig(KZString const & fileName);

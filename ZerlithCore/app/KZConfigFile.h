@@ -108,6 +108,7 @@ public:
     /// Deletes the first section that `FindSection` finds, if any.
     void DeleteSection(KZString const & name, const_iterator start = nullptr);
 
+    // The sections in the order of the file.
     [[nodiscard]] iterator GetSectionsBegin() noexcept { return sections_.data(); }
     [[nodiscard]] iterator GetSectionsEnd() noexcept { return sections_.data() + sections_.size(); }
     [[nodiscard]] const_iterator GetSectionsBegin() const noexcept { return sections_.data(); }
@@ -115,6 +116,7 @@ public:
         return sections_.data() + sections_.size();
     }
 
+    // Both ignore case. A line is looked for only in the first section of that name.
     [[nodiscard]] bool IsSectionPresent(KZString const & section) const;
     [[nodiscard]] bool IsLinePresent(KZString const & section, KZString const & key) const;
 

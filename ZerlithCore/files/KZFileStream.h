@@ -24,6 +24,7 @@
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZFileStream : public std::wiostream {
 public:
+    /// Makes a stream without a file; `open` gives it one.
     KZFileStream() : std::wiostream(nullptr) { init(&buffer_); }
     /// As `open`.
     explicit KZFileStream(KZString const & path, std::ios_base::openmode mode = std::ios_base::in,
@@ -50,6 +51,7 @@ private:
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZOFileStream : public std::wostream {
 public:
+    /// Makes a stream without a file; `open` gives it one.
     KZOFileStream() : std::wostream(nullptr) { init(&buffer_); }
     /// As `open`; `out` needn't be in `mode`.
     explicit KZOFileStream(KZString const & path,

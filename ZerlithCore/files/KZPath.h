@@ -30,6 +30,7 @@ public:
     /// Joins both with one separator. Returns `name` itself when `directory` is empty or `name` starts at a root.
     [[nodiscard]] static KZString Join(KZString const & directory, KZString const & name);
 
+    /// The whole path.
     [[nodiscard]] KZString const & AsString() const noexcept { return path_; }
     /// The part before the file name, without the separator; empty when there is none.
     [[nodiscard]] KZString GetDirectory() const;

@@ -27,6 +27,7 @@ class RecordFile;
 /// Thread safety: one object needs outside locking.
 class KZ_EXPORT KZDualLogStreamBuf : public std::wstreambuf {
 public:
+    /// `owner` must exist as long as this object.
     explicit KZDualLogStreamBuf(KZDualLogStream & owner) : owner_(&owner) {}
     ~KZDualLogStreamBuf() override;
 

@@ -82,7 +82,9 @@ private:
 /// the next record. A line that this object left open itself is continued; one that another object left open is ended.
 class KZ_EXPORT KZLogFile : public KZLogFileI {
 public:
+    /// Makes a log file that isn't open. Errors: std::bad_alloc.
     KZLogFile();
+    /// Closes the file, as `Close`.
     ~KZLogFile() override;
     KZLogFile(KZLogFile const &) = delete;
     KZLogFile & operator=(KZLogFile const &) = delete;

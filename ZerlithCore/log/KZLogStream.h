@@ -89,6 +89,7 @@ private:
 /// stream. Writers on several threads must hold a lock of their own while they write, as KZLockedCOUT is for the console.
 class KZ_EXPORT KZLogStream : public std::wostream {
 public:
+    /// `subscribers` isn't owned and must exist as long as the stream. The level is 0.
     explicit KZLogStream(KZLogSubscribers * subscribers);
     ~KZLogStream() override;
 

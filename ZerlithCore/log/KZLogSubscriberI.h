@@ -42,6 +42,7 @@
 /// of the writer or of another writer to the channel. The level may be read and set from any thread.
 class KZ_EXPORT KZLogSubscriberI : public KZRefCount {
 public:
+    /// Wants the levels up to `desiredLevel`.
     explicit KZLogSubscriberI(int desiredLevel = 0) noexcept : desiredLevel_(desiredLevel) {}
     ~KZLogSubscriberI() override;
 

@@ -29,6 +29,7 @@ public:
     /// Errors: KZWindowsLastErrorException when the system can't make an event.
     KZSynchronizedCriticalSection() = default;
 
+    // As those of KZCriticalSection.
     void Lock() noexcept { section_.Lock(); }
     void lock() noexcept { section_.Lock(); }
     void Unlock() noexcept { section_.Unlock(); }

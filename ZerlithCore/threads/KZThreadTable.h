@@ -1,5 +1,5 @@
 /// @file
-/// The table of all started threads that nobody has waited for.
+/// The table of all started threads that nobody has waited for yet.
 #pragma once
 
 #include "ZerlithCore/platform/Threads.h"

@@ -31,6 +31,7 @@ public:
     /// A new document without content.
     [[nodiscard]] static KZDOMDocument Create();
 
+    /// The document as the platform's interface; null for an empty handle.
     [[nodiscard]] KZSmartPtr<KZPlatform::Document> GetDocumentSP() const;
 
     // --- Content

@@ -24,6 +24,7 @@ public:
     /// The node as an element; an empty handle if it isn't one.
     explicit KZDOMElement(KZDOMNode const & node);
 
+    /// The element as the platform's interface; null for an empty handle.
     [[nodiscard]] KZSmartPtr<KZPlatform::DocumentElement> GetElementSP() const;
 
     /// The attribute's value. For a missing attribute the result is empty; with `required` the call throws MissingAttribute.

@@ -23,6 +23,7 @@ public:
     KZDOMNodeList() noexcept = default;
     explicit KZDOMNodeList(KZSmartPtr<KZPlatform::DocumentNodeList> list) noexcept : list_(std::move(list)) {}
 
+    /// The number of nodes.
     [[nodiscard]] std::uint32_t GetLength() const;
     /// The next node; an empty handle at the end.
     KZDOMNode GetNextNode();

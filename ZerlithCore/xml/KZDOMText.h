@@ -21,5 +21,6 @@ public:
     /// The node as a text; an empty handle if it isn't one.
     explicit KZDOMText(KZDOMNode const & node);
 
+    /// The text as the platform's interface; null for an empty handle.
     [[nodiscard]] KZSmartPtr<KZPlatform::DocumentText> GetTextSP() const;
 };

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// A message file is written, and an error tells its text from it.
+/// A message file is written, and an error takes its text from it.
 class MessageTexts : public Work {
     bool Act() override {
         KZSmartPtr<MessageFile> const file = MessageFile::Create(Path(""), u"app");
