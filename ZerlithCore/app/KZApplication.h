@@ -31,8 +31,8 @@
 /// `/config` names; without it, the file with the program's name and the extension "ini", beside the program or in the
 /// current directory.
 ///
-/// Thread safety: construct and destroy it on the main thread, and make all changes there; the questions may be asked on any
-/// thread.
+/// Thread safety: construct and destroy it on the main thread. `PostExitRequest` and the questions may be called on any thread;
+/// other changes need that no other thread uses the object.
 class KZ_EXPORT KZApplication {
 public:
     /// Takes the arguments of `main`, as units. `arguments` stays the caller's and must exist as long as this object.
@@ -101,7 +101,7 @@ public:
 
     /// Appends a directory to the search path of the process (the environment variable PATH).
     void AddToPath(char16_t const * directory);
-    /// Makes the main loop end, as a quit signal does.
+    /// Makes the main loop end, as a quit signal does. Doesn't wait for that.
     void PostExitRequest();
     /// Writes the channel to `fileName` as well. Without `keepConsole` the channel isn't written to the console any more.
     void StartLoggingToFile(KZString const & fileName, bool keepConsole);

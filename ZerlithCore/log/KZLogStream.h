@@ -22,7 +22,7 @@ namespace KZDetail {
 class LogHandOut;
 }
 
-/// The subscribers of a channel, sorted by address, under the channel's lock.
+/// The subscribers of a channel, sorted by address. The channel's lock guards them.
 using KZLogSubscribers = KZSmartPtrVectorMutexedBase<KZSmartPtr<KZLogSubscriberI>>;
 
 /// Gathers text until a flush, and then passes it to the subscribers as one message.

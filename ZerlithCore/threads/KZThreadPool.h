@@ -53,7 +53,8 @@ public:
 
     /// Makes `threads` workers, none for 0 or less. With `startLazily` a worker is started when a callback finds no idle one;
     /// without it all are started here. With `discardOnShutdown` callbacks that are still in the queue at `Shutdown` are
-    /// dropped. `priority` is that of `KZThread::Start`. Errors: std::bad_alloc; workers that were started are joined first.
+    /// dropped. `priority` is that of `KZThread::Start`. Errors: std::bad_alloc, and
+    /// KZWindowsLastErrorException when the system can't make an event; workers that were started have ended by then.
     explicit KZThreadPool(int threads, Factory factory = nullptr, void * factoryData = nullptr,
                           bool startLazily = true, bool discardOnShutdown = false, int priority = 0);
     KZThreadPool(KZThreadPool const &) = delete;
