@@ -37,8 +37,8 @@ class Vectors : public Work {
         KZSmartPtr<KZRefCount> const first(new KZRefCount), second(new KZRefCount);
         KZSmartPtrVector<KZSmartPtr<KZRefCount>> many;
         for (int count = 0; count < 5; ++count) many.push_back(second);
-        vector_.push_back(first);
         before_.reserve(64);
+        vector_.push_back(first);
         before_.assign(1, first);
         for (auto const change :
              {+[](Handles &v, Handles const &m) { v.assign(m.begin(), m.end()); },
