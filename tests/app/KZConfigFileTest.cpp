@@ -351,8 +351,16 @@ TEST(KZConfigLockable, ForwardsToItsOwnerAndUndoesOnChange) {
 }
 
 TEST(KZConfigLockable, AnyPartLocksTheFile) {
-    KZConfigFile file(u"");
+    KZConfigFile file(u""), other(u"");
     for (char16_t name = u'A'; name < u'D'; ++name) file.SetLong(name, u"k", 0);
+    other.SetLong(u"A", u"k", 0);
+    // What is assigned brings its owner along, until the next addition.
+    *file.FindSection(u"A") = *other.FindSection(u"A");
+    *file.FindSection(u"B")->FindLine(u"k") = *other.FindSection(u"A")->FindLine(u"k");
+    file.FindSection(u"B")->AddLine(u"l", u"");
+    file.FindSection(u"C")->Lock();
+    EXPECT_EQ(file.AddSection(*file.FindSection(u"C"))->GetLockCount(), 0U) << "a fresh copy";
+    file.FindSection(u"C")->Unlock();
     file.AddSection(u"0", file.GetSectionsBegin());
     for (auto each = file.GetSectionsBegin(); each != file.GetSectionsEnd(); ++each) {
         EXPECT_EQ(each->GetOwner(), static_cast<KZConfigLockableI *>(&file));

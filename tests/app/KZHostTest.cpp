@@ -269,10 +269,17 @@ TEST(KZHost, ScansADirectoryAndWritesItsConsoleToAFile) {
                                   place.Path("set/a.osx") + "...\n>>>> Initializing <A>... Done.\n"),
               std::string::npos)
         << result.console;
-    std::ifstream log(place.Path("console.log"));
-    std::string const text(std::istreambuf_iterator<char>(log), {});
+    std::string const text = place.Read("console.log");
     EXPECT_NE(text.find("RUN> Running <A>...\nA runs\n"), std::string::npos) << text;
     EXPECT_NE(text.find("Exiting application...\n"), std::string::npos) << text;
+    // A list stands for its directory, which holds what it names.
+    place.Write("set/osx.lst", "a.osx\n");
+    for (auto const & [directory, option] : {std::pair("", "/osxpath:set"), {"set", "/osxpath:osx.lst"}}) {
+        std::string const console = RunHost(TEST_HOST, {option}, place.Path(directory)).console;
+        EXPECT_NE(console.find("osx.lst...\nLoadLibrary on " + place.Path("set/a.osx") + "...\n>>>> Init"),
+                  std::string::npos)
+            << console;
+    }
 }
 
 } // namespace

@@ -22,6 +22,8 @@ public:
         return all;
     }
     KZErrorID Run() override { return KZErrorID(0); }
+    void RequestExit(bool) override { asked += name_.AsUTF8(); }
+    static inline std::string asked; // to exit
 
 private:
     KZString name_;
@@ -130,9 +132,11 @@ TEST(KZApplicationWithPlugIns, OrdersByDepthThroughDiamondsAndCycles) {
     auto const make = [](char16_t const * name, std::uint32_t id, std::vector<std::uint32_t> dependents) {
         return KZSmartPtr<KZPlugIn>(new Named(name, id, std::move(dependents)));
     };
+    Named::asked.clear();
     EXPECT_EQ(
         Host().Order({make(u"d", 4, {2, 3}), make(u"c", 3, {1}), make(u"b", 2, {1}), make(u"a", 1, {77})}),
         "acbd");
+    EXPECT_EQ(Named::asked, "dbca");
     Host host;
     KZSmartPtr<KZPlugIn> const x = make(u"x", 1, {2}), y = make(u"y", 2, {1}), self = make(u"s", 3, {3});
     EXPECT_EQ(host.Order({x, y, self}).size(), 3U);

@@ -48,9 +48,7 @@ int FieldCondition::evaluations = 0;
 
 TEST(KZCondition, ReadsAndPrintsWhatIsTyped) {
     struct Case {
-        char16_t const * text;
-        char16_t const * printed;
-        char16_t const * native;
+        char16_t const *text, *printed, *native;
     };
     constexpr Case cases[] = {
         {u"a = 1", u"a = 1", u"@@1@a@3@2@1@0@"},

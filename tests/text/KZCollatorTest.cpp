@@ -35,8 +35,7 @@ TEST(KZCollator, ComparesByWeights) {
     NoHyphens const noHyphens;
     struct Case {
         KZCollator const & collator;
-        char16_t const * a;
-        char16_t const * b;
+        char16_t const *a, *b;
         int result;
     };
     Case const cases[] = {
@@ -103,8 +102,7 @@ TEST(KZCollator, SmallTablesEndWithTheShorterText) {
 }
 
 TEST(KZCollator, LivesAsLongAsItsHandles) {
-    KZSmartPtrToConst<KZCollator> const one(new KZTableCollator);
-    KZSmartPtrToConst<KZCollator> const other = one;
+    KZSmartPtrToConst<KZCollator> const one(new KZTableCollator), other = one;
     EXPECT_EQ(one->NbRef(), 2U);
     EXPECT_EQ(KZString(u"a").Compare(u"b", one), -1);
 }

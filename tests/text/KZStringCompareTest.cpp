@@ -36,13 +36,11 @@ TEST(KZStringCompare, OrdersByUnitsUpToTheFirstZero) {
     auto const b = std::make_unique<Page>();
     for (int round = 0; round < 20000; ++round) {
         // Texts that are equal for a while, at all distances from each other's alignment.
-        std::u16string left(random() % 40, u'x');
-        std::u16string right(random() % 40, u'x');
+        std::u16string left(random() % 40, u'x'), right(random() % 40, u'x');
         static constexpr char16_t units[] = {u'\x01', u'w', u'y', u'\xFFFF', u'\0'};
         if (!left.empty() && random() % 2) left[random() % left.size()] = units[random() % 5];
         if (!right.empty() && random() % 2) right[random() % right.size()] = units[random() % 5];
-        std::u16string const leftText = left.c_str();
-        std::u16string const rightText = right.c_str();
+        std::u16string const leftText = left.c_str(), rightText = right.c_str();
         int const expected = (leftText > rightText) - (leftText < rightText);
         ASSERT_EQ(KZString{std::u16string_view(left)}.Compare(b->Put(right)), expected);
         ASSERT_EQ(KZBinaryCollator().Compare(a->Put(left), b->Put(right)), expected);
@@ -51,8 +49,7 @@ TEST(KZStringCompare, OrdersByUnitsUpToTheFirstZero) {
 
 TEST(KZStringCompare, UsesTheCollatorOfItsFlags) {
     struct Case {
-        char16_t const * a;
-        char16_t const * b;
+        char16_t const *a, *b;
         int signs[4]; // by flags
     };
     static constexpr Case cases[] = {

@@ -116,8 +116,7 @@ TEST(KZStringConverter, CodePagesFailWithTheSystemsError) {
 }
 
 TEST(KZStringConverter, TellsConvertersThatAreNotValid) {
-    EXPECT_TRUE(KZMbCodePageConverter(0).IsValid());
-    EXPECT_TRUE(KZMbCodePageConverter(932).IsValid());
+    EXPECT_TRUE(KZMbCodePageConverter(0).IsValid() && KZMbCodePageConverter(932).IsValid());
     Converter const bad(new KZMbCodePageConverter(12345));
     EXPECT_FALSE(bad->IsValid());
     KZString text(u"kept");
@@ -132,8 +131,7 @@ TEST(KZStringConverter, MultiByteReadsByTables) {
     Mapping const tables;
     KZMultiByteConverter const converter(&tables.mapping);
     struct Case {
-        char const * what;
-        char const * bytes;
+        char const *what, *bytes;
         char16_t const * units;
     };
     static constexpr Case cases[] = {
@@ -157,8 +155,7 @@ TEST(KZStringConverter, MultiByteReadsByTables) {
 }
 
 TEST(KZStringConverter, WritesOnlyBlocksOfTheStringsOwn) {
-    KZString const empty;
-    KZString const original(u"x");
+    KZString const empty, original(u"x");
     KZString copy = original;
     EXPECT_TRUE(copy.ConvertToUnicode("12345", new CountingConverter).Good());
     EXPECT_EQ(copy, u"\5");

@@ -69,9 +69,7 @@ TEST(KZStringFormat, WritesTextsUnitsAndOddities) {
         {__LINE__, F(u"%d", 0), u"0"},
         {__LINE__, F(u"%#.5g %.5g", 99999.5, 99999.5), u"1.0000e+05 1e+05"},
     };
-    for (Case const & c : cases) {
-        EXPECT_EQ(std::u16string_view(c.actual), c.expected) << "line " << c.line;
-    }
+    for (Case const & c : cases) EXPECT_EQ(std::u16string_view(c.actual), c.expected) << "line " << c.line;
 }
 
 enum Color { Red = 2 };
@@ -125,9 +123,8 @@ TEST(KZStringFormat, KnowsTheTypesOfItsArguments) {
         {__LINE__, Typed(u"%-3c|", 0), u""},
         {__LINE__, Typed(u"a%2cb", 0), u"a "},
     };
-    for (Case const & c : cases) {
+    for (Case const & c : cases)
         EXPECT_EQ(std::u16string(c.actual.begin(), c.actual.end()), c.expected) << "line " << c.line;
-    }
     zeros.Format(u"%s%s", zeros, zeros);
     EXPECT_EQ(zeros.Length(), 6U);
     char16_t text[] = u"kept";

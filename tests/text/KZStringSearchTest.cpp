@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 namespace {
@@ -101,9 +102,8 @@ private:
 
     void ReplaceInModel(std::u16string const & from, std::u16string const & to) {
         if (from.empty()) return;
-        for (std::size_t at = 0; (at = model_.find(from, at)) != model_.npos; at += to.size()) {
+        for (std::size_t at = 0; (at = model_.find(from, at)) != model_.npos; at += to.size())
             model_.replace(at, from.size(), to);
-        }
     }
 
     std::mt19937 random_;
@@ -120,16 +120,23 @@ TEST(KZString, EditsAndSearchesAsAModelDoes) {
 }
 
 TEST(KZString, FindsTheTerminatorAndTheNeedleAtEveryOffset) {
-    std::u16string const space(4096, u'.');
-    for (std::size_t offset : {0, 1, 7, 2040, 2041, 2047}) {
-        for (std::size_t length = 0; length < 70; ++length) {
-            std::u16string text = space.substr(0, offset + length);
-            ASSERT_EQ(KZString(text.c_str() + offset).Length(), length) << "offset " << offset;
+    alignas(4096) static char16_t page[2048]; // each scan ends with the page or in front of it
+    for (std::size_t length = 0; length < 70; ++length) {
+        for (std::size_t behind : {0, 1, 2, 3, 7, 8, 9, 2047 - 70}) {
+            std::ranges::fill(page, u'.');
+            char16_t * const end = page + 2047 - behind;
+            *end = u'\0';
+            ASSERT_EQ(KZString(end - length).Length(), length) << behind;
             if (length < 3) continue;
-            text.replace(text.size() - 3, 3, u"xyz");
-            ASSERT_EQ(KZString(text.c_str() + offset).Find(u"xyz"), length - 3) << "offset " << offset;
-            ASSERT_EQ(KZString(text.c_str() + offset).Find(u'z'), length - 1) << "offset " << offset;
+            std::copy_n(u"xyz", 3, end - 3);
+            ASSERT_EQ(KZString(end - length).Find(u"xyz"), length - 3) << behind;
+            ASSERT_EQ(KZString(end - length).Find(u'z'), length - 1) << behind;
         }
+        KZString hidden(u'.', static_cast<unsigned>(length));
+        hidden += u'\0';
+        hidden += KZString(u'.', 40) + u"z";
+        ASSERT_EQ(hidden.Find(u'\0'), length);
+        ASSERT_TRUE(hidden.Find(u'z') == none && hidden.Find(u".z") == none) << length;
     }
 }
 

@@ -282,7 +282,7 @@ TEST(KZString, BlocksAreSharedAmongThreadsAndAllComeBack) {
         EXPECT_GE(KMMemoryPool::GetUsedMemory(), before + 10'000);
         std::vector<std::thread> threads;
         std::vector<KZString> results(4);
-        for (KZString & result : results) {
+        for (KZString & result : results)
             threads.emplace_back([&result, text] {
                 for (int i = 0; i < 2'000; ++i) {
                     KZString copy = text;
@@ -290,7 +290,6 @@ TEST(KZString, BlocksAreSharedAmongThreadsAndAllComeBack) {
                     result = copy;
                 }
             });
-        }
         for (std::thread & thread : threads) thread.join();
         for (KZString const & result : results) EXPECT_EQ(result.c_str(), text.c_str());
     }

@@ -138,14 +138,13 @@ TEST(KZCountingSemaphore, WaitersGetWhatIsGivenBack) {
     KZCountingSemaphore semaphore(0, 2);
     std::atomic<unsigned int> inside{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
+    for (int i = 0; i < 4; ++i)
         threads.emplace_back([&] {
             semaphore.Lock(1);
             EXPECT_LE(++inside, 2U);
             --inside;
             semaphore.Unlock(1);
         });
-    }
     semaphore.Post(2);
     for (std::thread & thread : threads) thread.join();
     EXPECT_EQ(semaphore.GetCount(), 2U);
@@ -156,13 +155,12 @@ TEST(KZBaton, TurnsRunInOrderWhateverTheArrival) {
         KZBaton baton;
         std::vector<unsigned int> order;
         std::vector<std::thread> threads;
-        for (unsigned int const turn : {3U, 1U, 5U, 2U, 4U}) {
+        for (unsigned int const turn : {3U, 1U, 5U, 2U, 4U})
             threads.emplace_back([&, turn] {
                 baton.Lock(turn);
                 order.push_back(turn);
                 baton.Unlock();
             });
-        }
         for (std::thread & thread : threads) thread.join();
         EXPECT_EQ(order, (std::vector<unsigned int>{1, 2, 3, 4, 5}));
         baton.Lock(0); // past turns hold nothing
@@ -175,10 +173,9 @@ TEST(KZSynchronizedCriticalSection, HandsItemsOverWithoutLosingAPost) {
     KZSynchronizedCriticalSection monitor;
     std::queue<int> items;
     std::atomic<long> sum{0};
-    constexpr int count = 500;
-    constexpr int consumers = 3;
+    constexpr int count = 500, consumers = 3;
     std::vector<std::thread> threads;
-    for (int i = 0; i < consumers; ++i) {
+    for (int i = 0; i < consumers; ++i)
         threads.emplace_back([&] {
             for (int item = 0; item >= 0;) {
                 monitor.Lock();
@@ -192,7 +189,6 @@ TEST(KZSynchronizedCriticalSection, HandsItemsOverWithoutLosingAPost) {
                 sum += item;
             }
         });
-    }
     for (int item = 1; item <= count; ++item) {
         monitor.lock();
         items.push(item < count ? item : -1); // the last one stays, for everybody

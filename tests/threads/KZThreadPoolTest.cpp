@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <functional>
 #include <memory>
@@ -122,9 +123,29 @@ TEST(KZThreadPool, DropsTheQueueOnlyWhenAsked) {
     EXPECT_TRUE(negative.Post(Make([] { FAIL(); })));
 }
 
+TEST(KZThreadPool, WakesTheWorkerThatRestedLongest) {
+    KZEventSemaphore done;
+    KZThreadPool pool(2, nullptr, nullptr, false);
+    auto const takeTurns = [&] {
+        std::array<unsigned long, 10> by{};
+        for (unsigned long & id : by) {
+            done.Reset();
+            pool.Post(Make([&] {
+                id = KZThread::GetCurrentThreadID();
+                done.Post();
+            }));
+            done.Wait();
+            KZThread::Milli_sleep(1); // in which it becomes idle, if nothing comes between
+        }
+        return by[0] != by[1] && std::equal(by.begin() + 2, by.end(), by.begin());
+    };
+    int rounds = 0;
+    while (rounds < 100 && !takeTurns()) ++rounds;
+    EXPECT_LT(rounds, 100);
+}
+
 struct Supply {
-    std::atomic<int> left{100};
-    std::atomic<int> run{0};
+    std::atomic<int> left{100}, run{0};
     Gate empty;
 };
 
@@ -223,9 +244,7 @@ TEST(KZThreadPool, RunsWhatItAcceptedWhateverIsRefused) {
 // A million callbacks come from four threads while the pool shuts down at some moment. Each one that was accepted runs once.
 TEST(KZThreadPool, RunsEachAcceptedCallbackOnce) {
     std::mt19937 random(42);
-    constexpr int rounds = 100;
-    constexpr int posters = 4;
-    constexpr int each = 2500;
+    constexpr int rounds = 100, posters = 4, each = 2500;
     long total = 0;
     for (int round = 0; round < rounds; ++round) {
         auto const runs = std::make_unique<std::atomic<int>[]>(posters * each);

@@ -126,10 +126,9 @@ TEST(KZThread, OfSeveralWaitersOneReturns) {
         (void)thread->Start();
         KZThread_t const id = thread->GetThreadId();
         std::thread joiner([&] { thread->Join(); }); // quietly, whoever was first
-        std::atomic<int> returned{0};
-        std::atomic<int> thrown{0};
+        std::atomic<int> returned{0}, thrown{0};
         std::vector<std::thread> waiters;
-        for (int i = 0; i < 3; ++i) {
+        for (int i = 0; i < 3; ++i)
             waiters.emplace_back([&, i] {
                 try {
                     KZThread::WaitForThread(id, i); // one of them spins
@@ -139,7 +138,6 @@ TEST(KZThread, OfSeveralWaitersOneReturns) {
                     ++thrown;
                 }
             });
-        }
         EXPECT_TRUE(thread->IsRunning()) << "a question doesn't wait for the join";
         go.Post();
         for (std::thread & waiter : waiters) waiter.join();
@@ -242,8 +240,7 @@ TEST(KZThread, WaitingForItselfAtItsEndDoesNotBlock) {
 }
 
 TEST(KZThread, RunHoldsItsObject) {
-    KZEventSemaphore go;
-    KZEventSemaphore ended;
+    KZEventSemaphore go, ended;
     {
         KZSmartPtr<KZThread> const thread =
             NewThread([&go, observer = std::make_shared<Observer>(ended)] { go.Wait(); });
@@ -269,11 +266,9 @@ TEST(KZThread, RefusedPriorityLeavesItStartable) {
         inside = KZThread::GetCurrentThreadP()->GetThreadPriority();
     });
     EXPECT_TRUE(thread->Start(1000).Bad());
-    EXPECT_FALSE(hasRun || thread->IsStarted());
-    EXPECT_FALSE(thread->SetThreadPriority(1));
+    EXPECT_FALSE(hasRun || thread->IsStarted() || thread->SetThreadPriority(1));
     EXPECT_EQ(thread->GetThreadPriority(), 0x7FFFFFFF);
-    EXPECT_TRUE(thread->Start(-2).Good());
-    EXPECT_TRUE(thread->SetThreadPriority(-2));
+    EXPECT_TRUE(thread->Start(-2).Good() && thread->SetThreadPriority(-2));
     EXPECT_FALSE(KZThread::SetThreadPriority(KZThread_t(thread->GetThreadId(), nullptr), 0)) << "no handle";
     thread->Join();
     EXPECT_EQ(inside, -2);
@@ -283,8 +278,7 @@ TEST(KZThread, RefusedPriorityLeavesItStartable) {
 TEST(KZThread, StartThatFailsChangesNothing) {
     std::size_t const before = Possessions().back();
     for (FailingResources::Refusal const refusal : {FailingResources::One, FailingResources::All}) {
-        int runs = 0;
-        int expected = 0;
+        int runs = 0, expected = 0;
         KZSmartPtr<KZThread> thread = NewThread([&runs] { ++runs; });
         bool isStarted = false;
         auto const start = [&] {
@@ -328,8 +322,7 @@ TEST(KZThread, ComModelIsTakenAtConstruction) {
     EXPECT_TRUE(KZThread::InitializeCOM(false));
     (void)thread->Start();
     thread->Join();
-    EXPECT_TRUE(single);
-    EXPECT_TRUE(thread->IsFlagSet(KZThread::SingleThreaded));
+    EXPECT_TRUE(single && thread->IsFlagSet(KZThread::SingleThreaded));
     EXPECT_FALSE(KZThread::IsSingleThreadedCOMApartment());
 }
 
@@ -380,8 +373,7 @@ TEST(KZThread, CostsThreeMappingsAtMost) {
 }
 
 TEST(KZThread, DumpNamesWhatEachThreadDoes) {
-    KZEventSemaphore go;
-    KZEventSemaphore ready;
+    KZEventSemaphore go, ready;
     KZSmartPtr<KZThread> const waiting = NewThread([&] {
         ready.Post();
         go.Wait();

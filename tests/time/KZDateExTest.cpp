@@ -17,8 +17,7 @@ static_assert(KZDateEx(2024, 1, 1).AsInt() == (2024 << 9 | 1 << 5 | 1));
 // A calendar that knows nothing but the lengths of months, and walks.
 struct Walker {
     int year;
-    unsigned int month;
-    unsigned int day;
+    unsigned int month, day;
 
     [[nodiscard]] unsigned int Days() const {
         if (month == 2) return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0 ? 29 : 28;
@@ -43,8 +42,7 @@ struct Walker {
 
 TEST(KZDateEx, KnowsEveryDayOfTwoCenturies) {
     unsigned int weekDay = 1; // 1900-01-01 was a Monday
-    unsigned int yearDay = 1;
-    unsigned int mondays = 1;
+    unsigned int yearDay = 1, mondays = 1;
     KZDateEx stepped(1899, 12, 31);
     for (Walker walker{1900, 1, 1}; walker.year <= 2100;) {
         KZDateEx const date = walker.Date();
@@ -126,8 +124,7 @@ TEST(KZDateEx, StoresTheFieldsOfTheMaskAndDropsBadOnes) {
 TEST(KZDateEx, ReadsUnderATemplate) {
     struct Case {
         char const * what;
-        char16_t const * text;
-        char16_t const * format;
+        char16_t const *text, *format;
         bool good;
         KZDateEx date;
     };
@@ -172,16 +169,18 @@ TEST(KZDateEx, PrintsUnderATemplate) {
     char16_t buffer[12];
     EXPECT_FALSE(date.AsString(buffer, 12, u"%Y/%m/%d"));
     EXPECT_EQ(KZString(buffer), u"2024/05");
-    EXPECT_FALSE(KZDateEx(-4194304, 1, 2).AsString(buffer, 12, u"abcdef%Y"));
-    EXPECT_EQ(KZString(buffer), u"abcdef");
+    for (std::size_t capacity = 0; capacity < 30; ++capacity) {
+        std::u16string out(40, u'#');
+        bool const isWhole = KZDateEx(-4194304, 1, 2).AsString(out.data(), capacity, u"abcdef%Y");
+        EXPECT_EQ(out.find_first_not_of(u'#', capacity), out.npos) << capacity << " units and no more";
+        EXPECT_EQ(isWhole, out.c_str() == std::u16string(u"abcdef-4194304")) << capacity;
+    }
     KZString const longFormat(u'x', 5000);
     EXPECT_EQ(date.AsString(longFormat + u"%Y").Length(), 5004U);
 
     std::wstringstream stream;
     stream << date << L' ' << KZDateEx(1999, 12, 31) << L" never";
-    KZDateEx a;
-    KZDateEx b;
-    KZDateEx c;
+    KZDateEx a, b, c;
     EXPECT_TRUE(stream >> a >> b);
     EXPECT_EQ(a, date);
     EXPECT_EQ(b, KZDateEx(1999, 12, 31));

@@ -23,8 +23,7 @@ KZDateTimeEx const sample(KZDateEx(2024, 5, 6), KZTimeEx(7, 8, 9, 10));
 TEST(KZDateTimeEx, ReadsUnderATemplate) {
     struct Case {
         char const * what;
-        char16_t const * text;
-        char16_t const * format;
+        char16_t const *text, *format;
         char16_t const * expected; // in UTC by the value's shape; null when it can't be read
     };
     constexpr char16_t const * full = u"%Y/%m/%d %H:%M:%S.%L";
@@ -229,8 +228,7 @@ TEST(KZDateTimeEx, TakesFieldsByTheirMask) {
     std::wstringstream stream;
     KZDateTimeEx const date(KZDateEx(2024, 5, 6), KZTimeEx());
     stream << sample << L' ' << date << L" noon";
-    KZDateTimeEx a;
-    KZDateTimeEx b;
+    KZDateTimeEx a, b;
     std::wstring word;
     EXPECT_TRUE(stream >> a >> b >> word);
     EXPECT_EQ(a, sample);

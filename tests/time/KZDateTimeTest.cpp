@@ -13,8 +13,7 @@ KZTimeZone const & UTC = KZTimeZone::GetUTCTimeZone();
 TEST(KZDateTime, ReadsUnderATemplate) {
     struct Case {
         char const * what;
-        char16_t const * text;
-        char16_t const * format;
+        char16_t const *text, *format;
         int error;
         std::uint32_t seconds;
     };
@@ -74,9 +73,7 @@ TEST(KZDateTime, PrintsUnderATemplate) {
 TEST(KZDateTime, FollowsTheLocalClock) {
     struct Case {
         char const * what;
-        char16_t const * local;
-        char16_t const * utc;
-        char16_t const * again;
+        char16_t const *local, *utc, *again;
     };
     constexpr Case cases[] = {
         {"summer", u"2024/07/15 12:00:00", u"2024/07/15 10:00:00", nullptr},

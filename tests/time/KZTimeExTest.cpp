@@ -68,8 +68,7 @@ TEST(KZTimeEx, GoesRoundAtMidnight) {
 
 TEST(KZTimeEx, ReadsAndPrintsUnderATemplate) {
     struct Case {
-        char16_t const * text;
-        char16_t const * format;
+        char16_t const *text, *format;
         bool good;
         int milliseconds;
     };

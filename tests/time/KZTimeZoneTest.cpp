@@ -88,8 +88,7 @@ TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
         int changes = 0;
         for (std::int64_t noon = (row.since - 1970) * 31556952LL + 43200; noon < 2145916800; noon += day) {
             std::int64_t before = noon - day;
-            std::int64_t const old = OffsetOfSystem(before);
-            std::int64_t const now = OffsetOfSystem(noon);
+            std::int64_t const old = OffsetOfSystem(before), now = OffsetOfSystem(noon);
             ASSERT_EQ(zone.GetLocalMinusUTC(noon), now) << row.city << noon;
             if (old == now) continue;
             std::int64_t behind = noon; // the first second of the new offset, found by halving
@@ -98,8 +97,7 @@ TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
             ASSERT_EQ(zone.GetLocalMinusUTC(behind - 1), old) << row.city << behind;
             ASSERT_EQ(zone.GetLocalMinusUTC(behind), now) << row.city << behind;
             // Local times around the change, with those left out and those that come twice.
-            std::int64_t const wall = behind + old;
-            std::int64_t const ahead = std::abs(now - old);
+            std::int64_t const wall = behind + old, ahead = std::abs(now - old);
             ASSERT_EQ(zone.LocalToUTC(wall - 1), behind - 1) << row.city;
             ASSERT_EQ(zone.LocalToUTC(wall - (now < old ? ahead : 0)), behind - (now < old ? ahead : 0))
                 << row.city;
@@ -134,8 +132,7 @@ TEST(KZTimeZone, KeepsNoFailureToRead) {
 }
 
 struct ZoneName {
-    std::string_view name;
-    std::string_view cities;
+    std::string_view name, cities;
 };
 constexpr ZoneName zoneNames[] = {
 #include "ZerlithCore/platform/posix/generated/ZoneNames.inl"
@@ -152,8 +149,7 @@ TEST(KZTimeZone, TellsTheYearAsTheSystemDoes) {
             continue;
         Setting const city("TZ", std::string(row.cities.substr(0, row.cities.find(' '))));
         EXPECT_EQ(zone.GetLocalMinusUTC(now), OffsetOfSystem(now)) << row.name;
-        int changes = 0;
-        int wrong = 0;
+        int changes = 0, wrong = 0;
         std::int64_t const first = OffsetOfSystem(newYear + day);
         std::int64_t before = first;
         for (std::int64_t moment = newYear + day; moment < newYear + 364 * day; moment += day / 4) {
@@ -246,8 +242,7 @@ TEST(KZTimeZone, ReadsKeysOfTheStore) {
     for (std::string const & bad : {rule.substr(0, 43), rule + '\0', std::string(44, '\x7F')}) {
         key.Set(u"TZI", bad);
         KZPlatform::PutZoneKey(path, key);
-        EXPECT_FALSE(zone.FromWindowsTimeZoneName(u"Test"));
-        EXPECT_FALSE(KZTimeZone::GetWindowsTimeZones(zones));
+        EXPECT_FALSE(zone.FromWindowsTimeZoneName(u"Test") || KZTimeZone::GetWindowsTimeZones(zones));
     }
     KZPlatform::PutZoneKey(path, std::nullopt);
 }
@@ -255,8 +250,7 @@ TEST(KZTimeZone, ReadsKeysOfTheStore) {
 TEST(ZoneStore, UnderstandsEveryFormOfTZ) {
     struct Case {
         char const * setting;
-        char16_t const * name;
-        char16_t const * display;
+        char16_t const *name, *display;
         std::int32_t bias;
         std::array<int, 4> daylight; // month, weekday, week, hour
     };
@@ -335,8 +329,7 @@ TEST(KZDSTAdjuster, MovesDatesOfSummer) {
                               Zone(u"AUS Eastern Standard Time"));
     constexpr struct {
         char16_t const * date;
-        bool inNorth;
-        bool inSouth;
+        bool inNorth, inSouth;
     } cases[] = {{u"2024/03/31 01:59:59", false, true}, {u"2024/03/31 02:00:00", true, true},
                  {u"2024/04/07 03:00:00", true, false}, {u"2024/10/27 02:59:59", true, true},
                  {u"2024/10/27 03:00:00", false, true}, {u"2024/01/01 00:00:00", false, true},

@@ -72,8 +72,7 @@ TEST(ZoneFile, TellsTheYearsChanges) {
     struct Case {
         char const * what;
         Changes changes;
-        char const * lastLine;
-        char const * expected;
+        char const *lastLine, *expected;
         std::int64_t now = At(11, 23, 12);
     };
     Case const cases[] = {

@@ -55,8 +55,7 @@ TEST(KZDOMFormat, EscapesAtEveryPlace) {
                                     : c == '\'' ? "&apos;"
                                                 : std::string(1, c);
         for (std::size_t place = 0; place < 35; ++place) {
-            std::string text(35, 'x');
-            std::string expected = text;
+            std::string text(35, 'x'), expected = text;
             text[place] = c;
             expected.replace(place, 1, escaped);
             KZString units;
@@ -69,8 +68,7 @@ TEST(KZDOMFormat, EscapesAtEveryPlace) {
 
 TEST(KZDOMFormat, LeavesOutBlanksBetweenElements) {
     constexpr struct {
-        char16_t const * source;
-        char16_t const * xml;
+        char16_t const *source, *xml;
     } cases[] = {
         {u"<a>\n <b> </b>\n</a>", u"<a><b> </b></a>"},
         {u"<a> </a>", u"<a> </a>"},

@@ -13,10 +13,7 @@ TEST(KZDOMNode, TellsWhatItIs) {
     struct Case {
         char16_t const * path;
         KZDOMNodeType type;
-        char16_t const * name;
-        char16_t const * value;
-        char16_t const * text;
-        char16_t const * xml;
+        char16_t const *name, *value, *text, *xml;
     };
     constexpr Case cases[] = {
         {u"@p:k", KZDOMNodeType::Attribute, u"p:k", u"v", u"v", u"p:k=\"v\""},
@@ -47,8 +44,7 @@ TEST(KZDOMNode, TellsWhatItIs) {
 
 TEST(KZDOMNode, FindsItsWay) {
     KZDOMDocument document = Parsed(u"<a><b i='1'><c/>x<c>y</c></b><!--n--><b i='2'/></a>");
-    KZDOMElement const a = document.GetRootElement();
-    KZDOMElement const b = a.GetFirstChildElement();
+    KZDOMElement const a = document.GetRootElement(), b = a.GetFirstChildElement();
     EXPECT_EQ(b.GetNextSiblingElement().GetAttrAsInteger(u"i"), 2);
     EXPECT_FALSE(b.GetNextSiblingElement().GetNextSiblingElement().IsValid());
     EXPECT_EQ(b.GetParentNode().GetNodeSP(), a.GetNodeSP());
@@ -203,8 +199,7 @@ TEST(KZDOMNode, LimitsTheWorkOfAPath) {
 TEST(KZDOMNode, MovesNodes) {
     KZDOMDocument document = Parsed(u"<r><a/>t<b/></r>");
     KZDOMElement root = document.GetRootElement();
-    KZDOMNode const a = document.SelectNode(u"//a");
-    KZDOMNode const b = document.SelectNode(u"//b");
+    KZDOMNode const a = document.SelectNode(u"//a"), b = document.SelectNode(u"//b");
     root.InsertBefore(b, a);
     EXPECT_EQ(root.GetXML(), u"<r><b/><a/>t</r>");
     root.InsertBefore(b, b);
@@ -225,11 +220,9 @@ TEST(KZDOMNode, MovesNodes) {
         return CodeOf([&] { parent.AppendChild(child); }) == KZDOMResult::Hierarchy;
     };
     EXPECT_TRUE(hierarchy(b, root)); // below itself
-    EXPECT_TRUE(hierarchy(root, root));
-    EXPECT_TRUE(hierarchy(root, document));
+    EXPECT_TRUE(hierarchy(root, root) && hierarchy(root, document));
     EXPECT_TRUE(hierarchy(document, other.GetRootElement())); // a second root
-    EXPECT_TRUE(hierarchy(document, document.CreateText(u"t")));
-    EXPECT_TRUE(hierarchy(root.SelectNode(u"text()"), a));
+    EXPECT_TRUE(hierarchy(document, document.CreateText(u"t")) && hierarchy(root.SelectNode(u"text()"), a));
     EXPECT_TRUE(hierarchy(root, Parsed(u"<o k='v'/>").SelectNode(u"o/@k")));
     EXPECT_TRUE(hierarchy(root, Parsed(u"<!DOCTYPE o><o/>").GetFirstChildNode()));
     EXPECT_EQ(CodeOf([&] { root.InsertBefore(b, other.GetRootElement()); }), KZDOMResult::NotAChild);
@@ -256,8 +249,7 @@ TEST(KZDOMNode, StaysInAListWhereverItGoes) {
 TEST(KZDOMNode, CarriesNamespacesAlong) {
     KZDOMDocument from =
         Parsed(u"<r xmlns:p='urn:p' xmlns='urn:d'><p:a p:k='v' xml:lang='en' xml:id='i'><b/></p:a></r>");
-    KZDOMNode const a = from.SelectNode(u"//*[local-name()='a']");
-    KZDOMNode const copy = a.Clone(true);
+    KZDOMNode const a = from.SelectNode(u"//*[local-name()='a']"), copy = a.Clone(true);
     EXPECT_EQ(a.Clone(false).GetXML(), u"<p:a xmlns:p=\"urn:p\" p:k=\"v\" xml:lang=\"en\" xml:id=\"i\"/>");
     KZDOMDocument to = Parsed(u"<o xmlns:p='urn:other'/>");
     to.GetRootElement().AppendChild(a);
@@ -330,10 +322,8 @@ TEST(KZDOMNode, OutlivesItsPlace) {
 }
 
 TEST(KZDOMNode, MovesPiecesThatStandNowhere) {
-    KZDOMDocument first = KZDOMDocument::Create();
-    KZDOMDocument second = KZDOMDocument::Create();
-    KZDOMElement top = first.CreateElement(u"top");
-    KZDOMElement inner = first.CreateElement(u"inner");
+    KZDOMDocument first = KZDOMDocument::Create(), second = KZDOMDocument::Create();
+    KZDOMElement top = first.CreateElement(u"top"), inner = first.CreateElement(u"inner");
     top.AppendChild(inner);
     inner.AppendChild(first.CreateText(u"kept by nobody"));
     top = KZDOMElement(); // inner keeps the whole piece
@@ -391,8 +381,7 @@ TEST(KZDOMElement, HasAttributes) {
               u"new=\"\u00e9\uFFFD\" p:new=\"n\" q:a=\"b\"/>");
     EXPECT_TRUE(root.RemoveAttribute(u"q:a") && root.RemoveAttribute(u"xmlns:q"));
     constexpr struct {
-        char16_t const * name;
-        char16_t const * value;
+        char16_t const *name, *value;
         std::int32_t code;
     } bad[] = {
         {u"", u"", KZDOMResult::InvalidName},

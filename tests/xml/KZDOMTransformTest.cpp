@@ -237,8 +237,7 @@ TEST(KZDOMSchema, Validates) {
     document.AddSchema(u"", Schema(u"<s:element name='unknown'/>"));
     EXPECT_TRUE(document.Validate()) << document.GetLastParseError().GetReason().AsUTF8();
     document.AddSchema(u"", Schema(u"<s:element name='unknown' type='s:int'/>")); // replaced
-    EXPECT_FALSE(document.Validate());
-    EXPECT_FALSE(KZDOMDocument::Create().Validate());
+    EXPECT_FALSE(document.Validate() || KZDOMDocument::Create().Validate());
 }
 
 TEST(KZDOMSchema, RefusesWhatIsBad) {
@@ -250,8 +249,7 @@ TEST(KZDOMSchema, RefusesWhatIsBad) {
                }) == KZDOMResult::BadSchema;
     };
     testing::internal::CaptureStderr();
-    EXPECT_TRUE(refused(u"", Parsed(u"<r/>")));
-    EXPECT_TRUE(refused(u"", KZDOMDocument::Create()));
+    EXPECT_TRUE(refused(u"", Parsed(u"<r/>")) && refused(u"", KZDOMDocument::Create()));
     EXPECT_TRUE(refused(u"urn:x", Schema(u"", u"urn:y")));
     EXPECT_TRUE(refused(u"", Schema(u"<s:include schemaLocation='/etc/passwd'/>")));
     EXPECT_TRUE(refused(u"", Schema(u"<s:element name='r' type='s:none'/>")));
