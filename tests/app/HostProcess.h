@@ -2,44 +2,31 @@
 /// Runs the test host in a process of its own and collects what it writes.
 #pragma once
 
+#include "files/TemporaryDirectory.h"
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// A fresh directory for one test, removed with all it holds.
-class TestDirectory {
+/// A temporary directory whose files have names of bytes.
+class TestDirectory : public TemporaryDirectory {
 public:
-    TestDirectory() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zerlithcore-XXXXXX").string();
-        path_ = mkdtemp(pattern.data());
-    }
-    ~TestDirectory() { std::filesystem::remove_all(path_); }
-    TestDirectory(TestDirectory const &) = delete;
-    TestDirectory & operator=(TestDirectory const &) = delete;
-
     std::string Path(std::string const & name = "") const {
-        return name.empty() ? path_ : path_ + '/' + name;
+        return name.empty() ? Root().string() : (Root() / name).string();
     }
     std::string Write(std::string const & name, std::string const & text) const {
         std::ofstream(Path(name), std::ios::binary) << text;
         return Path(name);
     }
     std::string Read(std::string const & name) const {
-        std::ifstream stream(Path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
+        return TemporaryDirectory::Read(std::filesystem::path(name).u16string().c_str());
     }
-
-private:
-    std::string path_;
 };
 
 /// A variable of the environment, for the processes started meanwhile.

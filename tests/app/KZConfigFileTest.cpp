@@ -356,8 +356,10 @@ TEST(KZConfigLockable, AnyPartLocksTheFile) {
     other.SetLong(u"A", u"k", 0);
     // What is assigned brings its owner along, until the next addition.
     *file.FindSection(u"A") = *other.FindSection(u"A");
-    *file.FindSection(u"B")->FindLine(u"k") = *other.FindSection(u"A")->FindLine(u"k");
-    file.FindSection(u"B")->AddLine(u"l", u"");
+    auto const b = file.FindSection(u"B");
+    *b->FindLine(u"k") = *other.FindSection(u"A")->FindLine(u"k");
+    b->AddLine(u"l", u"");
+    EXPECT_EQ(b->FindLine(u"k")->GetOwner(), b);
     file.FindSection(u"C")->Lock();
     EXPECT_EQ(file.AddSection(*file.FindSection(u"C"))->GetLockCount(), 0U) << "a fresh copy";
     file.FindSection(u"C")->Unlock();

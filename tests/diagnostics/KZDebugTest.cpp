@@ -28,8 +28,7 @@ TEST(KZDebug, AppendsReportsToTheFileThatWasChosen) {
     TemporaryDirectory const folder;
     std::string const path = folder.Root() / "debug-ERROR.LOG", secret = folder.Root() / "secret";
     KZDebug::ChangeErrorLogFileName(folder.Path(u""), u"debug-ERROR.LOG");
-    EXPECT_TRUE(KZDebug::AppendToErrorLog(u"one \u20ac\n"));
-    EXPECT_TRUE(KZDebug::AppendToErrorLog(u"two\n"));
+    EXPECT_TRUE(KZDebug::AppendToErrorLog(u"one \u20ac\n") && KZDebug::AppendToErrorLog(u"two\n"));
     std::ofstream(path, std::ios::app) << "a piece";
     EXPECT_TRUE(KZDebug::AppendToErrorLog(u"three\n"));
     EXPECT_EQ(std::filesystem::status(path).permissions(), std::filesystem::perms(0600));
@@ -49,8 +48,7 @@ std::atomic<int> glbHooked{0};
 
 TEST(KZDebug, CallsEachHookOnce) {
     KZDebug::ReportHook const hook = []() noexcept { ++glbHooked; };
-    EXPECT_TRUE(KZDebug::AddReportHook(hook));
-    EXPECT_TRUE(KZDebug::AddReportHook(hook));
+    EXPECT_TRUE(KZDebug::AddReportHook(hook) && KZDebug::AddReportHook(hook));
     KZDebug::CallReportHooks();
     EXPECT_EQ(glbHooked, 1);
 }

@@ -62,8 +62,7 @@ TEST(MSGLibMessageSource, FindsTheLanguage) {
     struct Case {
         char const * what;
         std::vector<char16_t const *> files;
-        char16_t const * first;
-        char16_t const * then;
+        char16_t const *first, *then;
         int code;
         char const * language; // afterwards
     };

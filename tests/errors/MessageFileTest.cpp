@@ -43,9 +43,7 @@ TEST(DBMessage, WritesWhatItReads) {
     };
     std::string const long256(256, 'x');
     Case const cases[] = {
-        {"Latin-1", u"deu", 7, u"Größe",
-         Record(7, "Gr\xF6\xDF"
-                   "e")},
+        {"Latin-1", u"deu", 7, u"Größ", Record(7, "Gr\xF6\xDF")},
         {"no text", u"deu", 0, u"", Record(0, "")},
         {"a negative number", u"enu", -2, u"a", Record(0xFFFFFFFE, "a")},
         {"the largest number", u"enu", 0x7FFFFFFF, u"a", Record(0x7FFFFFFF, "a")},
@@ -130,8 +128,7 @@ TEST(MessageFile, FindsLanguagesInNames) {
     }
     EXPECT_EQ(file->GetAvailableLanguages(false).size(), 4U) << "what was found before";
     EXPECT_EQ(file->GetAvailableLanguages(true).size(), 404U);
-    EXPECT_TRUE(file->SetLanguage(u"399").Good());
-    EXPECT_TRUE(file->IsOpen());
+    EXPECT_TRUE(file->SetLanguage(u"399").Good() && file->IsOpen());
 }
 
 TEST(MessageFile, TellsFatalErrorsAndGoesOn) {
@@ -160,23 +157,19 @@ TEST(MessageFile, ReadsWhatItWrites) {
     EXPECT_FALSE(file->IsWriting());
     EXPECT_TRUE(file->WriteMessage(1, u"日本").Good());
     EXPECT_FALSE(file->Open(MessageFile::Append));
-    EXPECT_TRUE(file->IsWriting());
-    EXPECT_TRUE(file->WriteMessage(-1, u"語").Good());
-    EXPECT_TRUE(file->Close());
+    EXPECT_TRUE(file->IsWriting() && file->WriteMessage(-1, u"語").Good() && file->Close());
     EXPECT_FALSE(file->IsWriting());
     EXPECT_TRUE(file->GetFileName().IsNull());
     EXPECT_EQ(directory.Read(u"app.jpn.LAN"), Record(1, "\x93\xFA\x96{") + Record(0xFFFFFFFF, "\x8C\xEA"));
 
     KZString text;
-    EXPECT_TRUE(file->SetLanguage(u"jpn").Good());
-    EXPECT_TRUE(file->FetchMessage(text, -1).Good());
+    EXPECT_TRUE(file->SetLanguage(u"jpn").Good() && file->FetchMessage(text, -1).Good());
     EXPECT_EQ(text, u"語");
     EXPECT_TRUE(file->Open(MessageFile::Append)) << "this one is in memory";
     file->WriteMessage(2, u"x");
     EXPECT_EQ(file->FetchMessage(text, 2), 5) << "what is in memory stays";
     file->Reload();
-    EXPECT_TRUE(file->SetLanguage(u"jpn").Good());
-    EXPECT_TRUE(file->FetchMessage(text, 2).Good());
+    EXPECT_TRUE(file->SetLanguage(u"jpn").Good() && file->FetchMessage(text, 2).Good());
 
     auto const write = [&] {
         file->Open(MessageFile::Append);
@@ -195,8 +188,7 @@ TEST(MessageFile, ReadsWhatItWrites) {
     EXPECT_EQ(directory.Read(u"app.jpn.LAN"), cut);
 
     file->SetFileName(directory.Path(u"no/app.jpn.LAN"));
-    EXPECT_FALSE(file->Open(MessageFile::Read));
-    EXPECT_FALSE(file->Open(MessageFile::Write));
+    EXPECT_FALSE(file->Open(MessageFile::Read) || file->Open(MessageFile::Write));
     EXPECT_EQ(file->WriteMessage(1, u"a"), 6);
     EXPECT_FALSE(file->Open(3));
 }

@@ -86,10 +86,9 @@ TEST(KZDirectory, MatchesPatterns) {
         {u"*aab", u"aaaab", true},
         {u"??*", u"a", false},
     };
-    for (Case const & c : cases) {
+    for (Case const & c : cases)
         EXPECT_EQ(KZDirectory::Matches(c.name, c.pattern), c.matches)
             << KZString(c.pattern).AsUTF8() << " on " << KZString(c.name).AsUTF8();
-    }
     std::u16string const name(5000, u'a');
     std::u16string pattern;
     for (int i = 0; i < 1000; ++i) pattern += u"a*";
@@ -103,8 +102,7 @@ TEST(KZDirectory, ListsFilesSorted) {
     std::string const odd = (folder.Root() / "\xFF.osx").string();
     std::ofstream(odd) << "odd";
     KZString const inner = KZPath::Join(folder.Path(u""), u"c.osx/d/e");
-    EXPECT_TRUE(KZDirectory::Create(inner));
-    EXPECT_TRUE(KZDirectory::Create(inner));
+    EXPECT_TRUE(KZDirectory::Create(inner) && KZDirectory::Create(inner));
     EXPECT_FALSE(KZDirectory::Create(KZPath::Join(folder.Path(u"a.txt"), u"below/a/file")));
 
     KZDirectory directory;

@@ -27,8 +27,7 @@ public:
 
 TEST(KZRefCount, CountBelongsToTheObjectAndIsNeverCopied) {
     int alive = 0;
-    KZSmartPtr<Probe> a(new Probe(alive)), b(new Probe(alive));
-    KZSmartPtr<Probe> second = a;
+    KZSmartPtr<Probe> a(new Probe(alive)), b(new Probe(alive)), second = a;
     Probe copy(*a);
     EXPECT_EQ(copy, 0UL);
     *b = *a;

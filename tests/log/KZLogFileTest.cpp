@@ -192,12 +192,11 @@ TEST_F(KZLogFileTest, LinesNeverMix) {
         logs[0].SetAutoFlush(true);
         for (KZLogFile & log : logs) ASSERT_TRUE(log.Open(path.c_str()));
         std::vector<std::thread> threads;
-        for (int t = 0; t < 4; ++t) {
+        for (int t = 0; t < 4; ++t)
             threads.emplace_back([&log = logs[t / 2], t] {
                 for (int i = 0; i < lineCount; ++i)
                     log.Log(u"%d %d %s", t, i, u"some more text to tear apart");
             });
-        }
         for (std::thread & thread : threads) thread.join();
     }
     std::map<char16_t, int> next;

@@ -89,8 +89,7 @@ TEST_F(KZLogManagerTest, FindsChannels) {
 TEST_F(KZLogManagerTest, HandsOutByLevelAtAFlush) {
     stream.GetStream(0) << L"nobody hears this" << std::endl;
     Handle const low(new Listener(2)), high(new Listener(0));
-    EXPECT_TRUE(manager.Subscribe(index, low));
-    EXPECT_TRUE(manager.Subscribe(index, high));
+    EXPECT_TRUE(manager.Subscribe(index, low) && manager.Subscribe(index, high));
     EXPECT_FALSE(manager.Subscribe(index, low));
     stream.flush();
     for (int level = 0; level <= 3; ++level) stream.GetStream(level) << level << L'\n' << std::flush;
@@ -281,7 +280,7 @@ TEST_F(KZLogManagerTest, WritersAndSubscribersOnSeveralThreads) {
         }
     });
     std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t) {
+    for (int t = 0; t < 4; ++t)
         threads.emplace_back([&, t] {
             for (int i = 0; i < lines; ++i) {
                 std::optional<KZLockedCOUT> console;
@@ -291,7 +290,6 @@ TEST_F(KZLogManagerTest, WritersAndSubscribersOnSeveralThreads) {
                 (*manager.GetChannel(index))->GetStream().GetStream(i % 2) << text << std::flush;
             }
         });
-    }
     for (std::thread & thread : threads) thread.join();
     stop = true;
     comer.join();

@@ -81,11 +81,10 @@ TEST(KZCondition, ReadsAndPrintsWhatIsTyped) {
     };
     for (Case const & c : cases) {
         FieldCondition const condition{KZString(c.text)};
-        EXPECT_TRUE(condition.isGood) << KZString(c.text).AsUTF8();
-        EXPECT_EQ(condition.ToString(false), c.printed ? c.printed : condition.ToString(false))
-            << KZString(c.text).AsUTF8();
-        EXPECT_EQ(condition.ToString(true), c.native ? c.native : condition.ToString(true))
-            << KZString(c.text).AsUTF8();
+        SCOPED_TRACE(KZString(c.text).AsUTF8());
+        EXPECT_TRUE(condition.isGood);
+        EXPECT_EQ(condition.ToString(false), c.printed ? c.printed : condition.ToString(false));
+        EXPECT_EQ(condition.ToString(true), c.native ? c.native : condition.ToString(true));
     }
     for (char16_t const * bad :
          {u"a =", u"a = 1 AND b <", u"(a = 1", u"a == 1", u"a = \"x", u"a = TO_DATE(today)",

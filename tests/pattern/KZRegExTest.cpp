@@ -98,12 +98,11 @@ TEST(KZRegEx, MatchesWholeTexts) {
         {u"(a*b)*c?", {u"", u"abc", u"bb"}, {u"a", u"ac"}},
     };
     for (Case const & c : cases) {
+        SCOPED_TRACE(KZString(c.pattern).AsUTF8());
         for (char16_t const * text : c.matches)
-            EXPECT_TRUE(Matches(c.pattern, text))
-                << KZString(c.pattern).AsUTF8() << " on " << KZString(text).AsUTF8();
+            EXPECT_TRUE(Matches(c.pattern, text)) << KZString(text).AsUTF8();
         for (char16_t const * text : c.others)
-            EXPECT_FALSE(Matches(c.pattern, text))
-                << KZString(c.pattern).AsUTF8() << " on " << KZString(text).AsUTF8();
+            EXPECT_FALSE(Matches(c.pattern, text)) << KZString(text).AsUTF8();
     }
     KZString zero(u"ab");
     zero += u'\0';

@@ -57,8 +57,7 @@ TEST(CodePages, ConvertsBothWays) {
         EXPECT_EQ(Decode(c.page, c.bytes, InvalidBytes::Refuse), c.units) << c.page;
         EXPECT_EQ(Encode(c.page, c.units), c.bytes) << c.page;
         // The same behind and in front of stretches of ASCII, and across the pieces that a long text is encoded in.
-        std::string const ascii(4093, 'x');
-        std::string const bytes = ascii + c.bytes + c.bytes + "0123456789";
+        std::string const ascii(4093, 'x'), bytes = ascii + c.bytes + c.bytes + "0123456789";
         std::optional<std::u16string> const units = Decode(c.page, bytes, InvalidBytes::Refuse);
         ASSERT_TRUE(units) << c.page;
         EXPECT_EQ(units->size(), bytes.size() - 2 * (std::string_view(c.bytes).size() -

@@ -5,6 +5,7 @@
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/platform/Signals.h"
+#include "files/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
 
@@ -17,27 +18,9 @@ namespace {
 
 using namespace KZPlatform;
 
-class FilesTest : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_TRUE(MakeDirectory(folder)); }
-    void TearDown() override {
-        std::vector<DirectoryEntry> entries;
-        EXPECT_TRUE(ListDirectory(folder, entries));
-        for (DirectoryEntry const & entry : entries) {
-            std::u16string const place = folder + PathSeparator + entry.name;
-            EXPECT_TRUE(entry.kind == PathKind::File ? RemoveFile(place) : RemoveEmptyDirectory(place));
-        }
-        EXPECT_TRUE(RemoveEmptyDirectory(folder));
-    }
-
-    std::u16string const folder = GetTemporaryDirectory() + u"/kz-files-" + UnitsOf(MonotonicNanoseconds());
-    std::u16string const path = folder + u"/file";
-
-private:
-    static std::u16string UnitsOf(std::int64_t number) {
-        std::string const digits = std::to_string(number);
-        return {digits.begin(), digits.end()};
-    }
+struct FilesTest : testing::Test {
+    TemporaryDirectory const place;
+    std::u16string const folder = place.Root().u16string(), path = folder + u"/file";
 };
 
 TEST_F(FilesTest, LeavesTheReasonOfAFailure) {

@@ -111,10 +111,8 @@ TEST(KZUnicode, KnowsBaseLetters) {
     static constexpr char16_t const * pairs[] = {u"ÀA", u"åa", u"çc", u"ÑN",   u"ÿy",   u"ǖu",          u"ệe",
                                                  u"ỒO", u"ΐι", u"йи", u"ｶｶ",   u"がか", u"Å\u0041",     u"ÆÆ",
                                                  u"øø", u"ßß", u"łł", u"각각", u"≠≠",   u"\u0301\u0301"};
-    for (char16_t const * pair : pairs) {
-
+    for (char16_t const * pair : pairs)
         EXPECT_EQ(KZUnicode::GetEquivalentChar(pair[0]), pair[1]) << KZString(pair).AsUTF8();
-    }
     // Equivalents are settled: none has another one.
     for (char16_t const base : KZUnicode::glbEquivalentChar)
         ASSERT_EQ(KZUnicode::GetEquivalentChar(base), base);

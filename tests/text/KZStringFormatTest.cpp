@@ -195,28 +195,12 @@ void CompareWithPrintf(std::string const & letters, Value value) {
 TEST(KZStringFormat, PrintsNumbersAsThePrintfOfTheSystem) {
     for (int value : {0, 1, -1, 7, 8, 255, -4711, INT_MAX, INT_MIN}) CompareWithPrintf("dixXou", value);
     using Limits = std::numeric_limits<double>;
-    for (double value : {0.0,
-                         -0.0,
-                         1.0,
-                         -1.5,
-                         0.5,
-                         2.5,
-                         3.14159265358979,
-                         1e15,
-                         123456.0,
-                         1234567.0,
-                         0.0001,
-                         0.00001234,
-                         99999.0,
-                         9.9999999,
-                         1e100,
-                         1e-100,
-                         Limits::max(),
-                         Limits::denorm_min(),
-                         -Limits::infinity(),
-                         Limits::quiet_NaN()}) {
+    constexpr double values[] = {0.0,   -0.0,     1.0,       -1.5,   0.5,        2.5,     3.14159265358979,
+                                 1e15,  123456.0, 1234567.0, 0.0001, 0.00001234, 99999.0, 9.9999999,
+                                 1e100, 1e-100};
+    for (double value : values) CompareWithPrintf("feEgG", value);
+    for (double value : {Limits::max(), Limits::denorm_min(), -Limits::infinity(), Limits::quiet_NaN()})
         CompareWithPrintf("feEgG", value);
-    }
     EXPECT_EQ(F(u"%.1200f", 0.1).SubStr(1100, 102), F(u"%0102d", 0))
         << "zeros behind the last digit of any double";
 }

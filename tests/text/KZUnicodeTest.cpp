@@ -50,24 +50,21 @@ void ExpectAgreement(Info const & info, std::string const & text) {
             ASSERT_STREQ(record.name, "");
             continue;
         }
-        ASSERT_EQ(record.name, fields[1]) << unit;
-        ASSERT_EQ(record.generalCategory, KZUnicode::GetGeneralCategory(fields[2].c_str())) << unit;
-        ASSERT_EQ(record.combiningClass, std::atoi(fields[3].c_str())) << unit;
-        ASSERT_EQ(record.bidirectionalCategory, KZUnicode::GetBidirectionalCategory(fields[4].c_str()))
-            << unit;
+        SCOPED_TRACE(unit);
+        ASSERT_EQ(record.name, fields[1]);
+        ASSERT_EQ(record.generalCategory, KZUnicode::GetGeneralCategory(fields[2].c_str()));
+        ASSERT_EQ(record.combiningClass, std::atoi(fields[3].c_str()));
+        ASSERT_EQ(record.bidirectionalCategory, KZUnicode::GetBidirectionalCategory(fields[4].c_str()));
         std::string const tag = fields[5].substr(0, fields[5].find(' '));
-        ASSERT_EQ(record.compatibility, KZUnicode::GetCompatibility(tag.c_str())) << unit;
-        ASSERT_EQ(record.decimalDigitValue, std::atoi(fields[6].c_str())) << unit;
-        ASSERT_EQ(record.digitValue, std::atoi(fields[7].c_str())) << unit;
-        ASSERT_EQ(record.numericValue, static_cast<std::int32_t>(std::atol(fields[8].c_str()))) << unit;
-        ASSERT_EQ(record.mirrored, fields[9] == "Y") << unit;
-        ASSERT_EQ(record.oldName, fields[10]) << unit;
-        ASSERT_EQ(record.upperCase, static_cast<char16_t>(std::strtoul(fields[12].c_str(), nullptr, 16)))
-            << unit;
-        ASSERT_EQ(record.lowerCase, static_cast<char16_t>(std::strtoul(fields[13].c_str(), nullptr, 16)))
-            << unit;
-        ASSERT_EQ(record.titleCase, static_cast<char16_t>(std::strtoul(fields[14].c_str(), nullptr, 16)))
-            << unit;
+        ASSERT_EQ(record.compatibility, KZUnicode::GetCompatibility(tag.c_str()));
+        ASSERT_EQ(record.decimalDigitValue, std::atoi(fields[6].c_str()));
+        ASSERT_EQ(record.digitValue, std::atoi(fields[7].c_str()));
+        ASSERT_EQ(record.numericValue, static_cast<std::int32_t>(std::atol(fields[8].c_str())));
+        ASSERT_EQ(record.mirrored, fields[9] == "Y");
+        ASSERT_EQ(record.oldName, fields[10]);
+        ASSERT_EQ(record.upperCase, static_cast<char16_t>(std::strtoul(fields[12].c_str(), nullptr, 16)));
+        ASSERT_EQ(record.lowerCase, static_cast<char16_t>(std::strtoul(fields[13].c_str(), nullptr, 16)));
+        ASSERT_EQ(record.titleCase, static_cast<char16_t>(std::strtoul(fields[14].c_str(), nullptr, 16)));
     }
 }
 

@@ -112,6 +112,8 @@ TEST(KZEventSemaphore, StaysPostedUntilReset) {
     EXPECT_FALSE(event.posted());
     event.post();
     EXPECT_TRUE(event.posted());
+    event.pulse();
+    EXPECT_FALSE(event.posted()) << "a pulse ends a post";
 }
 
 TEST(KZCountingSemaphore, CountsWithinItsMaximum) {

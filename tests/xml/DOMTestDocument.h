@@ -52,3 +52,9 @@ std::int32_t CodeOf(Action action) {
     }
     return 0;
 }
+
+inline KZString Repeated(KZString const & text, int count) {
+    KZString all;
+    for (int i = 0; i < count; ++i) all += text;
+    return all;
+}

@@ -132,12 +132,6 @@ TEST(KZDOMDocument, LoadsNothingElse) {
     EXPECT_FALSE(KZDOMDocument::Create().Load(u"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]><a>&e;</a>"));
 }
 
-KZString Repeated(KZString const & text, int count) {
-    KZString all;
-    for (int i = 0; i < count; ++i) all += text;
-    return all;
-}
-
 // `count` times a text in which "%d" is the number.
 KZString Numbered(char16_t const * format, int count) {
     KZString all;
