@@ -73,8 +73,7 @@ TEST_F(KZApplicationTest, AsksTheCommandLineThenTheConfigurationThenTheDefault) 
     EXPECT_FALSE(application.GetArg(u"off", u"A", true));
     EXPECT_TRUE(application.GetArg(u"yes", u"A", false));
     EXPECT_FALSE(application.GetArg(u"no", u"A", true));
-    EXPECT_TRUE(application.GetArg(u"none", u"A", true));
-    EXPECT_TRUE(application.IsArgPresent(u"file", u"A"));
+    EXPECT_TRUE(application.GetArg(u"none", u"A", true) && application.IsArgPresent(u"file", u"A"));
     EXPECT_FALSE(application.IsArgPresent(u"file", u"B"));
     GlbSetTraceLevel(1);
 }
@@ -127,8 +126,7 @@ TEST_F(KZApplicationTest, ShowsItsUsageInColumns) {
     application.AddCustomUsageInfo(own);
     std::wostringstream out;
     EXPECT_TRUE(application.DisplayUsageIfNecessary(&out));
-    std::wstring const text = out.str();
-    std::wstring const banner(78, L'*');
+    std::wstring const text = out.str(), banner(78, L'*');
     EXPECT_EQ(text.find(banner + L'\n' + banner + L"\nUSAGE: test_app [options list] \n" + banner +
                         L"\nOptions list: \n"),
               0U)

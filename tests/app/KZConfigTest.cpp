@@ -36,8 +36,7 @@ TEST(KZConfig, FindsValues) {
                                   "last=1");
     struct Case {
         char const * what;
-        char16_t const * section;
-        char16_t const * key;
+        char16_t const *section, *key;
         int line;
         KZString expected;
     };

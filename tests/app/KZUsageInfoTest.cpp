@@ -35,8 +35,7 @@ TEST(KZUsageInfo, IsWrittenUnderABanner) {
                              pad + L"\nOf a plug-in:\n   /x" + std::wstring(20 + 54, L' ') + L"\n");
     KZString option, description;
     bool flag = false;
-    EXPECT_TRUE(first.GetCmdLineArgDesc(0, option, description, flag));
-    EXPECT_TRUE(flag && option == u"level:{number}");
+    EXPECT_TRUE(first.GetCmdLineArgDesc(0, option, description, flag) && flag && option == u"level:{number}");
     EXPECT_FALSE(first.GetCmdLineArgDesc(1, option, description, flag));
 }
 
@@ -46,8 +45,7 @@ TEST(KZUsageInfo, BreaksLinesAtBlanks) {
     std::wstring const wide54(54, L'w');
     struct Case {
         char const * what;
-        KZString option;
-        KZString description;
+        KZString option, description;
         std::wstring expected;
     };
     std::wstring const lead = L"   /o" + std::wstring(20, L' ');

@@ -4,17 +4,15 @@
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/threads/KZThread.h"
+#include "files/TemporaryDirectory.h"
+#include "threads/TestCallback.h"
 
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cfenv>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <functional>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <ucontext.h>
@@ -101,35 +99,26 @@ NOINLINE void FaultWithCleanUp(void (*fault)(), int & cleaned) {
     fault();
 }
 
-std::string Contents(std::string const & file) {
-    std::ifstream in(file);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
+constexpr char16_t const * logName = u"faults-ERROR.LOG";
 
 struct KZSignalExceptionTest : testing::Test {
     KZSignalExceptionTest() {
         GlbSetTraceLevel(0);
-        std::string const path = testing::TempDir();
-        KZString directory;
-        static_cast<void>(directory.SetFromUTF8(path.substr(0, path.size() - 1)));
-        KZDebug::ChangeErrorLogFileName(directory, u"faults-ERROR.LOG");
-        logFile = KZDebug::GetErrorLogFileName().AsUTF8();
-        std::remove(logFile.c_str());
+        KZDebug::ChangeErrorLogFileName(folder.Path(u""), logName);
         KZInitCatchSignal();
     }
     ~KZSignalExceptionTest() override {
-        std::remove(logFile.c_str());
         KZDebug::ChangeErrorLogFileName(u"", u"");
         GlbSetTraceLevel(1);
     }
-    std::string logFile;
+    TemporaryDirectory folder;
 };
 
 TEST_F(KZSignalExceptionTest, FaultsArriveAgainAndAgainWithTheirReportMade) {
     for (int round = 0; round < 2; ++round) {
         for (Case const & each : cases) {
             SCOPED_TRACE(each.what);
-            std::remove(logFile.c_str());
+            folder.Remove(logName);
             int cleaned = 0;
             try {
                 FaultWithCleanUp(each.fault, cleaned);
@@ -138,7 +127,7 @@ TEST_F(KZSignalExceptionTest, FaultsArriveAgainAndAgainWithTheirReportMade) {
                 EXPECT_EQ(exception.GetSeHNumber(), each.code) << exception.what();
                 EXPECT_NE(exception.Stack().AsUTF8().find(each.what), std::string::npos)
                     << exception.Stack().AsUTF8();
-                EXPECT_NE(Contents(logFile).find(exception.what()), std::string::npos);
+                EXPECT_NE(folder.Read(logName).find(exception.what()), std::string::npos);
             }
             EXPECT_EQ(cleaned, 1);
         }
@@ -221,15 +210,8 @@ TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
     };
     repeatedly();
     std::thread(repeatedly).join();
-    struct Body : KZCallback {
-        using KZCallback::KZCallback;
-        void operator()(KZSmartPtr<KZCallbackArgs> const &) override { run(); }
-        std::function<void()> run;
-    };
     for (int i = 0; i < 2; ++i) { // the second has the memory of the first, if that is good
-        KZSmartPtr<Body> const body(new Body(u"overflow"));
-        body->run = repeatedly;
-        KZThread thread(body);
+        KZThread thread(Callback(repeatedly));
         ASSERT_TRUE(thread.Start().Good());
         thread.Join();
     }

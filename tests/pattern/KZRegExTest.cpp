@@ -156,24 +156,19 @@ TEST(KZRegEx, FindsWhereLongTextsLeaveALoop) {
     }
 }
 
-class UpperTable : public KZCollatingTable<unsigned short> {
-public:
-    UpperTable() { IgnoreCase(); }
-};
-
-class SmallUpperTable : public KZCollatingTable<char> {
-public:
-    SmallUpperTable() { IgnoreCase(); }
+template <class Unit>
+struct Upper : KZCollatingTable<Unit> {
+    Upper() { this->IgnoreCase(); }
 };
 
 TEST(KZRegEx, TranslatesByCollatingTables) {
     KZStringRegExParser parser(u"[A-Z\u00C9\u0391]+");
-    parser.GetWCollatingTableP() = KZSmartPtr<KZCollatingTable<unsigned short>>(new UpperTable);
+    parser.GetWCollatingTableP() = KZSmartPtr<KZCollatingTable<unsigned short>>(new Upper<unsigned short>);
     KZRegEx const wide(parser.Parse());
     EXPECT_TRUE(wide.Match(u"hello\u00E9\u03B1"));
     EXPECT_FALSE(wide.Match(u"hello1"));
     KZStringRegExParser narrowParser(u"[A-Z\u00C9\u03B1]+");
-    narrowParser.GetCollatingTableP() = KZSmartPtr<KZCollatingTable<char>>(new SmallUpperTable);
+    narrowParser.GetCollatingTableP() = KZSmartPtr<KZCollatingTable<char>>(new Upper<char>);
     narrowParser.GetWCollatingTableP() = parser.GetWCollatingTableP();
     KZRegEx const narrow(narrowParser.Parse());
     EXPECT_TRUE(narrow.Match(u"hello\u00E9\u03B1")); // above 256 units stay
@@ -207,8 +202,7 @@ TEST(KZRegEx, SurvivesHostilePatterns) {
     KZString const deep(u'(', 100000);
     EXPECT_TRUE(KZStringRegExParser(deep).Parse().root.IsNull());
     EXPECT_TRUE(KZStringRegExParser(deep + u"a" + KZString(u')', 100000)).Parse().root.IsNull());
-    EXPECT_FALSE(
-        KZStringRegExParser(KZString(u'(', 1000) + u"a" + KZString(u')', 1000)).Parse().root.IsNull());
+    EXPECT_TRUE(Matches(KZString(u'(', 1000) + u"a" + KZString(u')', 1000), u"a"));
     // Trees of any length are built, compiled and released without recursion.
     KZString const longText(u'a', 50000);
     EXPECT_TRUE(Matches(longText, longText));
@@ -267,8 +261,7 @@ TEST(KZNFANodeSet, AgreesWithAPlainSet) {
     std::mt19937 random(3);
     for (int round = 0; round < 200; ++round) {
         KZNFANodeSet a, b;
-        std::set<std::uint32_t> plainA;
-        std::set<std::uint32_t> plainB;
+        std::set<std::uint32_t> plainA, plainB;
         for (int i = 0; i < 20; ++i) {
             auto const id = static_cast<std::uint32_t>(random() % (round % 2 ? 130 : 400));
             ASSERT_EQ(a.Insert(id), plainA.insert(id).second);

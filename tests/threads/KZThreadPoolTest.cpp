@@ -2,13 +2,13 @@
 
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "threads/FailingResources.h"
+#include "threads/TestCallback.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <functional>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -16,20 +16,6 @@
 #include <thread>
 
 namespace {
-
-class Task : public KZCallback {
-public:
-    explicit Task(std::function<void()> body) : KZCallback(u"task"), body_(std::move(body)) {}
-    using KZCallback::operator();
-    void operator()(KZSmartPtr<KZCallbackArgs> const &) override { body_(); }
-
-private:
-    std::function<void()> body_;
-};
-
-KZSmartPtr<KZCallback> Make(std::function<void()> body) {
-    return KZSmartPtr<KZCallback>(new Task(std::move(body)));
-}
 
 // Holds the callbacks that wait for it until it is opened.
 class Gate {
@@ -77,28 +63,28 @@ TEST(KZThreadPool, StartsWorkersBeforeItQueues) {
     {
         KZThreadPool pool(2);
         EXPECT_EQ(StartedCount(pool), 0U);
-        EXPECT_TRUE(pool.Post(Make([&gate] { gate.Pass(); })));
+        EXPECT_TRUE(pool.Post(Callback([&gate] { gate.Pass(); })));
         EXPECT_EQ(StartedCount(pool), 1U);
-        EXPECT_TRUE(pool.Post(Make([&gate] { gate.Pass(); })));
+        EXPECT_TRUE(pool.Post(Callback([&gate] { gate.Pass(); })));
         EXPECT_EQ(StartedCount(pool), 2U);
         gate.AwaitArrivals(2);
         std::atomic<int> queued{0};
-        EXPECT_TRUE(pool.Post(Make([&] { ++queued; })));
+        EXPECT_TRUE(pool.Post(Callback([&] { ++queued; })));
         EXPECT_EQ(StartedCount(pool), 2U);
         EXPECT_EQ(queued, 0);
         gate.Open();
         EXPECT_FALSE(pool.Post({}));
         pool.Shutdown();
         pool.Shutdown();
-        EXPECT_FALSE(pool.Post(Make([] {})));
+        EXPECT_FALSE(pool.Post(Callback([] {})));
     }
     {
         // One worker takes the queue in order.
         Gate single;
         KZThreadPool pool(1, nullptr, nullptr, false);
         EXPECT_EQ(StartedCount(pool), 1U);
-        pool.Post(Make([&single] { single.Pass(); }));
-        for (char c : {'a', 'b', 'c'}) pool.Post(Make([&order, c] { order += c; }));
+        pool.Post(Callback([&single] { single.Pass(); }));
+        for (char c : {'a', 'b', 'c'}) pool.Post(Callback([&order, c] { order += c; }));
         single.Open();
     }
     EXPECT_EQ(order, "abc");
@@ -110,9 +96,9 @@ TEST(KZThreadPool, DropsTheQueueOnlyWhenAsked) {
         std::atomic<int> run{0};
         {
             KZThreadPool pool(1, nullptr, nullptr, true, discard);
-            pool.Post(Make([&] { gate.Pass(); }));
+            pool.Post(Callback([&] { gate.Pass(); }));
             gate.AwaitArrivals(1);
-            for (int i = 0; i < 10; ++i) pool.Post(Make([&run] { ++run; }));
+            for (int i = 0; i < 10; ++i) pool.Post(Callback([&run] { ++run; }));
             pool.Shutdown();
             gate.Open();
         }
@@ -120,7 +106,7 @@ TEST(KZThreadPool, DropsTheQueueOnlyWhenAsked) {
     }
     KZThreadPool const none(0);
     KZThreadPool negative(-3, nullptr, nullptr, false);
-    EXPECT_TRUE(negative.Post(Make([] { FAIL(); })));
+    EXPECT_TRUE(negative.Post(Callback([] { FAIL(); })));
 }
 
 TEST(KZThreadPool, WakesTheWorkerThatRestedLongest) {
@@ -130,7 +116,7 @@ TEST(KZThreadPool, WakesTheWorkerThatRestedLongest) {
         std::array<unsigned long, 10> by{};
         for (unsigned long & id : by) {
             done.Reset();
-            pool.Post(Make([&] {
+            pool.Post(Callback([&] {
                 id = KZThread::GetCurrentThreadID();
                 done.Post();
             }));
@@ -158,7 +144,7 @@ KZSmartPtr<KZCallback> Produce(KZThread_t thread, void * data) {
         supply.empty.Open();
         return {};
     }
-    return Make([&supply] { ++supply.run; });
+    return Callback([&supply] { ++supply.run; });
 }
 
 TEST(KZThreadPool, PullsFromItsFactory) {
@@ -169,7 +155,7 @@ TEST(KZThreadPool, PullsFromItsFactory) {
         KZThreadPool pool(3, Produce, &supply, false);
         supply.empty.Pass();
         // A worker that found the factory empty is idle and takes what is posted.
-        for (int i = 0; i < 20; ++i) pool.Post(Make([&posted] { ++posted; }));
+        for (int i = 0; i < 20; ++i) pool.Post(Callback([&posted] { ++posted; }));
     }
     EXPECT_EQ(posted, 20);
     EXPECT_GE(supply.run, 96); // 99, less one that failed and those that shut-down may drop
@@ -181,8 +167,8 @@ TEST(KZThreadPool, GoesOnAfterAnException) {
     std::atomic<int> run{0};
     {
         KZThreadPool pool(1);
-        pool.Post(Make([] { throw std::runtime_error("thrown"); }));
-        pool.Post(Make([&run] { ++run; }));
+        pool.Post(Callback([] { throw std::runtime_error("thrown"); }));
+        pool.Post(Callback([&run] { ++run; }));
     }
     EXPECT_EQ(run, 1);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "unhandled exception in KZThread\n");
@@ -203,7 +189,7 @@ TEST(KZThreadPool, MayBeDestroyedByItsOwnWorker) {
         static KZSmartPtr<KZCallback> Ask(KZThread_t, void * owner) {
             if (static_cast<Owner *>(owner)->isAsked.exchange(true)) return {};
             static_cast<Owner *>(owner)->Drop();
-            return Make([] { FAIL() << "made for nobody"; });
+            return Callback([] { FAIL() << "made for nobody"; });
         }
     };
     for (By const by : {By::Callback, By::EndOfCallback, By::Factory})
@@ -212,12 +198,12 @@ TEST(KZThreadPool, MayBeDestroyedByItsOwnWorker) {
             std::atomic<int> run{0};
             owner.pool = new KZThreadPool(workers, by == By::Factory ? &Owner::Ask : nullptr, &owner);
             KZThreadPool & pool = *owner.pool;
-            if (by == By::Callback) pool.Post(Make([&owner] { owner.Drop(); }));
+            if (by == By::Callback) pool.Post(Callback([&owner] { owner.Drop(); }));
             if (by == By::EndOfCallback) {
                 auto const drop = [](Owner * its) { its->Drop(); };
-                pool.Post(Make([end = std::shared_ptr<Owner>(&owner, drop)] {}));
+                pool.Post(Callback([end = std::shared_ptr<Owner>(&owner, drop)] {}));
             }
-            for (int i = 0; i < 10; ++i) pool.Post(Make([&run] { ++run; }));
+            for (int i = 0; i < 10; ++i) pool.Post(Callback([&run] { ++run; }));
             owner.mayDrop = true;
             owner.mayDrop.notify_all();
             owner.dropped.Wait();
@@ -231,7 +217,7 @@ TEST(KZThreadPool, RunsWhatItAcceptedWhateverIsRefused) {
             std::atomic<int> run{0};
             int accepted = 0;
             std::vector<KZSmartPtr<KZCallback>> tasks;
-            while (tasks.size() < 10) tasks.push_back(Make([&run] { ++run; }));
+            while (tasks.size() < 10) tasks.push_back(Callback([&run] { ++run; }));
             auto const post = [&] {
                 KZThreadPool pool(3, nullptr, nullptr, startLazily);
                 for (KZSmartPtr<KZCallback> const & task : tasks) accepted += pool.Post(task);
@@ -257,7 +243,7 @@ TEST(KZThreadPool, RunsEachAcceptedCallbackOnce) {
             for (int poster = 0; poster < posters; ++poster)
                 threads.emplace_back([&, poster] {
                     for (int i = poster * each; i < (poster + 1) * each; ++i)
-                        accepted[static_cast<std::size_t>(i)] = pool.Post(Make([&, i] {
+                        accepted[static_cast<std::size_t>(i)] = pool.Post(Callback([&, i] {
                             ++runs[static_cast<std::size_t>(i)];
                             if (++done == static_cast<long>(shutdownAfter)) pool.Shutdown();
                         }));

@@ -4,12 +4,12 @@
 #include "ZerlithCore/foundation/KZMemory.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
 #include "threads/FailingResources.h"
+#include "threads/TestCallback.h"
 
 #include <atomic>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <gtest/gtest.h>
 #include <iterator>
 #include <memory>
@@ -21,16 +21,10 @@
 
 namespace {
 
-class Function : public KZCallback {
-public:
-    explicit Function(std::function<void()> body) : KZCallback(u"test"), body_(std::move(body)) {}
-    void operator()(KZSmartPtr<KZCallbackArgs> const &) override { body_(); }
-
-private:
-    std::function<void()> body_;
-};
-
-KZSmartPtr<KZCallback> Callback(std::function<void()> body) { return new Function(std::move(body)); }
+void RunToTheEnd(KZThread & thread) {
+    EXPECT_TRUE(thread.Start().Good());
+    thread.Join();
+}
 
 KZSmartPtr<KZThread> NewThread(std::function<void()> body) { return new KZThread(Callback(std::move(body))); }
 
@@ -160,8 +154,7 @@ TEST(KZThread, ExitFunctionsRunInOrderWhateverTheEnd) {
     thread->AddExitFunction(Callback([&] { order += '2'; }));
     thread->AddExitFunction(KZSmartPtr<KZCallback>());
     testing::internal::CaptureStdout();
-    (void)thread->Start();
-    thread->Join();
+    RunToTheEnd(*thread);
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               "unhandled exception in KZThread\nunhandled exception in KZThread\n");
     EXPECT_EQ(order, "123");
@@ -171,8 +164,7 @@ TEST(KZThread, ExitFunctionsRunInOrderWhateverTheEnd) {
 TEST(KZThread, FaultEndsTheBodyOnly) {
     KZThread thread(Callback(&Fault));
     testing::internal::CaptureStdout();
-    (void)thread.Start();
-    thread.Join();
+    RunToTheEnd(thread);
     EXPECT_TRUE(testing::internal::GetCapturedStdout().ends_with("unhandled exception in KZThread\n"));
 }
 
@@ -190,8 +182,7 @@ TEST(KZThread, BodyThatWaitsForItselfIsTold) {
             }
         }
     });
-    (void)thread->Start();
-    thread->Join();
+    RunToTheEnd(*thread);
     EXPECT_EQ(told, 2);
     EXPECT_THROW(KZThread::WaitForThread(thread->GetThreadId()), KZException) << "it was waited for";
 }
@@ -234,8 +225,7 @@ TEST(KZThread, WaitingForItselfAtItsEndDoesNotBlock) {
         std::this_thread::yield();
         done = true;
     }));
-    (void)thread->Start();
-    thread->Join();
+    RunToTheEnd(*thread);
     EXPECT_TRUE(done) << "the join waits for the end all the same";
 }
 
@@ -320,8 +310,7 @@ TEST(KZThread, ComModelIsTakenAtConstruction) {
     KZSmartPtr<KZThread> const thread = NewThread([&] { single = KZThread::IsSingleThreadedCOMApartment(); });
     EXPECT_EQ(KZThread::InitializeCOM(KZThread::MultiThreaded), KZThread::SingleThreaded);
     EXPECT_TRUE(KZThread::InitializeCOM(false));
-    (void)thread->Start();
-    thread->Join();
+    RunToTheEnd(*thread);
     EXPECT_TRUE(single && thread->IsFlagSet(KZThread::SingleThreaded));
     EXPECT_FALSE(KZThread::IsSingleThreadedCOMApartment());
 }
@@ -332,8 +321,7 @@ TEST(KZThread, StackSizeIsReadOnce) {
     for (char const * const text : {"16777216", "33554432"}) {
         setenv(stackSizeVariable, text, 1);
         KZThread thread(Callback([&] { sizes.push_back(OwnStackSize()); }));
-        (void)thread.Start();
-        thread.Join();
+        RunToTheEnd(thread);
     }
     EXPECT_EQ(sizes, (std::vector<std::size_t>{16777216, 16777216}));
 }
@@ -343,8 +331,7 @@ TEST(KZThread, ManyStartsAndJoinsLeaveNothing) {
     int count = 0;
     auto const round = [&] {
         KZThread thread(Callback([&] { ++count; }));
-        (void)thread.Start();
-        thread.Join();
+        RunToTheEnd(thread);
     };
     for (int i = 0; i < 10; ++i) round(); // what is kept for later is there now
     EXPECT_TRUE(isSanitized || AwaitThreads(1)) << "threads of earlier cases";
@@ -389,8 +376,7 @@ TEST(KZThread, DumpNamesWhatEachThreadDoes) {
     (void)waiting->Start();
     ready.Wait();
     while (ended->Exists()) std::this_thread::yield();
-    (void)dumping->Start();
-    dumping->Join();
+    RunToTheEnd(*dumping);
     go.Post();
     waiting->Join();
     EXPECT_TRUE(text.starts_with("\n\n****** Dumping call stack for all threads ******\n"));

@@ -11,8 +11,7 @@ namespace {
 
 struct Result {
     int status;
-    std::string out;
-    std::string error;
+    std::string out, error;
 };
 
 Result Kzlan(TemporaryDirectory const & directory, std::string const & arguments,
@@ -25,8 +24,7 @@ Result Kzlan(TemporaryDirectory const & directory, std::string const & arguments
 
 TEST(Kzlan, ListsWhatItMakes) {
     struct Case {
-        char const * what;
-        char const * lan;
+        char const *what, *lan;
         std::string text;
         std::string listed; // empty: the same
     };
@@ -68,9 +66,7 @@ TEST(Kzlan, TellsWhatIsWrongWithATextAndWritesNothing) {
         {"1 = \\", "text:1: a backslash stands in front of one of n, r, t, s and backslash\n"},
         {"1 = \xFF", "text:1: this isn't UTF-8\n"},
         {std::string("1 = a\0b", 7), "text:1: a text can't have a 0 character\n"},
-        {"1 = a\xE2\x82\xAC"
-         "b",
-         "text:1: U+20AC isn't in the code page of the language\n"},
+        {"1 = a\u20ACb", "text:1: U+20AC isn't in the code page of the language\n"},
         {"1 = \xF0\x9F\x98\x80\n2", "text:1: U+1F600 isn't in the code page of the language\n"
                                     "text:2: there is no \"=\": a message is \"number = text\"\n"},
     };

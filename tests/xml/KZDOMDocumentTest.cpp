@@ -123,9 +123,7 @@ TEST(KZDOMDocument, LoadsNothingElse) {
         KZString text;
         text.Format(format, secret.c_str());
         KZDOMDocument document = KZDOMDocument::Create();
-        if (document.Load(text)) {
-            EXPECT_EQ(document.GetXML().Find(u"ENTITY leak"), KZString::npos);
-        }
+        EXPECT_TRUE(!document.Load(text) || document.GetXML().Find(u"ENTITY leak") == KZString::npos);
         EXPECT_TRUE(document.GetRootElement().IsValid() ? document.ValueOf(u"a").IsNull() : true)
             << text.AsUTF8();
     }
