@@ -113,7 +113,7 @@ TEST(KZThreadPool, WakesTheWorkerThatRestedLongest) {
     KZEventSemaphore done;
     KZThreadPool pool(2, nullptr, nullptr, false);
     auto const takeTurns = [&] {
-        std::array<unsigned long, 10> by{};
+        std::array<unsigned long, 6> by{};
         for (unsigned long & id : by) {
             done.Reset();
             pool.Post(Callback([&] {
