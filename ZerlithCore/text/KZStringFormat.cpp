@@ -443,7 +443,8 @@ private:
         WriteField(conversion, std::u16string_view(units, SplitCharacter(conversion, argument, units)));
         // A unit 0 ends the text. With padding on its right it stands before the padding, otherwise at the end.
         if (units[0] == u'\0')
-            end_ = std::min(end_, out_.Size() - (conversion.left ? std::max(conversion.width, 1) : 1));
+            end_ = std::min(end_, out_.Size() - static_cast<std::size_t>(
+                                                    conversion.left ? std::max(conversion.width, 1) : 1));
     }
 
     /// Stores the one or two units of a character. A byte above 127 is no character of UTF-8.

@@ -1,8 +1,9 @@
 #include "ZerlithCore/text/KZString.h"
 
+#include "ZerlithCore/platform/Numbers.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cmath>
 #include <concepts>
 #include <limits>
@@ -10,8 +11,8 @@
 #include <type_traits>
 
 // The standard has no conversions from 16-bit units, so numbers are read here. Integers are computed digit by digit.
-// For a double the end of the number is found first; its units, which are all ASCII, go to std::from_chars, which
-// depends on no locale and rounds correctly however long the number is.
+// For a double the end of the number is found first; its units, which are all ASCII, go to the platform, which depends on
+// no locale and rounds correctly however long the number is.
 
 namespace {
 
@@ -128,10 +129,7 @@ double TakeNumber(char16_t const *& text, bool & fits) {
     auto const count = static_cast<std::size_t>(end - begin);
     char * const digits = count <= few.size() ? few.data() : (many.resize(count), many.data());
     std::transform(begin, end, digits, [](char16_t unit) { return static_cast<char>(unit); });
-    double value = 0;
-    auto const format = isHex ? std::chars_format::hex : std::chars_format::general;
-    fits = std::from_chars(digits, digits + count, value, format).ec != std::errc::result_out_of_range &&
-           !std::isinf(value);
+    double const value = KZPlatform::ReadDouble(digits, digits + count, isHex, fits);
     if (!fits) return isLarge ? HUGE_VAL : 0.0;
     return value;
 }

@@ -19,7 +19,11 @@
 
 namespace {
 
+#ifdef __clang__ // makes no clones
+#define NOINLINE __attribute__((noinline))
+#else
 #define NOINLINE __attribute__((noinline, noclone))
+#endif
 
 // The sanitizers look at these instructions before the processor does.
 #define UNCHECKED __attribute__((no_sanitize("undefined", "address", "thread")))

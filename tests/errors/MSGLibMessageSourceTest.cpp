@@ -246,7 +246,7 @@ TEST(MSGLibMessageSource, GivesEachThreadItsLanguage) {
     std::atomic<int> wrong{0};
     std::vector<std::jthread> threads;
     for (auto const & [language, expected] : languages)
-        threads.emplace_back([&, language = language, expected = expected] {
+        threads.emplace_back([&, language, expected] {
             KZSmartPtrToConst<KZErrorI> const error(new KZError(source, 1));
             start.arrive_and_wait();
             for (int i = 0; i < rounds; ++i) {

@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <thread>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -112,7 +113,7 @@ TEST(KZString, TakesItsOwnTextAsArgument) {
         {__LINE__, [](KZString & s) { s.Replace(s.c_str() + 2, s.c_str()); }, u"ababcd"},
         {__LINE__, [](KZString & s) { s.Replace(s, s.c_str() + 3); }, u"d"},
         {__LINE__, [](KZString & s) { s.Format(u"%s-%s", s.c_str(), s.c_str() + 3); }, u"abcd-d"},
-        {__LINE__, [](KZString & s) { s = s; }, u"abcd"},
+        {__LINE__, [](KZString & s) { s = std::as_const(s); }, u"abcd"},
     };
     for (Case const & c : cases) {
         KZString tight(u"abcd"), roomy(u"abcd"), shared(u"abcd");

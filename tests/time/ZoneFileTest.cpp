@@ -15,7 +15,8 @@ using KZPlatform::ReadZoneFile;
 
 std::int64_t At(unsigned int month, unsigned int day, int hour, int year = 2026) {
     using namespace std::chrono;
-    return sys_seconds(sys_days(std::chrono::year(year) / month / day) + hours(hour))
+    return sys_seconds(sys_days(std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(day)) +
+                       hours(hour))
         .time_since_epoch()
         .count();
 }

@@ -160,8 +160,8 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
         return AtRoot(u"<x:for-each select='//i'>" + body + u"</x:for-each>");
     };
     KZString sets;
-    for (int i = 0; i < 100; ++i)
-        sets += u"<x:attribute name='a" + KZString(char16_t(u'A' + i % 26), 1U + i / 26) + u"'/>";
+    for (unsigned int i = 0; i < 100; ++i)
+        sets += u"<x:attribute name='a" + KZString(char16_t(u'A' + i % 26), 1 + i / 26) + u"'/>";
     Case const cases[] = {
         {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>", u"1,000 levels"},
         {u"<x:template match='i'><x:apply-templates select='.'/></x:template>", u"1,000 levels"},
