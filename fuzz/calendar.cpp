@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t si
 
     KZDateEx date;
     if (date.FromString(text, format) && !date.IsNull() && !date.IsValid()) std::abort();
-    date.AsString(format);
+    static_cast<void>(date.AsString(format));
     KZTimeEx time;
     time.FromString(text, format);
     if (time.AsInt() < -1 || time.AsInt() >= 86400000) std::abort();
@@ -45,6 +45,6 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t si
     KZDurationEx duration;
     duration.FromString(text);
     duration.Normalize();
-    duration.AsString(true);
+    static_cast<void>(duration.AsString(true));
     return 0;
 }
