@@ -4,6 +4,7 @@
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
 #include "ZerlithCore/app/KZConfigText.h"
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <cstdint>
@@ -20,8 +21,6 @@ constexpr bool IsWhiteSpace(char16_t unit) {
            (unit >= u'\u2000' && unit <= u'\u200A' && unit != u'\u2007') || unit == u'\u2028' ||
            unit == u'\u2029' || unit == u'\u205F' || unit == u'\u3000';
 }
-
-constexpr bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 
 /// The text without what `isDropped` accepts at its end.
 template <class Predicate>
@@ -146,7 +145,7 @@ void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
             text_.empty() && character < 0x10000 && IsWhiteSpace(static_cast<char16_t>(character));
         if (character != L'\r' && !isLeadingSpace) Gather(character);
     }
-    line.value_ = WithoutTail(text_, IsBlank);
+    line.value_ = WithoutTail(text_, KZEncoding::IsBlank);
 }
 
 void KZConfigReader::ReadHeader(KZConfigSection & section) {

@@ -1,7 +1,7 @@
 // KZString's own conversions. The two shared converters are never freed: destructors of static objects may convert.
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 
@@ -67,5 +67,5 @@ KZErrorID KZString::SetFromUTF8(std::string const & text) {
 void PrintTo(KZString const & string, std::ostream * stream) {
     // All units, so that what stands behind a 0 unit can be seen as well.
     *stream << std::quoted(
-        KZPlatform::UnitsToUtf8(std::u16string_view(string), KZPlatform::Utf8Mode::Replace));
+        KZEncoding::UnitsToUtf8(std::u16string_view(string), KZEncoding::Utf8Mode::Replace));
 }

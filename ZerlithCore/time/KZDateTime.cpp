@@ -62,7 +62,9 @@ struct Fields {
     int ignored = 0;
 };
 
-constexpr bool IsBlank(char16_t unit) noexcept { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
+constexpr bool IsAsciiSpace(char16_t unit) noexcept {
+    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
+}
 constexpr bool IsDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
 constexpr char16_t Lower(char16_t unit) noexcept {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
@@ -76,7 +78,7 @@ public:
     bool Read(std::u16string_view format) {
         for (std::size_t i = 0; i < format.size(); ++i) {
             bool ok = true;
-            if (IsBlank(format[i]))
+            if (IsAsciiSpace(format[i]))
                 SkipBlanks();
             else if (format[i] == u'%' && i + 1 < format.size())
                 ok = ReadConversion(format[++i]);
@@ -124,7 +126,7 @@ private:
     }
 
     void SkipBlanks() noexcept {
-        while (!rest_.empty() && IsBlank(rest_.front())) rest_.remove_prefix(1);
+        while (!rest_.empty() && IsAsciiSpace(rest_.front())) rest_.remove_prefix(1);
     }
 
     bool Take(char16_t unit) noexcept {

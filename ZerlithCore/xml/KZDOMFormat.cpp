@@ -1,7 +1,7 @@
 // The seam walks the tree and tells what it meets; what is printed is decided here. Units go through a buffer that stays in
 // the cache, and so to the string in large pieces. A run of bytes up to the next character that wants escaping is decoded
 // at once.
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
@@ -91,11 +91,11 @@ public:
         }
         while (!text.empty()) {
             if (buffer_.size() - used_ < 64) Flush();
-            KZPlatform::Utf8Result const result = KZPlatform::DecodeUtf8(
-                text, std::span(buffer_).subspan(used_), KZPlatform::Utf8Mode::Replace);
+            KZEncoding::Utf8Result const result = KZEncoding::DecodeUtf8(
+                text, std::span(buffer_).subspan(used_), KZEncoding::Utf8Mode::Replace);
             used_ += result.written;
             text.remove_prefix(result.read);
-            if (result.status != KZPlatform::Utf8Status::Done) Flush();
+            if (result.status != KZEncoding::Utf8Status::Done) Flush();
         }
     }
     void PutEscaped(std::string_view text) {

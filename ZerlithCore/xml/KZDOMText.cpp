@@ -1,6 +1,6 @@
 #include "ZerlithCore/xml/KZDOMText.h"
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 #include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
@@ -19,8 +19,8 @@ public:
         std::uint32_t const length = text.Length();
         if (utf8.size() > KZString::npos - 1 - length) throw std::length_error("KZString: text too long");
         text.Reserve(static_cast<unsigned>(length + utf8.size() + 1));
-        KZPlatform::Utf8Result const result = KZPlatform::DecodeUtf8(
-            utf8, {GetStrDataP(text) + length, utf8.size()}, KZPlatform::Utf8Mode::Replace);
+        KZEncoding::Utf8Result const result = KZEncoding::DecodeUtf8(
+            utf8, {GetStrDataP(text) + length, utf8.size()}, KZEncoding::Utf8Mode::Replace);
         GetStrDataP(text)[length + result.written] = u'\0';
         *GetStrDataLenP(text) = static_cast<std::uint32_t>(length + result.written);
     }

@@ -2,8 +2,8 @@
 // replaced once, by one that looks for a call on its thread and hands on to its predecessor where there is none.
 #include "ZerlithCore/platform/libxml2/Library.h"
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/FloatingPoint.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include <libxml/globals.h>
@@ -62,12 +62,14 @@ void Initialise() {
 }
 
 std::string Utf8Of(std::u16string_view text) {
-    std::string utf8 = UnitsToUtf8(text, Utf8Mode::Replace);
+    std::string utf8 = KZEncoding::UnitsToUtf8(text, KZEncoding::Utf8Mode::Replace);
     if (std::size_t const end = utf8.find('\0'); end != utf8.npos) utf8.resize(end);
     return utf8;
 }
 
-std::u16string UnitsOf(std::string_view utf8) { return Utf8ToUnits(utf8, Utf8Mode::Replace); }
+std::u16string UnitsOf(std::string_view utf8) {
+    return KZEncoding::Utf8ToUnits(utf8, KZEncoding::Utf8Mode::Replace);
+}
 
 std::u16string MessageOf(std::string_view message) {
     while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);

@@ -11,7 +11,7 @@
 // element comes behind them, and what an entity brings doesn't pass the handlers.
 #include "ZerlithCore/platform/libxml2/Parser.h"
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
 #include <libxml/SAX2.h>
@@ -155,7 +155,7 @@ void Locate(Fault & fault, std::string_view text, std::size_t at) {
     std::size_t const end = std::min(text.find_first_of("\r\n", at), text.size());
     std::string_view line = text.substr(start, end - start);
     if (line.ends_with('\r')) line.remove_suffix(1);
-    fault.column = Clamped(UnitsInUtf8(before.substr(start)) + 1);
+    fault.column = Clamped(KZEncoding::UnitsInUtf8(before.substr(start)) + 1);
     fault.sourceText = UnitsOf(line.substr(0, MaxSourceText));
 }
 

@@ -1,4 +1,4 @@
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
-using namespace KZPlatform;
+using namespace KZEncoding;
 
 namespace {
 

@@ -2,16 +2,17 @@
 // continuation bytes without a branch. A branch on the length of each character would be mispredicted too often in
 // any text that mixes scripts.
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Units.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
-#include "ZerlithCore/platform/Utf8Detail.h"
+#include "ZerlithCore/encoding/detail/Utf8Detail.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
 #include <utility>
 
-namespace KZPlatform {
+namespace KZEncoding {
 
 using namespace Utf8Detail;
 
@@ -73,8 +74,8 @@ Utf8Status PutCode(DecodeCursor & cursor, char32_t code) {
         return Utf8Status::Done;
     }
     if (cursor.Room() < 2) return Utf8Status::OutputFull;
-    *cursor.out++ = static_cast<char16_t>(0xD7C0 + (code >> 10));
-    *cursor.out++ = static_cast<char16_t>(0xDC00 | (code & 0x3FF));
+    *cursor.out++ = HighSurrogateOf(code);
+    *cursor.out++ = LowSurrogateOf(code);
     return Utf8Status::Done;
 }
 
@@ -288,4 +289,4 @@ bool Utf8Decoder::Finish(std::u16string & out) {
     return AppendUnits(out, cut, mode_);
 }
 
-} // namespace KZPlatform
+} // namespace KZEncoding

@@ -1,8 +1,8 @@
 /// @file
 /// UTF-8 to 16-bit units and back: whole texts, bounded buffers, and streams of bytes that come in pieces.
 ///
-///     std::u16string name = KZPlatform::Utf8ToUnits(entry->d_name, KZPlatform::Utf8Mode::Escape);
-///     std::string path = KZPlatform::UnitsToUtf8(name, KZPlatform::Utf8Mode::Escape);   // the same bytes again
+///     std::u16string name = KZEncoding::Utf8ToUnits(entry->d_name, KZEncoding::Utf8Mode::Escape);
+///     std::string path = KZEncoding::UnitsToUtf8(name, KZEncoding::Utf8Mode::Escape);   // the same bytes again
 #pragma once
 
 #include "ZerlithCore/platform/Export.h"
@@ -12,7 +12,7 @@
 #include <string>
 #include <string_view>
 
-namespace KZPlatform {
+namespace KZEncoding {
 
 /// What happens to bytes that aren't UTF-8, and to surrogates that have no partner.
 enum class Utf8Mode : unsigned char {
@@ -99,4 +99,4 @@ private:
     char16_t pending_ = 0;
 };
 
-} // namespace KZPlatform
+} // namespace KZEncoding

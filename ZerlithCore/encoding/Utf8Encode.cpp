@@ -1,12 +1,12 @@
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
-#include "ZerlithCore/platform/Utf8Detail.h"
+#include "ZerlithCore/encoding/detail/Utf8Detail.h"
 
 #include <cstdint>
 #include <cstring>
 #include <utility>
 
-namespace KZPlatform {
+namespace KZEncoding {
 
 using namespace Utf8Detail;
 
@@ -195,4 +195,4 @@ bool Utf8Encoder::Finish(std::string & out) {
     return cut == 0 || AppendUtf8(out, {&cut, 1}, mode_);
 }
 
-} // namespace KZPlatform
+} // namespace KZEncoding

@@ -6,7 +6,8 @@
 /// of it the fast gear gets another chance.
 #pragma once
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Units.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -15,15 +16,10 @@
 #include <emmintrin.h>
 #endif
 
-namespace KZPlatform::Utf8Detail {
+namespace KZEncoding::Utf8Detail {
 
-constexpr char16_t ReplacementUnit = 0xFFFD;
 constexpr std::size_t BlockSize = 16;
 constexpr std::size_t ChunkSize = 4096; // units that are converted on the stack between two appends
-
-inline bool IsSurrogate(char16_t unit) { return (unit & 0xF800) == 0xD800; }
-inline bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
-inline bool IsLowSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xDC00; }
 
 /// Where a conversion stands.
 template <class In, class Out>
@@ -80,4 +76,4 @@ Utf8Status AppendInChunks(String & out, View & in, Convert convert, Count count)
     }
 }
 
-} // namespace KZPlatform::Utf8Detail
+} // namespace KZEncoding::Utf8Detail
