@@ -4,7 +4,7 @@
 ///     KZGuard<KZConfigLine const> guard(line);     // enters the critical section of the file that holds the line
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstdint>
 

@@ -2,7 +2,7 @@
 /// The error-log file, and the layout of the reports that go into it.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 /// What the process leaves behind when something unexpected happens.

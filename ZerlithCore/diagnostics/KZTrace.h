@@ -2,7 +2,7 @@
 /// The process-wide trace level: how much is told on the console.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 /// The trace level: 0 is silence, a higher level tells more. 1 until somebody sets it; an application sets it from its
 /// command line or its configuration. Thread safety: callable from any thread.

@@ -5,7 +5,7 @@
 ///     std::string path = KZEncoding::UnitsToUtf8(name, KZEncoding::Utf8Mode::Escape);   // the same bytes again
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstddef>
 #include <span>

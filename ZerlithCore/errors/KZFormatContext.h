@@ -5,7 +5,7 @@
 ///     error->AsString(text, KZFormatContext(u"fra", u"%d/%m/%Y"));
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <memory>

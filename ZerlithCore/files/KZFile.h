@@ -7,7 +7,7 @@
 ///     file.Read(buffer, sizeof buffer, count);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
 

@@ -8,8 +8,8 @@
 ///     if (!out.close()) ...              // the disk is full
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZFileStreamBuf.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <istream>

@@ -2,8 +2,8 @@
 /// The buffer under the wide file streams: UTF-8 or UTF-16 in the file, `wchar_t` in the stream.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZTextEncoding.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
 

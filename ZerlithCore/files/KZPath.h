@@ -7,7 +7,7 @@
 ///     path.MakeComplete();               // "/home/me/lib/plug-in.lst"
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 /// The text of a path: a directory and a file name, the latter a base name and an extension.

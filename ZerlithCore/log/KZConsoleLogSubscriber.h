@@ -4,8 +4,8 @@
 ///     manager.Subscribe(channel, new KZConsoleLogSubscriber(1));
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
 /// Writes texts to the console as they stand, and flushes it after each.

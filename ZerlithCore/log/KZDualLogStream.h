@@ -5,7 +5,7 @@
 ///     stream << L"copying " << name << std::endl;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZWideText.h"
 

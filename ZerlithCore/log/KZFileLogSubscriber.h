@@ -4,9 +4,9 @@
 ///     manager.Subscribe(channel, new KZFileLogSubscriber(u"debug.log", 2, true, false));
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 

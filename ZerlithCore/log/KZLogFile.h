@@ -6,8 +6,8 @@
 ///     // 20260302 040506> server listens on port 80
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 

@@ -2,7 +2,7 @@
 /// A set of small numbers: the nodes that an automaton may be in at once.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <array>
 #include <compare>

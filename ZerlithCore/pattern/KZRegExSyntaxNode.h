@@ -2,10 +2,10 @@
 /// The tree that a pattern parses to.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/pattern/KZUWCharSet.h"
-#include "ZerlithCore/platform/Export.h"
 
 #include <cstdint>
 

@@ -6,8 +6,8 @@
 ///     letters.DelChar(u'q');
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/pattern/KZRangeSet.h"
-#include "ZerlithCore/platform/Export.h"
 
 /// A set of units from 0 to 0xFFFE. 0xFFFF can't be in a set: the end of a range is one past its last unit and has 16
 /// bits as well. Callers rely on the limit. A `char` counts as an unsigned byte.

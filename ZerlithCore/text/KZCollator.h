@@ -19,9 +19,9 @@
 /// stand for the units of the same values; a null text is an empty one.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
-#include "ZerlithCore/platform/Export.h"
 
 #include <array>
 #include <cstddef>

@@ -17,8 +17,8 @@
 /// Bytes are read up to their first 0, and texts up to their first 0 unit; null bytes are an empty text.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
-#include "ZerlithCore/platform/Export.h"
 
 #include <cstdint>
 #include <string>

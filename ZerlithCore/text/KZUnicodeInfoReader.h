@@ -2,7 +2,7 @@
 /// The reader of the Unicode character database.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZUnicode.h"
 
 #include <iosfwd>

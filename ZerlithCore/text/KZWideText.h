@@ -9,8 +9,8 @@
 /// unharmed both ways. A `wchar_t` above 0x10FFFF becomes U+FFFD. Where `wchar_t` has 16 bits, texts are copied.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/encoding/WideText.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <cstddef>

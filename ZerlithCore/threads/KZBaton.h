@@ -6,7 +6,7 @@
 ///     baton.Unlock();
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <atomic>
 #include <cstdint>

@@ -8,7 +8,7 @@
 ///     if (ready.Wait(1000) == 0) ...
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 namespace KZPlatform {

@@ -5,7 +5,7 @@
 ///     thread = new KZThread(new KZCallbackMethVoid<KZThreadObject>(u"listener", &listener, &KZThreadObject::Run));
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 /// An object whose `Run` is a thread's body. It must outlive the thread.
 class KZ_EXPORT KZThreadObject {

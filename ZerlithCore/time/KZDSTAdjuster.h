@@ -2,7 +2,7 @@
 /// Daylight periods of a range of dates, computed once, and dates moved by them.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 

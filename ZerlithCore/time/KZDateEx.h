@@ -7,7 +7,7 @@
 ///     KZDurationEx const left = KZDateEx(2024, 12, 24) - date; // 299 days
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDurationEx.h"

@@ -6,7 +6,7 @@
 ///     KZString const text = meeting.AsString(u"%Y-%m-%d %H:%M %Z", newYork);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/KZDateEx.h"
 #include "ZerlithCore/time/KZTimeEx.h"

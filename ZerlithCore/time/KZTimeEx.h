@@ -6,7 +6,7 @@
 ///     KZString const text = time.AsString(u"%H.%M");           // "00.01"
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDurationEx.h"

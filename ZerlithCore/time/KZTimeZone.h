@@ -6,7 +6,7 @@
 ///         KZDateTime const there = tokyo.ConvertFromGMT(moment);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 

@@ -2,7 +2,7 @@
 /// The rule of a time zone as a plain record.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/time/KZSystemTime.h"
 
 #include <cstdint>

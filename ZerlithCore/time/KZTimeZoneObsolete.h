@@ -2,7 +2,7 @@
 /// The fixed list of 62 zones that older callers know by number.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 
 /// Finds the number of a zone among 62 known ones.
