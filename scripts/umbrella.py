@@ -5,7 +5,7 @@ import pathlib
 import re
 import sys
 
-ROOMS = ("foundation", "text", "files", "diagnostics", "errors", "threads", "log", "time", "pattern", "xml", "app")
+ROOMS = ("foundation", "text", "files", "diagnostics", "errors", "time", "messages", "threads", "log", "pattern", "xml", "app")
 OTHER_NAMES = "DBMessage|MessageFile|MSGLibMessageSource"  # public classes without the usual prefix
 LIBRARY = pathlib.Path(__file__).resolve().parent.parent / "ZerlithCore"
 

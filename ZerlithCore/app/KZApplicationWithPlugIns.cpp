@@ -14,8 +14,8 @@
 #include "ZerlithCore/app/KZPlugInGuard.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZSignalException.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Signals.h"
 #include "ZerlithCore/threads/KZThread.h"
 

@@ -1,8 +1,9 @@
 #include "ZerlithCore/text/KZStringConverter.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>
 #include <string_view>
@@ -78,7 +79,7 @@ KZErrorID KZLatinStringConverter::ConvertFromUnicode(std::string & dest, KZStrin
     unsigned seen = 0;
     for (char16_t const unit : src) seen |= unit;
     KZErrorID error;
-    if (seen >= 256) error = new KZError(glbKZOREMsgSourceP, UnsupportedCharacters);
+    if (seen >= 256) error = KZDetail::OwnError(UnsupportedCharacters);
     dest.resize(units.size());
     std::ranges::transform(units, dest.begin(),
                            [](char16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; });

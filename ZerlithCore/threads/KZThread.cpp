@@ -5,8 +5,8 @@
 // under the table's mutex doesn't end before its starter lets go of that.
 #include "ZerlithCore/threads/KZThread.h"
 
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZException.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/threads/KZThreadTable.h"
 
 #include <cstdlib>

@@ -6,11 +6,11 @@
 
 #include "ZerlithCore/app/KZCommandLine.h"
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/errors/DBMessage.h"
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/MessageFile.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
 #include <algorithm>
 #include <cstdio>

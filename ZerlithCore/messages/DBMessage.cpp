@@ -1,6 +1,6 @@
 // Lengths come from files, so a text is read in blocks: what a broken length claims beyond the end of the stream costs one
 // block and no more.
-#include "ZerlithCore/errors/DBMessage.h"
+#include "ZerlithCore/messages/DBMessage.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"
 

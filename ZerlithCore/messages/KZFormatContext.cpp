@@ -1,4 +1,4 @@
-#include "ZerlithCore/errors/KZFormatContext.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
 
 #include "ZerlithCore/time/KZTimeZone.h"
 

@@ -1,12 +1,12 @@
-#include "ZerlithCore/errors/MSGLibMessageSource.h"
+#include "ZerlithCore/messages/MSGLibMessageSource.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
-#include "ZerlithCore/errors/DBMessage.h"
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/MessageFile.h"
 #include "files/TemporaryDirectory.h"
 #include "platform/ChildProcess.h"
 

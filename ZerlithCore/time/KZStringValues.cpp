@@ -4,7 +4,7 @@
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZDateTimeEx.h"
 
-// The string's readings of values whose classes stand above it; nothing else in this room looks upward.
+// What a string says of calendar values: declared by the string, which doesn't know their classes.
 
 KZDateTime KZString::AsKZDateTime(bool * success) const {
     KZDateTime value;

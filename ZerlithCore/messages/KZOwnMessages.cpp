@@ -1,6 +1,7 @@
 // The library's own messages are carried and found like those of any other module.
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 // clang-format off
 KZ_MODULE_MESSAGES(
@@ -45,3 +46,13 @@ struct Loading {
 [[gnu::init_priority(101)]] Loading const loading;
 
 } // namespace
+
+KZErrorID KZDetail::OwnError(long code, std::initializer_list<KZString> arguments) {
+    if (arguments.size() == 0) return new KZError(glbKZOREMsgSourceP, code);
+    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code);
+    KZErrorID id(error);
+    for (KZString const & argument : arguments) error->AddParam(argument);
+    return id;
+}
+
+KZErrorID KZDetail::LastSystemError() { return new KZWinLastError; }

@@ -1,4 +1,5 @@
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZPrintf.h"
+#include "ZerlithCore/messages/KZError.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,8 @@
-#include "ZerlithCore/errors/KZMessageSource.h"
+#include "ZerlithCore/messages/KZMessageSource.h"
 
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/KZPrintf.h"
 #include "ZerlithCore/platform/Console.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/ModuleMessages.h"

@@ -7,7 +7,7 @@
 ///     id = source->GetText(text, 7, KZFormatContext(u"fra"));               // from app.fra.LAN
 #pragma once
 
-#include "ZerlithCore/errors/KZMessageSource.h"
+#include "ZerlithCore/messages/KZMessageSource.h"
 #include "ZerlithCore/platform/RecursiveLock.h"
 
 class MessageFile;

@@ -1,6 +1,16 @@
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZError.h"
 
+#include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/platform/LastError.h"
+
+// --- KZErrorID: its text needs a context, so it is made here.
+
+KZString KZErrorID::AsString() const {
+    if (error_.IsNull()) return u"SUCCESS";
+    KZString text;
+    static_cast<void>(error_->AsString(text, KZFormatContext()));
+    return text;
+}
 
 // --- KZError
 

@@ -1,10 +1,10 @@
 // The lock is held for the switch of language and the look-up, which hands out a shared copy of the text. Expanding the
 // copy needs no lock, and calls code of others: the error's.
-#include "ZerlithCore/errors/MSGLibMessageSource.h"
+#include "ZerlithCore/messages/MSGLibMessageSource.h"
 
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
 namespace {
 

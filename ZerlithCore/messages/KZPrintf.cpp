@@ -1,6 +1,8 @@
 // One pass over the template. A conversion reaches from its "%" to the next letter of a fixed set, whatever stands in
 // between; only an index in front of ":" is read.
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZPrintf.h"
+
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/time/KZDateTime.h"
 
 #include <string_view>

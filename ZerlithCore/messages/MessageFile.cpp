@@ -4,14 +4,14 @@
 //
 // The current language and file name share their text with the record in memory once that is there. So a pointer into them
 // stays good when the language is switched.
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
-#include "ZerlithCore/errors/DBMessage.h"
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Files.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Process.h"

@@ -1,6 +1,6 @@
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
-#include "ZerlithCore/errors/DBMessage.h"
+#include "ZerlithCore/messages/DBMessage.h"
 #include "files/TemporaryDirectory.h"
 #include "platform/ChildProcess.h"
 

@@ -1,8 +1,8 @@
-#include "ZerlithCore/errors/KZMessageSource.h"
+#include "ZerlithCore/messages/KZMessageSource.h"
 
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
-#include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
 
 #include <gtest/gtest.h>
 

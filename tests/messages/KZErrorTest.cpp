@@ -1,7 +1,7 @@
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZError.h"
 
-#include "ZerlithCore/errors/KZFormatContext.h"
 #include "ZerlithCore/foundation/KZDouble.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/time/KZDateTime.h"
 
 #include <gtest/gtest.h>
