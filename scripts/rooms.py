@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
 """Tells where a source of the library includes what it must not: a room includes rooms below it only. The list of rooms,
-from the top to the ground, and the includes that are allowed all the same are those that docs/architecture.md shows."""
+from the top to the ground, and the includes that are allowed all the same are those that docs/architecture.md shows.
+Tells, too, which headers outside of `detail/` aren't installed; in `platform/` those are for ports."""
 import pathlib
 import re
 import sys
@@ -42,11 +43,19 @@ def faults_of(source, height, allowed):
                 yield f"{source}:{number}: {target[1]} is for the sources of its folder only"
 
 
+def hidden_headers(room):
+    installed = set(re.findall(r"^\s+(\w+\.h)$", (LIBRARY / room / "CMakeLists.txt").read_text(), re.MULTILINE))
+    for header in sorted((LIBRARY / room).glob("*.h")):
+        if room != "platform" and header.name not in installed:
+            yield f"{header}: belongs to detail/, since it isn't installed"
+
+
 def main():
     height = {room: place for place, room in enumerate(rooms())}
     allowed = exceptions()
     sources = [path for path in LIBRARY.glob("*/**/*") if path.suffix in (".h", ".cpp", ".inl")]
     faults = [fault for source in sorted(sources) for fault in faults_of(source, height, allowed)]
+    faults += [fault for room in height for fault in hidden_headers(room)]
     if faults:
         sys.exit("\n".join(faults))
 

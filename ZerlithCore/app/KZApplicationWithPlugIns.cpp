@@ -10,9 +10,9 @@
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 
-#include "ZerlithCore/app/KZHostState.h"
-#include "ZerlithCore/app/KZPlugInGuard.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
+#include "ZerlithCore/app/detail/KZHostState.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZSignalException.h"
 #include "ZerlithCore/messages/KZError.h"

@@ -1,6 +1,6 @@
 #include "ZerlithCore/app/KZCommandLine.h"
 
-#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/KZIgnoreCase.h"
 #include "ZerlithCore/encoding/Units.h"
 
 #include <algorithm>

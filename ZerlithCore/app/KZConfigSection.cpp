@@ -3,7 +3,7 @@
 // its locks first, innermost first, because nobody could undo them afterwards.
 #include "ZerlithCore/app/KZConfigSection.h"
 
-#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/KZIgnoreCase.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
 #include <algorithm>

@@ -3,7 +3,7 @@
 // buffer that is reused, so a line costs one allocation for its key and one for its value.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
-#include "ZerlithCore/app/KZConfigText.h"
+#include "ZerlithCore/app/detail/KZConfigText.h"
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZWideText.h"
 

@@ -1,4 +1,4 @@
-#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZException.h"

@@ -2,8 +2,8 @@
 // from directories. A scan registers all libraries first and initialises afterwards, in the order of dependency.
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
-#include "ZerlithCore/app/KZHostState.h"
-#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/app/detail/KZHostState.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/files/KZDirectory.h"
 #include "ZerlithCore/files/KZFile.h"

@@ -1,6 +1,6 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 
-#include "ZerlithCore/diagnostics/LineFile.h"
+#include "ZerlithCore/diagnostics/detail/LineFile.h"
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/platform/ModuleHold.h"

@@ -1,4 +1,4 @@
-#include "ZerlithCore/encoding/CodePageTables.h"
+#include "ZerlithCore/encoding/detail/CodePageTables.h"
 
 #include "ZerlithCore/encoding/Units.h"
 

@@ -1,4 +1,4 @@
-#include "ZerlithCore/files/KZEncodedText.h"
+#include "ZerlithCore/files/detail/KZEncodedText.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"

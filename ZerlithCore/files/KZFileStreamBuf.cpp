@@ -11,7 +11,7 @@
 
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/files/KZEncodedText.h"
+#include "ZerlithCore/files/detail/KZEncodedText.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <algorithm>

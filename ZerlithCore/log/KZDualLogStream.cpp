@@ -3,7 +3,7 @@
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/log/RecordFile.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <new>
 

@@ -1,7 +1,7 @@
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/log/RecordFile.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <new>
 #include <string>

@@ -5,16 +5,17 @@
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/encoding/Units.h"
-#include "ZerlithCore/log/LogStamp.h"
-#include "ZerlithCore/log/RecordFile.h"
+#include "ZerlithCore/log/detail/LogStamp.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 #include "ZerlithCore/platform/Clock.h"
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <new>
 
 namespace {
 
 using Guard = KZGuard<KZCriticalSection>;
+using KZDetail::LogStamp;
 
 constexpr std::size_t mostKeptUnits = 32 * 1024; // a larger block isn't kept for the next record
 constexpr unsigned int lineUnits = 16368 - 3;    // a buffer of 16,368 units, less line end and terminator

@@ -19,11 +19,10 @@
 #include <string_view>
 #include <type_traits>
 
-class LogStamp;
-
 namespace KZDetail {
+class LogStamp;
 class RecordFile;
-}
+} // namespace KZDetail
 
 /// What a log file can do. On a closed file every operation but `Open` and the setter does nothing.
 ///
@@ -123,6 +122,6 @@ private:
 
     std::atomic<bool> isOpen_{false}; // may be asked without the lock
     std::u16string record_;           // that is being made
-    std::unique_ptr<LogStamp> stamp_;
+    std::unique_ptr<KZDetail::LogStamp> stamp_;
     KZLogFile * next_ = nullptr; // in the list of all
 };

@@ -6,10 +6,10 @@
 // The subscribers are found one by one under the channel's lock, each as the first one behind its predecessor's address.
 // So they may come and go meanwhile, and each one that stays gets each message once.
 
-#include "ZerlithCore/log/LogHandOut.h"
+#include "ZerlithCore/log/detail/LogHandOut.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/threads/UnhandledException.h"
+#include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
 #include <new>

@@ -3,8 +3,8 @@
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/pattern/ConditionText.h"
 #include "ZerlithCore/pattern/KZCondition.h"
+#include "ZerlithCore/pattern/detail/ConditionText.h"
 
 #include <algorithm>
 #include <ostream>

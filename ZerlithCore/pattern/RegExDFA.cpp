@@ -1,6 +1,6 @@
 // Subset construction. States are made in the order in which their sets are first met, and worked on in the order of the
 // sets; the units of a state are cut at every end of a range and visited in ascending order.
-#include "ZerlithCore/pattern/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 #include <algorithm>
 #include <array>

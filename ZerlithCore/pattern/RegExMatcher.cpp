@@ -1,6 +1,6 @@
 // Matching. One load gives the class of a unit, one more the next state. States that stay as they are for a while are
 // left to a scan for the first unit that leaves them.
-#include "ZerlithCore/pattern/RegExMatcher.h"
+#include "ZerlithCore/pattern/detail/RegExMatcher.h"
 
 #include <algorithm>
 #include <bit>

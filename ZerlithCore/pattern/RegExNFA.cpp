@@ -1,5 +1,5 @@
 // From tree to nodes. Pieces of the tree wait on a stack of their own, so that patterns may be as long as they like.
-#include "ZerlithCore/pattern/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 namespace KZDetail {
 namespace {

@@ -12,7 +12,7 @@
 /// Errors: std::bad_alloc. The first use of a page costs some milliseconds; one that failed is tried again by the next use.
 #pragma once
 
-#include "ZerlithCore/encoding/CodePageTables.h"
+#include "ZerlithCore/encoding/detail/CodePageTables.h"
 
 #include <cstddef>
 #include <optional>

@@ -1,7 +1,7 @@
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/CodePages.h"
 #include "ZerlithCore/text/KZStringConverter.h"
-#include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
 #include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <memory>

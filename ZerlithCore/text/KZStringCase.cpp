@@ -1,6 +1,6 @@
 // The tables are made by the compiler: a program is never without them, whatever else it lacks.
-#include "ZerlithCore/text/KZCaseMap.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/detail/KZCaseMap.h"
 
 namespace KZDetail {
 

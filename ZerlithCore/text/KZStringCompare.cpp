@@ -1,6 +1,6 @@
 #include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/text/KZUnitCompare.h"
+#include "ZerlithCore/text/detail/KZUnitCompare.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
 #include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/text/KZUnitScan.h"
 #include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <array>

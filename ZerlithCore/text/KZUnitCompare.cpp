@@ -2,7 +2,7 @@
 // terminator, but is never loaded where it would reach into another page, which may not exist; there eight steps are
 // taken unit by unit.
 
-#include "ZerlithCore/text/KZUnitCompare.h"
+#include "ZerlithCore/text/detail/KZUnitCompare.h"
 
 #include <bit>
 #include <cstdint>

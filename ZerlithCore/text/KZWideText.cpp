@@ -1,6 +1,6 @@
 #include "ZerlithCore/text/KZWideText.h"
 
-#include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
 
 #include <algorithm>
 #include <ostream>

@@ -7,7 +7,7 @@
 
 #include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/messages/KZError.h"
-#include "ZerlithCore/threads/KZThreadTable.h"
+#include "ZerlithCore/threads/detail/KZThreadTable.h"
 
 #include <cstdlib>
 #include <limits>

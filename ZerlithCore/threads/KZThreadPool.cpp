@@ -8,7 +8,7 @@
 // pool is still there before it goes on.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
-#include "ZerlithCore/threads/UnhandledException.h"
+#include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
 #include <utility>

@@ -9,9 +9,9 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDurationEx.h"
 #include "ZerlithCore/time/KZExchangeTypes.h"
+#include "ZerlithCore/time/detail/CalendarDays.h"
 
 #include <compare>
 #include <cstddef>
@@ -48,9 +48,9 @@ public:
     /// From other forms; null where those hold no date. Times of day are dropped; a KZDateTime is told in local time.
     explicit KZDateEx(KZDateAndTime const & fields) { SetDateAndTime(fields); }
     explicit KZDateEx(std::tm const & time) { FromStructTM(time); }
-    explicit KZDateEx(SYSTEMTIME const & time) { FromSystemTime(time); }
-    explicit KZDateEx(FILETIME const & time) { FromFileTime(time); }
-    explicit KZDateEx(VARIANT const & value) { FromVariant(value); }
+    explicit KZDateEx(KZExchange::SYSTEMTIME const & time) { FromSystemTime(time); }
+    explicit KZDateEx(KZExchange::FILETIME const & time) { FromFileTime(time); }
+    explicit KZDateEx(KZExchange::VARIANT const & value) { FromVariant(value); }
     explicit KZDateEx(double days) { FromDouble(days); }
     explicit KZDateEx(KZDateTime const & moment) { FromKZDateTime(moment, true); }
     /// As `FromString` reads; what it can't read leaves the fields it could.
@@ -123,17 +123,17 @@ public:
 
     bool AsStructTM(std::tm & out) const;
     /// SYSTEMTIME and FILETIME hold the years 1601 to 30827.
-    bool AsSystemTime(SYSTEMTIME & out) const;
-    bool AsFileTime(FILETIME & out) const;
+    bool AsSystemTime(KZExchange::SYSTEMTIME & out) const;
+    bool AsFileTime(KZExchange::FILETIME & out) const;
     /// VARIANT and double hold the years 100 to 9999.
-    bool AsVariant(VARIANT & out) const;
+    bool AsVariant(KZExchange::VARIANT & out) const;
     bool AsDouble(double & out) const;
     /// The first moment of the day in `zone`.
     bool AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const;
     bool FromStructTM(std::tm const & time);
-    bool FromSystemTime(SYSTEMTIME const & time);
-    bool FromFileTime(FILETIME const & time);
-    bool FromVariant(VARIANT const & value);
+    bool FromSystemTime(KZExchange::SYSTEMTIME const & time);
+    bool FromFileTime(KZExchange::FILETIME const & time);
+    bool FromVariant(KZExchange::VARIANT const & value);
     bool FromDouble(double days);
     /// The day of `moment`, in local time or UTC.
     bool FromKZDateTime(KZDateTime const & moment, bool local = true);

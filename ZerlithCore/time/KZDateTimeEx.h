@@ -55,9 +55,12 @@ public:
                  KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     /// From other forms; null where those hold nothing.
     explicit KZDateTimeEx(std::tm const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(SYSTEMTIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(FILETIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(VARIANT const & value, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    explicit KZDateTimeEx(KZExchange::SYSTEMTIME const & time,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    explicit KZDateTimeEx(KZExchange::FILETIME const & time,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    explicit KZDateTimeEx(KZExchange::VARIANT const & value,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(KZDateTime const & moment) { FromKZDateTime(moment); }
     KZDateTimeEx(KZDateTime const & moment, KZTimeZone const & zone) { FromKZDateTime(moment, zone); }
@@ -143,16 +146,21 @@ public:
     // the time 00:00:00, a time alone the fields that KZTimeEx gives.
 
     bool AsStructTM(std::tm & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    bool AsSystemTime(SYSTEMTIME & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    bool AsFileTime(FILETIME & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    bool AsVariant(VARIANT & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
+    bool AsSystemTime(KZExchange::SYSTEMTIME & out,
+                      KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
+    bool AsFileTime(KZExchange::FILETIME & out,
+                    KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
+    bool AsVariant(KZExchange::VARIANT & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsDouble(double & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     /// A moment is one, whatever the zone; a date or a time alone is taken in `zone`. Milliseconds are cut.
     bool AsKZDateTime(KZDateTime & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool FromStructTM(std::tm const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    bool FromSystemTime(SYSTEMTIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    bool FromFileTime(FILETIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    bool FromVariant(VARIANT const & value, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    bool FromSystemTime(KZExchange::SYSTEMTIME const & time,
+                        KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    bool FromFileTime(KZExchange::FILETIME const & time,
+                      KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    bool FromVariant(KZExchange::VARIANT const & value,
+                     KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     bool FromDouble(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     /// A moment is one, whatever the zone.
     bool FromKZDateTime(KZDateTime const & moment);

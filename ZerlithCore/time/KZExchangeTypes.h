@@ -1,8 +1,14 @@
 /// @file
 /// Records in which other programs and libraries pass dates and times. Beside these, the standard's `tm` counts.
+/// They bear the names that they have there, in a namespace of their own:
+///
+///     KZExchange::SYSTEMTIME record;
+///     if (date.AsSystemTime(record)) Send(record);
 #pragma once
 
 #include <cstdint>
+
+namespace KZExchange {
 
 /// A calendar date and a time of day, in fields of 16 bits.
 struct SYSTEMTIME {
@@ -45,3 +51,5 @@ struct VARIANT {
     double date;
 };
 static_assert(sizeof(VARIANT) == 16);
+
+} // namespace KZExchange

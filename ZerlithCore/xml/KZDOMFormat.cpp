@@ -3,9 +3,9 @@
 // at once.
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNode.h"
+#include "ZerlithCore/xml/detail/DOMText.h"
 
 #include <algorithm>
 #include <array>

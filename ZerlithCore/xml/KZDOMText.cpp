@@ -2,8 +2,8 @@
 
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZStringConverter.h"
-#include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
+#include "ZerlithCore/xml/detail/DOMText.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 
 #include "ZerlithCore/platform/CodePages.h"
 
-#include "ZerlithCore/encoding/CodePageTables.h"
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/encoding/detail/CodePageTables.h"
 #include "ZerlithCore/platform/LastError.h"
 
 #include <algorithm>

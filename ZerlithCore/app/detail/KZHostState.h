@@ -1,11 +1,11 @@
 /// @file
-/// What a host knows of its plug-ins. Not installed.
+/// What a host knows of its plug-ins.
 #pragma once
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
-#include "ZerlithCore/app/KZFairLock.h"
 #include "ZerlithCore/app/KZPlugIn.h"
-#include "ZerlithCore/app/KZPlugInLibraries.h"
+#include "ZerlithCore/app/detail/KZFairLock.h"
+#include "ZerlithCore/app/detail/KZPlugInLibraries.h"
 
 #include <deque>
 #include <vector>

@@ -13,17 +13,17 @@ struct DateAndTime {
 };
 
 bool ToTm(DateAndTime const & value, std::tm & out);
-bool ToSystemTime(DateAndTime const & value, SYSTEMTIME & out);
-bool ToFileTime(DateAndTime const & value, FILETIME & out);
+bool ToSystemTime(DateAndTime const & value, KZExchange::SYSTEMTIME & out);
+bool ToFileTime(DateAndTime const & value, KZExchange::FILETIME & out);
 bool ToDouble(DateAndTime const & value, double & out);
-bool ToVariant(DateAndTime const & value, VARIANT & out);
+bool ToVariant(DateAndTime const & value, KZExchange::VARIANT & out);
 
 // Date fields that are all zero give a null date.
 bool FromTm(std::tm const & in, DateAndTime & value);
-bool FromSystemTime(SYSTEMTIME const & in, DateAndTime & value);
-bool FromFileTime(FILETIME const & in, DateAndTime & value);
+bool FromSystemTime(KZExchange::SYSTEMTIME const & in, DateAndTime & value);
+bool FromFileTime(KZExchange::FILETIME const & in, DateAndTime & value);
 bool FromDouble(double in, DateAndTime & value);
-bool FromVariant(VARIANT const & in, DateAndTime & value);
+bool FromVariant(KZExchange::VARIANT const & in, DateAndTime & value);
 
 // Milliseconds since 1970, and back.
 std::int64_t ToMilliseconds(DateAndTime const & value);

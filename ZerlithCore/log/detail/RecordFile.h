@@ -1,7 +1,7 @@
 // A file of records that loses none in silence.
 #pragma once
 
-#include "ZerlithCore/diagnostics/LineFile.h"
+#include "ZerlithCore/diagnostics/detail/LineFile.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <cstddef>

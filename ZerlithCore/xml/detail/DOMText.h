@@ -1,5 +1,5 @@
 /// @file
-/// Text and failures on their way between the documents' seam and the classes of this folder. Not installed.
+/// Text and failures on their way between the documents' seam and the classes of this folder.
 #pragma once
 
 #include "ZerlithCore/foundation/KZGuid.h"

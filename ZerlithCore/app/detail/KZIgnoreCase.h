@@ -1,5 +1,5 @@
 /// @file
-/// Equality of names ignoring case, cheap enough for walking a list of names. Not installed.
+/// Equality of names ignoring case, cheap enough for walking a list of names.
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"

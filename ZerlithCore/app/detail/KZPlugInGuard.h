@@ -1,5 +1,5 @@
 /// @file
-/// Keeps the host alive when a plug-in throws or faults. Not installed.
+/// Keeps the host alive when a plug-in throws or faults.
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"

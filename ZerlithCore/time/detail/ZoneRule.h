@@ -1,8 +1,8 @@
 // The yearly rule of a change of clocks, as a local second.
 #pragma once
 
-#include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZSystemTime.h"
+#include "ZerlithCore/time/detail/CalendarDays.h"
 
 namespace KZDetail {
 

@@ -1,7 +1,7 @@
 // The states of an automaton as tables to match with.
 #pragma once
 
-#include "ZerlithCore/pattern/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 #include <array>
 #include <cstdint>

@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string_view>
 
+namespace KZDetail {
+
 /// Makes "20260302 040506> " of a moment, in local time.
 ///
 /// Lines come many a second, so the text of the last second is kept: a stamp mostly costs one comparison.
@@ -17,3 +19,5 @@ private:
     unsigned int length_ = 0;
     char16_t text_[32];
 };
+
+} // namespace KZDetail

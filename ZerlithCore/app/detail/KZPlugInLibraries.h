@@ -1,5 +1,5 @@
 /// @file
-/// The libraries of a host, and how it lets go of them. Not installed.
+/// The libraries of a host, and how it lets go of them.
 #pragma once
 
 #include "ZerlithCore/foundation/KZRefCount.h"

@@ -1,5 +1,5 @@
 /// @file
-/// The lock that serves in the order of asking. Not installed.
+/// The lock that serves in the order of asking.
 #pragma once
 
 #include "ZerlithCore/platform/Threads.h"

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <string_view>
 
