@@ -215,8 +215,8 @@ KZErrorID KZDateTime::AsString(KZString & out, KZString const & format, KZTimeZo
         return KZErrorID(0);
     }
     KZPlatform::ZoneMoment const moment{zone.GetLocalMinusUTC(seconds_), zone.GetName(seconds_)};
-    auto const text = KZPlatform::PrintCalendar(CalendarOf(std::int64_t{seconds_} + moment.localMinusUtc),
-                                                moment, std::u16string_view(format), longestText);
+    auto const text = KZPlatform::FormatCalendar(CalendarOf(std::int64_t{seconds_} + moment.localMinusUtc),
+                                                 moment, std::u16string_view(format), longestText);
     if (!text) return KZDetail::OwnError(CantConvert);
     out = KZString(std::u16string_view(*text));
     return KZErrorID(0);

@@ -5,7 +5,7 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNode.h"
-#include "ZerlithCore/xml/detail/DOMText.h"
+#include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 #include <algorithm>
 #include <array>

@@ -4,7 +4,7 @@
 #include "ZerlithCore/xml/KZDOMElement.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNodeList.h"
-#include "ZerlithCore/xml/detail/DOMText.h"
+#include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 #include <utility>
 

@@ -31,8 +31,8 @@ std::tm AsTm(CalendarTime const & time, ZoneMoment const & zone, std::string con
 
 } // namespace
 
-std::optional<std::u16string> PrintCalendar(CalendarTime const & time, ZoneMoment const & zone,
-                                            std::u16string_view format, std::size_t limit) {
+std::optional<std::u16string> FormatCalendar(CalendarTime const & time, ZoneMoment const & zone,
+                                             std::u16string_view format, std::size_t limit) {
     std::string const zoneName = KZEncoding::UnitsToUtf8(zone.name, KZEncoding::Utf8Mode::Replace);
     std::tm const fields = AsTm(time, zone, zoneName);
     // One character in front tells an empty text from one that doesn't fit.
