@@ -1,5 +1,5 @@
 /// @file
-/// A floating-point number that can drop what is as good as zero.
+/// A floating-point number that can round tiny values to zero.
 ///
 ///     KZDouble::zeroValueOnAssign = true;
 ///     KZDouble rest = 0.1 + 0.2 - 0.3;      // 0.0
@@ -10,7 +10,7 @@
 /// A double. While `zeroValueOnAssign` is set, a stored value whose absolute value is below `thePrecision` is 0.0; each
 /// construction, copy and assignment stores. Moving into a new object, as containers do, takes the value as it is.
 ///
-/// Thread safety: as a double; the two settings are for the start of the program.
+/// Thread safety: as a double; set the two settings before other threads start.
 class KZ_EXPORT KZDouble {
 public:
     KZDouble() noexcept = default;
@@ -28,9 +28,9 @@ public:
 
     operator double() const noexcept { return value_; }
 
-    /// False at first.
+    /// Whether tiny values become 0.0; false at first.
     static bool zeroValueOnAssign;
-    /// 1e-9 at first.
+    /// The absolute value from which a value is kept; 1e-9 at first.
     static double thePrecision;
 
 private:

@@ -31,10 +31,10 @@ public:
     /// Word `index`, 0 to 3.
     [[nodiscard]] constexpr std::uint32_t Word(std::size_t index) const noexcept { return words_[index]; }
 
-    /// Word by word, the first one first.
+    /// Compares word by word, starting with the first.
     friend constexpr auto operator<=>(KZGuid const &, KZGuid const &) noexcept = default;
 
-    /// 8-4-4-4-12 hexadecimal digits in small letters.
+    /// 8-4-4-4-12 hexadecimal digits in small letters. Errors: std::bad_alloc.
     [[nodiscard]] constexpr std::u16string AsString() const {
         std::u16string text;
         for (std::size_t i = 0; i < digitCount; ++i) {
@@ -44,7 +44,7 @@ public:
         return text;
     }
 
-    /// Reads that form, with letters of either case, with or without braces around it; nothing for any other text.
+    /// Reads that form, with letters of either case, with or without braces around it; std::nullopt for any other text.
     [[nodiscard]] static constexpr std::optional<KZGuid> FromString(std::u16string_view text) noexcept {
         if (text.size() == textLength + 2 && text.front() == u'{' && text.back() == u'}')
             text = text.substr(1, textLength);
@@ -91,7 +91,7 @@ private:
 template <>
 struct std::hash<KZGuid> {
     std::size_t operator()(KZGuid const & id) const noexcept {
-        // Identifiers are spread well already; the product keeps neighbours apart.
+        // Identifiers are random as a rule; the product spreads those that were numbered in a row.
         std::uint64_t const high = std::uint64_t{id.Word(0)} << 32 | id.Word(1);
         std::uint64_t const low = std::uint64_t{id.Word(2)} << 32 | id.Word(3);
         return static_cast<std::size_t>((high * 0x9E3779B97F4A7C15U) ^ low);

@@ -6,13 +6,13 @@
 #include <cstdint>
 #include <new>
 
-// Each thread counts its bytes in a counter of its own, so that counting costs no locked instruction and no shared cache
-// line. Memory that is freed by another thread than it came from makes single counters negative, never their sum.
+// Each thread counts its bytes in a counter of its own, so that counting costs no locked instruction and no shared
+// cache line. When one thread frees what another one allocated, a single counter may go below 0, but never the sum.
 //
-// Counters stand in a list that only grows. A thread that ends gives its counter back with what it holds, and the next
-// new thread goes on from there: the list is as long as threads were alive at once. What a thread allocates or frees
-// after it gave its counter back, while it destroys its last objects, is counted in a counter that is shared; so is
-// what it allocates or frees while it can't have a counter of its own.
+// Counters stand in a list that only grows. A thread that ends gives back its counter with the value it has, and the
+// next new thread continues with that value: so there are only as many counters as threads were alive at once. A thread
+// that has given back its counter, and still destroys its last objects, counts in a shared counter; so does a thread
+// for which there is no memory for a counter.
 
 namespace {
 
@@ -32,7 +32,7 @@ void GiveBack(KZPlatform::ThreadEndTask & counter) noexcept {
     mine = &shared;
 }
 
-/// One that nobody has, or a new one; null without memory.
+/// A counter that no thread has, or a new one; null without memory.
 Counter * FindCounter() noexcept {
     for (Counter * counter = counters.load(std::memory_order_acquire); counter;
          counter = counter->nextCounter) {
@@ -48,7 +48,8 @@ Counter * FindCounter() noexcept {
     return counter;
 }
 
-/// Finds a counter for this thread; the shared one, for this time, when there is none.
+/// Gives this thread a counter of its own and returns it. If that fails, returns the shared one; the next call tries
+/// again.
 Counter * TakeCounter() noexcept {
     Counter * const counter = FindCounter();
     if (!counter) return &shared;

@@ -1,15 +1,36 @@
 /// @file
 /// Counted objects that can be asked for their interfaces by number.
+///
+///     class Report : public KZObjectI {
+///     public:
+///         static constexpr int iuid = 1000;
+///         unsigned long AddRef() const override { return count_.Increment(); }
+///         unsigned long Release() const override {
+///             unsigned long const left = count_.Decrement();
+///             if (left == 0) delete this;
+///             return left;
+///         }
+///         int GetIUID() const override { return iuid; }
+///
+///     private:
+///         KZCounter count_;
+///     };
+///
+///     void Check(KZSmartPtr<KZObjectI> const & object) {
+///         KZSmartPtr<KZObjectI> const report = object->QueryInterface(Report::iuid);    // null if it isn't one
+///     }
 #pragma once
 
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 
-/// The root of errors and plug-ins: a counted object whose interfaces bear numbers.
+/// The base of errors and plug-ins: a counted object whose interfaces have numbers.
 ///
-/// A derived interface overrides `GetIUID` and `QueryInterface`; the latter tries its own number first and then asks
-/// its base. Taken numbers: 3 KZErrorI, 4 KZPlugIn, 5 KZRunPlugIn, 6 KZPlugInContainer, 7 KZThreadedRunPlugIn,
-/// 8 KZError, 9 KZErrorWithArgs.
+/// A derived interface overrides `GetIUID` and `QueryInterface`; the latter compares its own number first and then
+/// calls that of its base. Numbers in use: 3 KZErrorI, 4 KZPlugIn, 5 KZRunPlugIn, 6 KZPlugInContainer,
+/// 7 KZThreadedRunPlugIn, 8 KZError, 9 KZErrorWithArgs.
+///
+/// Thread safety: as the derived class; those of the library may be asked, copied and dropped from any thread.
 class KZ_EXPORT KZObjectI : public KZRefCountI {
 public:
     ~KZObjectI() override;
@@ -20,9 +41,9 @@ public:
     /// The number of the most derived interface.
     virtual int GetIUID() const = 0;
 
-    /// Tells whether `QueryInterface(iuid)` would give an object; leaves the count as it was.
+    /// Returns whether `QueryInterface(iuid)` returns an object; doesn't change the count.
     virtual bool IsKindOf(int iuid) const;
 
-    /// A handle on this object when `iuid` is its number, else a null handle.
+    /// A handle on this object when `iuid` is one of its numbers, else a null handle.
     virtual KZSmartPtr<KZObjectI> QueryInterface(int iuid) const;
 };

@@ -1,9 +1,11 @@
 /// @file
 /// The typed array of plain pointers.
 ///
-///     KZPointerVector<Shape *> shapes;   // doesn't own them
-///     shapes.push_back(&circle);
-///     for (Shape * shape : shapes) shape->Draw();
+///     KZString first, second;
+///     KZPointerVector<KZString *> texts;     // doesn't own them
+///     texts.push_back(&first);
+///     texts.push_back(&second);
+///     for (KZString * text : texts) *text += u"end";
 #pragma once
 
 #include "ZerlithCore/foundation/KZVoidPtrVector.h"
@@ -22,7 +24,7 @@ public:
     using iterator = T *;
     using const_iterator = T const *;
 
-    // The slots of the base stay visible: the typed forms call them.
+    // The functions of the base remain visible, because the typed ones call them.
     using KZVoidPtrVector::erase;
     using KZVoidPtrVector::insert;
 

@@ -11,8 +11,8 @@ namespace {
 using Core = KZDetail::VectorCore<KZRawVector>;
 }
 
-// A constructor reaches no hook of a derived class: those that copy elements otherwise have copy constructors of
-// their own.
+// A constructor can't call the hook of a derived class. So a derived class whose elements aren't copied as bytes has a
+// copy constructor of its own.
 KZRawVector::KZRawVector(KZRawVector const & other) : elementSize_(other.elementSize_) {
     Core::CopyFrom(*this, other);
 }

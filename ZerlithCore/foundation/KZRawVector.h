@@ -16,13 +16,14 @@ struct VectorCore;
 
 /// A dynamic array whose elements are blocks of bytes, moved as bytes unless a derived class overrides the hooks.
 ///
-/// All logic of the typed vectors stands here once; they only cast, and say how an element is copied. Iterators are
-/// pointers to the first byte of an element. Counts and positions are in elements. Values and ranges that lie in the
-/// vector itself may be passed to every operation. Growing takes half the present size more (a tenth from 100,001
-/// elements on), but at least what is asked for. Spare slots behind the end always read as zero bytes, or as null
+/// The logic of all typed vectors is here; they only cast, and say how an element is copied. Iterators are pointers to
+/// the first byte of an element. Counts and positions are in elements. Values and ranges that lie in the vector itself
+/// may be passed to every operation. A vector that is full grows by half its size (by a tenth from 100,001 elements
+/// on), or by as many elements as are added if that is more. Spare slots after the end always hold zero bytes, or null
 /// handles in vectors of handles.
 ///
-/// Errors: std::length_error "vector<T> too long" past `max_size`, std::out_of_range for a bad subscript.
+/// Errors: std::bad_alloc, std::length_error "vector<T> too long" past `max_size`, std::out_of_range for a bad
+/// subscript.
 ///
 /// Thread safety: none; one vector is for one thread at a time.
 class KZ_EXPORT KZRawVector {
@@ -36,17 +37,17 @@ public:
     /// Errors: std::invalid_argument when the element sizes differ.
     KZRawVector & operator=(KZRawVector const & other);
 
-    /// Inserts copies of the elements of a range in front of `where`.
+    /// Inserts copies of the elements of a range before `where`.
     virtual void insert(unsigned char * where, unsigned char const * first, unsigned char const * last);
-    /// Inserts `count` copies of the element at `value` in front of `where`.
+    /// Inserts `count` copies of the element at `value` before `where`.
     virtual void insert(unsigned char * where, unsigned int count, unsigned char const * value);
-    /// Removes a range; returns the place behind it.
+    /// Removes a range; returns the place after it.
     virtual unsigned char * erase(unsigned char * first, unsigned char * last);
-    /// Removes one element; returns the place of the next. The end position changes nothing.
+    /// Removes the element at `where` and returns the place of the next. Does nothing if `where` is the end.
     virtual unsigned char * erase(unsigned char * where);
 
 protected:
-    /// Copies a range to `dest`, which may overlap it; returns the place behind the copy. An empty range touches
+    /// Copies a range to `dest`, which may overlap it; returns the place after the copy. An empty range touches
     /// no memory.
     virtual unsigned char * OptCopy(unsigned char const * first, unsigned char const * last,
                                     unsigned char * dest);
@@ -54,7 +55,7 @@ protected:
     virtual void OptFill(unsigned char * dest, unsigned int count, unsigned char const * value);
     /// A block for `count` elements, every byte zero.
     virtual unsigned char * Alloc(unsigned int count);
-    /// Gives the block back; the pointers are for the caller to reset.
+    /// Frees the block; the caller resets the pointers.
     virtual void DeAlloc();
 
 public:
@@ -71,13 +72,13 @@ public:
 
     [[nodiscard]] unsigned int size() const noexcept { return internal_size(); }
     [[nodiscard]] unsigned int capacity() const noexcept;
-    /// 0xFFFFFFFF bytes in elements, at least 1.
+    /// The number of elements that fit into 0xFFFFFFFF bytes, at least 1.
     [[nodiscard]] unsigned int max_size() const noexcept { return 0xFFFFFFFFU / elementSize_; }
     [[nodiscard]] bool empty() const noexcept { return first_ == last_; }
 
     /// Makes the capacity exactly `count`, if that is more than there is.
     void reserve(unsigned int count);
-    /// Grows by copies of the element at `value`, or cuts from the end.
+    /// Makes the size `count`: appends copies of the element at `value`, or removes elements at the end.
     void resize(unsigned int count, unsigned char const * value);
     void push_back(unsigned char const * value) { insert(last_, 1U, value); }
     /// Removes the last element; does nothing if there is none.
@@ -86,7 +87,7 @@ public:
     void assign(unsigned int count, unsigned char const * value);
     /// Inserts one element and returns its place.
     unsigned char * insert(unsigned char * where, unsigned char const * value);
-    /// Removes all elements; the block stays.
+    /// Removes all elements; the memory is kept.
     void clear() { erase(first_, last_); }
 
 protected:
@@ -97,7 +98,7 @@ protected:
 
     unsigned char * first_ = nullptr;
     unsigned char * last_ = nullptr;
-    unsigned char * end_ = nullptr; // of the allocated capacity
+    unsigned char * end_ = nullptr; // the end of the allocated block
     unsigned int elementSize_;      // bytes
 
 private:

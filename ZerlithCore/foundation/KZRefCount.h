@@ -6,7 +6,7 @@
 ///
 ///     class Job : public KZRefCount {};
 ///     KZSmartPtr<Job> job(new Job);      // count 1
-///     KZSmartPtr<Job> other = job;       // count 2; the job dies with the last of the two
+///     KZSmartPtr<Job> other = job;       // count 2; the job is deleted with the last of the two
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -15,6 +15,8 @@
 #include <cstdint>
 
 /// What every counted object can do. Handles (KZSmartPtr) need no more than this.
+///
+/// Thread safety: both functions may be called from any thread; a class that implements them must see to that.
 class KZ_EXPORT KZRefCountI {
 public:
     KZRefCountI() noexcept = default;
@@ -25,7 +27,7 @@ public:
     /// Adds an owner and returns the new count.
     virtual unsigned long AddRef() const = 0;
 
-    /// Takes an owner away and returns the new count. At 0 the object is gone when the call returns.
+    /// Removes an owner and returns the new count. At 0 the object has been deleted when the call returns.
     virtual unsigned long Release() const = 0;
 };
 
@@ -42,7 +44,7 @@ public:
     /// Adds one; returns the new count.
     unsigned long Increment() const noexcept { return count_.fetch_add(1, std::memory_order_relaxed) + 1U; }
 
-    /// Takes one away; returns the new count. Whoever gets 0 deletes the object.
+    /// Subtracts one; returns the new count. The caller that gets 0 deletes the object.
     unsigned long Decrement() const noexcept { return count_.fetch_sub(1, std::memory_order_acq_rel) - 1U; }
 
     /// The present count.
@@ -54,8 +56,8 @@ private:
 
 /// The stock implementation of KZRefCountI.
 ///
-/// A new object and a copy have count 0; assignment leaves both counts alone. Deleting by hand an object that was
-/// never given to a handle is legal.
+/// A new object and a copy have count 0; assignment leaves both counts alone. An object that was never given to a
+/// handle may be deleted by hand, or live on the stack.
 ///
 /// Thread safety: `AddRef` and `Release` may be called from any thread.
 class KZ_EXPORT KZRefCount : public KZRefCountI {

@@ -1,5 +1,11 @@
 /// @file
 /// The two owning handles on counted objects.
+///
+///     class Job : public KZRefCount {};
+///     KZSmartPtr<Job> job(new Job);              // count 1
+///     KZSmartPtrToConst<Job> reader = job;       // count 2
+///     job.Clear();                               // count 1
+///     if (reader.IsNull()) return;
 #pragma once
 
 #include <compare>
@@ -12,8 +18,8 @@
 
 namespace KZDetail {
 
-/// An integer beside a handle. It is a class so that 0, 0L and NULL, which are pointers as well, go to the forms that take
-/// a pointer, and are never ambiguous.
+/// An integer that is compared with a handle or assigned to one. It is a class, so that 0, 0L and NULL, which could
+/// also be pointers, always choose the forms that take a pointer and are never ambiguous.
 class Integer {
 public:
     template <class Number>
@@ -30,8 +36,8 @@ private:
 /// What KZSmartPtr and KZSmartPtrToConst have in common; `T` is const in the second.
 ///
 /// The assignment rule, part of the contract: equal pointers change nothing; otherwise the old object is released
-/// first, then the new pointer is stored, then a reference is added. Assigning from a handle that only the object
-/// being released owns is therefore an error of the caller.
+/// first, then the new pointer is stored, then a reference is added. So never assign from a handle that is a member of
+/// the object being released: that object may be gone before the new one is counted.
 template <class T>
 class CountedHandle {
 public:
@@ -56,7 +62,7 @@ public:
         return *this;
     }
 
-    /// Releases what is held and becomes null.
+    /// Releases the object and becomes null.
     void Clear() { Assign(nullptr); }
 
     /// The raw pointer; no null check, no change of the count.
@@ -96,7 +102,8 @@ inline std::uintptr_t AddressOf(T const * object) noexcept {
     return reinterpret_cast<std::uintptr_t>(object);
 }
 
-// Comparisons are by identity, never of the objects: equality, and unsigned order of the addresses.
+// Handles are compared by the addresses of their objects, taken as unsigned numbers; the objects themselves aren't
+// compared.
 
 template <class A, class B>
 bool operator==(CountedHandle<A> const & a, CountedHandle<B> const & b) noexcept {
@@ -130,7 +137,8 @@ bool operator<(CountedHandle<A> const & a, B * b) noexcept { return AddressOf(a.
 ///
 /// `T` needs `AddRef` and `Release` (KZRefCountI has both). Moving a handle changes no count.
 ///
-/// Thread safety: two threads may hold two handles on one object; one handle isn't to be read and written at once.
+/// Thread safety: two threads may use two handles on one object; a handle that one thread writes must not be used by
+/// another at the same time.
 template <class T>
 class KZSmartPtr : public KZDetail::CountedHandle<T> {
     using Base = KZDetail::CountedHandle<T>;
@@ -153,7 +161,7 @@ public:
         Base::Assign(other.GetPtr());
         return *this;
     }
-    /// Releases what is held and becomes null, whatever the integer says.
+    /// Releases the object and becomes null, whatever the integer is.
     KZSmartPtr & operator=(KZDetail::Integer) {
         Base::Clear();
         return *this;
@@ -188,7 +196,7 @@ public:
         Base::Assign(other.GetPtr());
         return *this;
     }
-    /// Releases what is held and becomes null, whatever the integer says.
+    /// Releases the object and becomes null, whatever the integer is.
     KZSmartPtrToConst & operator=(KZDetail::Integer) {
         Base::Clear();
         return *this;

@@ -1,6 +1,7 @@
 /// @file
 /// Arrays of owning handles.
 ///
+///     class Job : public KZRefCount {};
 ///     KZSmartPtrVector<KZSmartPtr<Job>> jobs;
 ///     jobs.push_back(new Job);           // the vector owns it
 ///     jobs.erase(jobs.begin());          // released
@@ -18,8 +19,8 @@ class KZCriticalSection;
 
 /// A dynamic array of handles `T` (KZSmartPtr or KZSmartPtrToConst): each element in it counts as one owner.
 ///
-/// Every slot up to the capacity is a valid handle, null behind the end. So copying a range assigns handles, erasing
-/// and destroying release them, and counts are exact at every moment in between. Copies of a vector own the objects
+/// Every slot up to the capacity is a valid handle; those after the end are null. So copying a range assigns handles,
+/// erasing and destroying release them, and the counts are exact at every moment. A copy of a vector owns the objects,
 /// too. Growth, limits, errors and thread safety are those of KZRawVector.
 template <class T>
 class KZSmartPtrVector : public KZTypedRawVector<T> {
@@ -37,7 +38,7 @@ public:
     using Base::erase;
     using Base::insert;
 
-    /// Releases the handles of the range, moves the tail down and releases what it left behind.
+    /// Releases the handles of the range, moves the following ones down and clears the slots that have become free.
     unsigned char * erase(unsigned char * first, unsigned char * last) override {
         if (first == last) return first;
         ReleaseSlots(first, last);
@@ -56,7 +57,7 @@ public:
     }
 
 protected:
-    /// Assigns handles, from the end that an overlap asks for.
+    /// Assigns the handles one by one, backwards where the ranges overlap so.
     unsigned char * OptCopy(unsigned char const * first, unsigned char const * last,
                             unsigned char * dest) override {
         T const * const from = Base::Typed(first);

@@ -1,6 +1,7 @@
 /// @file
 /// The typed array of elements that may be moved as bytes.
 ///
+///     struct Point { int x, y; };
 ///     KZTypedRawVector<Point> points;
 ///     points.push_back({1, 2});
 ///     for (Point & point : points) point.x += 1;
@@ -10,9 +11,9 @@
 
 #include <type_traits>
 
-/// A dynamic array of `T`. Elements move as bytes, without constructors or destructors: `T` is a trivial type, or
-/// a class derived from this overrides the hooks, as KZSmartPtrVector does. Growth, limits, errors and thread safety
-/// are those of KZRawVector; this layer only casts.
+/// A dynamic array of `T`. Elements move as bytes, without constructors or destructors: so `T` must be a trivial type,
+/// or a derived class must override the hooks, as KZSmartPtrVector does. Growth, limits, errors and thread safety are
+/// those of KZRawVector; this layer only casts.
 template <class T>
 class KZTypedRawVector : public KZRawVector {
     static_assert(!std::is_same_v<std::remove_cv_t<T>, unsigned char>, "bytes are what KZRawVector(1) holds");
@@ -24,7 +25,7 @@ public:
 
     KZTypedRawVector() noexcept : KZRawVector(sizeof(T)) {}
 
-    // The slots of the base stay visible: the typed forms call them, and derived classes override them.
+    // The functions of the base remain visible, because the typed ones call them and derived classes override them.
     using KZRawVector::erase;
     using KZRawVector::insert;
 

@@ -1,4 +1,4 @@
-// Casts around VectorCore. Elements are moved as bytes and never read here: their real type is the typed layer's.
+// Casts around VectorCore. Elements are moved as bytes and never read here: only the typed layer knows their real type.
 
 #include "ZerlithCore/foundation/KZVoidPtrVector.h"
 

@@ -1,8 +1,9 @@
 /// @file
 /// The dynamic array of plain pointers, under KZPointerVector.
 ///
+///     int number = 7;
 ///     KZVoidPtrVector vector;
-///     vector.push_back(&something);      // not owned
+///     vector.push_back(&number);         // not owned
 ///     // Programs use the typed layer over it: KZPointerVector.
 #pragma once
 
@@ -28,17 +29,17 @@ public:
 
     KZVoidPtrVector & operator=(KZVoidPtrVector const & other);
 
-    /// Inserts copies of the elements of a range in front of `where`.
+    /// Inserts copies of the elements of a range before `where`.
     virtual void insert(void ** where, void * const * first, void * const * last);
-    /// Inserts `value` `count` times in front of `where`.
+    /// Inserts `value` `count` times before `where`.
     virtual void insert(void ** where, unsigned int count, void * value);
-    /// Removes a range; returns the place behind it.
+    /// Removes a range; returns the place after it.
     virtual void ** erase(void ** first, void ** last);
-    /// Removes one element; returns the place of the next. The end position changes nothing.
+    /// Removes the element at `where` and returns the place of the next. Does nothing if `where` is the end.
     virtual void ** erase(void ** where);
 
 protected:
-    /// Copies a range to `dest`, which may overlap it; returns the place behind the copy. An empty range touches
+    /// Copies a range to `dest`, which may overlap it; returns the place after the copy. An empty range touches
     /// no memory.
     virtual void ** OptCopy(void * const * first, void * const * last, void ** dest);
     /// Stores `value` at `count` places from `dest` on.
@@ -56,13 +57,13 @@ public:
 
     [[nodiscard]] unsigned int size() const noexcept { return internal_size(); }
     [[nodiscard]] unsigned int capacity() const noexcept;
-    /// 0xFFFFFFFF bytes in elements.
+    /// The number of elements that fit into 0xFFFFFFFF bytes.
     [[nodiscard]] unsigned int max_size() const noexcept { return 0xFFFFFFFFU / sizeof(void *); }
     [[nodiscard]] bool empty() const noexcept { return first_ == last_; }
 
     /// Makes the capacity exactly `count`, if that is more than there is.
     void reserve(unsigned int count);
-    /// Grows by `value`s, or cuts from the end.
+    /// Makes the size `count`: appends `value`s, or removes elements at the end.
     void resize(unsigned int count, void * value = nullptr);
     void push_back(void * value) { insert(last_, 1U, value); }
     /// Removes the last element; does nothing if there is none.
@@ -71,7 +72,7 @@ public:
     void assign(unsigned int count, void * value);
     /// Inserts one element and returns its place.
     void ** insert(void ** where, void * value);
-    /// Removes all elements; the block stays.
+    /// Removes all elements; the memory is kept.
     void clear() { erase(first_, last_); }
 
 protected:
@@ -95,5 +96,5 @@ private:
 
     void ** first_ = nullptr;
     void ** last_ = nullptr;
-    void ** end_ = nullptr; // of the allocated capacity
+    void ** end_ = nullptr; // the end of the allocated block
 };

@@ -14,7 +14,8 @@ struct OperatorText {
     bool isPattern;
 };
 
-// What is read; of two with the same number, the one with the fitting flag is printed.
+// The texts of the operators. Two operators have two texts: one is printed for a pattern, the other for any other
+// value.
 constexpr OperatorText operatorTexts[] = {
     {u"<", KZCondition::Less, false},
     {u"<=", KZCondition::LessOrEqual, false},
@@ -40,15 +41,16 @@ KZCondition::KZCondition(KZString const & text) { KZCondition::FromString(text);
 
 KZCondition::KZCondition(KZCondition const & other) = default;
 
-// By way of a copy, so that a failure changes nothing. What is overwritten may hold `other`, so it ends last.
+// Makes a copy and swaps, so that a failure changes nothing. `other` may be joined to this condition: so the old
+// content is destroyed last.
 KZCondition & KZCondition::operator=(KZCondition const & other) {
     KZCondition copy(other);
     Swap(copy);
     return *this;
 }
 
-// Goes down into children whose last owner this is, without recursion and without memory of its own: on the way down a child
-// keeps the list that it was taken from, and the child's place in that list keeps the way back up.
+// Deletes the children that have no other owner, without recursion and without allocating. On the way down a child
+// stores the list in which it stood, and its place in that list stores the way back up.
 KZCondition::~KZCondition() {
     std::vector<SubCondition> list = std::move(subConditions_);
     KZSmartPtr<KZCondition> parent;
@@ -181,8 +183,8 @@ bool KZCondition::IsNativeFormat(KZString const & text) {
     return text.Length() >= 2 && text[0] == u'@' && text[1] == u'@';
 }
 
-// A condition that is joined last decides alone, so nothing has to be kept of the one that it is joined to; of the others,
-// where to go on.
+// The list holds the conditions that still have terms to evaluate, and the next of these terms. A condition that is at
+// its last term is taken off first: that term gives its result.
 bool KZCondition::Evaluate(KZConditionParams const & params) const {
     struct Place {
         KZCondition const * condition;
@@ -195,7 +197,8 @@ bool KZCondition::Evaluate(KZConditionParams const & params) const {
     bool holds = HoldsAlone(params);
     for (;;) {
         std::vector<SubCondition> const & list = at.condition->subConditions_;
-        // Only an AND can change what holds, only an OR what doesn't.
+        // While the result is true, only an AND can change it; while it is false, only an OR. The other terms are
+        // skipped.
         while (at.next < list.size() && holds != (list[at.next].first == And)) ++at.next;
         if (at.next < list.size()) {
             KZCondition const & child = *list[at.next].second;
@@ -254,7 +257,7 @@ KZCondition & KZCondition::Join(int connective, KZCondition const & other) {
     return *this;
 }
 
-// A new value drops the old one, a pattern too.
+// Replaces the value; a pattern that was compiled is dropped.
 void KZCondition::SetValue(int op, int type) {
     operator_ = op;
     valueType_ = type;

@@ -1,10 +1,17 @@
 /// @file
 /// Conditions on named fields that a person can type.
 ///
-///     class RecordParams : public KZConditionParams { public: Record const * record; };
-///     class RecordCondition : public KZCondition { ... OnEvaluate looks a field up in the record ... };
-///     RecordCondition condition;
-///     if (condition.FromString(u"level >= 3 AND message % .*timeout.*")) ... condition.Evaluate(params) ...
+///     struct LineParams : KZConditionParams { int level = 3; };
+///     class LineCondition : public KZCondition {
+///     public:
+///         KZSmartPtr<KZCondition> NewChild() override { return new LineCondition; }
+///         bool OnEvaluate(KZConditionParams const & params) const override {
+///             int const level = static_cast<LineParams const &>(params).level;
+///             return GetName() == u"level" && GetOperatorValue() == GreaterOrEqual && level >= GetNumberValue();
+///         }
+///     };
+///     LineCondition condition;
+///     bool const holds = condition.FromString(u"level >= 3 AND level >= 2") && condition.Evaluate(LineParams());
 ///
 /// docs/conditions.md has the language.
 #pragma once
@@ -27,7 +34,9 @@ template <class T>
 concept IsConditionNumber = std::is_arithmetic_v<T> ||(std::is_enum_v<T> && std::is_convertible_v<T, int>);
 } // namespace KZDetail
 
-/// What a condition is evaluated on; a class derived from KZCondition has one derived from this.
+/// The data on which a condition is evaluated. A class derived from KZCondition needs a class derived from this one.
+///
+/// Thread safety: as the derived class.
 class KZ_EXPORT KZConditionParams {
 public:
     virtual ~KZConditionParams();
@@ -35,53 +44,59 @@ public:
 
 /// A comparison of a named field with a value, and conditions joined to it by AND and OR.
 ///
-/// The library has no field values: a derived class gives them in `OnEvaluate`. The joined conditions are taken strictly from
-/// left to right, with no precedence. Conditions are counted; a copy shares the joined ones, which don't change any more.
+/// The library doesn't know the values of fields: a derived class looks them up in `OnEvaluate`. Conditions that are
+/// joined to one are evaluated from left to right; AND has no precedence over OR. In a text everything after an AND or
+/// OR is joined to the term before it: "a = 1 AND b = 2 OR c = 3" is a = 1 AND (b = 2 OR c = 3). Conditions are
+/// counted; a copy shares the joined ones, which don't change any more.
 ///
-/// Parentheses in a text may nest 1,000 deep; deeper ones are refused. Terms joined by AND and OR have no such limit, and no
-/// operation recurses into them: conditions of any depth are read, printed, evaluated and released.
+/// Parentheses in a text may nest 1,000 deep; deeper ones are refused. Any number of terms may be joined by AND and OR:
+/// no operation recurses into them.
 ///
-/// Thread safety: a condition is built by one thread; then any may evaluate it.
+/// Errors: functions that change or print a condition throw std::bad_alloc.
+///
+/// Thread safety: one thread builds a condition; after that any number of threads may evaluate it.
 class KZ_EXPORT KZCondition {
 public:
-    /// The comparison. A pattern has `Equal` or `NotEqual`, and a value type of its own.
+    /// The comparison. A pattern has `Equal` or `NotEqual`, and the value type `Pattern`.
     enum Operator : int { NoOperator, Less, LessOrEqual, Equal, NotEqual, GreaterOrEqual, Greater };
-    /// What the value was read or given as.
+    /// The type of the value that the field is compared with.
     enum ValueType : int { NoValue, String, Number, Date, Pattern, PlainText };
-    /// How a condition is joined to the ones in front of it.
+    /// How a condition is joined to the ones before it.
     enum Connective : int { Or, And };
 
     KZCondition();
-    /// As `FromString` reads; a bad text leaves what was assigned in front of the fault. A derived class calls its own
-    /// `FromString` in its own constructor.
+    /// Reads `text` as `FromString` does; of a wrong text the part before the error is kept. This constructor can't
+    /// call the `FromString` of a derived class: the constructor of that class must do so.
     explicit KZCondition(KZString const & text);
     KZCondition(KZCondition const & other);
     KZCondition & operator=(KZCondition const & other);
     virtual ~KZCondition();
 
-    // --- For derived classes. The three that take a string append to it.
+    // --- For derived classes to override. The three functions with an `out` append to it.
 
     virtual void GetFieldName(KZString & out) const;
-    /// A new condition of the same kind, for what is joined to this one.
+    /// Makes a new condition of the same class, which will be joined to this one.
     [[nodiscard]] virtual KZSmartPtr<KZCondition> NewChild();
-    /// False refuses the name.
+    /// Sets the field name. Returns false to refuse the name.
     virtual bool AssignFieldName(KZString const & name);
-    /// Reads a condition, or what `ToString(true)` wrote; blanks alone change nothing. False for a text that isn't one;
-    /// what was assigned in front of the fault stays, except from a native text, which then changes nothing. Called for the
-    /// whole text only: parts of it are read by the functions below, of the conditions that `NewChild` makes.
-    /// Errors: std::bad_alloc, and what these functions throw; members of this class are unchanged then.
+    /// Reads a condition as a person types it, or as `ToString(true)` wrote it; blanks alone change nothing. Returns
+    /// false for any other text: the part before the error is kept, but a text of `ToString(true)` with an error
+    /// changes nothing. This function is called for the whole text only. Its parts are read into conditions that
+    /// `NewChild` makes, with the functions below. Errors: std::bad_alloc, and what those functions throw; the members
+    /// of this class are then unchanged.
     virtual bool FromString(KZString const & text);
-    /// The comparison itself; false here.
+    /// Compares the field with the value. Returns false unless a derived class overrides it.
     [[nodiscard]] virtual bool OnEvaluate(KZConditionParams const & params) const;
-    /// Takes "<", "<=", "=", "!=", ">=", ">", or "%" and "/=" for patterns. False, and no operator, for anything else.
+    /// Sets the operator: "<", "<=", "=", "!=", ">=", ">", or "%" and "/=" for patterns. Returns false, and sets no
+    /// operator, for any other text.
     virtual bool AssignOperatorFromStr(bool & isPattern, KZString const & text);
-    /// Takes a number, TO_DATE(...), a pattern, or a text with or without quotes.
+    /// Sets the value: a number, TO_DATE(...), a pattern, or a text with or without quotes.
     virtual bool AssignSuppliedValueFromStr(bool isPattern, KZString const & text);
-    /// Called when a value was read; false refuses it.
+    /// Called after a value was read. Returns false to refuse it.
     virtual bool PostAssignSuppliedValue();
     virtual void GetOperator(KZString & out) const;
     virtual void GetSuppliedValue(KZString & out) const;
-    /// Becomes a copy of `other`, its joined conditions shared.
+    /// Becomes a copy of `other`, and shares its joined conditions.
     virtual void LocalCopy(KZCondition const & other);
 
     // --- Counting
@@ -90,8 +105,8 @@ public:
     unsigned long Release() const;
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
-    // --- Building: each sets the operator and the value, and gives the condition. Numbers of all types are kept as a double,
-    // which is exact to 2^53; a unit is a text.
+    // --- Building: each function sets the operator and the value, and returns this condition. Numbers of all types
+    // become a double, which is exact up to 2^53; a unit becomes a text.
 
     template <KZDetail::IsConditionNumber Number>
     KZCondition & operator==(Number value) {
@@ -142,8 +157,8 @@ public:
     KZCondition & AssignDouble(int op, KZDouble const & value);
     KZCondition & AssignKZString(int op, KZString const & value);
     KZCondition & AssignKZDateTime(int op, KZDateTime const & value);
-    /// Equal to, and not equal to, a pattern. Errors: std::bad_alloc, also for a pattern that is too large to compile; the
-    /// condition is unchanged then.
+    /// The field matches, or doesn't match, a pattern. Errors: std::bad_alloc, also for a pattern that is too large to
+    /// compile; the condition is then unchanged.
     KZCondition & operator%(KZString const & pattern);
     KZCondition & operator/=(KZString const & pattern);
     /// Joins a copy of `other` by AND, or OR.
@@ -155,17 +170,18 @@ public:
 
     [[nodiscard]] KZString GetFieldName() const;
     [[nodiscard]] std::size_t GetSubCondCount() const noexcept { return subConditions_.size(); }
-    /// No field name and nothing joined.
+    /// True when there is no field name and no joined condition.
     [[nodiscard]] bool IsNull() const noexcept { return fieldName_.IsNull() && subConditions_.empty(); }
     [[nodiscard]] bool IsRegularExpression() const noexcept { return valueType_ == Pattern; }
     [[nodiscard]] bool HasOr() const noexcept { return Has(Or); }
     [[nodiscard]] bool HasAnd() const noexcept { return Has(And); }
     /// True for a text that starts with "@@".
     [[nodiscard]] static bool IsNativeFormat(KZString const & text);
-    /// Prints the condition as it can be typed, or, when `native`, so that `FromString` gives back the same tree.
+    /// Prints the condition as a person types it, or, when `native`, in a form from which `FromString` makes the same
+    /// tree.
     [[nodiscard]] KZString ToString(bool native) const;
-    /// Whether the condition holds; one with neither operator nor joined conditions does. Allocates nothing, unless more than
-    /// 32 parentheses with something behind them nest.
+    /// Returns whether the condition holds; one with neither operator nor joined conditions does. Allocates memory only
+    /// where more than 32 parentheses nest, each followed by another term.
     [[nodiscard]] bool Evaluate(KZConditionParams const & params) const;
 
 protected:
@@ -176,12 +192,12 @@ protected:
     [[nodiscard]] double GetNumberValue() const noexcept { return number_; }
     [[nodiscard]] KZDateTime const & GetDateValue() const noexcept { return date_; }
 
-    /// Compiles the string value as a pattern. False when it is too large to compile (docs/patterns.md).
+    /// Compiles the string value as a pattern. Returns false when it is too large to compile (docs/patterns.md).
     bool AsRegExp();
-    /// For `OnEvaluate`: whether `text` matches the pattern, or, with the operator "not equal", doesn't; false without
-    /// a pattern.
+    /// For `OnEvaluate`: returns whether `text` matches the pattern, or, with the operator `NotEqual`, whether it
+    /// doesn't; false without a pattern.
     [[nodiscard]] bool MatchRexExp(KZString const & text) const;
-    /// Reads what `ToString(true)` wrote. False, without a change, for anything else.
+    /// Reads what `ToString(true)` wrote. Returns false, and changes nothing, for any other text.
     bool FromNativeString(KZString const & text);
 
 private:
@@ -199,7 +215,7 @@ private:
     KZCondition & Join(int connective, KZCondition const & other);
     KZCondition & AssignPattern(int op, KZString const & pattern);
     void SetValue(int op, int type);
-    /// Exchanges all but the counts.
+    /// Swaps everything but the reference counts.
     void Swap(KZCondition & other) noexcept;
     [[nodiscard]] bool Has(int connective) const noexcept;
     bool ReadDate(std::u16string_view call);

@@ -1,5 +1,5 @@
-// Reading conditions from text. Each unit is looked at once, from left to right, and what is begun stands on a list: no
-// rest is copied, and nothing recurses.
+// Reads conditions from text. Each unit is read once, from left to right. Conditions that are begun but not complete
+// stand on a list, so nothing recurses, and no text is copied that is still to be read.
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -20,7 +20,7 @@ std::u16string_view Take(std::u16string_view & text, std::size_t count) {
     return taken;
 }
 
-// The length of the quoted text in front, its quotes included; npos when it isn't closed.
+// The length of the quoted text with which `text` begins, with both quotes; npos when the closing quote is missing.
 std::size_t QuotedLength(std::u16string_view text) {
     for (std::size_t i = 1; i < text.size(); ++i) {
         if (text[i] != u'"') continue;
@@ -38,8 +38,8 @@ void Say(wchar_t const * line) { KZLockedCOUT().GetCout(1) << line << std::endl;
 
 } // namespace
 
-// Takes a native text apart; each function is false where the text isn't one. Lengths and counts are believed only as
-// far as the text goes.
+// Reads a native text, as `ToString(true)` writes it. Each function returns false for an error in the text. A length or
+// a count in the text that is larger than the rest of the text is an error.
 class KZCondition::NativeReader {
 public:
     explicit NativeReader(std::u16string_view text) noexcept : rest_(text) {}
@@ -85,7 +85,7 @@ private:
         return true;
     }
 
-    // Decimal digits with "@" behind them.
+    // Reads decimal digits followed by "@".
     bool ReadNumber(std::uint32_t & value, std::uint32_t high) {
         std::uint64_t sum = 0;
         std::size_t digits = 0;
@@ -130,8 +130,9 @@ private:
     std::vector<std::pair<KZCondition *, std::uint32_t>> begun_; // and how many are still to be joined to it
 };
 
-// Reads what is typed. A text, what stands in parentheses, and what stands behind an AND or OR, are parts; each is read into a
-// condition of its own.
+// Reads what a person types. The whole text, the text in a pair of parentheses, and the text after an AND or OR are
+// parts. Each part is read into a condition of its own: in "a = 1 AND (b = 2 OR c = 3)" these begin at a, at "(", at b
+// and at c.
 class KZCondition::Reader {
 public:
     Reader(KZCondition & condition, std::u16string_view text) : rest_(text) {
@@ -140,7 +141,7 @@ public:
 
     bool Read() {
         bool const isGood = ReadParts();
-        // What was read is kept, even in front of a fault; what is in parentheses only when they are closed.
+        // What was read before an error is kept, except the text of parentheses that aren't closed.
         while (parts_.size() > 1) EndPart(false);
         return isGood;
     }
@@ -184,7 +185,7 @@ private:
         rest_.remove_prefix(1);
     }
 
-    // A connective, a term, or a word with nothing behind it, which is no fault.
+    // Reads a connective or a term. A single word at the end, without an operator, is no error.
     bool ReadItem() {
         std::u16string_view const token = TakeToken();
         SkipBlanks();
@@ -207,7 +208,7 @@ private:
                condition.AssignSuppliedValueFromStr(isPattern, KZString(value));
     }
 
-    // A part may be a native text from end to end.
+    // A whole part may be a native text.
     bool ReadNative() {
         if (parts_.back().kind == Part::Joined) SkipBlanks();
         if (!rest_.starts_with(u"@@")) return true;
@@ -239,7 +240,7 @@ private:
             outer.LocalCopy(*part.condition);
     }
 
-    // --- Tokens. Parentheses inside them count, too, so that those around them end where they should.
+    // --- Tokens. Parentheses inside a token are counted, so that "(a = f(x))" ends at the second ")".
 
     void SkipBlanks() {
         rest_.remove_prefix(
@@ -248,7 +249,7 @@ private:
 
     bool IsAtClosing() const { return !opened_.empty() && opened_.back() == 0 && rest_.starts_with(u')'); }
 
-    // Counts a unit; false for the parenthesis that closes the part.
+    // Counts `unit` if it is a parenthesis. Returns false for the one that closes the part.
     bool Pass(char16_t unit) {
         if (opened_.empty()) return true;
         if (unit == u')' && opened_.back() == 0) return false;
@@ -263,8 +264,8 @@ private:
         return Take(rest_, size);
     }
 
-    // Empty for a quote that isn't closed. What is quoted has no parentheses that count; a quote further inside of a value is
-    // a unit like others.
+    // Reads a value; empty for a quote that isn't closed. Parentheses in quotes don't count. A quote that isn't the
+    // first unit of the value is a unit like others.
     std::u16string_view TakeValue() {
         if (rest_.starts_with(u'"')) {
             std::size_t const length = QuotedLength(rest_);
@@ -275,19 +276,19 @@ private:
         std::size_t const call = token.find(u"TO_DATE");
         if (call == token.npos || token.find(u')', call) != token.npos) return token;
         std::size_t size = 0;
-        bool isCall = true; // still, so that blanks belong to it
+        bool isCall = true; // up to its ")", blanks belong to the value
         while (isCall && size < rest_.size() && Pass(rest_[size])) isCall = rest_[size++] != u')';
         return text.substr(0, token.size() + Take(rest_, size).size());
     }
 
     std::u16string_view rest_;
     std::vector<Part> parts_;         // innermost last
-    std::vector<std::size_t> opened_; // for each parenthesis around a part: how many are open in its tokens
+    std::vector<std::size_t> opened_; // for each "(" around a part: how many are open in its tokens
 };
 
 bool KZCondition::FromString(KZString const & text) {
     if (IsNativeFormat(text)) return FromNativeString(text);
-    KZString const kept = text; // may be a part of this condition
+    KZString const kept = text; // `text` may be a member of this condition, which changes below
     KZCondition before(*this);
     try {
         return Reader(*this, kept.c_str()).Read();

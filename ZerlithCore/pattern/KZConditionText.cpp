@@ -1,4 +1,4 @@
-// Printing conditions. The conditions that are begun stand on a list, innermost last, so that nothing recurses.
+// Prints conditions. Those that are begun but not complete stand on a list, innermost last, so that nothing recurses.
 #include "ZerlithCore/pattern/KZCondition.h"
 
 namespace {
@@ -53,7 +53,7 @@ void KZCondition::AppendTerm(KZString & out) const {
     GetSuppliedValue(out);
 }
 
-// A condition with neither operator nor joined ones has no text, and nothing is begun.
+// Writes nothing for a condition that has neither an operator nor joined conditions.
 void KZCondition::AppendNative(KZString & out) const {
     std::vector<std::pair<KZCondition const *, std::size_t>> begun;
     auto const begin = [&out, &begun](KZCondition const & condition) {

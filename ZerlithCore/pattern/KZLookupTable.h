@@ -1,5 +1,10 @@
 /// @file
 /// A table from ranges of keys to values.
+///
+///     KZLookupTable<int, char> grades('F');
+///     grades.Assign(50, 80, 'C');                // 50 to 79
+///     grades.Assign(70, 101, 'A');               // 70 to 100; 'C' keeps 50 to 69
+///     char const grade = grades.Lookup(69);      // 'C'
 #pragma once
 
 #include <algorithm>
@@ -16,10 +21,12 @@ struct KZLookupRange {
     bool operator==(KZLookupRange const &) const = default;
 };
 
-/// Values by ranges of keys; a key that no range covers has the default value.
+/// Maps ranges of keys to values; a key in no range has the default value.
 ///
-/// The ranges are sorted, never empty, don't overlap, and neighbours of equal value are merged. A look-up is a binary
-/// search; a change moves the ranges behind it.
+/// The ranges are sorted, never empty and don't overlap; neighbours of equal value are merged. A look-up is a binary
+/// search; a change moves the ranges after it.
+///
+/// Errors: functions that change the table throw std::bad_alloc.
 ///
 /// Thread safety: a const object may be read from any thread.
 template <class Key, class Value>
@@ -42,10 +49,10 @@ public:
         return found != ranges_.end() && found->low <= key ? found->value : default_;
     }
 
-    /// Gives the keys from `low` up to `high` this value; nothing when the range is empty.
+    /// Gives `value` to the keys from `low` up to, but not including, `high`. Does nothing when the range is empty.
     void Assign(Key low, Key high, Value const & value) {
         if (!(low < high)) return;
-        // Ranges that touch take part, so that they can be merged.
+        // Ranges that only touch the new one are included, so that they can be merged with it.
         auto first = std::ranges::lower_bound(ranges_, low, {}, &Range::high);
         auto last = std::ranges::upper_bound(first, ranges_.end(), high, {}, &Range::low);
         Range fresh{low, high, value};
@@ -69,7 +76,7 @@ public:
         Replace(first, last, keepLeft ? &left : nullptr, &fresh, keepRight ? &right : nullptr);
     }
 
-    /// Takes the keys from `low` up to `high` out of the table.
+    /// Removes the keys from `low` up to, but not including, `high`.
     void Erase(Key low, Key high) {
         if (!(low < high)) return;
         auto first = FirstBehind(low);
@@ -80,7 +87,7 @@ public:
         Replace(first, last, left.low < low ? &left : nullptr, nullptr, high < right.high ? &right : nullptr);
     }
 
-    /// Adds a range behind all others; `low` must not lie before their end.
+    /// Adds a range after all others; `low` must not be below the end of the last one.
     void Append(Key low, Key high, Value const & value) {
         if (!ranges_.empty() && ranges_.back().high == low && ranges_.back().value == value)
             ranges_.back().high = high;
@@ -93,7 +100,7 @@ public:
     }
 
 private:
-    /// The first range that ends behind `key`.
+    /// The first range that ends after `key`.
     [[nodiscard]] auto FirstBehind(Key key) const {
         return std::ranges::upper_bound(ranges_, key, {}, &Range::high);
     }

@@ -1,5 +1,10 @@
 /// @file
-/// A set of small numbers: the nodes that an automaton may be in at once.
+/// A set of small numbers: the nodes in which an automaton may be at the same time.
+///
+///     KZNFANodeSet nodes;
+///     nodes.Insert(3);
+///     nodes.Insert(200);
+///     for (std::uint32_t const id : nodes) std::cout << id << '\n';      // 3, 200
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -12,7 +17,9 @@
 #include <memory>
 #include <set>
 
-/// A set of node identifiers: a bitmap up to 127, without an allocation, and a tree for those above.
+/// A set of node identifiers. Those up to 127 are bits of the object; only those above are allocated, in a tree.
+///
+/// Errors: insertions and copies throw std::bad_alloc.
 ///
 /// Thread safety: a const object may be read from any thread.
 class KZ_EXPORT KZNFANodeSet {
@@ -54,16 +61,16 @@ public:
     KZNFANodeSet & operator=(KZNFANodeSet &&) noexcept = default;
     ~KZNFANodeSet() = default;
 
-    /// True when the identifier, or any of the other set, is new.
+    /// Inserts an identifier, or all of another set. Returns true when one of them is new.
     bool Insert(std::uint32_t id);
     bool Insert(KZNFANodeSet const & other);
     [[nodiscard]] bool IsInSet(std::uint32_t id) const;
-    /// The first identifier of the bitmap, and the one behind `id`; `None` when there is none.
+    /// The first identifier of the bitmap, and the one after `id`; `None` when there is none.
     [[nodiscard]] std::uint32_t GetFirstSmallID() const noexcept { return FindSmall(0); }
     [[nodiscard]] std::uint32_t GetNextSmallID(std::uint32_t id) const noexcept {
         return id >= smallEnd ? None : FindSmall(id + 1);
     }
-    /// How many identifiers stand in the tree: what the set costs beside its bitmap.
+    /// The number of identifiers above 127, which are the ones that take memory.
     [[nodiscard]] std::size_t GetLargeCount() const noexcept { return large_ ? large_->size() : 0; }
     [[nodiscard]] iterator begin() const;
     [[nodiscard]] iterator end() const;
@@ -74,7 +81,7 @@ public:
 private:
     static constexpr std::uint32_t smallEnd = 128;
 
-    /// By the words of the bitmap, the first one first, then by the identifiers above.
+    /// Compares the words of the bitmap, starting with the first, then the identifiers above 127.
     std::strong_ordering operator<=>(KZNFANodeSet const & other) const;
     [[nodiscard]] std::uint32_t FindSmall(std::uint32_t from) const noexcept;
 

@@ -1,5 +1,11 @@
 /// @file
-/// A set of values as sorted ranges.
+/// A set of values, kept as sorted ranges.
+///
+///     KZRangeSet<int> days;
+///     days.Add(1, 32);               // 1 to 31
+///     days.Del(10, 20);
+///     bool const is20 = days.IsInSet(20);        // true
+///     int const count = days.GetKeyLength();     // 21
 #pragma once
 
 #include "ZerlithCore/pattern/KZLookupTable.h"
@@ -7,7 +13,9 @@
 #include <algorithm>
 #include <compare>
 
-/// A set of keys. Ranges are half open, so the greatest value of `T` can't be in any set.
+/// A set of keys. A range doesn't include its end, so the greatest value of `T` can't be in a set.
+///
+/// Errors: functions that change the set throw std::bad_alloc.
 ///
 /// Thread safety: a const object may be read from any thread.
 template <class T>
@@ -16,7 +24,7 @@ public:
     using Table = KZLookupTable<T, bool>;
     using const_iterator = typename Table::const_iterator;
 
-    /// Adds, or removes, the keys from `low` up to, but not including, `high`; nothing for an empty range.
+    /// Adds, or removes, the keys from `low` up to, but not including, `high`. An empty range does nothing.
     void Add(T low, T high) { table_.Assign(low, high, true); }
     void Del(T low, T high) { table_.Erase(low, high); }
     void Clear() noexcept { table_.clear(); }
@@ -54,7 +62,7 @@ public:
         ComputeIntersection(table_, mine, other.table_);
         return *this;
     }
-    /// Becomes the intersection of `a` and `b`, which is taken out of both.
+    /// Becomes the intersection of `a` and `b`, and removes it from both.
     void ComputeDifference(KZRangeSet & a, KZRangeSet & b) {
         Table common(false);
         ComputeIntersection(common, a.table_, b.table_);
@@ -76,7 +84,8 @@ public:
         return false;
     }
     friend bool operator==(KZRangeSet const & a, KZRangeSet const & b) { return a.table_ == b.table_; }
-    /// By the ranges one after the other: their low, then their high ends. A set that runs out first stands in front.
+    /// Compares range by range, first the low ends, then the high ones. When all ranges of one set are those with which
+    /// the other begins, the shorter set comes first.
     friend bool operator<(KZRangeSet const & a, KZRangeSet const & b) {
         return std::lexicographical_compare(
             a.GetBegin(), a.GetEnd(), b.GetBegin(), b.GetEnd(), [](auto const & left, auto const & right) {

@@ -2,7 +2,7 @@
 /// Regular expressions: a pattern compiled once, and texts matched against it in one pass.
 ///
 ///     KZRegEx const number(KZStringRegExParser(u"-?[0-9]+(\\.[0-9]+)?").Parse());
-///     if (number.Match(text)) ...
+///     bool const isNumber = number.Match(u"-12.5");      // true
 ///
 /// docs/patterns.md has the syntax.
 #pragma once
@@ -23,37 +23,38 @@ struct RegExAutomaton;
 
 /// A deterministic automaton for a pattern. A match is of the whole text; there is no search and there are no captures.
 ///
-/// Construction costs what the pattern asks for: the automaton may have many states, as repeats and alternates multiply. What
-/// would take more than some 64 MB, or more than about a second, throws std::bad_alloc. Both are reckoned from what is made,
-/// not measured, so a pattern fails on every machine or on none. A pattern that didn't parse gives an automaton that matches
-/// nothing.
+/// Construction takes time and memory in proportion to the number of states, which repeats and alternates multiply. A
+/// pattern that would take more than about 64 MB, or more than about a second, throws std::bad_alloc. Both are computed
+/// from the number of steps and objects, not measured, so a pattern fails on every machine or on none. A pattern that
+/// didn't parse gives an automaton that matches nothing.
 ///
-/// A match allocates nothing, costs a few table look-ups a unit (a binary search where tables would be too large), and takes
-/// linear time. U+FFFF belongs to no set, so no pattern passes it; but a match that nothing can change any more, as behind
-/// the "a" of "a.*", ends there.
+/// A match takes linear time and allocates nothing. It looks each unit up in tables, or, where tables would be too
+/// large, by a binary search. U+FFFF is in no set, so a text with it matches no pattern, with one exception: a match
+/// ends as soon as no further unit can change the result, so "a.*" matches an "a" that U+FFFF follows.
 ///
 /// Copies share the automaton.
 ///
 /// Thread safety: one object may match in any number of threads.
 class KZ_EXPORT KZRegEx : public KZRefCount {
 public:
-    /// Compiles `parsed`, whose collating tables, if there are any, translate each unit of a text: the narrow one those
-    /// below 257 by their lower byte, the wide one all, where there is no narrow one. With `debug` the nodes and states are
-    /// written to the console.
+    /// Compiles `parsed`. A collating table in it translates each unit of a text before it is matched: the table of 8
+    /// bits the units below 257, by their lower byte; the table of 16 bits all units, but only if there is none of 8
+    /// bits. With `debug` the nodes and states are written to the console. Errors: std::bad_alloc.
     explicit KZRegEx(KZParsedRegEx const & parsed, bool debug = false);
     KZRegEx(KZRegEx const & other);
     KZRegEx & operator=(KZRegEx const & other);
     ~KZRegEx() override;
 
-    /// True when the pattern matches all of `text` up to its first 0; null is the empty text.
+    /// Returns true when the pattern matches the whole `text` up to its first 0; null is the empty text.
     [[nodiscard]] bool Match(char16_t const * text) const;
     [[nodiscard]] bool Match(KZString const & text) const {
         return MatchUnits(static_cast<std::u16string_view>(text));
     }
 
-    /// A prefix to narrow a search with: walks the states in the order they were made, adds the lowest unit of each that has
-    /// just one range of units to go on with, passes over accepting ones, and ends at one with more. For "[a-c]x" that
-    /// is "ax": callers rely on it.
+    /// A prefix with which callers narrow a search. The states are visited in the order in which they were made: an
+    /// accepting state is skipped, a state that goes on with one range of units adds the lowest of these, and a state
+    /// with several ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Errors:
+    /// std::bad_alloc.
     [[nodiscard]] KZString GetConstantStart() const;
 
 private:

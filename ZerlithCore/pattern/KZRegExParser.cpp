@@ -1,4 +1,5 @@
-// Recursive descent, one token ahead. Sequences and alternates nest to the left, so only parentheses recurse.
+// A recursive descent that reads one token ahead. Sequences and alternates are read in loops, so only parentheses
+// recurse.
 #include "ZerlithCore/pattern/KZRegExParser.h"
 
 #include <new>
@@ -19,7 +20,8 @@ KZSmartPtr<KZRegExSyntaxNode> MakeSet(KZUWCharSet const & set) {
 KZRegExParserBase::~KZRegExParserBase() = default;
 
 KZParsedRegEx KZRegExParserBase::Parse() {
-    // A parse that memory ended can't go on, and must not pass for a pattern with an error.
+    // A parse that std::bad_alloc has stopped can't continue. It throws again, because a null root would mean that the
+    // pattern is wrong.
     if (state_ == State::Begun) throw std::bad_alloc();
     if (state_ == State::Fresh) {
         state_ = State::Begun;
@@ -120,7 +122,7 @@ void KZRegExParserBase::ReadToken(bool inGroup) {
     character_ = GetNextChar();
     token_ = character_ == 0 ? Token::End : Token::Character;
     if (character_ == u'\\') {
-        // At the very end the backslash stands for itself.
+        // A backslash at the end of the pattern stands for itself.
         char16_t const next = GetNextChar();
         if (next != 0) character_ = next;
         return;
@@ -144,7 +146,7 @@ KZRegExParserBase::Node KZRegExParserBase::ParseSuffix(Node node) {
     return Node(new KZRegExSyntaxNodeRepeat(std::move(node), minimum, maximum));
 }
 
-// Between the counts any character separates.
+// Any character may stand between the two counts.
 KZRegExParserBase::Node KZRegExParserBase::ParseCount(Node node) {
     GetRegExChar();
     std::uint32_t const minimum = GetCount(1);
@@ -166,7 +168,7 @@ KZRegExParserBase::Node KZRegExParserBase::Fail() {
     return {};
 }
 
-// A character, or a range of them.
+// Reads a character, or a range of characters.
 bool KZRegExParserBase::ReadGroupItem(KZUWCharSet & set, bool negate) {
     char16_t const low = character_;
     char16_t high = low;

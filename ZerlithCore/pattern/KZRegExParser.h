@@ -1,5 +1,5 @@
 /// @file
-/// The parser of patterns. docs/patterns.md has the syntax.
+/// The parser of regular expressions, whose result KZRegEx compiles. docs/patterns.md has the syntax.
 ///
 ///     KZRegEx const regEx(KZStringRegExParser(u"[a-z]+(, [a-z]+)*").Parse());
 #pragma once
@@ -13,6 +13,8 @@
 #include <cstdint>
 
 /// A parsed pattern: its tree, null after an error, and the collating tables to match with, which may be null.
+///
+/// Thread safety: threads may use copies of one record; the trees don't change.
 struct KZParsedRegEx {
     KZSmartPtr<KZRegExSyntaxNode> root;
     KZSmartPtr<KZCollatingTable<char>> collatingTable;
@@ -21,9 +23,10 @@ struct KZParsedRegEx {
 
 /// Parses a pattern that comes unit by unit from a derived class.
 ///
-/// An error is shown by a null root alone. Parentheses may nest 1,000 deep; deeper ones are an error.
+/// An error in the pattern gives a null root and no other sign. Parentheses may nest 1,000 deep; deeper ones are an
+/// error.
 ///
-/// Thread safety: one object needs outside locking.
+/// Thread safety: one object must not be used by two threads at the same time.
 class KZ_EXPORT KZRegExParserBase {
 public:
     KZRegExParserBase() = default;
@@ -31,14 +34,14 @@ public:
     KZRegExParserBase & operator=(KZRegExParserBase const &) = delete;
     virtual ~KZRegExParserBase();
 
-    /// The next unit of the pattern; 0 at its end, and again when asked once more.
+    /// Returns the next unit of the pattern; at its end 0, at each further call, too.
     virtual char16_t GetNextChar() = 0;
 
-    /// Parses at the first call; later ones give the same tree, or the same failure. Errors: std::bad_alloc, from then on by
-    /// each call.
+    /// Parses at the first call; later calls return the same tree, or fail again. Errors: std::bad_alloc; all later
+    /// calls then throw it, too.
     KZParsedRegEx Parse();
 
-    /// Where the tables for the match are put; null until then.
+    /// The tables for the match, null at first: a derived class, or a caller before `Parse`, stores them here.
     [[nodiscard]] KZSmartPtr<KZCollatingTable<char>> & GetCollatingTableP() noexcept {
         return collatingTable_;
     }
@@ -67,13 +70,13 @@ protected:
         Negate,
     };
 
-    /// Reads the next token, by the rules outside and inside of "[" and "]".
+    /// Read the next token: the first by the rules outside of "[" and "]", the second by those inside.
     void GetRegExChar();
     void GetGroupChar();
-    /// Reads the digits of a count and keeps the last one, so that 12 is 2: callers rely on it. `defaultValue` when
-    /// there is none.
+    /// Reads the digits of a count and returns the last one, so that 12 is 2: callers rely on it. Returns
+    /// `defaultValue` when there is no digit.
     std::uint32_t GetCount(std::uint32_t defaultValue);
-    /// Each reads one level of the grammar; null after an error.
+    /// Each reads one level of the grammar and returns its tree, null after an error.
     Node ParseRegEx();
     Node ParseSequence();
     Node ParseRepSubRegEx();

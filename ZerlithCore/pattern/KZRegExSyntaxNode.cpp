@@ -4,8 +4,9 @@
 
 KZRegExSyntaxNode::~KZRegExSyntaxNode() = default;
 
-// Takes the tree apart from its left end, so that no destructor meets a subtree, and without memory of its own: a left child
-// whose last owner this is moves up, with its parent on its right.
+// Deletes the tree node by node, without recursion and without allocating, so that no destructor meets a subtree. A
+// node whose left child has no other owner is rotated: the child takes its place, and the node becomes the child's
+// right child. A node without such a child is deleted, and its right child is next.
 unsigned long KZRegExSyntaxNode::Release() const {
     unsigned long const left = count_.Decrement();
     if (left != 0) return left;

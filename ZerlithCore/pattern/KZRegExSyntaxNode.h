@@ -1,5 +1,11 @@
 /// @file
-/// The tree that a pattern parses to.
+/// The syntax tree of a pattern, which KZRegExParserBase makes. A program may also build one by hand.
+///
+///     KZSmartPtr<KZRegExSyntaxNodeCharSet> const digit(new KZRegExSyntaxNodeCharSet);
+///     digit->AddRange(u'0', u'9');
+///     KZParsedRegEx parsed;          // two to four digits
+///     parsed.root = new KZRegExSyntaxNodeRepeat(digit, 2, 4);
+///     bool const isMatch = KZRegEx(parsed).Match(u"123");        // true
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -9,12 +15,12 @@
 
 #include <cstdint>
 
-/// A node of a syntax tree, counted and held by handles. A tree of any depth is released without recursion.
+/// A node of a syntax tree, counted and held by handles. A tree of any depth is deleted without recursion.
 ///
 /// Thread safety: nodes don't change once they are built; the count is atomic.
 class KZ_EXPORT KZRegExSyntaxNode {
 public:
-    /// Which of the classes below a node is.
+    /// The class of a node, one of those below.
     enum NodeType : std::uint32_t { CharSet, Repeat, Sequence, Alternate };
 
     virtual ~KZRegExSyntaxNode();
@@ -26,7 +32,7 @@ public:
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
     [[nodiscard]] NodeType GetType() const noexcept { return type_; }
-    /// Null where the type has no such child.
+    /// A child; null if a node of this type has none.
     [[nodiscard]] KZSmartPtr<KZRegExSyntaxNode> const & GetLeftChild() const noexcept { return left_; }
     [[nodiscard]] KZSmartPtr<KZRegExSyntaxNode> const & GetRightChild() const noexcept { return right_; }
 
@@ -43,14 +49,14 @@ private:
     KZSmartPtr<KZRegExSyntaxNode> right_;
 };
 
-/// One unit out of a set.
+/// Matches one unit of a set. Build the set before other threads see the node.
 class KZ_EXPORT KZRegExSyntaxNodeCharSet : public KZRegExSyntaxNode, public KZUWCharSet {
 public:
     KZRegExSyntaxNodeCharSet() noexcept : KZRegExSyntaxNode(CharSet) {}
     ~KZRegExSyntaxNodeCharSet() override;
 };
 
-/// The left child, from `GetMinimum` to `GetMaximum` times.
+/// Matches the left child, from `GetMinimum` to `GetMaximum` times.
 class KZ_EXPORT KZRegExSyntaxNodeRepeat : public KZRegExSyntaxNode {
 public:
     static constexpr std::uint32_t Unbounded = 0xFFFFFFFFU;
@@ -68,7 +74,7 @@ private:
     std::uint32_t maximum_;
 };
 
-/// The left child, then the right one.
+/// Matches the left child, then the right one.
 class KZ_EXPORT KZRegExSyntaxNodeSequence : public KZRegExSyntaxNode {
 public:
     KZRegExSyntaxNodeSequence(KZSmartPtr<KZRegExSyntaxNode> left,
@@ -77,7 +83,7 @@ public:
     ~KZRegExSyntaxNodeSequence() override;
 };
 
-/// The left child or the right one.
+/// Matches the left child or the right one.
 class KZ_EXPORT KZRegExSyntaxNodeAlternate : public KZRegExSyntaxNode {
 public:
     KZRegExSyntaxNodeAlternate(KZSmartPtr<KZRegExSyntaxNode> left,

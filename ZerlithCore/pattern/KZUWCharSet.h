@@ -1,5 +1,5 @@
 /// @file
-/// A set of 16-bit units.
+/// A set of 16-bit units, such as those between "[" and "]" in a pattern.
 ///
 ///     KZUWCharSet letters;
 ///     letters.AddRange(u'a', u'z');
@@ -9,14 +9,14 @@
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/pattern/KZRangeSet.h"
 
-/// A set of units from 0 to 0xFFFE. 0xFFFF can't be in a set: the end of a range is one past its last unit and has 16
-/// bits as well. Callers rely on the limit. A `char` counts as an unsigned byte.
+/// A set of units from 0 to 0xFFFE. 0xFFFF can't be in a set, because a range is stored with the unit after its last
+/// one, which has 16 bits, too. Callers rely on the limit. A `char` counts as an unsigned byte.
 ///
 /// Thread safety: a const object may be read from any thread.
 class KZ_EXPORT KZUWCharSet : public KZRangeSet<char16_t> {
 public:
     KZUWCharSet() = default;
-    /// Of one unit.
+    /// A set of one unit.
     explicit KZUWCharSet(char unit) { AddChar(unit); }
     explicit KZUWCharSet(char16_t unit) { AddChar(unit); }
 
@@ -24,7 +24,7 @@ public:
     void AddChar(char unit) { AddChar(Widen(unit)); }
     void DelChar(char16_t unit) { DelRange(unit, unit); }
     void DelChar(char unit) { DelChar(Widen(unit)); }
-    /// From `low` to `high`, both included; nothing when they are the wrong way round.
+    /// Adds, or removes, the units from `low` to `high`, both included. Does nothing when `high` is below `low`.
     void AddRange(char16_t low, char16_t high) { Add(low, End(high)); }
     void AddRange(char low, char high) { AddRange(Widen(low), Widen(high)); }
     void DelRange(char16_t low, char16_t high) { Del(low, End(high)); }

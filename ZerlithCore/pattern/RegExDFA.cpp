@@ -1,5 +1,17 @@
-// Subset construction. States are made in the order in which their sets are first met, and worked on in the order of the
-// sets; the units of a state are cut at every end of a range and visited in ascending order.
+// Makes states from nodes: a state stands for the set of all nodes in which the automaton may be after some units.
+//
+// For "a|ab" the nodes are (N -u-> M: unit u leads from N to M; N --> M: without a unit; 0 is the entry, 1 the exit)
+//
+//     0 --> 2 -a-> 6 -b-> 3 --> 1
+//     0 --> 4 -a-> 5 --> 1
+//
+// State 0 is {0, 2, 4}: the entry and all that it leads to without a unit, its closure. An "a" leads to 5 and 6, with
+// their closures to state 1, {1, 5, 6}, which accepts since 1 is in it. There a "b" leads to state 2, {1, 3}, which
+// accepts, too.
+//
+// Where the ranges of a set overlap, they are cut at their ends: for "[a-m]x|[h-z]y" the first unit is looked at as
+// a-g, h-m and n-z, which lead to three states. States are numbered in the order in which their sets are first met, and
+// get their transitions in the order of the sets.
 #include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 #include <algorithm>
@@ -14,8 +26,8 @@
 namespace KZDetail {
 namespace {
 
-// The set of nodes that a state stands for. It has the order of KZNFANodeSet: by the words of the bitmap, then by the
-// identifiers above, which are sorted.
+// The set of nodes for which a state stands, in the order of KZNFANodeSet: sets are compared by the words of the
+// bitmap, then by the larger identifiers, which are sorted.
 struct StateSet {
     static constexpr std::uint32_t smallEnd = 128;
 
@@ -60,8 +72,8 @@ struct StateSetHash {
     }
 };
 
-// For each node those that can be reached from it without a unit, itself included. Of a node in front, which is done, the
-// result is taken.
+// The closure of each node: all nodes that can be reached from it without a unit, itself included. Nodes are done in
+// order; where a search reaches a node that is done, it takes that node's closure.
 std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & budget) {
     budget.Keep(60 * nodes.size());
     std::vector<StateSet> closures;
@@ -84,7 +96,7 @@ std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & bu
             NFANode const & reached = nodes[pending.back()];
             pending.pop_back();
             for (std::uint32_t const id : reached.targets) {
-                // What stands in a closure has its own in there as well.
+                // A lower node that was found before came with its whole closure.
                 if (id >= node.id)
                     find(id);
                 else if (foundFor[id] != node.id)
@@ -106,7 +118,7 @@ public:
         , budget_(budget)
         , closures_(CloseNodes(nfa.nodes, budget))
         , marks_(nfa.nodes.size() / 64 + 1) {
-        budget.Keep(8 * marks_.size() + 12 * nfa.nodes.size()); // and of united_
+        budget.Keep(8 * marks_.size() + 12 * nfa.nodes.size()); // for marks_ and united_
     }
 
     std::vector<DFAState> Run() {
@@ -140,7 +152,8 @@ private:
         auto const [place, isNew] =
             stateOfSet_.try_emplace(std::move(set), static_cast<std::uint32_t>(states_.size()));
         if (isNew) {
-            // In the map, in the set, and among the states; its hash is made again whenever the map grows.
+            // Memory in the map, in the set of unprocessed states and in the list of states; time also for the hash,
+            // which is computed again when the map grows.
             std::size_t const size = place->first.large.size();
             budget_.Keep(300 + (size == 0 ? 0 : 24 + 4 * size));
             kept_ += 120;
@@ -174,7 +187,7 @@ private:
         set.ForEach([this](std::uint32_t id) { CollectEdges(id); });
         budget_.Work(10 * (set.large.size() + StateSet::smallEnd / 4) +
                      edges_.size() * (10 + 6 * Budget::Log(edges_.size())));
-        // Nodes made first reach more of the others as a rule, so they come first in a union.
+        // Nodes with low numbers usually have the larger closures. United first, they save uniting many of the others.
         std::ranges::sort(edges_, {}, [](Edge const & edge) { return std::pair(edge.low, edge.target); });
         std::ranges::sort(bounds_);
         bounds_.erase(std::unique(bounds_.begin(), bounds_.end()), bounds_.end());
@@ -188,17 +201,17 @@ private:
                 bounds_.push_back(range->high);
             }
         if (edges_.size() <= mostEdges_) return;
-        budget_.Keep(60 * (edges_.size() - mostEdges_)); // with active_ and bounds_
+        budget_.Keep(60 * (edges_.size() - mostEdges_)); // for edges_, active_ and bounds_
         mostEdges_ = edges_.size();
     }
 
     StateSet UniteActive() {
         if (active_.size() == 1) return closures_[active_.front().target];
         StateSet together;
-        std::size_t first = marks_.size(); // of the words with marks
-        std::size_t last = 0;              // and one past them
+        std::size_t first = marks_.size(); // the first word with marks
+        std::size_t last = 0;              // one past the last
         for (Edge const & edge : active_) {
-            // What is united is closed, so whoever is in it has brought his own along.
+            // A union of closures contains the closure of each of its nodes. So a target that is in it adds nothing.
             bool const isIn =
                 edge.target < StateSet::smallEnd ? together.HasSmall(edge.target) : IsMarked(edge.target);
             if (isIn) continue;
@@ -216,7 +229,7 @@ private:
 
     [[nodiscard]] bool IsMarked(std::uint32_t id) const { return (marks_[id / 64] >> id % 64 & 1U) != 0; }
 
-    // Many in a row belong to one word, which is written once.
+    // Marks nodes. Their bits are gathered, so that each word is written once.
     void Mark(std::vector<std::uint32_t> const & sorted) {
         std::uint32_t word = sorted.front() / 64;
         std::uint64_t bits = 0;
@@ -230,7 +243,7 @@ private:
         marks_[word] |= bits;
     }
 
-    // The marked nodes of some words, in ascending order; their marks go.
+    // Returns the marked nodes of the words from `first` to `last`, in ascending order, and clears their marks.
     std::vector<std::uint32_t> const & TakeMarks(std::size_t first, std::size_t last) {
         united_.clear();
         for (std::size_t word = first; word < last; ++word)
@@ -251,11 +264,11 @@ private:
     NFA const & nfa_;
     Budget & budget_;
     std::vector<StateSet> closures_;   // by node
-    std::vector<std::uint64_t> marks_; // a bit for each node: it is in the union at work
+    std::vector<std::uint64_t> marks_; // a bit for each node: it is in the union that is being made
     std::vector<DFAState> states_;
     StateMap stateOfSet_;
     std::set<Entry, BySet> unprocessed_;
-    // Of the state at work.
+    // Of the state that is being processed.
     std::vector<Edge> edges_;
     std::vector<Edge> active_;
     std::vector<char16_t> bounds_;

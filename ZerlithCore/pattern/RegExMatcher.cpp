@@ -1,5 +1,5 @@
-// Matching. One load gives the class of a unit, one more the next state. States that stay as they are for a while are
-// left to a scan for the first unit that leaves them.
+// Matching takes two loads a unit: one gives the class of the unit, the other the next state. When the state has stayed
+// the same for some units, as in ".*", a vector scan looks for the first unit that leads to another one.
 #include "ZerlithCore/pattern/detail/RegExMatcher.h"
 
 #include <algorithm>
@@ -12,7 +12,8 @@
 namespace KZDetail {
 
 MatchTables::MatchTables(std::vector<DFAState> const & states, Budget & budget) {
-    // Long patterns of many different units would have rows as long as they are themselves.
+    // A long pattern of many different units has many states and as many classes: its tables would grow with the
+    // square.
     constexpr std::size_t mostCells = 4 * 1024 * 1024;
     MakeClasses(states, budget);
     std::size_t const bytes = states.size() * (21 + 4 * std::size_t{classCount_});
@@ -21,12 +22,13 @@ MatchTables::MatchTables(std::vector<DFAState> const & states, Budget & budget) 
     MakeRows(states, budget);
 }
 
-// By itself the loop keeps all that it needs in registers: inlined into a caller that has more to do it takes twice as long.
+// Not in the header on purpose: in a function of its own the loop keeps everything in registers; inlined into a larger
+// one it takes twice as long.
 bool MatchTables::Match(std::u16string_view text) const noexcept { return Match(text, Identity{}); }
 
-// Where classes begin, and the end of all units: classes are the pieces between all ends of ranges.
+// The first unit of each class, and 0x10000 at the end. A class begins wherever a range of some state begins or ends.
 std::vector<std::uint32_t> MatchTables::FindBounds(std::vector<DFAState> const & states, Budget & budget) {
-    std::array<std::uint64_t, 0x10000 / 64> isBound{}; // by bits
+    std::array<std::uint64_t, 0x10000 / 64> isBound{}; // a bit for each unit
     auto const mark = [&isBound](char16_t unit) { isBound[unit / 64] |= std::uint64_t{1} << unit % 64; };
     mark(0);
     for (DFAState const & state : states) {
@@ -44,7 +46,7 @@ std::vector<std::uint32_t> MatchTables::FindBounds(std::vector<DFAState> const &
     return bounds;
 }
 
-// A page that lies in one class is shared by all such pages.
+// Consecutive pages of 256 units that belong to one class share their entries.
 void MatchTables::MakeClasses(std::vector<DFAState> const & states, Budget & budget) {
     std::vector<std::uint32_t> const bounds = FindBounds(states, budget);
     classCount_ = static_cast<std::uint32_t>(bounds.size() - 1);
@@ -109,7 +111,7 @@ MatchTables::Loop MatchTables::MakeLoop(DFAState const & state, std::uint32_t se
     return loop;
 }
 
-// The first unit that leaves the loop, or a place less than eight units in front of the end.
+// Returns the first unit that leaves the loop, or, if there is none, a place less than eight units before the end.
 char16_t const * MatchTables::Skip(Loop const & loop, char16_t const * text, char16_t const * end) noexcept {
 #if defined(__SSE2__)
     if (loop.count == 0) return text;

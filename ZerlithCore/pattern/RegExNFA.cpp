@@ -1,4 +1,5 @@
-// From tree to nodes. Pieces of the tree wait on a stack of their own, so that patterns may be as long as they like.
+// Makes nodes from the syntax tree. The parts of the tree that are still to be built stand on a list, not on the call
+// stack, so that a long pattern can't overflow it.
 #include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 namespace KZDetail {
@@ -26,7 +27,8 @@ public:
     }
 
 private:
-    // A part of the tree to be built between two nodes. When nothing else starts at `from`, a loop may stand on it.
+    // A part of the tree that is to be built between two nodes. With `ownsFrom` no other part begins at `from`, so that
+    // a loop may use `from` as its node.
     struct Piece {
         KZRegExSyntaxNode const * node;
         std::uint32_t from;
@@ -35,7 +37,7 @@ private:
     };
 
     void Push(Piece const & piece) { pending_.push_back(piece); }
-    // In a tree of its own, at worst.
+    // The budget counts a tree with one element: the most that a link can take in a KZNFANodeSet.
     void Link(std::uint32_t from, std::uint32_t to) {
         budget_.Keep(136);
         budget_.Work(100);
@@ -66,7 +68,8 @@ private:
         Push({&*piece.node->GetLeftChild(), piece.from, middle, piece.ownsFrom});
     }
 
-    // Each branch has nodes of its own at both ends; those of an alternate inside are branches of this one.
+    // Each branch gets its own nodes at both ends. An alternate that is a branch adds its branches here: "a|b|c" has
+    // three.
     void BuildAlternate(Piece const & piece) {
         for (auto const & child : {piece.node->GetRightChild(), piece.node->GetLeftChild()}) {
             if (child->GetType() == KZRegExSyntaxNode::Alternate) {
@@ -93,8 +96,8 @@ private:
             BuildChain(piece, child, minimum, maximum);
     }
 
-    // Copies up to the minimum, and behind them the loop. A single set of units loops on one node, so that the state it
-    // makes goes back to itself at once.
+    // Makes copies up to the minimum, followed by a loop: "(ab){2,}" becomes ab(ab)+. A loop over one set of units uses
+    // a single node, so that its state leads to itself: the matcher can then scan for the end of the loop.
     void BuildLoop(Piece const & piece, KZRegExSyntaxNode const & child, std::uint32_t minimum) {
         std::uint32_t from = piece.from;
         bool ownsFrom = piece.ownsFrom;

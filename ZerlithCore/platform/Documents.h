@@ -233,7 +233,7 @@ public:
     virtual void KeepWhiteSpace(bool keep) noexcept = 0;
     [[nodiscard]] virtual bool KeepsWhiteSpace() const noexcept = 0;
     /// Replaces the file, in the encoding of the one that was loaded, else in UTF-8. Errors: CantWrite; the old file
-    /// stands then.
+    /// stands then, or the new one if the disk didn't confirm its name.
     virtual DocumentResult Save(std::u16string_view path) const = 0;
 
     /// Adds, or replaces, the schema for a namespace. The document is copied. Errors: BadSchema.

@@ -1,5 +1,5 @@
-// All comparisons are one walk, a template over the kinds of the two texts. Equal characters have equal weights, so costly
-// weights are asked for only where the texts differ.
+// One template makes all comparisons, for any combination of units and bytes. Equal characters have equal weights, so
+// a weight that is costly to compute is only computed where the characters differ.
 
 #include "ZerlithCore/text/KZCollator.h"
 
@@ -21,7 +21,7 @@ Character const * TextOf(Character const * text) {
     return text ? text : &empty;
 }
 
-// The units where two texts differ in weight, or where one of them ends.
+// The first units at which two texts differ in weight, or at which one of them ends.
 struct Stop {
     char16_t a;
     char16_t b;
@@ -58,7 +58,7 @@ int CompareUpperCase(A const * a, B const * b) {
 
 template <class A, class B>
 int CompareByTable(KZTableCollator const & table, A const * a, B const * b) {
-    // One branch a character: looking both weights up is cheaper than guessing whether the texts differ.
+    // Both weights are looked up without comparing the characters first: that saves a branch for each character.
     A const * left = TextOf(a);
     B const * right = TextOf(b);
     for (;; ++left, ++right) {
@@ -70,7 +70,7 @@ int CompareByTable(KZTableCollator const & table, A const * a, B const * b) {
     }
 }
 
-// The end of either text ends the walk with 0, and so does a weight 0 that both have.
+// Returns 0 when either text ends, or when both have a weight of 0.
 template <class A, class B>
 int CompareBySmallTable(KZSmallTableCollator const & table, A const * aText, B const * bText) {
     auto const weigh = [&table](char16_t unit) -> std::uint32_t {

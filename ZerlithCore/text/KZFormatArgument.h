@@ -1,5 +1,5 @@
 /// @file
-/// What a format takes: numbers, texts and pointers, each with its type.
+/// The arguments of a format: numbers, texts and pointers, each with its type.
 ///
 ///     template <KZFormattable... Values>
 ///     void Say(char16_t const * format, Values const &... values) {
@@ -7,7 +7,10 @@
 ///         line.Format(format, values...);
 ///         KZGetConsole() << line << std::endl;
 ///     }
-///     Say(u"%s has %d words", KZString(u"report"), 42);
+///
+///     void Report() { Say(u"%s has %d words", KZString(u"report"), 42); }
+///
+/// Thread safety: as the arguments; nothing is shared.
 #pragma once
 
 #include <cstdarg>
@@ -33,7 +36,7 @@ inline constexpr bool isOneOf = (std::is_same_v<T, Types> || ...);
 template <class T, class... Views>
 concept ConvertsToOneOf = (std::is_convertible_v<T const &, Views> || ...);
 
-/// Objects that hold a text: of units, of bytes in UTF-8, of the characters of wide streams.
+/// Objects that hold a text of units, of bytes in UTF-8, or of wide characters.
 template <class T>
 concept IsText = std::is_class_v<T> &&
     (std::is_convertible_v<T const *, KZString const *> ||
@@ -51,9 +54,9 @@ auto ViewOf(Text const & text) {
         return static_cast<std::u16string_view>(text);
 }
 
-/// An argument on its way to the formatter. A text is referred to, not copied.
+/// An argument that is passed to the formatter. It points to a text and doesn't copy it.
 struct FormatArgument {
-    /// What is known of the value; an untyped pointer may be one to a text.
+    /// The kind of the value. An untyped pointer may point to a text.
     enum class Kind : std::uint8_t {
         None,
         Signed,
@@ -67,15 +70,15 @@ struct FormatArgument {
         Pointer
     };
 
-    /// The length of a text whose end its terminator tells.
+    /// Stands for the length of a text that ends at its terminator.
     static constexpr std::size_t terminated = static_cast<std::size_t>(-1);
 
     Kind kind = Kind::None;
-    /// Of a number; of the integer behind a pointer, where "%n" may write; else 0.
+    /// The size of a number; of a pointer, the size of the integer to which "%n" may write; otherwise 0.
     std::uint8_t bytes = 0;
     std::size_t length = 0;
     union {
-        std::uint64_t bits = 0; // a signed number is extended
+        std::uint64_t bits = 0; // a signed number is extended by its sign
         double real;
         void const * pointer;
     };
@@ -118,7 +121,7 @@ private:
         if (std::is_same_v<Object, wchar_t>) return Kind::Wide;
         return std::is_void_v<Object> ? Kind::Untyped : Kind::Pointer;
     }
-    /// Without the unsigned types that older programs have for units and bytes of text.
+    /// 0 also for `unsigned short` and `unsigned char`, in which older programs keep units and bytes of text.
     template <class Object>
     static constexpr std::uint8_t BytesBehind() noexcept {
         if constexpr (isOneOf<Object, signed char, short, int, unsigned int, long, unsigned long, long long,
@@ -131,8 +134,8 @@ private:
 
 } // namespace KZDetail
 
-/// What can be an argument of `KZString::Format` and its like: numbers, enumerators, pointers, `nullptr`, KZString, and the
-/// strings and views of the standard. Other objects can't: pass their text or their number.
+/// A type that `KZString::Format` and similar functions take: numbers, enumerators, pointers, `nullptr`, KZString, and
+/// the strings and string views of the standard. Of any other object pass a text or a number.
 template <class T>
 concept KZFormattable =
     std::is_constructible_v<KZDetail::FormatArgument, T const &> && !KZDetail::IsArgumentList<T>;

@@ -10,16 +10,16 @@
 #include <stdexcept>
 #include <vector>
 
-// A block is a header of 12 bytes and the text, in one piece of KMMemoryPool. Whatever writes first makes sure that the
-// block is the string's own and large enough; when it isn't, the text moves to a new block, and the old one is held
-// until the write is done, so that arguments may point into the string itself.
+// A block is a header of 12 bytes and the text, in one piece of KMMemoryPool. Before a function writes, it makes sure
+// that no other string shares the block and that the block is large enough. Otherwise the text moves to a new block,
+// and the old one is kept until the write is done, so that arguments may point into the string itself.
 
 namespace {
 
 constexpr std::size_t UnitSize = sizeof(char16_t);
 constexpr std::size_t HeaderSize = offsetof(KZString::DataDef, text);
 
-/// The largest capacity: a position has to fit into 32 bits beside `npos`.
+/// The largest capacity: each position must fit into 32 bits and differ from `npos`.
 constexpr std::uint32_t MaxCapacity = KZString::npos - 1;
 
 /// A number of units as a capacity. Errors: std::length_error.
@@ -28,7 +28,7 @@ std::uint32_t AsCapacity(std::size_t units) {
     return static_cast<std::uint32_t>(units);
 }
 
-/// Growth by half, or to `need` if that is more; `old` where it suffices.
+/// The capacity for `need` units: `old` if that suffices, else one and a half times `old`, or `need` if that is more.
 std::uint32_t Grown(std::uint32_t old, std::uint32_t need) noexcept {
     if (old >= need) return old;
     std::uint32_t const half = old / 2;
@@ -47,7 +47,7 @@ bool PointsInto(KZString const & string, char16_t const * text) noexcept {
     return std::less_equal<>()(string.begin(), text) && std::less_equal<>()(text, string.end());
 }
 
-/// The places of `from` in `text`, none overlapping.
+/// The positions of `from` in `text`, without overlaps.
 std::vector<std::uint32_t> FindAll(std::u16string_view text, std::u16string_view from) {
     std::vector<std::uint32_t> places;
     KZUnitScan::Finder const find(from.data(), from.size());
@@ -59,10 +59,11 @@ std::vector<std::uint32_t> FindAll(std::u16string_view text, std::u16string_view
     }
 }
 
-// Where a block stands in its memory. On current x86 processors a copy of many bytes is slower by half, on some by ten
-// times, when the destination lies some bytes ahead of the source modulo 4096; behind it or equal it may lie. Allocators
-// place large blocks alike, standard strings have no header, so a text right behind ours would lie 12 bytes ahead of them.
-// In large blocks it lies 64 bytes ahead instead, where both ways are fast. Measured: 84 against 149 GB/s for 32 KB.
+// Where a block stands in its memory. On current x86 processors a large copy is slower by half, on some by ten times,
+// when the address of the destination modulo 4096 is a few bytes above that of the source; an equal or lower one is no
+// problem. Allocators place all large blocks at the same address modulo 4096, and standard strings have no header: so a
+// text that follows our header of 12 bytes would lie 12 bytes above theirs. In large blocks it lies 64 bytes above
+// instead, where copies in both directions are fast. Measured for 32 KB: 149 instead of 84 GB/s.
 
 constexpr std::uint32_t LargeCapacity = 2048;
 
@@ -85,7 +86,7 @@ KZString::KZString(char16_t const * text, unsigned int) : KZString() { Assign(te
 KZString::KZString(char16_t unit, unsigned int count, unsigned int) : KZString() {
     if (count == 0) return;
     std::uint32_t const room = AsCapacity(std::size_t{count} + 1);
-    std::uint32_t capacity = 2; // what the first unit asks for
+    std::uint32_t capacity = 2; // what appending the first unit would reserve
     while (capacity < room) capacity = Grown(capacity, capacity + 1);
     Take(Alloc(capacity));
     std::fill_n(data_->text, count, unit);
@@ -153,7 +154,7 @@ void KZString::Insert(unsigned int position, char16_t const * text) {
     std::size_t const length = Length();
     std::size_t const place = std::min<std::size_t>(position, length);
     std::uint32_t const need = AsCapacity(length + size + 1);
-    // Own text mustn't move while it is the source.
+    // If `text` lies in this string, `old` keeps it alive until it has been copied.
     KZString const old = OwnsRoom(need) && !PointsInto(*this, text) ? KZString() : Regrow(need);
     Move(data_->text + place + size, data_->text + place, length - place);
     Copy(data_->text + place, text, size);
@@ -176,8 +177,8 @@ void KZString::Remove(unsigned int position, unsigned int count) {
     EndAt(length - count);
 }
 
-// The hits are collected first; then the text is put together once, in a block of the capacity to which removing and
-// inserting hit by hit would have grown it. A result that isn't longer is put together in place where that is possible.
+// The hits are collected first; then the result is put together once. Its block has the capacity that replacing hit by
+// hit would have led to. A result that isn't longer is put together in place, if no other string shares the block.
 void KZString::Replace(char16_t const * from, char16_t const * to) {
     std::size_t const removed = from ? KZUnitScan::Length(from) : 0;
     if (removed == 0) return;
@@ -244,7 +245,7 @@ void KZString::RTrim(char16_t unit, unsigned int position) {
 
 void KZString::RTrim(char16_t const * set, unsigned int position) {
     std::uint32_t const last = FindLastNotOf(set, position);
-    if (last == Length() - 1) return; // so too when both are `npos`
+    if (last == Length() - 1) return; // also for an empty string, where both are `npos`
     if (last == npos) return Clear();
     Remove(last + 1, npos);
 }
@@ -266,7 +267,7 @@ void KZString::Free(DataDef * block) noexcept {
 }
 
 void KZString::Drop(DataDef * block) noexcept {
-    // A sole holder needs no atomic write: nobody is left who could copy the handle meanwhile.
+    // The only holder needs no atomic write: no other thread has a string of this block that it could copy meanwhile.
     if (block->references.load(std::memory_order_acquire) == 0 ||
         block->references.fetch_sub(1, std::memory_order_acq_rel) == 0) {
         Free(block);

@@ -37,7 +37,8 @@ using KZDuration = std::int32_t;
 namespace KZDetail {
 template <class T>
 concept IsUnit = std::same_as<T, char16_t> || std::same_as<T, char>;
-/// A number, an enumerator, an object that converts to one: they would turn into a unit without a word.
+/// A number, an enumerator, or an object that converts to one: the language would convert it to a unit without a
+/// warning.
 template <class T>
 concept IsNumber = !IsUnit<T> && std::is_convertible_v<T, char16_t>;
 } // namespace KZDetail
@@ -45,20 +46,26 @@ concept IsNumber = !IsUnit<T> && std::is_convertible_v<T, char16_t>;
 /// Text as 16-bit units, copied by sharing and unshared on the first write.
 ///
 /// Lengths, positions and capacities count units; surrogate pairs are two units and are never touched. The string
-/// always ends in a 0 unit that isn't counted. Units of value 0 may stand inside (`operator+=(char16_t)` counts
-/// them), but whatever takes a pointer, searches or compares sees the text up to its first 0. "No position" is
+/// always ends in a 0 unit that isn't counted. A text may contain units of value 0 (`operator+=(char16_t)` appends
+/// them), but functions that take a pointer, search or compare see the text up to its first 0. "No position" is
 /// `npos`, unsigned -1. An empty string costs no allocation. Pointers that are passed may point into the string
 /// itself.
 ///
-/// A unit is a `char16_t`, or a `char` of a literal. A number isn't one: what takes a unit doesn't compile with a number.
+/// A unit is a `char16_t`, or a `char` literal. A number isn't one: a function that takes a unit doesn't compile with a
+/// number.
 ///
-/// Thread safety: two threads may copy and drop handles on one block; one KZString object isn't for concurrent use.
+/// Errors: functions that allocate throw std::bad_alloc, or std::length_error for a text of about 2^32 units; the
+/// string is then unchanged.
+///
+/// Thread safety: threads may copy and destroy strings that share a block; a KZString object that one thread changes
+/// must not be used by another at the same time.
 class KZ_EXPORT KZString {
 public:
-    /// The block behind a string. `text` holds `length` units and a 0; `capacity` + 1 units are allocated.
+    /// The block in which a string keeps its text. `text` holds `length` units and a 0; `capacity` + 1 units are
+    /// allocated.
     struct DataDef {
         std::uint32_t capacity;
-        std::atomic<std::int32_t> references; // holders minus one
+        std::atomic<std::int32_t> references; // the number of strings that share the block, minus one
         std::uint32_t length;
         char16_t text[1];
     };
@@ -82,21 +89,22 @@ public:
     KZString(KZString && other) noexcept : data_(other.data_) { other.data_ = &glbEmptyData; }
     /// Copies up to the terminator; null gives the empty string. The number is accepted and ignored.
     KZString(char16_t const * text, unsigned int ignored = 16);
-    /// One unit; a 0 unit too gives length 1.
+    /// One unit; a 0 unit, too, gives length 1.
     template <std::same_as<char16_t> Unit>
     KZString(Unit unit) : KZString() {
         Assign(&unit, 1);
     }
-    /// A number is no unit: `Format` prints it.
+    /// A number is no unit: use `Format` to print it.
     template <class Number>
     requires((std::is_arithmetic_v<Number> || std::is_enum_v<Number>)&&!std::same_as<Number, char16_t>)
         KZString(Number number)
     = delete;
-    /// `count` copies of `unit`, appended one at a time, which fixes the capacity. The last number is ignored.
+    /// `count` copies of `unit`; the capacity is the same as after appending them one by one. The last number is
+    /// ignored.
     KZString(char16_t unit, unsigned int count, unsigned int ignored = 16);
     template <KZDetail::IsNumber Number>
     KZString(Number, unsigned int, unsigned int = 16) = delete;
-    /// From the text pointer, so up to the first 0.
+    /// Copies up to the first 0.
     KZString(std::u16string const & text);
     /// All units of `text`, 0 units included.
     explicit KZString(std::u16string_view text);
@@ -130,7 +138,7 @@ public:
     /// Shares the block of `other`.
     void Assign(KZString const & other) noexcept;
     /// Copies `count` units of `text`, 0 units included; `count` 0 means up to the terminator. A null `text` or
-    /// nothing to copy clears the string. Asks for capacity `count` + 1. The last number is ignored.
+    /// nothing to copy clears the string. The capacity becomes at least `count` + 1. The last number is ignored.
     void Assign(char16_t const * text, unsigned int count, unsigned int ignored = 16);
 
     /// A standard string of the text up to the first 0.
@@ -158,7 +166,7 @@ public:
     void Set(unsigned int index, char16_t unit);
     template <KZDetail::IsNumber Number>
     void Set(unsigned int, Number) = delete;
-    /// Lets go of the block; the string is empty and holds no memory.
+    /// Makes the string empty and gives up its memory.
     void Clear() noexcept;
     /// Makes room for `capacity` units in a block of the string's own.
     void Reserve(unsigned int capacity);
@@ -181,7 +189,8 @@ public:
     KZString & operator+=(char16_t unit) {
         DataDef * const block = data_;
         std::uint32_t const length = block->length;
-        // The block is ours and has room for one unit more than is appended, as ResizeCapacity would ask for.
+        // The quick way, if no other string shares the block and the block has as much room as ResizeCapacity would
+        // want.
         if (length + 2 <= block->capacity && block->references.load(std::memory_order_acquire) == 0) {
             block->text[length] = unit;
             block->text[length + 1] = u'\0';
@@ -197,74 +206,75 @@ public:
     template <KZDetail::IsNumber Number>
     void push_back(Number) = delete;
 
-    /// Inserts `text` in front of `position`; above the length means at the end. Null does nothing.
+    /// Inserts `text` before `position`; a position beyond the length means the end. Null does nothing.
     void Insert(unsigned int position, char16_t const * text);
     /// Inserts one unit; a 0 unit inserts nothing.
     void Insert(unsigned int position, char16_t unit);
     template <KZDetail::IsNumber Number>
     void Insert(unsigned int, Number) = delete;
     void Insert(unsigned int position, KZString const & text) { Insert(position, text.c_str()); }
-    /// Removes up to `count` units from `position` on; the block stays, unless all is removed by a `count` past the
-    /// end, which clears the string.
+    /// Removes up to `count` units from `position` on. The block is kept, except when a `count` that reaches past the
+    /// end removes all units: that is `Clear`.
     void Remove(unsigned int position, unsigned int count);
-    /// Replaces each `from` by `to`, from left to right; what was put in isn't searched again. Null or empty `from`
-    /// does nothing; null `to` is empty. The capacity grows as if each hit were removed and inserted by itself. Cost:
-    /// linear in the text and the result, with one allocation for a result that is longer.
+    /// Replaces each `from` by `to`, from left to right; replaced text isn't searched again. A null or empty `from`
+    /// does nothing; a null `to` is empty. The capacity grows as if each hit were replaced by itself. The time is
+    /// linear in the text and the result; a result that is longer takes one allocation.
     void Replace(char16_t const * from, char16_t const * to);
     void Replace(KZString const & from, char16_t const * to) { Replace(from.c_str(), to); }
     void Replace(KZString const & from, KZString const & to) { Replace(from.c_str(), to.c_str()); }
-    /// `count` units from `position` on, clipped to the text; `npos` means up to the first 0 behind `position`.
+    /// `count` units from `position` on, or as many as there are; `npos` means up to the first 0 after `position`.
     [[nodiscard]] KZString SubStr(unsigned int position, unsigned int count = npos) const;
 
     /// Maps each unit up to the first 0 by `KZtowupper` or `KZtowlower`, in a block of the string's own.
     void Upper();
     void Lower();
 
-    /// Steps forward from `position` (clipped to the last unit) over units equal to `unit`, then removes all units
-    /// in front of the stopping point: those before `position` too, whatever they are. Callers rely on that.
+    /// Steps forward from `position` (at most the last unit) over units equal to `unit`, then removes all units
+    /// before the place where it stops, also those before `position`, whatever they are. Callers rely on that.
     void LTrim(char16_t unit, unsigned int position = 0);
     template <KZDetail::IsNumber Number>
     void LTrim(Number, unsigned int = 0) = delete;
-    /// The same with a set: removes everything before the first unit at or behind `position` that isn't in `set`.
-    /// The string is cleared when there is none. An empty `set` does nothing.
+    /// The same with a set: removes everything before the first unit at or after `position` that isn't in `set`.
+    /// If there is no such unit, the string is cleared. An empty `set` does nothing.
     void LTrim(char16_t const * set = u" \t", unsigned int position = 0);
-    /// Counts units equal to `unit` walking down from `position` (clipped), and removes that many from the true end
-    /// of the string, even if `position` lay before it. Callers rely on that.
+    /// Counts the units equal to `unit` from `position` (at most the last unit) backwards, and removes that many from
+    /// the end of the string, even if `position` isn't the last unit. Callers rely on that.
     void RTrim(char16_t unit, unsigned int position = npos);
     template <KZDetail::IsNumber Number>
     void RTrim(Number, unsigned int = npos) = delete;
-    /// The same with a set: removes everything behind the last unit at or before `position` that isn't in `set`.
+    /// The same with a set: removes everything after the last unit at or before `position` that isn't in `set`.
     void RTrim(char16_t const * set = u" \t", unsigned int position = npos);
 
     /// Replaces the text by the expansion of a printf-style `format`.
     ///
-    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. Texts print whole, 0
-    /// units included, as what they are, whether "%s" or "%S" asks for them: units, bytes in UTF-8, or wide characters;
-    /// a pointer to units or bytes up to its terminator. Widths, precisions and "%n" count units. F, L and N are skipped.
-    /// An unknown conversion writes its letter; a null text prints "(null)"; a unit 0 of "%c" ends the expansion. Numbers
-    /// look as in the C locale. Arguments may refer to this string. Widths, and precisions of numbers, end at 1,048,576.
+    /// Conversions: c C s S d i o u x X p e E f g G n %; flags `-+0# ` and `*`; sizes h, l and I64. "%s" and "%S" both
+    /// print a text by its type: units, bytes in UTF-8, or wide characters. A string or view prints whole, 0 units
+    /// included, a pointer up to its terminator. Widths, precisions and "%n" count units. F, L and N are skipped. An
+    /// unknown conversion writes its letter; a null text prints "(null)"; a unit 0 printed by "%c" ends the text.
+    /// Numbers look as in the C locale. Arguments may refer to this string. A larger width than 1,048,576 counts as
+    /// 1,048,576, as does such a precision of a number.
     ///
-    /// The types of the arguments are known: "%d" prints all bits of a wider number, "%f" an integer as well. An argument
-    /// that its conversion can't show prints as "%d", "%u", "%c", "%g", "%s" or "%p" would; one that is missing is 0 or
-    /// null; "%n" writes only through pointers to integers, in their own size, and not through those that may be a text. A `char32_t`
-    /// or `wchar_t` above U+FFFF is two units.
+    /// The types of the arguments are known: "%d" prints all bits of a wider number, and "%f" prints an integer. An
+    /// argument that doesn't fit its conversion prints as "%d", "%u", "%c", "%g", "%s" or "%p" would; a missing one is
+    /// 0 or null. "%n" writes only through a pointer to an integer, with the size of that integer; a pointer that may
+    /// be a text is left alone. A `char32_t` or `wchar_t` above U+FFFF is two units.
     template <KZFormattable... Arguments>
     void Format(char16_t const * format, Arguments const &... arguments) {
         KZDetail::FormatArgument const list[] = {KZDetail::FormatArgument(arguments)..., {}};
         FormatArguments(format, list, sizeof...(arguments));
     }
-    /// The same with a started argument list, whose values have the types that the conversions say: "%s" is a text of units,
-    /// "%S" and "%hs" one of bytes in UTF-8.
+    /// The same with a started argument list, whose values must have the types that the conversions say: "%s" is a text
+    /// of units, "%S" and "%hs" one of bytes in UTF-8.
     template <class ArgumentList>
     requires KZDetail::IsArgumentList<ArgumentList>
     void Format(char16_t const * format, ArgumentList && arguments) { FormatArgumentList(format, arguments); }
-    /// The same under a name of its own.
+    /// The same as a plain function, which is no template.
     void FormatArgumentList(char16_t const * format, std::va_list arguments);
 
     // --- Numbers and dates. `success` may be null.
     //
-    // Blanks and tabs in front are skipped. Success: something was read, it was in range, and it reached the
-    // terminator. The value is what was read even without success: the limit when out of range, 0 for no number.
+    // Blanks and tabs before the value are skipped. `success` becomes true when the whole text is one value in range.
+    // Otherwise the result is what could be read: "12 apples" is 12, a number out of range the limit, no number 0.
 
     int AsInt(bool * success = nullptr) const;
     long AsLong(bool * success = nullptr) const;
@@ -274,10 +284,10 @@ public:
     double AsDouble(bool * success = nullptr) const;
     std::int64_t AsInt64(bool * success = nullptr) const;
     std::uint64_t AsUInt64(bool * success = nullptr) const;
-    /// Reads by `KZDateTime::FromString` in the local zone under the default template.
+    /// Reads with `KZDateTime::FromString`, in the local zone and by the default template.
     KZDateTime AsKZDateTime(bool * success = nullptr) const;
-    /// Read by the `FromString` of those classes, in the local zone under the default templates; a duration without a
-    /// unit counts seconds.
+    /// These read with the `FromString` of their classes, in the local zone and by the default templates; a duration
+    /// without a unit counts seconds.
     KZDateTimeEx AsKZDateTimeEx(bool * success = nullptr) const;
     KZDateEx AsKZDateEx(bool * success = nullptr) const;
     KZTimeEx AsKZTimeEx(bool * success = nullptr) const;
@@ -285,14 +295,14 @@ public:
 
     // --- 8-bit text. A null converter means Latin-1.
 
-    /// Replaces the text by `source` as `converter` reads it.
-    /// Errors: 10 when the converter isn't valid, and the converter's own; the string is then as the converter left it.
+    /// Replaces the text by `source`, converted by `converter`.
+    /// Errors: 10 when the converter isn't valid, and those of the converter, which then says what the string holds.
     KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter);
     static KZErrorID ConvertToUnicode(KZString & string, char const * source,
                                       KZSmartPtr<KZStringConverter> const & converter);
-    /// Puts the text into `out` as `converter` writes it, and returns the converter's error.
+    /// Puts the text into `out`, converted by `converter`, and returns the converter's error.
     KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> const & converter) const;
-    /// What `converter`, or the code page, made of the text; an error is dropped on purpose.
+    /// The text converted by `converter`, or to the code page. An error is ignored on purpose.
     [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> const & converter) const;
     [[nodiscard]] std::string AsMbString(unsigned int codePage) const;
     /// The text as UTF-8; lone surrogates become U+FFFD.
@@ -301,10 +311,10 @@ public:
 
     // --- Comparison, of the texts up to their first 0
 
-    /// Below, at or above 0 as this text stands before, at or behind `rhs` by unit values, or by the table collators
-    /// that `flags` select. A null `rhs` gives 0 for an empty string and -1 for another: a string that isn't empty
-    /// stands before null, and callers rely on it. Errors: std::bad_alloc at the first use of a flag; the next one tries
-    /// again.
+    /// Returns a number below 0 if this text comes before `rhs`, 0 if they are equal, above 0 if it comes after `rhs`:
+    /// by unit values, or by the table collators that `flags` select. A null `rhs` gives 0 for an empty string and -1
+    /// for any other, so that a string comes before null: callers rely on it. Errors: std::bad_alloc at the first use
+    /// of a flag; the next use tries again.
     [[nodiscard]] int Compare(char16_t const * rhs, long flags = 0) const;
     [[nodiscard]] int Compare(KZString const & rhs, long flags = 0) const;
     /// The same by `collator`; null means by unit values.
@@ -324,7 +334,7 @@ public:
 
     // --- Searching. All see the text up to its first 0; the result is a position or `npos`.
 
-    /// The first `needle` at or behind `position`; `npos` when `position` is at or past the end. An empty needle is
+    /// The first `needle` at or after `position`; `npos` when `position` is at or past the end. An empty needle is
     /// found at `position`.
     [[nodiscard]] std::uint32_t Find(char16_t const * needle, unsigned int position = 0) const;
     [[nodiscard]] std::uint32_t Find(KZString const & needle, unsigned int position = 0) const {
@@ -334,8 +344,8 @@ public:
     [[nodiscard]] std::uint32_t Find(char16_t unit, unsigned int position = 0) const;
     template <KZDetail::IsNumber Number>
     std::uint32_t Find(Number, unsigned int = 0) const = delete;
-    /// The last `needle` that starts at or before `position`; overlapping hits count. An empty needle is found at the
-    /// clipped position.
+    /// The last `needle` that starts at or before `position`; overlapping hits count. An empty needle is found at
+    /// `position`, or at the last unit if that comes before it; in an empty string nothing is found.
     [[nodiscard]] std::uint32_t RFind(char16_t const * needle, unsigned int position = npos) const;
     [[nodiscard]] std::uint32_t RFind(KZString const & needle, unsigned int position = npos) const {
         return RFind(needle.c_str(), position);
@@ -367,8 +377,9 @@ public:
     static DataDef glbEmptyData;
 
 protected:
-    /// Guarantees a block of the string's own with room for `need` units. A new block keeps the old capacity when that
-    /// suffices; otherwise it has half as much again, or `need` if that is more, and never less than 1.
+    /// Makes sure that the string has a block that no other string shares, with room for `need` units. A new block
+    /// keeps the old capacity if that suffices; otherwise it has one and a half times the old one, or `need` if that is
+    /// more, at least 1.
     void ResizeCapacity(std::uint32_t need);
 
 private:
@@ -377,16 +388,17 @@ private:
     /// A block with no text and one holder.
     static DataDef * Alloc(std::uint32_t capacity);
     static void Free(DataDef * block) noexcept;
-    /// Ends the hold on a block that isn't the empty one.
+    /// Removes a holder of a block that isn't the empty one, and frees the block after the last.
     static void Drop(DataDef * block) noexcept;
 
-    /// True when the block is this string's alone and has room for `need` units.
+    /// True when no other string shares the block and it has room for `need` units.
     bool OwnsRoom(std::uint32_t need) const noexcept;
-    /// Moves the text to a new block by the rule of `ResizeCapacity`; the result keeps the old block alive.
+    /// Moves the text to a new block by the rule of `ResizeCapacity`. Returns the old block, which lives as long as the
+    /// result.
     KZString Regrow(std::uint32_t need);
-    /// Makes `length` the length and ends the text there.
+    /// Sets the length and writes the terminator there.
     void EndAt(std::size_t length) noexcept;
-    /// Exchanges the block for `fresh`.
+    /// Drops the block and takes `fresh` in its place.
     void Take(DataDef * fresh) noexcept;
     void AssignAll(std::u16string_view text);
     void FormatArguments(char16_t const * format, KZDetail::FormatArgument const * arguments,
@@ -398,26 +410,29 @@ private:
 static_assert(sizeof(KZString) == sizeof(void *), "a string is one pointer");
 static_assert(offsetof(KZString::DataDef, text) == 12, "the text stands behind a header of 12 bytes");
 
-/// The left text with the right one behind it, as `+=` appends. A null pointer gives a copy of the left.
-/// A temporary on the left keeps its block.
+/// The left text followed by the right one, as `+=` appends. A null pointer gives a copy of the left.
+/// When the left text is a temporary, its block is used for the result.
 KZ_EXPORT KZString operator+(KZString left, KZString const & right);
 KZ_EXPORT KZString operator+(KZString left, char16_t const * right);
 KZ_EXPORT KZString operator+(KZString left, char16_t right);
 template <std::same_as<KZString> Text, KZDetail::IsNumber Number>
 KZString operator+(Text const & left, Number right) = delete;
 
-/// Writes the text up to its first 0; surrogate pairs join where `wchar_t` holds them, lone ones pass.
+/// Writes the text up to its first 0. Where `wchar_t` has 32 bits, a surrogate pair becomes one character; a lone
+/// surrogate is written as it is.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
 
-/// The simple one-unit map to upper case, independent of any locale. A unit without a map stays.
+/// The upper case of a unit, the same in every locale; the unit itself if it has none of one unit.
 KZ_EXPORT char16_t KZtowupper(char16_t unit) noexcept;
-/// The same to lower case.
+/// The lower case of a unit, likewise.
 KZ_EXPORT char16_t KZtowlower(char16_t unit) noexcept;
 
 /// Prints a string as quoted UTF-8 in the failure messages of GoogleTest.
 KZ_EXPORT void PrintTo(KZString const & string, std::ostream * stream);
 
-/// Order of strings for ordered containers, under the flags of `KZString::Compare`.
+/// The order of strings for ordered containers, by the flags of `KZString::Compare`.
+///
+/// Thread safety: any number of threads may use one object.
 class KZStringCompare {
 public:
     explicit KZStringCompare(long flags = 0) noexcept : flags_(flags) {}
@@ -427,18 +442,20 @@ private:
     long flags_;
 };
 
-/// Hash and order of strings at once, for hashed containers that want both.
+/// The hash and the order of strings in one class, for hashed containers that need both.
 ///
 /// The hash starts with the length, takes h * 613 + unit for each unit up to the first 0 in 32 bits, and is the larger
 /// of h and -h modulo 0x40000003. The empty string has hash 0.
+///
+/// Thread safety: any number of threads may use one object.
 class KZ_EXPORT KZStringHash {
 public:
     int operator()(KZString const & string) const noexcept;
     bool operator()(KZString const & a, KZString const & b) const { return a.Compare(b, 0) < 0; }
 };
 
-/// A hash of the text up to its first 0, so that strings that compare equal have equal hashes. KZStringHash starts from
-/// the whole length and tells `u"a"` from the same text with units behind a 0.
+/// A hash of the text up to its first 0, so that strings that compare equal have equal hashes. That of KZStringHash
+/// includes the whole length, so it differs between `u"a"` and "a" followed by a 0 and more units, which compare equal.
 template <>
 struct KZ_EXPORT std::hash<KZString> {
     std::size_t operator()(KZString const & string) const noexcept;

@@ -1,4 +1,4 @@
-// The tables are made by the compiler: a program is never without them, whatever else it lacks.
+// The tables are made by the compiler, so nothing has to be allocated or read before the first use.
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/detail/KZCaseMap.h"
 

@@ -4,8 +4,8 @@
 
 namespace {
 
-// A collator of 128 KB, made on first use, that holds one reference for the life of the process: destructors of static
-// objects may still compare. Without memory the first use throws std::bad_alloc, and the next one tries again.
+// A collator of 128 KB, made at the first use and never freed, because destructors of static objects may still compare.
+// Without memory the first use throws std::bad_alloc, and the next one tries again.
 template <class Collator>
 KZCollator const * SharedCollator() {
     static KZCollator const & collator = []() -> KZCollator const & {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr long InvalidConverter = 10;
 
-// A converter that holds one reference for the life of the process.
+// A converter with a reference that is never released.
 template <class Converter>
 KZStringConverter const & SharedConverter() {
     static KZSmartPtr<KZStringConverter> const & converter =
@@ -66,7 +66,7 @@ KZErrorID KZString::SetFromUTF8(std::string const & text) {
 }
 
 void PrintTo(KZString const & string, std::ostream * stream) {
-    // All units, so that what stands behind a 0 unit can be seen as well.
+    // All units are printed, also those after a 0 unit.
     *stream << std::quoted(
         KZEncoding::UnitsToUtf8(std::u16string_view(string), KZEncoding::Utf8Mode::Replace));
 }

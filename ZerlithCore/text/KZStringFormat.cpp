@@ -14,14 +14,15 @@
 #include <memory>
 #include <utility>
 
-// One pass: the format is walked once, each conversion is put together in pieces (prefix, zeros, body) and written to a
-// buffer that starts on the stack and grows on the heap. The string takes the result at the end, so arguments may point
-// into it. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's locale is.
+// The format is read once. Each conversion is put together in pieces (prefix, zeros, body) and written to a buffer that
+// starts on the stack and moves to the heap when it grows. The string gets the result at the end, so arguments may
+// point into the string. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's
+// locale is.
 //
-// Arguments come with their types, or from a started list, from which they are taken as the conversions say. Behind
-// `Arguments` there is no difference.
+// Arguments come with their types, or from a started list, from which each is read with the type that its conversion
+// says. The class `Arguments` hides that difference.
 //
-// A wild width or precision can't exhaust memory: padding stops at `MaxPadding` units.
+// A huge width or precision can't exhaust memory: padding stops at `MaxPadding` units.
 
 namespace {
 
@@ -30,10 +31,10 @@ using Kind = FormatArgument::Kind;
 
 constexpr int MaxPadding = 1 << 20;
 
-/// More digits than any double has behind its point; what is asked for beyond is zeros.
+/// More digits than any double has after its point; the digits beyond are zeros.
 constexpr int MaxDoubleDigits = 1100;
 
-/// Units on the stack as long as they fit there.
+/// Collects units, on the stack as long as they fit there.
 class Buffer {
 public:
     std::size_t Size() const noexcept { return static_cast<std::size_t>(end_ - begin_); }
@@ -72,7 +73,7 @@ private:
 
 enum class ArgumentSize { Char, Short, Default, Long, Quad };
 
-/// One conversion as it stands in the format.
+/// One conversion of the format.
 struct Conversion {
     bool left = false, plus = false, blank = false, alternate = false, zeros = false;
     int width = 0;
@@ -81,12 +82,12 @@ struct Conversion {
     char16_t letter = u'\0';
 };
 
-/// A number in the pieces that padding may part.
+/// The pieces of a number, between which padding may be put.
 struct Number {
     std::string_view sign;
     std::size_t zeros = 0; // between sign and digits
     std::string_view digits;
-    std::size_t moreZeros = 0; // behind the digits
+    std::size_t moreZeros = 0; // after the digits
     std::string_view exponent;
 };
 
@@ -99,7 +100,7 @@ int ReadNumber(char16_t const *& format) noexcept {
     return static_cast<int>(value);
 }
 
-/// Hands out the arguments, one after the other.
+/// Gives the arguments, one after the other.
 class Arguments {
 public:
     Arguments(FormatArgument const * typed, std::size_t count) noexcept : next_(typed), left_(count) {}
@@ -110,7 +111,7 @@ public:
     Arguments(Arguments const &) = delete;
     Arguments & operator=(Arguments const &) = delete;
 
-    /// The argument of `conversion`, which is changed to one that can show it if it can't itself.
+    /// The argument for `conversion`. A conversion that can't show it is changed to one that can, such as "%d" to "%s".
     FormatArgument Take(Conversion & conversion) {
         if (!isTyped_) return TakeListed(conversion);
         FormatArgument const argument = TakeTyped();
@@ -122,7 +123,7 @@ public:
         return argument;
     }
 
-    /// The argument of a `*`; `fallback` where it isn't an integer.
+    /// The argument for a `*`; `fallback` if it isn't an integer.
     int TakeInt(int fallback) {
         if (!isTyped_) return va_arg(list_, int);
         FormatArgument const argument = TakeTyped();
@@ -217,7 +218,7 @@ public:
     }
 
 private:
-    /// Reads what stands behind the "%" up to the letter; widths and precisions of `*` are taken from the arguments.
+    /// Reads what follows the "%" up to the letter. A width or precision of `*` is taken from the arguments.
     Conversion Read(char16_t const *& format) {
         Conversion conversion;
         bool const hasWidth = ReadFlags(format, conversion);
@@ -237,7 +238,7 @@ private:
         return conversion;
     }
 
-    /// True when a `*` gave the width.
+    /// Reads flags and returns true when a `*` gave the width.
     bool ReadFlags(char16_t const *& format, Conversion & conversion) {
         for (bool hasWidth = false;; ++format) {
             switch (*format) {
@@ -304,7 +305,7 @@ private:
 
     // --- Integers
 
-    /// The bytes of a number that are printed: as many as it has, unless an h says fewer or another size more.
+    /// The number of bytes that are printed: as many as the argument has, unless an h says fewer or another size more.
     static std::size_t BytesOf(Conversion const & conversion, FormatArgument const & argument) noexcept {
         std::size_t const own = argument.kind == Kind::Untyped || argument.kind == Kind::Pointer
                                     ? sizeof(void *)
@@ -350,13 +351,13 @@ private:
         if (conversion.letter == u'X') MakeUpper(digits.data(), end);
         auto const count = static_cast<int>(end - digits.data());
         int zeros = std::max(std::min(conversion.precision, MaxPadding) - count, 0);
-        // An octal number is marked by a digit 0 in front, unless it has one.
+        // "%#o" puts a 0 before an octal number that doesn't begin with one.
         if (base == 8 && conversion.alternate && zeros == 0 && (count == 0 || digits[0] != '0')) zeros = 1;
         WriteNumber(conversion, conversion.zeros && conversion.precision < 0,
                     {sign, static_cast<std::size_t>(zeros), {digits.data(), end}, 0, {}});
     }
 
-    /// As the system's own printf shows pointers.
+    /// Writes a pointer as the system's printf does.
     void WritePointer(Conversion const & conversion, FormatArgument const & argument) {
         bool const isNumber = argument.kind <= Kind::Character;
         std::uint64_t const address =
@@ -388,7 +389,7 @@ private:
         if ((conversion.letter | 0x20) == u'e') style = std::chars_format::scientific;
         if (style == std::chars_format::general && conversion.alternate) ChooseStyle(value, style, precision);
 
-        // 309 digits in front of the point, and the point that is put in, at most.
+        // Room for at most 309 digits before the point, the point itself and the digits after it.
         std::array<char, MaxDoubleDigits + 320> digits;
         int const made = std::min(precision, MaxDoubleDigits);
         char * end = std::to_chars(digits.data(), digits.data() + digits.size(), value, style, made).ptr;
@@ -405,7 +406,7 @@ private:
                     {sign, 0, {digits.data(), exponent}, moreZeros, {exponent, end}});
     }
 
-    /// What "%#g" prints: the style that "%g" would choose, with all its zeros.
+    /// For "%#g": chooses the style that "%g" would choose; its zeros at the end are kept.
     static void ChooseStyle(double value, std::chars_format & style, int & precision) {
         int const significant = std::max(precision, 1);
         std::array<char, MaxDoubleDigits + 16> digits;
@@ -441,7 +442,7 @@ private:
     void WriteUnit(Conversion const & conversion, FormatArgument const & argument) {
         char16_t units[2];
         WriteField(conversion, std::u16string_view(units, SplitCharacter(conversion, argument, units)));
-        // The 0 stands in front of the padding on its right, if there is any.
+        // A unit 0 ends the text. With padding on its right it stands before the padding, otherwise at the end.
         if (units[0] == u'\0')
             end_ = std::min(end_, out_.Size() - (conversion.left ? std::max(conversion.width, 1) : 1));
     }
@@ -479,7 +480,7 @@ private:
         }
     }
 
-    /// At most `limit` units of a text; behind them there may be no terminator.
+    /// At most `limit` units of a text. No more than these are read, so a terminator isn't needed.
     template <class Unit>
     static std::basic_string_view<Unit> TextOf(FormatArgument const & argument, std::size_t limit) noexcept {
         auto const units = static_cast<Unit const *>(argument.pointer);
@@ -489,7 +490,7 @@ private:
         return {units, size};
     }
 
-    /// At most `limit` units of a text of bytes. A unit takes one byte at least: so many can be read in any case.
+    /// At most `limit` units of a text of bytes.
     static std::u16string Decode(FormatArgument const & argument, std::size_t limit) {
         auto bytes = static_cast<char const *>(argument.pointer);
         bool const isTerminated = argument.length == FormatArgument::terminated;
@@ -510,7 +511,7 @@ private:
         return units;
     }
 
-    /// A number isn't a place to write to, whatever the format says.
+    /// "%n": writes the size through a pointer to an integer. An argument that is no such pointer is left alone.
     void StoreSize(FormatArgument const & argument) const noexcept {
         if (argument.kind < Kind::Units || argument.bytes == 0 || !argument.pointer) return;
         auto const store = [target = const_cast<void *>(argument.pointer)](auto count) {
@@ -556,7 +557,7 @@ private:
 
     Arguments & arguments_;
     Buffer out_;
-    std::size_t end_ = static_cast<std::size_t>(-1); // where a unit 0 ends the text
+    std::size_t end_ = static_cast<std::size_t>(-1); // the position of a unit 0 that ends the text
 };
 
 } // namespace

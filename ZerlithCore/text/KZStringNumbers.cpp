@@ -9,9 +9,9 @@
 #include <string>
 #include <type_traits>
 
-// The standard's wide conversions are not to be had for 16-bit units, so the text is read here. Integers need no help.
-// For a double the extent of the number is found first; its units, all ASCII by then, go to std::from_chars, which knows no
-// locale and rounds correctly however long the number is.
+// The standard has no conversions from 16-bit units, so numbers are read here. Integers are computed digit by digit.
+// For a double the end of the number is found first; its units, which are all ASCII, go to std::from_chars, which
+// depends on no locale and rounds correctly however long the number is.
 
 namespace {
 
@@ -32,7 +32,7 @@ char16_t const * SkipSpace(char16_t const * text) noexcept {
     return text;
 }
 
-/// Steps over a sign; tells whether it was a minus.
+/// Steps over a sign, if there is one; returns true for a minus.
 bool TakeSign(char16_t const *& text) noexcept {
     bool const minus = *text == u'-';
     if (minus || *text == u'+') ++text;
@@ -43,7 +43,7 @@ void Report(bool * success, bool value) noexcept {
     if (success) *success = value;
 }
 
-/// Reads an `Integer`; an unsigned one may have a minus and is negated within its bits.
+/// Reads an `Integer`. An unsigned one may have a minus sign: "-1" gives the largest value.
 template <std::integral Integer>
 Integer ReadInteger(char16_t const * text, bool * success) noexcept {
     using Limits = std::numeric_limits<Integer>;
@@ -64,7 +64,7 @@ Integer ReadInteger(char16_t const * text, bool * success) noexcept {
     return static_cast<Integer>(minus ? Magnitude{0} - value : value);
 }
 
-/// The length of `word`, in small letters, if `text` begins with it in any case; else 0.
+/// Returns the length of `word`, which is in small letters, if `text` begins with it in any case; otherwise 0.
 std::size_t StartsWith(char16_t const * text, std::u16string_view word) noexcept {
     for (std::size_t i = 0; i < word.size(); ++i) {
         if ((text[i] | 0x20) != word[i]) return 0;
@@ -72,7 +72,8 @@ std::size_t StartsWith(char16_t const * text, std::u16string_view word) noexcept
     return word.size();
 }
 
-/// Steps over an exponent that `letter` begins, if there is one with a digit; its value, bounded far above any double's.
+/// Steps over an exponent that starts with `letter` and has a digit. Returns its value, 0 if there is none; a value
+/// that is far beyond any double's is cut.
 std::int64_t TakeExponent(char16_t const *& text, char16_t letter) noexcept {
     constexpr std::int64_t Bound = 1'000'000'000'000;
     char16_t const * place = text;
@@ -87,12 +88,12 @@ std::int64_t TakeExponent(char16_t const *& text, char16_t letter) noexcept {
     return minus ? -value : value;
 }
 
-/// The extent of a number, from its first digit or point on.
+/// Where a number begins, with its first digit or point, and where it ends.
 struct Extent {
     char16_t const * begin;
-    char16_t const * end; // equal to `begin` where no number stands
+    char16_t const * end; // equal to `begin` if there is no number
     bool isHex;
-    bool isLarge; // at least 1, so that what doesn't fit into a double is too large, not too small
+    bool isLarge; // at least 1: if it doesn't fit into a double, it is too large, else too small
 };
 
 Extent MeasureNumber(char16_t const * text) noexcept {
@@ -100,7 +101,7 @@ Extent MeasureNumber(char16_t const * text) noexcept {
                        (IsHexDigit(text[2]) || (text[2] == u'.' && IsHexDigit(text[3])));
     auto const isDigit = isHex ? IsHexDigit : IsDigit;
     char16_t const * const begin = isHex ? text + 2 : text;
-    // The place of the highest digit that isn't 0, counted from the point: 1 stands just in front of it.
+    // The place of the highest digit that isn't 0: 1 for the digit just before the point, 0 for the one just after it.
     std::int64_t place = 0;
     bool isZero = true, hasDigits = false, behindPoint = false;
     char16_t const * end = begin;
@@ -118,7 +119,7 @@ Extent MeasureNumber(char16_t const * text) noexcept {
     return {begin, end, isHex, (isHex ? place * 4 : place) + exponent > 0};
 }
 
-/// Reads a double without a sign and steps over it; `fits` tells whether it lies in the range of a double.
+/// Reads a double without a sign and steps over it; sets `fits` to whether it lies in the range of a double.
 double TakeNumber(char16_t const *& text, bool & fits) {
     auto const [begin, end, isHex, isLarge] = MeasureNumber(text);
     text = end;
@@ -135,7 +136,7 @@ double TakeNumber(char16_t const *& text, bool & fits) {
     return value;
 }
 
-/// Steps over "inf", "infinity", "nan" or "nan(...)"; 0 where none of them stands.
+/// Steps over "inf", "infinity", "nan" or "nan(...)" and returns the value; 0 if the text is none of them.
 double TakeWord(char16_t const *& text) noexcept {
     if (std::size_t const inf = StartsWith(text, u"inf")) {
         text += inf;

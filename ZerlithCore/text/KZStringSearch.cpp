@@ -6,12 +6,12 @@
 #include <bitset>
 #include <cstring>
 
-// The fast scans know no terminator; they look at the true length. Where a hit is found, the units in front of it are
-// searched for a 0, behind which nothing counts: that costs no more than finding the hit did.
+// The fast searches go by the length of the string and don't stop at a 0 unit. When they find a hit, the units before
+// it are searched for a 0, since what follows a 0 doesn't count. That takes no longer than the search itself.
 
 namespace {
 
-/// A set of units that answers for each unit in constant time, but for units above 255 of a set that has such units.
+/// A set of units. A look-up takes constant time, except for a unit above 255 in a set that has such units.
 class UnitSet {
 public:
     explicit UnitSet(char16_t const * units) noexcept {
@@ -35,12 +35,12 @@ private:
     }
 
     std::bitset<256> low_;
-    char16_t const * high_ = nullptr; // the first unit above 255 and what stands behind it
+    char16_t const * high_ = nullptr; // the set from its first unit above 255 on
 };
 
 bool IsEmpty(char16_t const * text) noexcept { return !text || *text == u'\0'; }
 
-/// The first unit at or behind `position` that is in `set`, or isn't, up to the first 0.
+/// The position of the first unit at or after `position`, and before the first 0, that is in `set`, or that isn't.
 std::uint32_t FirstInSet(KZString const & string, std::uint32_t position, UnitSet const & set,
                          bool wanted) noexcept {
     for (char16_t const * place = string.begin() + position; *place != u'\0'; ++place) {
@@ -49,7 +49,7 @@ std::uint32_t FirstInSet(KZString const & string, std::uint32_t position, UnitSe
     return KZString::npos;
 }
 
-/// The last unit at or before `position` that is in `set`, or isn't.
+/// The position of the last unit at or before `position` that is in `set`, or that isn't.
 std::uint32_t LastInSet(KZString const & string, std::uint32_t position, UnitSet const & set,
                         bool wanted) noexcept {
     if (string.IsNull()) return KZString::npos;
@@ -80,7 +80,8 @@ std::uint32_t KZString::Find(char16_t unit, unsigned int position) const {
     return position + static_cast<std::uint32_t>(place);
 }
 
-// Equal to keeping the last hit of a search from the front; it walks down so as to stop at the first hit.
+// The result is that of a search from the front that keeps the last hit; searching from the end is faster, because it
+// can stop at its first hit.
 std::uint32_t KZString::RFind(char16_t const * needle, unsigned int position) const {
     if (IsNull()) return npos;
     position = std::min(position, Length() - 1);

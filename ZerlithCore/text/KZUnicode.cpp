@@ -18,7 +18,7 @@ static_assert(std::size(bidirectionalKeys) ==
               static_cast<std::size_t>(KZUnicode::BidirectionalCategory::None));
 static_assert(std::size(compatibilityKeys) == static_cast<std::size_t>(KZUnicode::Compatibility::None));
 
-// A key that isn't there is one past the last.
+// Returns the value after the last one for an unknown key.
 template <class Value, std::size_t Size>
 Value ValueOf(std::string_view const (&keys)[Size], char const * key) noexcept {
     auto const * const found = key ? std::ranges::find(keys, std::string_view(key)) : std::end(keys);
@@ -64,12 +64,12 @@ KZUnicode::Compatibility KZUnicode::GetCompatibility(char const * key) noexcept 
     return ValueOf<Compatibility>(compatibilityKeys, key);
 }
 
-// Names lie one behind the other in blocks, so that 65536 records cost a few dozen allocations and none moves.
+// Names lie one after the other in blocks, so that 65536 records cost a few dozen allocations. A name never moves.
 struct KZUnicode::CharSetInfo::Pool {
     static constexpr std::size_t blockSize = 65536;
     std::vector<std::unique_ptr<char[]>> blocks;
     std::size_t used = blockSize;
-    std::shared_ptr<Pool const> older; // names that a copy has taken along
+    std::shared_ptr<Pool const> older; // the names that this object shares with the one it was copied from
 };
 
 void KZUnicode::CharSetInfo::Reset() {

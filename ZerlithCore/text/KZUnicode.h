@@ -1,10 +1,10 @@
 /// @file
-/// Properties of characters.
+/// Properties of characters: base letters, and what the Unicode character database says of each unit.
 ///
-///     KZUnicode::GetEquivalentChar(u'É');     // u'E'
+///     char16_t const base = KZUnicode::GetEquivalentChar(u'É');     // u'E'
 ///     KZUnicode::CharSetInfo info;
-///     if (KZUnicodeInfoReader::Read(info, "UnicodeData.txt") &&
-///         info[u'A'].generalCategory == KZUnicode::GeneralCategory::Lu) ...
+///     bool const isCapital = KZUnicodeInfoReader::Read(info, "UnicodeData.txt") &&
+///                            info[u'A'].generalCategory == KZUnicode::GeneralCategory::Lu;
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -15,14 +15,14 @@
 #include <string_view>
 #include <vector>
 
-/// A static vocabulary of character properties.
+/// The names of character properties, and the base letter of each unit.
 ///
-/// Thread safety: everything is constant.
+/// Thread safety: all functions may be called from any thread.
 class KZ_EXPORT KZUnicode {
 public:
     KZUnicode() = delete;
 
-    // The values are named after the keys of the database, in one order; `None` stands for any other key.
+    // The values have the names of the keys in the database; `None` stands for any other key.
 
     /// Letters, marks, numbers, punctuation, symbols, separators and the rest, each with its subdivision.
     enum class GeneralCategory : std::uint8_t {
@@ -46,15 +46,15 @@ public:
     [[nodiscard]] static BidirectionalCategory GetBidirectionalCategory(char const * key) noexcept;
     [[nodiscard]] static Compatibility GetCompatibility(char const * key) noexcept;
 
-    /// What the database tells of one unit. A fresh record has empty names, `None` and 0.
+    /// What the database says of one unit. A fresh record has empty names, `None` and 0.
     struct CharInfo {
         char const * name = "";    ///< never null; lives as long as the CharSetInfo, or a copy of it
         char const * oldName = ""; ///< the name in Unicode 1
         std::int32_t decimalDigitValue = 0;
         std::int32_t digitValue = 0;
-        std::int32_t numericValue = 0; ///< of a fraction, the number in front of the slash
+        std::int32_t numericValue = 0; ///< of a fraction, the number before the slash
         std::int32_t combiningClass = 0;
-        char16_t upperCase = 0; ///< the unit's case maps; 0 where it has none
+        char16_t upperCase = 0; ///< this and the next two: the unit in another case; 0 if there is none
         char16_t lowerCase = 0;
         char16_t titleCase = 0;
         GeneralCategory generalCategory = GeneralCategory::None;
@@ -63,17 +63,18 @@ public:
         bool mirrored = false;
     };
 
-    /// A record for each of the 65536 units, with their names in one pool.
+    /// A record for each of the 65536 units, and the names of all of them: some megabytes.
     ///
-    /// Thread safety: a const object may be read from any thread.
+    /// Errors: std::bad_alloc. Thread safety: a const object may be read from any thread.
     class KZ_EXPORT CharSetInfo {
     public:
         CharSetInfo() : records_(0x10000) {}
         [[nodiscard]] CharInfo const & operator[](char16_t unit) const noexcept { return records_[unit]; }
         [[nodiscard]] CharInfo & operator[](char16_t unit) noexcept { return records_[unit]; }
-        /// Makes all records fresh and lets go of the names.
+        /// Makes all records fresh and drops the names.
         void Reset();
-        /// Keeps a copy of `name` with a terminator behind it, for `CharInfo`; an empty one costs nothing.
+        /// Keeps a copy of `name`, ended by a 0 byte, and returns it: for the names of a `CharInfo`. An empty name
+        /// allocates nothing.
         char const * KeepName(std::string_view name);
 
     private:
@@ -82,9 +83,10 @@ public:
         std::shared_ptr<Pool> pool_;
     };
 
-    /// The equivalent of each unit: an accented letter, of whatever script, has the base letter with which its full
-    /// canonical decomposition begins, in its own case; every other unit has itself. Letters that don't decompose (AE,
-    /// O with stroke, sharp s) and Hangul syllables stay. The data are those of the Unicode character database.
+    /// The base letter of each unit: for an accented letter of any script the letter with which its full canonical
+    /// decomposition begins, in the same case; for every other unit the unit itself. Letters that don't decompose (AE,
+    /// O with stroke, sharp s) and Hangul syllables map to themselves. The data are those of the Unicode character
+    /// database.
     static std::array<char16_t, 0x10000> const glbEquivalentChar;
 
     [[nodiscard]] static char16_t GetEquivalentChar(char16_t unit) noexcept {

@@ -13,7 +13,7 @@ namespace {
 
 constexpr std::size_t lineRoom = 4096; // with the terminator
 
-// The number at the cursor, 0 where there is none, and the cursor behind the next semicolon, or at the end.
+// Reads the number at the cursor, 0 if there is none. Moves the cursor after the next semicolon, or to the end.
 template <class Number>
 Number ReadNumber(char const *& cursor, int base) {
     char const * const end = cursor + std::strcspn(cursor, ";");
@@ -31,7 +31,7 @@ bool KZUnicodeInfoReader::Read(KZUnicode::CharSetInfo & info, char const * fileN
     Reset(info);
     std::error_code error;
     if (!fileName || !std::filesystem::exists(fileName, error)) return false;
-    // Part of a file must not pass for the whole.
+    // With exceptions on, a file that can only be read in part isn't taken for the whole file.
     std::ifstream stream;
     stream.exceptions(std::ios_base::badbit | std::ios_base::failbit);
     stream.open(fileName);
@@ -63,7 +63,7 @@ void KZUnicodeInfoReader::ReadLine(KZUnicode::CharSetInfo & info, char const * l
     record.numericValue = static_cast<std::int32_t>(ReadLongValue(line));
     record.mirrored = ReadStringField(line) == "Y";
     record.oldName = info.KeepName(ReadStringField(line));
-    ReadStringField(line); // a comment
+    ReadStringField(line); // a comment, which isn't kept
     record.upperCase = static_cast<char16_t>(ReadHexValue(line));
     record.lowerCase = static_cast<char16_t>(ReadHexValue(line));
     record.titleCase = static_cast<char16_t>(ReadHexValue(line));

@@ -1,5 +1,9 @@
 /// @file
 /// The reader of the Unicode character database.
+///
+///     KZUnicode::CharSetInfo info;
+///     if (!KZUnicodeInfoReader::Read(info, "UnicodeData.txt")) return;    // there is no such file
+///     std::cout << info[u'A'].name << '\n';                               // LATIN CAPITAL LETTER A
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -7,22 +11,23 @@
 
 #include <iosfwd>
 
-/// Reads a file in the layout of the database's UnicodeData.txt: a line for each character, its fields between semicolons.
+/// Reads a file in the layout of the database's UnicodeData.txt: a line for each character, its fields between
+/// semicolons.
 ///
-/// Code points are taken by their lower 16 bits, so those above U+FFFF overwrite the records of other units: callers that
-/// don't want them pass a file without them. Fields that a line doesn't have are empty or 0; a line that starts with no
-/// number is passed over; one of 4,096 characters or more ends the reading.
+/// Only the lower 16 bits of a code point count, so those above U+FFFF overwrite the records of other units; to avoid
+/// that, pass a file without them. Fields that a line doesn't have are empty or 0. A line that doesn't start with a
+/// number is skipped. A line of 4,096 characters or more ends the reading, without an error.
 ///
-/// Thread safety: callable from any thread, each with an `info` of its own.
+/// Thread safety: may be called from any thread, if each passes its own `info`.
 class KZ_EXPORT KZUnicodeInfoReader {
 public:
     KZUnicodeInfoReader() = delete;
 
-    /// Resets `info` and fills it from the file of that name. False only when there is no such file.
-    /// Errors: std::ios_base::failure when the file is there and can't be opened, or not be read to its end; `info`
-    /// then holds what came before.
+    /// Resets `info` and fills it from the file of that name. Returns false only if there is no such file.
+    /// Errors: std::ios_base::failure when the file exists but can't be opened, or can't be read to its end; `info`
+    /// then holds what was read before. std::bad_alloc.
     static bool Read(KZUnicode::CharSetInfo & info, char const * fileName);
-    /// The same from a stream.
+    /// The same, reading from a stream.
     static void Read(KZUnicode::CharSetInfo & info, std::istream & stream);
 
 private:

@@ -1,6 +1,6 @@
-// Where the processor has 128-bit compares, eight units are looked at in one step. A block may reach behind a
-// terminator, but is never loaded where it would reach into another page, which may not exist; there eight steps are
-// taken unit by unit.
+// Where the processor has 128-bit compares, eight units are compared in one step. A block may reach beyond a
+// terminator, but is never loaded where it would reach into the next page, which may not exist: there eight units are
+// compared one by one.
 
 #include "ZerlithCore/text/detail/KZUnitCompare.h"
 
@@ -30,7 +30,7 @@ bool StaysInPage(char16_t const * text) noexcept {
 
 #ifdef __SSE2__
 
-// The sanitizers can't know that units behind a terminator are looked at and ignored.
+// The sanitizers can't know that the units after a terminator are loaded but ignored.
 __attribute__((no_sanitize("address", "thread"))) int KZCompareUnits(char16_t const * a,
                                                                      char16_t const * b) noexcept {
     if (a == b) return 0;

@@ -9,16 +9,17 @@
 #include <emmintrin.h>
 #endif
 
-// Where the processor has 128-bit compares (every x86-64 has), eight units are looked at in one step; elsewhere the same
+// Where the processor has 128-bit compares (every x86-64 has), eight units are compared in one step; elsewhere the same
 // functions go unit by unit. A mask holds two equal bits for each unit of a block, lowest unit first.
 //
-// A finder compares two units of the needle at once at eight places, and looks at the whole needle only where both
-// agree. The two are chosen to be different, and apart from what stands everywhere in text (blanks, small letters), so
-// that few places pass. A needle made to pass everywhere costs what a plain search costs.
+// A finder compares two units of the needle, the probes, at eight positions of the text at once. It compares the whole
+// needle only at positions where both agree. The probes are two different units that are rare in texts: of "the Queen"
+// Q is one, a blank or a small letter is taken only where there is nothing better. So few positions need a whole
+// compare; in the worst case, such as "aaa" in a text of a's, the search takes as long as a plain one.
 
 namespace {
 
-// The plain form of each scan, for short texts and for processors without the block compares.
+// The plain form of each function, for short texts and for processors without block compares.
 
 std::size_t FindUnitPlainly(char16_t const * text, std::size_t count, char16_t unit) noexcept {
     return static_cast<std::size_t>(std::find(text, text + count, unit) - text);
@@ -48,7 +49,7 @@ std::size_t FirstOf(unsigned mask) noexcept { return static_cast<std::size_t>(st
 
 #endif
 
-/// How likely a unit is to stand at any place of a text, roughly: the lower the better for a search.
+/// A rough measure of how frequent a unit is in texts: the lower, the better as a probe.
 constexpr int Commonness(char16_t unit) noexcept {
     if (unit == u' ') return 4;
     if (unit >= u'a' && unit <= u'z') return "20111100210012220011000000"[unit - u'a'] - '0' + 1;
@@ -91,7 +92,7 @@ KZUnitScan::Length(char16_t const * text) noexcept {
     }
     auto const * place = reinterpret_cast<__m128i const *>(address & ~(sizeof zero - 1));
     unsigned hits = Mask(_mm_cmpeq_epi16(*place, zero));
-    hits &= ~0U << address % sizeof zero; // Units in front of the text don't count.
+    hits &= ~0U << address % sizeof zero; // Units before the text don't count.
     while (hits == 0) hits = Mask(_mm_cmpeq_epi16(*++place, zero));
     return static_cast<std::size_t>(reinterpret_cast<char16_t const *>(place) - text) + FirstOf(hits);
 }
@@ -105,7 +106,7 @@ std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char1
         __m128i const high = _mm_cmpeq_epi16(Load(text + i + Block), wanted);
         if (Mask(_mm_or_si128(low, high)) != 0) return i + FirstOf(Mask(low) | Mask(high) << 16);
     }
-    // What is left is looked at in blocks that end at the end, and may begin with units already seen.
+    // The rest is shorter than a block: take the last block of the text, which may begin with units already compared.
     for (; i < count; i += Block) {
         std::size_t const start = std::min(i, count - Block);
         unsigned const hits = Mask(_mm_cmpeq_epi16(Load(text + start), wanted));
@@ -120,7 +121,7 @@ std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t co
     std::size_t const places = count - size_ + 1;
     __m128i const first = Spread(needle_[probes_[0]]);
     __m128i const second = Spread(needle_[probes_[1]]);
-    // The places from `start` on where both probes agree.
+    // Compares the needle at the eight positions from `start` on, where both probes agree.
     auto const agree = [&](std::size_t start) {
         return _mm_and_si128(_mm_cmpeq_epi16(Load(text + start + probes_[0]), first),
                              _mm_cmpeq_epi16(Load(text + start + probes_[1]), second));
@@ -139,7 +140,7 @@ std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t co
         if (Mask(_mm_or_si128(low, high)) == 0) continue;
         if (std::size_t const place = verify(i, Mask(low) | Mask(high) << 16); place != count) return place;
     }
-    // What is left is looked at in blocks that end at the end, and may begin with places already seen.
+    // The rest is shorter than a block: take the last eight positions, some of which may have been compared already.
     for (; i < places; i += Block) {
         std::size_t const start = std::min(i, places - Block);
         if (std::size_t const place = verify(start, Mask(agree(start))); place != count) return place;

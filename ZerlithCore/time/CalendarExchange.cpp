@@ -8,13 +8,13 @@ using namespace KZExchange;
 
 namespace {
 
-// Day numbers, counted from 1970-01-01.
+// The first days from which the records count, as days since 1970-01-01.
 constexpr std::int64_t fileTimeOrigin = DaysFromCivil(1601, 1, 1);
 constexpr std::int64_t fileTimeEnd = DaysFromCivil(30828, 1, 1);
 constexpr std::int64_t doubleOrigin = DaysFromCivil(1899, 12, 30);
 constexpr std::int64_t doubleBegin = DaysFromCivil(100, 1, 1);
 constexpr std::int64_t doubleEnd = DaysFromCivil(10000, 1, 1);
-constexpr std::int64_t tickPerMillisecond = 10000; // of 100 ns
+constexpr std::int64_t tickPerMillisecond = 10000; // a tick is 100 ns
 
 bool IsEmpty(DateAndTime const & value) { return value.date.IsNull() && value.time.IsNull(); }
 bool IsUsable(DateAndTime const & value) {
@@ -32,7 +32,7 @@ KZDateEx DateOf(std::int64_t days) {
     return {date.year, date.month, date.day};
 }
 
-// Days since 1970, `origin` for no date; nothing when they lie outside.
+// Days since 1970, or `origin` if there is no date; std::nullopt outside of `begin` to `end`.
 std::optional<std::int64_t> DaysWithin(DateAndTime const & value, std::int64_t origin, std::int64_t begin,
                                        std::int64_t end) {
     if (!IsUsable(value)) return std::nullopt;
@@ -93,7 +93,7 @@ bool ToFileTime(DateAndTime const & value, FILETIME & out) {
     return true;
 }
 
-// The fraction counts forward from midnight, also where the day is negative.
+// The fraction counts from midnight, even if the day is negative: -1.25 is 06:00 of day -1.
 bool ToDouble(DateAndTime const & value, double & out) {
     auto const days = DaysWithin(value, doubleOrigin, doubleBegin, doubleEnd);
     if (!days) return false;
@@ -134,7 +134,7 @@ bool FromSystemTime(SYSTEMTIME const & in, DateAndTime & value) {
                        KZTimeEx(in.wHour, in.wMinute, in.wSecond, in.wMilliseconds));
 }
 
-// What is finer than a millisecond is cut.
+// Parts of a millisecond are dropped.
 bool FromFileTime(FILETIME const & in, DateAndTime & value) {
     std::uint64_t const ticks = std::uint64_t{in.dwHighDateTime} << 32 | in.dwLowDateTime;
     std::uint64_t const milliseconds = ticks / tickPerMillisecond;
@@ -144,7 +144,7 @@ bool FromFileTime(FILETIME const & in, DateAndTime & value) {
     return true;
 }
 
-// To the nearest millisecond, which may be the next day's first.
+// Rounds to the nearest millisecond, which may be the first of the next day.
 bool FromDouble(double in, DateAndTime & value) {
     if (!(in > -1e6 && in < 1e7)) return false;
     double const whole = std::trunc(in);

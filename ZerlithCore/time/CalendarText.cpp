@@ -14,7 +14,7 @@ namespace {
 
 constexpr bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
-// --- Printing. Each function writes without a check; the loop sees to the room.
+// --- Printing. These functions write without a check: PrintCalendar makes sure that there is room.
 
 char16_t * PutTwo(char16_t * out, unsigned int value) {
     out[0] = static_cast<char16_t>(u'0' + value / 10);
@@ -86,7 +86,7 @@ char16_t * PutField(char16_t * out, char16_t letter, CalendarValue const & value
 
 // --- Reading
 
-// One pass over the text and the template side by side.
+// Reads the text and the template from left to right at the same time.
 class Reader {
 public:
     Reader(char16_t const * text, char16_t const * format, unsigned int letters)
@@ -104,7 +104,7 @@ public:
     }
 
 private:
-    // Goes behind the next conversion of the template; what stands in front of it isn't compared.
+    // Moves after the next conversion of the template. The template's text before it isn't compared.
     bool FindConversion() {
         while (*format_ && *format_ != u'%') ++format_;
         if (!*format_ || !format_[1]) return false;
@@ -131,7 +131,7 @@ private:
         value = std::min<std::int64_t>(value, std::numeric_limits<int>::max());
         bool const hasDigits = end != text_ && IsDigit(end[-1]);
         bool const offsetNext = IsOffsetNext();
-        // A field that ends otherwise is dropped: the next conversion reads from the same place.
+        // A field that doesn't end as the template says is dropped: the next conversion reads from the same place.
         if (*end && *end != *format_ && !(offsetNext && hasDigits)) {
             fields_.hasDropped = true;
             return;
@@ -141,8 +141,8 @@ private:
         if (!*text_ && !IsEarlyEnd(end)) fields_.hasDropped = true;
     }
 
-    // Whether nothing follows at `text` that the next conversion should have read: only what the template has in front
-    // of that one, or a beginning of it, and blanks.
+    // Whether the text ends at `text` before the next conversion: it may have a part of the template's text before that
+    // conversion, and blanks. For "%Y/%m" the texts "2024" and "2024/ " end early, but "2024/x" doesn't.
     [[nodiscard]] bool IsEarlyEnd(char16_t const * text) const {
         char16_t const * literal = format_;
         for (; *text && *text == *literal && *literal != u'%'; ++text) ++literal;
@@ -150,7 +150,7 @@ private:
         return !*literal || !*SkipBlanks(text);
     }
 
-    // A "-" directly behind a field separates; a later one is the sign of the next.
+    // A "-" directly after a field separates it from the next; a later one is the sign of the next.
     static char16_t const * SkipToNumber(char16_t const * text, bool signs) {
         char16_t const * const start = text;
         while (*text && !IsDigit(*text) && !(signs && *text == u'-' && text != start)) ++text;
@@ -184,7 +184,7 @@ private:
         }
     }
 
-    // "Z", or the rest of the text as a sign, hours, ":" and minutes; anything else stays unread.
+    // Reads "Z", or a sign, hours, ":" and minutes if these are the whole rest of the text. Reads nothing otherwise.
     void ReadOffset() {
         if (*text_ == u'Z') {
             ++text_;
@@ -229,7 +229,8 @@ bool PrintCalendar(char16_t * buffer, std::size_t capacity, char16_t const * for
         } else if (static_cast<std::size_t>(end - out) > longestField) {
             out = PutField(out, letter, value);
         } else {
-            // Near the end a field is made elsewhere first, since some are longer than the room that is left.
+            // Near the end of the buffer the field is printed elsewhere first, since it may be longer than the room
+            // left.
             std::array<char16_t, longestField> field;
             char16_t const * const fieldEnd = PutField(field.data(), letter, value);
             if (fieldEnd - field.data() >= end - out) break;
@@ -242,7 +243,7 @@ bool PrintCalendar(char16_t * buffer, std::size_t capacity, char16_t const * for
 
 void PrintCalendar(KZString & out, KZString const & format, CalendarValue const & value,
                    unsigned int letters) {
-    // A conversion is two units of the template and prints eight at most.
+    // A conversion takes two units of the template and prints eight at most.
     std::size_t const room = std::size_t{format.Length()} * (longestField / 2) + spareRoom + longestField + 2;
     std::array<char16_t, 256> small;
     std::u16string large;

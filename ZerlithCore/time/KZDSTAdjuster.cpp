@@ -14,7 +14,7 @@ int YearOf(KZDateTime const & value) {
     return KZDetail::CivilFromDays(value.AsSeconds() / KZDetail::secondsOfDay).year;
 }
 
-// The local time of `time`; at the ends of the range, the nearest one that can be held.
+// The local time of `time`, or the nearest one that a KZDateTime can hold.
 KZDateTime ToDateTime(std::tm const & time) {
     auto const month = static_cast<unsigned int>(time.tm_mon) + 1;
     std::int64_t const days =
@@ -30,7 +30,7 @@ KZDateTime ToDateTime(std::tm const & time) {
 KZDSTAdjuster::KZDSTAdjuster(KZDateTime const & from, KZDateTime const & to, KZTimeZone const & zone)
     : zone_(zone), dstObserved_(zone.GetDstObserved()) {
     if (!dstObserved_) return;
-    // A period of the southern half of the world reaches into the next year, so the one before the range counts.
+    // South of the equator a period lasts into the next year, so the year before the range is included.
     for (int year = YearOf(from) - 1; year <= YearOf(to); ++year) AddPeriod(year);
 }
 
@@ -60,7 +60,7 @@ bool KZDSTAdjuster::ComputeDSTDate(KZSystemTime const & rule, std::tm & time) {
     if (week > hits) return false;
     unsigned int const day = week < 1 ? 1 : firstHit + 7 * (week - 1);
 
-    // The hour may reach into the days behind that one, or in front of it.
+    // The hour may lead to a later or an earlier day.
     std::int64_t const seconds = (first + day - 1) * KZDetail::secondsOfDay + KZDetail::TimeOfRule(rule);
     std::int64_t const days = KZDetail::FloorDivide(seconds, KZDetail::secondsOfDay);
     auto const inDay = static_cast<int>(seconds - days * KZDetail::secondsOfDay);
@@ -77,7 +77,7 @@ bool KZDSTAdjuster::ComputeDSTDate(KZSystemTime const & rule, std::tm & time) {
     return true;
 }
 
-// A year in which a rule gives no date is left out.
+// Adds the period of a year, if both rules give a date in it.
 void KZDSTAdjuster::AddPeriod(int year) {
     KZTimeZoneInfo const & info = zone_.GetTimeZoneInfo();
     std::tm start{};

@@ -1,10 +1,17 @@
 /// @file
-/// A date and time taken apart into its fields, and the exchange of such fields with calendar values.
+/// A date and time as separate fields, which calendar values fill and read.
+///
+///     KZDateAndTime fields;
+///     KZDateEx(2024, 5, 6).GetDateAndTime(fields);       // 2024, 5, 6; mask: Date
+///     fields.day = 7;
+///     KZDateEx const next(fields);                       // 2024-05-07
 #pragma once
 
 #include "ZerlithCore/time/KZTimeZone.h"
 
-/// The fields of a date, a time of day, or both. `mask` says which of them count: OR of the constants below.
+/// The fields of a date, a time of day, or both. `mask` says which of them count: the constants below, combined by OR.
+///
+/// Thread safety: as a plain record.
 struct KZDateAndTime {
     static constexpr unsigned int Year = 1;
     static constexpr unsigned int Month = 2;
@@ -26,5 +33,5 @@ struct KZDateAndTime {
     unsigned int second = 0;
     unsigned int millisecond = 0;
     unsigned int mask = 0;
-    KZTimeZone timeZone; ///< in which the fields are told
+    KZTimeZone timeZone; ///< the zone of the fields
 };

@@ -18,7 +18,7 @@ namespace {
 
 using KZDetail::DateAndTime;
 
-// Becomes the date that `convert` makes of `from`, or null.
+// Sets the date to what `convert` makes of `from`, or to null.
 template <class From>
 bool Take(KZDateEx & date, From const & from, bool (*convert)(From const &, DateAndTime &)) {
     DateAndTime value;

@@ -1,5 +1,5 @@
 /// @file
-/// A day of the calendar.
+/// A day of the calendar, without a time of day.
 ///
 ///     KZDateEx date(2024, 1, 31);
 ///     date += KZDurationEx(1, KZDurationEx::month);            // 2024-02-29
@@ -24,14 +24,18 @@ class KZTimeZone;
 struct KZDateAndTime;
 
 /// A date of the Gregorian calendar in 32 bits: the year in the upper 23, the month in bits 5 to 8, the day below. 0 is
-/// the null date. Any month from 0 to 15 and day to 31 can be held; `IsValid` tells whether there is such a day.
+/// the null date. Any month from 0 to 15 and any day up to 31 can be stored; `IsValid` returns whether the day exists.
 ///
 /// Years reach from -4,194,304 to 4,194,303 and wrap round there.
 ///
-/// Templates: %Y the year, %y its last two digits, %m month, %d day, %W the week as `GetYearWeek` counts, all but %Y
-/// with two digits; any other letter stands for itself. Reading knows %Y, %y (below 70 is 20xx, below 100 19xx), %m and
-/// %d. It takes digits, a sign only in front; text between the fields is stepped over and not compared. A field that
-/// ends in something else than the template's next character is dropped.
+/// Templates: %Y is the year, %y its last two digits, %m the month, %d the day, %W the week as `GetYearWeek` counts,
+/// all but %Y with two digits; any other letter stands for itself. Reading knows %Y, %y (below 70 is 20xx, below 100
+/// 19xx), %m and %d. A field is a number, which may begin with a sign; text between the fields is skipped and not
+/// compared with the template. A field that is followed by another character than in the template is dropped: by
+/// "%Y/%m", "2024-05" has no year.
+///
+/// Errors: functions with a text throw std::bad_alloc; those that need the local zone throw what
+/// `KZTimeZone::GetLocalTimeZone` throws.
 ///
 /// Thread safety: as an integer.
 class KZ_EXPORT KZDateEx {
@@ -41,11 +45,11 @@ public:
 
     /// The null date.
     constexpr KZDateEx() noexcept = default;
-    /// As `SetDate` stores.
+    /// Stores the fields as `SetDate` does.
     constexpr KZDateEx(int year, unsigned int month, unsigned int day) noexcept { SetDate(year, month, day); }
-    /// The packed form.
+    /// From the packed form that `AsInt` returns.
     constexpr explicit KZDateEx(int packed) noexcept : packed_(packed) {}
-    /// From other forms; null where those hold no date. Times of day are dropped; a KZDateTime is told in local time.
+    /// From other forms; null if these hold no date. Times of day are dropped; of a KZDateTime the local date is taken.
     explicit KZDateEx(KZDateAndTime const & fields) { SetDateAndTime(fields); }
     explicit KZDateEx(std::tm const & time) { FromStructTM(time); }
     explicit KZDateEx(KZExchange::SYSTEMTIME const & time) { FromSystemTime(time); }
@@ -53,20 +57,20 @@ public:
     explicit KZDateEx(KZExchange::VARIANT const & value) { FromVariant(value); }
     explicit KZDateEx(double days) { FromDouble(days); }
     explicit KZDateEx(KZDateTime const & moment) { FromKZDateTime(moment, true); }
-    /// As `FromString` reads; what it can't read leaves the fields it could.
+    /// Reads `text` with `FromString`; after an error the fields that could be read are stored.
     explicit KZDateEx(KZString const & text) { FromString(text); }
     KZDateEx(KZString const & text, KZString const & format) { FromString(text, format); }
 
     /// Today, in local time or UTC.
     [[nodiscard]] static KZDateEx GetCurrentDate(bool local = true);
-    /// 28 to 31; 0 for a month that doesn't exist.
+    /// The number of days, 28 to 31; 0 for a month that doesn't exist.
     [[nodiscard]] static constexpr unsigned int GetDaysInMonth(int year, unsigned int month) noexcept {
         return KZDetail::DaysInMonth(year, month);
     }
 
     // --- Fields
 
-    /// Stores without a check; each field is cut to its bits.
+    /// Stores the fields without a check, each cut to its bits.
     constexpr void SetDate(int year, unsigned int month, unsigned int day) noexcept {
         packed_ = static_cast<std::int32_t>(static_cast<std::uint32_t>(year) << 9 | (month & 15U) << 5 |
                                             (day & 31U));
@@ -79,10 +83,10 @@ public:
         return static_cast<unsigned int>(packed_) & 31U;
     }
 
-    /// Fills the date fields that `mask` names, and sets `fields.mask` to them. False for a null date.
+    /// Fills the date fields that `mask` names, and sets `fields.mask` to them. Returns false for a null date.
     bool GetDateAndTime(KZDateAndTime & fields, unsigned int mask = 7) const;
     /// Stores the date fields that `fields.mask` names. A year of 8,388,608 or more, a month above 12 and a day above
-    /// 31 are dropped: the old field stays. The result tells whether the date is valid now.
+    /// 31 are dropped: the old field stays. Returns whether the date is valid afterwards.
     bool SetDateAndTime(KZDateAndTime const & fields);
 
     [[nodiscard]] constexpr bool IsNull() const noexcept { return packed_ == 0; }
@@ -95,37 +99,38 @@ public:
     [[nodiscard]] constexpr int AsInt() const noexcept { return packed_; }
     constexpr void FromInt(int packed) noexcept { packed_ = packed; }
 
-    /// Sunday is 0. A null date and every day before 1970 give 0 as well, whatever day it was: callers rely on it. The
+    /// The weekday; Sunday is 0. A null date and every day before 1970 give 0, too: callers rely on it. The
     /// year counts modulo 65,536.
     [[nodiscard]] constexpr unsigned int GetWeekDay() const noexcept;
-    /// 1 January is 1; 0 when the date isn't valid.
+    /// The day of the year; 1 January is 1. 0 when the date isn't valid.
     [[nodiscard]] constexpr unsigned int GetYearDay() const noexcept;
-    /// Weeks start on Monday; the days in front of the year's first Monday are week 0. 0 when the date isn't valid.
+    /// The week of the year. Weeks start on Monday; the days before the year's first Monday are week 0. 0 when the date
+    /// isn't valid.
     [[nodiscard]] constexpr unsigned int GetYearWeek() const noexcept;
 
     // --- Text
 
-    /// Prints under the default template, or `format`; a null date is empty. Always true.
+    /// Prints by the default template, or by `format`; a null date gives an empty text. Always returns true.
     bool AsString(KZString & out) const;
     bool AsString(KZString & out, KZString const & format) const;
-    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. False when the
-    /// text was cut.
+    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when
+    /// the text was cut.
     bool AsString(char16_t * buffer, std::size_t capacity, KZString const & format) const;
     [[nodiscard]] KZString AsString() const;
     [[nodiscard]] KZString AsString(KZString const & format) const;
-    /// Reads `text`: a date, "SYSDATE" for today in local time, or blanks for null. False when the fields, which are
-    /// stored, make no date, as when a field was dropped, or when the year is 0.
+    /// Reads `text`: a date, "SYSDATE" for today in local time, or blanks for null. Returns false when the fields make
+    /// no valid date, for instance because one was dropped, or when the year is 0; the fields are stored all the same.
     bool FromString(KZString const & text);
     bool FromString(KZString const & text, KZString const & format);
 
-    // --- Exchange. False, with the target as it was or null, where the value can't be told in that form. The records
-    // with a time of day get 00:00:00.
+    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a date
+    // null. Records with a time of day get 00:00:00.
 
     bool AsStructTM(std::tm & out) const;
-    /// SYSTEMTIME and FILETIME hold the years 1601 to 30827.
+    /// SYSTEMTIME and FILETIME have the years 1601 to 30827.
     bool AsSystemTime(KZExchange::SYSTEMTIME & out) const;
     bool AsFileTime(KZExchange::FILETIME & out) const;
-    /// VARIANT and double hold the years 100 to 9999.
+    /// VARIANT and double have the years 100 to 9999. A double counts days as a VARIANT does.
     bool AsVariant(KZExchange::VARIANT & out) const;
     bool AsDouble(double & out) const;
     /// The first moment of the day in `zone`.
@@ -138,13 +143,13 @@ public:
     /// The day of `moment`, in local time or UTC.
     bool FromKZDateTime(KZDateTime const & moment, bool local = true);
 
-    // --- Arithmetic. A date that isn't valid stays as it is.
+    // --- Arithmetic. A date that isn't valid is unchanged.
 
     constexpr KZDateEx & operator++() noexcept { return AddDays(1); }
     constexpr KZDateEx & operator--() noexcept { return AddDays(-1); }
     constexpr KZDateEx operator++(int) noexcept;
     constexpr KZDateEx operator--(int) noexcept;
-    /// Days; the number counts by its lower 32 bits.
+    /// Adds, or subtracts, days; the lower 32 bits of the number count.
     constexpr KZDateEx & operator+=(long days) noexcept { return AddDays(static_cast<std::int32_t>(days)); }
     constexpr KZDateEx & operator-=(long days) noexcept {
         return AddDays(-std::int64_t{static_cast<std::int32_t>(days)});
@@ -156,7 +161,7 @@ public:
         return AddOrSubstract(duration, false);
     }
     /// Moves by a duration of years, months, weeks or days; smaller units change nothing. After years and months the
-    /// day is cut to the month's last: 31 January and a month is 28 or 29 February.
+    /// day is cut to the last of the month: 31 January plus a month is 28 or 29 February.
     constexpr KZDateEx & AddOrSubstract(KZDurationEx const & duration, bool add) noexcept;
 
     friend constexpr KZDateEx operator+(KZDateEx date, long days) noexcept { return date += days; }
@@ -173,13 +178,13 @@ public:
     /// Days from `b` to `a`; the invalid duration when one isn't valid.
     friend constexpr KZDurationEx operator-(KZDateEx const & a, KZDateEx const & b);
 
-    /// Calendar order; null stands between the years before and after 0.
+    /// The order of the calendar; null comes after the negative years and before the positive ones.
     friend constexpr auto operator<=>(KZDateEx const &, KZDateEx const &) noexcept = default;
 
 private:
     friend class KZDateTimeEx;
 
-    // At most a duration's worth of weeks, or of years in months: far from overflow.
+    // The arguments come from the 32 bits of a duration, so these sums can't overflow.
     constexpr KZDateEx & AddMonths(std::int64_t months) noexcept;
     constexpr KZDateEx & AddDays(std::int64_t days) noexcept;
     [[nodiscard]] constexpr std::int64_t DayNumber() const noexcept {
@@ -193,10 +198,10 @@ static_assert(sizeof(KZDateEx) == 4);
 
 /// Writes the default text.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateEx const & date);
-/// Reads a word as `FromString` does; what can't be read sets failbit.
+/// Reads a word as `FromString` does; sets failbit if that fails.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateEx & date);
 
-// --- What runs in constant expressions, too
+// --- Definitions that may also run in constant expressions
 
 constexpr unsigned int KZDateEx::GetWeekDay() const noexcept {
     if (IsNull() || GetYear() < 1970) return 0;
@@ -210,7 +215,7 @@ constexpr unsigned int KZDateEx::GetWeekDay() const noexcept {
     }
     std::uint32_t const number =
         (153 * month + 2) / 5 + year / 100 * 146097 / 4 + year % 100 * 1461 / 4 + GetDay();
-    // A multiple of 7 is added, because years that have wrapped round may lie in front of the origin.
+    // A multiple of 7 is added, so that the difference isn't negative for years that were cut to small numbers.
     return (number + 7 * 100000 - 693537) % 7;
 }
 
@@ -265,7 +270,7 @@ constexpr KZDateEx & KZDateEx::AddMonths(std::int64_t months) noexcept {
     return *this;
 }
 
-// The same day that a walk from month to month would reach, without the walk.
+// Computed by day numbers; the result is that of stepping from day to day.
 constexpr KZDateEx & KZDateEx::AddDays(std::int64_t days) noexcept {
     if (!IsValid()) return *this;
     // Most steps stay in the month.

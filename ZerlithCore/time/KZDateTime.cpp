@@ -1,5 +1,5 @@
-// Calendar days are counted by the standard library; zones and the printing of names are the seam's. The reader of
-// texts is a loop over the template: each conversion takes its part of the text off the front.
+// Calendar days are counted by the standard library; zones and the printing of names come from the platform. The reader
+// is a loop over the template: each conversion removes its part from the front of the text.
 #include "ZerlithCore/time/KZDateTime.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -50,8 +50,8 @@ struct Fields {
     int hour = 0;
     int minute = 0;
     int second = 0;
-    int yearDay = 0; // 0 when it isn't named
-    int half = 0;    // of the day: 1 morning, 2 afternoon, 0 when it isn't named
+    int yearDay = 0; // 0 when the template lacks it
+    int half = 0;    // of the day: 1 morning, 2 afternoon, 0 when the template lacks it
     int ignored = 0;
 };
 
@@ -63,7 +63,7 @@ constexpr char16_t Lower(char16_t unit) noexcept {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
 }
 
-// Reads a text under a template; what it has read stands in `fields`.
+// Reads a text by a template, into `fields`.
 class Reader {
 public:
     explicit Reader(std::u16string_view text) noexcept : rest_(text) {}
@@ -155,7 +155,7 @@ private:
         return true;
     }
 
-    // The full name or its first three letters.
+    // Reads a full name or its first three letters.
     bool Name(int & out, std::u16string_view const * names, std::size_t count, int first) noexcept {
         constexpr std::size_t abbreviated = 3;
         for (std::size_t i = 0; i < count; ++i) {
@@ -179,7 +179,7 @@ private:
     std::u16string_view rest_;
 };
 
-// Seconds since 1970 in local time; nothing for a day that its month doesn't have.
+// Seconds since 1970 in local time; std::nullopt for a day that its month doesn't have.
 std::optional<std::int64_t> SecondsOf(Fields const & fields) {
     using namespace std::chrono;
     year const inYear(fields.year);

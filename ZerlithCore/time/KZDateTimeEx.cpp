@@ -38,8 +38,8 @@ KZDateTimeEx FromMilliseconds(std::int64_t milliseconds) {
 
 std::int64_t Seconds(std::int64_t milliseconds) { return KZDetail::FloorDivide(milliseconds, 1000); }
 
-// What was read, still in its zone; null when the fields make no value. A field that was dropped is an invalid one: the
-// others would make some value, but not the one that the text tells.
+// Makes a value of the fields that were read, still in their zone; null if they make none. With a field that was
+// dropped the result is null, too: the other fields could make a value, but not the one in the text.
 KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
     if (read.hasDropped) return {};
     KZDateEx date;
@@ -59,7 +59,7 @@ KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
     return {date, time};
 }
 
-// Reads one form of text; false, and null, when it names no such value.
+// Reads `text` by `format`. If it names no such value, the result is null and false is returned.
 bool Read(KZDateTimeEx & result, KZString const & text, KZString const & format, KZTimeZone const & zone) {
     result.SetNull();
     if (text == u"SYSDATE") {
@@ -78,7 +78,7 @@ bool Read(KZDateTimeEx & result, KZString const & text, KZString const & format,
     return true;
 }
 
-// Becomes the moment that `convert` makes of `from` and `zone`, or null.
+// Sets the value to what `convert` makes of `from` and `zone`, or to null.
 template <class From>
 bool Take(KZDateTimeEx & result, From const & from, KZTimeZone const & zone,
           bool (*convert)(From const &, DateAndTime &)) {
@@ -340,7 +340,7 @@ KZDateTimeEx & KZDateTimeEx::AddOrSubstract(KZDurationEx const & duration, bool 
         if (!HasTime()) time_ = KZTimeEx(0);
         date_.AddDays(time_.AddOrSubstractAux(duration, add));
     } else if (IsDateAndTime()) {
-        // By the wall clock, so that a day later is the same hour also where the clocks have changed.
+        // In local time, so that a day later is the same hour even if the clocks were changed.
         KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone();
         KZDateTimeEx local = ToLocal(zone);
         local.date_.AddOrSubstract(duration, add);

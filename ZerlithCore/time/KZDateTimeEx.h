@@ -1,9 +1,11 @@
 /// @file
 /// A moment as a date and a time of day, or one of the two alone.
 ///
-///     KZDateTimeEx meeting(u"2024/03/29 17:00:00.000");                  // local time
-///     meeting += KZDurationEx(1, KZDurationEx::week);                     // 17:00 again, whatever the clocks did
-///     KZString const text = meeting.AsString(u"%Y-%m-%d %H:%M %Z", newYork);
+///     KZDateTimeEx meeting(u"2024/03/29 17:00:00.000");          // local time
+///     meeting += KZDurationEx(1, KZDurationEx::week);            // 17:00 again, even if the clocks were changed
+///     KZTimeZone tokyo;
+///     tokyo.FromWindowsTimeZoneName(u"Tokyo Standard Time");
+///     KZString const there = meeting.AsString(u"%Y-%m-%d %H:%M %Z", tokyo);
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -23,37 +25,40 @@ class KZDateTime;
 class KZErrorID;
 struct KZDateAndTime;
 
-/// A time word and a date word in 64 bits. With both set the value is a moment, told in UTC; a date or a time alone is
-/// held as it is, without a zone. Null has neither.
+/// A date and a time of day, in 32 bits each. A value with both is a moment, stored in UTC; a date or a time alone
+/// has no zone. Null has neither.
 ///
-/// Whatever makes fields of a moment, or a moment of fields, does so in a `zone`: local time unless another one is
-/// asked for. That holds for FILETIME too, which most systems tell in UTC: pass `KZTimeZone::GetUTCTimeZone()` for those.
+/// Functions that convert between a moment and its fields take a `zone`; the default is local time. That includes the
+/// functions for FILETIME: pass `KZTimeZone::GetUTCTimeZone()` for a FILETIME in UTC, as most systems use it.
 ///
-/// Templates have the letters of KZDateEx and KZTimeEx together, and %Z or %z, the offset from UTC as "+02:00", or "Z"
+/// Templates have the letters of KZDateEx and KZTimeEx, and %Z or %z for the offset from UTC, such as "+02:00", or "Z"
 /// in UTC.
+///
+/// Errors: functions with a text throw std::bad_alloc; those that take the local zone by default then throw what
+/// `KZTimeZone::GetLocalTimeZone` throws.
 ///
 /// Thread safety: as an integer.
 class KZ_EXPORT KZDateTimeEx {
 public:
     /// Null.
     constexpr KZDateTimeEx() noexcept = default;
-    /// The words as they are, so a moment in UTC.
+    /// Stores both unchanged: a moment in UTC.
     constexpr KZDateTimeEx(KZDateEx const & date, KZTimeEx const & time) noexcept
         : time_(time), date_(date) {}
-    /// The words as `AsInt64` gives them.
+    /// From the number that `AsInt64` returns.
     constexpr explicit KZDateTimeEx(std::integral auto packed) noexcept
         : time_(static_cast<int>(packed)), date_(static_cast<int>(static_cast<long long>(packed) >> 32)) {}
-    /// From fields. Errors: throws a KZDateExceptionEx when they make no valid value.
+    /// From fields. Errors: throws KZDateExceptionEx when they make no valid value.
     KZDateTimeEx(int year, unsigned int month, unsigned int day, unsigned int hour, unsigned int minute,
                  unsigned int second, unsigned int millisecond = 0,
                  KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(KZDateAndTime const & fields,
                           KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    /// From text, as `FromString` reads. Errors: throws a KZDateExceptionEx when it can't.
+    /// Reads `text` with `FromString`. Errors: throws KZDateExceptionEx when that fails.
     explicit KZDateTimeEx(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZDateTimeEx(KZString const & text, KZString const & format,
                  KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    /// From other forms; null where those hold nothing.
+    /// From other forms; null if these hold no date and no time.
     explicit KZDateTimeEx(std::tm const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(KZExchange::SYSTEMTIME const & time,
                           KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
@@ -68,7 +73,7 @@ public:
     /// The present moment, to the millisecond.
     [[nodiscard]] static KZDateTimeEx GetCurrentDateTime();
 
-    // --- Shape
+    // --- What the value has
 
     [[nodiscard]] constexpr bool HasDate() const noexcept { return !date_.IsNull(); }
     [[nodiscard]] constexpr bool HasTime() const noexcept { return !time_.IsNull(); }
@@ -76,7 +81,7 @@ public:
     [[nodiscard]] constexpr bool IsOnlyDate() const noexcept { return HasDate() && !HasTime(); }
     [[nodiscard]] constexpr bool IsOnlyTime() const noexcept { return !HasDate() && HasTime(); }
     [[nodiscard]] constexpr bool IsNull() const noexcept { return !HasDate() && !HasTime(); }
-    /// With a date: whether the calendar has it, the time isn't looked at. Without one: whether there is a time.
+    /// With a date, returns whether the calendar has that day; without one, whether there is a time.
     [[nodiscard]] constexpr bool IsValid() const noexcept { return HasDate() ? date_.IsValid() : HasTime(); }
     constexpr void SetNull() noexcept { *this = KZDateTimeEx(); }
     constexpr void SetDateNull() noexcept { date_.SetNull(); }
@@ -91,59 +96,61 @@ public:
 
     [[nodiscard]] KZDateEx GetDate(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
     [[nodiscard]] KZTimeEx GetTime(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
-    /// As KZDateEx tells them of that date: 0 is Sunday, and any day before 1970.
+    /// These three are those of KZDateEx for the date in `zone`; 0 is Sunday, and any day before 1970.
     [[nodiscard]] unsigned int
     GetWeekDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
     [[nodiscard]] unsigned int
     GetYearDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
     [[nodiscard]] unsigned int
     GetYearWeek(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
-    /// Fills the fields that `mask` names and this value has, and the zone; `fields.mask` tells which. False for null.
+    /// Fills the fields that `mask` names and this value has, and the zone; sets `fields.mask` to them. Returns false
+    /// for null.
     bool GetDateAndTime(KZDateAndTime & fields, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone(),
                         unsigned int mask = 255) const;
-    /// Stores the fields that `fields.mask` names, by the rules of KZDateEx and KZTimeEx, and keeps the others. They are
-    /// told in `fields.timeZone` when the mask has bit 128, else in `zone`. The result tells whether the value is valid.
+    /// Stores the fields that `fields.mask` names, by the rules of KZDateEx and KZTimeEx, and keeps the others. Their
+    /// zone is `fields.timeZone` when the mask has `KZDateAndTime::TimeZone`, else `zone`. Returns whether the value is
+    /// valid afterwards.
     bool SetDateAndTime(KZDateAndTime const & fields,
                         KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
 
-    /// Seconds: as `KZTimeZone::GetOffset` tells them at this moment, with its two signs; the bias for a value that
+    /// The seconds that `KZTimeZone::GetOffset` returns for this moment, with its two signs; the bias for a value that
     /// isn't a moment.
     [[nodiscard]] std::int32_t
     GetOffset(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
-    /// Takes the words as a local time of `zone` and makes the moment of them, or the other way round. False, without a
-    /// change, for a value that has no date or no time.
+    /// Take the value as a local time of `zone` and make it UTC, or the reverse. They return false, and change nothing,
+    /// if it has no date or no time.
     bool ConvertToUTC(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) noexcept;
     bool ConvertFromUTCTo(KZTimeZone const & zone) noexcept;
 
     // --- Text
 
-    /// The default template: with the first flag date and time with milliseconds, else by the value's shape, with
-    /// milliseconds by the second flag; empty for null.
+    /// The default template. With `all` it has date, time and milliseconds; otherwise it has what the value has, a time
+    /// with milliseconds if `withMilliseconds`. Empty for null.
     [[nodiscard]] KZString const & GetDefaultFormat(bool all, bool withMilliseconds) const;
-    /// Prints under the default template, with milliseconds, or `format`. Fields that the value hasn't are 0; null is
-    /// empty. Always true.
+    /// Prints by the default template, with milliseconds, or by `format`. Fields that the value lacks are 0; null gives
+    /// an empty text. Always returns true.
     bool AsString(KZString & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsString(KZString & out, KZString const & format,
                   KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. False when the
-    /// text was cut.
+    /// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when
+    /// the text was cut.
     bool AsString(char16_t * buffer, std::size_t capacity, KZString const & format,
                   KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     [[nodiscard]] KZString AsString(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     [[nodiscard]] KZString AsString(KZString const & format,
                                     KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    /// Reads `text` under `format`: "SYSDATE" is the present moment, blanks are null. The text may end early; the fields
-    /// that are in it make a date, a time, or both. A field that is in the text but doesn't fit is an error, unlike in
-    /// KZDateEx and KZTimeEx, which drop it. An offset that is read counts in place of `zone`; where %Z meets something
-    /// else it reads nothing, and `zone` counts.
-    /// Without `format` the text is one of "%Y/%m/%d %H:%M:%S.%L" or of "%H:%M:%S.%L".
-    /// Errors: 9, with the text, for one that names no such value; the value is then null.
+    /// Reads `text` by `format`: "SYSDATE" is the present moment, blanks are null. The text may end early; the fields
+    /// that are in it make a date, a time, or both. A field that is in the text but doesn't fit is an error, while
+    /// KZDateEx and KZTimeEx drop it. An offset in the text is used in place of `zone`; if the text has no offset in
+    /// the place of %Z, nothing is read there, and `zone` is used.
+    /// Without `format` the template is "%Y/%m/%d %H:%M:%S.%L" or "%H:%M:%S.%L".
+    /// Errors: 9, with the text, when it names no such value; the value is then null.
     KZErrorID FromString(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZErrorID FromString(KZString const & text, KZString const & format,
                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
 
-    // --- Exchange. False, with the target as it was or null, where the value can't be told in that form. A date alone has
-    // the time 00:00:00, a time alone the fields that KZTimeEx gives.
+    // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a value
+    // null. A date alone gets the time 00:00:00, a time alone the date fields that KZTimeEx gives it.
 
     bool AsStructTM(std::tm & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsSystemTime(KZExchange::SYSTEMTIME & out,
@@ -152,7 +159,7 @@ public:
                     KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsVariant(KZExchange::VARIANT & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsDouble(double & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    /// A moment is one, whatever the zone; a date or a time alone is taken in `zone`. Milliseconds are cut.
+    /// `zone` is only needed for a date or a time alone, which is taken as local time of it. Milliseconds are dropped.
     bool AsKZDateTime(KZDateTime & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool FromStructTM(std::tm const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     bool FromSystemTime(KZExchange::SYSTEMTIME const & time,
@@ -162,24 +169,25 @@ public:
     bool FromVariant(KZExchange::VARIANT const & value,
                      KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     bool FromDouble(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    /// A moment is one, whatever the zone.
+    /// The zone isn't needed: both forms are in UTC.
     bool FromKZDateTime(KZDateTime const & moment);
     bool FromKZDateTime(KZDateTime const & moment, KZTimeZone const &) { return FromKZDateTime(moment); }
 
     // --- Arithmetic. Null stays null.
 
-    /// One second.
+    /// Add, or subtract, one second.
     KZDateTimeEx & operator++();
     KZDateTimeEx & operator--();
     KZDateTimeEx operator++(int);
     KZDateTimeEx operator--(int);
-    /// Seconds; the number counts by its lower 32 bits.
+    /// Adds, or subtracts, seconds; the lower 32 bits of the number count.
     KZDateTimeEx & operator+=(long seconds);
     KZDateTimeEx & operator-=(long seconds);
     KZDateTimeEx & operator+=(KZDurationEx const & duration) { return AddOrSubstract(duration, true); }
     KZDateTimeEx & operator-=(KZDurationEx const & duration) { return AddOrSubstract(duration, false); }
-    /// Years to days move the date as KZDateEx does, by the wall clock of the local zone. Smaller units move the moment
-    /// and carry into the date; a date alone starts at 00:00:00 UTC, a time alone goes round at midnight.
+    /// Years, months, weeks and days change the date as KZDateEx does, and keep the local time of day. Smaller units
+    /// move the moment; a date alone then becomes the moment 00:00:00 UTC of that day first, and a time alone starts
+    /// again at midnight.
     KZDateTimeEx & AddOrSubstract(KZDurationEx const & duration, bool add);
 
     friend KZDateTimeEx operator+(KZDateTimeEx value, long seconds) { return value += seconds; }
@@ -193,11 +201,12 @@ public:
     friend KZDateTimeEx operator-(KZDateTimeEx value, KZDurationEx const & duration) {
         return value -= duration;
     }
-    /// From `b` to `a`: milliseconds of two times, days of two dates, else whole seconds, which wrap round beyond 68
-    /// years. The invalid duration where a value isn't valid or lies outside the years 1601 to 30827.
+    /// The duration from `b` to `a`: in milliseconds for two times, in days for two dates, otherwise in whole seconds,
+    /// which wrap round beyond 68 years. Invalid if one of the values isn't valid or lies outside the years 1601 to
+    /// 30827.
     friend KZ_EXPORT KZDurationEx operator-(KZDateTimeEx const & a, KZDateTimeEx const & b);
 
-    /// By date, then by time; a date alone stands behind the moments of its day.
+    /// Compares by date, then by time; a date alone comes after all moments of its day.
     friend constexpr bool operator==(KZDateTimeEx const &, KZDateTimeEx const &) noexcept = default;
     friend constexpr std::strong_ordering operator<=>(KZDateTimeEx const & a,
                                                       KZDateTimeEx const & b) noexcept {
@@ -215,6 +224,6 @@ static_assert(sizeof(KZDateTimeEx) == 8);
 
 /// Writes the default text in local time.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const & value);
-/// Reads one as `FromString` does: a word, and behind a date the next word if it begins with a digit, as the time. What
-/// can't be read sets failbit.
+/// Reads a value as `FromString` does: one word, and after a date the next word, too, if it begins with a digit. Sets
+/// failbit if that fails.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value);

@@ -1,4 +1,4 @@
-// The arithmetic stands in the header, usable in constant expressions; here are the texts.
+// Texts of durations. The arithmetic is in the header, for constant expressions.
 #include "ZerlithCore/time/KZDurationEx.h"
 
 #include "ZerlithCore/encoding/Units.h"
@@ -36,7 +36,7 @@ std::u16string_view TrimBlanks(std::u16string_view text) {
     return text;
 }
 
-// Takes the number off the front of `text`; one that a duration can't hold gives false.
+// Removes the number from the front of `text`. Returns false for one that a duration can't hold.
 bool TakeNumber(std::u16string_view & text, std::int64_t & value) {
     bool const negative = !text.empty() && text.front() == u'-';
     if (negative || (!text.empty() && text.front() == u'+')) text.remove_prefix(1);

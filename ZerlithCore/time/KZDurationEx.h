@@ -1,5 +1,5 @@
 /// @file
-/// An amount of one unit of time: 3 weeks, 250 milliseconds.
+/// A duration in one unit of time, such as 3 weeks or 250 milliseconds.
 ///
 ///     KZDurationEx pause(90, KZDurationEx::minute);
 ///     pause.ConvertTo(KZDurationEx::hour, true);            // 1 hour; with false 2 hours
@@ -13,25 +13,25 @@
 #include <cstdint>
 #include <iosfwd>
 
-/// A value of 32 bits and its unit. There is no common unit below: a month stays a month.
+/// A number of 32 bits and a unit. The number isn't converted to a common unit: a month stays a month.
 ///
-/// A unit of 8 or more marks an invalid duration. The value -2147483648 is never held: whatever would store it, a
-/// conversion or an arithmetic step included, throws a KZDurationExceptionEx with the duration as it was; other overflows wrap round. Numbers that
-/// are passed as `long` count by their lower 32 bits.
+/// A unit of 8 or more marks an invalid duration. The value -2147483648 is never stored: a function that would store
+/// it, also as the result of a conversion or of arithmetic, throws KZDurationExceptionEx; other overflows wrap round.
+/// Of a number that is passed as `long` the lower 32 bits count.
 ///
 /// Thread safety: as an integer.
 class KZ_EXPORT KZDurationEx {
 public:
-    /// The longest first. `invalid` marks what is no duration.
+    /// The units, the longest first. `invalid` marks a value that is no duration.
     enum Unit : std::uint32_t { year, month, week, day, hour, minute, second, millisecond, invalid };
 
     /// 0 seconds.
     constexpr KZDurationEx() noexcept = default;
     constexpr explicit KZDurationEx(long value, Unit unit = second) : unit_(unit) { SetDuration(value); }
-    /// `unit` is a name as `FromString` takes them; an unknown one makes the duration invalid.
+    /// `unit` is one of the names that `FromString` knows; an unknown one makes the duration invalid.
     KZDurationEx(long value, char16_t const * unit);
     KZDurationEx(long value, KZString const & unit) : KZDurationEx(value, unit.c_str()) {}
-    /// As `FromString` reads.
+    /// Reads `text` with `FromString`.
     explicit KZDurationEx(KZString const & text, Unit unit = second) { FromString(text, unit); }
 
     [[nodiscard]] constexpr long GetDuration() const noexcept { return value_; }
@@ -54,44 +54,46 @@ public:
         SetDuration(static_cast<long>(packed >> 32));
     }
 
-    /// A year counts 365 days and a month 30; of an invalid duration the bare value.
+    /// A year counts 365 days and a month 30; for an invalid duration the number alone is returned.
     [[nodiscard]] constexpr long long AsMilliSeconds() const noexcept;
-    /// Whole seconds, by `AsMilliSeconds`, towards 0.
+    /// `AsMilliSeconds` as whole seconds, rounded towards 0.
     [[nodiscard]] constexpr KZDuration AsKZDuration() const noexcept {
         return static_cast<KZDuration>(static_cast<std::uint32_t>(AsMilliSeconds() / 1000));
     }
 
-    /// Converts to `unit`. Into a larger one it divides: towards 0 when `truncate`, else a remainder above 0 counts as
-    /// one more. A year has 12 months, 52 weeks or 365 days; a month 4 weeks or 30 days.
+    /// Converts to `unit`. A conversion to a larger unit divides: with `truncate` it rounds towards 0, otherwise a
+    /// remainder above 0 adds one. A year has 12 months, 52 weeks or 365 days; a month 4 weeks or 30 days.
     ///
-    /// From year or month to millisecond, and back, there is no conversion: the unit is set, the number stays, and
-    /// the result is false. False without a change from an invalid unit. A value of 0, and a `unit` that is invalid,
-    /// give 0 of `unit`, with true.
+    /// There is no conversion between millisecond and year or month: the unit is set, the number is kept, and the
+    /// result is false. From an invalid unit the result is false and nothing changes. A value of 0, or a `unit` that is
+    /// invalid, gives 0 of `unit` and true.
     constexpr bool ConvertTo(Unit unit, bool truncate);
     [[nodiscard]] constexpr KZDurationEx As(Unit unit, bool truncate = true) const {
         KZDurationEx result = *this;
         result.ConvertTo(unit, truncate);
         return result;
     }
-    /// Goes to larger units as long as that loses nothing: from milliseconds up to weeks, and from months to years.
+    /// Converts to the largest unit in which the number is whole, from milliseconds up to weeks and from months to
+    /// years.
     constexpr void Normalize();
 
-    /// The same amount; units may differ. False for invalid ones.
+    /// True for the same amount, even in another unit. False for invalid durations.
     [[nodiscard]] constexpr bool IsEquivalent(KZDurationEx const & other) const noexcept;
 
-    /// Reads a number and behind it a unit: a name, "year" to "millisecond" with or without "s", or one of "y", "mo",
-    /// "w", "d", "h", "m", "s", "ms"; no name means `unit`. False, and an invalid duration, for anything else.
+    /// Reads a number followed by a unit: a name, "year" to "millisecond" with or without "s", or one of "y", "mo",
+    /// "w", "d", "h", "m", "s", "ms"; without a name the unit is `unit`. Any other text makes the duration invalid, and
+    /// the result is false.
     bool FromString(KZString const & text, Unit unit = second);
-    /// "3w", or "3 weeks" when `longForm`; "0" for 0, nothing for an invalid one.
+    /// "3w", or "3 weeks" when `longForm`; "0" for 0, an empty text for an invalid duration.
     [[nodiscard]] KZString AsString(bool longForm = false) const;
 
-    /// Adds the number of `other` once this one is in the smaller unit of the two. `other` isn't converted, so that
-    /// 1 hour + 1 day is 1 hour and "one day's 1" hours: 2 hours. Callers rely on it. 0 on the left becomes `other`;
-    /// an invalid `other`, or one of 0, changes nothing.
+    /// Converts this duration to the unit of `other` if that is smaller, then adds the number of `other`, which isn't
+    /// converted: 1 day + 1 hour is 25 hours, but 1 hour + 1 day is 2 hours. Callers rely on it. A left side of 0
+    /// becomes `other`; an invalid `other`, or one of 0, changes nothing.
     constexpr KZDurationEx & operator+=(KZDurationEx const & other) { return Accumulate(other, false); }
     constexpr KZDurationEx & operator-=(KZDurationEx const & other) { return Accumulate(other, true); }
     constexpr KZDurationEx & operator*=(long factor);
-    /// Errors: a `divisor` of 0 throws a KZDurationExceptionEx.
+    /// Errors: throws KZDurationExceptionEx for a `divisor` of 0.
     constexpr KZDurationEx & operator/=(long divisor);
     constexpr KZDurationEx & operator++() { return Store(std::int64_t{value_} + 1); }
     constexpr KZDurationEx & operator--() { return Store(std::int64_t{value_} - 1); }
@@ -103,9 +105,9 @@ public:
     friend constexpr KZDurationEx operator*(KZDurationEx a, long factor) { return a *= factor; }
     friend constexpr KZDurationEx operator/(KZDurationEx a, long divisor) { return a /= divisor; }
 
-    /// The same number of the same unit; see `IsEquivalent` for the same amount.
+    /// True for the same number of the same unit; `IsEquivalent` compares the amounts.
     friend constexpr bool operator==(KZDurationEx const &, KZDurationEx const &) noexcept = default;
-    /// By amount; false for invalid ones.
+    /// Compares the amounts; false for invalid durations.
     friend constexpr bool operator<(KZDurationEx const & a, KZDurationEx const & b) noexcept {
         return a.Relate(b) == Relation::Less;
     }
@@ -120,8 +122,8 @@ public:
 private:
     enum class Relation : std::uint8_t { Less, Equivalent, Greater, None };
 
-    /// Row: from, column: to. A positive entry multiplies; -1 divides by the entry of the opposite direction; 0 means
-    /// that there is no conversion.
+    /// factors[from][to]: a positive number is the factor, -1 means to divide by factors[to][from], 0 means that
+    /// there is no conversion.
     static constexpr std::int32_t factors[8][8] = {
         {1, 12, 52, 365, 8760, 525600, 31536000, 0},
         {-1, 1, 4, 30, 720, 43200, 2592000, 0},
@@ -149,10 +151,10 @@ static_assert(sizeof(KZDurationEx) == 8);
 
 /// Writes the short form.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDurationEx const & duration);
-/// Reads a line's word as `FromString` does; what can't be read sets failbit.
+/// Reads a word as `FromString` does; sets failbit if that fails.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDurationEx & duration);
 
-// --- What runs in constant expressions, too
+// --- Definitions that may also run in constant expressions
 
 constexpr long long KZDurationEx::AsMilliSeconds() const noexcept {
     constexpr long long lengths[] = {31536000000, 2592000000, 604800000, 86400000, 3600000, 60000, 1000};
@@ -238,7 +240,7 @@ constexpr KZDurationEx & KZDurationEx::Accumulate(KZDurationEx const & other, bo
     return Store(value_ + change);
 }
 
-// In 64 bits, so that a comparison never overflows. Only year and month against millisecond have no factor.
+// Computes in 64 bits, so that a comparison never overflows. Between millisecond and year or month there is no factor.
 constexpr KZDurationEx::Relation KZDurationEx::Relate(KZDurationEx const & other) const noexcept {
     if (!IsValid() || !other.IsValid()) return Relation::None;
     std::int64_t left = value_;

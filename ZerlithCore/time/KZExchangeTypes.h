@@ -1,9 +1,12 @@
 /// @file
-/// Records in which other programs and libraries pass dates and times. Beside these, the standard's `tm` counts.
-/// They bear the names that they have there, in a namespace of their own:
+/// Records in which other programs and libraries pass dates and times; the standard's `tm` is another one.
+/// They have the names that they bear there, in a namespace of their own.
 ///
-///     KZExchange::SYSTEMTIME record;
-///     if (date.AsSystemTime(record)) Send(record);
+///     KZExchange::VARIANT record{};
+///     if (KZDateEx(2024, 5, 6).AsVariant(record)) std::cout << record.date << '\n';     // 45418
+///     KZDateEx const back(record);                                                      // 2024-05-06
+///
+/// Thread safety: as plain records.
 #pragma once
 
 #include <cstdint>
@@ -36,13 +39,13 @@ static_assert(sizeof(FILETIME) == 8);
 
 /// The type mark of a VARIANT that holds a date.
 inline constexpr std::uint16_t VT_DATE = 7;
-/// The type mark of one that holds nothing.
+/// The type mark of a VARIANT that holds nothing.
 inline constexpr std::uint16_t VT_EMPTY = 0;
 
-/// A tagged value; of its many kinds the date is the one that calendar values exchange.
+/// A tagged value, of which calendar values use one kind, the date.
 ///
-/// `date` counts days from 1899-12-30 00:00. The whole part may be negative, the fraction is the time of day and counts
-/// forward whatever the sign: -1.25 is 1899-12-29 06:00.
+/// `date` counts days from 1899-12-30 00:00. The whole part may be negative. The fraction is the time of day, and
+/// always counts from midnight: -1.25 is 1899-12-29 06:00.
 struct VARIANT {
     std::uint16_t vt;
     std::uint16_t wReserved1;

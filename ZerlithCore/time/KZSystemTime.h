@@ -1,17 +1,21 @@
 /// @file
-/// A date and time in fields of 16 bits, and the yearly rule that the same fields tell in a time zone.
+/// A date and time in fields of 16 bits. In a time zone the same fields are the yearly rule for a change of clocks.
+///
+///     KZSystemTime const rule(0, 3, 0, 5, 2, 0, 0, 0);       // every last Sunday of March at 02:00
 #pragma once
 
 #include "ZerlithCore/time/KZExchangeTypes.h"
 
 #include <cstdint>
 
-/// The fields of a SYSTEMTIME, in its order.
+/// The fields of a SYSTEMTIME, in the same order.
 ///
-/// With the year 0 they are a rule for the change of clocks in any year: `month` (0: there is no change), `dayOfWeek`
-/// (0 is Sunday), `day` the how-manieth such weekday of the month (1 to 5, 5 being the last), and the wall-clock time
-/// before the change. The `hour` of a rule counts as a signed number and may leave that day: 25 is 01:00 on the day
-/// behind it, and 65,535, which is -1, is 23:00 on the day before.
+/// If the year is 0, they are a rule for the change of clocks in any year. `month` 0 means that there is no change.
+/// `dayOfWeek` is the weekday, 0 for Sunday. `day` says which such weekday of the month: 1 is the first, 5 the last.
+/// The time is the wall-clock time before the change. The `hour` of a rule is a signed number and may lead to another
+/// day: 25 is 01:00 on the next day, and 65,535, which is -1, is 23:00 on the day before.
+///
+/// Thread safety: as a plain record.
 struct KZSystemTime {
     std::uint16_t year = 0;
     std::uint16_t month = 0;

@@ -18,7 +18,7 @@ namespace {
 
 using KZDetail::DateAndTime;
 
-// Becomes the time of day that `convert` makes of `from`, or null.
+// Sets the time of day to what `convert` makes of `from`, or to null.
 template <class From>
 bool Take(KZTimeEx & time, From const & from, bool (*convert)(From const &, DateAndTime &)) {
     DateAndTime value;

@@ -1,5 +1,5 @@
-// Both questions, at a moment and at a local time, come down to one: do the clocks of that year show daylight time? It
-// is answered by arithmetic on the two rules, with no table and no state.
+// The offset at a moment, and that at a local time, both depend on one question: do the clocks show daylight time?
+// `IsDaylight` computes the answer from the two rules, without a table.
 #include "ZerlithCore/time/KZTimeZone.h"
 
 #include "ZerlithCore/platform/Clock.h"
@@ -24,7 +24,7 @@ namespace {
 constexpr std::u16string_view zonesPath = u"Software\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 constexpr std::u16string_view settingPath = u"System\\CurrentControlSet\\Control\\TimeZoneInformation";
 
-// Far beyond every calendar value, and far from overflow.
+// Later than every calendar value, and small enough for arithmetic that can't overflow.
 constexpr std::int64_t farthestSecond = std::int64_t{1} << 50;
 
 template <std::size_t Size>
@@ -41,7 +41,7 @@ T TakeBytes(std::string_view & bytes) {
     return value;
 }
 
-// The registry's form of a rule: three biases and two dates, 44 bytes.
+// Reads a rule as the zone store keeps it: three biases and two dates, 44 bytes.
 bool ReadRule(std::string_view bytes, KZTimeZoneInfo & info) {
     if (bytes.size() != 44) return false;
     info.bias = TakeBytes<std::int32_t>(bytes);
@@ -68,7 +68,7 @@ bool ReadKey(KZPlatform::ZoneKey const & key, KZTimeZoneInfo & info) {
     return true;
 }
 
-// The machine-wide switch: off only when the value is there and is 1.
+// Whether this machine observes daylight saving: false only if the setting exists and is 1.
 bool DSTObservanceEnabled() {
     auto const key = KZPlatform::OpenZoneKey(settingPath);
     return !key || key->Number(u"DisableAutoDaylightTimeSet").value_or(0) != 1;
@@ -80,7 +80,7 @@ KZTimeZone ReadLocalZone() {
     return {info, info.standardDate.month != 0 && DSTObservanceEnabled()};
 }
 
-// Read once; where that fails, the next question tries again.
+// Reads the zone once; if that throws, the next call tries again.
 KZTimeZone const & LocalZone() {
     static KZTimeZone const zone = ReadLocalZone();
     return zone;
@@ -170,8 +170,9 @@ KZString KZTimeZone::GetName(std::int64_t utc) const {
     return isDaylight ? info_.daylightName : info_.standardName;
 }
 
-// Rules tell wall-clock times before the change. On the clock of standard time, daylight time begins as its rule says,
-// and ends that much earlier as daylight time is ahead.
+// A rule gives the wall-clock time just before the change. Here both changes are compared in standard time, in which
+// the end of daylight time is earlier: where it is an hour ahead, and ends at 03:00 of its clock, that is 02:00 in
+// standard time.
 std::int32_t KZTimeZone::GetLocalMinusUTC(std::int64_t utc) const noexcept {
     std::int32_t const standard = StandardOffset();
     if (!dstObserved_ || utc < -farthestSecond || utc > farthestSecond) return standard;
@@ -179,7 +180,9 @@ std::int32_t KZTimeZone::GetLocalMinusUTC(std::int64_t utc) const noexcept {
     return IsDaylight(utc + standard, 0, standard - inSummer) ? inSummer : standard;
 }
 
-// A time that is left out counts as before the change until the clock has passed it; so does one that comes twice.
+// A local time that is skipped or repeated belongs to the clock before the change. When clocks go from 02:00 to 03:00,
+// the times in between are standard time; when they go back from 03:00 to 02:00, the times in between are daylight
+// time.
 std::int64_t KZTimeZone::LocalToUTC(std::int64_t local) const noexcept {
     std::int32_t const standard = StandardOffset();
     if (!dstObserved_ || local < -farthestSecond || local > farthestSecond) return local - standard;
@@ -244,12 +247,12 @@ bool KZTimeZone::operator<(KZTimeZone const & other) const noexcept {
     return std::u16string_view(info_.standardName) < other.info_.standardName;
 }
 
-// Where daylight saving isn't observed, the bias stands for itself.
+// In a zone that doesn't observe daylight saving the bias alone counts, not the one of standard time.
 std::int32_t KZTimeZone::StandardOffset() const noexcept {
     return -60 * (dstObserved_ ? info_.bias + info_.standardBias : info_.bias);
 }
 
-// In the southern half of the world daylight time holds at both ends of the year.
+// South of the equator daylight time begins late in a year and ends early in the next.
 bool KZTimeZone::IsDaylight(std::int64_t local, std::int64_t startShift,
                             std::int64_t endShift) const noexcept {
     using namespace KZDetail;

@@ -1,9 +1,9 @@
 /// @file
-/// Time zones: how local time and UTC are told from each other.
+/// Time zones: conversions between UTC and the local times of the world.
 ///
 ///     KZTimeZone tokyo;
-///     if (tokyo.FromWindowsTimeZoneName(u"Tokyo Standard Time"))
-///         KZDateTime const there = tokyo.ConvertFromGMT(moment);
+///     if (!tokyo.FromWindowsTimeZoneName(u"Tokyo Standard Time")) return;
+///     KZDateTime const there = tokyo.ConvertFromGMT(KZDateTime(1700000000));        // nine hours later
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -16,19 +16,20 @@
 
 class KZDateTime;
 
-/// A time zone, as a value: its bias, its two yearly changes of clocks, and whether it observes them.
+/// A time zone: its bias, its two yearly changes of clocks, and whether it observes them.
 ///
-/// One rule holds for all years, past and future: that of the year in which the zone was read. Zones come from the
-/// system's zoneinfo data, under the well-known names such as "W. Europe Standard Time"; the local zone is that of
-/// TZ (a city, a path or a POSIX rule) or of the system's setting, read once.
+/// One rule holds for all years, past and future: that of the year in which the zone was read. Zones are read from the
+/// system's zoneinfo data, by well-known names such as "W. Europe Standard Time"; the local zone is read once, from
+/// TZ (a city, a path or a POSIX rule) or from the system's setting.
 ///
-/// A rule has two changes of clocks at most. A year that has more gets the rule that is right at the present moment and
-/// for the greatest part of that year. Where a zone gives up its changes, or takes them up, the rule tells that year as
-/// it is, with the other change at New Year; the zone that is read in the next year has its last rule.
+/// A rule has two changes of clocks at most. For a year that has more, the rule is chosen that is right at the present
+/// moment and for the greatest part of that year. In a year in which a zone stops changing its clocks, or starts to,
+/// the rule has the one real change and another one at New Year; a zone that is read in the next year has the rule of
+/// that year.
 ///
-/// A KZDateTime that is told in local time holds the seconds that would be UTC if its clock were UTC's. A local time
-/// that a change of clocks leaves out, or has twice, is taken with the offset from before the change. Conversions of
-/// null, and results that a KZDateTime can't hold, are null.
+/// A KZDateTime with a local time holds the seconds since 1970 that its fields would have in UTC. A local time that a
+/// change of clocks skips or repeats is converted with the offset from before the change. Conversions of null, and
+/// results that a KZDateTime can't hold, are null.
 ///
 /// Thread safety: as a plain record; the two built-in zones never change and may be read from any thread.
 class KZ_EXPORT KZTimeZone {
@@ -45,19 +46,21 @@ public:
     KZTimeZone(KZTimeZoneInfo const & info, bool observesDst) noexcept
         : info_(info), dstObserved_(observesDst) {}
 
-    /// Reads the built-in zones; the second call does nothing. Whoever asks for them first calls it as well.
+    /// Reads the local zone; a second call does nothing. Programs needn't call it: the next two functions read the
+    /// zone, too, if it hasn't been read.
     ///
-    /// Errors: a local zone that can't be read at present, for lack of file handles, say, throws a
-    /// KZWindowsLastErrorException, as do the next two; the next call tries again.
+    /// Errors: these three functions throw KZWindowsLastErrorException when the local zone can't be read at present,
+    /// for instance for lack of file handles; the next call tries again.
     static void Init();
     [[nodiscard]] static PredefinedTimeZones const & GetPredefined();
     [[nodiscard]] static KZTimeZone const & GetLocalTimeZone();
     [[nodiscard]] static KZTimeZone const & GetUTCTimeZone() noexcept;
 
-    /// Becomes the zone of that well-known name. False, without a change, for an unknown name, for damaged zone data,
-    /// and for data that can't be read at present.
+    /// Becomes the zone with that well-known name. Returns false, and changes nothing, for an unknown name, for damaged
+    /// zone data, and for data that can't be read at present.
     bool FromWindowsTimeZoneName(KZString const & name);
-    /// Appends all zones of the system that have a well-known name. The first that can't be read ends it with false.
+    /// Appends all zones of the system that have a well-known name. Stops at the first that can't be read, and returns
+    /// false.
     static bool GetWindowsTimeZones(std::vector<KZTimeZone> & zones);
 
     // --- What the zone is
@@ -75,19 +78,19 @@ public:
         return zone.info_;
     }
 
-    /// Seconds at present, or at `moment` (UTC): local time minus UTC in a zone that observes daylight saving, but the
-    /// bias, UTC minus local time, in one that doesn't. Callers rely on the two signs; `GetLocalMinusUTC` has one.
-    /// Errors: a null `moment` throws a KZDateException where daylight saving is observed.
+    /// The offset in seconds, at present or at `moment` (UTC). In a zone that observes daylight saving it is local time
+    /// minus UTC, in any other UTC minus local time. Callers rely on the two signs; `GetLocalMinusUTC` always has the
+    /// first one. Errors: throws KZDateException for a null `moment` in a zone that observes daylight saving.
     [[nodiscard]] std::int32_t GetOffset() const;
     [[nodiscard]] std::int32_t GetOffset(KZDateTime const & moment) const;
     [[nodiscard]] static std::int32_t GetOffset(KZTimeZone const & zone) { return zone.GetOffset(); }
     [[nodiscard]] static std::int32_t GetOffset(KZTimeZone const & zone, KZDateTime const & moment);
 
-    /// The name at that moment (seconds since 1970 UTC).
+    /// The name of standard or of daylight time, whichever holds at `utc` (seconds since 1970 UTC).
     [[nodiscard]] KZString GetName(std::int64_t utc) const;
-    /// Local time minus UTC at that moment (seconds since 1970 UTC), in seconds; 7200 in Paris in summer.
+    /// Local time minus UTC in seconds at `utc` (seconds since 1970 UTC); 7200 in Paris in summer.
     [[nodiscard]] std::int32_t GetLocalMinusUTC(std::int64_t utc) const noexcept;
-    /// The moment of a local time, both as seconds since 1970.
+    /// The moment of a local time; both are seconds since 1970.
     [[nodiscard]] std::int64_t LocalToUTC(std::int64_t local) const noexcept;
 
     // --- Conversions
@@ -110,23 +113,23 @@ public:
     [[nodiscard]] KZDateTime ConvertToLocal(KZDateTime const & value) const;
     [[nodiscard]] KZDateTime ConvertFromLocal(KZDateTime const & value) const;
 
-    /// The same rule and the same names; the display name doesn't count.
+    /// True for the same rule and the same names; the display name isn't compared.
     bool operator==(KZTimeZone const & other) const noexcept = default;
-    /// By bias, then by standard name.
+    /// Compares by bias, then by standard name.
     bool operator<(KZTimeZone const & other) const noexcept;
 
 private:
     friend class KZTimeZoneObsolete;
 
-    /// The zone of that name; nothing where the system has none. Errors: throws std::system_error when it can't be read
-    /// at present.
+    /// The zone with that name; std::nullopt if the system has none. Errors: throws std::system_error when it can't be
+    /// read at present.
     [[nodiscard]] static std::optional<KZTimeZone> Read(KZString const & name);
     [[nodiscard]] std::int32_t StandardOffset() const noexcept;
     [[nodiscard]] std::int32_t DaylightOffset() const noexcept {
         return -60 * (info_.bias + info_.daylightBias);
     }
-    /// Whether daylight time holds at `local` (seconds), when it begins `startShift` and ends `endShift` seconds
-    /// behind what the rules say.
+    /// Whether daylight time holds at `local` (seconds), if it begins `startShift` and ends `endShift` seconds later
+    /// than the rules say.
     [[nodiscard]] bool IsDaylight(std::int64_t local, std::int64_t startShift,
                                   std::int64_t endShift) const noexcept;
 
@@ -134,7 +137,9 @@ private:
     bool dstObserved_ = false;
 };
 
-/// Reads the built-in zones when it is made: a static one has them ready before `main`.
+/// Its constructor reads the local zone: a static object does so before `main`.
+///
+/// Thread safety: objects may be made in any thread.
 class KZ_EXPORT KZTimeZoneInitialiser {
 public:
     KZTimeZoneInitialiser() { KZTimeZone::Init(); }

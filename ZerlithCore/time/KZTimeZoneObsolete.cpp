@@ -98,7 +98,7 @@ KZTimeZoneObsolete::TimeZoneType KZTimeZoneObsolete::GetType(KZTimeZone const & 
 
     using Rows = std::array<std::optional<KZTimeZone>, std::size(rowNames)>;
     static Rows const rows = KZDetail::AskZoneStore([] {
-        Rows read; // nothing for a zone that the system doesn't have
+        Rows read; // a zone that the system doesn't have stays empty
         std::ranges::transform(rowNames, read.begin(), KZTimeZone::Read);
         return read;
     });

@@ -1,5 +1,8 @@
 /// @file
-/// The fixed list of 62 zones that older callers know by number.
+/// The fixed list of 62 time zones that older programs know by number.
+///
+///     KZTimeZone const & local = KZTimeZone::GetLocalTimeZone();
+///     int const number = KZTimeZoneObsolete::GetType(local);     // 36 in Berlin: WEurope
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -7,13 +10,13 @@
 
 /// Finds the number of a zone among 62 known ones.
 ///
-/// The rows bear fixed names; their rules are those of the system's zone data, read at the first question. A row whose
-/// zone the system doesn't have is found by its name only.
+/// The names of the rows are fixed; their rules are read from the system's zone data at the first call. A row whose
+/// zone the system doesn't have can be found by its name only.
 ///
-/// Thread safety: callable from any thread.
+/// Thread safety: may be called from any thread.
 class KZ_EXPORT KZTimeZoneObsolete {
 public:
-    /// The rows, in order; each stands for the name with "Standard Time" behind it.
+    /// The rows, in order. Each stands for the zone of that name followed by "Standard Time".
     enum TimeZoneType : int {
         NewZealand,
         Fiji,
@@ -79,8 +82,9 @@ public:
         Dateline
     };
 
-    /// The row of the zone's standard name, else the first row of the same bias with the same changes of clocks (month,
-    /// weekday, week and hour); 22 where there is none, which is also the number of Ekaterinburg: callers rely on it.
-    /// Errors: rules that can't be read at present throw a KZWindowsLastErrorException; the next call tries again.
+    /// Returns the row with the standard name of `zone`, otherwise the first row with the same bias and the same
+    /// changes of clocks (month, weekday, week and hour). If there is none, returns 22, the number of Ekaterinburg:
+    /// callers rely on it. Errors: throws KZWindowsLastErrorException when the rules can't be read at present; the next
+    /// call tries again.
     [[nodiscard]] static TimeZoneType GetType(KZTimeZone const & zone);
 };

@@ -2,7 +2,7 @@
 // from this one before it has used the library, so that first uses fail as well, and a crash or a hang is a finding like
 // others. After the failure the same work is done again with nothing failing: it must come out whole.
 //
-//     faults [--short] [--kind KIND] [WORK...]              every n, or 40 of each kind
+//     faults [--short] [--kind KIND] [WORK...]              every n, at most 2,000 of each kind; or 40
 //     faults --kind KIND [--always] --call N WORK           one run in this process, for a debugger
 //     faults --list                                         the names of all works
 #include "faults/FailingCalls.h"
@@ -23,7 +23,7 @@ namespace {
 constexpr std::array kindNames{"memory", "write", "read", "open", "mapping", "thread"};
 
 struct Options {
-    long calls = 0; // of each kind that a work is tried with at most; 0 for all
+    long calls = 2000; // of each kind that a work is tried with at most
     int kind = -1;
     long call = 0;
     bool always = false;
@@ -126,10 +126,10 @@ Result RunApart(WorkEntry const & entry, Failure const & failure) {
     return result;
 }
 
-/// All n, or `most` of them evenly spread.
+/// All n, or at most `most` of them evenly spread.
 std::vector<long> Calls(long count, long most) {
     std::vector<long> calls;
-    long const step = most == 0 ? 1 : std::max(1L, (count + most - 1) / most);
+    long const step = std::max(1L, (count + most - 1) / most);
     for (long call = 1; call <= count; call += step) calls.push_back(call);
     return calls;
 }

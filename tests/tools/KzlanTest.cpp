@@ -15,9 +15,10 @@ struct Result {
     std::string error;
 };
 
-Result Kzlan(TemporaryDirectory const & directory, std::string const & arguments) {
-    std::string const command =
-        "cd '" + directory.Root().string() + "' && '" KZLAN "' " + arguments + " >out 2>error";
+Result Kzlan(TemporaryDirectory const & directory, std::string const & arguments,
+             std::string const & environment = "") {
+    std::string const command = "cd '" + directory.Root().string() + "' && " + environment + " '" KZLAN "' " +
+                                arguments + " >out 2>error";
     int const status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, directory.Read(u"out"), directory.Read(u"error")};
 }
@@ -100,6 +101,34 @@ TEST(Kzlan, TellsWhatIsWrongWithATextAndWritesNothing) {
     auto const entries = std::filesystem::directory_iterator(directory.Root());
     EXPECT_EQ(std::distance(begin(entries), end(entries)), 6) << "nothing is left behind";
 }
+
+#if defined(FAILING_CALLS)
+TEST(Kzlan, MakesTheFileOrKeepsTheOldOneWhateverFails) {
+    TemporaryDirectory const directory;
+    directory.Write(u"text", "1 = a\n2 = b\n");
+    ASSERT_EQ(Kzlan(directory, "make text new.deu.LAN").status, 0);
+    std::string const made = directory.Read(u"new.deu.LAN"), former = "former";
+    for (char const * const kind : {"memory", "write", "read", "open"}) {
+        for (char const * const times : {"once", "always"}) {
+            int failures = 0;
+            // Ever larger steps, until nothing has failed for some: the program makes no more calls than that.
+            for (int n = 1, sound = 0; sound < 8; n += 1 + n / 24) {
+                SCOPED_TRACE(std::string(kind) + ':' + std::to_string(n) + ':' + times);
+                directory.Write(u"app.deu.LAN", former);
+                Result const result = Kzlan(directory, "make text app.deu.LAN",
+                                            "KZ_FAIL=" + std::string(kind) + ':' + std::to_string(n) + ':' +
+                                                times + " LD_PRELOAD='" FAILING_CALLS "'");
+                EXPECT_TRUE(result.status == 0 || result.status == 1) << result.error;
+                std::string const content = directory.Read(u"app.deu.LAN");
+                EXPECT_TRUE(content == made || (result.status == 1 && content == former)) << content.size();
+                sound = result.status == 0 ? sound + 1 : 0;
+                failures += result.status;
+            }
+            EXPECT_GT(failures, 0) << kind;
+        }
+    }
+}
+#endif
 
 TEST(Kzlan, ListsBrokenFilesAsFarAsTheyGo) {
     TemporaryDirectory const directory;

@@ -1,6 +1,7 @@
 // Documents for tests.
 #pragma once
 
+#include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/xml/KZDOMDocument.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNodeList.h"
@@ -14,6 +15,22 @@ inline KZDOMDocument Parsed(KZString const & text) {
                                      << document.GetLastParseError().GetReason().AsUTF8();
     return document;
 }
+
+/// While it lives, work may take a fiftieth.
+class LowLimits {
+public:
+    LowLimits() {
+        KZPlatform::LibXml2::Limits & now = KZPlatform::LibXml2::limits;
+        now.pathWork /= 50;
+        now.transformationWork /= 50;
+        now.instructions /= 50;
+        now.movedBytes /= 50;
+        now.nameComparisons /= 50;
+    }
+    ~LowLimits() { KZPlatform::LibXml2::limits = {}; }
+    LowLimits(LowLimits const &) = delete;
+    LowLimits & operator=(LowLimits const &) = delete;
+};
 
 /// The printed form of what `text` parses to.
 inline std::string Formatted(KZDOMNode const & node, unsigned level = 0, bool closeFlush = true,

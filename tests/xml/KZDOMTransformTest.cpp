@@ -157,8 +157,9 @@ TEST(KZDOMTransform, EvaluatesExpressions) {
 }
 
 TEST(KZDOMTransform, EndsAtItsLimits) {
+    LowLimits const low;
     KZDOMDocument const source =
-        Parsed(u"<r><t>" + KZString(u'x', 1'000'000U) + u"</t>" + Repeated(u"<i k='v'/>", 20'000) +
+        Parsed(u"<r><t>" + KZString(u'x', 200'000U) + u"</t>" + Repeated(u"<i k='v'/>", 4'000) +
                Repeated(u"<a>", 200) + Repeated(u"</a>", 200) + u"</r>");
     struct Case {
         KZString sheet;
@@ -167,6 +168,9 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
     auto const each = [](KZString const & body) {
         return u"<x:template match='/'><x:for-each select='//i'>" + body + u"</x:for-each></x:template>";
     };
+    KZString sets;
+    for (int i = 0; i < 100; ++i)
+        sets += u"<x:attribute name='a" + KZString(char16_t(u'A' + i % 26), 1U + i / 26) + u"'/>";
     Case const cases[] = {
         {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>", u"1,000 levels"},
         {u"<x:template match='i'><x:apply-templates select='.'/></x:template>", u"1,000 levels"},
@@ -179,6 +183,13 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
         {each(u"<x:if test='/r/t = 1'/>"), u"200,000,000"},
         {each(u"<x:apply-templates select='/r/t' mode='m'/>"), u"200,000,000"},
         {u"<x:template match='i'><x:number level='any'/></x:template>", u"200,000,000"},
+        {each(u"<x:value-of select='function-available(/r/t)'/>"), u"200,000,000"},
+        {u"<x:attribute-set name='s'>" + sets + u"</x:attribute-set>" +
+             each(u"<b x:use-attribute-sets='s'/>"),
+         u"200,000,000"},
+        {u"<x:template match='/'><a><x:for-each select='//i'><x:attribute "
+         u"name='a{position()}'/></x:for-each></a></x:template>",
+         u"200,000,000"},
         {Repeated(u"<x:template match='r/i' mode='m'/>", 9'000) +
              each(u"<x:for-each select='//i'><x:apply-templates select='.' mode='m'/></x:for-each>"),
          u"20,000,000"},

@@ -1,9 +1,10 @@
-// The logic that KZRawVector and KZVoidPtrVector share. Each offers `Unit` (what its pointers step over), `Stride`
-// (units of one element), the three pointers, and the hooks that copy, fill, allocate and free; the algorithms here
-// know nothing else, and are compiled once for each of the two.
+// The logic that KZRawVector and KZVoidPtrVector share. Each has `Unit` (the type to which its pointers point),
+// `Stride` (units of one element), the three pointers, and the hooks that copy, fill, allocate and free; the algorithms
+// here use nothing else, and are compiled once for each of the two.
 //
-// A value or a range may lie in the vector. When the block is replaced the old one lives on until everything has
-// been copied; when the tail moves up in place, what pointed into it is moved along (`Shift`).
+// A value or a range that is passed may lie in the vector itself. When the block is replaced, the old one is freed only
+// after everything has been copied. When elements move up in place, `Shift` gives the new place of a pointer to one of
+// them.
 #pragma once
 
 #include <algorithm>
@@ -26,7 +27,7 @@ struct VectorCore {
     using Unit = typename Vector::Unit;
     using Source = Unit const *;
 
-    /// Where a source has gone after everything from `tail` on moved up by `distance` units.
+    /// The new place of a pointer into the vector, after the units from `tail` to `end` have moved up by `distance`.
     struct Shift {
         Source tail;
         Source end;
@@ -97,7 +98,7 @@ struct VectorCore {
 
     static void InsertRange(Vector & v, Unit * where, Source first, Source last) {
         Insert(v, where, Count(v, first, last), [&](Unit * gap, Shift const & shift) {
-            // A range across `where` was torn apart when the tail moved.
+            // A range that begins before `where` and ends after it lies in two pieces since the tail has moved.
             Source const cut = first < shift.tail && shift.tail < last ? shift.tail : first;
             gap = v.OptCopy(first, cut, gap);
             if (cut != last) v.OptCopy(shift(cut), shift(cut) + (last - cut), gap);
@@ -118,7 +119,8 @@ struct VectorCore {
         }
     }
 
-    // Assigning overwrites what there is, and only then grows or cuts: so the source may lie in the vector.
+    // Assigning overwrites the present elements first and grows or shrinks afterwards: so the source may lie in the
+    // vector.
 
     static void AssignRange(Vector & v, Source first, Source last) {
         unsigned int const count = Count(v, first, last);

@@ -1,4 +1,4 @@
-// The small parts of a condition's text.
+// Helpers for reading the text of a condition.
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
@@ -16,7 +16,7 @@ inline std::u16string WithoutQuotes(std::u16string_view text) {
     return result;
 }
 
-// Without the outer quotes; doubled ones inside stand for one.
+// Removes the quotes around a text; doubled ones inside become one.
 inline KZString Unquote(std::u16string_view text) {
     text.remove_prefix(1);
     if (text.ends_with(u'"')) text.remove_suffix(1);

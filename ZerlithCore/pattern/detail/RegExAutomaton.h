@@ -1,4 +1,5 @@
-// The stages of construction: syntax tree, nodes with e-transitions, states.
+// The stages of compiling a pattern: the syntax tree becomes nodes (an NFA), which may be left without reading a unit
+// by e-transitions; the nodes become states (a DFA), in which each unit leads to one state at most.
 #pragma once
 
 #include "ZerlithCore/pattern/KZLookupTable.h"
@@ -15,13 +16,13 @@
 
 namespace KZDetail {
 
-// What a pattern throws that would take more than its construction may: to callers, no memory.
+// Thrown for a pattern that exceeds the budget. Callers see that memory is out.
 class PatternTooLarge : public std::bad_alloc {};
 
-// What construction may take, so that a short pattern can't take a machine down: 64 MB, and about a second. Both are reckoned
-// from what is made and walked through, never measured, so a pattern fails on every machine or on none. Bytes are those of
-// a 64-bit machine, with what an allocator adds to a block and what a vector takes while it grows.
-// Errors: PatternTooLarge.
+// The memory and time that compiling a pattern may take: 64 MB and about a second, so that a short pattern can't bring
+// a machine down. Both are computed from the objects that are made and the steps that are done. They aren't measured,
+// so a pattern fails on every machine or on none. Bytes are those of a 64-bit machine, with what an allocator adds to a
+// block and what a vector takes while it grows. Errors: PatternTooLarge.
 class Budget {
 public:
     void Keep(std::size_t bytes) {
@@ -29,14 +30,14 @@ public:
         if (bytes_ > mostBytes) throw PatternTooLarge();
     }
     [[nodiscard]] bool HasRoomFor(std::size_t bytes) const noexcept { return bytes <= mostBytes - bytes_; }
-    // What is left behind by a stage.
+    // Counts `bytes` in place of all counted so far: what remains after a stage has freed its temporary objects.
     void Leave(std::size_t bytes) noexcept { bytes_ = bytes; }
-    // Nanoseconds, on a machine of the day.
+    // Counts `time` in nanoseconds of a present-day machine.
     void Work(std::size_t time) {
         time_ += time;
         if (time_ > mostTime) throw PatternTooLarge();
     }
-    // What sorting, or looking up, `count` things takes for each of them.
+    // The number of steps for one element when `count` elements are sorted or searched.
     static constexpr std::size_t Log(std::size_t count) {
         return static_cast<std::size_t>(std::bit_width(count));
     }
@@ -52,7 +53,7 @@ private:
 struct NFANode {
     std::uint32_t id = 0;
     KZNFANodeSet targets;                         // of the e-transitions
-    std::map<std::uint32_t, KZUWCharSet> onUnits; // by target
+    std::map<std::uint32_t, KZUWCharSet> onUnits; // the units that lead to each target
 };
 
 struct NFA {
@@ -69,7 +70,7 @@ struct DFAState {
     KZLookupTable<char16_t, std::uint32_t> transitions{noState}; // to the indexes of states
 };
 
-// A null root gives nodes that lead nowhere.
+// A null root gives an entry and an exit without a way between them.
 NFA BuildNFA(KZSmartPtr<KZRegExSyntaxNode> const & root, Budget & budget);
 std::vector<DFAState> BuildDFA(NFA nfa, Budget & budget);
 

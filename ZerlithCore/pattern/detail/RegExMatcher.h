@@ -1,4 +1,4 @@
-// The states of an automaton as tables to match with.
+// The states of an automaton, as tables for matching.
 #pragma once
 
 #include "ZerlithCore/pattern/detail/RegExAutomaton.h"
@@ -11,8 +11,9 @@
 
 namespace KZDetail {
 
-// The states as tables. Units that no state tells apart are one class; a row has the next state for each class.
-// States are told by the start of their rows. There are none where they would be too large.
+// Each state has a row with the next state for each class of units. A class is a range of units that lead every state
+// to the same place: for "[a-f]x" the classes are the units before a, a to f, g to w, x, and the units after x. The
+// number of a state is the index at which its row begins. If the tables would be too large, there are none.
 class MatchTables {
 public:
     struct Identity {
@@ -26,14 +27,15 @@ public:
     MatchTables(std::vector<DFAState> const & states, Budget & budget);
 
     [[nodiscard]] bool IsEmpty() const noexcept { return next_.empty(); }
-    // Of all of `text` up to its first 0. Requires: not empty.
+    // Matches all of `text` up to its first 0. Requires: not empty.
     [[nodiscard]] bool Match(std::u16string_view text) const noexcept;
-    // The same with what `translate` gives in place of each unit.
+    // The same with `translate(unit)` in place of each unit.
     template <class Translate>
     [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept;
 
 private:
-    // The units on which a state stays as it is, as at most four ranges; count 0 where there are more, or none.
+    // The units that lead a state to itself, if they are at most four ranges; if they are more, or none, the count is
+    // 0.
     struct Loop {
         std::uint32_t count = 0;
         std::array<char16_t, 4> low{};
@@ -51,8 +53,8 @@ private:
 
     std::uint32_t start_ = dead;
     std::uint32_t classCount_ = 1;
-    std::array<std::uint16_t, 256> pages_{}; // start of a page in classes_
-    std::vector<std::uint16_t> classes_;     // pages of 256 units
+    std::array<std::uint16_t, 256> pages_{}; // where in classes_ each page of 256 units begins
+    std::vector<std::uint16_t> classes_;     // the class of each unit, by pages
     std::vector<std::uint32_t> next_;
     std::vector<std::uint8_t> accepting_; // by state
     std::vector<Loop> loops_;             // by state
@@ -62,18 +64,18 @@ struct RegExAutomaton {
     std::vector<DFAState> states; // the start state first
     MatchTables tables;
 
-    // Of all of `text` up to its first 0.
+    // Matches all of `text` up to its first 0.
     [[nodiscard]] bool Match(std::u16string_view text) const noexcept {
         return tables.IsEmpty() ? MatchByRanges(text, MatchTables::Identity()) : tables.Match(text);
     }
-    // The same with what `translate` gives in place of each unit.
+    // The same with `translate(unit)` in place of each unit.
     template <class Translate>
     [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept {
         return tables.IsEmpty() ? MatchByRanges(text, translate) : tables.Match(text, translate);
     }
 
 private:
-    // One binary search a unit.
+    // Makes one binary search for each unit.
     template <class Translate>
     [[nodiscard]] bool MatchByRanges(std::u16string_view text, Translate translate) const noexcept;
 };
@@ -92,7 +94,7 @@ bool RegExAutomaton::MatchByRanges(std::u16string_view text, Translate translate
 
 template <class Translate>
 bool MatchTables::Match(std::u16string_view text, Translate translate) const noexcept {
-    // A state is worth a scan once it has stayed for that long.
+    // When a state has stayed the same for `patience` units, and `worthwhile` units are left, a vector scan is tried.
     constexpr std::uint32_t patience = 8;
     constexpr std::ptrdiff_t worthwhile = 16;
     std::uint32_t state = start_;

@@ -82,8 +82,9 @@ bool DocumentObject::Finish(OwnedDoc doc, Fault fault) {
     bool const isGood = doc != nullptr;
     auto * const error = new ParseError(std::move(fault));
     error->AddRef();
-    Home().lastError = {error, [](ParseError const * last) { last->Release(); }};
+    std::shared_ptr<ParseError const> kept(error, [](ParseError const * last) { last->Release(); });
     if (isGood) Take(std::move(doc));
+    Home().lastError = std::move(kept);
     return isGood;
 }
 
@@ -108,7 +109,7 @@ bool DocumentObject::LoadFile(std::u16string_view path) {
         fault.reason = LastErrorReason();
     }
     if (!doc) fault.url = path;
-    if (doc) doc->URL = Need(xmlStrdup(Chars(KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape))));
+    if (doc) doc->URL = CopyOfText(KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape)).release();
     return Finish(std::move(doc), std::move(fault));
 }
 
@@ -118,9 +119,12 @@ DocumentResult DocumentObject::Save(std::u16string_view path) const {
     xmlDoc * const doc = Home().Doc();
     char const * const encoding = doc->encoding ? reinterpret_cast<char const *>(doc->encoding) : "UTF-8";
     xmlSaveCtxt * const save = xmlSaveToBuffer(buffer.get(), encoding, XML_SAVE_AS_XML);
+    call.CheckMemory();
     if (!save) return {DocumentCode::CantWrite, call.Reason()};
     long const saved = xmlSaveDoc(save, doc);
-    if (xmlSaveClose(save) < 0 || saved < 0) return {DocumentCode::CantWrite, call.Reason()};
+    int const closed = xmlSaveClose(save);
+    call.CheckMemory();
+    if (closed < 0 || saved < 0) return {DocumentCode::CantWrite, call.Reason()};
     std::string_view const bytes(reinterpret_cast<char const *>(xmlBufferContent(buffer.get())),
                                  static_cast<std::size_t>(xmlBufferLength(buffer.get())));
     if (!ReplaceFileContent(path, bytes)) return {DocumentCode::CantWrite, LastErrorReason()};
@@ -160,16 +164,16 @@ DocumentResult DocumentObject::SetRoot(DocumentNode & element) {
         return {DocumentCode::Hierarchy, u"The root of a document is an element"};
     xmlNode * const old = xmlDocGetRootElement(Home().Doc());
     if (old == node) return {};
-    // The new root may stand below the old one, so that one goes last.
-    element.AddRef();
-    Home().Move(node, Home().DocNode(), old);
-    if (old) Home().Remove(old);
-    element.Release();
+    if (old) {
+        Home().ReplaceRoot(old, node);
+    } else {
+        Home().Move(node, Home().DocNode(), nullptr);
+    }
     return {};
 }
 
 DocumentResult DocumentObject::CreateElement(std::u16string_view name, std::u16string_view nameSpace,
-                                             xmlNode *& made) {
+                                             OwnedNode & made) {
     std::string const text = Utf8Of(name);
     std::string const uri = Utf8Of(nameSpace);
     std::size_t const colon = text.find(':');
@@ -179,9 +183,9 @@ DocumentResult DocumentObject::CreateElement(std::u16string_view name, std::u16s
     std::string const prefix = colon == text.npos ? std::string() : text.substr(0, colon);
     if (prefix == "xml" || prefix == "xmlns")
         return {DocumentCode::InvalidName, u"The prefix is reserved: " + Quoted(name)};
-    made =
-        Need(xmlNewDocNode(Home().Doc(), nullptr, Chars(text) + (prefix.empty() ? 0 : colon + 1), nullptr));
-    if (!uri.empty()) made->ns = xmlNewNs(made, Chars(uri), prefix.empty() ? nullptr : Chars(prefix));
+    made.reset(
+        Need(xmlNewDocNode(Home().Doc(), nullptr, Chars(text) + (prefix.empty() ? 0 : colon + 1), nullptr)));
+    if (!uri.empty()) made->ns = xmlNewNs(made.get(), Chars(uri), prefix.empty() ? nullptr : Chars(prefix));
     return {};
 }
 
@@ -192,27 +196,29 @@ DocumentResult DocumentObject::Create(DocumentNodeKind kind, std::u16string_view
     auto const type = static_cast<xmlElementType>(kind);
     std::string const content = Utf8Of(text);
     DocumentResult result = CheckText(type, content);
-    xmlNode * node = nullptr;
-    xmlDoc * const doc = Home().Doc();
     if (!result) return result;
+    LibraryCall const call;
+    OwnedNode node;
+    xmlDoc * const doc = Home().Doc();
     switch (kind) {
     case DocumentNodeKind::Element: result = CreateElement(name, nameSpace, node); break;
-    case DocumentNodeKind::Text: node = Need(xmlNewDocText(doc, Chars(content))); break;
+    case DocumentNodeKind::Text: node.reset(Need(xmlNewDocText(doc, Chars(content)))); break;
     case DocumentNodeKind::CData:
-        node = Need(xmlNewCDataBlock(doc, Chars(content), static_cast<int>(content.size())));
+        node.reset(Need(xmlNewCDataBlock(doc, Chars(content), static_cast<int>(content.size()))));
         break;
-    case DocumentNodeKind::Comment: node = Need(xmlNewDocComment(doc, Chars(content))); break;
-    case DocumentNodeKind::Fragment: node = Need(xmlNewDocFragment(doc)); break;
+    case DocumentNodeKind::Comment: node.reset(Need(xmlNewDocComment(doc, Chars(content)))); break;
+    case DocumentNodeKind::Fragment: node.reset(Need(xmlNewDocFragment(doc))); break;
     case DocumentNodeKind::Instruction: {
         std::string const target = Utf8Of(name);
         if (!IsInstructionTarget(target))
             return {DocumentCode::InvalidName, u"No instruction can be named " + Quoted(name)};
-        node = Need(xmlNewDocPI(doc, Chars(target), Chars(content)));
+        node.reset(Need(xmlNewDocPI(doc, Chars(target), Chars(content))));
         break;
     }
     default: result = {DocumentCode::InvalidArgument, u"Nodes of this kind can't be made"}; break;
     }
-    if (node) made = Home().WrapNew(node);
+    call.CheckMemory();
+    if (node) made = Home().WrapNew(node.release());
     return result;
 }
 

@@ -29,7 +29,7 @@ public:
 
 private:
     bool Finish(OwnedDoc doc, Fault fault);
-    DocumentResult CreateElement(std::u16string_view name, std::u16string_view nameSpace, xmlNode *& made);
+    DocumentResult CreateElement(std::u16string_view name, std::u16string_view nameSpace, OwnedNode & made);
 };
 
 /// A new document, without references.

@@ -4,11 +4,15 @@
 
 #include <libxml/valid.h>
 
+#include <memory>
 #include <optional>
+#include <utility>
 
 namespace KZPlatform::LibXml2 {
 
 namespace {
+
+using OwnedNamespace = std::unique_ptr<xmlNs, FreeBy<xmlFreeNs>>;
 
 // The prefix that a name of a declaration declares; empty for "xmlns" itself.
 std::optional<std::string_view> DeclaredPrefix(std::string_view name) {
@@ -49,14 +53,14 @@ bool IsUsed(xmlNs const * ns, xmlNode * top) {
 } // namespace
 
 void SetAttributeValue(xmlAttr * attribute, std::string const & value) {
-    xmlNode * const text = value.empty() ? nullptr : Need(xmlNewDocText(attribute->doc, Chars(value)));
+    OwnedNode text = NewText(attribute->doc, value);
     if (attribute->atype == XML_ATTRIBUTE_ID) {
         xmlRemoveID(attribute->doc, attribute);
         attribute->atype = XML_ATTRIBUTE_CDATA;
     }
     xmlFreeNodeList(attribute->children);
-    attribute->children = attribute->last = text;
-    if (text) text->parent = reinterpret_cast<xmlNode *>(attribute);
+    attribute->children = attribute->last = text.release();
+    if (attribute->children) attribute->children->parent = reinterpret_cast<xmlNode *>(attribute);
 }
 
 bool Element::Attribute(std::u16string_view name, DocumentSink & sink) const {
@@ -90,7 +94,9 @@ DocumentResult Element::SetAttribute(std::u16string_view name, std::u16string_vi
         colon == text.npos ? nullptr : xmlSearchNs(Node()->doc, Node(), Chars(std::string(text, 0, colon)));
     if (colon != text.npos && !ns)
         return {DocumentCode::InvalidName, u"The prefix isn't declared: " + Quoted(name)};
-    Need(xmlNewNsProp(Node(), ns, Chars(text) + (ns ? colon + 1 : 0), Chars(content)));
+    xmlAttr * const made = Need(xmlNewNsProp(Node(), ns, Chars(text) + (ns ? colon + 1 : 0), Chars(content)));
+    if (call.IsOutOfMemory()) xmlRemoveProp(made);
+    call.CheckMemory();
     return {};
 }
 
@@ -101,17 +107,21 @@ DocumentResult Element::SetDeclaration(std::string_view prefix, std::string cons
         xmlNs * const ns = *place;
         if (View(ns->href) == uri) return {};
         if (IsUsed(ns, Node())) return {DocumentCode::NamespaceInUse, u"The declaration is in use"};
-        xmlChar * const href = Need(xmlStrdup(Chars(uri)));
-        xmlFree(const_cast<xmlChar *>(ns->href));
-        ns->href = href;
+        OwnedText href = CopyOfText(uri);
+        xmlFree(const_cast<xmlChar *>(std::exchange(ns->href, href.release())));
         return {};
     }
     // What stands here under an outer declaration of the prefix would be read back in another namespace.
     std::string const name(prefix);
+    LibraryCall const call;
     xmlNs const * const outer = xmlSearchNs(Node()->doc, Node(), prefix.empty() ? nullptr : Chars(name));
     if (outer && View(outer->href) != uri && IsUsed(outer, Node()))
         return {DocumentCode::NamespaceInUse, u"The element uses the prefix otherwise"};
-    Need(xmlNewNs(Node(), Chars(uri), prefix.empty() ? nullptr : Chars(name)));
+    OwnedNamespace made(Need(xmlNewNs(nullptr, Chars(uri), prefix.empty() ? nullptr : Chars(name))));
+    call.CheckMemory();
+    xmlNs ** end = &Node()->nsDef;
+    while (*end) end = &(*end)->next;
+    *end = made.release();
     return {};
 }
 

@@ -4,6 +4,7 @@
 
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/FloatingPoint.h"
+#include "ZerlithCore/platform/libxml2/Memory.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include <libxml/globals.h>
@@ -49,7 +50,9 @@ void XsltError(void *, char const * format, ...) noexcept {
 void Initialise() {
     static std::once_flag once;
     std::call_once(once, [] {
+        UseReserve();
         QuietFloatingPoint const quiet; // the library makes itself a NaN
+        LibraryCall const call;         // what is made once is whole, be it of the reserve
         xmlInitParser();
         xmlXPathInit();
         xmlSchemaInitTypes();
@@ -66,6 +69,15 @@ std::string Utf8Of(std::u16string_view text) {
     if (std::size_t const end = utf8.find('\0'); end != utf8.npos) utf8.resize(end);
     return utf8;
 }
+
+OwnedText CopyOfText(std::string const & text) {
+    LibraryCall const call;
+    OwnedText copy(Need(xmlStrdup(Chars(text))));
+    call.CheckMemory();
+    return copy;
+}
+
+void AskForMemory(std::size_t bytes) { std::free(Need(std::malloc(bytes))); }
 
 std::u16string UnitsOf(std::string_view utf8) {
     return KZEncoding::Utf8ToUnits(utf8, KZEncoding::Utf8Mode::Replace);
@@ -99,7 +111,7 @@ namespace {
 void MakeThreadGlobals() {
     thread_local bool areMade = false;
     if (areMade || xmlIsMainThread()) return;
-    std::free(Need(std::malloc(sizeof(xmlGlobalState))));
+    AskForMemory(sizeof(xmlGlobalState));
     Need(xmlGetGlobalState());
     areMade = true;
 }
@@ -142,7 +154,6 @@ std::u16string LibraryCall::Reason() const { return MessageOf(message_.empty() ?
 
 void LibraryCall::Structured(void * self, xmlErrorPtr error) noexcept {
     auto & call = *static_cast<LibraryCall *>(self);
-    if (error && error->code == XML_ERR_NO_MEMORY) call.NoteRefusal();
     if (!call.message_.empty() || !error || error->level < XML_ERR_ERROR || !error->message) return;
     try {
         call.message_ = error->message;

@@ -7,6 +7,7 @@
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
 
+#include <cstddef>
 #include <memory>
 #include <new>
 #include <string>
@@ -28,6 +29,7 @@ struct FreeText {
     void operator()(xmlChar * text) const noexcept { xmlFree(text); }
 };
 using OwnedDoc = std::unique_ptr<xmlDoc, FreeBy<xmlFreeDoc>>;
+using OwnedNode = std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>>; // that stands nowhere, and is no attribute
 using OwnedText = std::unique_ptr<xmlChar, FreeText>;
 
 /// `object`, which is null only when memory has run out.
@@ -54,14 +56,20 @@ inline std::string_view View(xmlChar const * text) noexcept {
 /// A name in quotes, for messages.
 [[nodiscard]] std::u16string Quoted(std::u16string_view text);
 
+/// A text of the library's own. Errors: std::bad_alloc.
+[[nodiscard]] OwnedText CopyOfText(std::string const & text);
+
+/// Makes sure that the system has so much memory just now. Errors: std::bad_alloc.
+void AskForMemory(std::size_t bytes);
+
 /// Whether all characters may stand in a document.
 [[nodiscard]] bool IsDocumentText(std::string_view utf8) noexcept;
 
 /// While it lives, this thread is at work in libxml2 or libxslt. What they complain about on the thread comes here, not to
-/// standard error, and memory that the system refuses them is noticed.
+/// standard error, and memory that the system refuses them comes from a reserve and is noticed.
 ///
 /// Every operation has one as long as it calls either library, and asks `CheckMemory` before it makes its result known:
-/// what the libraries have done without memory may lack a part, whatever they say. Calls may nest; what was refused in
+/// the reserve may have been too small, and then what the libraries have done lacks a part, whatever they say. Calls may nest; what was refused in
 /// an inner one was refused in the outer one, too.
 class LibraryCall {
 public:

@@ -45,6 +45,7 @@ void Save(xmlNode const * node, DocumentSink & sink) {
         Need(xmlSaveToBuffer(buffer.get(), "UTF-8", XML_SAVE_NO_DECL | XML_SAVE_AS_XML));
     xmlSaveTree(save, const_cast<xmlNode *>(node));
     xmlSaveClose(save);
+    call.CheckMemory();
     std::string_view text = View(xmlBufferContent(buffer.get()));
     if (node->type == XML_ATTRIBUTE_NODE && text.starts_with(' ')) text.remove_prefix(1);
     sink.Append(text);
@@ -116,7 +117,7 @@ void PutText(xmlNode const * node, DocumentSink & sink) {
 void PutXml(xmlNode const * node, DocumentSink & sink) {
     if (node->type == XML_DOCUMENT_NODE) sink.Append("<?xml version=\"1.0\"?>\n");
     if (node->type != XML_ELEMENT_NODE || !HasDeclarationsAbove(node)) return Save(node, sink);
-    std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>> const copy(CopyNode(node, node->doc, true));
+    OwnedNode const copy(CopyNode(node, node->doc, true));
     Save(copy.get(), sink);
 }
 
@@ -161,7 +162,9 @@ DocumentResult SetNodeText(Tree & tree, xmlNode * node, std::u16string_view text
     std::string const value = Utf8Of(text);
     if (DocumentResult result = CheckText(node->type, value); !result) return result;
     if (HasOwnText(node)) {
-        xmlNodeSetContent(node, Chars(value));
+        OwnedText fresh = CopyOfText(value);
+        xmlNodeSetContent(node, nullptr); // frees what is there, which may lie in the node itself
+        node->content = fresh.release();
         return {};
     }
     if (node->type == XML_ATTRIBUTE_NODE) {
@@ -170,9 +173,9 @@ DocumentResult SetNodeText(Tree & tree, xmlNode * node, std::u16string_view text
     }
     if (node->type != XML_ELEMENT_NODE && node->type != XML_DOCUMENT_FRAG_NODE)
         return {DocumentCode::Hierarchy, u"A node of this kind has no text to be set"};
-    xmlNode * const fresh = value.empty() ? nullptr : Need(xmlNewDocText(tree.Doc(), Chars(value)));
-    while (node->children) tree.Remove(node->children);
-    if (fresh) Link(fresh, node, nullptr);
+    OwnedNode fresh = NewText(tree.Doc(), value);
+    tree.RemoveChildren(node);
+    if (fresh) Link(fresh.release(), node, nullptr);
     return {};
 }
 
@@ -280,11 +283,11 @@ DocumentResult Insert(xmlNode * parent, xmlNode * child, xmlNode * reference) {
     if (reference && (reference->parent != parent || reference->type == XML_ATTRIBUTE_NODE))
         return {DocumentCode::NotAChild, u"The reference isn't a child of the node"};
     Tree & tree = Tree::Of(parent);
-    if (!isFragment) {
+    if (isFragment) {
+        tree.MoveChildren(child, parent, reference);
+    } else {
         tree.Move(child, parent, reference);
-        return {};
     }
-    while (child->children) tree.Move(child->children, parent, reference);
     return {};
 }
 

@@ -12,6 +12,7 @@
 #include "ZerlithCore/platform/libxml2/Parser.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
 #include <libxml/SAX2.h>
@@ -38,15 +39,11 @@ constexpr std::size_t DefaultedCost = 64;
 constexpr std::size_t MaxExpanded = 10'000'000;
 constexpr std::size_t ExpandedTimes = 10;
 constexpr std::size_t ExpandedCost = 64;
-// Bytes that entities may move while they are strung together: a second or less.
-constexpr std::size_t MaxMoved = 4'000'000'000;
 constexpr std::size_t MaxEntityBytes = 32'768;
 constexpr int MaxAttributes = 16'384;
 constexpr int MaxDeclaredAttributes = 16'384;
 constexpr int MaxDeclaredIds = 1'024; // each is reported together with each other one of its element
-// Comparisons of names that elements with very many attributes or declarations of namespaces may take: some seconds. The
-// first ones of each element aren't counted.
-constexpr std::size_t MaxLookUps = 500'000'000;
+// Names of an element that are compared with each other without being counted.
 constexpr std::size_t FreeAttributes = 256;
 constexpr std::size_t FreeNamespaces = 64;
 // Bytes of one declaration, whose names are compared with each other, and what the squares of long ones may add up to.
@@ -91,8 +88,9 @@ constexpr std::array LimitTexts{
     LimitText{"CData section too big", u"A CDATA section has more than 10,000,000 bytes"},
     LimitText{"AttValue length", u"An attribute's value has more than 10,000,000 bytes"},
     LimitText{" too big found", u"An instruction has more than 10,000,000 bytes"},
-    LimitText{"Huge input lookup",
-              u"An attribute's value, a start tag or a declaration has more than 10,000,000 bytes"},
+    LimitText{
+        "Huge input lookup",
+        u"An attribute's value, a start tag, a declaration or white space has more than 10,000,000 bytes"},
     LimitText{"too long", u"A name or an identifier has more than 50,000 bytes"},
     LimitText{"entity reference loop", u"An entity refers to itself, or entities expand to too much"},
     LimitText{"XML_PARSE_HUGE", u"The document exceeds a limit of the parser"},
@@ -203,12 +201,12 @@ bool IsFatal(xmlError const & error) {
 
 void OnError(void * context, xmlErrorPtr error) noexcept {
     ParseState & state = StateOf(context);
-    // Behind the report of some limits the parser tells of memory, too.
-    if (error->code == XML_ERR_NO_MEMORY && !state.HasEnded()) state.isOutOfMemory = true;
     if (!state.HasEnded() && IsFatal(*error)) {
         Guarded(context, [&] {
             std::string_view const message = error->message ? error->message : "";
-            char16_t const * const limit = LimitIn(message);
+            char16_t const * limit = LimitIn(message);
+            // The parser calls a size that it can't reckon with a lack of memory, too.
+            if (error->code == XML_ERR_NO_MEMORY && !limit) limit = LimitTexts.back().reason;
             state.fault.reason = limit ? limit : MessageOf(message);
             Locate(state, *static_cast<xmlParserCtxt *>(context));
             state.fault.code = limit ? DocumentCode::LimitExceeded : CodeOf(*error);
@@ -295,7 +293,7 @@ xmlEntity * OnReference(void * context, xmlChar const * name) noexcept {
     xmlNode const * const parent = static_cast<xmlParserCtxt *>(context)->node;
     xmlNode const * const last = parent ? parent->last : nullptr;
     if (last && last->type == XML_TEXT_NODE) state.moved += View(last->content).size();
-    if (state.moved > MaxMoved) StopAtLimit(context, u"Too many entities in one text");
+    if (state.moved > limits.movedBytes) StopAtLimit(context, u"Too many entities in one text");
     return Expanded<xmlSAX2GetEntity>(context, name);
 }
 
@@ -336,8 +334,9 @@ void OnAttributeDeclaration(void * context, xmlChar const * element, xmlChar con
 void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix, xmlChar const * uri,
                     int namespaceCount, xmlChar const ** namespaces, int count, int defaultedCount,
                     xmlChar const ** attributes) noexcept {
-    // Five pointers an attribute; the defaulted ones stand last, and their values between the last two pointers.
     ParseState & state = StateOf(context);
+    if (state.HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
+    // Five pointers an attribute; the defaulted ones stand last, and their values between the last two pointers.
     for (int i = count - defaultedCount; i < count; ++i)
         state.defaulted +=
             DefaultedCost + static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
@@ -348,7 +347,7 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
     auto const declared = static_cast<std::size_t>(static_cast<xmlParserCtxt *>(context)->nsNr) / 2;
     if (names > FreeAttributes) state.lookUps += names * names;
     if (declared > FreeNamespaces) state.lookUps += (declared - FreeNamespaces) * (names + 1);
-    if (state.lookUps > MaxLookUps)
+    if (state.lookUps > limits.nameComparisons)
         return StopAtLimit(context, u"Too many elements with very many attributes or namespaces");
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, count, defaultedCount,
                           attributes);
@@ -356,6 +355,7 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
 
 // The parser calls a text that is too long a lack of memory.
 void OnText(void * context, xmlChar const * text, int length) noexcept {
+    if (StateOf(context).HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
     xmlParserCtxt const & parser = *static_cast<xmlParserCtxt *>(context);
     xmlNode const * const last = parser.node ? parser.node->last : nullptr;
     bool const isJoined = last && last->type == XML_TEXT_NODE && parser.nodemem != 0;

@@ -161,7 +161,7 @@ PathValue PathEvaluator::Call(PathExpression const & call, PathContext const & c
         std::string const whole = text(0);
         std::string const from = text(1);
         std::string const to = text(2);
-        budget_.Spend(whole.size() + from.size() + to.size());
+        budget_.Spend(2 * (whole.size() + from.size() + to.size()));
         return Translate(whole, from, to);
     }
     case PathFunction::True: return true;

@@ -4,14 +4,13 @@
 #include "ZerlithCore/platform/libxml2/Paths.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
+#include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/platform/libxml2/PathEvaluator.h"
 
 namespace KZPlatform::LibXml2 {
 
 namespace {
 
-// What one evaluation may take: some seconds.
-constexpr std::uint64_t MaxWork = 100'000'000;
 constexpr std::size_t MaxRead = 256;
 
 } // namespace
@@ -48,27 +47,27 @@ Paths::Read const & Paths::Find(std::u16string_view path) {
 std::vector<std::string> Paths::Resolve(xmlNode * context, std::vector<std::string> const & prefixes) const {
     std::vector<std::string> uris;
     if (prefixes.empty()) return uris;
-    LibraryCall const call;
     for (std::string const & prefix : prefixes) uris.push_back(UriOfPrefix(context, prefix));
-    call.CheckMemory();
     return uris;
 }
 
 DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, bool firstOnly,
                              std::vector<xmlNode *> & found) {
     found.clear();
+    LibraryCall const call;
     try {
         Read const & read = Find(path);
         if (read.expression.type != PathType::Nodes && read.expression.type != PathType::Unknown)
             return {DocumentCode::NotNodes, u"The path doesn't lead to nodes: " + std::u16string(path)};
         std::vector<std::string> const uris = Resolve(context, read.prefixes);
         QuietFloatingPoint const quiet; // numbers of paths may overflow, and be none
-        PathBudget budget(MaxWork);
+        PathBudget budget(limits.pathWork);
         PathEvaluator evaluator(reinterpret_cast<xmlNode *>(doc_), uris, budget, nullptr);
         PathNodes const nodes = evaluator.Nodes(read.expression, {{context}}, firstOnly);
         found.reserve(nodes.list.size());
         for (PathNode const & node : nodes.list)
             if (!node.declaration) found.push_back(node.node);
+        call.CheckMemory();
         return {};
     } catch (PathFailure failure) {
         bool const isLimit = failure == PathFailure::Work || failure == PathFailure::Nesting;

@@ -4,6 +4,7 @@
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include "ZerlithCore/platform/FloatingPoint.h"
+#include "ZerlithCore/platform/libxml2/Memory.h"
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
 #include <libxml/uri.h>
@@ -17,6 +18,8 @@ namespace KZPlatform::LibXml2 {
 namespace {
 
 constexpr char SchemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
+// Bytes that compiling may take for a byte of a schema, twice as much as it does: blocks of the reserve are powers of two.
+constexpr std::size_t CompileCost = 128;
 constexpr std::string_view NameStart = "x-schema:";
 
 using SchemaTexts = std::map<std::string, std::string, std::less<>>; // by name
@@ -36,6 +39,7 @@ void * Open(char const * name) noexcept {
 }
 
 int Read(void * open, char * buffer, int length) {
+    if (LibraryCall const * const call = LibraryCall::Current(); call && call->IsOutOfMemory()) return -1;
     auto & text = *static_cast<OpenText *>(open);
     std::size_t const count = text.rest.copy(buffer, static_cast<std::size_t>(std::max(length, 0)));
     text.rest.remove_prefix(count);
@@ -49,15 +53,20 @@ int Close(void * open) {
 
 // A name that is a valid URI whatever the namespace is.
 std::string NameOf(std::string const & nameSpace) {
+    LibraryCall const call;
     OwnedText const escaped(Need(xmlURIEscapeStr(Chars(nameSpace), Chars(""))));
+    call.CheckMemory();
     return std::string(NameStart) + std::string(View(escaped.get()));
 }
 
 std::string TextOf(xmlDoc * doc) {
+    LibraryCall const call;
     xmlChar * bytes = nullptr;
     int size = 0;
     xmlDocDumpMemoryEnc(doc, &bytes, &size, "UTF-8");
-    OwnedText const text(Need(bytes));
+    OwnedText const text(bytes);
+    call.CheckMemory();
+    static_cast<void>(Need(bytes));
     return {reinterpret_cast<char const *>(bytes), static_cast<std::size_t>(size)};
 }
 
@@ -67,7 +76,9 @@ bool IsSchemaElement(xmlNode const * node, std::string_view name) {
 }
 
 std::string AttributeOf(xmlNode * node, char const * name) {
+    LibraryCall const call;
     OwnedText const value(xmlGetNoNsProp(node, Chars(name)));
+    call.CheckMemory();
     return std::string(View(value.get()));
 }
 
@@ -95,7 +106,9 @@ DocumentResult Schemas::Add(std::string const & nameSpace, xmlDoc const * schema
 
 DocumentResult Schemas::Compile() {
     QuietFloatingPoint const quiet;
+    LibraryCall call;
     SchemaTexts texts;
+    std::size_t size = 0;
     std::string all =
         "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
         "\" targetNamespace=\"x-schema:\">"; // a namespace of its own, to import those without one
@@ -113,7 +126,7 @@ DocumentResult Schemas::Compile() {
         xmlNewProp(element, Chars("schemaLocation"), Chars(NameOf(nameSpace)));
         std::string const line = TextOf(import.get());
         all += line.substr(line.find("<xs:import"));
-        texts.emplace(NameOf(nameSpace), TextOf(doc.get()));
+        size += texts.emplace(NameOf(nameSpace), TextOf(doc.get())).first->second.size();
     }
     all += "</xs:schema>";
 
@@ -121,11 +134,14 @@ DocumentResult Schemas::Compile() {
         explicit Current(SchemaTexts const & now) { currentTexts = &now; }
         ~Current() { currentTexts = nullptr; }
     } const current(texts);
-    LibraryCall call;
+    call.CheckMemory();
+    LargerReserve const reserve(CompileCost * size);
     std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
         Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
     xmlSchemaSetParserStructuredErrors(parser.get(), LibraryCall::Structured, &call);
-    compiled_.reset(xmlSchemaParse(parser.get()));
+    OwnedSchema compiled(xmlSchemaParse(parser.get()));
+    call.CheckMemory();
+    compiled_ = std::move(compiled);
     return compiled_ ? DocumentResult() : Bad(call.Reason());
 }
 
@@ -143,6 +159,7 @@ DocumentResult Schemas::Validate(xmlDoc * doc, Fault & fault) {
         Need(xmlSchemaNewValidCtxt(compiled_.get())));
     xmlSchemaSetValidStructuredErrors(context.get(), LibraryCall::Structured, &call);
     int const outcome = xmlSchemaValidateDoc(context.get(), doc);
+    call.CheckMemory();
     if (outcome == 0) return {};
     fault.code = DocumentCode::Invalid;
     fault.reason = call.Reason();

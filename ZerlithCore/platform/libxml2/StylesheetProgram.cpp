@@ -211,10 +211,12 @@ DocumentResult StylesheetProgram::Take(xmlDoc * doc) {
 
 void StylesheetProgram::TakeFrom(xmlNode * element) {
     bool const isXslt = IsXslt(element);
+    bool usesSets = false;
     std::size_t bytes = 0;
     std::size_t count = 0;
     for (xmlAttr * attribute = element->properties; attribute; attribute = attribute->next, ++count) {
         bytes += ValueOf(attribute).size();
+        usesSets = usesSets || View(attribute->name) == "use-attribute-sets";
         if (attribute->ns && (isXslt || View(attribute->ns->href) == XsltNamespace)) continue;
         TakeAttribute(element, attribute, isXslt);
     }
@@ -226,14 +228,25 @@ void StylesheetProgram::TakeFrom(xmlNode * element) {
         StylesheetExpression counting;
         counting.use = ExpressionUse::Numbering;
         counting.isAnyLevel = level && ValueOf(level) == "any";
-        InsertCount(element, std::move(counting));
+        InsertCount(element->parent, element, std::move(counting));
+    }
+    if (IsXslt(element, "attribute") || IsXslt(element, "copy")) {
+        StylesheetExpression adding;
+        adding.use = ExpressionUse::Attribute;
+        adding.isOfContext = IsXslt(element, "copy");
+        InsertCount(element->parent, element, std::move(adding));
+    }
+    if (usesSets) {
+        StylesheetExpression adding;
+        adding.use = ExpressionUse::AttributeSet;
+        InsertCount(element, element->children, std::move(adding));
     }
     // Attributes of an element that goes to the result are compared with each other.
     if (isXslt || (bytes <= FreeBytes && count <= FreeAttributes)) return;
     StylesheetExpression copying;
     copying.use = ExpressionUse::Weight;
     copying.weight = bytes / 8 + count * count;
-    InsertCount(element, std::move(copying));
+    InsertCount(element->parent, element, std::move(copying));
 }
 
 void StylesheetProgram::TakeAttribute(xmlNode * element, xmlAttr * attribute, bool isXslt) {
@@ -285,16 +298,16 @@ void StylesheetProgram::CountText(xmlNode * text) {
     StylesheetExpression copying;
     copying.use = ExpressionUse::Weight;
     copying.weight = bytes / 8;
-    InsertCount(IsXslt(text->parent, "text") ? text->parent : text, std::move(copying));
+    xmlNode * const before = IsXslt(text->parent, "text") ? text->parent : text;
+    InsertCount(before->parent, before, std::move(copying));
 }
 
-void StylesheetProgram::InsertCount(xmlNode * before, StylesheetExpression expression) {
-    xmlNode * const parent = before->parent;
+void StylesheetProgram::InsertCount(xmlNode * parent, xmlNode * before, StylesheetExpression expression) {
     xmlNs * const ns = xmlSearchNsByHref(parent->doc, parent, Chars(XsltNamespace.data()));
     bool const mayStandThere = ns && parent->type == XML_ELEMENT_NODE &&
                                !(IsXslt(parent) && std::ranges::find(Bare, View(parent->name)) != Bare.end());
     if (!mayStandThere) return;
-    xmlNode * const count = Need(xmlNewDocNode(before->doc, ns, Chars("if"), nullptr));
+    xmlNode * const count = Need(xmlNewDocNode(parent->doc, ns, Chars("if"), nullptr));
     Link(count, parent, before);
     Need(xmlNewProp(count, Chars("test"), Chars(Call(std::move(expression)))));
 }

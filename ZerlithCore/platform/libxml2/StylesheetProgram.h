@@ -23,24 +23,27 @@ inline constexpr char HasKeyFunction[] = "kz-has-key";
 
 /// What becomes of an expression's value, and so what it costs beside the evaluation.
 enum class ExpressionUse : std::uint8_t {
-    Value,     // of a variable; nodes for a loop
-    Text,      // goes to the result
-    Number,    // is formatted
-    Truth,     // is a condition
-    Copy,      // nodes that are copied with all that is below
-    Templates, // nodes that are walked through, at most, for templates
-    SortKey,   // is compared with those of the other nodes
-    KeyValue,  // is what a node is found by
-    Pattern,   // is a predicate of a pattern
-    Numbering, // none: the nodes that xsl:number counts are counted
-    Weight     // none: a piece of the stylesheet is copied
+    Value,        // of a variable; nodes for a loop
+    Text,         // goes to the result
+    Number,       // is formatted
+    Truth,        // is a condition
+    Copy,         // nodes that are copied with all that is below
+    Templates,    // nodes that are walked through, at most, for templates
+    SortKey,      // is compared with those of the other nodes
+    KeyValue,     // is what a node is found by
+    Pattern,      // is a predicate of a pattern
+    Numbering,    // none: the nodes that xsl:number counts are counted
+    Attribute,    // none: an attribute is compared with those that the element has already
+    AttributeSet, // none: so were all that the element has now
+    Weight        // none: a piece of the stylesheet is copied
 };
 
 struct StylesheetExpression {
     PathExpression expression;
     std::vector<std::string> uris; // of its prefixes
     ExpressionUse use = ExpressionUse::Value;
-    bool isAnyLevel = false; // of xsl:number
+    bool isAnyLevel = false;  // of xsl:number
+    bool isOfContext = false; // the attribute is the context, if that is one
     std::uint64_t weight = 0;
 };
 
@@ -64,7 +67,7 @@ private:
     void CountTemplate(xmlNode * element);
     void CountText(xmlNode * text);
     void AddDefault(xmlNode * element, char const * name, std::string_view path, ExpressionUse use);
-    void InsertCount(xmlNode * before, StylesheetExpression expression);
+    void InsertCount(xmlNode * parent, xmlNode * before, StylesheetExpression expression);
     std::string Call(StylesheetExpression expression);
     std::string Call(xmlNode * element, std::string_view path, ExpressionUse use);
     std::string CallsInTemplate(xmlNode * element, std::string_view text);

@@ -1,6 +1,7 @@
 // Stylesheet and source are copied before they meet: libxslt takes the stylesheet's document as its own, and takes white
 // space out of the source, whose texts somebody may hold. The stylesheet's copy loses its expressions (StylesheetProgram.h).
 #include "ZerlithCore/platform/FloatingPoint.h"
+#include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/platform/libxml2/Nodes.h"
 #include "ZerlithCore/platform/libxml2/Paths.h"
 #include "ZerlithCore/platform/libxml2/StylesheetProgram.h"
@@ -21,11 +22,8 @@ namespace {
 
 // Templates that call each other, and levels of the source: each takes stack.
 constexpr int MaxDepth = 1000;
-// Instructions that one transformation may take, while at most so many templates are tried for a node; and the work of all
-// else. Together half a minute or so.
-constexpr unsigned long MaxInstructions = 20'000'000;
+// Templates that may be tried for a node without lowering the number of instructions.
 constexpr std::size_t FreeTemplates = 64;
-constexpr std::uint64_t MaxWork = 200'000'000;
 
 using OwnedSheet = std::unique_ptr<xsltStylesheet, FreeBy<xsltFreeStylesheet>>;
 using OwnedTransform = std::unique_ptr<xsltTransformContext, FreeBy<xsltFreeTransformContext>>;
@@ -78,11 +76,13 @@ DocumentResult Compile(xmlNode const * node, OwnedSheet & sheet, StylesheetProgr
     if (IsTooDeep(doc.get())) return Failed(DocumentCode::LimitExceeded, u"The stylesheet nests too deep");
     if (LoadsOthers(doc.get()))
         return Failed(DocumentCode::BadStylesheet, u"The stylesheet wants others, and nothing is loaded");
-    if (DocumentResult result = program.Take(doc.get()); !result) return result;
     LibraryCall const call;
+    if (DocumentResult result = program.Take(doc.get()); !result) return result;
+    call.CheckMemory();
     sheet.reset(xsltParseStylesheetDoc(doc.get()));
+    if (sheet) static_cast<void>(doc.release()); // the stylesheet's now
+    call.CheckMemory();
     if (!sheet) return Failed(DocumentCode::BadStylesheet, call.Reason());
-    static_cast<void>(doc.release()); // the stylesheet's now
     if (sheet->errors != 0) return Failed(DocumentCode::BadStylesheet, call.Reason());
     return {};
 }
@@ -127,12 +127,13 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, StylesheetProgr
     xsltSetTransformErrorFunc(context.get(), &call, LibraryCall::Generic);
     std::size_t const templates = std::max(program.TemplatesForANode(), FreeTemplates);
     context->maxTemplateDepth = MaxDepth;
-    context->opLimit = MaxInstructions / (templates / FreeTemplates);
-    context->xpathCtxt->opLimit = MaxWork; // of what is left to libxml2
-    TransformHost const host(program, *context, MaxWork);
+    context->opLimit = limits.instructions / (templates / FreeTemplates);
+    context->xpathCtxt->opLimit = limits.transformationWork; // of what is left to libxml2
+    TransformHost const host(program, *context, limits.transformationWork);
     call.StopWithoutMemory(
         [](void * stopped) { static_cast<xsltTransformContext *>(stopped)->state = XSLT_STATE_STOPPED; },
         context.get());
+    call.CheckMemory();
     result.reset(xsltApplyStylesheetUser(sheet, source.get(), nullptr, nullptr, nullptr, context.get()));
     call.CheckMemory();
     if (result && context->state == XSLT_STATE_OK) return {};
@@ -188,8 +189,9 @@ DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet,
     LibraryCall const call;
     xmlOutputBuffer * const buffer = Need(xmlAllocOutputBuffer(nullptr));
     std::unique_ptr<xmlOutputBuffer, FreeBy<xmlOutputBufferClose>> const closes(buffer);
-    if (xsltSaveResultTo(buffer, result.get(), sheet.get()) < 0)
-        return Failed(DocumentCode::TransformFailed, call.Reason());
+    int const saved = xsltSaveResultTo(buffer, result.get(), sheet.get());
+    call.CheckMemory();
+    if (saved < 0) return Failed(DocumentCode::TransformFailed, call.Reason());
     sink.Append(
         {reinterpret_cast<char const *>(xmlOutputBufferGetContent(buffer)), xmlOutputBufferGetSize(buffer)});
     return {};

@@ -79,6 +79,14 @@ xmlXPathObject * TransformHost::Evaluate(StylesheetExpression const & expression
     case ExpressionUse::Numbering:
         SpendOnNumbering(context.node.node, expression.isAnyLevel);
         return xmlXPathNewBoolean(0);
+    case ExpressionUse::Attribute:
+        if (!expression.isOfContext || context.node.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
+        return xmlXPathNewBoolean(0);
+    case ExpressionUse::AttributeSet: {
+        std::uint64_t const count = AttributesAtWork();
+        budget_.Spend(count * count / 4);
+        return xmlXPathNewBoolean(0);
+    }
     case ExpressionUse::Pattern: SpendOnSiblings(context.node.node); break;
     default: break;
     }
@@ -110,9 +118,22 @@ std::string TransformHost::SortKey(PathValue value) {
 
 // --- What libxslt does by itself
 
+// libxslt copies a text, and reads it unit by unit; of nodes it takes the texts.
+void TransformHost::SpendOnArgument(PathValue const & argument) {
+    constexpr std::uint64_t each = 4;
+    if (auto const * const text = std::get_if<std::string>(&argument)) budget_.Spend(each * text->size());
+    auto const * const nodes = std::get_if<PathNodes>(&argument);
+    std::string room;
+    for (std::size_t i = 0; nodes && i < nodes->list.size(); ++i)
+        budget_.Spend(each * TextOf(nodes->list[i], room, budget_).size());
+}
+
 // A node is looked for among all that have the same value of a key.
 void TransformHost::SpendOnKeys(PathValue const & value) {
-    auto const count = [this](std::string text) { budget_.Spend(1 + keyValues_[std::move(text)]++ / 32); };
+    auto const count = [this](std::string text) {
+        budget_.SpendOnMaking(text.size());
+        budget_.Spend(1 + keyValues_[std::move(text)]++ / 32);
+    };
     auto const * const nodes = std::get_if<PathNodes>(&value);
     if (!nodes) return count(TextOf(value, budget_));
     std::string room;
@@ -138,6 +159,7 @@ void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each)
     for (PathNode const & top : nodes.list) {
         int depth = 0;
         xmlNode * const end = top.node;
+        if (each == CopiedNode && top.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
         if (top.declaration || top.IsAttribute()) continue;
         for (xmlNode * at = end; at;) {
             budget_.Spend(each);
@@ -156,6 +178,15 @@ void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each)
             at = at == end ? nullptr : at->next;
         }
     }
+}
+
+// How many attributes the element has that is being made: a further one is compared with them.
+std::uint64_t TransformHost::AttributesAtWork() const noexcept {
+    xmlNode const * const element = transform_.insert;
+    if (!element || element->type != XML_ELEMENT_NODE) return 0;
+    std::uint64_t count = 0;
+    for (xmlAttr const * own = element->properties; own; own = own->next) ++count;
+    return count;
 }
 
 // Looks at all in front of the node, or at what stands in front of it and its ancestors among their siblings.
@@ -262,7 +293,7 @@ PathValue TransformHost::Call(std::string const & name, std::string const & uri,
     if (!function || function == OnCall) throw PathFailure::Function;
     int const count = static_cast<int>(arguments.size());
     for (PathValue & argument : arguments) {
-        if (auto const * const text = std::get_if<std::string>(&argument)) budget_.Spend(text->size());
+        if (name != "generate-id") SpendOnArgument(argument);
         OwnedObject object(Need(ObjectOf(std::move(argument))));
         if (valuePush(parser_, object.get()) < 0) throw std::bad_alloc();
         static_cast<void>(object.release());

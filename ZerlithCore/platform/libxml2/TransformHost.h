@@ -41,9 +41,11 @@ private:
     [[nodiscard]] xmlXPathObject * Use(StylesheetExpression const & expression, PathValue value);
     [[nodiscard]] std::string SortKey(PathValue value);
     [[nodiscard]] bool HasKey(std::vector<PathValue> arguments, PathContext const & context);
+    void SpendOnArgument(PathValue const & argument);
     void SpendOnKeys(PathValue const & value);
     void SpendOnSiblings(xmlNode * node);
     void SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each);
+    [[nodiscard]] std::uint64_t AttributesAtWork() const noexcept;
     void SpendOnNumbering(xmlNode * node, bool isAnyLevel);
     void SpendOnSorting(PathNodes const & nodes);
     [[nodiscard]] xmlXPathObject * ObjectOf(PathValue value);

@@ -75,14 +75,26 @@ void MakeSelfContained(xmlNode * top) {
     if (!known.empty() && xmlDOMWrapReconcileNamespaces(nullptr, top, 0) != 0) throw std::bad_alloc();
 }
 
-// Takes a node out of its tree; the namespaces that it uses come along.
-void Unlink(xmlNode * node) {
-    if (node->type == XML_ATTRIBUTE_NODE) {
-        xmlDOMWrapRemoveNode(nullptr, node->doc, node, 0);
-        return;
-    }
-    xmlUnlinkNode(node);
-    MakeSelfContained(node);
+// Takes an attribute out; its namespace comes along.
+void UnlinkAttribute(xmlAttr * attribute) {
+    auto * const node = reinterpret_cast<xmlNode *>(attribute);
+    LibraryCall const call;
+    xmlNs * const ns = attribute->ns;
+    xmlNode * const parent = node->parent;
+    xmlAttr * const before = attribute->prev;
+    static_cast<void>(xmlDOMWrapRemoveNode(nullptr, node->doc, node, 0));
+    if (!call.IsOutOfMemory()) return;
+    attribute->ns = ns;
+    attribute->parent = parent;
+    attribute->prev = before;
+    xmlAttr *& toThis = before ? before->next : parent->properties;
+    attribute->next = std::exchange(toThis, attribute);
+    if (attribute->next) attribute->next->prev = attribute;
+    throw std::bad_alloc();
+}
+
+bool StandsInElement(xmlNode const * node) noexcept {
+    return node->parent && node->parent->type == XML_ELEMENT_NODE;
 }
 
 // What an element brought along while it stood nowhere goes again where its new parent has the same declaration.
@@ -102,6 +114,43 @@ void DropRepeatedDeclarations(xmlNode * node) {
         } else {
             place = &own->next;
         }
+    }
+}
+
+// Takes a node out of its tree; the namespaces that it uses come along. Errors: std::bad_alloc; the node stands where it
+// stood. Outside of elements nothing is declared, and so nothing fails.
+void Unlink(xmlNode * node) {
+    if (node->type == XML_ATTRIBUTE_NODE) return UnlinkAttribute(reinterpret_cast<xmlAttr *>(node));
+    if (!StandsInElement(node)) return xmlUnlinkNode(node);
+    xmlNode * const parent = node->parent;
+    xmlNode * const next = node->next;
+    LibraryCall const call;
+    xmlUnlinkNode(node);
+    try {
+        MakeSelfContained(node);
+        call.CheckMemory();
+    } catch (std::bad_alloc const &) {
+        Link(node, parent, next);
+        DropRepeatedDeclarations(node);
+        throw;
+    }
+}
+
+// Gives the objects of a subtree to its copy.
+void HandOver(xmlNode * from, Tree & tree, xmlNode * to) noexcept {
+    xmlNode * const top = from;
+    xmlNode * const copy = to;
+    auto const hand = [&tree](auto * old, auto * fresh) {
+        if (!old->_private) return;
+        auto & core = *static_cast<NodeCore *>(std::exchange(old->_private, nullptr));
+        fresh->_private = &core;
+        core.MoveTo(tree, reinterpret_cast<xmlNode *>(fresh));
+    };
+    for (; from; from = NextBelow(from, top), to = NextBelow(to, copy)) {
+        hand(from, to);
+        if (from->type != XML_ELEMENT_NODE) continue;
+        xmlAttr * fresh = to->properties;
+        for (xmlAttr * old = from->properties; old; old = old->next, fresh = fresh->next) hand(old, fresh);
     }
 }
 
@@ -131,7 +180,7 @@ void NodeCore::MoveTo(Tree & tree, xmlNode * node) {
 
 Tree::Tree(OwnedDoc doc) : doc_(std::move(doc)) {
     // Without an encoding libxml2 writes letters in attributes as references.
-    if (!doc_->encoding) doc_->encoding = Need(xmlStrdup(Chars("UTF-8")));
+    if (!doc_->encoding) doc_->encoding = CopyOfText("UTF-8").release();
     doc_->_private = this;
 }
 
@@ -154,11 +203,12 @@ DocumentNode * Tree::Wrap(xmlNode * node) {
 DocumentNode * Tree::WrapNew(xmlNode * node) {
     try {
         orphans_.emplace(node, 0);
+        return Wrap(node);
     } catch (std::bad_alloc const &) {
+        orphans_.erase(node);
         Free(node);
         throw;
     }
-    return Wrap(node);
 }
 
 void Tree::Attach(xmlNode * node, NodeCore & core) {
@@ -194,40 +244,130 @@ void Tree::Remove(xmlNode * node) {
     PinLists();
     std::size_t const count = CountObjects(node);
     xmlNode * const root = RootOf(node);
-    if (count != 0) orphans_.emplace(node, count);
-    Unlink(node);
-    if (count == 0) return Free(node);
+    if (count == 0) {
+        xmlUnlinkNode(node);
+        return Free(node);
+    }
+    orphans_.emplace(node, count);
+    try {
+        Unlink(node);
+    } catch (std::bad_alloc const &) {
+        orphans_.erase(node);
+        throw;
+    }
     ChangeCount(root, -static_cast<std::ptrdiff_t>(count));
 }
 
+// The ones that live on go first, and if one can't they come back.
+void Tree::RemoveChildren(xmlNode * parent) {
+    struct Place {
+        xmlNode * node;
+        xmlNode * next;
+    };
+    PinLists();
+    xmlNode * const root = RootOf(parent);
+    std::vector<Place> kept;
+    std::ptrdiff_t objects = 0;
+    try {
+        for (xmlNode *child = parent->children, *next; child; child = next) {
+            next = child->next;
+            std::size_t const count = CountObjects(child);
+            if (count == 0) continue;
+            kept.push_back({child, next});
+            orphans_.emplace(child, count);
+            Unlink(child);
+            objects += static_cast<std::ptrdiff_t>(count);
+        }
+    } catch (std::bad_alloc const &) {
+        for (; !kept.empty(); kept.pop_back()) {
+            auto const [node, next] = kept.back();
+            orphans_.erase(node);
+            if (node->parent) continue;
+            Link(node, parent, next);
+            DropRepeatedDeclarations(node);
+        }
+        throw;
+    }
+    while (xmlNode * const child = parent->children) {
+        xmlUnlinkNode(child);
+        Free(child);
+    }
+    ChangeCount(root, -objects);
+}
+
+void Tree::ReplaceRoot(xmlNode * old, xmlNode * fresh) {
+    PinLists();
+    orphans_.emplace(old, 0); // so that removing it takes no memory
+    try {
+        Move(fresh, DocNode(), old);
+    } catch (std::bad_alloc const &) {
+        orphans_.erase(old);
+        throw;
+    }
+    std::size_t const count = CountObjects(old);
+    orphans_.at(old) = count;
+    xmlUnlinkNode(old);
+    if (count != 0) return;
+    orphans_.erase(old);
+    Free(old);
+}
+
 void Tree::Move(xmlNode * node, xmlNode * parent, xmlNode * before) {
-    Tree & source = Of(node);
-    bool const isForeign = &source != this;
-    if (isForeign) source.PinLists();
+    if (&Of(node) != this) {
+        Of(node).PinLists();
+        return Adopt(node, CopyNode(node, Doc(), true), parent, before);
+    }
     // The way up is long in a deep tree; it is spared where nothing but the node itself stands outside a document.
     xmlNode * const oldRoot = RootOf(node);
-    bool const isOnlyOrphan = orphans_.size() == (oldRoot == node && !isForeign ? 1 : 0);
+    bool const isOnlyOrphan = orphans_.size() == (oldRoot == node ? 1 : 0);
     xmlNode * const newRoot = isOnlyOrphan ? DocNode() : RootOf(parent);
-    bool const counts = isForeign || source.IsOrphan(oldRoot) || IsOrphan(newRoot);
+    bool const counts = IsOrphan(oldRoot) || IsOrphan(newRoot);
     auto const count = static_cast<std::ptrdiff_t>(counts ? CountObjects(node) : 0);
     if (before == node) before = node->next;
-
     if (node->parent) Unlink(node);
-    if (isForeign) {
-        LibraryCall const call;
-        if (xmlDOMWrapAdoptNode(nullptr, source.Doc(), node, Doc(), parent, 0) != 0) throw std::bad_alloc();
-    }
     Link(node, parent, before);
     DropRepeatedDeclarations(node);
-
-    source.Hold(); // until it has been told
-    if (isForeign) ForEachObject(node, [this](NodeCore & core) { core.MoveTo(*this, core.Node()); });
     ChangeCount(newRoot, count);
+    if (oldRoot == node) {
+        orphans_.erase(node);
+    } else {
+        ChangeCount(oldRoot, -count);
+    }
+}
+
+void Tree::MoveChildren(xmlNode * fragment, xmlNode * parent, xmlNode * before) {
+    Tree & source = Of(fragment);
+    if (&source == this) {
+        while (fragment->children) Move(fragment->children, parent, before);
+        return;
+    }
+    source.PinLists();
+    xmlNode * const copy = CopyNode(fragment, Doc(), true);
+    while (fragment->children) {
+        xmlNode * const child = copy->children;
+        xmlUnlinkNode(child);
+        Adopt(fragment->children, child, parent, before);
+    }
+    Free(copy);
+}
+
+// Puts `copy` of a node of another tree in its place here, and frees the node. Its objects change over.
+void Tree::Adopt(xmlNode * node, xmlNode * copy, xmlNode * parent, xmlNode * before) noexcept {
+    Tree & source = Of(node);
+    source.Hold(); // until it has been told
+    xmlNode * const oldRoot = RootOf(node);
+    auto const count = static_cast<std::ptrdiff_t>(CountObjects(node));
+    Link(copy, parent, before);
+    DropRepeatedDeclarations(copy);
+    HandOver(node, *this, copy);
+    ChangeCount(RootOf(parent), count);
+    xmlUnlinkNode(node);
     if (oldRoot == node) {
         source.orphans_.erase(node);
     } else {
         source.ChangeCount(oldRoot, -count);
     }
+    Free(node);
     source.Drop();
 }
 
@@ -265,7 +405,9 @@ std::string_view AttributeValue(xmlAttr const * attribute, std::string & room) {
     xmlNode const * const first = attribute->children;
     if (!first) return {};
     if (!first->next && first->type == XML_TEXT_NODE) return View(first->content);
+    LibraryCall const call;
     OwnedText const joined(xmlNodeListGetString(attribute->doc, first, 1));
+    call.CheckMemory();
     return room = View(joined.get());
 }
 
@@ -276,22 +418,25 @@ void CopyDeclarations(xmlNode const * from, xmlNode * to, NamespaceMap & map) {
         map.emplace(ns, Need(xmlNewNs(to, ns->href, ns->prefix)));
 }
 
-xmlNs * Mapped(xmlNs * ns, NamespaceMap const & map) {
-    if (!ns || map.empty()) return ns;
+// The prefix "xml" is declared by the document itself.
+xmlNs * Mapped(xmlNs * ns, xmlDoc * doc, NamespaceMap & map) {
+    if (!ns) return ns;
+    if (View(ns->prefix) == "xml" && !map.contains(ns))
+        map.emplace(ns, Need(xmlSearchNs(doc, reinterpret_cast<xmlNode *>(doc), ns->prefix)));
+    if (map.empty()) return ns;
     auto const place = map.find(ns);
     return place == map.end() ? ns : place->second;
 }
 
 xmlNode * CopyElement(xmlNode const * node, xmlDoc * doc, NamespaceMap & map) {
-    std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>> copy(
-        Need(xmlNewDocNode(doc, nullptr, node->name, nullptr)));
+    OwnedNode copy(Need(xmlNewDocNode(doc, nullptr, node->name, nullptr)));
     CopyDeclarations(node, copy.get(), map);
-    copy->ns = Mapped(node->ns, map);
+    copy->ns = Mapped(node->ns, doc, map);
     copy->line = node->line;
     std::string room;
     for (xmlAttr const * attribute = node->properties; attribute; attribute = attribute->next) {
         std::string const value(AttributeValue(attribute, room));
-        Need(xmlNewNsProp(copy.get(), Mapped(attribute->ns, map), attribute->name, Chars(value)));
+        Need(xmlNewNsProp(copy.get(), Mapped(attribute->ns, doc, map), attribute->name, Chars(value)));
     }
     return copy.release();
 }
@@ -316,6 +461,7 @@ void CopyBelow(xmlNode const * top, xmlNode * copy, xmlDoc * doc, NamespaceMap &
     for (xmlNode const * at = FirstBelow(top); at;) {
         xmlNode * const made = CopyOne(at, doc, map);
         if (made) Link(made, parent, nullptr);
+        LibraryCall::Current()->CheckMemory();
         if (xmlNode const * const child = made ? FirstBelow(at) : nullptr) {
             at = child;
             parent = made;
@@ -338,10 +484,13 @@ xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
         auto const * const attribute = reinterpret_cast<xmlAttr const *>(node);
         std::string room;
         std::string const value(AttributeValue(attribute, room));
-        return reinterpret_cast<xmlNode *>(Need(xmlNewDocProp(doc, attribute->name, Chars(value))));
+        std::unique_ptr<xmlAttr, FreeBy<xmlFreeProp>> made(
+            Need(xmlNewDocProp(doc, attribute->name, Chars(value))));
+        call.CheckMemory();
+        return reinterpret_cast<xmlNode *>(made.release());
     }
     NamespaceMap map;
-    std::unique_ptr<xmlNode, FreeBy<xmlFreeNode>> copy(CopyOne(node, doc, map));
+    OwnedNode copy(CopyOne(node, doc, map));
     if (!copy) return nullptr;
     if (deep) CopyBelow(node, copy.get(), doc, map);
     // What is declared above the node becomes its own.
@@ -350,6 +499,7 @@ xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep) {
     } else {
         MakeSelfContained(copy.get());
     }
+    call.CheckMemory();
     return copy.release();
 }
 
@@ -359,21 +509,31 @@ OwnedDoc CopyDoc(xmlDoc const * doc, bool deep) {
     if (doc->encoding) copy->encoding = Need(xmlStrdup(doc->encoding));
     if (doc->URL) copy->URL = Need(xmlStrdup(doc->URL));
     copy->standalone = doc->standalone;
-    if (!deep) return copy;
-    if (doc->intSubset) {
+    if (deep && doc->intSubset) {
         xmlDtd * const dtd = Need(xmlCopyDtd(doc->intSubset));
         copy->intSubset = dtd;
         xmlSetTreeDoc(reinterpret_cast<xmlNode *>(dtd), copy.get());
         Link(reinterpret_cast<xmlNode *>(dtd), reinterpret_cast<xmlNode *>(copy.get()), nullptr);
     }
     NamespaceMap map;
-    CopyBelow(reinterpret_cast<xmlNode const *>(doc), reinterpret_cast<xmlNode *>(copy.get()), copy.get(),
-              map);
+    if (deep)
+        CopyBelow(reinterpret_cast<xmlNode const *>(doc), reinterpret_cast<xmlNode *>(copy.get()), copy.get(),
+                  map);
+    call.CheckMemory();
     return copy;
 }
 
+OwnedNode NewText(xmlDoc * doc, std::string const & text) {
+    LibraryCall const call;
+    OwnedNode node(text.empty() ? nullptr : Need(xmlNewDocText(doc, Chars(text))));
+    call.CheckMemory();
+    return node;
+}
+
 OwnedDoc NewDoc() {
+    LibraryCall const call;
     OwnedDoc doc(Need(xmlNewDoc(Chars("1.0"))));
+    call.CheckMemory();
     return doc;
 }
 

@@ -79,14 +79,23 @@ public:
 
     /// The object of a node of this tree, perhaps a new one without references; null for null.
     [[nodiscard]] DocumentNode * Wrap(xmlNode * node);
-    /// The same for a node that has just been made and stands nowhere; the tree owns it from now on.
+    /// The same for a node that has just been made and stands nowhere; the tree owns it from now on, or frees it when it
+    /// throws.
     [[nodiscard]] DocumentNode * WrapNew(xmlNode * node);
+
+    // What follows is done whole, or throws std::bad_alloc and has changed nothing.
 
     /// Takes a node from where it stands and frees it, or keeps it as an orphan while it or a node below has an object.
     void Remove(xmlNode * node);
-    /// Moves a node of any tree below `parent` of this one, in front of `before` or, for null, to the end. Requires: the
-    /// place is fit for it.
+    /// The same for all children of `parent`.
+    void RemoveChildren(xmlNode * parent);
+    /// The same for the root, in whose place comes `fresh`, which may stand below it.
+    void ReplaceRoot(xmlNode * old, xmlNode * fresh);
+    /// Moves a node of any tree below `parent` of this one, in front of `before` or, for null, to the end. Out of another
+    /// tree a copy comes, which takes over the objects. Requires: the place is fit for it.
     void Move(xmlNode * node, xmlNode * parent, xmlNode * before);
+    /// The same for all children of a fragment.
+    void MoveChildren(xmlNode * fragment, xmlNode * parent, xmlNode * before);
 
     void Register(NodeList & list) { lists_.push_back(&list); }
     void Unregister(NodeList & list) noexcept { std::erase(lists_, &list); }
@@ -102,6 +111,7 @@ public:
 
 private:
     [[nodiscard]] bool IsOrphan(xmlNode const * root) const noexcept { return root != DocNode(); }
+    void Adopt(xmlNode * node, xmlNode * copy, xmlNode * parent, xmlNode * before) noexcept;
     void ChangeCount(xmlNode * root, std::ptrdiff_t by) noexcept;
     void PinLists();
 
@@ -144,6 +154,9 @@ void Link(xmlNode * node, xmlNode * parent, xmlNode * before) noexcept;
 [[nodiscard]] xmlNode * CopyNode(xmlNode const * node, xmlDoc * doc, bool deep);
 [[nodiscard]] OwnedDoc CopyDoc(xmlDoc const * doc, bool deep);
 [[nodiscard]] OwnedDoc NewDoc();
+
+/// A text that stands nowhere; null for an empty one.
+[[nodiscard]] OwnedNode NewText(xmlDoc * doc, std::string const & text);
 
 /// The value of an attribute: a view of the attribute's own text, or of `room`.
 [[nodiscard]] std::string_view AttributeValue(xmlAttr const * attribute, std::string & room);

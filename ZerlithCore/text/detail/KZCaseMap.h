@@ -1,5 +1,5 @@
 /// @file
-/// The simple case maps of Unicode: one unit in, one unit out, the same in every locale.
+/// The simple case maps of Unicode, which map one unit to one unit, the same in every locale.
 ///
 ///     for (char16_t & unit : text) unit = KZDetail::upperCaseMap(unit);
 #pragma once
@@ -10,11 +10,12 @@
 
 namespace KZDetail {
 
-/// A map of all 65536 units on units, as differences. Pages of 256 units without a difference share one page of zeros,
-/// so that the tables that are in use stay in the nearest cache.
+/// A map from each of the 65536 units to a unit, stored as the difference of the two. Pages of 256 units that all map
+/// to themselves share one page of zeros, so that the table is small and stays in the cache.
 class CaseMap {
 public:
-    /// `count` units from `first` on, `step` apart, whose maps are `distance` units away.
+    /// `count` units from `first` on, `step` apart, each of which maps to the unit `distance` higher. The capital
+    /// letters A to Z, for instance, are {u'A', 32, 26, 1} in the map to lower case.
     struct Run {
         char16_t first;
         int distance;
@@ -47,7 +48,8 @@ private:
     std::array<Page, MostPages> pages_{};
 };
 
-/// A unit without a map, or whose map isn't one unit, stays. The data are those of the Unicode character database.
+/// A unit that has no other case, or whose other case is more than one unit, maps to itself. The data are those of the
+/// Unicode character database.
 extern CaseMap const upperCaseMap;
 extern CaseMap const lowerCaseMap;
 

@@ -1,5 +1,5 @@
 /// @file
-/// Views of the texts that converters and streams see.
+/// Views of texts up to their first 0 unit or byte, for converters and streams.
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"
@@ -12,7 +12,7 @@
     return {string.c_str(), KZUnitScan::FindUnit(string.c_str(), string.Length(), u'\0')};
 }
 
-/// The bytes up to the terminator; null has none.
+/// The bytes up to the terminator; empty for null.
 [[nodiscard]] inline std::string_view KZBytesOf(char const * text) noexcept {
     return text ? std::string_view(text) : std::string_view();
 }

@@ -1,6 +1,7 @@
 /// @file
-/// Comparison of terminated texts by unit values: what `KZString::Compare` and the binary collator have in common.
+/// Comparison of terminated texts by unit values, for `KZString::Compare` and the binary collator.
 #pragma once
 
-/// -1, 0 or 1 as `a` stands before, at or behind `b`, up to their first 0 units. Neither is null.
+/// Returns -1 if `a` comes before `b`, 0 if they are equal, 1 if `a` comes after `b`. Both end at their first 0 unit
+/// and must not be null.
 [[nodiscard]] int KZCompareUnits(char16_t const * a, char16_t const * b) noexcept;

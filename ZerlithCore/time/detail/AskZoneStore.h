@@ -1,4 +1,5 @@
-// The system's failure to read its zones at present, as the exception that callers know.
+// Calls `question` and turns the std::system_error of zone data that can't be read into the exception that callers
+// expect.
 #pragma once
 
 #include "ZerlithCore/errors/KZException.h"

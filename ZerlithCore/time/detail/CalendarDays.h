@@ -1,8 +1,8 @@
 /// @file
-/// The Gregorian calendar as arithmetic on day numbers, valid for every year a calendar value can hold.
+/// The Gregorian calendar as arithmetic on day numbers, valid for every year that a calendar value can hold.
 ///
-/// Years are counted astronomically, before 1582 as well. All functions are total: a month or day outside its range
-/// gives some number, never a fault.
+/// The calendar also holds for years before 1582; the year before 1 is 0. A month or day outside its range gives some
+/// number, but never undefined behaviour.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,6 @@
-// Calendar values in the records of other programs, zones left aside. A null date or time leaves its fields at the
-// record's zero. Each function is false, with its target as it was, when the value can't be told in that form.
+// Conversions between calendar values and the records of other programs, without regard to zones. A null date or time
+// gives the record's zero. Each function returns false, and leaves its target unchanged, when the value can't be
+// converted.
 #pragma once
 
 #include "ZerlithCore/time/KZDateEx.h"

@@ -1,4 +1,4 @@
-// Calendar values as text under a template: the one printer and the one reader of all of them.
+// Prints and reads all calendar values by templates such as "%Y/%m/%d".
 #pragma once
 
 #include "ZerlithCore/time/KZDateEx.h"
@@ -9,7 +9,7 @@
 
 namespace KZDetail {
 
-// The letters that a kind of value knows; others stand for themselves in printing and for nothing in reading.
+// The letters of a template that a kind of value knows. Other letters are printed as they are, and ignored in reading.
 enum CalendarLetters : unsigned int { DateLetters = 1, TimeLetters = 2, ZoneLetters = 4, AllLetters = 7 };
 
 struct CalendarValue {
@@ -18,11 +18,11 @@ struct CalendarValue {
     std::int32_t localMinusUtc = 0; // seconds
 };
 
-// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left; false when that cut
-// the text.
+// Prints into `buffer`, with a terminator, until fewer than 5 of its `capacity` units are left. Returns false when the
+// text was cut.
 bool PrintCalendar(char16_t * buffer, std::size_t capacity, char16_t const * format,
                    CalendarValue const & value, unsigned int letters);
-// The same into a string, with room enough.
+// Prints into a string, without a limit.
 void PrintCalendar(KZString & out, KZString const & format, CalendarValue const & value,
                    unsigned int letters);
 
@@ -35,11 +35,11 @@ struct CalendarFields {
     unsigned int second = 0;
     unsigned int millisecond = 0;
     std::int32_t localMinusUtc = 0;
-    unsigned int read = 0;   // the fields that were in the text, by the bits of KZDateAndTime
-    bool hasDropped = false; // whether a field had text that didn't fit
+    unsigned int read = 0;   // the fields that were in the text, as bits of KZDateAndTime
+    bool hasDropped = false; // whether the text of a field didn't fit
 };
 
-// Reads `text` under `format`. Whatever the two are, it ends with the shorter one.
+// Reads `text` by `format`, until one of them ends.
 CalendarFields ReadCalendar(char16_t const * text, char16_t const * format, unsigned int letters);
 
 char16_t const * SkipBlanks(char16_t const * text);

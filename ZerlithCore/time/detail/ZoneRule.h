@@ -1,4 +1,4 @@
-// The yearly rule of a change of clocks, as a local second.
+// The day and the second at which the rule for a change of clocks applies in a year.
 #pragma once
 
 #include "ZerlithCore/time/KZSystemTime.h"
@@ -6,12 +6,13 @@
 
 namespace KZDetail {
 
-// The time of day as seconds. The hour counts as a signed number.
+// The time of day in seconds. The hour is a signed number, so the result may be below 0 or beyond the day.
 constexpr std::int32_t TimeOfRule(KZSystemTime const & rule) noexcept {
     return static_cast<std::int16_t>(rule.hour) * 3600 + rule.minute * 60 + rule.second;
 }
 
-// The day of the month on which `rule` falls in `year`. Week 5 is the last; nonsense stays within the month.
+// The day of the month on which `rule` falls in `year`. Week 5 is the last; a week below 1 counts as 1, one above 5 as
+// 5.
 constexpr unsigned int DayOfRule(KZSystemTime const & rule, int year, std::int64_t firstOfMonth) noexcept {
     unsigned int const toWeekDay = (rule.dayOfWeek + 7U - WeekDayOfDays(firstOfMonth)) % 7;
     unsigned int const week = rule.day < 1 ? 1U : rule.day > 5 ? 5U : rule.day;
