@@ -1,6 +1,6 @@
 // Conversions and comparisons against what the C and C++ libraries offer for the same work.
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
@@ -45,14 +45,14 @@ std::u16string Units(benchmark::State & state, std::size_t utf8Size = TextSize) 
     for (std::size_t size = 0; size < utf8Size;) {
         random = random * 1664525U + 1013904223U;
         char16_t const * const word = script.words[(random >> 16) % script.words.size()];
-        size += KZPlatform::Utf8BytesOf(word);
+        size += KZEncoding::Utf8BytesOf(word);
         text += word;
     }
     return text;
 }
 
 std::string Utf8(benchmark::State & state) {
-    return KZPlatform::UnitsToUtf8(Units(state), KZPlatform::Utf8Mode::Strict);
+    return KZEncoding::UnitsToUtf8(Units(state), KZEncoding::Utf8Mode::Strict);
 }
 
 void CountBytes(benchmark::State & state, std::size_t size) {
@@ -78,7 +78,7 @@ void FromUtf8Buffer(benchmark::State & state) {
     std::string const bytes = Utf8(state);
     std::vector<char16_t> units(bytes.size());
     for (auto _ : state) {
-        auto const result = KZPlatform::DecodeUtf8(bytes, units, KZPlatform::Utf8Mode::Replace);
+        auto const result = KZEncoding::DecodeUtf8(bytes, units, KZEncoding::Utf8Mode::Replace);
         benchmark::DoNotOptimize(result);
     }
     CountBytes(state, bytes.size());
@@ -121,7 +121,7 @@ void ToUtf8Buffer(benchmark::State & state) {
     std::vector<char> bytes(units.size() * 3);
     std::size_t size = 0;
     for (auto _ : state) {
-        size = KZPlatform::EncodeUtf8(units, bytes, KZPlatform::Utf8Mode::Replace).written;
+        size = KZEncoding::EncodeUtf8(units, bytes, KZEncoding::Utf8Mode::Replace).written;
         benchmark::DoNotOptimize(bytes.data());
     }
     CountBytes(state, size);

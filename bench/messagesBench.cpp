@@ -1,9 +1,9 @@
 // Looking a message up in a file that is open: the whole operation, and what it is made of. Then switches of the language,
 // between files in memory, and the reading of a file.
-#include "ZerlithCore/errors/DBMessage.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
-#include "ZerlithCore/errors/MSGLibMessageSource.h"
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/MSGLibMessageSource.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
 // Documents beside libxml2 by itself: reading, printing, and values by paths.
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/xml/KZDOMDocument.h"
 #include "ZerlithCore/xml/KZDOMNodeList.h"
 
@@ -36,7 +36,7 @@ std::string const & Text() {
 
 KZString const & Units() {
     static KZString const units(
-        std::u16string_view(KZPlatform::Utf8ToUnits(Text(), KZPlatform::Utf8Mode::Replace)));
+        std::u16string_view(KZEncoding::Utf8ToUnits(Text(), KZEncoding::Utf8Mode::Replace)));
     return units;
 }
 

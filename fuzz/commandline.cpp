@@ -1,13 +1,13 @@
 // Any text is split, asked and put together again without harm.
 #include "ZerlithCore/app/KZCommandLine.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
 #include <cstdint>
 #include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     std::string_view const bytes(reinterpret_cast<char const *>(data), size);
-    KZString const text(std::u16string_view(KZPlatform::Utf8ToUnits(bytes, KZPlatform::Utf8Mode::Escape)));
+    KZString const text(std::u16string_view(KZEncoding::Utf8ToUnits(bytes, KZEncoding::Utf8Mode::Escape)));
     KZCommandLine const line(text, u"/-", u":", false);
     if (line.GetArgCount() == 0) std::abort();
     for (KZCommandLineArgument const & argument : line.GetParsedArgumentVector())

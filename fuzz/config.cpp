@@ -1,7 +1,7 @@
 // A configuration that loads is written, loaded again and written again: the text must load, and both must be the same.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <cstdint>
@@ -37,7 +37,7 @@ bool HasNamelessLines(KZConfigFile & file) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     std::string_view const bytes(reinterpret_cast<char const *>(data), size);
-    std::wstring const text = KZToWide(KZPlatform::Utf8ToUnits(bytes, KZPlatform::Utf8Mode::Escape));
+    std::wstring const text = KZToWide(KZEncoding::Utf8ToUnits(bytes, KZEncoding::Utf8Mode::Escape));
     KZConfigFile first(u""), second(u"");
     if (!Parse(text, first) || HasNamelessLines(first)) return 0;
     std::wstring const written = Print(first);

@@ -1,6 +1,6 @@
 // A text that loads is printed; what was printed must load, and print the same again but for white space, which the layout adds
 // to texts. Paths, copies and moves must stand any document.
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/xml/KZDOMDocument.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNodeList.h"
@@ -54,7 +54,7 @@ void CheckMoves(KZDOMDocument & document) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
     std::string_view const bytes(reinterpret_cast<char const *>(data), size);
-    KZString const text(std::u16string_view(KZPlatform::Utf8ToUnits(bytes, KZPlatform::Utf8Mode::Replace)));
+    KZString const text(std::u16string_view(KZEncoding::Utf8ToUnits(bytes, KZEncoding::Utf8Mode::Replace)));
     KZDOMDocument document = KZDOMDocument::Create();
     if (!document.Load(text)) {
         if (document.GetLastParseError().GetErrorCode() >= 0) std::abort();

@@ -1,7 +1,7 @@
 // A message file of any bytes is read, written and read again: both readings must give the same messages, and the second
 // writing the same bytes as the first. The first byte chooses the language.
-#include "ZerlithCore/errors/DBMessage.h"
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,11 +1,11 @@
 // Any bytes survive the way to units and back, whole or in two pieces.
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
 #include <cstdint>
 #include <cstdlib>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const * data, std::size_t size) {
-    using namespace KZPlatform;
+    using namespace KZEncoding;
     std::string_view const bytes(reinterpret_cast<char const *>(data), size);
     std::u16string const units = Utf8ToUnits(bytes, Utf8Mode::Escape);
     if (UnitsToUtf8(units, Utf8Mode::Escape) != bytes) std::abort();

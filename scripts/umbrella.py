@@ -5,7 +5,9 @@ import pathlib
 import re
 import sys
 
-ROOMS = ("foundation", "text", "files", "diagnostics", "errors", "threads", "log", "time", "pattern", "xml", "app")
+sys.dont_write_bytecode = True
+import rooms
+
 OTHER_NAMES = "DBMessage|MessageFile|MSGLibMessageSource"  # public classes without the usual prefix
 LIBRARY = pathlib.Path(__file__).resolve().parent.parent / "ZerlithCore"
 
@@ -17,8 +19,9 @@ def public_headers(room):
 
 def umbrella():
     text = "/// @file\n/// Everything that ZerlithCore offers.\n#pragma once\n"
-    for room in ROOMS:
-        text += "\n" + "".join(f'#include "ZerlithCore/{room}/{name}"\n' for name in public_headers(room))
+    for room in rooms.rooms():
+        if names := public_headers(room):
+            text += "\n" + "".join(f'#include "ZerlithCore/{room}/{name}"\n' for name in names)
     return text
 
 

@@ -4,6 +4,7 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
@@ -11,7 +12,6 @@
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/platform/Signals.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <algorithm>
@@ -55,7 +55,7 @@ constinit KZCriticalSection KZApplication::glbLastAppPCS_;
 
 KZApplication::UnitArguments::UnitArguments(int count, char ** arguments) {
     for (int i = 0; i < count; ++i)
-        texts.push_back(KZPlatform::Utf8ToUnits(arguments[i], KZPlatform::Utf8Mode::Escape));
+        texts.push_back(KZEncoding::Utf8ToUnits(arguments[i], KZEncoding::Utf8Mode::Escape));
     for (std::u16string & text : texts) pointers.push_back(text.data());
     pointers.push_back(nullptr);
 }

@@ -9,12 +9,12 @@
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
 
-#include "ZerlithCore/app/KZHostState.h"
-#include "ZerlithCore/app/KZPlugInGuard.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
+#include "ZerlithCore/app/detail/KZHostState.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZSignalException.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Signals.h"
 #include "ZerlithCore/threads/KZThread.h"
 

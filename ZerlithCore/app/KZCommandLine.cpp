@@ -1,6 +1,7 @@
 #include "ZerlithCore/app/KZCommandLine.h"
 
-#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/KZIgnoreCase.h"
+#include "ZerlithCore/encoding/Units.h"
 
 #include <algorithm>
 #include <utility>
@@ -8,8 +9,6 @@
 namespace {
 
 constexpr char16_t quote = u'"';
-
-bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 
 bool Contains(KZString const & set, char16_t unit) {
     return std::u16string_view(set).find(unit) != std::u16string_view::npos;
@@ -31,7 +30,7 @@ void SplitAtBlanks(std::u16string_view line, Take take) {
                 ++i;
             else
                 isInQuotes = !isInQuotes;
-        } else if (!isInQuotes && IsBlank(line[i])) {
+        } else if (!isInQuotes && KZEncoding::IsBlank(line[i])) {
             takeUpTo(i);
         }
     }

@@ -1,6 +1,6 @@
 #include "ZerlithCore/app/KZConfig.h"
 
-#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/KZIgnoreCase.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <string>

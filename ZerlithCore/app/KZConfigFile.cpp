@@ -2,11 +2,11 @@
 // new address as their owner (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
 #include "ZerlithCore/app/KZConfigFile.h"
 
-#include "ZerlithCore/app/KZConfigText.h"
-#include "ZerlithCore/app/KZIgnoreCase.h"
-#include "ZerlithCore/files/KZEncodedText.h"
+#include "ZerlithCore/app/detail/KZConfigText.h"
+#include "ZerlithCore/app/detail/KZIgnoreCase.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZFileStream.h"
+#include "ZerlithCore/files/detail/KZEncodedText.h"
 #include "ZerlithCore/platform/LastError.h"
 
 #include <algorithm>

@@ -8,7 +8,7 @@
 ///     line.SetValue(80);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstdint>
 

@@ -3,7 +3,7 @@
 // are released first, beginning with the innermost part, because nobody could release them afterwards.
 #include "ZerlithCore/app/KZConfigSection.h"
 
-#include "ZerlithCore/app/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/KZIgnoreCase.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
 #include <algorithm>

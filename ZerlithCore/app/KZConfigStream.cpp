@@ -3,7 +3,8 @@
 // gathered in one buffer, which is reused, so a line costs one allocation for its key and one for its value.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
-#include "ZerlithCore/app/KZConfigText.h"
+#include "ZerlithCore/app/detail/KZConfigText.h"
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <cstdint>
@@ -21,7 +22,6 @@ constexpr bool IsWhiteSpace(char16_t unit) {
            unit == u'\u2029' || unit == u'\u205F' || unit == u'\u3000';
 }
 
-constexpr bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 
 /// The text without the units at its end for which `isDropped` is true.
 template <class Predicate>
@@ -146,7 +146,7 @@ void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
             text_.empty() && character < 0x10000 && IsWhiteSpace(static_cast<char16_t>(character));
         if (character != L'\r' && !isLeadingSpace) Gather(character);
     }
-    line.value_ = WithoutTail(text_, IsBlank);
+    line.value_ = WithoutTail(text_, KZEncoding::IsBlank);
 }
 
 void KZConfigReader::ReadHeader(KZConfigSection & section) {

@@ -1,8 +1,8 @@
-#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZException.h"
+#include "ZerlithCore/messages/KZError.h"
 
 #include <exception>
 #include <ostream>

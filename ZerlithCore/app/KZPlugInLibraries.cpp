@@ -1,13 +1,13 @@
 // The library to which an object belongs is found through the object's class: the type information of the class lies in the
 // module that has the class's functions.
-#include "ZerlithCore/app/KZPlugInLibraries.h"
+#include "ZerlithCore/app/detail/KZPlugInLibraries.h"
 
 #include "ZerlithCore/app/KZApplication.h"
-#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/platform/Containment.h"
 #include "ZerlithCore/platform/Modules.h"
-#include "ZerlithCore/threads/KZThreadTable.h"
+#include "ZerlithCore/threads/detail/KZThreadTable.h"
 
 #include <algorithm>
 #include <ostream>

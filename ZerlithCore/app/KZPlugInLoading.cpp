@@ -2,14 +2,14 @@
 // registers the plug-ins of all libraries first, and then initialises them in the order of their dependencies.
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
-#include "ZerlithCore/app/KZHostState.h"
-#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/app/detail/KZHostState.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/files/KZDirectory.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZFileStream.h"
 #include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/text/KZWideText.h"

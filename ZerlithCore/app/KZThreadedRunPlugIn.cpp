@@ -1,7 +1,7 @@
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
-#include "ZerlithCore/app/KZPlugInGuard.h"
+#include "ZerlithCore/app/detail/KZPlugInGuard.h"
 
 KZThreadedRunPlugIn::~KZThreadedRunPlugIn() = default;
 

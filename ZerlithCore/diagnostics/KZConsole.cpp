@@ -2,8 +2,8 @@
 // write without the lock can only mix up the order of their texts.
 #include "ZerlithCore/diagnostics/KZConsole.h"
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/Console.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <locale>
@@ -27,7 +27,7 @@ protected:
 private:
     static bool Write(std::wstring_view text) {
         return KZPlatform::WriteToStandardOutput(
-            KZPlatform::UnitsToUtf8(KZFromWide(text), KZPlatform::Utf8Mode::Replace));
+            KZEncoding::UnitsToUtf8(KZFromWide(text), KZEncoding::Utf8Mode::Replace));
     }
 };
 

@@ -4,7 +4,7 @@
 ///     KZGetConsole() << KZString(u"Grüße") << L'\n' << std::flush;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <iosfwd>
 

@@ -1,11 +1,11 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 
-#include "ZerlithCore/diagnostics/LineFile.h"
+#include "ZerlithCore/diagnostics/detail/LineFile.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/platform/ModuleHold.h"
 #include "ZerlithCore/platform/RecursiveLock.h"
 #include "ZerlithCore/platform/Threads.h"
-#include "ZerlithCore/platform/Utf8.h"
 
 #include <array>
 #include <atomic>
@@ -64,7 +64,7 @@ bool KZDebug::AppendToErrorLog(KZString const & report) {
     KZString const path = GetErrorLogFileName();
     if (path.IsNull()) return false;
     std::string const bytes =
-        KZPlatform::UnitsToUtf8(std::u16string_view(report), KZPlatform::Utf8Mode::Replace);
+        KZEncoding::UnitsToUtf8(std::u16string_view(report), KZEncoding::Utf8Mode::Replace);
     KZDetail::LineFile file(KZDetail::LineFile::utf8);
     return file.Open(std::u16string_view(path), KZPlatform::FileCreation::OpenAlways,
                      KZPlatform::FileShare::ReadWrite, KZPlatform::FileProtection::Private) &&

@@ -5,7 +5,7 @@
 ///     KZDebug::AppendToErrorLog(KZDebug::ComposeReport(u"the disk has gone", KZString()));
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 /// The reports that a process writes when something unexpected happens, such as a fault of the processor.

@@ -7,7 +7,7 @@
 ///     }
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <iosfwd>
 

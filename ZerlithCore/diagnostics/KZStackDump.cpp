@@ -1,10 +1,10 @@
 #include "ZerlithCore/diagnostics/KZStackDump.h"
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/Faults.h"
 #include "ZerlithCore/platform/RecursiveLock.h"
 #include "ZerlithCore/platform/Stack.h"
-#include "ZerlithCore/platform/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -69,7 +69,7 @@ std::string DescribeFault(KZPlatform::Fault const & fault) {
 }
 
 KZString FromUtf8(std::string const & text) {
-    return KZString(std::u16string_view(KZPlatform::Utf8ToUnits(text, KZPlatform::Utf8Mode::Replace)));
+    return KZString(std::u16string_view(KZEncoding::Utf8ToUnits(text, KZEncoding::Utf8Mode::Replace)));
 }
 
 template <class Action>
@@ -105,7 +105,7 @@ void KZStackDump::Release() noexcept {
 
 std::string KZStackDump::GetReport() const {
     KZString const report = KZDebug::ComposeReport(FromUtf8(exceptionText_), FromUtf8(stackText_));
-    return KZPlatform::UnitsToUtf8(std::u16string_view(report), KZPlatform::Utf8Mode::Replace);
+    return KZEncoding::UnitsToUtf8(std::u16string_view(report), KZEncoding::Utf8Mode::Replace);
 }
 
 std::string KZStackDump::Describe(std::span<void * const> addresses) {

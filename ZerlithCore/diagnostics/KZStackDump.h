@@ -5,7 +5,7 @@
 ///     std::cerr << dump.GetStackText();
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstdint>
 #include <span>

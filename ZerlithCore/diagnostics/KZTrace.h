@@ -5,7 +5,7 @@
 ///     if (GlbGetTraceLevel() >= 2) KZGetConsole() << L"detail" << std::endl;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 /// The trace level: at 0 nothing is written, and each higher level adds messages. It is 1 until it is set; an application sets
 /// it from its command line or its configuration. Thread safety: callable from any thread.

@@ -1,4 +1,4 @@
-#include "ZerlithCore/diagnostics/LineFile.h"
+#include "ZerlithCore/diagnostics/detail/LineFile.h"
 
 #include <array>
 #include <new>

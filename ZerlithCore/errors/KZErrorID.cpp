@@ -1,9 +1,5 @@
 #include "ZerlithCore/errors/KZErrorID.h"
 
-#include "ZerlithCore/errors/KZFormatContext.h"
-
-// --- KZErrorI
-
 KZErrorI::~KZErrorI() = default;
 
 int KZErrorI::GetIUID() const { return 3; }
@@ -17,12 +13,3 @@ KZErrorI::ErrorParamType KZErrorI::GetParameterType(unsigned int) const { return
 void const * KZErrorI::GetParameterValue(unsigned int) const { return nullptr; }
 
 KZString KZErrorI::GetParameterValueAsString(unsigned int, KZExecContext const &) const { return {}; }
-
-// --- KZErrorID
-
-KZString KZErrorID::AsString() const {
-    if (error_.IsNull()) return u"SUCCESS";
-    KZString text;
-    static_cast<void>(error_->AsString(text, KZFormatContext()));
-    return text;
-}

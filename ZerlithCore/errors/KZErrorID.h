@@ -1,7 +1,8 @@
 /// @file
 /// How a failure travels: an identifier by value, null for success.
 ///
-///     KZErrorID id = text.SetFromUTF8(bytes);
+///     KZString text;
+///     KZErrorID const id = text.SetFromUTF8("caf\xC3\xA9");
 ///     if (id.Bad()) std::wclog << id.AsString() << L'\n';
 #pragma once
 

@@ -4,8 +4,7 @@
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZStackDump.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
-#include "ZerlithCore/errors/KZMessageSource.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/LastError.h"
 
 #include <cstdlib>
@@ -44,14 +43,6 @@ KZString TakeStack() {
 
 KZString SystemText(int error) {
     return TextOrNone([=] { return KZString(KZPlatform::ErrorText(error).value_or(std::u16string())); });
-}
-
-KZString SourceText(long code, KZSmartPtr<KZMessageSource> const & source) {
-    return TextOrNone([&] {
-        KZString text;
-        if (!source.IsNull()) static_cast<void>(source->GetText(text, code, KZFormatContext()));
-        return text;
-    });
 }
 
 } // namespace
@@ -118,9 +109,6 @@ KZWindowsLastErrorException::KZWindowsLastErrorException(KZWindowsLastErrorExcep
 KZWindowsLastErrorException::~KZWindowsLastErrorException() = default;
 
 // --- KZMsgException
-
-KZMsgException::KZMsgException(long code, KZSmartPtr<KZMessageSource> const & source)
-    : KZException(SourceText(code, source)) {}
 
 KZMsgException::KZMsgException(KZMsgException const & other) = default;
 

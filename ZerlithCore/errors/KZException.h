@@ -1,5 +1,11 @@
 /// @file
-/// The root of all exceptions of the library.
+/// The base of all exceptions of the library.
+///
+///     try {
+///         throw KZException(u"The plan store is closed");
+///     } catch (KZException const & error) {
+///         std::cerr << error.what() << '\n';
+///     }
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"

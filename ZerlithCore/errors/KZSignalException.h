@@ -2,8 +2,12 @@
 /// Faults of the processor as exceptions.
 ///
 ///     KZInitCatchSignal();                       // every KZThread does so by itself
-///     try { *pointer = 1; }
-///     catch (KZSignalException const & fault) { ... fault.GetSeHNumber() == 0xC0000005 ... }
+///     int volatile * pointer = nullptr;
+///     try {
+///         *pointer = 1;
+///     } catch (KZSignalException const & fault) {
+///         bool const isAccessViolation = fault.GetSeHNumber() == 0xC0000005;     // true
+///     }
 ///
 /// GCC needs -fnon-call-exceptions for code that is to catch a fault or to clean up after it; the library's CMake target and
 /// pkg-config file carry the flag. A fault can't be caught in the prologue of the function that raises it, nor where the

@@ -6,7 +6,7 @@
 ///         for (KZString const & name : directory.GetFileNames(u"*.osx")) KZGetConsole() << name << std::endl;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <vector>

@@ -1,6 +1,6 @@
-#include "ZerlithCore/files/KZEncodedText.h"
+#include "ZerlithCore/files/detail/KZEncodedText.h"
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <algorithm>
@@ -36,7 +36,7 @@ bool IsPartOfMark(std::string_view bytes) noexcept {
 
 void AppendEncoded(std::string & bytes, std::u16string_view units, KZTextEncoding encoding) {
     if (!IsUtf16(encoding)) {
-        KZPlatform::AppendUtf8(bytes, units, KZPlatform::Utf8Mode::Escape);
+        KZEncoding::AppendUtf8(bytes, units, KZEncoding::Utf8Mode::Escape);
         return;
     }
     unsigned const first = FirstShift(encoding), second = 8 - first;

@@ -8,7 +8,7 @@
 ///     if (!isRead) KZGetConsole() << KZErrorID(new KZWinLastError).AsString() << std::endl;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
 

@@ -10,8 +10,8 @@
 ///     if (!out.close()) KZGetConsole() << L"settings.ini could not be written" << std::endl; // the disk is full, say
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZFileStreamBuf.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <istream>

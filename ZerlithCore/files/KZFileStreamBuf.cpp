@@ -9,8 +9,9 @@
 
 #include "ZerlithCore/files/KZFileStreamBuf.h"
 
-#include "ZerlithCore/files/KZEncodedText.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Units.h"
+#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/files/detail/KZEncodedText.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <algorithm>
@@ -22,16 +23,11 @@ namespace {
 
 constexpr std::size_t blockBytes = 4096;
 constexpr std::size_t blockCharacters = 4096;
-constexpr auto escape = KZPlatform::Utf8Mode::Escape;
+constexpr auto escape = KZEncoding::Utf8Mode::Escape;
 
 using std::ios_base;
 
 bool IsSet(ios_base::openmode mode, ios_base::openmode flag) { return (mode & flag) != 0; }
-
-template <class Unit>
-bool IsHighSurrogate(Unit unit) {
-    return unit >= 0xD800 && unit <= 0xDBFF;
-}
 
 } // namespace
 
@@ -176,12 +172,12 @@ std::size_t KZFileStreamBuf::SkipMark(std::string_view block) {
 /// left for the next call, unless `isLast`.
 std::size_t KZFileStreamBuf::Decode(std::string_view block, bool isLast) {
     if (!KZDetail::IsUtf16(encoding_)) {
-        auto const result = KZPlatform::DecodeUtf8(block, units_, escape, isLast);
+        auto const result = KZEncoding::DecodeUtf8(block, units_, escape, isLast);
         characters_ += KZToWide({units_.data(), result.written});
         return result.read;
     }
     std::size_t count = KZDetail::DecodeUtf16(block, units_.data(), encoding_);
-    if (!isLast && count != 0 && IsHighSurrogate(units_[count - 1])) --count;
+    if (!isLast && count != 0 && KZEncoding::IsHighSurrogate(units_[count - 1])) --count;
     characters_ += KZToWide({units_.data(), count});
     if (!isLast || block.size() % 2 == 0) return 2 * count;
     characters_ += KZDetail::LoneByte(static_cast<unsigned char>(block.back()));
@@ -208,7 +204,7 @@ bool KZFileStreamBuf::WriteBlock(bool isLast) {
     if (pptr() == pbase()) return true;
     bool const hasFailed = std::exchange(failed_, true); // stays true if anything throws
     std::wstring_view text(pbase(), static_cast<std::size_t>(pptr() - pbase()));
-    bool const waits = !isLast && IsHighSurrogate(text.back());
+    bool const waits = !isLast && KZEncoding::IsHighSurrogate(static_cast<char32_t>(text.back()));
     if (waits) text.remove_suffix(1);
     bytes_.clear();
     bool const isPlaced = PrepareToWrite();

@@ -8,8 +8,8 @@
 ///     }
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZTextEncoding.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
 

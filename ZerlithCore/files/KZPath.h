@@ -7,7 +7,7 @@
 ///     path.MakeComplete();                      // "/home/me/lib/plug-in.lst"
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 /// The text of a path. A path consists of a directory and a file name; a file name consists of a base name and an extension.

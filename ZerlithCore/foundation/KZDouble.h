@@ -5,7 +5,7 @@
 ///     KZDouble rest = 0.1 + 0.2 - 0.3;      // 0.0
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 /// A double. While `zeroValueOnAssign` is set, a stored value whose absolute value is below `thePrecision` is 0.0; each
 /// construction, copy and assignment stores. Moving into a new object, as containers do, takes the value as it is.

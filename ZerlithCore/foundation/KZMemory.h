@@ -6,7 +6,7 @@
 ///     KMMemoryPool::Delete(block, 64);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstddef>
 

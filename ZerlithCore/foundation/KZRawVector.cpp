@@ -2,7 +2,7 @@
 
 #include "ZerlithCore/foundation/KZRawVector.h"
 
-#include "ZerlithCore/foundation/VectorCore.h"
+#include "ZerlithCore/foundation/detail/VectorCore.h"
 
 #include <cstring>
 #include <utility>

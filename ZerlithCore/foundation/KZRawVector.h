@@ -7,7 +7,7 @@
 ///     // Programs use a typed layer over it: KZTypedRawVector, KZSmartPtrVector.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 namespace KZDetail {
 template <class Vector>

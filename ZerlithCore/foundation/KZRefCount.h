@@ -9,7 +9,7 @@
 ///     KZSmartPtr<Job> other = job;       // count 2; the job is deleted with the last of the two
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <atomic>
 #include <cstdint>

@@ -2,7 +2,7 @@
 
 #include "ZerlithCore/foundation/KZVoidPtrVector.h"
 
-#include "ZerlithCore/foundation/VectorCore.h"
+#include "ZerlithCore/foundation/detail/VectorCore.h"
 
 #include <cstring>
 #include <utility>

@@ -7,7 +7,7 @@
 ///     // Programs use the typed layer over it: KZPointerVector.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 namespace KZDetail {
 template <class Vector>

@@ -6,8 +6,8 @@
 ///     manager.Subscribe(channel, new KZConsoleLogSubscriber(1)); // levels up to 1
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
 /// Writes each text to the console unchanged, and then flushes the console.

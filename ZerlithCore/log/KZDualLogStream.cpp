@@ -1,8 +1,9 @@
 #include "ZerlithCore/log/KZDualLogStream.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
-#include "ZerlithCore/log/RecordFile.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Units.h"
+#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <new>
 
@@ -70,8 +71,7 @@ void KZDualLogStream::OnEOL() {
 std::uint64_t KZDualLogStream::GetLostRecordCount() const { return file_ ? file_->GetLostCount() : 0; }
 
 void KZDualLogStream::GatherForFile(char16_t unit) {
-    bool const isSecondOfPair = (unit & 0xFC00) == 0xDC00;
-    if (gathered_.size() >= mostGatheredUnits && !isSecondOfPair) PutToFile();
+    if (gathered_.size() >= mostGatheredUnits && !KZEncoding::IsLowSurrogate(unit)) PutToFile();
     try {
         if (!isTextLost_) gathered_ += unit;
     } catch (std::bad_alloc const &) {
@@ -90,7 +90,7 @@ void KZDualLogStream::PutToFile() {
     if (!file_) return;
     try {
         if (!gathered_.empty())
-            file_->Put(KZPlatform::UnitsToUtf8(gathered_, KZPlatform::Utf8Mode::Escape), false);
+            file_->Put(KZEncoding::UnitsToUtf8(gathered_, KZEncoding::Utf8Mode::Escape), false);
     } catch (std::bad_alloc const &) {
         LoseText();
     }

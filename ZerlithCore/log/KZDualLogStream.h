@@ -6,7 +6,7 @@
 ///     stream << L"copying " << KZString(u"reader.osx") << std::endl;               // goes to both
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZWideText.h"
 

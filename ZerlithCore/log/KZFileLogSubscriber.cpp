@@ -1,7 +1,7 @@
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
 
-#include "ZerlithCore/log/RecordFile.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <new>
 #include <string>
@@ -28,7 +28,7 @@ void KZFileLogSubscriber::OnFlush(int level, KZString const & text) {
     if (!IsInterested(level)) return;
     try {
         std::string const bytes =
-            KZPlatform::UnitsToUtf8(std::u16string_view(text), KZPlatform::Utf8Mode::Escape);
+            KZEncoding::UnitsToUtf8(std::u16string_view(text), KZEncoding::Utf8Mode::Escape);
         Guard const guard(lock_);
         if (!OpenIfNeeded()) return file_->CountLost(false);
         file_->Put(bytes, autoFlush_);

@@ -9,9 +9,9 @@
 ///     if (file->GetLostRecordCount() != 0) KZGetConsole() << L"debug.log isn't complete" << std::endl;
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 

@@ -6,9 +6,9 @@
 ///     channel.GetStream().GetStream(1) << L"started" << std::endl;
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/log/KZLogStream.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 

@@ -5,21 +5,21 @@
 #include "ZerlithCore/log/KZLogFile.h"
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
-#include "ZerlithCore/log/LogStamp.h"
-#include "ZerlithCore/log/RecordFile.h"
+#include "ZerlithCore/encoding/Units.h"
+#include "ZerlithCore/log/detail/LogStamp.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 #include "ZerlithCore/platform/Clock.h"
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <new>
 
 namespace {
 
 using Guard = KZGuard<KZCriticalSection>;
+using KZDetail::LogStamp;
 
 constexpr std::size_t mostKeptUnits = 32 * 1024; // a larger block isn't kept for the next record
 constexpr unsigned int lineUnits = 16368 - 3;    // a buffer of 16,368 units, less line end and terminator
-
-bool IsHighSurrogate(char16_t unit) { return (unit & 0xFC00) == 0xD800; }
 
 std::string_view BytesOf(std::u16string_view units) {
     return {reinterpret_cast<char const *>(units.data()), units.size() * sizeof(char16_t)};
@@ -139,7 +139,8 @@ void KZLogFile::LogArgList(char16_t const * format, std::va_list arguments) {
         std::u16string_view const formatText(format);
         bool isOpenLine = !formatText.empty() && formatText.back() != u'\n';
         if (text.Length() > lineUnits) {
-            text.Remove(IsHighSurrogate(text[lineUnits - 1]) ? lineUnits - 1 : lineUnits, text.Length());
+            text.Remove(KZEncoding::IsHighSurrogate(text[lineUnits - 1]) ? lineUnits - 1 : lineUnits,
+                        text.Length());
             isOpenLine = true;
         }
         if (isOpenLine) text += u"\r\n";

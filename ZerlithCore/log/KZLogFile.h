@@ -6,8 +6,8 @@
 ///     // 20260302 040506> server listens on port 80
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
@@ -19,11 +19,10 @@
 #include <string_view>
 #include <type_traits>
 
-class LogStamp;
-
 namespace KZDetail {
+class LogStamp;
 class RecordFile;
-}
+} // namespace KZDetail
 
 /// What a log file can do. On a closed file every operation except `Open` and `SetAutoFlush` does nothing.
 ///
@@ -126,6 +125,6 @@ private:
 
     std::atomic<bool> isOpen_{false}; // may be asked without the lock
     std::u16string record_;           // the record that is being made
-    std::unique_ptr<LogStamp> stamp_;
+    std::unique_ptr<KZDetail::LogStamp> stamp_;
     KZLogFile * next_ = nullptr; // in the list of all log files
 };

@@ -7,10 +7,10 @@
 ///     (*manager.GetChannel(channel))->GetStream().GetStream(1) << L"listening" << std::endl;
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZPointerVector.h"
 #include "ZerlithCore/log/KZLogChannel.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 

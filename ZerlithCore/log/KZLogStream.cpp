@@ -9,7 +9,7 @@
 
 #include "ZerlithCore/log/KZLogStream.h"
 
-#include "ZerlithCore/log/LogHandOut.h"
+#include "ZerlithCore/log/detail/LogHandOut.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <new>

@@ -6,10 +6,10 @@
 ///     stream.GetStream(2) << L"detail " << 42 << std::endl;      // subscribers get it at level 2
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/foundation/KZSmartPtrVector.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 

@@ -9,8 +9,8 @@
 ///     };
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <atomic>

@@ -7,10 +7,10 @@
 // The subscribers are sorted by address. Under the channel's lock each next one is found as the first with a greater
 // address. So subscribers may be added and removed meanwhile, and each one that stays gets each message once.
 
-#include "ZerlithCore/log/LogHandOut.h"
+#include "ZerlithCore/log/detail/LogHandOut.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
-#include "ZerlithCore/threads/UnhandledException.h"
+#include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
 #include <new>

@@ -1,4 +1,4 @@
-#include "ZerlithCore/log/LogStamp.h"
+#include "ZerlithCore/log/detail/LogStamp.h"
 
 #include "ZerlithCore/platform/Clock.h"
 
@@ -21,7 +21,7 @@ char16_t * Put(char16_t * out, int value, int digits) {
 
 } // namespace
 
-std::u16string_view LogStamp::At(std::int64_t milliseconds) {
+std::u16string_view KZDetail::LogStamp::At(std::int64_t milliseconds) {
     std::int64_t const second = milliseconds / 1000 - (milliseconds % 1000 < 0 ? 1 : 0);
     if (second != second_) {
         KZPlatform::BrokenDownTime const time = KZPlatform::ToLocalTime(milliseconds);

@@ -1,4 +1,4 @@
-#include "ZerlithCore/log/RecordFile.h"
+#include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <algorithm>
 #include <new>

@@ -16,11 +16,11 @@
 /// docs/conditions.md has the language.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZDouble.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/pattern/KZRegEx.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/KZDateTime.h"
 

@@ -1,9 +1,10 @@
 // Reads conditions from text. Each unit is read once, from left to right. Conditions that are begun but not complete
 // stand on a list, so nothing recurses, and no text is copied that is still to be read.
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/pattern/ConditionText.h"
 #include "ZerlithCore/pattern/KZCondition.h"
+#include "ZerlithCore/pattern/detail/ConditionText.h"
 
 #include <algorithm>
 #include <ostream>
@@ -11,8 +12,6 @@
 namespace {
 
 constexpr std::size_t deepestNesting = 1000;
-
-constexpr bool IsBlank(char16_t unit) { return unit == u' ' || unit == u'\t'; }
 
 // Takes `count` units off the front of `text`.
 std::u16string_view Take(std::u16string_view & text, std::size_t count) {
@@ -245,7 +244,7 @@ private:
 
     void SkipBlanks() {
         rest_.remove_prefix(
-            static_cast<std::size_t>(std::ranges::find_if_not(rest_, IsBlank) - rest_.begin()));
+            static_cast<std::size_t>(std::ranges::find_if_not(rest_, KZEncoding::IsBlank) - rest_.begin()));
     }
 
     bool IsAtClosing() const { return !opened_.empty() && opened_.back() == 0 && rest_.starts_with(u')'); }
@@ -261,7 +260,7 @@ private:
 
     std::u16string_view TakeToken() {
         std::size_t size = 0;
-        while (size < rest_.size() && !IsBlank(rest_[size]) && Pass(rest_[size])) ++size;
+        while (size < rest_.size() && !KZEncoding::IsBlank(rest_[size]) && Pass(rest_[size])) ++size;
         return Take(rest_, size);
     }
 

@@ -7,7 +7,7 @@
 ///     for (std::uint32_t const id : nodes) std::cout << id << '\n';      // 3, 200
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <array>
 #include <compare>

@@ -1,8 +1,8 @@
 #include "ZerlithCore/pattern/KZRegEx.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
-#include "ZerlithCore/pattern/RegExMatcher.h"
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/pattern/detail/RegExMatcher.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <ostream>
 

@@ -7,10 +7,10 @@
 /// docs/patterns.md has the syntax.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/pattern/KZRegExParser.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
 

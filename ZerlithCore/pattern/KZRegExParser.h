@@ -4,9 +4,9 @@
 ///     KZRegEx const regEx(KZStringRegExParser(u"[a-z]+(, [a-z]+)*").Parse());
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/pattern/KZRegExSyntaxNode.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
 

@@ -8,10 +8,10 @@
 ///     bool const isMatch = KZRegEx(parsed).Match(u"123");        // true
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/pattern/KZUWCharSet.h"
-#include "ZerlithCore/platform/Export.h"
 
 #include <cstdint>
 

@@ -6,8 +6,8 @@
 ///     letters.DelChar(u'q');
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/pattern/KZRangeSet.h"
-#include "ZerlithCore/platform/Export.h"
 
 /// A set of units from 0 to 0xFFFE. 0xFFFF can't be in a set, because a range is stored with the unit after its last
 /// one, which has 16 bits, too. Callers rely on the limit. A `char` counts as an unsigned byte.

@@ -12,7 +12,7 @@
 // Where the ranges of a set overlap, they are cut at their ends: for "[a-m]x|[h-z]y" the first unit is looked at as
 // a-g, h-m and n-z, which lead to three states. States are numbered in the order in which their sets are first met, and
 // get their transitions in the order of the sets.
-#include "ZerlithCore/pattern/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 #include <algorithm>
 #include <array>

@@ -1,6 +1,6 @@
 // Matching takes two loads a unit: one gives the class of the unit, the other the next state. When the state has stayed
 // the same for some units, as in ".*", a vector scan looks for the first unit that leads to another one.
-#include "ZerlithCore/pattern/RegExMatcher.h"
+#include "ZerlithCore/pattern/detail/RegExMatcher.h"
 
 #include <algorithm>
 #include <bit>

@@ -1,6 +1,6 @@
 // Makes nodes from the syntax tree. The parts of the tree that are still to be built stand on a list, not on the call
 // stack, so that a long pattern can't overflow it.
-#include "ZerlithCore/pattern/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
 
 namespace KZDetail {
 namespace {

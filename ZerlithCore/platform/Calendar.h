@@ -30,7 +30,7 @@ struct CalendarTime {
 
 /// Expands `format`, a template of strftime, in the program's locale. Nothing when the text would have more than
 /// `limit` characters.
-[[nodiscard]] std::optional<std::u16string> PrintCalendar(CalendarTime const & time, ZoneMoment const & zone,
-                                                          std::u16string_view format, std::size_t limit);
+[[nodiscard]] std::optional<std::u16string> FormatCalendar(CalendarTime const & time, ZoneMoment const & zone,
+                                                           std::u16string_view format, std::size_t limit);
 
 } // namespace KZPlatform

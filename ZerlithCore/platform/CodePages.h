@@ -12,6 +12,8 @@
 /// Errors: std::bad_alloc. The first use of a page costs some milliseconds; one that failed is tried again by the next use.
 #pragma once
 
+#include "ZerlithCore/encoding/detail/CodePageTables.h"
+
 #include <cstddef>
 #include <optional>
 #include <span>
@@ -23,11 +25,7 @@ namespace KZPlatform {
 inline constexpr unsigned DefaultCodePage = 0;
 inline constexpr unsigned Utf8CodePage = 65001;
 
-/// What bytes that mean nothing in a code page do.
-enum class InvalidBytes : unsigned char {
-    Refuse, // the conversion fails
-    Replace // they become U+FFFD
-};
+using KZEncoding::InvalidBytes;
 
 /// True when texts can be converted by this page.
 [[nodiscard]] bool CodePageExists(unsigned page);

@@ -15,7 +15,7 @@
 /// were got from it, is for one thread at a time; dropping the last handle on a node is a use of its document.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstddef>
 #include <cstdint>

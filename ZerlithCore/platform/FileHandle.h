@@ -6,7 +6,7 @@
 ///     file.Write("more\n", 5);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstddef>
 #include <cstdint>

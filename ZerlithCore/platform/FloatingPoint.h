@@ -2,7 +2,7 @@
 /// Which floating-point results are faults on the calling thread.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstdint>
 

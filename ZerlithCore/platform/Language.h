@@ -2,7 +2,7 @@
 /// Languages by number, and the one that the calling thread wants its messages in.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <string_view>
 

@@ -8,7 +8,7 @@
 /// Functions that fail set the thread's last error.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <cstdint>
 #include <span>

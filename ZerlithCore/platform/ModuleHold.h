@@ -4,7 +4,7 @@
 ///     KZPlatform::ModuleHold const hold(text);    // the module that carries `text` stays as long as `hold` is there
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <utility>
 

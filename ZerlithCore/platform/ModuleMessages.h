@@ -2,7 +2,7 @@
 /// The texts that a module carries, and how one is picked from them.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/platform/Language.h"
 
 #include <cstddef>

@@ -2,7 +2,7 @@
 /// The recursive in-process lock that everything above the seam locks with.
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <atomic>
 #include <cstdint>

@@ -3,10 +3,10 @@
 
 #include "ZerlithCore/text/KZCollator.h"
 
-#include "ZerlithCore/text/KZCaseMap.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZUnicode.h"
-#include "ZerlithCore/text/KZUnitCompare.h"
+#include "ZerlithCore/text/detail/KZCaseMap.h"
+#include "ZerlithCore/text/detail/KZUnitCompare.h"
 
 #include <cstdint>
 

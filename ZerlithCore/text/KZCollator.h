@@ -19,9 +19,9 @@
 /// counts as the unit of the same value; a null text counts as an empty one.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
-#include "ZerlithCore/platform/Export.h"
 
 #include <array>
 #include <cstddef>

@@ -1,7 +1,8 @@
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/CodePages.h"
 #include "ZerlithCore/text/KZStringConverter.h"
-#include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <memory>
 #include <optional>
@@ -12,8 +13,6 @@ namespace {
 
 constexpr std::size_t StackUnits = 4096; // longer texts are decoded on the heap
 constexpr std::uint32_t JisCodePage = 932;
-
-KZErrorID LastError() { return new KZWinLastError; }
 
 } // namespace
 
@@ -30,7 +29,7 @@ KZErrorID KZMbCodePageConverter::ConvertToUnicode(KZString & dest, char const * 
     std::span<char16_t> const buffer = heap ? std::span(heap.get(), bytes.size()) : std::span(stack);
     std::optional<std::size_t> const size =
         KZPlatform::DecodeCodePage(codePage_, bytes, buffer, KZPlatform::InvalidBytes::Refuse);
-    if (!size) return LastError();
+    if (!size) return KZDetail::LastSystemError();
     dest = KZString(std::u16string_view(buffer.data(), *size));
     return {};
 }
@@ -39,7 +38,7 @@ KZErrorID KZMbCodePageConverter::ConvertFromUnicode(std::string & dest, KZString
     std::string bytes;
     if (!src.IsNull() && !KZPlatform::EncodeCodePage(codePage_, KZTextOf(src), bytes)) {
         dest.clear();
-        return LastError();
+        return KZDetail::LastSystemError();
     }
     dest = std::move(bytes);
     return {};

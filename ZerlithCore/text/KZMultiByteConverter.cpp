@@ -1,6 +1,6 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
-#include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
 
 #include <optional>
 

@@ -1,7 +1,7 @@
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/foundation/KZMemory.h"
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <cstring>

@@ -8,8 +8,8 @@
 ///     line.Format(u"%s has %d words", copy, 42);
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
-#include "ZerlithCore/platform/Export.h"
 #include "ZerlithCore/text/KZFormatArgument.h"
 
 #include <atomic>

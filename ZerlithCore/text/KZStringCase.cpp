@@ -1,6 +1,6 @@
 // The tables are made by the compiler, so nothing has to be allocated or read before the first use.
-#include "ZerlithCore/text/KZCaseMap.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/detail/KZCaseMap.h"
 
 namespace KZDetail {
 

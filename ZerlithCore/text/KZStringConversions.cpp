@@ -1,9 +1,10 @@
 // KZString's own conversions. The two shared converters are never freed: destructors of static objects may convert.
 
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <iomanip>
 #include <ostream>
@@ -28,7 +29,7 @@ KZStringConverter const & ConverterOrLatin(KZSmartPtr<KZStringConverter> const &
 
 KZErrorID KZString::ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter) {
     KZStringConverter const & chosen = ConverterOrLatin(converter);
-    if (!chosen.IsValid()) return new KZError(glbKZOREMsgSourceP, InvalidConverter);
+    if (!chosen.IsValid()) return KZDetail::OwnError(InvalidConverter);
     return chosen.ConvertToUnicode(*this, source);
 }
 
@@ -67,5 +68,5 @@ KZErrorID KZString::SetFromUTF8(std::string const & text) {
 void PrintTo(KZString const & string, std::ostream * stream) {
     // All units are printed, also those after a 0 unit.
     *stream << std::quoted(
-        KZPlatform::UnitsToUtf8(std::u16string_view(string), KZPlatform::Utf8Mode::Replace));
+        KZEncoding::UnitsToUtf8(std::u16string_view(string), KZEncoding::Utf8Mode::Replace));
 }

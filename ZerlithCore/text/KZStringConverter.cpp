@@ -1,8 +1,9 @@
 #include "ZerlithCore/text/KZStringConverter.h"
 
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/platform/Utf8.h"
-#include "ZerlithCore/text/KZStringText.h"
+#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/errors/KZErrorID.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>
 #include <string_view>
@@ -78,7 +79,7 @@ KZErrorID KZLatinStringConverter::ConvertFromUnicode(std::string & dest, KZStrin
     unsigned seen = 0;
     for (char16_t const unit : src) seen |= unit;
     KZErrorID error;
-    if (seen >= 256) error = new KZError(glbKZOREMsgSourceP, UnsupportedCharacters);
+    if (seen >= 256) error = KZDetail::OwnError(UnsupportedCharacters);
     dest.resize(units.size());
     std::ranges::transform(units, dest.begin(),
                            [](char16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; });
@@ -91,16 +92,16 @@ KZStringUTF8Converter::~KZStringUTF8Converter() = default;
 
 KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * src) const {
     std::string_view const bytes = KZBytesOf(src);
-    std::size_t size = KZPlatform::UnitsInUtf8(bytes);
+    std::size_t size = KZEncoding::UnitsInUtf8(bytes);
     if (bytes.empty()) {
         dest.Clear();
         return {};
     }
-    KZPlatform::Utf8Result result;
+    KZEncoding::Utf8Result result;
     for (;; size = bytes.size()) {
         dest.Reserve(RoomFor(size + 1));
-        result = KZPlatform::DecodeUtf8(bytes, {GetStrDataP(dest), size}, KZPlatform::Utf8Mode::Replace);
-        if (result.status == KZPlatform::Utf8Status::Done) break;
+        result = KZEncoding::DecodeUtf8(bytes, {GetStrDataP(dest), size}, KZEncoding::Utf8Mode::Replace);
+        if (result.status == KZEncoding::Utf8Status::Done) break;
         // Broken sequences take more units than were counted, but no more than there are bytes. The part that was decoded
         // mustn't stay when there is no memory for them.
         dest.Clear();
@@ -111,6 +112,6 @@ KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * 
 }
 
 KZErrorID KZStringUTF8Converter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
-    dest = KZPlatform::UnitsToUtf8(KZTextOf(src), KZPlatform::Utf8Mode::Replace);
+    dest = KZEncoding::UnitsToUtf8(KZTextOf(src), KZEncoding::Utf8Mode::Replace);
     return {};
 }

@@ -2,7 +2,7 @@
 /// Converters between 8-bit text and KZString.
 ///
 ///     KZString name;
-///     KZErrorID error = name.ConvertToUnicode(bytes, new KZMbCodePageConverter(932));
+///     KZErrorID error = name.ConvertToUnicode("\x8B\xE2\x8D\x73", new KZMbCodePageConverter(932));
 ///     std::string narrow;
 ///     error = name.ConvertFromUnicode(narrow, new KZLatinStringConverter);
 ///
@@ -17,8 +17,8 @@
 /// Bytes are read up to their first 0, and texts up to their first 0 unit; null bytes are an empty text.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZRefCount.h"
-#include "ZerlithCore/platform/Export.h"
 
 #include <cstdint>
 #include <string>

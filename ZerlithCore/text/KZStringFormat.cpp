@@ -1,8 +1,9 @@
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZString.h"
 
-#include "ZerlithCore/platform/Utf8.h"
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <array>
@@ -455,8 +456,8 @@ private:
         bool const isByte = IsNarrow(conversion) || (isCharacter && argument.bytes == sizeof(char));
         bool const isPair = isCharacter && code > 0xFFFF && code <= 0x10FFFF;
         if (isPair && !isByte) {
-            units[0] = static_cast<char16_t>(0xD7C0 + (code >> 10));
-            units[1] = static_cast<char16_t>(0xDC00 | (code & 0x3FF));
+            units[0] = KZEncoding::HighSurrogateOf(code);
+            units[1] = KZEncoding::LowSurrogateOf(code);
             return 2;
         }
         bool const isBad = isByte ? (code & 0x80) != 0 : isCharacter && code > 0x10FFFF;
@@ -496,7 +497,7 @@ private:
         bool const isTerminated = argument.length == FormatArgument::terminated;
         std::size_t left = argument.length;
         std::u16string units;
-        KZPlatform::Utf8Decoder decoder(KZPlatform::Utf8Mode::Replace);
+        KZEncoding::Utf8Decoder decoder(KZEncoding::Utf8Mode::Replace);
         while (units.size() < limit && left != 0) {
             std::size_t count = std::min(limit - units.size(), left);
             auto const stop =

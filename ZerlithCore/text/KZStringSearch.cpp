@@ -1,6 +1,6 @@
 #include "ZerlithCore/text/KZString.h"
 
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <bitset>

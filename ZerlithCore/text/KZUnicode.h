@@ -7,7 +7,7 @@
 ///                            info[u'A'].generalCategory == KZUnicode::GeneralCategory::Lu;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <array>
 #include <cstdint>

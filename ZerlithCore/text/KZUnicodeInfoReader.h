@@ -6,7 +6,7 @@
 ///     std::cout << info[u'A'].name << '\n';                               // LATIN CAPITAL LETTER A
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZUnicode.h"
 
 #include <iosfwd>

@@ -2,7 +2,7 @@
 // terminator, but is never loaded where it would reach into the next page, which may not exist: there eight units are
 // compared one by one.
 
-#include "ZerlithCore/text/KZUnitCompare.h"
+#include "ZerlithCore/text/detail/KZUnitCompare.h"
 
 #include <bit>
 #include <cstdint>

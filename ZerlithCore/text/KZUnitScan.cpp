@@ -1,4 +1,4 @@
-#include "ZerlithCore/text/KZUnitScan.h"
+#include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <bit>

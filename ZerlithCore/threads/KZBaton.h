@@ -9,7 +9,7 @@
 ///     }
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 #include <atomic>
 #include <cstdint>

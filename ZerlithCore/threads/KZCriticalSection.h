@@ -8,7 +8,7 @@
 ///     }
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/platform/RecursiveLock.h"
 
 /// A recursive lock within one process. The owner may lock again and must unlock as often. No operation can fail.

@@ -1,6 +1,6 @@
 #include "ZerlithCore/platform/Stack.h"
 #include "ZerlithCore/threads/KZThread.h"
-#include "ZerlithCore/threads/KZThreadTable.h"
+#include "ZerlithCore/threads/detail/KZThreadTable.h"
 
 #include <array>
 #include <cstdio>

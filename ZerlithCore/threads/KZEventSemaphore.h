@@ -7,7 +7,7 @@
 ///         KZGetConsole() << L"ready" << std::endl;
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 namespace KZPlatform {

@@ -8,7 +8,7 @@
 ///     }
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 namespace KZPlatform {

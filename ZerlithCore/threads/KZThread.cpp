@@ -5,9 +5,9 @@
 // that is started under the table's mutex doesn't end before its starter unlocks that mutex.
 #include "ZerlithCore/threads/KZThread.h"
 
-#include "ZerlithCore/errors/KZError.h"
 #include "ZerlithCore/errors/KZException.h"
-#include "ZerlithCore/threads/KZThreadTable.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/threads/detail/KZThreadTable.h"
 
 #include <cstdlib>
 #include <limits>

@@ -3,7 +3,7 @@
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Stack.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
-#include "ZerlithCore/threads/KZThreadTable.h"
+#include "ZerlithCore/threads/detail/KZThreadTable.h"
 
 #include <algorithm>
 #include <array>

@@ -17,7 +17,7 @@
 ///     thread->Join();
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 
 /// An object whose `Run` is a thread's body. It must outlive the thread.
 ///

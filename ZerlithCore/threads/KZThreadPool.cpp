@@ -8,7 +8,7 @@
 // whether the pool still exists.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
-#include "ZerlithCore/threads/UnhandledException.h"
+#include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
 #include <utility>

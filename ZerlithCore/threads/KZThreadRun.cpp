@@ -1,8 +1,8 @@
 // The part of KZThread that runs on the thread itself: the body, the exit functions, and the end.
 #include "ZerlithCore/errors/KZSignalException.h"
 #include "ZerlithCore/threads/KZThread.h"
-#include "ZerlithCore/threads/KZThreadTable.h"
-#include "ZerlithCore/threads/UnhandledException.h"
+#include "ZerlithCore/threads/detail/KZThreadTable.h"
+#include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <utility>
 

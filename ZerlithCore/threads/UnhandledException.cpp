@@ -1,4 +1,4 @@
-#include "ZerlithCore/threads/UnhandledException.h"
+#include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"

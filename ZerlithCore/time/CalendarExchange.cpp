@@ -1,9 +1,11 @@
-#include "ZerlithCore/time/CalendarExchange.h"
+#include "ZerlithCore/time/detail/CalendarExchange.h"
 
 #include <cmath>
 #include <optional>
 
 namespace KZDetail {
+using namespace KZExchange;
+
 namespace {
 
 // The first days from which the records count, as days since 1970-01-01.

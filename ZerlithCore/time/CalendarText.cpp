@@ -1,4 +1,4 @@
-#include "ZerlithCore/time/CalendarText.h"
+#include "ZerlithCore/time/detail/CalendarText.h"
 
 #include "ZerlithCore/time/KZDateAndTime.h"
 

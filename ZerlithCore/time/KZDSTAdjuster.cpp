@@ -1,7 +1,7 @@
 #include "ZerlithCore/time/KZDSTAdjuster.h"
 
-#include "ZerlithCore/time/CalendarDays.h"
-#include "ZerlithCore/time/ZoneRule.h"
+#include "ZerlithCore/time/detail/CalendarDays.h"
+#include "ZerlithCore/time/detail/ZoneRule.h"
 
 #include <algorithm>
 #include <limits>

@@ -9,7 +9,7 @@
 ///     adjuster.AdjustDate(last);                             // an hour later: summer
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 

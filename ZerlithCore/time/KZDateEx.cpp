@@ -2,15 +2,17 @@
 
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/text/KZWideText.h"
-#include "ZerlithCore/time/CalendarExchange.h"
-#include "ZerlithCore/time/CalendarText.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/detail/CalendarExchange.h"
+#include "ZerlithCore/time/detail/CalendarText.h"
 
 #include <istream>
 #include <limits>
 #include <ostream>
 #include <string>
+
+using namespace KZExchange;
 
 namespace {
 

@@ -7,11 +7,11 @@
 ///     KZDurationEx const left = KZDateEx(2024, 12, 24) - date; // 299 days
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDurationEx.h"
 #include "ZerlithCore/time/KZExchangeTypes.h"
+#include "ZerlithCore/time/detail/CalendarDays.h"
 
 #include <compare>
 #include <cstddef>
@@ -52,9 +52,9 @@ public:
     /// From other forms; null if these hold no date. Times of day are dropped; of a KZDateTime the local date is taken.
     explicit KZDateEx(KZDateAndTime const & fields) { SetDateAndTime(fields); }
     explicit KZDateEx(std::tm const & time) { FromStructTM(time); }
-    explicit KZDateEx(SYSTEMTIME const & time) { FromSystemTime(time); }
-    explicit KZDateEx(FILETIME const & time) { FromFileTime(time); }
-    explicit KZDateEx(VARIANT const & value) { FromVariant(value); }
+    explicit KZDateEx(KZExchange::SYSTEMTIME const & time) { FromSystemTime(time); }
+    explicit KZDateEx(KZExchange::FILETIME const & time) { FromFileTime(time); }
+    explicit KZDateEx(KZExchange::VARIANT const & value) { FromVariant(value); }
     explicit KZDateEx(double days) { FromDouble(days); }
     explicit KZDateEx(KZDateTime const & moment) { FromKZDateTime(moment, true); }
     /// Reads `text` with `FromString`; after an error the fields that could be read are stored.
@@ -128,17 +128,17 @@ public:
 
     bool AsStructTM(std::tm & out) const;
     /// SYSTEMTIME and FILETIME have the years 1601 to 30827.
-    bool AsSystemTime(SYSTEMTIME & out) const;
-    bool AsFileTime(FILETIME & out) const;
+    bool AsSystemTime(KZExchange::SYSTEMTIME & out) const;
+    bool AsFileTime(KZExchange::FILETIME & out) const;
     /// VARIANT and double have the years 100 to 9999. A double counts days as a VARIANT does.
-    bool AsVariant(VARIANT & out) const;
+    bool AsVariant(KZExchange::VARIANT & out) const;
     bool AsDouble(double & out) const;
     /// The first moment of the day in `zone`.
     bool AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const;
     bool FromStructTM(std::tm const & time);
-    bool FromSystemTime(SYSTEMTIME const & time);
-    bool FromFileTime(FILETIME const & time);
-    bool FromVariant(VARIANT const & value);
+    bool FromSystemTime(KZExchange::SYSTEMTIME const & time);
+    bool FromFileTime(KZExchange::FILETIME const & time);
+    bool FromVariant(KZExchange::VARIANT const & value);
     bool FromDouble(double days);
     /// The day of `moment`, in local time or UTC.
     bool FromKZDateTime(KZDateTime const & moment, bool local = true);

@@ -2,8 +2,9 @@
 // is a loop over the template: each conversion removes its part from the front of the text.
 #include "ZerlithCore/time/KZDateTime.h"
 
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/Calendar.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 
 #include <chrono>
@@ -17,14 +18,6 @@ enum ErrorCode : long { CantConvert = 7, WrongForm = 8, NoSuchDate = 9 };
 
 constexpr std::int64_t secondsOfDay = 86400;
 constexpr std::size_t longestText = 65536;
-
-template <class... Arguments>
-KZErrorID Fail(ErrorCode code, Arguments const &... arguments) {
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code);
-    KZErrorID id(error);
-    (error->AddParam(arguments), ...);
-    return id;
-}
 
 KZPlatform::CalendarTime CalendarOf(std::int64_t local) {
     using namespace std::chrono;
@@ -62,7 +55,9 @@ struct Fields {
     int ignored = 0;
 };
 
-constexpr bool IsBlank(char16_t unit) noexcept { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
+constexpr bool IsAsciiSpace(char16_t unit) noexcept {
+    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
+}
 constexpr bool IsDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
 constexpr char16_t Lower(char16_t unit) noexcept {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
@@ -76,7 +71,7 @@ public:
     bool Read(std::u16string_view format) {
         for (std::size_t i = 0; i < format.size(); ++i) {
             bool ok = true;
-            if (IsBlank(format[i]))
+            if (IsAsciiSpace(format[i]))
                 SkipBlanks();
             else if (format[i] == u'%' && i + 1 < format.size())
                 ok = ReadConversion(format[++i]);
@@ -124,7 +119,7 @@ private:
     }
 
     void SkipBlanks() noexcept {
-        while (!rest_.empty() && IsBlank(rest_.front())) rest_.remove_prefix(1);
+        while (!rest_.empty() && IsAsciiSpace(rest_.front())) rest_.remove_prefix(1);
     }
 
     bool Take(char16_t unit) noexcept {
@@ -203,11 +198,13 @@ KZDateTime::LocalTimeZone::operator KZTimeZone const &() const { return KZTimeZo
 
 KZErrorID KZDateTime::FromString(KZString const & text, KZString const & format, KZTimeZone const & zone) {
     Reader reader{std::u16string_view(text.c_str())};
-    if (!reader.Read(format.c_str()) || !reader.IsAtEnd()) return Fail(WrongForm, text, format);
+    if (!reader.Read(format.c_str()) || !reader.IsAtEnd())
+        return KZDetail::OwnError(WrongForm, {text, format});
     std::optional<std::int64_t> const local = SecondsOf(reader.fields);
-    if (!local) return Fail(NoSuchDate, text);
+    if (!local) return KZDetail::OwnError(NoSuchDate, {text});
     std::int64_t const utc = zone.LocalToUTC(*local);
-    if (utc < 0 || utc > std::numeric_limits<std::uint32_t>::max()) return Fail(NoSuchDate, text);
+    if (utc < 0 || utc > std::numeric_limits<std::uint32_t>::max())
+        return KZDetail::OwnError(NoSuchDate, {text});
     seconds_ = static_cast<std::uint32_t>(utc);
     return KZErrorID(0);
 }
@@ -218,9 +215,9 @@ KZErrorID KZDateTime::AsString(KZString & out, KZString const & format, KZTimeZo
         return KZErrorID(0);
     }
     KZPlatform::ZoneMoment const moment{zone.GetLocalMinusUTC(seconds_), zone.GetName(seconds_)};
-    auto const text = KZPlatform::PrintCalendar(CalendarOf(std::int64_t{seconds_} + moment.localMinusUtc),
-                                                moment, std::u16string_view(format), longestText);
-    if (!text) return Fail(CantConvert);
+    auto const text = KZPlatform::FormatCalendar(CalendarOf(std::int64_t{seconds_} + moment.localMinusUtc),
+                                                 moment, std::u16string_view(format), longestText);
+    if (!text) return KZDetail::OwnError(CantConvert);
     out = KZString(std::u16string_view(*text));
     return KZErrorID(0);
 }

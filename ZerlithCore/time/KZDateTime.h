@@ -6,7 +6,7 @@
 ///     KZString const text = moment.AsString(u"%d %B %Y, %H:%M");            // "06 May 2024, 07:08"
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <compare>

@@ -1,18 +1,21 @@
 #include "ZerlithCore/time/KZDateTimeEx.h"
 
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/text/KZWideText.h"
-#include "ZerlithCore/time/CalendarExchange.h"
-#include "ZerlithCore/time/CalendarText.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 #include "ZerlithCore/time/KZDateExceptionEx.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/detail/CalendarExchange.h"
+#include "ZerlithCore/time/detail/CalendarText.h"
 
 #include <istream>
 #include <limits>
 #include <ostream>
 #include <string>
+
+using namespace KZExchange;
 
 namespace {
 
@@ -20,12 +23,7 @@ using KZDetail::DateAndTime;
 
 constexpr long noSuchDate = 9;
 
-KZErrorID Refuse(KZString const & text) {
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, noSuchDate);
-    KZErrorID id(error);
-    error->AddParam(text);
-    return id;
-}
+KZErrorID Refuse(KZString const & text) { return KZDetail::OwnError(noSuchDate, {text}); }
 
 bool IsDigit(std::wint_t character) { return character >= L'0' && character <= L'9'; }
 

@@ -8,7 +8,7 @@
 ///     KZString const there = meeting.AsString(u"%Y-%m-%d %H:%M %Z", tokyo);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/KZDateEx.h"
 #include "ZerlithCore/time/KZTimeEx.h"
@@ -60,9 +60,12 @@ public:
                  KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     /// From other forms; null if these hold no date and no time.
     explicit KZDateTimeEx(std::tm const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(SYSTEMTIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(FILETIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    explicit KZDateTimeEx(VARIANT const & value, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    explicit KZDateTimeEx(KZExchange::SYSTEMTIME const & time,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    explicit KZDateTimeEx(KZExchange::FILETIME const & time,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    explicit KZDateTimeEx(KZExchange::VARIANT const & value,
+                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     explicit KZDateTimeEx(KZDateTime const & moment) { FromKZDateTime(moment); }
     KZDateTimeEx(KZDateTime const & moment, KZTimeZone const & zone) { FromKZDateTime(moment, zone); }
@@ -150,16 +153,21 @@ public:
     // null. A date alone gets the time 00:00:00, a time alone the date fields that KZTimeEx gives it.
 
     bool AsStructTM(std::tm & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    bool AsSystemTime(SYSTEMTIME & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    bool AsFileTime(FILETIME & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
-    bool AsVariant(VARIANT & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
+    bool AsSystemTime(KZExchange::SYSTEMTIME & out,
+                      KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
+    bool AsFileTime(KZExchange::FILETIME & out,
+                    KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
+    bool AsVariant(KZExchange::VARIANT & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool AsDouble(double & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     /// `zone` is only needed for a date or a time alone, which is taken as local time of it. Milliseconds are dropped.
     bool AsKZDateTime(KZDateTime & out, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const;
     bool FromStructTM(std::tm const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    bool FromSystemTime(SYSTEMTIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    bool FromFileTime(FILETIME const & time, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
-    bool FromVariant(VARIANT const & value, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    bool FromSystemTime(KZExchange::SYSTEMTIME const & time,
+                        KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    bool FromFileTime(KZExchange::FILETIME const & time,
+                      KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    bool FromVariant(KZExchange::VARIANT const & value,
+                     KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     bool FromDouble(double days, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     /// The zone isn't needed: both forms are in UTC.
     bool FromKZDateTime(KZDateTime const & moment);

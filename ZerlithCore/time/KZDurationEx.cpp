@@ -1,6 +1,7 @@
 // Texts of durations. The arithmetic is in the header, for constant expressions.
 #include "ZerlithCore/time/KZDurationEx.h"
 
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZWideText.h"
 #include "ZerlithCore/time/KZDurationExceptionEx.h"
 
@@ -27,12 +28,11 @@ KZDurationEx::Unit UnitOf(std::u16string_view name) {
     return static_cast<KZDurationEx::Unit>(found - std::begin(unitNames));
 }
 
-constexpr bool IsBlank(char16_t unit) noexcept { return unit == u' ' || unit == u'\t'; }
 constexpr bool IsDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
 
 std::u16string_view TrimBlanks(std::u16string_view text) {
-    while (!text.empty() && IsBlank(text.front())) text.remove_prefix(1);
-    while (!text.empty() && IsBlank(text.back())) text.remove_suffix(1);
+    while (!text.empty() && KZEncoding::IsBlank(text.front())) text.remove_prefix(1);
+    while (!text.empty() && KZEncoding::IsBlank(text.back())) text.remove_suffix(1);
     return text;
 }
 

@@ -7,7 +7,7 @@
 ///     KZDurationEx const read(u"36 hours", KZDurationEx::second);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <cstdint>

@@ -1,7 +1,8 @@
 /// @file
 /// Records in which other programs and libraries pass dates and times; the standard's `tm` is another one.
+/// They have the names that they bear there, in a namespace of their own.
 ///
-///     VARIANT record{};
+///     KZExchange::VARIANT record{};
 ///     if (KZDateEx(2024, 5, 6).AsVariant(record)) std::cout << record.date << '\n';     // 45418
 ///     KZDateEx const back(record);                                                      // 2024-05-06
 ///
@@ -9,6 +10,8 @@
 #pragma once
 
 #include <cstdint>
+
+namespace KZExchange {
 
 /// A calendar date and a time of day, in fields of 16 bits.
 struct SYSTEMTIME {
@@ -51,3 +54,5 @@ struct VARIANT {
     double date;
 };
 static_assert(sizeof(VARIANT) == 16);
+
+} // namespace KZExchange

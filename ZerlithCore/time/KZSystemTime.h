@@ -38,13 +38,13 @@ struct KZSystemTime {
         , minute(ofMinute)
         , second(ofSecond)
         , milliseconds(ofMilliseconds) {}
-    constexpr explicit KZSystemTime(SYSTEMTIME const & time) noexcept { Assign(*this, time); }
+    constexpr explicit KZSystemTime(KZExchange::SYSTEMTIME const & time) noexcept { Assign(*this, time); }
 
-    static constexpr void Assign(KZSystemTime & out, SYSTEMTIME const & time) noexcept {
+    static constexpr void Assign(KZSystemTime & out, KZExchange::SYSTEMTIME const & time) noexcept {
         out = {time.wYear, time.wMonth,  time.wDayOfWeek, time.wDay,
                time.wHour, time.wMinute, time.wSecond,    time.wMilliseconds};
     }
-    static constexpr void Assign(SYSTEMTIME & out, KZSystemTime const & time) noexcept {
+    static constexpr void Assign(KZExchange::SYSTEMTIME & out, KZSystemTime const & time) noexcept {
         out = {time.year, time.month,  time.dayOfWeek, time.day,
                time.hour, time.minute, time.second,    time.milliseconds};
     }

@@ -6,11 +6,11 @@
 ///     KZString const text = time.AsString(u"%H.%M");           // "00.01"
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDurationEx.h"
 #include "ZerlithCore/time/KZExchangeTypes.h"
+#include "ZerlithCore/time/detail/CalendarDays.h"
 
 #include <compare>
 #include <cstddef>
@@ -50,9 +50,9 @@ public:
     /// From other forms; null if these hold no time. Dates are dropped; of a KZDateTime the local time is taken.
     explicit KZTimeEx(KZDateAndTime const & fields) { SetDateAndTime(fields); }
     explicit KZTimeEx(std::tm const & time) { FromStructTM(time); }
-    explicit KZTimeEx(SYSTEMTIME const & time) { FromSystemTime(time); }
-    explicit KZTimeEx(FILETIME const & time) { FromFileTime(time); }
-    explicit KZTimeEx(VARIANT const & value) { FromVariant(value); }
+    explicit KZTimeEx(KZExchange::SYSTEMTIME const & time) { FromSystemTime(time); }
+    explicit KZTimeEx(KZExchange::FILETIME const & time) { FromFileTime(time); }
+    explicit KZTimeEx(KZExchange::VARIANT const & value) { FromVariant(value); }
     explicit KZTimeEx(double days) { FromDouble(days); }
     explicit KZTimeEx(KZDateTime const & moment) { FromKZDateTime(moment, true); }
     explicit KZTimeEx(KZString const & text) { FromString(text); }
@@ -115,15 +115,15 @@ public:
     // count, a KZDateTime 1970-01-01.
 
     bool AsStructTM(std::tm & out) const;
-    bool AsSystemTime(SYSTEMTIME & out) const;
-    bool AsFileTime(FILETIME & out) const;
-    bool AsVariant(VARIANT & out) const;
+    bool AsSystemTime(KZExchange::SYSTEMTIME & out) const;
+    bool AsFileTime(KZExchange::FILETIME & out) const;
+    bool AsVariant(KZExchange::VARIANT & out) const;
     bool AsDouble(double & out) const;
     bool AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const;
     bool FromStructTM(std::tm const & time);
-    bool FromSystemTime(SYSTEMTIME const & time);
-    bool FromFileTime(FILETIME const & time);
-    bool FromVariant(VARIANT const & value);
+    bool FromSystemTime(KZExchange::SYSTEMTIME const & time);
+    bool FromFileTime(KZExchange::FILETIME const & time);
+    bool FromVariant(KZExchange::VARIANT const & value);
     bool FromDouble(double days);
     /// The time of day of `moment`, in local time or UTC.
     bool FromKZDateTime(KZDateTime const & moment, bool local = true);

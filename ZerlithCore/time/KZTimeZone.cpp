@@ -4,10 +4,10 @@
 
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/platform/ZoneStore.h"
-#include "ZerlithCore/time/AskZoneStore.h"
-#include "ZerlithCore/time/CalendarDays.h"
 #include "ZerlithCore/time/KZDateException.h"
-#include "ZerlithCore/time/ZoneRule.h"
+#include "ZerlithCore/time/detail/AskZoneStore.h"
+#include "ZerlithCore/time/detail/CalendarDays.h"
+#include "ZerlithCore/time/detail/ZoneRule.h"
 
 #include <algorithm>
 #include <cstring>

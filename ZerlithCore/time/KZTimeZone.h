@@ -6,7 +6,7 @@
 ///     KZDateTime const there = tokyo.ConvertFromGMT(KZDateTime(1700000000));        // nine hours later
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 

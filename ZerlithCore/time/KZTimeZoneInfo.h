@@ -7,7 +7,7 @@
 ///     KZTimeZone const kolkata(info, false);
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/time/KZSystemTime.h"
 
 #include <cstdint>

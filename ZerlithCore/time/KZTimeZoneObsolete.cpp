@@ -1,6 +1,6 @@
 #include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
-#include "ZerlithCore/time/AskZoneStore.h"
+#include "ZerlithCore/time/detail/AskZoneStore.h"
 
 #include <algorithm>
 #include <array>

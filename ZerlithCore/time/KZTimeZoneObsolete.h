@@ -5,7 +5,7 @@
 ///     int const number = KZTimeZoneObsolete::GetType(local);     // 36 in Berlin: WEurope
 #pragma once
 
-#include "ZerlithCore/platform/Export.h"
+#include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 
 /// Finds the number of a zone among 62 known ones.

@@ -1,7 +1,7 @@
 #include "ZerlithCore/xml/KZDOMDocument.h"
 
-#include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
+#include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 using KZDetail::Check;
 using KZDetail::ViewOf;

@@ -1,7 +1,7 @@
 #include "ZerlithCore/xml/KZDOMElement.h"
 
-#include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
+#include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
 // The platform's document interface walks the tree and calls a visitor here, which decides what is printed. Units are gathered
 // in a buffer that stays in the cache, and are appended to the string in large pieces. All bytes up to the next character
 // that must be escaped are decoded together.
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZString.h"
-#include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNode.h"
+#include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 #include <algorithm>
 #include <array>
@@ -91,11 +91,11 @@ public:
         }
         while (!text.empty()) {
             if (buffer_.size() - used_ < 64) Flush();
-            KZPlatform::Utf8Result const result = KZPlatform::DecodeUtf8(
-                text, std::span(buffer_).subspan(used_), KZPlatform::Utf8Mode::Replace);
+            KZEncoding::Utf8Result const result = KZEncoding::DecodeUtf8(
+                text, std::span(buffer_).subspan(used_), KZEncoding::Utf8Mode::Replace);
             used_ += result.written;
             text.remove_prefix(result.read);
-            if (result.status != KZPlatform::Utf8Status::Done) Flush();
+            if (result.status != KZEncoding::Utf8Status::Done) Flush();
         }
     }
     void PutEscaped(std::string_view text) {

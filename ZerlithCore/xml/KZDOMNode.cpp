@@ -1,10 +1,10 @@
 #include "ZerlithCore/xml/KZDOMNode.h"
 
-#include "ZerlithCore/xml/DOMText.h"
 #include "ZerlithCore/xml/KZDOMDocument.h"
 #include "ZerlithCore/xml/KZDOMElement.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/KZDOMNodeList.h"
+#include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 #include <utility>
 

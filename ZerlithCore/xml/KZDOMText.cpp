@@ -1,10 +1,5 @@
 #include "ZerlithCore/xml/KZDOMText.h"
 
-#include "ZerlithCore/platform/Utf8.h"
-#include "ZerlithCore/text/KZStringConverter.h"
-#include "ZerlithCore/xml/DOMText.h"
-#include "ZerlithCore/xml/KZDOMException.h"
-
 namespace {
 
 bool IsText(KZDOMNode const & node) {
@@ -12,40 +7,10 @@ bool IsText(KZDOMNode const & node) {
     return type == KZDOMNodeType::Text || type == KZDOMNodeType::CDATASection;
 }
 
-// Decodes directly into the memory of a string. Only converters can do that, so this class is one.
-class DirectAppend : public KZStringConverter {
-public:
-    static void Append(KZString & text, std::string_view utf8) {
-        std::uint32_t const length = text.Length();
-        if (utf8.size() > KZString::npos - 1 - length) throw std::length_error("KZString: text too long");
-        text.Reserve(static_cast<unsigned>(length + utf8.size() + 1));
-        KZPlatform::Utf8Result const result = KZPlatform::DecodeUtf8(
-            utf8, {GetStrDataP(text) + length, utf8.size()}, KZPlatform::Utf8Mode::Replace);
-        GetStrDataP(text)[length + result.written] = u'\0';
-        *GetStrDataLenP(text) = static_cast<std::uint32_t>(length + result.written);
-    }
-};
-
 } // namespace
-
-// --- KZDOMText
 
 KZDOMText::KZDOMText(KZDOMNode const & node) : KZDOMNode(IsText(node) ? node : KZDOMNode()) {}
 
 KZSmartPtr<KZPlatform::DocumentText> KZDOMText::GetTextSP() const {
     return static_cast<KZPlatform::DocumentText *>(GetNodeSP().GetPtr());
-}
-
-// --- DOMText.h
-
-void KZDetail::StringSink::Append(std::string_view utf8) {
-    if (!utf8.empty()) DirectAppend::Append(text_, utf8);
-}
-
-void KZDetail::Fail(KZPlatform::DocumentCode code, KZGuid const & interfaceId, KZString const & message) {
-    throw KZDOMException(static_cast<std::int32_t>(code), interfaceId, message);
-}
-
-void KZDetail::Check(KZPlatform::DocumentResult const & result, KZGuid const & interfaceId) {
-    if (!result) Fail(result.code, interfaceId, KZString(std::u16string_view(result.reason)));
 }

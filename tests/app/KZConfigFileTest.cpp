@@ -2,7 +2,7 @@
 
 #include "ZerlithCore/app/KZConfig.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/text/KZWideText.h"
 #include "files/TemporaryDirectory.h"
 #include "platform/ChildProcess.h"

@@ -1,6 +1,6 @@
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
-#include "ZerlithCore/app/KZFairLock.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
+#include "ZerlithCore/app/detail/KZFairLock.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
 
 #include <gtest/gtest.h>

@@ -2,7 +2,7 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZError.h"
 
 #include <gtest/gtest.h>
 

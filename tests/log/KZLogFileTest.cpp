@@ -4,7 +4,7 @@
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
 #include "ZerlithCore/log/KZDualLogStream.h"
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
-#include "ZerlithCore/log/LogStamp.h"
+#include "ZerlithCore/log/detail/LogStamp.h"
 #include "ZerlithCore/platform/Clock.h"
 
 #include "files/TemporaryDirectory.h"
@@ -54,7 +54,7 @@ TEST(LogStamp, IsLocalTimeToTheSecond) {
     std::string const before = zone ? zone : "";
     setenv("TZ", "XXX-1", 1); // an hour ahead of UTC
     tzset();
-    LogStamp stamp;
+    KZDetail::LogStamp stamp;
     EXPECT_EQ(stamp.At(1'772'420'706'000), u"20260302 040506> ");
     EXPECT_EQ(stamp.At(1'772'420'706'999), u"20260302 040506> ");
     EXPECT_EQ(stamp.At(1'772'420'707'000), u"20260302 040507> ");
@@ -113,7 +113,7 @@ TEST_F(KZLogFileTest, LogWritesStampedLines) {
         {u"%s", beyond.c_str(), atLimit},
         {u"%s", pair.c_str(), std::u16string(limit - 1, u'x')},
     };
-    LogStamp stamp;
+    KZDetail::LogStamp stamp;
     KZLogFile log;
     log.Log(u"closed");
     ASSERT_TRUE(log.Open(path.c_str()));

@@ -1,6 +1,6 @@
 #include "ZerlithCore/platform/LastError.h"
 
-#include "ZerlithCore/errors/KZError.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Language.h"
 
 #include <gtest/gtest.h>

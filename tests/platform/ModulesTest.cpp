@@ -1,8 +1,8 @@
 #include "ZerlithCore/platform/Modules.h"
 
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
-#include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
 #include "ZerlithCore/platform/LastError.h"
 
 #include <gtest/gtest.h>

@@ -166,27 +166,6 @@ TEST(KZStringConverter, WritesOnlyBlocksOfTheStringsOwn) {
     EXPECT_EQ(empty, u"");
 }
 
-TEST(KZWideText, JoinsAndSplitsPairs) {
-    struct Case {
-        char const * what;
-        std::u16string units;
-        std::wstring wide;
-    };
-    Case const cases[] = {
-        {"pair", u"a\U0001F600", L"a\U0001F600"},
-        {"0 unit", {u'a', 0, u'b'}, {L'a', 0, L'b'}},
-        {"lone surrogates",
-         {0xD800, u'a', 0xDC00, 0xD800},
-         {wchar_t(0xD800), L'a', wchar_t(0xDC00), wchar_t(0xD800)}},
-        {"high before a pair", {0xD800, 0xD83D, 0xDE00}, {wchar_t(0xD800), wchar_t(0x1F600)}},
-    };
-    for (Case const & c : cases) {
-        EXPECT_EQ(KZToWide(c.units), c.wide) << c.what;
-        EXPECT_EQ(KZFromWide(c.wide), c.units) << c.what;
-    }
-    EXPECT_EQ(KZFromWide(std::wstring{wchar_t(0x110000), wchar_t(-1)}), u"\uFFFD\uFFFD");
-}
-
 TEST(KZWideText, StreamsUpToTheFirstZero) {
     for (std::size_t const size : {0U, 255U, 256U, 1000U}) {
         // The pair lies across the border of a piece of 256 units for one of the sizes.

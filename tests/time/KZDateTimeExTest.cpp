@@ -10,6 +10,8 @@
 #include <random>
 #include <sstream>
 
+using namespace KZExchange;
+
 namespace {
 
 KZTimeZone const & UTC = KZTimeZone::GetUTCTimeZone();

@@ -1,7 +1,7 @@
 #include "ZerlithCore/time/KZDateTime.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/errors/KZFormatContext.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/time/KZTimeZone.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 #include "MessageText.h"
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
 #include <algorithm>
 #include <charconv>
@@ -47,7 +47,7 @@ char16_t Unescaped(char16_t letter) {
 
 KZString Text(std::string_view bytes) {
     std::u16string units, text;
-    if (!KZPlatform::AppendUnits(units, bytes, KZPlatform::Utf8Mode::Strict)) throw Fault{"this isn't UTF-8"};
+    if (!KZEncoding::AppendUnits(units, bytes, KZEncoding::Utf8Mode::Strict)) throw Fault{"this isn't UTF-8"};
     for (std::size_t i = 0; i < units.size(); ++i) {
         if (units[i] == u'\0') throw Fault{"a text can't have a 0 character"};
         bool const isEscape = units[i] == u'\\';
@@ -102,6 +102,6 @@ std::string PrintMessage(long id, KZString const & text) {
         if (letter != 0) line += u'\\';
         line += letter != 0 ? letter : units[i];
     }
-    std::string const printed = KZPlatform::UnitsToUtf8(line, KZPlatform::Utf8Mode::Replace);
+    std::string const printed = KZEncoding::UnitsToUtf8(line, KZEncoding::Utf8Mode::Replace);
     return std::to_string(id) + (printed.empty() ? " =" : " = ") + printed;
 }

@@ -2,14 +2,15 @@
 //
 // A file is made completely in memory and replaces the old one in one step, so that nobody ever sees a part of it.
 #include "MessageText.h"
+#include "ZerlithCore/encoding/Units.h"
 
 #include "ZerlithCore/app/KZCommandLine.h"
-#include "ZerlithCore/errors/DBMessage.h"
-#include "ZerlithCore/errors/KZError.h"
-#include "ZerlithCore/errors/MessageFile.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/KZPath.h"
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/MessageFile.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -43,7 +44,7 @@ struct Stop {
 
 // A name as bytes, which are the original ones even if they aren't UTF-8.
 std::string Bytes(KZString const & text) {
-    return KZPlatform::UnitsToUtf8(std::u16string_view(text), KZPlatform::Utf8Mode::Escape);
+    return KZEncoding::UnitsToUtf8(std::u16string_view(text), KZEncoding::Utf8Mode::Escape);
 }
 
 Stop SystemRefuses(KZString const & name) {
@@ -55,7 +56,7 @@ Request ReadArguments(int count, char ** arguments) {
     std::vector<std::u16string> texts;
     texts.reserve(size);
     for (int i = 0; i < count; ++i)
-        texts.push_back(KZPlatform::Utf8ToUnits(arguments[i], KZPlatform::Utf8Mode::Escape));
+        texts.push_back(KZEncoding::Utf8ToUnits(arguments[i], KZEncoding::Utf8Mode::Escape));
     std::vector<char16_t const *> pointers;
     pointers.reserve(size);
     for (std::u16string const & text : texts) pointers.push_back(text.c_str());
@@ -120,8 +121,8 @@ std::string LackingCharacter(KZString const & text, KZSmartPtr<KZStringConverter
     std::uint32_t code = 0;
     for (std::uint32_t i = 0; i < text.Length(); ++i) {
         if (Survives(text[i], converter)) continue;
-        bool const isPair = (text[i] & 0xFC00) == 0xD800;
-        code = isPair ? 0x10000U + ((text[i] & 0x3FFU) << 10) + (text[i + 1] & 0x3FFU) : text[i];
+        bool const isPair = KZEncoding::IsHighSurrogate(text[i]);
+        code = isPair ? KZEncoding::JoinSurrogates(text[i], text[i + 1]) : text[i];
         break;
     }
     char name[16];

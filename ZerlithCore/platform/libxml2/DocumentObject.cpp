@@ -1,9 +1,9 @@
 #include "ZerlithCore/platform/libxml2/DocumentObject.h"
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/FileContent.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/platform/LastError.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Paths.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
@@ -93,8 +93,8 @@ bool DocumentObject::Load(std::u16string_view text) {
     std::string const bytes = Utf8Of(text);
     Fault fault;
     OwnedDoc doc = Parse(bytes, true, Home().keepsWhiteSpace, fault);
-    fault.position =
-        static_cast<std::uint32_t>(UnitsInUtf8(std::string_view(bytes).substr(0, fault.position)));
+    fault.position = static_cast<std::uint32_t>(
+        KZEncoding::UnitsInUtf8(std::string_view(bytes).substr(0, fault.position)));
     return Finish(std::move(doc), std::move(fault));
 }
 
@@ -109,7 +109,7 @@ bool DocumentObject::LoadFile(std::u16string_view path) {
         fault.reason = LastErrorReason();
     }
     if (!doc) fault.url = path;
-    if (doc) doc->URL = CopyOfText(UnitsToUtf8(path, Utf8Mode::Escape)).release();
+    if (doc) doc->URL = CopyOfText(KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape)).release();
     return Finish(std::move(doc), std::move(fault));
 }
 

@@ -3,8 +3,8 @@
 // if the thread has none.
 #include "ZerlithCore/platform/libxml2/Library.h"
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/FloatingPoint.h"
-#include "ZerlithCore/platform/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Memory.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
@@ -66,7 +66,7 @@ void Initialise() {
 }
 
 std::string Utf8Of(std::u16string_view text) {
-    std::string utf8 = UnitsToUtf8(text, Utf8Mode::Replace);
+    std::string utf8 = KZEncoding::UnitsToUtf8(text, KZEncoding::Utf8Mode::Replace);
     if (std::size_t const end = utf8.find('\0'); end != utf8.npos) utf8.resize(end);
     return utf8;
 }
@@ -80,7 +80,9 @@ OwnedText CopyOfText(std::string const & text) {
 
 void AskForMemory(std::size_t bytes) { std::free(Need(std::malloc(bytes))); }
 
-std::u16string UnitsOf(std::string_view utf8) { return Utf8ToUnits(utf8, Utf8Mode::Replace); }
+std::u16string UnitsOf(std::string_view utf8) {
+    return KZEncoding::Utf8ToUnits(utf8, KZEncoding::Utf8Mode::Replace);
+}
 
 std::u16string MessageOf(std::string_view message) {
     while (!message.empty() && (message.back() == '\n' || message.back() == ' ')) message.remove_suffix(1);

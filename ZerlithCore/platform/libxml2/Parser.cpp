@@ -12,7 +12,7 @@
 // a text, and nodes that come from an entity don't go through the handlers.
 #include "ZerlithCore/platform/libxml2/Parser.h"
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/libxml2/Limits.h"
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
@@ -156,7 +156,7 @@ void Locate(Fault & fault, std::string_view text, std::size_t at) {
     std::size_t const end = std::min(text.find_first_of("\r\n", at), text.size());
     std::string_view line = text.substr(start, end - start);
     if (line.ends_with('\r')) line.remove_suffix(1);
-    fault.column = Clamped(UnitsInUtf8(before.substr(start)) + 1);
+    fault.column = Clamped(KZEncoding::UnitsInUtf8(before.substr(start)) + 1);
     fault.sourceText = UnitsOf(line.substr(0, MaxSourceText));
 }
 

@@ -2,7 +2,8 @@
 // encoding of the locale is.
 #include "ZerlithCore/platform/Calendar.h"
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/encoding/WideText.h"
 
 #include <algorithm>
 #include <ctime>
@@ -11,33 +12,6 @@
 namespace KZPlatform {
 
 namespace {
-
-static_assert(sizeof(wchar_t) == 4, "a wide character holds any character");
-
-std::wstring ToWide(std::u16string_view units) {
-    std::wstring wide;
-    for (std::size_t i = 0; i < units.size(); ++i) {
-        bool const isPair =
-            (units[i] & 0xFC00) == 0xD800 && i + 1 < units.size() && (units[i + 1] & 0xFC00) == 0xDC00;
-        if (isPair) {
-            wide += static_cast<wchar_t>(((units[i] & 0x3FF) << 10 | (units[i + 1] & 0x3FF)) + 0x10000);
-            ++i;
-        } else {
-            wide += static_cast<wchar_t>(units[i]);
-        }
-    }
-    return wide;
-}
-
-std::u16string FromWide(std::wstring_view wide) {
-    std::u16string units;
-    for (wchar_t const character : wide) {
-        auto const code = static_cast<std::uint32_t>(character);
-        if (code > 0xFFFF) units += static_cast<char16_t>(0xD7C0 + (code >> 10));
-        units += static_cast<char16_t>(code > 0xFFFF ? 0xDC00 | (code & 0x3FF) : code);
-    }
-    return units;
-}
 
 // `zoneName` must live as long as the result.
 std::tm AsTm(CalendarTime const & time, ZoneMoment const & zone, std::string const & zoneName) noexcept {
@@ -57,17 +31,17 @@ std::tm AsTm(CalendarTime const & time, ZoneMoment const & zone, std::string con
 
 } // namespace
 
-std::optional<std::u16string> PrintCalendar(CalendarTime const & time, ZoneMoment const & zone,
-                                            std::u16string_view format, std::size_t limit) {
-    std::string const zoneName = UnitsToUtf8(zone.name, Utf8Mode::Replace);
+std::optional<std::u16string> FormatCalendar(CalendarTime const & time, ZoneMoment const & zone,
+                                             std::u16string_view format, std::size_t limit) {
+    std::string const zoneName = KZEncoding::UnitsToUtf8(zone.name, KZEncoding::Utf8Mode::Replace);
     std::tm const fields = AsTm(time, zone, zoneName);
     // One character in front tells an empty text from one that doesn't fit.
-    std::wstring const wideFormat = L'.' + ToWide(format);
+    std::wstring const wideFormat = L'.' + KZEncoding::ToWide(format);
     std::size_t const most = limit + 2;
     for (std::wstring buffer(std::min<std::size_t>(128, most), L'\0');;
          buffer.resize(std::min(buffer.size() * 4, most))) {
         std::size_t const length = std::wcsftime(buffer.data(), buffer.size(), wideFormat.c_str(), &fields);
-        if (length != 0) return FromWide(std::wstring_view(buffer).substr(1, length - 1));
+        if (length != 0) return KZEncoding::FromWide(std::wstring_view(buffer).substr(1, length - 1));
         if (buffer.size() == most) return std::nullopt;
     }
 }

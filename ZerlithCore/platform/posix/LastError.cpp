@@ -2,8 +2,8 @@
 // of the thread: an error object tells its text on demand, perhaps later and elsewhere.
 #include "ZerlithCore/platform/LastError.h"
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/Language.h"
-#include "ZerlithCore/platform/Utf8.h"
 
 #include <algorithm>
 #include <array>
@@ -96,8 +96,10 @@ std::optional<std::u16string> ErrorText(int number, long language) {
     if (IsPrivate(number)) return Texts().Text(number);
     if (!strerrordesc_np(number)) return std::nullopt;
     long const wanted = IsNeutralLanguage(language) ? ThreadLanguage() : language;
-    if (IsEnglish(wanted)) return Utf8ToUnits(strerrordesc_np(number), Utf8Mode::Replace);
-    return Utf8ToUnits(MessageLocale(LocaleOfLanguage(wanted)).Text(number), Utf8Mode::Replace);
+    if (IsEnglish(wanted))
+        return KZEncoding::Utf8ToUnits(strerrordesc_np(number), KZEncoding::Utf8Mode::Replace);
+    return KZEncoding::Utf8ToUnits(MessageLocale(LocaleOfLanguage(wanted)).Text(number),
+                                   KZEncoding::Utf8Mode::Replace);
 }
 
 } // namespace KZPlatform

@@ -7,10 +7,10 @@
 // since the loader calls the static constructors of modules under a lock of its own, and these may want a hold.
 #include "ZerlithCore/platform/Modules.h"
 
+#include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/ModuleHold.h"
 #include "ZerlithCore/platform/ModuleMessages.h"
-#include "ZerlithCore/platform/Utf8.h"
 
 #include <cerrno>
 #include <cstdint>
@@ -39,7 +39,7 @@ namespace fs = std::filesystem;
 // Where a path has directories it is made absolute, so that the library knows its place after the working directory
 // has changed.
 std::string LoaderPath(std::u16string_view path) {
-    std::string const bytes = UnitsToUtf8(path, Utf8Mode::Escape);
+    std::string const bytes = KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape);
     if (bytes.find('/') == std::string::npos || bytes.front() == '/') return bytes;
     std::error_code error;
     fs::path const absolute = fs::absolute(bytes, error);
@@ -54,7 +54,8 @@ void SetLoaderError(std::string const & path) {
     else if (S_ISDIR(status.st_mode))
         SetLastErrorNumber(EISDIR);
     else
-        SetLastErrorText(Utf8ToUnits(words ? words : "The library can't be loaded.", Utf8Mode::Replace));
+        SetLastErrorText(KZEncoding::Utf8ToUnits(words ? words : "The library can't be loaded.",
+                                                 KZEncoding::Utf8Mode::Replace));
 }
 
 constinit std::mutex heldLock;
@@ -176,15 +177,16 @@ std::u16string GetExecutablePath() {
     std::error_code error;
     fs::path const path = fs::read_symlink("/proc/self/exe", error);
     if (error) SetLastErrorNumber(error.value());
-    return Utf8ToUnits(path.native(), Utf8Mode::Escape);
+    return KZEncoding::Utf8ToUnits(path.native(), KZEncoding::Utf8Mode::Escape);
 }
 
 std::u16string GetModulePath(void const * address) {
     link_map const * const record = RecordOfAddress(address);
     if (!record) return {};
     // The program's own record has no name.
-    return record->l_name && *record->l_name ? Utf8ToUnits(record->l_name, Utf8Mode::Escape)
-                                             : GetExecutablePath();
+    return record->l_name && *record->l_name
+               ? KZEncoding::Utf8ToUnits(record->l_name, KZEncoding::Utf8Mode::Escape)
+               : GetExecutablePath();
 }
 
 bool IsInModule(void * module, void const * address) noexcept {

@@ -1,7 +1,7 @@
 // A path as the system's bytes.
 #pragma once
 
-#include "ZerlithCore/platform/Utf8.h"
+#include "ZerlithCore/encoding/Utf8.h"
 
 #include <string>
 #include <string_view>
@@ -11,9 +11,11 @@ namespace KZPlatform {
 /// The bytes of a path; empty, which names nothing, for a path with a 0 unit inside.
 inline std::string PathBytes(std::u16string_view path) {
     if (path.find(u'\0') != std::u16string_view::npos) return {};
-    return UnitsToUtf8(path, Utf8Mode::Escape);
+    return KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape);
 }
 
-inline std::u16string PathUnits(std::string_view bytes) { return Utf8ToUnits(bytes, Utf8Mode::Escape); }
+inline std::u16string PathUnits(std::string_view bytes) {
+    return KZEncoding::Utf8ToUnits(bytes, KZEncoding::Utf8Mode::Escape);
+}
 
 } // namespace KZPlatform

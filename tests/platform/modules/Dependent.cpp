@@ -1,5 +1,5 @@
 // A module without messages of its own that needs a library with some.
-#include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
 
 extern "C" int MessagesAnswer();
 extern "C" KZ_EXPORT int DependentAnswer() { return MessagesAnswer() + 1; }

@@ -1,5 +1,5 @@
 // A library with messages in two languages and one for all.
-#include "ZerlithCore/errors/KZModuleMessages.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
 
 KZ_MODULE_MESSAGES({1, KZLanguage::French, u"Bonjour, %s"}, {1, KZLanguage::EnglishUS, u"Good morning, %s"},
                    {2, KZLanguage::Neutral, u"OK"}, {2, KZLanguage::German, u"Gut"},

@@ -1,0 +1,33 @@
+/// @file
+/// Questions about single 16-bit units, and the two units of a character above U+FFFF.
+///
+///     bool const isPair = KZEncoding::IsHighSurrogate(text[i]) && KZEncoding::IsLowSurrogate(text[i + 1]);
+///     char32_t const code = isPair ? KZEncoding::JoinSurrogates(text[i], text[i + 1]) : text[i];
+#pragma once
+
+namespace KZEncoding {
+
+/// Stands for what can't be converted.
+inline constexpr char16_t ReplacementUnit = 0xFFFD;
+
+[[nodiscard]] constexpr bool IsSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFF800) == 0xD800; }
+[[nodiscard]] constexpr bool IsHighSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFFC00) == 0xD800; }
+[[nodiscard]] constexpr bool IsLowSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFFC00) == 0xDC00; }
+
+/// The character of a pair.
+[[nodiscard]] constexpr char32_t JoinSurrogates(char16_t high, char16_t low) noexcept {
+    return (static_cast<char32_t>(high & 0x3FF) << 10 | (low & 0x3FF)) + 0x10000;
+}
+
+/// The first and the second unit of a character above U+FFFF, which is at most U+10FFFF.
+[[nodiscard]] constexpr char16_t HighSurrogateOf(char32_t code) noexcept {
+    return static_cast<char16_t>(0xD7C0 + (code >> 10));
+}
+[[nodiscard]] constexpr char16_t LowSurrogateOf(char32_t code) noexcept {
+    return static_cast<char16_t>(0xDC00 | (code & 0x3FF));
+}
+
+/// A space or a tab.
+[[nodiscard]] constexpr bool IsBlank(char16_t unit) noexcept { return unit == u' ' || unit == u'\t'; }
+
+} // namespace KZEncoding

@@ -1,0 +1,64 @@
+// Lengths come from files, so a text is read in blocks: what a broken length claims beyond the end of the stream costs one
+// block and no more.
+#include "ZerlithCore/messages/DBMessage.h"
+
+#include "ZerlithCore/errors/KZErrorID.h"
+
+#include <algorithm>
+#include <istream>
+#include <optional>
+#include <ostream>
+#include <string>
+
+namespace {
+
+constexpr std::size_t numberBytes = 4;
+constexpr std::size_t blockBytes = 65536;
+
+void AppendNumber(std::string & out, std::uint32_t number) {
+    for (int shift = 24; shift >= 0; shift -= 8) out += static_cast<char>(number >> shift);
+}
+
+std::optional<std::uint32_t> ReadNumber(std::istream & stream) {
+    char bytes[numberBytes];
+    if (!stream.read(bytes, sizeof bytes)) return std::nullopt;
+    std::uint32_t number = 0;
+    for (char const byte : bytes) number = number << 8 | static_cast<unsigned char>(byte);
+    return number;
+}
+
+bool ReadBytes(std::istream & stream, std::size_t size, std::string & bytes) {
+    while (bytes.size() < size) {
+        std::size_t const begin = bytes.size(), step = std::min(size - begin, blockBytes);
+        bytes.resize(begin + step);
+        if (!stream.read(bytes.data() + begin, static_cast<std::streamsize>(step))) return false;
+    }
+    return true;
+}
+
+} // namespace
+
+DBMessage::~DBMessage() = default;
+
+std::ostream & operator<<(std::ostream & stream, DBMessage const & message) {
+    std::string const text = message.text_.AsMbString(message.converter_);
+    std::string record;
+    AppendNumber(record, static_cast<std::uint32_t>(message.id_));
+    AppendNumber(record, static_cast<std::uint32_t>(text.size()));
+    record += text;
+    return stream.write(record.data(), static_cast<std::streamsize>(record.size()));
+}
+
+std::istream & operator>>(std::istream & stream, DBMessage & message) {
+    message.position_ = stream.tellg();
+    message.text_.Clear();
+    std::optional<std::uint32_t> const id = ReadNumber(stream);
+    if (!id) return stream;
+    message.id_ = static_cast<std::int32_t>(*id);
+    std::optional<std::uint32_t> const length = ReadNumber(stream);
+    std::string bytes;
+    if (!length || !ReadBytes(stream, *length, bytes)) return stream;
+    // A converter may leave half a text behind.
+    if (message.text_.ConvertToUnicode(bytes.c_str(), message.converter_).Bad()) message.text_.Clear();
+    return stream;
+}

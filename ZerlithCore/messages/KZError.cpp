@@ -1,0 +1,72 @@
+#include "ZerlithCore/messages/KZError.h"
+
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/platform/LastError.h"
+
+// --- KZErrorID: its text needs a context, so it is made here.
+
+KZString KZErrorID::AsString() const {
+    if (error_.IsNull()) return u"SUCCESS";
+    KZString text;
+    static_cast<void>(error_->AsString(text, KZFormatContext()));
+    return text;
+}
+
+// --- KZError
+
+KZError::KZError(KZSmartPtrToConst<KZMessageSource> const & source, long code, Severity severity)
+    : KZErrorI(code, severity), formatter_(source) {}
+
+KZError::KZError(KZError const & other) = default;
+
+KZError & KZError::operator=(KZError const & other) = default;
+
+KZError::~KZError() = default;
+
+unsigned long KZError::AddRef() const { return count_.Increment(); }
+
+unsigned long KZError::Release() const {
+    unsigned long const left = count_.Decrement();
+    if (left == 0) delete this;
+    return left;
+}
+
+KZSmartPtr<KZObjectI> KZError::QueryInterface(int iuid) const {
+    if (iuid == 8) return KZSmartPtr<KZObjectI>(const_cast<KZError *>(this));
+    return KZObjectI::QueryInterface(iuid);
+}
+
+KZErrorID KZError::AsString(KZString & out, KZFormatContext const & context) const {
+    return formatter_->AsString(out, KZSmartPtrToConst<KZErrorI>(this), context);
+}
+
+// --- KZErrorString
+
+KZErrorString::KZErrorString(KZString const & text) : KZErrorI(-1, SeverityError), text_(text) {}
+
+KZErrorString::KZErrorString() : KZErrorI(0, SeverityError) {}
+
+KZErrorString::~KZErrorString() = default;
+
+unsigned long KZErrorString::AddRef() const { return count_.Increment(); }
+
+unsigned long KZErrorString::Release() const {
+    unsigned long const left = count_.Decrement();
+    if (left == 0) delete this;
+    return left;
+}
+
+KZSmartPtr<KZObjectI> KZErrorString::QueryInterface(int iuid) const {
+    return KZObjectI::QueryInterface(iuid);
+}
+
+KZErrorID KZErrorString::AsString(KZString & out, KZFormatContext const &) const {
+    out = text_;
+    return KZErrorID(0);
+}
+
+// --- KZWinLastError
+
+KZWinLastError::KZWinLastError()
+    : KZError(KZSmartPtrToConst<KZMessageSource>(new RCMessageTableSource(nullptr)),
+              KZPlatform::LastErrorNumber(), SeverityError) {}

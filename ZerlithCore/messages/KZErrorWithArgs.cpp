@@ -1,0 +1,108 @@
+// The arguments are variants whose index is the argument's type as callers know it.
+#include "ZerlithCore/foundation/KZDouble.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/time/KZDateTime.h"
+
+#include <variant>
+
+struct KZErrorWithArgs::Storage {
+    std::variant<std::monostate, double, int, long, KZString, KZDateTime, KZDouble> value;
+};
+
+namespace {
+
+KZString Formatted(char16_t const * format, auto value) {
+    KZString text;
+    text.Format(format, value);
+    return text;
+}
+
+// Makes the text of a value; one overload for each type.
+struct Printer {
+    KZString const & dateFormat;
+
+    KZString operator()(std::monostate) const { return {}; }
+    KZString operator()(double value) const { return Formatted(u"%f", value); }
+    KZString operator()(int value) const { return Formatted(u"%d", value); }
+    KZString operator()(long value) const { return Formatted(u"%ld", value); }
+    KZString operator()(KZString const & value) const { return value; }
+    KZString operator()(KZDateTime const & value) const {
+        return dateFormat.IsNull() ? value.AsString() : value.AsString(dateFormat);
+    }
+    KZString operator()(KZDouble const & value) const { return Formatted(u"%f", double{value}); }
+};
+
+} // namespace
+
+KZErrorWithArgs::KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
+                                 Severity severity)
+    : KZError(source, code, severity) {}
+
+KZErrorWithArgs::KZErrorWithArgs(KZErrorWithArgs const & other) = default;
+
+KZErrorWithArgs & KZErrorWithArgs::operator=(KZErrorWithArgs const & other) = default;
+
+KZErrorWithArgs::~KZErrorWithArgs() = default;
+
+unsigned long KZErrorWithArgs::AddRef() const { return count_.Increment(); }
+
+unsigned long KZErrorWithArgs::Release() const {
+    unsigned long const left = count_.Decrement();
+    if (left == 0) delete this;
+    return left;
+}
+
+int KZErrorWithArgs::GetIUID() const { return 9; }
+
+KZSmartPtr<KZObjectI> KZErrorWithArgs::QueryInterface(int iuid) const {
+    return KZObjectI::QueryInterface(iuid);
+}
+
+KZErrorID KZErrorWithArgs::AsString(KZString & out, KZFormatContext const & context) const {
+    return GetFormatter()->AsString(out, KZSmartPtrToConst<KZErrorI>(this), context);
+}
+
+unsigned int KZErrorWithArgs::GetParameterCount() const { return static_cast<unsigned int>(params_.size()); }
+
+KZErrorI::ErrorParamType KZErrorWithArgs::GetParameterType(unsigned int index) const {
+    return index < params_.size() ? static_cast<ErrorParamType>(params_[index].value.index()) : ParamNone;
+}
+
+void const * KZErrorWithArgs::GetParameterValue(unsigned int index) const {
+    if (index >= params_.size()) return nullptr;
+    return std::visit([](auto const & value) -> void const * { return &value; }, params_[index].value);
+}
+
+KZString KZErrorWithArgs::GetParameterValueAsString(unsigned int index, KZExecContext const & context) const {
+    if (index >= params_.size()) return {};
+    return std::visit(Printer{context.GetFormatContext().GetDateFormat()}, params_[index].value);
+}
+
+// Storing a KZDouble, and handing it out, goes through its copying, which applies the rule of zeros.
+template <class T>
+unsigned int KZErrorWithArgs::Append(T const & value) {
+    params_.push_back(Storage{value});
+    return static_cast<unsigned int>(params_.size() - 1);
+}
+
+unsigned int KZErrorWithArgs::AddParam(double const & value) { return Append(value); }
+unsigned int KZErrorWithArgs::AddParam(int const & value) { return Append(value); }
+unsigned int KZErrorWithArgs::AddParam(long const & value) { return Append(value); }
+unsigned int KZErrorWithArgs::AddParam(KZString const & value) { return Append(value); }
+unsigned int KZErrorWithArgs::AddParam(KZDateTime const & value) { return Append(value); }
+unsigned int KZErrorWithArgs::AddParam(KZDouble const & value) { return Append(value); }
+
+template <class T>
+bool KZErrorWithArgs::Get(T & out, unsigned int index) const {
+    T const * const value = index < params_.size() ? std::get_if<T>(&params_[index].value) : nullptr;
+    if (value) out = *value;
+    return value != nullptr;
+}
+
+bool KZErrorWithArgs::GetParam(double & out, unsigned int index) const { return Get(out, index); }
+bool KZErrorWithArgs::GetParam(int & out, unsigned int index) const { return Get(out, index); }
+bool KZErrorWithArgs::GetParam(long & out, unsigned int index) const { return Get(out, index); }
+bool KZErrorWithArgs::GetParam(KZString & out, unsigned int index) const { return Get(out, index); }
+bool KZErrorWithArgs::GetParam(KZDateTime & out, unsigned int index) const { return Get(out, index); }
+bool KZErrorWithArgs::GetParam(KZDouble & out, unsigned int index) const { return Get(out, index); }

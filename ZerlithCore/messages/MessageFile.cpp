@@ -1,0 +1,347 @@
+// A switch of language has two halves: `NearestLanguage` finds the language that there is a file of, `SwitchTo` makes it
+// the current one. A language whose file is in memory needs no look at the directory, so that switching back and forth
+// touches no disk.
+//
+// The current language and file name share their text with the record in memory once that is there. So a pointer into them
+// stays good when the language is switched.
+#include "ZerlithCore/messages/MessageFile.h"
+
+#include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/diagnostics/KZLockedCOUT.h"
+#include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/files/KZPath.h"
+#include "ZerlithCore/messages/DBMessage.h"
+#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/platform/Files.h"
+#include "ZerlithCore/platform/LastError.h"
+#include "ZerlithCore/platform/Process.h"
+
+#include <algorithm>
+#include <ostream>
+#include <sstream>
+#include <string_view>
+#include <utility>
+
+namespace {
+
+enum : long { InvalidLanguage = 2, NoFileName = 3, NoCodePage = 4, NoMessage = 5, NoFile = 6 };
+
+struct CodePage {
+    char16_t const * language;
+    std::uint32_t number;
+};
+
+constexpr CodePage codePages[] = {{u"jpn", 932}, {u"kor", 949}, {u"cht", 950}, {u"chs", 936}};
+
+constexpr char16_t const * lastResort = u"enu";
+
+KZErrorID Failure(long code, KZString const & argument) {
+    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code);
+    KZErrorID const id(error);
+    error->AddParam(argument);
+    return id;
+}
+
+// The spelling seldom differs, and telling that is cheaper than comparing letters.
+bool IsSame(KZString const & a, KZString const & b) { return a == b || a.IsEqual(b, KZString::IgnoreCase); }
+
+// The files of a directory, sorted. False when it can't be read.
+bool ListFiles(KZString const & directory, std::vector<KZString> & names) {
+    std::vector<KZPlatform::DirectoryEntry> entries;
+    bool const isRead = KZPlatform::ListDirectory(std::u16string_view(directory), entries);
+    for (KZPlatform::DirectoryEntry const & entry : entries)
+        if (entry.kind == KZPlatform::PathKind::File) names.emplace_back(entry.name);
+    std::sort(names.begin(), names.end());
+    return isRead;
+}
+
+// The path under which the file really stands: as it is, or the first in the directory that differs by case only. A
+// path that isn't there at all is left as it is.
+KZString RealPath(KZString const & path) {
+    if (KZPlatform::KindOfPath(std::u16string_view(path)) == KZPlatform::PathKind::File) return path;
+    KZPath const parts(path);
+    KZString const wanted = parts.GetFileName();
+    std::vector<KZString> names;
+    ListFiles(parts.GetDirectory(), names);
+    auto const found =
+        std::ranges::find_if(names, [&](KZString const & name) { return IsSame(name, wanted); });
+    return found == names.end() ? path : KZPath(parts.GetDirectory(), *found).AsString();
+}
+
+// All of the file, but no more than it had when it was opened: what never ends has no size.
+bool ReadFile(KZString const & path, std::string & bytes) {
+    constexpr std::size_t blockBytes = 65536;
+    KZPlatform::FileHandle file;
+    if (!file.Open(std::u16string_view(path), KZPlatform::FileAccess::Read,
+                   KZPlatform::FileCreation::OpenExisting))
+        return false;
+    std::size_t left = static_cast<std::size_t>(std::max<std::int64_t>(file.Size(), 0));
+    while (left != 0) {
+        std::size_t const begin = bytes.size();
+        std::size_t count = 0;
+        bytes.resize(begin + std::min(left, blockBytes));
+        if (!file.Read(bytes.data() + begin, bytes.size() - begin, count)) return false;
+        bytes.resize(begin + count);
+        if (count == 0) break;
+        left -= count;
+    }
+    return true;
+}
+
+// False when the last record is cut: it would take what is written behind it for its text.
+bool EndsWithARecord(std::string_view bytes) {
+    constexpr std::size_t numberBytes = 4, headBytes = 2 * numberBytes;
+    while (bytes.size() >= headBytes) {
+        std::size_t length = 0;
+        for (char const byte : bytes.substr(numberBytes, numberBytes))
+            length = length << 8 | static_cast<unsigned char>(byte);
+        bytes.remove_prefix(headBytes);
+        if (length > bytes.size()) return false;
+        bytes.remove_prefix(length);
+    }
+    return bytes.empty();
+}
+
+} // namespace
+
+KZSmartPtr<MessageFile> MessageFile::Create(KZString const & path, KZString const & prefix) {
+    return KZSmartPtr<MessageFile>(new MessageFile(path, prefix));
+}
+
+unsigned long MessageFile::Release() const {
+    unsigned long const left = count_.Decrement();
+    if (left == 0) delete this;
+    return left;
+}
+
+KZErrorID MessageFile::SetLanguage(KZString const & language) {
+    if (language.IsNull()) return KZErrorID(new KZError(glbKZOREMsgSourceP, InvalidLanguage));
+    if (IsSame(language, language_) || IsSame(language, standIn_)) return KZErrorID(0);
+    KZString const nearest = IsInMemory(language) ? language : NearestLanguage(language);
+    KZErrorID id(0);
+    if (nearest.IsNull()) {
+        if (IsSame(language, lastResort)) return id;
+        id = SetLanguage(lastResort);
+    } else if (!IsSame(nearest, language_)) {
+        id = SwitchTo(nearest);
+    }
+    if (id.Good() && IsOpen() && !IsSame(language, language_)) standIn_ = language;
+    return id;
+}
+
+bool MessageFile::Open(int mode) {
+    if (fileName_.IsNull()) Tell({true, u"Invalid (empty) message file name"});
+    switch (mode) {
+    case Read: return OpenForReading();
+    case Write: return OpenForWriting(KZPlatform::FileAccess::Write, KZPlatform::FileCreation::CreateAlways);
+    case Append: return OpenForWriting(KZPlatform::FileAccess::Append, KZPlatform::FileCreation::OpenAlways);
+    default: return false;
+    }
+}
+
+void MessageFile::Tell(Notice notice) {
+    if (deferred_)
+        deferred_->push_back(std::move(notice));
+    else
+        Say(notice);
+}
+
+// A fatal error stops nothing: the words are the users', going on is what callers rely on.
+void MessageFile::Say(Notice const & notice) {
+    KZLockedCOUT const lock;
+    if (notice.isFatal) {
+        KZGetConsole() << L"\nMessage Library Fatal Error: " << notice.about
+                       << L": stopping program execution" << std::endl;
+    } else if (GlbGetTraceLevel() != 0) {
+        KZLockedCOUT::GetCout(1) << L"[MSGLib Warning]: " << notice.about
+                                 << L": The codepage number doesn't seem to be valid (installed ?)."
+                                 << std::endl;
+    }
+}
+
+bool MessageFile::Close() {
+    writer_.Close();
+    isWriting_ = false;
+    fileName_.Clear();
+    SetLanguageCode(KZString());
+    return true;
+}
+
+void MessageFile::Reload() {
+    Close();
+    files_.clear();
+}
+
+KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
+    if (!writer_.IsOpen()) return KZErrorID(new KZError(glbKZOREMsgSourceP, NoFile));
+    std::ostringstream record;
+    record.exceptions(std::ios_base::badbit); // Without memory it would hold a part.
+    record << DBMessage(id, text, ConverterOf(language_));
+    std::string const bytes = std::move(record).str();
+    std::int64_t const end = writer_.Size();
+    std::size_t written = 0;
+    if (writer_.Write(bytes.data(), bytes.size(), written)) return KZErrorID(0);
+    int const reason = KZPlatform::LastErrorNumber();
+    // Takes a part of the record back, which would swallow those behind it, unless others have written meanwhile.
+    bool const isOurs = written != 0 && writer_.Size() == end + static_cast<std::int64_t>(written);
+    if (isOurs && writer_.Truncate(end)) writer_.Seek(end, KZPlatform::FileOrigin::Begin);
+    KZPlatform::SetLastErrorNumber(reason);
+    return KZErrorID(new KZWinLastError);
+}
+
+KZErrorID MessageFile::FetchMessage(KZString & out, long code) const {
+    for (OpenFile const & file : files_) {
+        if (!(file.language == language_) || !(file.fileName == fileName_)) continue;
+        if (auto const found = file.index.find(code); found != file.index.end()) {
+            out = found->second;
+            return KZErrorID(0);
+        }
+        break;
+    }
+    out.Clear();
+    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, NoMessage);
+    KZErrorID const id(error);
+    error->AddParam(code);
+    error->AddParam(fileName_);
+    return id;
+}
+
+bool MessageFile::BuildFileIndex(Index & index, std::istream & stream) const {
+    stream.clear();
+    stream.seekg(0);
+    for (DBMessage message(converter_); stream >> message;) index.emplace(message.GetId(), message.GetText());
+    return true;
+}
+
+std::vector<KZString> const & MessageFile::GetAvailableLanguages(bool refresh) {
+    if (!refresh && !languages_.empty()) return languages_;
+    languages_.clear();
+    std::vector<KZString> names;
+    if (!ListFiles(KZPath(directory_).MakeComplete().AsString(), names))
+        Tell({true, u"Unable to open directory " + directory_});
+    KZString prefix = prefix_;
+    prefix.Lower();
+    for (KZString & name : names) {
+        name.Lower();
+        KZString const language = LanguageOf(name);
+        bool const counts = name.Find(prefix) != KZString::npos && KZPath(name).GetExtension() == u"lan";
+        if (counts && !language.IsNull()) languages_.push_back(language);
+    }
+    return languages_;
+}
+
+KZString MessageFile::LanguageOf(KZString const & fileName) {
+    std::uint32_t const first = fileName.Find(u'.');
+    if (first == KZString::npos) return {};
+    std::uint32_t const second = fileName.Find(u'.', first + 1);
+    return second == KZString::npos ? KZString() : fileName.SubStr(first + 1, second - first - 1);
+}
+
+KZSmartPtr<KZStringConverter> MessageFile::ConverterOf(KZString const & language) {
+    for (CodePage const & page : codePages)
+        if (IsSame(language, page.language))
+            return KZSmartPtr<KZStringConverter>(new KZMbCodePageConverter(page.number));
+    return {};
+}
+
+KZString MessageFile::GetMessageFileName(KZString const & language) const {
+    KZString name;
+    name.Format(u"%s.%s.LAN", prefix_.c_str(), language.c_str());
+    KZPath path(directory_, name);
+    if (!path.IsComplete() && KZPlatform::GetWorkingDirectory().empty()) return {};
+    return path.MakeComplete().AsString();
+}
+
+void MessageFile::SetLanguageCode(KZString const & language) {
+    language_ = language;
+    standIn_.Clear();
+}
+
+MessageFile::OpenFile const * MessageFile::FindLanguage() const {
+    auto const found =
+        std::ranges::find_if(files_, [this](OpenFile const & file) { return file.language == language_; });
+    return found == files_.end() ? nullptr : &*found;
+}
+
+MessageFile::OpenFile const * MessageFile::FindFile(KZString const & fileName) const {
+    auto const found =
+        std::ranges::find_if(files_, [&](OpenFile const & file) { return file.fileName == fileName; });
+    return found == files_.end() ? nullptr : &*found;
+}
+
+bool MessageFile::IsInMemory(KZString const & language) const {
+    if (files_.empty()) return false;
+    OpenFile const * const file = FindFile(GetMessageFileName(language));
+    return file && file->language == language;
+}
+
+/// The language if there is a file of it, else the nearest that there is one of; empty when there is none.
+KZString MessageFile::NearestLanguage(KZString const & language) {
+    // Looks twice, since somebody may just be putting another file in the place of the old one.
+    for (int look = 0; look < 2; ++look)
+        if (std::ranges::any_of(GetAvailableLanguages(true),
+                                [&](KZString const & e) { return IsSame(e, language); }))
+            return language;
+    KZString const family = language.SubStr(0, 2);
+    auto const found = std::ranges::find_if(
+        languages_, [&](KZString const & entry) { return IsSame(entry.SubStr(0, 2), family); });
+    return found == languages_.end() ? KZString() : *found;
+}
+
+/// Without memory the former language stays: the new one would count as set, and asking for it again would do nothing.
+KZErrorID MessageFile::SwitchTo(KZString const & language) {
+    KZString const fileName = GetMessageFileName(language);
+    if (fileName.IsNull()) return Failure(NoFileName, language);
+    KZString const formerLanguage = language_, formerName = fileName_, formerStandIn = standIn_;
+    KZSmartPtr<KZStringConverter> const formerConverter = converter_;
+    try {
+        return OpenLanguage(language, fileName);
+    } catch (...) {
+        language_ = formerLanguage;
+        fileName_ = formerName;
+        standIn_ = formerStandIn;
+        converter_ = formerConverter;
+        throw;
+    }
+}
+
+KZErrorID MessageFile::OpenLanguage(KZString const & language, KZString const & fileName) {
+    if (IsOpen()) Close();
+    SetLanguageCode(language);
+    fileName_ = fileName;
+    KZSmartPtr<KZStringConverter> const former = converter_;
+    converter_ = ConverterOf(language);
+    if (!converter_.IsNull() && !converter_->IsValid()) {
+        Tell({false, language});
+        return Failure(NoCodePage, language);
+    }
+    if (Open(Read)) return KZErrorID(0);
+    converter_ = former;
+    return Failure(InvalidLanguage, language);
+}
+
+bool MessageFile::OpenForReading() {
+    if (OpenFile const * const file = FindFile(fileName_)) {
+        fileName_ = file->fileName;
+        if (file->language == language_) language_ = file->language;
+        return true;
+    }
+    std::string bytes;
+    if (!ReadFile(RealPath(fileName_), bytes)) return false;
+    std::istringstream stream(std::move(bytes));
+    OpenFile file{language_, fileName_, {}};
+    BuildFileIndex(file.index, stream);
+    files_.push_back(std::move(file));
+    return IsOpen();
+}
+
+bool MessageFile::OpenForWriting(KZPlatform::FileAccess access, KZPlatform::FileCreation creation) {
+    bool const appends = access == KZPlatform::FileAccess::Append;
+    KZString const path = RealPath(fileName_);
+    std::string bytes;
+    writer_.Close();
+    if (appends && ReadFile(path, bytes) && !EndsWithARecord(bytes)) return false;
+    if (!writer_.Open(std::u16string_view(path), access, creation)) return false;
+    isWriting_ = isWriting_ || appends;
+    return IsOpen();
+}
