@@ -2,8 +2,9 @@
 /// The one macro that marks what the shared library, or a plug-in, shows to others.
 #pragma once
 
-#if defined(_WIN32)
-#define KZ_EXPORT __declspec(dllexport)
-#else
+// Told by the format of programs, so that no room beside platform/ asks for the system.
+#if defined(__ELF__)
 #define KZ_EXPORT __attribute__((visibility("default")))
+#else
+#define KZ_EXPORT __declspec(dllexport)
 #endif

@@ -22,7 +22,6 @@ constexpr bool IsWhiteSpace(char16_t unit) {
            unit == u'\u2029' || unit == u'\u205F' || unit == u'\u3000';
 }
 
-
 /// The text without the units at its end for which `isDropped` is true.
 template <class Predicate>
 KZString WithoutTail(std::u16string_view text, Predicate isDropped) {
