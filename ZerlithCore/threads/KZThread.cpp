@@ -35,7 +35,7 @@ std::size_t StackBytes() {
 enum class Wait : unsigned char { Done, NotInTable, OnItself };
 
 /// Waits as `KZThread::WaitForThread`, and takes the thread out of the table.
-Wait AwaitEnd(unsigned long id, std::uint32_t timeout) {
+Wait AwaitEnd(unsigned long id, std::uint32_t timeout) noexcept {
     KZThreadTable & table = KZThreadTable::Get();
     bool const isOwn = id == KZPlatform::CurrentThreadId();
     bool hasEnded = false;
@@ -93,7 +93,7 @@ KZThread::~KZThread() {
     if (IsCurrent())
         LeaveRun();
     else
-        Join();
+        JoinFromOther();
 }
 
 unsigned long KZThread::Release() const {
@@ -146,6 +146,12 @@ void KZThread::Join() {
         joined_ = true;
         return;
     }
+    JoinFromOther();
+}
+
+void KZThread::JoinFromOther() noexcept {
+    KZThread_t const id = GetThreadId();
+    if (id == 0UL) return;
     KZGuard<KZCriticalSection> const joinGuard(joining_);
     // Waits by the handle first: an exit function may have removed the thread from the table while it still runs.
     KZPlatform::WaitForThreadEnd(handle_.get(), KZPlatform::waitForever);

@@ -146,6 +146,7 @@ private:
     [[nodiscard]] bool IsCurrent() const noexcept;
     void RunBody() noexcept;
     void RunExitFunctions(Run const & run) noexcept;
+    void JoinFromOther() noexcept;
     void LeaveRun() noexcept;
     void DropCallbacks() noexcept;
     void EndRun() noexcept;

@@ -109,8 +109,8 @@ private:
     }
 
     [[nodiscard]] std::span<Edge const> Below(xmlNode * parent) const {
-        auto const [first, last] = std::ranges::equal_range(edges_, parent, {}, &Edge::parent);
-        return {first, last};
+        auto const first = std::ranges::lower_bound(edges_, parent, {}, &Edge::parent);
+        return {first, std::ranges::upper_bound(first, edges_.end(), parent, {}, &Edge::parent)};
     }
 
     void NumberPlaces() {

@@ -48,7 +48,10 @@ bool FollowLinks(std::string & path, bool & isKernelLink) {
         isKernelLink = folder.IsOpen() && IsOfKernel(folder.Get());
         if (isKernelLink) return true;
         std::string const target(text, static_cast<std::size_t>(length));
-        path = target.starts_with('/') ? target : std::string(FolderPart(path)) + target;
+        if (target.starts_with('/'))
+            path = target;
+        else
+            path.replace(FolderPart(path).size(), std::string::npos, target);
     }
     return Fail(ELOOP);
 }
