@@ -12,7 +12,10 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
   find_program(ZERLITHCORE_CCACHE ccache)
   mark_as_advanced(ZERLITHCORE_CCACHE)
-  if(ZERLITHCORE_CCACHE)
+  if(ZERLITHCORE_CCACHE AND ZERLITHCORE_PRECOMPILE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+      "${CMAKE_COMMAND}" -E env CCACHE_SLOPPINESS=pch_defines,time_macros,include_file_mtime,include_file_ctime "${ZERLITHCORE_CCACHE}")
+  elseif(ZERLITHCORE_CCACHE)
     set(CMAKE_CXX_COMPILER_LAUNCHER "${ZERLITHCORE_CCACHE}")
   endif()
 endif()
@@ -30,6 +33,21 @@ if(ZERLITHCORE_SANITIZE)
     -fsanitize=${ZERLITHCORE_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=undefined)
   target_link_options(zerlithcore_sanitize INTERFACE -fsanitize=${ZERLITHCORE_SANITIZE})
 endif()
+
+# The headers that most sources include. A build without them shows which source forgets to include what it uses.
+set(ZERLITHCORE_STANDARD_HEADERS
+  <algorithm> <array> <atomic> <cstdint> <functional> <map> <memory> <new> <optional> <ostream> <span> <string>
+  <string_view> <unordered_map> <utility> <vector>)
+
+# zerlithcore_precompile(TARGET PRIVATE HEADER... | REUSE_FROM OTHER): precompiles headers for a target, where the build
+# asks for it.
+function(zerlithcore_precompile target)
+  if(ZERLITHCORE_PRECOMPILE)
+    target_precompile_headers(${target} ${ARGN})
+    # Without this, GCC hides the included headers from a compiler cache.
+    target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fpch-preprocess>)
+  endif()
+endfunction()
 
 # zerlithcore_room(SOURCES ... HEADERS ...): adds one folder of the library. Headers named here are installed.
 function(zerlithcore_room)
@@ -54,6 +72,14 @@ function(zerlithcore_test name)
   endif()
   target_link_libraries(test_${name} PRIVATE
     ${TEST_LIBRARIES} GTest::gtest_main zerlithcore_warnings zerlithcore_sanitize)
+  # All test programs share what the first one precompiles.
+  get_property(owner GLOBAL PROPERTY ZERLITHCORE_TEST_HEADERS)
+  if(owner)
+    zerlithcore_precompile(test_${name} REUSE_FROM ${owner})
+  else()
+    zerlithcore_precompile(test_${name} PRIVATE ${ZERLITHCORE_STANDARD_HEADERS} <gtest/gtest.h>)
+    set_property(GLOBAL PROPERTY ZERLITHCORE_TEST_HEADERS test_${name})
+  endif()
   # The library's own fault handlers take precedence over the sanitizer's, and threads get an alternate stack from us.
   set(plain "handle_segv=0:handle_sigbus=0:handle_sigfpe=0:handle_sigill=0:use_sigaltstack=0")
   if(ZERLITHCORE_SANITIZE MATCHES thread)
