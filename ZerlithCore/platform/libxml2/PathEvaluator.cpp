@@ -182,20 +182,7 @@ PathNodes PathEvaluator::Start(PathExpression const & path, PathContext const & 
 PathNodes PathEvaluator::Take(PathStep const & step, PathNodes from, Want want) {
     if (std::ranges::any_of(step.predicates, &PathExpression::IsPositional))
         return TakeWithPositions(step, from);
-    if (from.list.size() == 1 || LeadsToDistinctNodes(step.axis)) {
-        PathNodes found = NothingFrom(from, step.axis);
-        bool const isReverse = IsReverse(step.axis);
-        bool const mayStop = want == Want::Any || (want == Want::First && found.isOrdered && !isReverse);
-        for (PathNode const & start : from.list) {
-            WalkAxis(step.axis, start, budget_, [&](PathNode const & node) {
-                if (Accepts(step, node)) found.list.push_back(node);
-                return !mayStop || found.list.empty();
-            });
-            if (mayStop && !found.list.empty()) break;
-        }
-        if (isReverse) std::ranges::reverse(found.list);
-        return found;
-    }
+    if (from.list.size() == 1 || LeadsToDistinctNodes(step.axis)) return TakeEach(step, from, want);
     switch (step.axis) {
     case PathAxis::Descendant:
     case PathAxis::DescendantOrSelf: return TakeBelow(step, std::move(from), want);
@@ -211,6 +198,22 @@ PathNodes PathEvaluator::Take(PathStep const & step, PathNodes from, Want want) 
     }
     default: return TakeUpwards(step, from);
     }
+}
+
+// Walks from each node by itself, since no two walks find the same node.
+PathNodes PathEvaluator::TakeEach(PathStep const & step, PathNodes const & from, Want want) {
+    PathNodes found = NothingFrom(from, step.axis);
+    bool const isReverse = IsReverse(step.axis);
+    bool const mayStop = want == Want::Any || (want == Want::First && found.isOrdered && !isReverse);
+    for (PathNode const & start : from.list) {
+        WalkAxis(step.axis, start, budget_, [&](PathNode const & node) {
+            if (Accepts(step, node)) found.list.push_back(node);
+            return !mayStop || found.list.empty();
+        });
+        if (mayStop && !found.list.empty()) break;
+    }
+    if (isReverse) std::ranges::reverse(found.list);
+    return found;
 }
 
 // Takes descendants. A node below one that was walked is skipped, since the walk has visited its descendants already. The walk

@@ -71,7 +71,7 @@ private:
     PathNodes EvaluatePath(PathExpression const & path, PathContext const & context, Want want);
     PathNodes Start(PathExpression const & path, PathContext const & context);
     PathNodes Take(PathStep const & step, PathNodes from, Want want);
-    PathNodes TakeEach(PathStep const & step, PathNodes const & from);
+    PathNodes TakeEach(PathStep const & step, PathNodes const & from, Want want);
     PathNodes TakeBelow(PathStep const & step, PathNodes from, Want want);
     PathNodes TakeUpwards(PathStep const & step, PathNodes const & from);
     PathNodes TakeSiblings(PathStep const & step, PathNodes from);
@@ -95,7 +95,10 @@ private:
     [[nodiscard]] std::string NameOfArgument(PathExpression const & call, PathContext const & context);
     [[nodiscard]] PathNodes FindIds(PathExpression const & call, PathContext const & context);
     [[nodiscard]] bool HasLanguage(PathExpression const & call, PathContext const & context);
+    [[nodiscard]] std::string Concat(PathExpression const & call, PathContext const & context);
     [[nodiscard]] std::string Substring(PathExpression const & call, PathContext const & context);
+    [[nodiscard]] std::string SubstringAfter(PathExpression const & call, PathContext const & context);
+    [[nodiscard]] std::string SubstringBefore(PathExpression const & call, PathContext const & context);
     [[nodiscard]] std::size_t Find(std::string_view text, std::string_view part);
     [[nodiscard]] double Sum(PathNodes const & nodes);
 

@@ -104,15 +104,7 @@ PathValue PathEvaluator::Call(PathExpression const & call, PathContext const & c
     case PathFunction::External: return CallHost(call, context);
     case PathFunction::Boolean: return IsTrue(call.operands.front(), context);
     case PathFunction::Ceiling: return std::ceil(number());
-    case PathFunction::Concat: {
-        std::string all;
-        for (std::size_t i = 0; i < call.operands.size(); ++i) {
-            std::string const part = text(i);
-            budget_.SpendOnMaking(part.size());
-            all += part;
-        }
-        return all;
-    }
+    case PathFunction::Concat: return Concat(call, context);
     case PathFunction::Contains: {
         std::string const whole = text(0);
         return Find(whole, text(1)) != whole.npos;
@@ -146,17 +138,8 @@ PathValue PathEvaluator::Call(PathExpression const & call, PathContext const & c
         return static_cast<double>(CharactersIn(whole));
     }
     case PathFunction::Substring: return Substring(call, context);
-    case PathFunction::SubstringAfter: {
-        std::string const whole = text(0);
-        std::string const mark = text(1);
-        std::size_t const place = Find(whole, mark);
-        return place == whole.npos ? std::string() : whole.substr(place + mark.size());
-    }
-    case PathFunction::SubstringBefore: {
-        std::string const whole = text(0);
-        std::size_t const place = Find(whole, text(1));
-        return place == whole.npos ? std::string() : whole.substr(0, place);
-    }
+    case PathFunction::SubstringAfter: return SubstringAfter(call, context);
+    case PathFunction::SubstringBefore: return SubstringBefore(call, context);
     case PathFunction::Sum: return Sum(NodesArgument(call, context));
     case PathFunction::Translate: {
         std::string const whole = text(0);
@@ -258,6 +241,16 @@ bool PathEvaluator::HasLanguage(PathExpression const & call, PathContext const &
     return false;
 }
 
+std::string PathEvaluator::Concat(PathExpression const & call, PathContext const & context) {
+    std::string all;
+    for (std::size_t i = 0; i < call.operands.size(); ++i) {
+        std::string const part = TextArgument(call, i, context);
+        budget_.SpendOnMaking(part.size());
+        all += part;
+    }
+    return all;
+}
+
 // Characters count from 1. The second argument, rounded, is the first character; the third one, rounded, their number.
 std::string PathEvaluator::Substring(PathExpression const & call, PathContext const & context) {
     std::string const whole = TextArgument(call, 0, context);
@@ -278,6 +271,19 @@ std::string PathEvaluator::Substring(PathExpression const & call, PathContext co
         if (place >= start && first == whole.size()) first = i;
     }
     return first < last ? whole.substr(first, last - first) : std::string();
+}
+
+std::string PathEvaluator::SubstringAfter(PathExpression const & call, PathContext const & context) {
+    std::string const whole = TextArgument(call, 0, context);
+    std::string const mark = TextArgument(call, 1, context);
+    std::size_t const place = Find(whole, mark);
+    return place == whole.npos ? std::string() : whole.substr(place + mark.size());
+}
+
+std::string PathEvaluator::SubstringBefore(PathExpression const & call, PathContext const & context) {
+    std::string const whole = TextArgument(call, 0, context);
+    std::size_t const place = Find(whole, TextArgument(call, 1, context));
+    return place == whole.npos ? std::string() : whole.substr(0, place);
 }
 
 // Finds `part`. Each place where the first byte matches spends from the budget: there may be many such places, and each takes

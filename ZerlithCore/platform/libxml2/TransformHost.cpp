@@ -158,26 +158,33 @@ void TransformHost::SpendOnSiblings(xmlNode * node) {
 
 void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each) {
     for (PathNode const & top : nodes.list) {
-        int depth = 0;
-        xmlNode * const end = top.node;
         if (each == CopiedNode && top.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
-        if (top.declaration || top.IsAttribute()) continue;
-        for (xmlNode * at = end; at;) {
-            budget_.Spend(each);
-            if (at->type != XML_ELEMENT_NODE) {
-                budget_.SpendOnMaking(View(at->content).size());
-            } else if (each == CopiedNode) {
-                for (xmlAttr const * own = at->properties; own; own = own->next) budget_.Spend(each);
-                for (xmlNs const * own = at->nsDef; own; own = own->next) budget_.Spend(each);
-            }
-            if (xmlNode * const child = FirstBelow(at)) {
-                if (++depth > MaxDepth) throw PathFailure::Nesting;
-                at = child;
-                continue;
-            }
-            for (; at != end && !at->next; at = at->parent) --depth;
-            at = at == end ? nullptr : at->next;
+        if (!top.declaration && !top.IsAttribute()) SpendOnSubtree(top.node, each);
+    }
+}
+
+void TransformHost::SpendOnSubtree(xmlNode * top, std::uint64_t each) {
+    int depth = 0;
+    for (xmlNode * at = top; at;) {
+        SpendOnNode(*at, each);
+        if (xmlNode * const child = FirstBelow(at)) {
+            if (++depth > MaxDepth) throw PathFailure::Nesting;
+            at = child;
+            continue;
         }
+        for (; at != top && !at->next; at = at->parent) --depth;
+        at = at == top ? nullptr : at->next;
+    }
+}
+
+// An element is copied with its attributes and declarations.
+void TransformHost::SpendOnNode(xmlNode const & node, std::uint64_t each) {
+    budget_.Spend(each);
+    if (node.type != XML_ELEMENT_NODE) {
+        budget_.SpendOnMaking(View(node.content).size());
+    } else if (each == CopiedNode) {
+        for (xmlAttr const * own = node.properties; own; own = own->next) budget_.Spend(each);
+        for (xmlNs const * own = node.nsDef; own; own = own->next) budget_.Spend(each);
     }
 }
 

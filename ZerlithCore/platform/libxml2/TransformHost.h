@@ -45,6 +45,8 @@ private:
     void SpendOnKeys(PathValue const & value);
     void SpendOnSiblings(xmlNode * node);
     void SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each);
+    void SpendOnSubtree(xmlNode * top, std::uint64_t each);
+    void SpendOnNode(xmlNode const & node, std::uint64_t each);
     [[nodiscard]] std::uint64_t AttributesAtWork() const noexcept;
     void SpendOnNumbering(xmlNode * node, bool isAnyLevel);
     void SpendOnSorting(PathNodes const & nodes);
