@@ -122,7 +122,7 @@ TEST(KZString, EditsAndSearchesAsAModelDoes) {
 TEST(KZString, FindsTheTerminatorAndTheNeedleAtEveryOffset) {
     alignas(4096) static char16_t page[2048]; // each scan ends with the page or in front of it
     for (std::size_t length = 0; length < 70; ++length) {
-        for (std::size_t behind : {0, 1, 2, 3, 7, 8, 9, 2047 - 70}) {
+        for (std::size_t behind : {0U, 1U, 2U, 3U, 7U, 8U, 9U, 2047U - 70U}) {
             std::ranges::fill(page, u'.');
             char16_t * const end = page + 2047 - behind;
             *end = u'\0';

@@ -41,6 +41,8 @@ void operator delete(void * block, std::size_t) noexcept { std::free(block); }
 
 #else
 
+// The functions must be visible to the library, which calls them instead of those of the C library.
+#pragma GCC visibility push(default)
 extern "C" {
 
 void * __libc_malloc(std::size_t size);
@@ -60,5 +62,6 @@ int pthread_create(pthread_t * thread, pthread_attr_t const * attributes, void *
 }
 
 } // extern "C"
+#pragma GCC visibility pop
 
 #endif
