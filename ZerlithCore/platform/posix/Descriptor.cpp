@@ -1,3 +1,4 @@
+// Functions on open files and folders that several sources use.
 #include "ZerlithCore/platform/posix/Descriptor.h"
 
 #include <fcntl.h>
