@@ -1,3 +1,4 @@
+// Blocks and their sharing, and the functions that change a text.
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/foundation/KZMemory.h"

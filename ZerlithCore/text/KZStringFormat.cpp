@@ -1,3 +1,4 @@
+// KZString::Format: the printf-style formatter.
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZString.h"
 

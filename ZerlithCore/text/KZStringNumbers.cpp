@@ -1,3 +1,4 @@
+// KZString::AsInt, AsDouble and the like: numbers from text.
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/platform/Numbers.h"
