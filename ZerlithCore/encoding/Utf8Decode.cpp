@@ -1,7 +1,7 @@
-// The fast loop works on blocks of 16 bytes. For every byte it computes the unit that a character starting there
-// would have, and then drops the results at continuation bytes, without a branch. Deciding by a branch how long each
-// character is would be slow in texts that mix scripts, since the processor predicts such branches badly. An example
-// with a block of four bytes, for the text "aé1":
+// UTF-8 to units. The fast loop works on blocks of 16 bytes. For every byte it computes the unit that a character
+// starting there would have, and then drops the results at continuation bytes, without a branch. Deciding by a branch
+// how long each character is would be slow in texts that mix scripts, since the processor predicts such branches
+// badly. An example with a block of four bytes, for the text "aé1":
 //
 //     bytes                  61    C3    A9    31
 //     unit if it started     61    E9     -    31

@@ -1,4 +1,5 @@
-// The fast loops encode blocks of ASCII, and blocks of eight units without surrogates; EncodeOne handles the rest.
+// Units to UTF-8. The fast loops encode blocks of ASCII, and blocks of eight units without surrogates; EncodeOne
+// handles the rest.
 #include "ZerlithCore/encoding/Utf8.h"
 
 #include "ZerlithCore/encoding/detail/Utf8Detail.h"
