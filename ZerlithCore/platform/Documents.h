@@ -49,7 +49,7 @@ enum class DocumentCode : std::int32_t {
     InvalidArgument = -0x7FF8FFA9, ///< 0x80070057
     CantRead = -0x7FF8FFE2,        ///< 0x8007001E: the file is missing or can't be read
     CantWrite = -0x7FF8FFE3,       ///< 0x8007001D
-    Hierarchy = -0x7FFBFDFF,       ///< 0x80040201: no such node may stand there
+    Hierarchy = -0x7FFBFDFF,       ///< 0x80040201: such a node isn't allowed there
     NotAChild = -0x7FFBFDFE,       ///< the reference isn't a child of the node
     InvalidName = -0x7FFBFDFD,
     InvalidText = -0x7FFBFDFC, ///< a character, or a sequence of them, that a document can't hold there
