@@ -1,5 +1,5 @@
-// Configuration files of 50 sections with 20 keys each, beside the plainest thing that standard C++ can do: getline
-// and a map. The map sorts and drops comments, so it is a lower bound for the work, not a replacement.
+// Configuration files of 50 sections with 20 keys each, compared with the simplest code in standard C++: getline and
+// a map. The map sorts and drops comments, so it is a lower bound for the work, not a replacement.
 #include "ZerlithCore/app/KZConfig.h"
 #include "ZerlithCore/app/KZConfigFile.h"
 
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int sections = 50, keys = 20;
 
-/// A file on a memory file system where there is one.
+/// A file in memory, on systems that have a file system for that.
 class SampleFile {
 public:
     SampleFile() {
@@ -67,7 +67,7 @@ void LoadStdMap(benchmark::State & state) {
 }
 BENCHMARK(LoadStdMap)->Unit(benchmark::kMicrosecond);
 
-/// The first section, the one in the middle, and the last key of the last section.
+/// Asks for a key in the first section, one in the middle, and the last key of the last section.
 void LookUp(benchmark::State & state) {
     KZSmartPtr<KZConfigFile> const file = KZConfigFile::Load(Sample().Name());
     KZString section, key;

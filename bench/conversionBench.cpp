@@ -1,4 +1,4 @@
-// Conversions and comparisons against what the C and C++ libraries offer for the same work.
+// Conversions and comparisons, compared with the functions of the C and C++ libraries for the same work.
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/text/KZCollator.h"
@@ -36,7 +36,7 @@ Script const & ScriptOf(benchmark::State const & state) {
     return scripts[state.range(0)];
 }
 
-// Words in an order without a period that a branch predictor could learn.
+// Words in an order without a period, which the processor's branch predictor could learn.
 std::u16string Units(benchmark::State & state, std::size_t utf8Size = TextSize) {
     Script const & script = ScriptOf(state);
     state.SetLabel(script.name);

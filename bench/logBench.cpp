@@ -1,4 +1,5 @@
-// Log lines: the stamped log file beside the formatted output of the C and C++ libraries, and what a channel costs.
+// Log lines: the log file with stamps, compared with the formatted output of the C and C++ libraries; and the cost of
+// a channel.
 #include "ZerlithCore/log/KZLogFile.h"
 #include "ZerlithCore/log/KZLogManager.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 std::string const path = (std::filesystem::temp_directory_path() / "kz-log-bench.log").string();
 
-// The file is emptied before each run and removed behind the last, so that runs compare.
+// The file is emptied before each run, so that runs can be compared, and removed after the last one.
 std::u16string FreshFile() {
     std::ofstream(path).flush();
     return {path.begin(), path.end()};
@@ -37,7 +38,7 @@ void LogLine(benchmark::State & state) {
     }
 }
 
-// The same line with a stamp of the C library's; `fprintf` locks by itself, the wide stream needs a lock.
+// The same line with a stamp made by the C library. `fprintf` has a lock of its own; the wide stream needs one.
 
 void PeerFprintf(benchmark::State & state) {
     static std::FILE * file;
@@ -89,7 +90,8 @@ public:
     void OnFlush(int, KZString const & text) override { benchmark::DoNotOptimize(text.Length()); }
 };
 
-// A hundred characters a message, one by one or as one text; level 1 is heard, level 2 isn't.
+// Messages of a hundred characters, written one by one or as one text. Level 1 has an interested subscriber, level 2
+// has none.
 void ChannelCharacters(benchmark::State & state) {
     KZLogManager manager;
     manager.AddChannel(u"bench");

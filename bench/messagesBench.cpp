@@ -1,5 +1,5 @@
-// Looking a message up in a file that is open: the whole operation, and what it is made of. Then switches of the language,
-// between files in memory, and the reading of a file.
+// Looking up a message in a file that is open: the whole operation, and its parts. Then switching the language,
+// between files in memory, and reading a file.
 #include "ZerlithCore/messages/DBMessage.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/messages/MSGLibMessageSource.h"
@@ -38,7 +38,7 @@ private:
     std::filesystem::path path_;
 };
 
-// Numbers in an order that no cache foresees.
+// Numbers in an order that the processor's cache can't predict.
 long Next(long & code) { return code = (code * 421 + 17) % messages; }
 
 void GetText(benchmark::State & state) {
@@ -51,7 +51,7 @@ void GetText(benchmark::State & state) {
 }
 BENCHMARK(GetText)->Arg(0)->Arg(1)->ArgName("language");
 
-// The same while as many other threads do it as `Threads` tells.
+// The same, while `Threads` other threads do it as well.
 void GetTextContended(benchmark::State & state) {
     static Messages const files;
     static MSGLibMessageSource const source(files.Path().c_str(), u"app", u"enu");

@@ -1,5 +1,5 @@
-// Whole-text matches beside std::wregex, and beside RE2, PCRE2 with its compiler and ICU, where those are present. The
-// standard's engine overflows its stack on long texts, so it has the short ones only.
+// Matches of whole texts, compared with std::wregex, and with RE2, PCRE2 and its compiler, and ICU where the machine
+// has them. The standard's engine overflows its stack on long texts, so it only gets the short ones.
 #include "ZerlithCore/pattern/KZRegEx.h"
 
 #include <benchmark/benchmark.h>
@@ -74,7 +74,7 @@ void Check(bool matched) {
 }
 
 void Ours(benchmark::State & state, Row const & row, bool isLong) {
-    // A count keeps its last digit, which is all these have.
+    // Only the last digit of a count is kept, since all texts here have the same number of digits.
     KZRegEx const regEx(KZStringRegExParser(Units(row.pattern)).Parse());
     KZString const text = Units(TextOf(row, isLong));
     Check(regEx.Match(text));

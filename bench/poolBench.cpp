@@ -1,4 +1,4 @@
-// Posting and running empty tasks, beside Boost.Asio's pool where that is present.
+// Posting and running empty tasks, compared with Boost.Asio's pool where the machine has it.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
 #include <benchmark/benchmark.h>
@@ -17,7 +17,7 @@ namespace {
 constexpr int tasks = 200000;
 constexpr int workers = 2;
 
-// Calls `post` from so many threads at once, `tasks` times in all.
+// Calls `post` `tasks` times in all, from several threads at once.
 template <class Post>
 void PostFrom(int threads, Post post) {
     std::vector<std::thread> posters;

@@ -1,4 +1,5 @@
-// The string against what the standard offers for the same work. Figures are compared within one run.
+// The string, compared with the standard library's classes for the same work. Figures are to be compared within one
+// run only.
 #include "ZerlithCore/text/KZString.h"
 
 #include <benchmark/benchmark.h>
@@ -213,7 +214,7 @@ void FindStd(benchmark::State & state) {
 }
 BENCHMARK(FindStd)->Unit(benchmark::kMicrosecond);
 
-/// A needle of small letters only, which passes the filter as often as words can.
+/// A needle of small letters only, which in ordinary text passes the filter most often.
 void FindCommonString(benchmark::State & state) {
     KZString text(Words());
     text += u"aeaeaeae";
@@ -227,7 +228,7 @@ void FindCommonStd(benchmark::State & state) {
 }
 BENCHMARK(FindCommonStd)->Unit(benchmark::kMicrosecond);
 
-/// The filter passes everywhere, and every comparison goes to the needle's middle.
+/// The filter passes at every position, and every comparison only fails in the middle of the needle.
 void FindHostileString(benchmark::State & state) {
     KZString const text(u'a', TextSize);
     KZString const needle(std::u16string(64, u'a') + u'b' + std::u16string(64, u'a'));

@@ -1,7 +1,7 @@
-// Locks against the standard's, handles against a bare count, threads against std::thread.
+// Locks compared with the standard's, handles with a plain counter, threads with std::thread.
 //
-// glibc and the library both leave atomic instructions out as long as a process has one thread, so that "uncontended" has
-// two figures: alone, and beside another thread.
+// While a process has only one thread, glibc and the library use plain instead of atomic instructions. So
+// "uncontended" has two figures: alone, and with another thread in the process.
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/threads/KZBaton.h"
@@ -33,7 +33,7 @@ void BecomeThreaded(benchmark::State const &) {
     std::thread([] {}).join();
 }
 
-// Alone comes first: a process that once had two threads keeps its atomic instructions.
+// "Alone" is measured first: a process that has once had two threads uses atomic instructions from then on.
 BENCHMARK(LockUnlock<KZCriticalSection>)->Name("lock alone/KZCriticalSection");
 BENCHMARK(LockUnlock<std::mutex>)->Name("lock alone/std::mutex");
 BENCHMARK(LockUnlock<std::recursive_mutex>)->Name("lock alone/std::recursive_mutex");

@@ -1,4 +1,4 @@
-// Calendar values beside the C library's calendar.
+// Calendar values, compared with the C library's calendar.
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZDateTimeEx.h"

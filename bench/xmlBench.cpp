@@ -1,4 +1,4 @@
-// Documents beside libxml2 by itself: reading, printing, and values by paths.
+// Documents, compared with plain libxml2: reading, printing, and values found by paths.
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/xml/KZDOMDocument.h"
@@ -14,7 +14,8 @@
 
 namespace {
 
-// A catalogue of about `size` bytes: six lines an entry, attributes, some text, an escaped character now and then.
+// A catalogue of about `size` bytes: six lines for each entry, attributes, some text, an escaped character now and
+// then.
 std::string Catalogue(std::size_t size) {
     std::string text = "<?xml version=\"1.0\"?>\n<catalogue>\n";
     for (int i = 0; text.size() < size; ++i) {

@@ -1,4 +1,4 @@
-# What the library's own targets have in common. Nothing here reaches a user's target.
+# Options and functions for the library's own targets. Nothing here affects a user's target.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -20,7 +20,7 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
 endif()
 
-# Clang tells of libstdc++'s own calls of what the standard took out, as in std::stable_sort.
+# Clang warns about deprecated functions that libstdc++ itself calls, for example in std::stable_sort.
 add_library(zerlithcore_warnings INTERFACE)
 target_compile_options(zerlithcore_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
@@ -59,7 +59,7 @@ function(zerlithcore_room)
 endfunction()
 
 # zerlithcore_test(NAME SOURCES ... [LIBRARIES ...] [DEFINITIONS ...] [OBJECTS]): one test program of a folder.
-# OBJECTS links the library's object files in place of the shared library, so that tests reach hidden functions.
+# OBJECTS links the library's object files instead of the shared library, so that tests can call hidden functions.
 function(zerlithcore_test name)
   cmake_parse_arguments(TEST "OBJECTS" "" "SOURCES;LIBRARIES;DEFINITIONS" ${ARGN})
   add_executable(test_${name} ${TEST_SOURCES})
@@ -87,7 +87,7 @@ function(zerlithcore_test name)
   else()
     set(environment "ASAN_OPTIONS=${plain}:detect_stack_use_after_return=0")
   endif()
-  # The whole program is one entry, for quick runs of a room; each case is one, too, with the room in front of its name.
+  # The whole program is one entry, for quick runs of a room. Each case is an entry, too, with the room before its name.
   add_test(NAME ${name} COMMAND test_${name})
   set_tests_properties(${name} PROPERTIES LABELS suite TIMEOUT 300 ENVIRONMENT "${environment}")
   gtest_discover_tests(test_${name} TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60

@@ -1,6 +1,6 @@
 # zerlithcore_add_messages(target text lan [language]): makes the message library file `lan` from the text file `text`
-# whenever `target` is built. A relative `lan` is meant from the binary directory; its folder is made. The language, which decides about the
-# code page, is the middle of the name prefix.language.LAN unless it is given.
+# whenever `target` is built. A relative `lan` starts at the binary directory; its folder is made. The language determines
+# the code page. Unless it is given, it is the middle part of the name prefix.language.LAN.
 function(zerlithcore_add_messages target text lan)
   if(NOT TARGET ZerlithCore::kzlan)
     message(FATAL_ERROR "zerlithcore_add_messages needs the program kzlan: set ZERLITHCORE_BUILD_TOOLS")

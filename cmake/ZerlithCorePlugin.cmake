@@ -1,7 +1,7 @@
 # zerlithcore_add_plugin(name source...): makes a plug-in library `name.osx` that a ZerlithCore host can load.
 #
 # A plug-in exports nothing but what it marks with KZ_EXPORT (its entry point and its message table), and has no
-# unique symbols, so that the system really drops the library when the host lets go of it.
+# unique symbols, so that the system really unloads the library when the host asks for it.
 function(zerlithcore_add_plugin name)
   add_library(${name} MODULE ${ARGN})
   target_link_libraries(${name} PRIVATE ZerlithCore::ZerlithCore)

@@ -1,4 +1,4 @@
-// The readers of calendar values take any text under any template, read what they print, and end.
+// The readers of calendar values must accept any text with any template without harm, and must read what they print.
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/time/KZDateTimeEx.h"
 
@@ -9,7 +9,7 @@
 
 namespace {
 
-// Prints and reads again, under a template of all letters: what is valid comes back.
+// Prints a value and reads it again, with a template of all letters: a valid value must come back.
 void CheckRoundTrip(KZDateTimeEx const & value) {
     KZTimeZone const & utc = KZTimeZone::GetUTCTimeZone();
     KZDateTimeEx back;
@@ -37,7 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t si
     bool const isRead = value.FromString(text, format).Good();
     if (!isRead && !value.IsNull()) std::abort();
     if (!value.IsNull()) CheckRoundTrip(value);
-    // A date alone is what KZDateEx reads, unless the template has letters that KZDateEx doesn't know.
+    // A date without a time is read by KZDateEx, unless the template has letters that KZDateEx doesn't know.
     bool const hasOthers = format.FindFirstOf(u"HMSLZz") != KZString::npos;
     if (isRead && value.IsOnlyDate() && !hasOthers && value.GetDate() != date) std::abort();
     char16_t buffer[24];

@@ -1,4 +1,4 @@
-// Any text is split, asked and put together again without harm.
+// Any text must be split, searched and joined again without harm.
 #include "ZerlithCore/app/KZCommandLine.h"
 #include "ZerlithCore/encoding/Utf8.h"
 

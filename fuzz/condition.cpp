@@ -1,4 +1,4 @@
-// Both forms of a condition: what is read is printed natively, read again, and must be the same.
+// Reads a condition in both forms, prints it in the native form and reads that again: the result must be the same.
 #include "ZerlithCore/pattern/KZCondition.h"
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t size) {
     std::u16string const text(data, data + size);
-    // Nested counts in patterns multiply; they have a fuzzer of their own.
+    // Nested counts in patterns multiply and take long; patterns have a fuzz target of their own.
     if (std::ranges::count(text, u'{') > 3) return 0;
     KZCondition condition;
     if (!condition.FromString(KZString(std::u16string_view(text)))) return 0;

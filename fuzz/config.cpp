@@ -1,4 +1,5 @@
-// A configuration that loads is written, loaded again and written again: the text must load, and both must be the same.
+// A configuration that loads is written, loaded and written again: the written text must load, and both must be the
+// same.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
 #include "ZerlithCore/encoding/Utf8.h"
@@ -26,7 +27,7 @@ std::wstring Print(KZConfigFile const & file) {
     return out.str();
 }
 
-// The lines of a section without a name have no header to stand under in the file.
+// The lines of a section without a name are left out: they have no header in the file.
 bool HasNamelessLines(KZConfigFile & file) {
     for (auto section = file.GetSectionsBegin(); section != file.GetSectionsEnd(); ++section)
         if (section->GetName().IsNull() && section->GetLinesBegin() != section->GetLinesEnd()) return true;

@@ -1,5 +1,5 @@
-// A text that loads is printed; what was printed must load, and print the same again but for white space, which the layout adds
-// to texts. Paths, copies and moves must stand any document.
+// A text that loads is printed. The printed text must load, and must print the same again, except for white space
+// that the layout adds to texts. Paths, copies and moves must do no harm in any document.
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/xml/KZDOMDocument.h"
 #include "ZerlithCore/xml/KZDOMException.h"
@@ -28,7 +28,7 @@ void CheckPaths(KZDOMDocument const & document, KZString const & ownPath) {
          {KZString(u"//*[last()]"), KZString(u"/*/@*"), KZString(u"//text()|//comment()"), ownPath}) {
         try {
             static_cast<void>(document.ValueOf(path, u"none"));
-        } catch (KZDOMException const &) { // any text may be a path
+        } catch (KZDOMException const &) { // any text is tried as a path
         }
     }
 }

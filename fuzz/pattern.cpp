@@ -1,4 +1,5 @@
-// Any text is a pattern or isn't; what parses compiles, and matches like the tree of itself with an accepting rest.
+// Any text is parsed as a pattern. If it is one, it is compiled, and must match the same texts as its tree built a
+// second time with an accepting end.
 #include "ZerlithCore/pattern/KZRegEx.h"
 
 #include <algorithm>
@@ -8,7 +9,7 @@
 #include <new>
 
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t size) {
-    // Nested counts multiply: a few dozen units are enough for every path, and bound the states.
+    // Nested counts multiply. A few dozen units reach every path of the code, and limit the number of states.
     if (size > 48) return 0;
     std::u16string text(data, data + size);
     std::size_t const split = text.find(u'\0');

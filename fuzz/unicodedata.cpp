@@ -1,4 +1,4 @@
-// The reader of the Unicode database takes any bytes.
+// The reader of the Unicode database must accept any bytes without harm.
 #include "ZerlithCore/text/KZUnicodeInfoReader.h"
 
 #include <cstdlib>
@@ -6,7 +6,7 @@
 #include <sstream>
 
 extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t size) {
-    static KZUnicode::CharSetInfo info; // most of a run would be making one
+    static KZUnicode::CharSetInfo info; // static, because making one takes longer than reading
     std::istringstream stream(std::string(data, data + size));
     KZUnicodeInfoReader::Read(info, stream);
     for (unsigned int unit = 0; unit < 0x100; ++unit)

@@ -1,4 +1,4 @@
-// Any bytes survive the way to units and back, whole or in two pieces.
+// Any bytes, whole or in two pieces, must be the same after decoding and encoding.
 #include "ZerlithCore/encoding/Utf8.h"
 
 #include <cstdint>

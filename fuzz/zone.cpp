@@ -1,4 +1,5 @@
-// A zone file may hold any bytes: it is refused, or it makes a zone in which times go there and back.
+// Any bytes are read as a zone file. They are refused, or make a zone in which times can be converted to local time
+// and back.
 #include "ZerlithCore/time/KZTimeZone.h"
 
 #include <cstddef>
@@ -17,7 +18,7 @@ std::filesystem::path MakeFolder() {
     return folder;
 }
 
-// Around a change a local time comes twice or not at all, so the way back may miss by as much as the clocks jump.
+// Around a change a local time comes twice or not at all, so the result may differ by as much as the clocks change.
 void CheckRoundTrip(KZTimeZone const & zone, std::int64_t utc) {
     std::int64_t const offset = zone.GetLocalMinusUTC(utc);
     std::int64_t const back = zone.LocalToUTC(utc + offset);

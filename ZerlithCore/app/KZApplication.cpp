@@ -1,3 +1,5 @@
+// The constructor does its steps in the order that the header lists: arguments, configuration, trace level, log
+// channel, debug directory.
 #include "ZerlithCore/app/KZApplication.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"

@@ -1,3 +1,4 @@
+// Splits a command line into arguments, each an option or a file name, and joins them again.
 #include "ZerlithCore/app/KZCommandLine.h"
 
 #include "ZerlithCore/app/detail/KZIgnoreCase.h"

@@ -1,3 +1,4 @@
+// Each look-up reads the file from its start: up to the header of the section, then up to the line with the key.
 #include "ZerlithCore/app/KZConfig.h"
 
 #include "ZerlithCore/app/detail/KZIgnoreCase.h"

@@ -1,3 +1,4 @@
+// The plug-in classes that need no thread: reference count, interface numbers and status.
 #include "ZerlithCore/app/KZPlugIn.h"
 
 // --- KZPlugIn

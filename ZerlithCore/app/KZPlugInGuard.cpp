@@ -1,3 +1,4 @@
+// Turns an exception from a plug-in into an error with its text, and writes the error line.
 #include "ZerlithCore/app/detail/KZPlugInGuard.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"

@@ -1,3 +1,4 @@
+// Requests the exit of a running plug-in and, if asked to, waits until its Run has ended.
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"

@@ -1,3 +1,4 @@
+// The menu of test cases: reads choices from the standard input, runs the tests and prints their times.
 #include "ZerlithCore/app/KZUnitTest.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"

@@ -1,3 +1,4 @@
+// Prints descriptions of options in two columns, with the text wrapped at blanks.
 #include "ZerlithCore/app/KZUsageInfo.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"

@@ -1,3 +1,4 @@
+// The error-log file and the hooks that run before a report.
 #include "ZerlithCore/diagnostics/KZDebug.h"
 
 #include "ZerlithCore/diagnostics/detail/LineFile.h"

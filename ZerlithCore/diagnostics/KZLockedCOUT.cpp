@@ -1,3 +1,4 @@
+// The lock that all writers to the console share, and the stream to which they write.
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"

@@ -1,3 +1,4 @@
+// Captures the call stack and writes it, with names, as text.
 #include "ZerlithCore/diagnostics/KZStackDump.h"
 
 #include "ZerlithCore/diagnostics/KZDebug.h"

@@ -1,3 +1,5 @@
+// Before each write the end of the file is checked: if it isn't where the last write ended, an unfinished line there
+// is ended first.
 #include "ZerlithCore/diagnostics/detail/LineFile.h"
 
 #include <array>

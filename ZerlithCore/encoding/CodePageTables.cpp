@@ -1,3 +1,5 @@
+// Makes the tables of a code page, and converts by them. Two steps keep conversions fast: runs of ASCII are copied
+// eight characters at a time, and pairs of bytes have a loop of their own.
 #include "ZerlithCore/encoding/detail/CodePageTables.h"
 
 #include "ZerlithCore/encoding/Units.h"
@@ -9,11 +11,11 @@ namespace KZEncoding {
 
 namespace {
 
-constexpr std::size_t EncodeChunk = 2048; // units that are encoded on the stack between two appends
+constexpr std::size_t EncodeChunk = 2048; // units that are encoded on the stack at a time
 
 bool IsMark(char16_t unit) { return IsSurrogate(unit); }
 
-// ASCII is the same in every page, and is taken eight characters at once while there are so many.
+// ASCII is the same in every page. Copies eight characters at a time, as long as all eight are ASCII.
 char const * DecodeAscii(char const * in, char const * end, char16_t *& out) {
     for (; end - in >= 8; in += 8, out += 8) {
         std::uint64_t eight;
@@ -76,7 +78,8 @@ std::optional<std::size_t> CodePageTables::Decode(std::string_view bytes, std::s
     for (char const * const end = in + bytes.size();; ++in) {
         in = DecodePairs(DecodeAscii(in, end, outAt), end, outAt);
         if (in == end) return static_cast<std::size_t>(outAt - out.data());
-        // A lead byte that comes here has no valid byte behind it, which is then looked at for itself.
+        // A lead byte that comes here has no valid byte after it. Only the lead byte is invalid then: the next turn
+        // looks at the byte after it on its own.
         char16_t unit = units_[static_cast<unsigned char>(*in)];
         if (IsMark(unit)) {
             if (invalid == InvalidBytes::Refuse) return std::nullopt;
@@ -86,7 +89,8 @@ std::optional<std::size_t> CodePageTables::Decode(std::string_view bytes, std::s
     }
 }
 
-// The length of a step is a branch, and not computed from what was read: steps don't wait for the tables then.
+// Converts characters of two bytes until another one comes. Each step is known to have two bytes, so the processor
+// can begin the next step before the table has given the unit of this one.
 char const * CodePageTables::DecodePairs(char const * in, char const * end, char16_t *& out) const noexcept {
     for (; end - in >= 2; in += 2) {
         auto const lead = static_cast<unsigned char>(in[0]);
@@ -111,7 +115,7 @@ char * CodePageTables::EncodePiece(std::u16string_view units, char * out) const 
     char16_t const * in = units.data();
     for (char16_t const * const end = in + units.size(); in != end;) {
         in = EncodeAscii(in, end, out);
-        // Always writes two bytes; of a code of one, the next code goes over the second.
+        // Always writes two bytes. After a code of one byte, the second is overwritten by the next code.
         for (char16_t const * const stop = in + std::min<std::ptrdiff_t>(end - in, 8); in != stop; ++in) {
             unsigned const code = codes_[codeRows_[*in / rowSize]][*in % rowSize];
             bool const isPair = code > 0xFF;

@@ -1,5 +1,5 @@
 /// @file
-/// Questions about single 16-bit units, and the two units of a character above U+FFFF.
+/// Tests of single 16-bit units, and the conversion between a character above U+FFFF and its two units.
 ///
 ///     bool const isPair = KZEncoding::IsHighSurrogate(text[i]) && KZEncoding::IsLowSurrogate(text[i + 1]);
 ///     char32_t const code = isPair ? KZEncoding::JoinSurrogates(text[i], text[i + 1]) : text[i];
@@ -7,14 +7,14 @@
 
 namespace KZEncoding {
 
-/// Stands for what can't be converted.
+/// The unit that replaces what can't be converted.
 inline constexpr char16_t ReplacementUnit = 0xFFFD;
 
 [[nodiscard]] constexpr bool IsSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFF800) == 0xD800; }
 [[nodiscard]] constexpr bool IsHighSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFFC00) == 0xD800; }
 [[nodiscard]] constexpr bool IsLowSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFFC00) == 0xDC00; }
 
-/// The character of a pair.
+/// The character of a surrogate pair.
 [[nodiscard]] constexpr char32_t JoinSurrogates(char16_t high, char16_t low) noexcept {
     return (static_cast<char32_t>(high & 0x3FF) << 10 | (low & 0x3FF)) + 0x10000;
 }

@@ -1,6 +1,12 @@
-// The fast gear computes, for every byte of a block, the unit that would start there, and then drops the places of
-// continuation bytes without a branch. A branch on the length of each character would be mispredicted too often in
-// any text that mixes scripts.
+// UTF-8 to units. The fast loop works on blocks of 16 bytes. For every byte it computes the unit that a character
+// starting there would have, and then drops the results at continuation bytes, without a branch. Deciding by a branch
+// how long each character is would be slow in texts that mix scripts, since the processor predicts such branches
+// badly. An example with a block of four bytes, for the text "aé1":
+//
+//     bytes                  61    C3    A9    31
+//     unit if it started     61    E9     -    31
+//     continuation?          no    no   yes    no
+//     written                61    E9          31
 
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/encoding/Utf8.h"
@@ -24,15 +30,15 @@ bool IsContinuation(unsigned char byte) { return (byte & 0xC0) == 0x80; }
 
 enum class SequenceState : unsigned char { Valid, Broken, Cut };
 
-// `length` counts the bytes of the character, or of the maximal part of a broken one.
+// `length` is the number of bytes of the character, or of the maximal part of an invalid sequence.
 struct Sequence {
     SequenceState state;
     unsigned length;
     char32_t code;
 };
 
-// How a lead byte goes on: the number of continuation bytes, and the range of the first. It is narrower than 80 to BF
-// where a wider one would let in overlong forms, surrogates or codes above 10FFFF.
+// What may follow a lead byte: the number of continuation bytes, and the range of the first one. The range is
+// narrower than 80 to BF where that would allow overlong forms, surrogates or codes above 10FFFF.
 struct LeadRule {
     unsigned continuations;
     unsigned char low;
@@ -107,7 +113,8 @@ constexpr std::array<unsigned char, 256> BitCounts = [] {
 
 unsigned CountBits16(unsigned bits) { return BitCounts[bits & 0xFF] + BitCounts[bits >> 8]; }
 
-// The units that start at eight bytes, whose own, next and next but one bytes stand in 16-bit lanes.
+// The units for eight bytes that may start a character. `first` has those bytes in 16-bit lanes, `second` and `third`
+// the bytes one and two after each of them.
 __m128i UnitsOfLanes(__m128i first, __m128i second, __m128i third) {
     __m128i const six = Splat16(0x3F);
     second = _mm_and_si128(second, six);
@@ -119,7 +126,8 @@ __m128i UnitsOfLanes(__m128i first, __m128i second, __m128i third) {
     return Select(_mm_cmpgt_epi16(first, Splat16(0xBF)), wide, first);
 }
 
-// Leads that begin no sequence of two or three bytes, and second bytes that their lead forbids.
+// True when a byte is the lead of four bytes or of an overlong form, or when a second byte isn't allowed after its
+// lead. The block is then left to the slow loop.
 bool HasForbiddenBytes(__m128i first, __m128i second) {
     __m128i const overlong2 = _mm_cmpeq_epi8(_mm_and_si128(first, Splat8(0xFE)), Splat8(0xC0));
     __m128i const four = AtLeast8(first, 0xF0);
@@ -129,7 +137,7 @@ bool HasForbiddenBytes(__m128i first, __m128i second) {
     return MaskOf(_mm_or_si128(_mm_or_si128(overlong2, four), _mm_or_si128(overlong3, surrogate))) != 0;
 }
 
-// Writes every third lane.
+// Writes every third lane, for text whose characters all have three bytes.
 template <unsigned First>
 unsigned PutThirds(char16_t * out, char16_t const * lanes) {
 #pragma GCC unroll 6
@@ -139,7 +147,7 @@ unsigned PutThirds(char16_t * out, char16_t const * lanes) {
 
 // Writes the lanes whose bit in `starts` is set; returns how many. Writes up to 16 units.
 unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
-    switch (starts) { // runs of nothing but three bytes
+    switch (starts) { // only characters of three bytes
     case 0x9249: return PutThirds<0>(out, lanes);
     case 0x2492: return PutThirds<1>(out, lanes);
     case 0x4924: return PutThirds<2>(out, lanes);
@@ -165,7 +173,7 @@ unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
 }
 
 void DecodeBlocks(DecodeCursor & cursor) {
-    unsigned carry = 0; // places of the next block that a character of this one goes on to
+    unsigned carry = 0; // the first bytes of the next block that must be continuation bytes
     alignas(16) char16_t lanes[BlockSize + 1];
     lanes[BlockSize] = 0;
     __m128i const zero = _mm_setzero_si128();
@@ -194,7 +202,7 @@ void DecodeBlocks(DecodeCursor & cursor) {
         carry = expected >> BlockSize;
     }
     if (carry == 0) return;
-    // The last character was written on trust in bytes that no block has looked at: it is taken back.
+    // The last character was written before all its bytes were checked: undo it.
     do --cursor.in;
     while (IsContinuation(*cursor.in));
     --cursor.out;
@@ -236,7 +244,7 @@ std::size_t UnitsInUtf8(std::string_view bytes) noexcept {
 #if defined(__SSE2__)
     __m128i const zero = _mm_setzero_si128();
     while (static_cast<std::size_t>(end - at) >= BlockSize) {
-        // Each block adds at most 2 to a lane of 8 bits.
+        // Each block adds at most 2 to a lane, which has 8 bits.
         unsigned char const * const stop =
             at + std::min<std::size_t>(127, static_cast<std::size_t>(end - at) / BlockSize) * BlockSize;
         __m128i lanes = zero;
@@ -264,7 +272,7 @@ std::u16string Utf8ToUnits(std::string_view bytes, Utf8Mode mode) {
 }
 
 bool Utf8Decoder::Append(std::u16string & out, std::string_view bytes) {
-    // A cut sequence takes its missing bytes one by one: it is complete, or seen to be broken, after three at most.
+    // Completes an incomplete sequence byte by byte: after three bytes at most it is complete or known to be invalid.
     while (pendingCount_ != 0 && !bytes.empty()) {
         pending_[pendingCount_] = bytes.front();
         char16_t units[4];
@@ -274,7 +282,7 @@ bool Utf8Decoder::Append(std::u16string & out, std::string_view bytes) {
             pendingCount_ = 0;
             return false;
         }
-        // Behind a broken sequence the new byte may begin another one; it stays in `bytes` then.
+        // After an invalid sequence the new byte may start another one; it then stays in `bytes`.
         if (result.read != pendingCount_) bytes.remove_prefix(1);
         pendingCount_ = static_cast<unsigned char>(result.read == 0 ? pendingCount_ + 1 : 0);
     }

@@ -1,3 +1,5 @@
+// Units to UTF-8. The fast loops encode blocks of ASCII, and blocks of eight units without surrogates; EncodeOne
+// handles the rest.
 #include "ZerlithCore/encoding/Utf8.h"
 
 #include "ZerlithCore/encoding/detail/Utf8Detail.h"
@@ -16,7 +18,7 @@ using EncodeCursor = Cursor<char16_t, char>;
 
 bool IsEscapedByte(char16_t unit) { return unit >= 0xDC80 && unit <= 0xDCFF; }
 
-// The bytes of a unit, the first one lowest, with whatever behind them.
+// The bytes of a unit, the first one in the lowest 8 bits; what is above `length` bytes has no meaning.
 struct EncodedUnit {
     std::uint32_t bytes;
     unsigned length;
@@ -71,7 +73,7 @@ Utf8Status EncodeOne(EncodeCursor & cursor, Utf8Mode mode, bool final) {
     return status;
 }
 
-// Blocks of nothing but ASCII.
+// Encodes blocks that are all ASCII.
 void EncodeAsciiBlocks(EncodeCursor & cursor) {
 #if defined(__SSE2__)
     while (cursor.Left() >= BlockSize && cursor.Room() >= BlockSize) {
@@ -91,7 +93,8 @@ void EncodeAsciiBlocks(EncodeCursor & cursor) {
 
 #if defined(__SSE2__)
 
-// Eight units without surrogates. Four bytes are written for each, and the next one goes over what was too much.
+// Encodes eight units if none is a surrogate. Writes four bytes for each unit; those that are too many are
+// overwritten by the next unit.
 bool EncodeBlock(EncodeCursor & cursor) {
     constexpr std::size_t Lanes = 8;
     if (cursor.Left() < Lanes || cursor.Room() < 4 * Lanes) return false;
@@ -154,7 +157,7 @@ Utf8Result EncodeUtf8(std::u16string_view units, std::span<char> out, Utf8Mode m
 std::size_t Utf8BytesOf(std::u16string_view units) noexcept {
     std::size_t bytes = 0;
     while (!units.empty()) {
-        // Sums of 16 bits in a piece of limited size vectorise well.
+        // Pieces are small enough for a sum of 16 bits, for which the compiler makes good vector code.
         std::u16string_view const piece = units.substr(0, ChunkSize);
         std::uint16_t extra = 0;
         for (char16_t const unit : piece) {

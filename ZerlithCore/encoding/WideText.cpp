@@ -1,3 +1,4 @@
+// Converts whole texts with the functions of the header that convert one character.
 #include "ZerlithCore/encoding/WideText.h"
 
 namespace KZEncoding {

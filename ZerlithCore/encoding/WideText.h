@@ -1,8 +1,11 @@
 /// @file
-/// The one crossing between 16-bit units and `wchar_t`. `text/KZWideText.h` offers it to users.
+/// The only conversions between 16-bit units and `wchar_t`. `text/KZWideText.h` offers them to users.
 ///
-/// Where `wchar_t` has 32 bits, surrogate pairs join on the way out and split on the way in; lone surrogates pass
-/// unharmed both ways. A `wchar_t` above 0x10FFFF becomes U+FFFD. Where `wchar_t` has 16 bits, texts are copied.
+///     std::wcout << KZEncoding::ToWide(u"\U0001F600");    // one character where wchar_t has 32 bits
+///
+/// Where `wchar_t` has 32 bits, surrogate pairs are joined to one character and split again on the way back; lone
+/// surrogates stay as they are. A `wchar_t` above 0x10FFFF becomes U+FFFD. Where `wchar_t` has 16 bits, texts are
+/// copied.
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -14,15 +17,16 @@
 
 namespace KZEncoding {
 
-/// All of the text as characters, 0 units included.
+/// Converts all of the text, 0 units included.
 [[nodiscard]] KZ_EXPORT std::wstring ToWide(std::u16string_view units);
-/// All of the text as units, 0 included.
+/// Converts all of the text, 0 characters included.
 [[nodiscard]] KZ_EXPORT std::u16string FromWide(std::wstring_view wide);
 
-/// Stores the units of the text, 0 units included, and returns their number. `units` has room for two a character.
+/// Stores the units of the text, 0 included, and returns their number. `units` must have room for two units for each
+/// character.
 KZ_EXPORT std::size_t FromWide(std::wstring_view wide, char16_t * units) noexcept;
 
-/// Gives the one or two units of `character` to `sink`, a function of one `char16_t`.
+/// Calls `sink`, a function of one `char16_t`, with each of the one or two units of `character`.
 template <class Sink>
 void SplitWide(wchar_t character, Sink && sink) {
     auto const code = static_cast<char32_t>(character);
@@ -36,7 +40,7 @@ void SplitWide(wchar_t character, Sink && sink) {
     }
 }
 
-/// Joins surrogate pairs in output that comes unit by unit.
+/// Joins surrogate pairs when units come one by one.
 ///
 ///     KZEncoding::WideJoiner joiner;
 ///     for (char16_t unit : units) joiner.Put(unit, [&](wchar_t c) { buffer.sputc(c); });
@@ -45,7 +49,7 @@ void SplitWide(wchar_t character, Sink && sink) {
 /// Thread safety: one object needs outside locking.
 class WideJoiner {
 public:
-    /// Gives what `unit` completes to `sink`, a function of one `wchar_t`: nothing, one or two characters.
+    /// Calls `sink`, a function of one `wchar_t`, with each character that is complete now: none, one or two.
     template <class Sink>
     void Put(char16_t unit, Sink && sink) {
         if constexpr (sizeof(wchar_t) == sizeof(char16_t)) {
@@ -64,7 +68,7 @@ public:
         }
     }
 
-    /// Gives a high surrogate that still waits for its partner to `sink`.
+    /// To be called after the last unit: calls `sink` with a high surrogate that has no partner.
     template <class Sink>
     void Flush(Sink && sink) {
         if (high_ != 0) sink(static_cast<wchar_t>(high_));

@@ -1,3 +1,4 @@
+// Listing by patterns with "*" and "?", and the functions for directories.
 #include "ZerlithCore/files/KZDirectory.h"
 
 #include "ZerlithCore/files/KZPath.h"

@@ -1,3 +1,4 @@
+// Finds the parts of a path: the root, the directory, the name, and the extension after the last point.
 #include "ZerlithCore/files/KZPath.h"
 
 #include "ZerlithCore/platform/Files.h"

@@ -9,7 +9,7 @@
 // Each thread counts its bytes in a counter of its own, so that counting costs no locked instruction and no shared
 // cache line. When one thread frees what another one allocated, a single counter may go below 0, but never the sum.
 //
-// Counters stand in a list that only grows. A thread that ends gives back its counter with the value it has, and the
+// Counters are in a list that only grows. A thread that ends gives back its counter with the value it has, and the
 // next new thread continues with that value: so there are only as many counters as threads were alive at once. A thread
 // that has given back its counter, and still destroys its last objects, counts in a shared counter; so does a thread
 // for which there is no memory for a counter.

@@ -1,3 +1,4 @@
+// The buffer of the stream writes each character to the console and gathers the text for the file.
 #include "ZerlithCore/log/KZDualLogStream.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"

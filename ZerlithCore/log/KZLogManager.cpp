@@ -1,3 +1,4 @@
+// The manager owns its channels in a vector that only grows, so an index always means the same channel.
 #include "ZerlithCore/log/KZLogManager.h"
 
 #include <algorithm>

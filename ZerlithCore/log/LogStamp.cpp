@@ -1,3 +1,4 @@
+// The text of a stamp is kept and made anew only when the second has changed.
 #include "ZerlithCore/log/detail/LogStamp.h"
 
 #include "ZerlithCore/platform/Clock.h"

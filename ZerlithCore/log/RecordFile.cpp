@@ -1,3 +1,6 @@
+// Records are gathered in a buffer, with the position at which each ends, so that after a failed write it is known
+// which records the file has. Records for which there is no room are counted and reported when the file takes lines
+// again.
 #include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <algorithm>

@@ -1,15 +1,17 @@
 /// @file
-/// The system's clocks.
+/// The system's clocks, and a moment as a calendar and a clock show it.
 #pragma once
 
 #include <cstdint>
 
 namespace KZPlatform {
 
-/// Milliseconds since 1970-01-01 00:00 UTC, leap seconds not counted.
+/// The date and time of day: milliseconds since 1970-01-01 00:00 UTC, leap seconds not counted. Jumps when somebody
+/// sets the system's clock.
 [[nodiscard]] std::int64_t WallClockMilliseconds() noexcept;
 
-/// Nanoseconds since some fixed moment; never runs backward.
+/// For measuring how long something takes: nanoseconds since some fixed moment. Setting the date doesn't change it,
+/// and it never runs backward.
 [[nodiscard]] std::int64_t MonotonicNanoseconds() noexcept;
 
 /// A moment as a calendar and a clock show it.
@@ -24,7 +26,8 @@ struct BrokenDownTime {
     int millisecond;
 };
 
-/// The moment `milliseconds` after 1970-01-01 00:00 UTC, in the local zone or in UTC.
+/// Converts a moment, in milliseconds since 1970-01-01 00:00 UTC, to the calendar of the computer's zone or of UTC. A
+/// moment whose year doesn't fit an `int` gives all zeros.
 ///
 /// Thread safety: callable from any thread.
 [[nodiscard]] BrokenDownTime ToLocalTime(std::int64_t milliseconds) noexcept;

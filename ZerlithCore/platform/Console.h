@@ -1,21 +1,22 @@
 /// @file
-/// The standard output and error of the process, as bytes of UTF-8.
+/// Writes UTF-8 to the standard output and the standard error of the process.
 #pragma once
 
 #include <string_view>
 
 namespace KZPlatform {
 
-/// Hands `bytes` to the C runtime's standard output in one piece, so that they keep their order with `printf` and
+/// Writes `bytes` to the C runtime's standard output in one piece, so that they keep their order with `printf` and
 /// `std::cout`. False when the system refused some of them.
 ///
-/// Thread safety: callable from any thread; pieces don't mix.
+/// Thread safety: callable from any thread; the pieces of two threads don't mix. Waits for no lock that a thread
+/// holds while it runs a user's code.
 bool WriteToStandardOutput(std::string_view bytes) noexcept;
 
-/// Hands on what the runtime still buffers. False when the system refused some of it.
+/// Writes out what the runtime still holds in its buffer. False when the system refused some of it.
 bool FlushStandardOutput() noexcept;
 
-/// Writes `bytes` to the standard error, unbuffered. As `WriteToStandardOutput` otherwise.
+/// The same for the standard error, which has no buffer.
 bool WriteToStandardError(std::string_view bytes) noexcept;
 
 } // namespace KZPlatform

@@ -4,15 +4,16 @@
 ///     KZSmartPtr<KZPlatform::Document> const document(KZPlatform::CreateDocument());
 ///     if (document->Load(u"<a>text</a>")) ...
 ///
-/// Functions that give an object return a plain pointer, null for none. The object belongs to whoever counts it: put
-/// the pointer into a handle (KZSmartPtr) at once. There is one object a node as long as somebody holds it. A node
-/// keeps the tree in which it stands, so handles may be dropped in any order.
+/// Functions that return an object return a plain pointer, null for none. Put it into a handle (KZSmartPtr) at once:
+/// the handle's count owns the object. As long as somebody holds a node, there is one object for it. A node keeps the
+/// tree that it is in, so handles may be dropped in any order.
 ///
-/// Text goes in as units; lone surrogates become U+FFFD. It comes out through a sink, as UTF-8 in pieces that tear no
-/// character. The name of an element, attribute or path may have a prefix. Memory that runs out is std::bad_alloc.
+/// Text goes in as UTF-16; lone surrogates become U+FFFD. It comes out through a sink, as UTF-8 in pieces that never
+/// cut a character. The name of an element or attribute, and a path, may have prefixes. When memory runs out,
+/// std::bad_alloc is thrown.
 ///
 /// Thread safety: distinct documents may be used from different threads. One document, with all nodes and lists that
-/// were got from it, is for one thread at a time; dropping the last handle on a node is a use of its document.
+/// come from it, is for one thread at a time. Dropping the last handle on a node uses its document, too.
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -48,7 +49,7 @@ enum class DocumentCode : std::int32_t {
     InvalidArgument = -0x7FF8FFA9, ///< 0x80070057
     CantRead = -0x7FF8FFE2,        ///< 0x8007001E: the file is missing or can't be read
     CantWrite = -0x7FF8FFE3,       ///< 0x8007001D
-    Hierarchy = -0x7FFBFDFF,       ///< 0x80040201: no such node may stand there
+    Hierarchy = -0x7FFBFDFF,       ///< 0x80040201: such a node isn't allowed there
     NotAChild = -0x7FFBFDFE,       ///< the reference isn't a child of the node
     InvalidName = -0x7FFBFDFD,
     InvalidText = -0x7FFBFDFC, ///< a character, or a sequence of them, that a document can't hold there
@@ -59,7 +60,7 @@ enum class DocumentCode : std::int32_t {
     BadStylesheet = -0x7FFBFDF7,
     TransformFailed = -0x7FFBFDF6,
     BadSchema = -0x7FFBFDF5,
-    // Of texts that were to be parsed or validated
+    // Of parsing and validating
     Malformed = -0x7FFBFCFF, ///< 0x80040301
     Empty = -0x7FFBFCFE,
     UnclosedElement = -0x7FFBFCFD,
@@ -68,12 +69,12 @@ enum class DocumentCode : std::int32_t {
     BadEntity = -0x7FFBFCFA,
     BadEncoding = -0x7FFBFCF9,
     UndeclaredPrefix = -0x7FFBFCF8,
-    LimitExceeded = -0x7FFBFCF7, ///< too deep, too long, or too much out of little
-    Invalid = -0x7FFBFCF6,       ///< against the schemas
+    LimitExceeded = -0x7FFBFCF7, ///< too deep, too long, or far more output than input
+    Invalid = -0x7FFBFCF6,       ///< violates the schemas
     NoSchema = -0x7FFBFCF5
 };
 
-/// How an operation ended; `reason` is empty when it went well.
+/// The result of an operation; `reason` is empty after success.
 struct DocumentResult {
     DocumentCode code = DocumentCode::Good;
     std::u16string reason;
@@ -81,7 +82,7 @@ struct DocumentResult {
     explicit operator bool() const noexcept { return code == DocumentCode::Good; }
 };
 
-/// Takes text.
+/// Receives text, in pieces.
 class KZ_EXPORT DocumentSink {
 public:
     virtual void Append(std::string_view utf8) = 0;
@@ -90,14 +91,14 @@ protected:
     ~DocumentSink() = default;
 };
 
-/// A name in its parts; without a prefix that is empty.
+/// A name in its parts; `prefix` is empty when there is none.
 struct DocumentName {
     std::string_view prefix;
     std::string_view local;
 };
 
-/// Is led through a tree in document order. Declarations of namespaces come as attributes, before the others; CDATA
-/// comes as text. Views are valid during the call.
+/// Receives the parts of a tree in document order. Declarations of namespaces are passed as attributes, before the
+/// others; CDATA is passed as text. Views are valid during the call.
 class KZ_EXPORT DocumentVisitor {
 public:
     virtual void BeginElement(DocumentName name) = 0;
@@ -112,25 +113,26 @@ protected:
 class Document;
 class DocumentNodeList;
 
-/// Any node. Attributes are leaves here and have no parent; the children of a document type aren't shown.
+/// Any node. Attributes have no children and no parent here; the children of a document type aren't shown.
 class KZ_EXPORT DocumentNode {
 public:
     virtual unsigned long AddRef() const = 0;
     virtual unsigned long Release() const = 0;
 
     [[nodiscard]] virtual DocumentNodeKind Kind() const noexcept = 0;
-    /// As written, with the prefix; "#text", "#cdata-section", "#comment", "#document" and "#document-fragment".
+    /// The name as written, with the prefix; "#text", "#cdata-section", "#comment", "#document" and
+    /// "#document-fragment" for nodes without one.
     virtual void Name(DocumentSink & sink) const = 0;
-    /// The text of a node that has one of its own: attribute, text, CDATA, comment, instruction.
+    /// The value of a node that has one: attribute, text, CDATA, comment, instruction.
     virtual void Value(DocumentSink & sink) const = 0;
-    /// The value, or all text and CDATA below.
+    /// The value, or for other nodes all text and CDATA below them.
     virtual void Text(DocumentSink & sink) const = 0;
-    /// Replaces the value, or everything below by one text. Errors: Hierarchy, InvalidText.
+    /// Replaces the value, or for other nodes all their children by one text. Errors: Hierarchy, InvalidText.
     virtual DocumentResult SetText(std::u16string_view text) = 0;
     /// The node written as XML, with the declarations of all prefixes that it uses.
     virtual void Xml(DocumentSink & sink) const = 0;
-    /// Leads `visitor` through the node, or through the root of a document. Other kinds than elements and texts are
-    /// stepped over. No recursion.
+    /// Calls `visitor` for the node and everything below it; for a document, for its root. Skips kinds other than
+    /// elements, texts and CDATA. Uses no recursion.
     virtual void Walk(DocumentVisitor & visitor) const = 0;
 
     [[nodiscard]] virtual Document * Owner() const = 0;
@@ -138,25 +140,26 @@ public:
     [[nodiscard]] virtual bool HasChildren() const noexcept = 0;
     [[nodiscard]] virtual DocumentNode * FirstChild(bool elementsOnly) const = 0;
     [[nodiscard]] virtual DocumentNode * NextSibling(bool elementsOnly) const = 0;
-    /// The children at this moment.
+    /// The present children; later changes don't change the list.
     [[nodiscard]] virtual DocumentNodeList * Children() const = 0;
 
-    /// What an XPath expression finds from this node, in document order; the first one only, or null. Prefixes are
-    /// those in scope at the node, or at the root of a document. Errors: BadPath, NotNodes, LimitExceeded.
+    /// Evaluates an XPath expression at this node. `found` becomes the nodes in document order, or only the first, or
+    /// null. Prefixes are those in scope at this node, or at the root of a document. Errors: BadPath, NotNodes,
+    /// LimitExceeded.
     virtual DocumentResult Select(std::u16string_view path, DocumentNode *& found) const = 0;
     virtual DocumentResult Select(std::u16string_view path, DocumentNodeList *& found) const = 0;
-    /// Puts the text of the first node that the path finds into `sink`, without an object for that node.
+    /// Writes the text of the first node that the path finds to `sink`, without making an object for that node.
     virtual DocumentResult SelectText(std::u16string_view path, bool & isFound,
                                       DocumentSink & sink) const = 0;
 
-    /// Moves `child`, from wherever it stands, in front of `reference`, or behind all children for null. Of a
-    /// fragment the children move. Errors, without a change: Hierarchy, NotAChild.
+    /// Moves `child`, wherever it is, to the place before `reference`; a null `reference` means after all children.
+    /// If `child` is a fragment, its children move. Errors, without a change: Hierarchy, NotAChild.
     virtual DocumentResult InsertBefore(DocumentNode & child, DocumentNode * reference) = 0;
-    /// A copy that stands nowhere, of the same document; of a document a new document. Null for a document type.
+    /// A copy without a parent, of the same document. Of a document a new document; of a document type null.
     [[nodiscard]] virtual DocumentNode * Clone(bool deep) const = 0;
 
-    /// What an XSLT stylesheet makes of this node, which it sees as a document of its own. The stylesheet is a document
-    /// or an element. Errors: BadStylesheet, TransformFailed, LimitExceeded; the sink, or `out`, is as it was.
+    /// Transforms this node, which the stylesheet sees as a document of its own. The stylesheet is a document or an
+    /// element. Errors: BadStylesheet, TransformFailed, LimitExceeded; the sink, or `out`, is then unchanged.
     virtual DocumentResult Transform(DocumentNode const & stylesheet, DocumentSink & sink) const = 0;
     virtual DocumentResult Transform(DocumentNode const & stylesheet, Document & out) const = 0;
 
@@ -166,11 +169,12 @@ protected:
 
 class KZ_EXPORT DocumentElement : public DocumentNode {
 public:
-    /// Puts the attribute's value into `sink`; false when there is none. "xmlns" and "xmlns:p" are attributes here.
+    /// Writes the attribute's value to `sink`; false when there is none. "xmlns" and "xmlns:p" are attributes here.
     virtual bool Attribute(std::u16string_view name, DocumentSink & sink) const = 0;
-    /// Errors: InvalidName, InvalidText; NamespaceInUse for a declaration whose prefix something uses otherwise.
+    /// Sets the attribute's value, or adds the attribute. Errors: InvalidName, InvalidText; NamespaceInUse for a
+    /// declaration whose prefix is used with another namespace.
     virtual DocumentResult SetAttribute(std::u16string_view name, std::u16string_view value) = 0;
-    /// False when there is none, and for a declaration that is in use.
+    /// Removes the attribute. False when there is none, and for a declaration that is in use.
     virtual bool RemoveAttribute(std::u16string_view name) = 0;
 
 protected:
@@ -183,7 +187,7 @@ protected:
     ~DocumentText() = default;
 };
 
-/// Why the last `Load` or `Validate` said false. Never changes.
+/// Why the last `Load`, `LoadFile` or `Validate` failed. Never changes.
 class KZ_EXPORT DocumentParseError {
 public:
     virtual unsigned long AddRef() const = 0;
@@ -191,10 +195,10 @@ public:
 
     [[nodiscard]] virtual DocumentCode Code() const noexcept = 0;
     [[nodiscard]] virtual std::u16string_view Reason() const noexcept = 0;
-    /// From 1 on, in units; 0 for unknown.
+    /// Counted from 1, in units; 0 for unknown.
     [[nodiscard]] virtual std::uint32_t Line() const noexcept = 0;
     [[nodiscard]] virtual std::uint32_t Column() const noexcept = 0;
-    /// Units of a text, bytes of a file in front of the fault.
+    /// What precedes the error: in units of a text, in bytes of a file.
     [[nodiscard]] virtual std::uint32_t Position() const noexcept = 0;
     /// The line without its end.
     [[nodiscard]] virtual std::u16string_view SourceText() const noexcept = 0;
@@ -205,7 +209,7 @@ protected:
     ~DocumentParseError() = default;
 };
 
-/// Nodes in a fixed order, and a place among them. A list keeps its nodes.
+/// Nodes in a fixed order, and a position among them. A list keeps its nodes.
 class KZ_EXPORT DocumentNodeList {
 public:
     virtual unsigned long AddRef() const = 0;
@@ -222,34 +226,35 @@ protected:
 
 class KZ_EXPORT Document : public DocumentNode {
 public:
-    /// Replaces the content by what the text, or the file, says. False, without a change of the content, for what
+    /// Replaces the content by what the text, or the file, contains. False, without a change of the content, for what
     /// isn't a well-formed document. Nothing else is read: neither the network nor external entities.
     ///
-    /// Texts of white space alone go away in elements that have elements among their children, but where xml:space says
-    /// "preserve", and unless the document keeps them. A declaration of the encoding counts for files only.
+    /// Texts of only white space are dropped in elements that have elements among their children, except where
+    /// xml:space is "preserve", and except when the document keeps white space. A declared encoding is used for files
+    /// only.
     virtual bool Load(std::u16string_view text) = 0;
     virtual bool LoadFile(std::u16string_view path) = 0;
-    /// Whether later loads keep all white space. A copy of the document has the same setting.
+    /// Sets whether later loads keep all white space. A copy of the document has the same setting.
     virtual void KeepWhiteSpace(bool keep) noexcept = 0;
     [[nodiscard]] virtual bool KeepsWhiteSpace() const noexcept = 0;
-    /// Replaces the file, in the encoding of the one that was loaded, else in UTF-8. Errors: CantWrite; the old file
-    /// stands then, or the new one if the disk didn't confirm its name.
+    /// Writes the document to the file, in the encoding of the file that was loaded, otherwise in UTF-8. Errors:
+    /// CantWrite; the file is then the old one, or the new one if only the disk didn't confirm its name.
     virtual DocumentResult Save(std::u16string_view path) const = 0;
 
-    /// Adds, or replaces, the schema for a namespace. The document is copied. Errors: BadSchema.
+    /// Adds or replaces the schema for a namespace; it is copied. Errors: BadSchema.
     virtual DocumentResult AddSchema(std::u16string_view nameSpace, Document const & schema) = 0;
-    /// Puts into `isValid` whether the content follows the schemas. Errors: BadSchema.
+    /// Sets `isValid` to whether the content satisfies the schemas. Errors: BadSchema.
     virtual DocumentResult Validate(bool & isValid) = 0;
     /// Never null.
     [[nodiscard]] virtual DocumentParseError * LastParseError() const = 0;
 
     [[nodiscard]] virtual DocumentNode * Root() const = 0;
-    /// Puts `element` where the root is, or behind everything. Errors: Hierarchy.
+    /// Puts `element` in the place of the root, or after everything if there is no root. Errors: Hierarchy.
     virtual DocumentResult SetRoot(DocumentNode & element) = 0;
 
-    /// Makes a node that stands nowhere: an element, a text, a CDATA section, a comment, an instruction or a fragment.
-    /// `name` is for elements and instructions, `nameSpace` for elements, `text` for the others.
-    /// Errors: InvalidArgument, InvalidName, InvalidText.
+    /// Makes a node without a parent: an element, a text, a CDATA section, a comment, an instruction or a fragment.
+    /// `name` is for elements and instructions, `nameSpace` for elements, `text` for the others. Errors:
+    /// InvalidArgument, InvalidName, InvalidText.
     virtual DocumentResult Create(DocumentNodeKind kind, std::u16string_view name,
                                   std::u16string_view nameSpace, std::u16string_view text,
                                   DocumentNode *& made) = 0;

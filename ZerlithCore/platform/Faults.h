@@ -1,5 +1,6 @@
 /// @file
-/// Faults of the processor as calls of a function, on the thread and at the instruction that failed.
+/// Turns a fault of the processor, such as a read through a null pointer, into a call of a function that throws. The
+/// call happens on the faulting thread, as if the failed instruction had made it.
 ///
 ///     [[noreturn]] void Throw(KZPlatform::Fault const & fault) { throw MyFault(fault.code); }
 ///     ...
@@ -37,27 +38,30 @@ struct Fault {
     std::uint32_t code;
     FaultAccess access;   ///< None for faults that aren't about memory
     void const * address; ///< what was to be read, written or executed; null where the processor doesn't tell
-    void const * instruction; ///< what failed
+    void const * instruction; ///< the instruction that failed
     std::span<void *> stack;  ///< the active calls, innermost first, as `CaptureStack` notes them
 };
 
-/// Receives a fault and throws. It runs outside of the signal handler, with the thread's own signal mask, as if the
-/// instruction that failed had called it: frames above it are unwound, and their handlers found, as from any call. It
-/// must not return.
+/// Receives a fault and throws an exception; it must not return. It runs after the signal handler has returned, with
+/// the thread's own signal mask, as if the failed instruction had called it. So the exception unwinds the frames of
+/// the thread and finds its handler as it would from any call.
 using FaultThrower = void (*)(Fault const & fault);
 
-/// From now on a fault on the calling thread calls `thrower`. A second call on a thread changes the thrower. The first
-/// call in the process installs the signal handlers.
+/// Makes faults on the calling thread call `thrower` from now on, any number of them, one after the other. A second
+/// call on the same thread changes the thrower. The first call in the process installs the signal handlers.
 ///
-/// What isn't a fault of the list, happens on another thread, is sent by somebody (`kill`, `raise`), or happens inside
-/// the memory allocator or during the report of another fault, takes the course that it had before: the former handler
-/// or the default action. False, with the reason in the thread's last error, when the system has no memory for the thread's spare stacks, or doesn't tell
-/// where its stack is; nothing is changed then. On a thread of `NewThread` neither happens.
+/// A signal has the effect it had before (the former handler, or the default action) when it isn't a fault of the
+/// list, when it arrives on a thread that didn't call this, when somebody sent it (`kill`, `raise`), and when it
+/// happens inside the memory allocator or during the report of another fault.
+///
+/// False, with the reason in the thread's last error and nothing changed, when the system has no memory for the
+/// thread's spare stacks or doesn't tell where the thread's stack lies. On a thread made by `NewThread` neither can
+/// happen.
 bool TranslateFaults(FaultThrower thrower) noexcept;
 
-/// Takes back the reserve at the end of the calling thread's stack that a stack overflow has opened for those who clean up
-/// after it; to be called when its exception is over. Until then another overflow takes the default action. Does
-/// nothing on other threads, and as long as the stack is nearly full.
+/// Closes the reserve at the end of the calling thread's stack again. A stack overflow opens this reserve, so that
+/// destructors have room to run; call this when its exception has been handled. Until then another overflow has its
+/// default action. Does nothing on a thread that doesn't translate faults, and while the stack is still nearly full.
 void RestoreStackReserve() noexcept;
 
 } // namespace KZPlatform

@@ -1,12 +1,12 @@
 /// @file
-/// Directories, names and paths as the system sees them; FileHandle.h has the files.
+/// Directories, names and paths. The files themselves are in FileHandle.h.
 ///
 ///     std::vector<KZPlatform::DirectoryEntry> entries;
 ///     if (KZPlatform::ListDirectory(u"/tmp", entries)) ...
 ///
-/// A function that fails leaves the reason in the thread's last error (LastError.h). Paths are units; a name's bytes
-/// that aren't UTF-8 map to units and back, so every name the system has can be listed and opened. A path with a
-/// 0 unit inside names nothing and is refused.
+/// A function that fails leaves the reason in the thread's last error (LastError.h). Paths are UTF-16. Bytes of a
+/// name that aren't UTF-8 become lone surrogates and those bytes again on the way back, so every name the system has
+/// can be listed and opened. A path with a 0 unit inside names nothing and is refused.
 #pragma once
 
 #include <cstddef>
@@ -18,12 +18,12 @@ namespace KZPlatform {
 
 enum class PathKind : unsigned char { Missing, File, Directory };
 
-/// What stands under a name, links followed; whatever isn't a directory counts as a file.
+/// What a path leads to, links followed; everything that isn't a directory is a `File`.
 [[nodiscard]] PathKind KindOfPath(std::u16string_view path);
 
 [[nodiscard]] bool IsDirectory(std::u16string_view path);
 
-/// Tells whether this process may read, or write, what stands under the name.
+/// Tells whether this process may read, or write, what the path leads to.
 [[nodiscard]] bool MayRead(std::u16string_view path);
 [[nodiscard]] bool MayWrite(std::u16string_view path);
 
@@ -32,7 +32,7 @@ struct DirectoryEntry {
     PathKind kind;
 };
 
-/// Puts the entries of a directory into `entries`, in no special order, without those for itself and its parent.
+/// Replaces `entries` by those of a directory, in no special order, without "." and "..".
 [[nodiscard]] bool ListDirectory(std::u16string_view path, std::vector<DirectoryEntry> & entries);
 
 /// Makes one directory; its parent must exist.
@@ -40,18 +40,19 @@ struct DirectoryEntry {
 /// Removes an empty directory.
 [[nodiscard]] bool RemoveEmptyDirectory(std::u16string_view path);
 [[nodiscard]] bool RemoveFile(std::u16string_view path);
-/// Gives a file or directory another name; a file of that name is replaced.
+/// Gives a file or directory another name; a file that has this name is replaced in the same step.
 [[nodiscard]] bool RenamePath(std::u16string_view from, std::u16string_view to);
 
-/// What the system writes between the parts of a path, and what it takes for one.
+/// The separator that the system writes between the parts of a path, and all that it accepts as one.
 extern char16_t const PathSeparator;
 [[nodiscard]] bool IsPathSeparator(char16_t unit) noexcept;
 
-/// The units at the start of an absolute path that name its root, separator included; 0 for a relative path.
+/// The number of units at the start of an absolute path that name its root, the separator included; 0 for a relative
+/// path.
 [[nodiscard]] std::size_t PathRootLength(std::u16string_view path) noexcept;
 
-/// The path from the root, by the working directory, without "." and ".." and doubled or trailing separators. Links
-/// are not followed; nothing need exist.
+/// The path made absolute by the working directory, without ".", "..", doubled and trailing separators. Links are not
+/// followed, and nothing needs to exist under that path.
 [[nodiscard]] std::u16string FullPath(std::u16string_view path);
 
 } // namespace KZPlatform

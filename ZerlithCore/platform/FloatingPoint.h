@@ -1,5 +1,5 @@
 /// @file
-/// Which floating-point results are faults on the calling thread.
+/// Sets which floating-point results are faults on the calling thread.
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -8,15 +8,15 @@
 
 namespace KZPlatform {
 
-/// Makes invalid operation, denormal operand, division by zero, overflow and underflow raise faults on this thread;
-/// an inexact result stays none. Does nothing where the processor can't raise them. Threads started later by this one
-/// inherit it.
+/// Makes an invalid operation, a denormal operand, a division by zero, an overflow and an underflow raise a fault on
+/// this thread; an inexact result raises none. Threads that this one starts later inherit the setting. Does nothing
+/// where the processor can't raise such faults.
 void RaiseFloatingPointFaults() noexcept;
 
-/// No floating-point result is a fault while this object lives: for calls of the C runtime that overflow on purpose, as
-/// reading "1e999" does.
+/// While an object of this class lives, no floating-point result is a fault. It is for calls of the C runtime that
+/// overflow on purpose, as reading "1e999" does.
 ///
-/// Thread safety: is about the thread that makes it, and ends there.
+/// Thread safety: affects only the thread that makes it, and must be destroyed there.
 class KZ_EXPORT QuietFloatingPoint {
 public:
     QuietFloatingPoint() noexcept;

@@ -1,7 +1,7 @@
 /// @file
-/// Keeps a module in memory for those who use what lies in it.
+/// Keeps a module (a loaded library) in memory for those who use code or data in it.
 ///
-///     KZPlatform::ModuleHold const hold(text);    // the module that carries `text` stays as long as `hold` is there
+///     KZPlatform::ModuleHold const hold(text);    // the module that contains `text` stays while `hold` exists
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -12,19 +12,20 @@ namespace KZPlatform {
 
 struct HeldModule;
 
-/// A counted hold on a module: the module stays in memory until everybody who loaded it and everybody who holds it has let
-/// go. Copies hold it once more.
+/// A counted hold on a module. The module stays in memory until it has been freed as often as it was loaded and the
+/// last hold on it is gone. Copying a hold adds another one. The loader counts all holds of one module as a single
+/// load.
 ///
-/// The last hold doesn't unload the module itself, since whoever drops it may be code of that module. The next call of
-/// `LoadModule` or `FreeModule` does.
+/// Dropping the last hold doesn't unload the module, because the code that drops it may be in that module. The next
+/// call of `LoadModule` or `FreeModule` unloads it.
 ///
 /// Thread safety: distinct objects may be used on several threads.
 class KZ_EXPORT ModuleHold {
 public:
     /// Holds nothing.
     ModuleHold() noexcept = default;
-    /// Holds the module in which `address` lies, code or data. Nothing is held when no module has it, when it is the
-    /// program's or this library's own, which nobody unloads, and when there is no memory for the count.
+    /// Holds the module in which `address`, of code or data, lies. Holds nothing when no module contains the address,
+    /// when that is the program or this library, which nobody unloads, and when there is no memory for the count.
     explicit ModuleHold(void const * address) noexcept;
     ModuleHold(ModuleHold const & other) noexcept;
     ModuleHold(ModuleHold && other) noexcept : module_(std::exchange(other.module_, nullptr)) {}
@@ -34,10 +35,10 @@ public:
     }
     ~ModuleHold();
 
-    /// Holds `module`, a handle of the loader or of `ModuleOfMessages`; nothing for null.
+    /// Holds `module`, a handle of `LoadModule` or `ModuleOfMessages`; nothing for null.
     [[nodiscard]] static ModuleHold OfHandle(void * module) noexcept;
 
-    /// Lets the module stay in memory for the rest of the process.
+    /// Keeps the module in memory for the rest of the process.
     void Keep() noexcept { module_ = nullptr; }
 
 private:

@@ -1,4 +1,5 @@
-// A linear walk over the table that keeps the nearest language. Tables are small, texts are asked for by people.
+// Looks through the whole table and keeps the entry with the nearest language. Tables are small and texts are needed
+// rarely, so no index is worth its cost.
 #include "ZerlithCore/platform/ModuleMessages.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -14,8 +15,8 @@ namespace {
 
 constexpr std::uintptr_t tableMark = 1;
 
-// How far a text's language is from the one that is wanted; 0 is the very one. The lower ten bits are the language
-// proper, those above tell the country.
+// How far a text's language is from the wanted one; 0 is the same. The lower ten bits are the language itself, those
+// above are the country.
 int Distance(long language, long wanted) noexcept {
     constexpr long languageProper = 0x3FF;
     if (language == wanted) return 0;

@@ -1,5 +1,5 @@
 /// @file
-/// The recursive in-process lock that everything above the seam locks with.
+/// The recursive lock for threads of one process, used by all rooms above.
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -9,10 +9,11 @@
 
 namespace KZPlatform {
 
-/// A lock that its owner may take again, and must let go as often as it took it.
+/// A lock that its owner may take again, and must release as often as it took it.
 ///
-/// One word tells free, held or contended; only a contended lock calls the system. Neither fair nor copyable.
-/// The object may be static: it is ready before any constructor has run.
+/// One word holds the state: free, held or contended. The system is called only for a contended lock, so no operation
+/// can fail. Not fair: a thread that comes later may get the lock first. Not copyable. The object may be static: it
+/// can be used before any constructor has run.
 ///
 /// Thread safety: all operations may be called from any thread; `Unlock` only by the owner.
 class KZ_EXPORT RecursiveLock {
@@ -24,7 +25,7 @@ public:
     /// Takes the lock, waiting as long as it takes.
     void Lock() noexcept;
 
-    /// Takes the lock if that needs no waiting; tells whether it did.
+    /// Takes the lock if nobody else holds it; tells whether it did.
     [[nodiscard]] bool TryLock() noexcept;
 
     /// Undoes one `Lock` or `TryLock`. A call by a thread that isn't the owner does nothing.

@@ -1,18 +1,19 @@
 /// @file
-/// The wish of a user or of the system that the process should end.
+/// Requests by a user or by the system that the process should end: on POSIX SIGINT and SIGTERM.
 #pragma once
 
 namespace KZPlatform {
 
-/// From now on interrupt and termination signals set a flag in place of ending the process.
+/// Makes these signals set a flag from now on and do nothing else; in particular they no longer end the process.
+/// False, with the last error set, when the system refuses.
 bool InstallQuitHandlers() noexcept;
 
-/// Tells whether such a signal has arrived.
+/// True after such a signal, or after `RequestQuit(true)`.
 ///
-/// Thread safety: callable from any thread at any time, as `RequestQuit`.
+/// Thread safety: this and `RequestQuit` are callable from any thread at any time.
 [[nodiscard]] bool IsQuitRequested() noexcept;
 
-/// Sets the flag without a signal, or takes it back.
+/// Sets the flag without a signal, or clears it.
 void RequestQuit(bool requested = true) noexcept;
 
 } // namespace KZPlatform

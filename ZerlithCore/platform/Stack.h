@@ -1,5 +1,6 @@
 /// @file
-/// Call stacks: first the bare addresses, where it happened; names later, where there is time.
+/// Call stacks, in two steps: capturing collects bare addresses quickly, even in a signal handler; naming them comes
+/// later, when there is time.
 ///
 ///     void * addresses[64];
 ///     std::size_t const count = CaptureStack(addresses);
@@ -20,28 +21,30 @@ enum class StackOrigin : unsigned char {
     Interrupted ///< what the innermost signal handler on this thread has interrupted; for use in such a handler
 };
 
-/// Stores the addresses of the active calls, innermost first, and returns how many.
+/// Stores the addresses of the active calls, innermost first, and returns how many there are.
 ///
-/// Each address lies inside the instruction that makes the call (or, first, that was interrupted), so that looking it
-/// up gives the right function and line. The walk ends at the first frame that makes no sense; on a thread that
-/// translates faults (Faults.h) it survives a stack that was overwritten.
+/// Each address lies inside the instruction that makes the call (the first one, in a signal handler, inside the
+/// interrupted instruction), so that looking it up gives the right function and line. The walk ends at the first
+/// frame that isn't valid. On a thread that translates faults (Faults.h) it returns even if the stack was
+/// overwritten. After the first call of the process it allocates nothing.
 ///
-/// Thread safety: callable from any thread, and from a signal handler once it has been called outside of one.
+/// Thread safety: callable from any thread. Also callable from a signal handler, once it has been called outside of
+/// one.
 std::size_t CaptureStack(std::span<void *> addresses, StackOrigin origin = StackOrigin::Caller) noexcept;
 
-/// What is known about an address; what isn't known is empty.
+/// What is known about an address; the rest is empty.
 struct FrameName {
     std::string function;          ///< demangled
     std::uintptr_t functionOffset; ///< in bytes from the function's start
-    std::string module;            ///< file name without folder
+    std::string module;            ///< the file's name without its folder
     std::uintptr_t
-        moduleOffset; ///< the address in the module's file, as tools that print source lines want it
+        moduleOffset; ///< the address as counted in the module's file, which tools that print source lines need
 };
 
-/// Names for all of `addresses`, in their order. Functions that a module doesn't export are found in its file, as long as
-/// that isn't stripped.
+/// Returns a name for each of `addresses`, in their order. Functions that a module doesn't export are found in its
+/// file, unless that is stripped.
 ///
-/// Not for signal handlers: reads files and allocates.
+/// Not for signal handlers: it reads files and allocates memory.
 [[nodiscard]] std::vector<FrameName> NameAddresses(std::span<void * const> addresses);
 
 } // namespace KZPlatform

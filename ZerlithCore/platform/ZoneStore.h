@@ -1,5 +1,9 @@
 /// @file
-/// The system's time zones, in the shape of a small registry: keys by path, with named values.
+/// The system's time zones in the form of a small registry: each zone is a key with a path, and a key has named
+/// values.
+///
+///     std::optional<KZPlatform::ZoneKey> const key = KZPlatform::OpenZoneKey(path);
+///     if (key) name = key->Text(u"Std").value_or(u"");    // "Tokyo Standard Time"
 #pragma once
 
 #include <cstdint>
@@ -12,7 +16,7 @@
 
 namespace KZPlatform {
 
-/// The values of one key. A value of another kind than is asked for counts as missing.
+/// The values of one key. Asking for a value as another type than it has gives nothing.
 class ZoneKey {
 public:
     using Value = std::variant<std::u16string, std::string, std::uint32_t>;
@@ -41,21 +45,21 @@ private:
     std::map<std::u16string, Value, std::less<>> values_;
 };
 
-/// The key at `path`: one that was put there, or one made from the system's zone data. Nothing where there is none, or
-/// where its data is damaged. Paths ignore case.
+/// The key at `path`: one that `PutZoneKey` stored, otherwise one made from the system's zone data. Nothing when
+/// there is none, or when the zone's data is damaged. The case of a path doesn't matter.
 ///
-/// Errors: throws std::system_error when the data can't be read at present, for lack of file handles, say; the number is
-/// the thread's last error, too. Nothing of that is kept, so the same question may have an answer later.
+/// Errors: throws std::system_error when the data can't be read at present, for lack of file handles for example; its
+/// number is also the thread's last error. A failure isn't remembered, so the next call may succeed.
 ///
-/// Thread safety: callable from any thread, as are the next three.
+/// Thread safety: this and the next three functions are callable from any thread.
 [[nodiscard]] std::optional<ZoneKey> OpenZoneKey(std::u16string_view path);
-/// The names of the keys right below `path`, in order.
+/// The names of the keys directly below `path`, sorted.
 [[nodiscard]] std::vector<std::u16string> ListZoneKeys(std::u16string_view path);
-/// Puts a key into the store, in front of what the system has; without a `key` takes such a one away again.
+/// Stores a key, which then comes before one that the system has. Without a `key` it removes the stored one.
 void PutZoneKey(std::u16string_view path, std::optional<ZoneKey> key);
 
-/// The zone of this computer with the values that a zone's key has. It is UTC where the setting names no zone of the
-/// system's. Errors: as for `OpenZoneKey`.
+/// The zone of this computer, with the values that a zone's key has. It is UTC when the computer's setting names no
+/// zone that the system has. Errors: as for `OpenZoneKey`.
 [[nodiscard]] ZoneKey LocalZoneKey();
 
 } // namespace KZPlatform

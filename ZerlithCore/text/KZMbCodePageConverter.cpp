@@ -1,3 +1,4 @@
+// Converts by the code pages of the platform.
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/CodePages.h"
 #include "ZerlithCore/text/KZStringConverter.h"
@@ -20,7 +21,7 @@ KZMbCodePageConverter::KZMbCodePageConverter(std::uint32_t codePage) : codePage_
 
 KZMbCodePageConverter::~KZMbCodePageConverter() = default;
 
-// The text goes by way of a buffer, since invalid bytes may come late and leave the destination as it was.
+// Converts into a buffer first: if invalid bytes come late, the destination must not have changed.
 KZErrorID KZMbCodePageConverter::ConvertToUnicode(KZString & dest, char const * src) const {
     std::string_view const bytes = KZBytesOf(src);
     char16_t stack[StackUnits];

@@ -1,3 +1,5 @@
+// Converts by the caller's tables, unit by unit. The bytes are read twice: first to count the units, then to store
+// them.
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 #include "ZerlithCore/text/detail/KZStringText.h"
@@ -8,7 +10,7 @@ namespace {
 
 constexpr unsigned RowSize = 256;
 
-// A missing mapping is one without tables.
+// A null mapping is used as one without tables.
 constexpr KZMultiByteMapping EmptyMapping{};
 
 // Reads units from bytes one by one.
@@ -16,7 +18,7 @@ class MappedReader {
 public:
     MappedReader(KZMultiByteMapping const & mapping, char const * bytes) : mapping_(mapping), at_(bytes) {}
 
-    // The next unit, 0 for one that no table has; nothing at the end of the bytes.
+    // The next unit; 0 when no table has one; nothing at the end of the bytes.
     std::optional<char16_t> Next() {
         if (!at_ || *at_ == '\0') return std::nullopt;
         char const byte = *at_++;
@@ -29,7 +31,7 @@ public:
         return trails[static_cast<unsigned char>(*at_++)];
     }
 
-    // True when some table gave the unit that was read last.
+    // True when the unit read last came from a table.
     [[nodiscard]] bool IsFromTable() const { return fromTable_; }
 
 private:

@@ -1,3 +1,4 @@
+// Blocks and their sharing, and the functions that change a text.
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/foundation/KZMemory.h"
@@ -59,11 +60,11 @@ std::vector<std::uint32_t> FindAll(std::u16string_view text, std::u16string_view
     }
 }
 
-// Where a block stands in its memory. On current x86 processors a large copy is slower by half, on some by ten times,
-// when the address of the destination modulo 4096 is a few bytes above that of the source; an equal or lower one is no
-// problem. Allocators place all large blocks at the same address modulo 4096, and standard strings have no header: so a
-// text that follows our header of 12 bytes would lie 12 bytes above theirs. In large blocks it lies 64 bytes above
-// instead, where copies in both directions are fast. Measured for 32 KB: 149 instead of 84 GB/s.
+// The place of a block in its memory. On current x86 processors a large copy is slower by half, on some by ten times,
+// when the address of the destination modulo 4096 is a few bytes above that of the source; an equal or lower one is
+// no problem. Allocators place all large blocks at the same address modulo 4096, and standard strings have no header,
+// so a text that follows our header of 12 bytes would lie 12 bytes above theirs. In large blocks it lies 64 bytes
+// above instead, where copies in both directions are fast. Measured for 32 KB: 149 instead of 84 GB/s.
 
 constexpr std::uint32_t LargeCapacity = 2048;
 
@@ -154,7 +155,7 @@ void KZString::Insert(unsigned int position, char16_t const * text) {
     std::size_t const length = Length();
     std::size_t const place = std::min<std::size_t>(position, length);
     std::uint32_t const need = AsCapacity(length + size + 1);
-    // If `text` lies in this string, `old` keeps it alive until it has been copied.
+    // If `text` lies in this string, `old` keeps it in memory until it has been copied.
     KZString const old = OwnsRoom(need) && !PointsInto(*this, text) ? KZString() : Regrow(need);
     Move(data_->text + place + size, data_->text + place, length - place);
     Copy(data_->text + place, text, size);
@@ -267,7 +268,8 @@ void KZString::Free(DataDef * block) noexcept {
 }
 
 void KZString::Drop(DataDef * block) noexcept {
-    // The only holder needs no atomic write: no other thread has a string of this block that it could copy meanwhile.
+    // If this is the only string of the block, no atomic write is needed: no other string is there that another
+    // thread could copy.
     if (block->references.load(std::memory_order_acquire) == 0 ||
         block->references.fetch_sub(1, std::memory_order_acq_rel) == 0) {
         Free(block);

@@ -286,8 +286,8 @@ public:
     std::uint64_t AsUInt64(bool * success = nullptr) const;
     /// Reads with `KZDateTime::FromString`, in the local zone and by the default template.
     KZDateTime AsKZDateTime(bool * success = nullptr) const;
-    /// These read with the `FromString` of their classes, in the local zone and by the default templates; a duration
-    /// without a unit counts seconds.
+    /// These read with the `FromString` of their classes, in the local zone and by the default templates. A duration
+    /// without a unit is in seconds.
     KZDateTimeEx AsKZDateTimeEx(bool * success = nullptr) const;
     KZDateEx AsKZDateEx(bool * success = nullptr) const;
     KZTimeEx AsKZTimeEx(bool * success = nullptr) const;
@@ -295,12 +295,12 @@ public:
 
     // --- 8-bit text. A null converter means Latin-1.
 
-    /// Replaces the text by `source`, converted by `converter`.
-    /// Errors: 10 when the converter isn't valid, and those of the converter, which then says what the string holds.
+    /// Replaces the text by `source`, converted by `converter`. Errors: 10 when the converter isn't valid; then the
+    /// string is unchanged. Otherwise those of the converter; what the string then contains is described there.
     KZErrorID ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter);
     static KZErrorID ConvertToUnicode(KZString & string, char const * source,
                                       KZSmartPtr<KZStringConverter> const & converter);
-    /// Puts the text into `out`, converted by `converter`, and returns the converter's error.
+    /// Replaces `out` by the text, converted by `converter`, and returns the converter's error.
     KZErrorID ConvertFromUnicode(std::string & out, KZSmartPtr<KZStringConverter> const & converter) const;
     /// The text converted by `converter`, or to the code page. An error is ignored on purpose.
     [[nodiscard]] std::string AsMbString(KZSmartPtr<KZStringConverter> const & converter) const;

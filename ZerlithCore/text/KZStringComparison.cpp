@@ -1,3 +1,4 @@
+// Comparisons of KZString: by values, or by collators that are made at their first use and shared.
 #include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/detail/KZUnitCompare.h"

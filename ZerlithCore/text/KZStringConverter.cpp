@@ -1,3 +1,4 @@
+// The base classes, and the converters for Latin-1 and UTF-8.
 #include "ZerlithCore/text/KZStringConverter.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
@@ -12,7 +13,7 @@ namespace {
 
 constexpr long UnsupportedCharacters = 11;
 
-// A size as `Reserve` takes it. More than a string can hold becomes what `Reserve` refuses.
+// A size as an argument of `Reserve`. A size beyond what a string can hold becomes one that `Reserve` refuses.
 std::uint32_t RoomFor(std::size_t size) {
     return static_cast<std::uint32_t>(std::min<std::size_t>(size, KZString::npos));
 }
@@ -102,8 +103,8 @@ KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * 
         dest.Reserve(RoomFor(size + 1));
         result = KZEncoding::DecodeUtf8(bytes, {GetStrDataP(dest), size}, KZEncoding::Utf8Mode::Replace);
         if (result.status == KZEncoding::Utf8Status::Done) break;
-        // Broken sequences take more units than were counted, but no more than there are bytes. The part that was decoded
-        // mustn't stay when there is no memory for them.
+        // Invalid sequences take more units than were counted, but no more than there are bytes. If there is no
+        // memory for those, the string must not keep the part that was decoded.
         dest.Clear();
     }
     GetStrDataP(dest)[result.written] = u'\0';

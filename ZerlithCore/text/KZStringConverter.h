@@ -12,9 +12,10 @@
 /// | KZStringUTF8Converter | UTF-8                                       |
 /// | KZMbCodePageConverter | a code page of the platform, by its number  |
 /// | KZJisConverter        | code page 932                               |
-/// | KZMultiByteConverter  | whatever the caller's tables say            |
+/// | KZMultiByteConverter  | given by tables of the caller               |
 ///
-/// Bytes are read up to their first 0, and texts up to their first 0 unit; null bytes are an empty text.
+/// Bytes are read up to their first 0, and strings up to their first 0 unit. A null pointer to bytes is an empty
+/// text.
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -26,9 +27,9 @@
 class KZErrorID;
 class KZString;
 
-/// What every converter can do.
+/// The interface of all converters.
 ///
-/// Thread safety: a converter has no state besides its count, so one may serve all threads.
+/// Thread safety: a converter has no state besides its reference count, so several threads may use one.
 class KZ_EXPORT KZStringConverter : public KZRefCountI {
 public:
     KZStringConverter() noexcept = default;
@@ -41,15 +42,15 @@ public:
     virtual KZErrorID ConvertToUnicode(KZString & dest, char const * src) const = 0;
     /// Replaces `dest` by the bytes of `src`.
     virtual KZErrorID ConvertFromUnicode(std::string & dest, KZString const & src) const = 0;
-    /// True unless the converter can convert nothing at all.
+    /// False when no text can be converted, such as by a code page that doesn't exist.
     [[nodiscard]] virtual bool IsValid() const;
 
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
 protected:
-    /// Direct access for converters: the text, in a block of the string's own with room for `Capacity()` units and a 0
-    /// unit, and the length. Whoever writes a text ends it with a 0 unit and sets the length. Both are valid until the
-    /// string is changed by other means.
+    /// Direct access for derived converters: the text, in a block that no other string shares, with room for
+    /// `Capacity()` units and a 0 unit; and the length. A converter that writes the text must end it with a 0 unit
+    /// and set the length. Both pointers are valid until the string is changed in another way.
     static char16_t * GetStrDataP(KZString & string);
     static std::uint32_t * GetStrDataLenP(KZString & string);
 
@@ -57,34 +58,34 @@ private:
     KZCounter count_;
 };
 
-/// A converter that can't fail: derived classes say how in two operations, which do nothing here.
+/// A converter that can't fail: derived classes override `ConvertMbToStr` and `ConvertStrToMb`.
 class KZ_EXPORT KZMbStringConverter : public KZStringConverter {
 public:
     ~KZMbStringConverter() override;
 
-    /// By `ConvertMbToStr` and `ConvertStrToMb`; success.
+    /// These call the two functions below and return success.
     KZErrorID ConvertToUnicode(KZString & dest, char const * src) const override;
     KZErrorID ConvertFromUnicode(std::string & dest, KZString const & src) const override;
 
-    /// Leaves `dest` alone.
+    /// Replaces `dest` by the text of `src`. Does nothing in this class.
     virtual void ConvertMbToStr(KZString & dest, char const * src) const;
-    /// An empty string.
+    /// Returns the bytes of `src`. Returns an empty string in this class.
     [[nodiscard]] virtual std::string ConvertStrToMb(KZString const & src) const;
 };
 
-/// ISO 8859-1: units and bytes of the same values.
+/// ISO 8859-1: a byte and its unit have the same value.
 class KZ_EXPORT KZLatinStringConverter : public KZMbStringConverter {
 public:
     ~KZLatinStringConverter() override;
 
     /// Always succeeds.
     KZErrorID ConvertToUnicode(KZString & dest, char const * src) const override;
-    /// Errors: 11 when any unit of the string, also one behind a 0 unit, is above 255. The text is converted all the
-    /// same, with "?" for such units.
+    /// Errors: 11 when any unit of the string, also after a 0 unit, is above 255. The text is converted in spite of
+    /// it, with "?" for such units.
     KZErrorID ConvertFromUnicode(std::string & dest, KZString const & src) const override;
 };
 
-/// UTF-8: each maximal part of a broken sequence becomes U+FFFD, and so does each lone surrogate on the way back.
+/// UTF-8: each maximal part of an invalid sequence becomes U+FFFD, and so does each lone surrogate on the way back.
 class KZ_EXPORT KZStringUTF8Converter : public KZStringConverter {
 public:
     ~KZStringUTF8Converter() override;
@@ -96,14 +97,15 @@ public:
 /// A code page of the platform.
 class KZ_EXPORT KZMbCodePageConverter : public KZMbStringConverter {
 public:
-    /// Any number will do; `IsValid` tells what it is worth. 0 is the platform's default page.
+    /// Any number is accepted; `IsValid` tells whether there is such a page. 0 is the platform's default page.
     explicit KZMbCodePageConverter(std::uint32_t codePage);
     ~KZMbCodePageConverter() override;
 
-    /// Errors: the system's, for bytes that mean nothing in the page and for a page that isn't there; `dest` is as
-    /// it was then.
+    /// Errors: the system's, for bytes that have no meaning in the page and for a page that doesn't exist; `dest` is
+    /// then unchanged.
     KZErrorID ConvertToUnicode(KZString & dest, char const * src) const override;
-    /// A unit that the page lacks becomes "?". Errors: the system's, for a page that isn't there; `dest` is empty then.
+    /// A unit that the page lacks becomes "?". Errors: the system's, for a page that doesn't exist; `dest` is then
+    /// empty.
     KZErrorID ConvertFromUnicode(std::string & dest, KZString const & src) const override;
     /// True for page 0, and for a page that the platform has.
     [[nodiscard]] bool IsValid() const override;
@@ -123,22 +125,24 @@ public:
 
 /// The tables of a KZMultiByteConverter; each is null or has 256 entries.
 struct KZMultiByteMapping {
-    static constexpr unsigned Bytes = 256;  // the table by a byte: a unit, or 0 for a lead byte
-    static constexpr unsigned Trails = 256; // `Trails` + lead byte: the table by the byte behind it: a unit
+    static constexpr unsigned Bytes = 256;  // the table with the unit of each byte; 0 for a lead byte
+    static constexpr unsigned Trails = 256; // plus a lead byte: the table with the unit of each second byte
 
-    /// Entries 0 to 255, by the high byte of a unit: codes by its low byte. A code above 255 is two bytes, high byte
-    /// first; 0 is no code. Entry 256 and those behind it: see above.
+    /// Entries 0 to 255 are for units: entry h has the codes of the units with high byte h, by their low byte. A code
+    /// above 255 is two bytes, the high one first; 0 means that the unit has no code. The entries from 256 on are for
+    /// bytes, as said above.
     char16_t const * tables[512];
 };
 
-/// Converts by tables that the caller owns, and keeps for as long as the converter lives.
+/// Converts by tables of the caller, who owns them and must keep them as long as the converter lives.
 class KZ_EXPORT KZMultiByteConverter : public KZMbStringConverter {
 public:
     explicit KZMultiByteConverter(KZMultiByteMapping const * mapping);
     ~KZMultiByteConverter() override;
 
-    /// Leaves `dest` empty unless some table gives a unit above 255: callers rely on it. A byte without a table is
-    /// sign-extended to 16 bits; one that means nothing, a lead byte at the end too, becomes "?".
+    /// Leaves `dest` empty unless a table gives some unit above 255; callers rely on it. Without the table `Bytes` a
+    /// byte is extended by its sign to 16 bits. A byte that no table gives a unit for, such as a lead byte at the
+    /// end, becomes "?".
     void ConvertMbToStr(KZString & dest, char const * src) const override;
     /// A unit without a code becomes "?".
     [[nodiscard]] std::string ConvertStrToMb(KZString const & src) const override;

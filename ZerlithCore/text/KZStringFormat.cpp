@@ -1,3 +1,4 @@
+// KZString::Format: the printf-style formatter.
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/KZString.h"
 
@@ -305,7 +306,8 @@ private:
 
     // --- Integers
 
-    /// The number of bytes that are printed: as many as the argument has, unless an h says fewer or another size more.
+    /// The number of bytes that are printed: the argument's own. An h in the conversion makes it less, another size
+    /// can make it more.
     static std::size_t BytesOf(Conversion const & conversion, FormatArgument const & argument) noexcept {
         std::size_t const own = argument.kind == Kind::Untyped || argument.kind == Kind::Pointer
                                     ? sizeof(void *)

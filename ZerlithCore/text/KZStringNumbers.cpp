@@ -1,3 +1,4 @@
+// KZString::AsInt, AsDouble and the like: numbers from text.
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/platform/Numbers.h"
@@ -73,8 +74,8 @@ std::size_t StartsWith(char16_t const * text, std::u16string_view word) noexcept
     return word.size();
 }
 
-/// Steps over an exponent that starts with `letter` and has a digit. Returns its value, 0 if there is none; a value
-/// that is far beyond any double's is cut.
+/// Steps over an exponent that starts with `letter` and has a digit. Returns its value, 0 if there is none. A value
+/// far beyond that of any double is limited.
 std::int64_t TakeExponent(char16_t const *& text, char16_t letter) noexcept {
     constexpr std::int64_t Bound = 1'000'000'000'000;
     char16_t const * place = text;

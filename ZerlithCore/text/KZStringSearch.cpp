@@ -1,3 +1,4 @@
+// KZString::Find and its relatives, and the hashes.
 #include "ZerlithCore/text/KZString.h"
 
 #include "ZerlithCore/text/detail/KZUnitScan.h"

@@ -1,3 +1,4 @@
+// The names of character properties, the table of base letters, and the memory for the names of characters.
 #include "ZerlithCore/text/KZUnicode.h"
 
 #include <algorithm>

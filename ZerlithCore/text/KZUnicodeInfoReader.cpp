@@ -1,3 +1,4 @@
+// Reads the database line by line, and each line field by field with a cursor.
 #include "ZerlithCore/text/KZUnicodeInfoReader.h"
 
 #include <array>

@@ -1,3 +1,4 @@
+// Fast searches in units, with and without SSE2.
 #include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>

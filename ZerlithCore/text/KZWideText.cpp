@@ -1,3 +1,4 @@
+// Appends wide characters to strings, and writes strings to wide streams.
 #include "ZerlithCore/text/KZWideText.h"
 
 #include "ZerlithCore/text/detail/KZStringText.h"
@@ -7,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t ChunkSize = 256; // units that are widened on the stack
+constexpr std::size_t ChunkSize = 256; // units that are converted on the stack at a time
 
 } // namespace
 
@@ -22,7 +23,7 @@ void KZAppendWide(std::u16string & string, wchar_t character) {
 std::wostream & operator<<(std::wostream & stream, KZString const & string) {
     std::u16string_view units = KZTextOf(string);
     if (stream.width() != 0) return stream << KZToWide(units);
-    // Pieces on the stack; the joiner carries a pair over their border.
+    // Converts in pieces on the stack. The joiner keeps a high surrogate at the end of a piece for the next one.
     KZWideJoiner joiner;
     wchar_t chunk[ChunkSize + 2];
     while (!units.empty() && stream) {

@@ -6,8 +6,9 @@
 ///     KZString line;
 ///     for (wchar_t c; stream.get(c) && c != L'\n';) KZAppendWide(line, c);
 ///
-/// Where `wchar_t` has 32 bits, surrogate pairs join on the way out and split on the way in; lone surrogates pass
-/// unharmed both ways. A `wchar_t` above 0x10FFFF becomes U+FFFD. Where `wchar_t` has 16 bits, texts are copied.
+/// Where `wchar_t` has 32 bits, surrogate pairs are joined to one character and split again on the way back; lone
+/// surrogates stay as they are. A `wchar_t` above 0x10FFFF becomes U+FFFD. Where `wchar_t` has 16 bits, texts are
+/// copied.
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -18,12 +19,13 @@
 #include <string>
 #include <string_view>
 
-/// All of the text as characters, 0 units included.
+/// Converts all of the text, 0 units included.
 [[nodiscard]] inline std::wstring KZToWide(std::u16string_view units) { return KZEncoding::ToWide(units); }
-/// All of the text as units, 0 included.
+/// Converts all of the text, 0 characters included.
 [[nodiscard]] inline std::u16string KZFromWide(std::wstring_view wide) { return KZEncoding::FromWide(wide); }
 
-/// Stores the units of the text, 0 units included, and returns their number. `units` has room for two a character.
+/// Stores the units of the text, 0 included, and returns their number. `units` must have room for two units for each
+/// character.
 inline std::size_t KZFromWide(std::wstring_view wide, char16_t * units) noexcept {
     return KZEncoding::FromWide(wide, units);
 }
@@ -32,5 +34,5 @@ inline std::size_t KZFromWide(std::wstring_view wide, char16_t * units) noexcept
 KZ_EXPORT void KZAppendWide(KZString & string, wchar_t character);
 KZ_EXPORT void KZAppendWide(std::u16string & string, wchar_t character);
 
-/// Joins surrogate pairs in output that comes unit by unit.
+/// Joins surrogate pairs when units come one by one.
 using KZWideJoiner = KZEncoding::WideJoiner;

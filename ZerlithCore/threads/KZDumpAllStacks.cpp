@@ -1,3 +1,4 @@
+// Writes the stacks of all threads in the table, one thread after the other.
 #include "ZerlithCore/platform/Stack.h"
 #include "ZerlithCore/threads/KZThread.h"
 #include "ZerlithCore/threads/detail/KZThreadTable.h"

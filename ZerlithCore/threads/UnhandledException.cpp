@@ -1,3 +1,4 @@
+// The line that reports an exception which has left a callback.
 #include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"

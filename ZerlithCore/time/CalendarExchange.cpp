@@ -1,3 +1,4 @@
+// One pair of functions, to the record and back, for each kind of record.
 #include "ZerlithCore/time/detail/CalendarExchange.h"
 
 #include <cmath>

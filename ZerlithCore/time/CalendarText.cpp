@@ -1,3 +1,4 @@
+// One function prints all calendar values and one reads them, both letter by letter of the template.
 #include "ZerlithCore/time/detail/CalendarText.h"
 
 #include "ZerlithCore/time/KZDateAndTime.h"

@@ -1,3 +1,4 @@
+// Collects the periods of daylight saving time in a range of years, and moves dates inside them by an hour.
 #include "ZerlithCore/time/KZDSTAdjuster.h"
 
 #include "ZerlithCore/time/detail/CalendarDays.h"

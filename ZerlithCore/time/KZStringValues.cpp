@@ -4,7 +4,8 @@
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/KZDateTimeEx.h"
 
-// What a string says of calendar values: declared by the string, which doesn't know their classes.
+// The functions of KZString that return calendar values. KZString declares them, but doesn't know these classes,
+// which are in this higher room.
 
 KZDateTime KZString::AsKZDateTime(bool * success) const {
     KZDateTime value;

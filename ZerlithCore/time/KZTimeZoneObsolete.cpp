@@ -1,3 +1,4 @@
+// The numbers that older programs use for zones, each with the name of its zone.
 #include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
 #include "ZerlithCore/time/detail/AskZoneStore.h"

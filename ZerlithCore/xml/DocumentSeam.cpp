@@ -1,3 +1,4 @@
+// Text from the document interface goes directly into a string's block; a failure becomes a KZDOMException.
 #include "ZerlithCore/xml/detail/DocumentSeam.h"
 
 #include "ZerlithCore/encoding/Utf8.h"

@@ -1,3 +1,4 @@
+// Handles on documents: all work is done by the document interface of the platform.
 #include "ZerlithCore/xml/KZDOMDocument.h"
 
 #include "ZerlithCore/xml/KZDOMException.h"

@@ -1,3 +1,4 @@
+// Handles on nodes: all work except `Format` is done by the document interface of the platform.
 #include "ZerlithCore/xml/KZDOMNode.h"
 
 #include "ZerlithCore/xml/KZDOMDocument.h"

@@ -14,7 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// A temporary directory whose files have names of bytes.
+/// A temporary directory whose files are named by bytes, not by units.
 class TestDirectory : public TemporaryDirectory {
 public:
     std::string Path(std::string const & name = "") const {
@@ -29,7 +29,7 @@ public:
     }
 };
 
-/// A variable of the environment, for the processes started meanwhile.
+/// Sets an environment variable for the processes that are started while this object exists.
 struct TestVariable {
     TestVariable(char const * variable, std::string const & value) : name(variable) {
         setenv(name, value.c_str(), 1);
@@ -43,7 +43,8 @@ struct HostResult {
     std::string console;
 };
 
-/// Runs `program` with `arguments` in `directory`; `watch` sees the console as it grows and may signal the process.
+/// Runs `program` with `arguments` in `directory`. `watch` is called with the console's text as it grows, and may
+/// send the process a signal.
 inline HostResult RunHost(std::string const & program, std::vector<std::string> arguments,
                           std::string const & directory,
                           std::function<void(std::string const &, pid_t)> const & watch = {}) {

@@ -11,7 +11,7 @@
 
 namespace {
 
-// Keeps what the application's channel is told, and so the console free of it.
+// Collects the messages of the application's channel, and keeps them off the console.
 class Capture : public KZLogSubscriberI {
 public:
     explicit Capture(std::string & text) : KZLogSubscriberI(9), text_(text) {}

@@ -10,7 +10,7 @@ KZCommandLine Parse(KZString const & line, bool caseSensitive = false) {
     return KZCommandLine(line, u"/-", u":", caseSensitive);
 }
 
-/// Name of the program and arguments as `name|0:a|1:a=value|2:file|3:`.
+/// The program's name and the arguments in the form `name|0:a|1:a=value|2:file|3:`; the digit is the argument's kind.
 KZString Shape(KZCommandLine const & line) {
     KZString shape = line.GetAppName();
     for (KZCommandLineArgument const & each : line.GetParsedArgumentVector()) {

@@ -15,7 +15,7 @@
 
 namespace {
 
-/// The text as it comes back from a part of type `Part`, or what reading it throws.
+/// Reads the text as a part of type `Part` and writes it again; the text of the exception if reading throws one.
 template <class Part>
 std::wstring Rewritten(std::wstring const & text, Part && part) {
     std::wistringstream in(text);
@@ -109,7 +109,7 @@ TEST(KZConfigFile, ReadsPartsAlone) {
     EXPECT_THROW(stream >> line, KZConfigStreamException);
 }
 
-/// Whatever is read and written once reads and writes the same from then on.
+/// A text that was read and written once must not change when it is read and written again.
 TEST(KZConfigFile, ReachesAFixedPointOnRandomText) {
     std::mt19937 random(20);
     for (int round = 0; round < 3000; ++round) {
@@ -124,7 +124,7 @@ TEST(KZConfigFile, ReachesAFixedPointOnRandomText) {
         }
         std::wostringstream once;
         once << file;
-        // One carriage return goes from the end of a comment at each reading, and "[]" from the text.
+        // Each reading removes one carriage return from the end of a comment, and "[]" from the text.
         if (once.str().find(L'\r') != std::wstring::npos || text.find(L"[]") != std::wstring::npos) continue;
         EXPECT_EQ(Rewritten(once.str(), KZConfigFile(u"")), once.str()) << "round " << round;
     }
@@ -170,7 +170,7 @@ TEST_F(KZConfigFileOnDisk, IsNotSavedWhenNotAllOfItWasRead) {
     struct Case {
         std::string bytes;
         bool isLoaded;
-        int sections; // those in front of an error are held
+        int sections; // those before an error are kept
         char const * why;
     };
     Case const cases[] = {
@@ -334,7 +334,7 @@ TEST(KZConfigLockable, ForwardsToItsOwnerAndUndoesOnChange) {
     EXPECT_EQ(section.GetLockCount(), 3U);
     section.SetOwner(&a);
     EXPECT_EQ(a.depth, 3);
-    section.AddLine(u"l", u"v", line)->Unlock(); // Moves the first line, with its locks.
+    section.AddLine(u"l", u"v", line)->Unlock(); // This moves the first line in memory, with its locks.
     line = section.FindLine(u"k");
     EXPECT_EQ(line->GetLockCount(), 2U);
     EXPECT_EQ(line->GetOwner(), &section);
@@ -354,7 +354,7 @@ TEST(KZConfigLockable, AnyPartLocksTheFile) {
     KZConfigFile file(u""), other(u"");
     for (char16_t name = u'A'; name < u'D'; ++name) file.SetLong(name, u"k", 0);
     other.SetLong(u"A", u"k", 0);
-    // What is assigned brings its owner along, until the next addition.
+    // An assigned value keeps its former owner, until the next addition sets all owners.
     *file.FindSection(u"A") = *other.FindSection(u"A");
     auto const b = file.FindSection(u"B");
     *b->FindLine(u"k") = *other.FindSection(u"A")->FindLine(u"k");

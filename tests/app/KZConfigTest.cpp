@@ -11,7 +11,7 @@ TEST(KZConfig, FindsValues) {
     TemporaryDirectory const folder;
     folder.Write(u"test.ini", "\xEF\xBB\xBF[Other] ; text behind a header\n"
                               "k=other\n"
-                              " [A]\n" // Not in the first column, and so the end of [Other].
+                              " [A]\n" // Not in the first column, so no header; but it ends [Other].
                               "behind=x\n"
                               "[]]odd]\n"
                               "k=odd\n"

@@ -1,4 +1,4 @@
-// Real plug-in libraries in a real host: the console transcripts are compared whole.
+// Loads real plug-in libraries into a real host, and compares the whole output on the console.
 #include "app/HostProcess.h"
 
 #include <gtest/gtest.h>
@@ -76,7 +76,7 @@ TEST(KZHost, RefusesWhatItCannotUseAndGoesOn) {
                 "A is deleted\nFailing is deleted\nNeeds failing is deleted\nMissing is deleted\nNameless is "
                 "deleted\n" +
                 Exit;
-    // The texts are made when the libraries that some of them come from have been let go.
+    // These texts are made after the libraries from which some of them come have been unloaded.
     expected += "FAILED Clash, 1, clash.osx: <Clash> ID's is used by another plugin or the plugin is already "
                 "loaded in the application.\n"
                 "FAILED , 0, noentry.osx: Cannot locate \"GetPlugInObject\" entry point\n"
@@ -144,11 +144,11 @@ TEST(KZHost, LetsGoOfWhatPlugInsLeaveBeforeTheirLibraries) {
         options.push_back("/noMenu");
         return RunWithList(place, {"threaded"}, {}, options).console;
     };
-    // A hook and an exit function keep the library, the latter until its thread has been let go.
+    // A hook and an exit function keep the library in memory, the exit function until its thread is gone.
     EXPECT_EQ(run({}), told + "error is deleted\n" + Exit + "left hook runs\n" + gone);
     TestVariable const thread("HOST_ON_THREAD", "1");
     EXPECT_EQ(run({}), told + "error is deleted\n" + Exit + "left exit function runs\n" + gone);
-    // So does whoever holds an object.
+    // So does an object of the library that somebody holds.
     EXPECT_EQ(run({"/failures"}),
               told + "The library " + Library("threaded") +
                   " stays in memory: objects of it are still held\n" + Exit + "left exit function runs\n" +
@@ -272,7 +272,7 @@ TEST(KZHost, ScansADirectoryAndWritesItsConsoleToAFile) {
     std::string const text = place.Read("console.log");
     EXPECT_NE(text.find("RUN> Running <A>...\nA runs\n"), std::string::npos) << text;
     EXPECT_NE(text.find("Exiting application...\n"), std::string::npos) << text;
-    // A list stands for its directory, which holds what it names.
+    // The path of a list means the directory of the list, which contains the libraries that the list names.
     place.Write("set/osx.lst", "a.osx\n");
     for (auto const & [directory, option] : {std::pair("", "/osxpath:set"), {"set", "/osxpath:osx.lst"}}) {
         std::string const console = RunHost(TEST_HOST, {option}, place.Path(directory)).console;

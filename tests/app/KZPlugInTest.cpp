@@ -23,7 +23,7 @@ public:
     }
     KZErrorID Run() override { return KZErrorID(0); }
     void RequestExit(bool) override { asked += name_.AsUTF8(); }
-    static inline std::string asked; // to exit
+    static inline std::string asked; // the plug-ins that were asked to exit
 
 private:
     KZString name_;
@@ -37,7 +37,7 @@ public:
     KZString GetName() const override { return u"Threaded"; }
     KZGuid GetId() const override { return {9, 0, 0, 0}; }
     KZErrorID Run() override {
-        if (!host_) RequestExit(false); // it runs, so it is asked; without a wait this comes back
+        if (!host_) RequestExit(false); // asks itself to exit; returns, as it doesn't wait
         isRunning.Post();
         static_cast<void>(stop_.Wait(0xFFFFFFFFU));
         return host_ ? host_->LoadPlugIn(KZSmartPtr<KZPlugIn>(new Named(u"last", 7, {}))) : KZErrorID(0);
@@ -117,7 +117,7 @@ TEST(KZFairLock, LetsInWhoAskedBeforeTheOwnerAsksAgain) {
     KZThread thread(new KZCallbackMethVoid<Other>(u"", &other, &Other::Run));
     other.lock.Lock();
     EXPECT_TRUE(thread.Start().Good());
-    // The thread may come several times between the two calls, if this one is interrupted there.
+    // If this thread is interrupted between the two calls, the other one may get the lock several times.
     for (int seen = 0; seen < rounds; seen = other.visits) {
         while (!other.lock.IsAwaited()) KZThread::yield();
         other.lock.Unlock();

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// What is on `out`, with the measured times replaced by "?".
+/// The text of `out`, with measured times replaced by "?".
 std::wstring WithoutTimes(std::wostringstream const & out) {
     std::wstring text = out.str();
     for (std::size_t end = text.find(L" ms)"); end != std::wstring::npos; end = text.find(L" ms)", end)) {

@@ -81,7 +81,7 @@ TEST(KZLockedCOUT, KeepsTheLinesOfThreadsWhole) {
                 for (int i = 0; i < 20; ++i) KZLockedCOUT::GetCout(1) << letter;
                 KZLockedCOUT::GetCout(1) << std::endl;
                 KZLockedCOUT::GetCout(1)
-                    << static_cast<wchar_t const *>(nullptr); // mustn't silence the others
+                    << static_cast<wchar_t const *>(nullptr); // must not stop the output of the others
             }
         });
     for (std::thread & thread : threads) thread.join();

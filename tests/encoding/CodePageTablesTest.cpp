@@ -6,7 +6,7 @@ using namespace KZEncoding;
 
 namespace {
 
-// ASCII, and pairs of 0x81 and a capital letter, which mean the letters from U+0400 on.
+// A code page with ASCII, and with pairs of 0x81 and a capital letter for the letters from U+0400 on.
 class SmallPage : public CodePageReader {
 public:
     char16_t UnitOf(std::string_view bytes) const override {

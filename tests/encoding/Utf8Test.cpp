@@ -27,7 +27,7 @@ std::u16string UnitsOf(char32_t code) {
     return {static_cast<char16_t>(0xD7C0 + (code >> 10)), static_cast<char16_t>(0xDC00 + (code & 0x3FF))};
 }
 
-// All texts that are the beginning of some valid sequence, and all valid sequences.
+// All byte strings with which a valid sequence can begin, and all valid sequences.
 struct Definition {
     std::unordered_set<std::string> beginnings;
     std::unordered_map<std::string, char32_t> sequences;
@@ -48,7 +48,7 @@ std::u16string DecodeByDefinition(std::string const & bytes, Utf8Mode mode, bool
     std::u16string units;
     valid = true;
     for (std::size_t at = 0; at < bytes.size();) {
-        if (static_cast<unsigned char>(bytes[at]) < 0x80) { // for speed
+        if (static_cast<unsigned char>(bytes[at]) < 0x80) { // ASCII is handled here for speed
             units += static_cast<char16_t>(bytes[at++]);
             continue;
         }
@@ -87,7 +87,7 @@ void CheckAgainstDefinition(std::string const & bytes) {
     }
 }
 
-// Runs of characters of every length, with faults between them if asked for.
+// Runs of characters of every length, with invalid bytes between them if asked for.
 std::string RandomText(Random & random, std::size_t size, bool withFaults) {
     static constexpr unsigned long limits[] = {0x80, 0x80, 0x800, 0xD800, 0x110000};
     std::string text;
@@ -103,7 +103,7 @@ std::string RandomText(Random & random, std::size_t size, bool withFaults) {
 } // namespace
 
 TEST(Utf8, DecodesEverySequenceAsDefined) {
-    // All leads, and for each place behind them the bytes around every border of a rule, at both ends of a block.
+    // All lead bytes, followed by all combinations of the bytes at the borders of the rules; at both ends of a block.
     static constexpr unsigned char edges[] = {0x41, 0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0, 0xBF, 0xC2, 0xFF};
     for (unsigned lead = 0x7F; lead < 256; ++lead)
         for (unsigned char const second : edges)
@@ -151,7 +151,7 @@ TEST(Utf8, TreatsLoneSurrogatesByMode) {
     for (Case const & c : cases) {
         EXPECT_EQ(UnitsToUtf8(c.units, Utf8Mode::Replace), c.replaced) << c.what;
         EXPECT_EQ(UnitsToUtf8(c.units, Utf8Mode::Escape), c.escaped) << c.what;
-        // The same behind a block of other text.
+        // The same after a block of other text.
         EXPECT_EQ(UnitsToUtf8(std::u16string(21, u'é') + c.units, Utf8Mode::Escape).substr(42), c.escaped)
             << c.what;
     }
@@ -204,7 +204,7 @@ TEST(Utf8, JoinsPiecesCutAnywhere) {
             ASSERT_EQ(bytes, UnitsToUtf8(units, mode));
         }
     }
-    // A fault that a piece border hides, in strict mode; the decoder goes on as new.
+    // Strict mode: an invalid sequence that continues into the next piece. After the failure the decoder is as new.
     Utf8Decoder strict(Utf8Mode::Strict);
     std::u16string units;
     EXPECT_TRUE(strict.Append(units, "a\xE2\x82"));

@@ -13,7 +13,7 @@ namespace {
 
 std::wostringstream glbTold;
 
-// What goes to the locked console while it lives.
+// Collects what is written to the locked console while it exists.
 struct ConsoleCapture {
     ConsoleCapture() {
         glbTold.str(L"");

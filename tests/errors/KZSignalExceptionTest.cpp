@@ -1,4 +1,4 @@
-// Faults that are really raised, each on the main thread; threads have theirs in the tests of threads.
+// Raises real faults on the main thread. The tests of threads raise them on other threads.
 #include "ZerlithCore/errors/KZSignalException.h"
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
@@ -25,7 +25,7 @@ namespace {
 #define NOINLINE __attribute__((noinline, noclone))
 #endif
 
-// The sanitizers look at these instructions before the processor does.
+// Not checked by the sanitizers, which would report these instructions before the processor does.
 #define UNCHECKED __attribute__((no_sanitize("undefined", "address", "thread")))
 
 void * volatile glbNoBlock = reinterpret_cast<void *>(0x70000010);
@@ -40,7 +40,7 @@ NOINLINE UNCHECKED void DivideFloat() { glbFloatZero = 1.0 / glbFloatZero; }
 NOINLINE UNCHECKED void InvalidFloat() { glbFloatZero = glbFloatZero / glbFloatZero; }
 NOINLINE UNCHECKED void CallNowhere() {
     reinterpret_cast<void (*)()>(const_cast<int *>(glbNull))();
-    glbZero = 0; // the call is not the last thing to do
+    glbZero = 0; // so that the call isn't the last thing done, which would make it a jump
 }
 #if defined(__x86_64__)
 int volatile glbMinusOne = -1;
@@ -61,7 +61,7 @@ NOINLINE void OldFloat() {
     static int const words[2] = {};
     int const volatile * const volatile misaligned =
         reinterpret_cast<int const *>(reinterpret_cast<char const *>(words) + 1);
-    __builtin_ia32_writeeflags_u64(__builtin_ia32_readeflags_u64() | 0x40000); // the alignment check
+    __builtin_ia32_writeeflags_u64(__builtin_ia32_readeflags_u64() | 0x40000); // turns on the alignment check
     asm volatile("" : : : "memory");
     static_cast<void>(*misaligned);
 }
@@ -87,7 +87,7 @@ constexpr Case cases[] = {
     {"OverflowFloat", OverflowFloat, 0xC0000091},   {"UnderflowFloat", UnderflowFloat, 0xC0000093},
     {"TakeDenormal", TakeDenormal, 0xC000008D},     {"OldFloat", OldFloat, 0xC000008E},
     {"Privileged", Privileged, 0xC0000096},
-#if !defined(__SANITIZE_THREAD__) // its own signal handler comes first, and trips over the flag
+#if !defined(__SANITIZE_THREAD__) // its own signal handler runs first, and faults with the check turned on
     {"ReadMisaligned", ReadMisaligned, 0x80000002},
 #endif
 #endif
@@ -157,7 +157,8 @@ TEST_F(KZSignalExceptionTest, FloatingPointIsAsBeforeAfterAFault) {
 }
 #endif
 
-// Calls by a pointer: the compiler would prove that nothing throws here, and drop the handlers of the callers.
+// Calls through a pointer: otherwise the compiler would prove that nothing here throws, and drop the callers'
+// handlers.
 int volatile glbDepthLimit = 0x7FFFFFFF;
 template <std::size_t bytes>
 struct Recursion {
@@ -169,7 +170,7 @@ struct Recursion {
     static inline int (*volatile call)(int) = &Call;
 };
 
-// Finds the stack full in its clean-up, in the allocator, or in a constructor as often as in its own prologue.
+// Overflows the stack in various places: in its clean-up, in the allocator, in a constructor, or in its own prologue.
 NOINLINE UNCHECKED std::size_t RecurseWithObjects(int depth, int & alive) {
     ++alive;
     struct Leaving {
@@ -180,7 +181,7 @@ NOINLINE UNCHECKED std::size_t RecurseWithObjects(int depth, int & alive) {
     return depth == glbDepthLimit ? 0 : RecurseWithObjects(depth + 1, alive) + text.size();
 }
 
-// As programs with stacks of their own do.
+// Faults on a stack that the program has made itself.
 [[maybe_unused]] void FaultOnAnotherStack() {
     static thread_local ucontext_t thread, fiber;
     static thread_local std::array<char, 64 * 1024> stack;
@@ -207,7 +208,7 @@ TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
         KZInitCatchSignal();
         for (int round = 0; round < 3; ++round) {
             overflow([] { static_cast<void>(Recursion<512>::call(0)); });
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // one block is lost; and it takes long
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // one block leaks, and it takes long
             overflow([] { static_cast<void>(Recursion<300000>::call(0)); });
             FaultOnAnotherStack();
             int alive = 0;
@@ -218,7 +219,7 @@ TEST_F(KZSignalExceptionTest, AStackOverflowIsCaughtMoreThanOnce) {
     };
     repeatedly();
     std::thread(repeatedly).join();
-    for (int i = 0; i < 2; ++i) { // the second has the memory of the first, if that is good
+    for (int i = 0; i < 2; ++i) { // the second thread gets the memory of the first, if it is still intact
         KZThread thread(Callback(repeatedly));
         ASSERT_TRUE(thread.Start().Good());
         thread.Join();
@@ -233,7 +234,7 @@ TEST_F(KZSignalExceptionDeathTest, WhatIsNotAFaultOfThisThreadKeepsItsCourse) {
         << "a thread that never asked for translation";
     EXPECT_EXIT(std::raise(SIGSEGV), testing::KilledBySignal(SIGSEGV), "");
     EXPECT_EXIT(std::raise(SIGFPE), testing::KilledBySignal(SIGFPE), "");
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // they bring allocators of their own
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) // sanitizers have allocators of their own
     EXPECT_EXIT(std::free(glbNoBlock), testing::KilledBySignal(SIGSEGV), "")
         << "the allocator's locks are held";
 #endif

@@ -27,7 +27,7 @@ std::wstring ReadAll(KZString const & path) {
     return text.str();
 }
 
-std::string const marks[] = {"", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}; // as the encodings are numbered
+std::string const marks[] = {"", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF"}; // in the order of the encodings
 
 TEST_F(KZFileStreamTest, AnyBytesSurviveALoadAndASave) {
     std::mt19937 random(7);
@@ -108,7 +108,7 @@ TEST_F(KZFileStreamTest, EveryPositionThatWasToldCanBeSought) {
         for (wchar_t c; stream.get(c);) {
             auto const before = std::exchange(left, stream.rdbuf()->in_avail());
             if (left < before && left % 11 != 0) continue;
-            stream.unget(); // across the border of two blocks, too, where more are left than before
+            stream.unget(); // also back across the border of two blocks, when more than one character is left
             sought.seekg(stream.tellg());
             ASSERT_EQ(sought.get(), static_cast<std::wint_t>(c)) << stream.tellg();
             stream.get();
@@ -146,7 +146,7 @@ TEST_F(KZFileStreamTest, TurnsRoundWithoutASeek) {
 TEST_F(KZFileStreamTest, OpensByTheModesOfTheStandard) {
     struct Case {
         ios_base::openmode mode;
-        char const * ifMissing; // null: can't be opened
+        char const * ifMissing; // null if opening fails
         char const * ifThere;
     };
     Case const cases[] = {

@@ -1,4 +1,4 @@
-// A directory for one test, gone with it; files in it by name, as bytes.
+// A directory that exists for one test, and functions to write and read files in it as bytes.
 #pragma once
 
 #include "ZerlithCore/text/KZString.h"

@@ -40,7 +40,7 @@ TEST(KZRefCount, CountBelongsToTheObjectAndIsNeverCopied) {
     b = nullptr;
     EXPECT_TRUE(a.IsNull());
     EXPECT_EQ(alive, 1) << "only the copy on the stack is left";
-    ++alive; // The copy didn't count itself in.
+    ++alive; // the copy constructor doesn't count the copy
 }
 
 TEST(KZSmartPtr, CopiesMovesAndComparesByIdentity) {

@@ -83,8 +83,9 @@ TEST(KZVector, TellsItsLimitsAndRefusesWhatLiesBehindThem) {
     EXPECT_THROW(raw = KZRawVector(8), std::invalid_argument);
 }
 
-// A long random walk beside a std::vector of numbers; sources lie in the vector itself as often as not. After each
-// step the contents agree and every count is exactly the number of slots that hold the object.
+// Does a long series of random operations on the vector and on a std::vector of numbers; about half of the sources
+// lie in the vector itself. After each step the contents are equal, and every reference count is exactly the number
+// of slots that hold the object.
 TEST(KZVector, BehavesAsTheStandardVectorAndKeepsCountsExact) {
     constexpr unsigned int seed = 20260302;
     std::mt19937 random(seed);
@@ -98,7 +99,7 @@ TEST(KZVector, BehavesAsTheStandardVectorAndKeepsCountsExact) {
             unsigned int const size = vector.size(), at = upTo(size), from = upTo(size),
                                to = from + upTo(size - from);
             auto const place = model.begin() + at;
-            // Copies of the model's source: the standard doesn't allow it to lie in the vector.
+            // The model's source is copied: the standard doesn't allow it to lie in the vector.
             std::vector<int> const range(model.begin() + from, model.begin() + to);
             Handle const & value = size != 0 && upTo(1) ? vector[upTo(size - 1)] : items[upTo(7)];
             int const number = value->number;

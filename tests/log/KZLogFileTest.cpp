@@ -23,7 +23,7 @@ namespace {
 
 class KZLogFileTest : public testing::Test {
 protected:
-    /// The file as units of the machine.
+    /// The content of the file as units in the machine's byte order.
     std::u16string Units() const {
         std::string const bytes = folder.Read(u"x.log");
         EXPECT_EQ(bytes.size() % 2, 0U);
@@ -104,7 +104,7 @@ TEST_F(KZLogFileTest, LogWritesStampedLines) {
     Case const cases[] = {
         {u"x=%s\n", u"1", u"x=1"},
         {u"x=%s", u"2", u"x=2"},
-        {u"%s", u"a\nb\n", u"a~b~"}, // the format tells whether a line end is missing
+        {u"%s", u"a\nb\n", u"a~b~"}, // a missing line end is judged by the format, not by the text
         {u"%s", u"a\r\n", u"a\r~"},
         {u"%s\r\n", u"b", u"b"},
         {u"%s%s%s", nullptr, u"(null)"},
@@ -163,7 +163,7 @@ TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
         ASSERT_TRUE(log.Open(path.c_str()));
         log.PutString(u"1\n");
         EXPECT_EQ(Units(), u"");
-        KZDebug::CallReportHooks(); // as a fault does
+        KZDebug::CallReportHooks(); // as happens at a fault
         EXPECT_EQ(Units(), u"1\r\n");
         log.PutString(u"2\n");
         EXPECT_TRUE(log.Open(path.c_str())) << "opened again";
@@ -184,7 +184,7 @@ TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
     EXPECT_EQ(log.GetLostRecordCount(), 5000U);
 }
 
-// Two objects on one file, one with auto flush and one that gathers, and two threads on each.
+// Two objects write to one file, one with auto flush and one without, each from two threads.
 TEST_F(KZLogFileTest, LinesNeverMix) {
     constexpr int lineCount = 20'000;
     {

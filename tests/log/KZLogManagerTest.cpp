@@ -37,7 +37,7 @@ public:
 };
 using Handle = KZSmartPtr<Listener>;
 
-/// What KZLockedCOUT writes goes to a log stream, or is kept.
+/// Sends what is written to KZLockedCOUT to a log stream, or keeps it.
 class Console {
 public:
     explicit Console(KZLogStream * stream = nullptr) {
@@ -169,7 +169,8 @@ TEST_F(KZLogManagerTest, FailingSubscribersHarmNobodyElse) {
     }
 }
 
-// What tells of a failure may go to the very channel: it is heard at once, and isn't told again when it fails.
+// The report of a subscriber's failure may go to the channel that failed. It arrives at once; if that fails as well,
+// there is no further report.
 TEST_F(KZLogManagerTest, FailuresAreToldOnTheChannelItself) {
     Console const console(&stream);
     Handle const listener(new Listener(2)), first(new Listener(2)), second(new Listener(2));
@@ -206,7 +207,8 @@ TEST_F(KZLogManagerTest, WhatSubscribersWriteIsHeardAndEnds) {
     EXPECT_EQ(leaver->heard.size(), 1U);
 }
 
-// What nobody waits for may wait in memory, a million units of it. In a process of its own, which the alarm ends if its threads wait for each other.
+// A message that its writer doesn't wait for is kept in memory, up to a million units of them. The test runs in a
+// process of its own, which an alarm ends if its threads wait for each other.
 TEST_F(KZLogManagerTest, NoThreadWaitsForASubscriberThatWaitsForTheConsole) {
     ChildProcess child([&] {
         alarm(60);
@@ -257,7 +259,8 @@ TEST(KZLogChannel, ItsEndIsAFlush) {
     EXPECT_EQ(*listener, 1UL);
 }
 
-// Two writers hold the console, which makes them leave messages to the others; subscribers come and go meanwhile.
+// Two writers hold the console's lock, so they leave their messages to other threads. Subscribers are added and
+// removed at the same time.
 TEST_F(KZLogManagerTest, WritersAndSubscribersOnSeveralThreads) {
     constexpr int lines = 2000;
     Handle const constant(new Listener(1));

@@ -1,5 +1,5 @@
-// What all writers of log files have in common: no record is joined to a piece of another or lost in silence, whatever
-// happens to processes, disk and memory.
+// What holds for all writers of log files: no record is joined to a part of another one or lost without a report,
+// whatever happens to processes, disk and memory.
 #include "ZerlithCore/log/KZDualLogStream.h"
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
 #include "ZerlithCore/log/KZLogFile.h"
@@ -24,10 +24,10 @@
 namespace {
 
 constexpr int unlimited = -1, failed = -2;
-thread_local int allocationsLeft = unlimited; // of this thread, before one fails
+thread_local int allocationsLeft = unlimited; // how many more allocations of this thread succeed
 
 struct Sink {
-    std::function<void(KZString const &)> put; // a line as a record
+    std::function<void(KZString const &)> put; // writes a line as a record
     std::function<std::uint64_t()> lost;
 };
 struct Kind {
@@ -67,21 +67,21 @@ Kind const kinds[] = {
      1, 0},
 };
 
-/// A line that holds a number and can be told from a piece of it.
+/// A line with a number in it; a part of it can be told from the whole.
 KZString Line(int number, unsigned int size = 700) {
     std::string const text = '<' + std::to_string(number) + std::string(size, '.') + ">\n";
     return KZString(std::u16string(text.begin(), text.end()));
 }
 
-/// Numbers as `Numbers` gives them.
+/// The numbers in the form that `Numbers` returns.
 std::string Sequence(int begin, int end) {
     std::string text;
     for (; begin < end; ++begin) text += ' ' + std::to_string(begin);
     return text;
 }
 
-/// Lets this process make files of so many bytes. A signal ends it in the middle of a write that wants more, unless it
-/// ignores it.
+/// Limits the size of the files that this process writes. A write beyond it is cut, and a signal then ends the
+/// process unless that is ignored.
 void LimitFileSize(rlim_t bytes) {
     rlimit limit{};
     getrlimit(RLIMIT_FSIZE, &limit);
@@ -93,7 +93,7 @@ class RecordFileTest : public testing::TestWithParam<Kind> {
 protected:
     Sink Make() const { return GetParam().make(path); }
 
-    /// The numbers of the records that stand complete on lines of their own, and what the notes on lost ones tell.
+    /// The numbers of the records that are complete on lines of their own, and the notes on lost ones.
     std::string Numbers() const {
         std::string bytes = folder.Read(u"x.log"), line, numbers;
         EXPECT_EQ(bytes.size() % GetParam().unitBytes, 0U);
@@ -121,7 +121,8 @@ protected:
 
 class AppendedRecordFileTest : public RecordFileTest {};
 
-// Two objects that append in turn and are made anew, processes that end in the middle of a record, and pieces of any length.
+// Two objects append in turn and are replaced by new ones, processes end in the middle of a record, and parts of any
+// length are left in the file.
 TEST_P(AppendedRecordFileTest, NoRecordIsJoinedToAPiece) {
     std::mt19937 random(7);
     Sink sinks[] = {Make(), Make()};
@@ -148,7 +149,7 @@ TEST_P(AppendedRecordFileTest, NoRecordIsJoinedToAPiece) {
     EXPECT_EQ(Numbers(), Sequence(0, next));
 }
 
-// The disk is full for a while; in between it takes a piece of somebody else's.
+// The disk is full for some time; in between it takes a part of another process's record.
 TEST_P(RecordFileTest, AFullDiskLosesNothingInSilence) {
     constexpr int count = 150;
     for (rlim_t const limit : {0U, 1000U, 1001U, 20'001U}) {
@@ -179,13 +180,14 @@ TEST_P(RecordFileTest, AFullDiskLosesNothingInSilence) {
     }
 }
 
-// The n-th allocation of a record fails, for every n: the record is there or told as lost, and the next one is whole.
+// The n-th allocation during a record fails, for every n: the record is in the file or reported as lost, and the next
+// one is whole.
 TEST_P(RecordFileTest, ARecordWithoutMemoryIsCounted) {
     Sink const sink = Make();
     std::string before, after;
     testing::internal::CaptureStdout();
     for (int n = 0; n == 0 || allocationsLeft == failed; n += 2) {
-        // Longer each time, so that each buffer has to grow.
+        // longer each time, so that each buffer has to grow
         KZString const line = Line(n, 700 + 150 * static_cast<unsigned int>(n)), nextLine = Line(n + 1);
         allocationsLeft = n / 2;
         sink.put(line);

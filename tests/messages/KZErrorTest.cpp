@@ -10,10 +10,10 @@
 
 namespace {
 
-// A static object of a program makes an error before main.
+// A static object of a program may make an error before main.
 KZString const textBeforeMain = KZErrorID(new KZError(glbKZOREMsgSourceP, 15)).AsString();
 
-// Read as local time, as it is printed.
+// In local time, in which it is also printed.
 KZDateTime const birthday = KZString(u"1971/01/01 00:00:00").AsKZDateTime();
 
 KZSmartPtr<KZInRAMMessageSource> Source() {
@@ -23,7 +23,7 @@ KZSmartPtr<KZInRAMMessageSource> Source() {
     return source;
 }
 
-// An error with an argument of each type, in the order of the types.
+// An error with one argument of each type, in the order of the types.
 KZErrorWithArgs * EveryType() {
     auto * const error = new KZErrorWithArgs(Source(), 5);
     error->AddParam(1.5);

@@ -11,7 +11,7 @@ KZ_MODULE_MESSAGES({1, KZLanguage::EnglishUS, u"%d of %s"}, {1, KZLanguage::Fren
 
 namespace {
 
-// Opens what only derived sources reach.
+// Gives access to functions that are meant for derived sources.
 struct Opened : RCMessageSource {
     using RCMessageSource::GetLanguageID;
 };

@@ -43,7 +43,7 @@ std::string Language(Source const & source) {
     return language ? KZString(language).AsUTF8() : "none";
 }
 
-// The text, or the number and text of the error.
+// The text; if there is none, the number and text of the error.
 std::string Text(Source const & source, long code, char16_t const * language = u"") {
     KZString text(u"untouched");
     KZErrorID const id = source->GetText(text, code, KZFormatContext{KZString(language)});
@@ -64,7 +64,7 @@ TEST(MSGLibMessageSource, FindsTheLanguage) {
         std::vector<char16_t const *> files;
         char16_t const *first, *then;
         int code;
-        char const * language; // afterwards
+        char const * language; // the language afterwards
     };
     Case const cases[] = {
         {"as asked for", {u"deu", u"enu"}, nullptr, u"deu", 0, "deu"},
@@ -104,7 +104,7 @@ TEST(MSGLibMessageSource, GivesTheTextsOfItsErrors) {
     EXPECT_EQ(KZString(source->GetCurrentFileName()), path);
     EXPECT_EQ(Text(source, 8), "5 The 8 message cannot be found in the message file " + path.AsUTF8() + ".");
 
-    // A link to nowhere is listed but can't be opened.
+    // A link that leads nowhere is listed but can't be opened.
     std::filesystem::create_symlink("nowhere", files.Root() / "app.fra.LAN");
     EXPECT_EQ(Text(source, 7, u"FRA"), "2 Invalid (or empty) language code supplied (FRA).untouched");
     EXPECT_EQ(Text(source, 7, u"fra"), "untouched") << "still current, with no file";
@@ -137,7 +137,8 @@ TEST(MSGLibMessageSource, HasNoNameForAFileWithoutACurrentDirectory) {
     EXPECT_EQ(id.AsString(), u"Can't get message file name associated to language code specified (deu)");
 }
 
-// No other test here uses Korean, so in the child its code page is looked for where no file can be opened.
+// The child process looks for a code page that isn't loaded yet, while it may open no file. No other test here uses
+// Korean.
 TEST(MSGLibMessageSource, WarnsOfAMissingCodePage) {
     Messages const files;
     files.Write(u"app.kor.LAN", "");
@@ -148,7 +149,7 @@ TEST(MSGLibMessageSource, WarnsOfAMissingCodePage) {
             getrlimit(RLIMIT_NOFILE, &limit);
             return limit;
         }();
-        // The first object of a class is checked by the sanitizers, which open a pipe for that.
+        // The sanitizers open a pipe to check the first object of a class, so one is made before the limit is set.
         static_cast<void>(KZMbCodePageConverter(0).IsValid());
         rlimit const none{0, former.rlim_max};
         setrlimit(RLIMIT_NOFILE, &none);
@@ -159,7 +160,7 @@ TEST(MSGLibMessageSource, WarnsOfAMissingCodePage) {
         static MSGLibMessageSource const * asked = nullptr;
         asked = source;
         KZLockedCOUT::SetStreamSource([](unsigned int) -> std::wostream & {
-            // Another thread that has the console may be waiting for a text.
+            // Another thread that holds the console may be waiting for a text.
             std::thread([] { static_cast<void>(asked->IsValid()); }).join();
             return KZGetConsole();
         });

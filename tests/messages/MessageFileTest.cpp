@@ -12,7 +12,7 @@ namespace {
 
 using Index = MessageFile::Index;
 
-// A record as the file has it, with a length of its own choice.
+// A record in the form of the file, with a length field of any value.
 std::string Record(std::uint32_t id, std::string const & text, std::uint32_t length) {
     std::string bytes;
     for (std::uint32_t const number : {id, length})

@@ -1,4 +1,4 @@
-// Built with the flags of pkg-config alone: a string in, a string out, and a fault caught.
+// Built with the flags of pkg-config alone. Uses a string, and catches a fault.
 #include <ZerlithCore/ZerlithCore.h>
 
 #include <iostream>

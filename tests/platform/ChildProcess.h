@@ -1,5 +1,5 @@
 /// @file
-/// A process of its own for what can only be seen from outside.
+/// Runs code in a child process, for what can only be seen from outside of the process.
 #pragma once
 
 #include <csignal>
@@ -8,7 +8,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs `body` in a forked child; its result is the exit status. Reaped at the end at the latest.
+/// Runs `body` in a forked child process, whose exit status is the result of `body`. The destructor waits for its
+/// end.
 class ChildProcess {
 public:
     explicit ChildProcess(std::function<int()> const & body) : id_(fork()) {
@@ -35,7 +36,7 @@ private:
     pid_t id_;
 };
 
-/// The result of `body`, run in a process whose files can't grow above `limit` bytes, as if the disk were full then.
+/// Runs `body` in a process whose files can't grow beyond `limit` bytes, as on a full disk; returns its result.
 inline int RunWithSmallFiles(unsigned long limit, std::function<int()> const & body) {
     return ChildProcess([&] {
                std::signal(SIGXFSZ, SIG_IGN);

@@ -46,7 +46,7 @@ TEST(CodePages, ConvertsBothWays) {
         {1250, "\xE8\x9E", u"čž"},
         {1251, "\xCF\xF0", u"Пр"},
         {1252, "\x80\xFF", u"€ÿ"},
-        {1255, "\xE0\xC8", u"\u05D0\u05B8"}, // a letter and its point stay two units
+        {1255, "\xE0\xC8", u"\u05D0\u05B8"}, // a letter and its vowel point stay two units
         {1258, "\xE2\xEC", u"â\u0301"},
         {20127, "a~", u"a~"},
         {28591, "\x80\xFF", u"\u0080ÿ"},
@@ -56,7 +56,7 @@ TEST(CodePages, ConvertsBothWays) {
         EXPECT_TRUE(CodePageExists(c.page)) << c.page;
         EXPECT_EQ(Decode(c.page, c.bytes, InvalidBytes::Refuse), c.units) << c.page;
         EXPECT_EQ(Encode(c.page, c.units), c.bytes) << c.page;
-        // The same behind and in front of stretches of ASCII, and across the pieces that a long text is encoded in.
+        // The same before and after runs of ASCII, and across the pieces in which a long text is encoded.
         std::string const ascii(4093, 'x'), bytes = ascii + c.bytes + c.bytes + "0123456789";
         std::optional<std::u16string> const units = Decode(c.page, bytes, InvalidBytes::Refuse);
         ASSERT_TRUE(units) << c.page;
@@ -101,7 +101,7 @@ TEST(CodePages, RefusesPagesThatDontExist) {
 }
 
 TEST(CodePages, MapEveryPairOfBytesBack) {
-    // Pages have pairs that mean the same unit; what must hold is that a unit's own bytes mean that unit.
+    // Several pairs may have the same unit; but the pair that a unit is encoded as must be decoded to that unit.
     for (unsigned const page : {437U, 932U, 936U, 949U, 950U, 1251U, 1257U}) {
         unsigned count = 0;
         for (unsigned pair = 0x100; pair < 0x10000; ++pair) {
@@ -117,7 +117,7 @@ TEST(CodePages, MapEveryPairOfBytesBack) {
 }
 
 TEST(CodePages, AFirstUseThatFailedIsTriedAgain) {
-    constexpr unsigned page = 1254; // of no other test: its module isn't loaded yet
+    constexpr unsigned page = 1254; // no other test uses this page, so it isn't loaded yet
     rlimit before = {};
     getrlimit(RLIMIT_NOFILE, &before);
     rlimit const none{0, before.rlim_max};

@@ -27,7 +27,7 @@ std::u16string OfDescriptor(int descriptor) {
     return fs::path("/proc/self/fd/" + std::to_string(descriptor)).u16string();
 }
 
-/// What stands under a name, the link itself.
+/// The state of a name itself; links aren't followed.
 struct stat StateOf(fs::path const & path) {
     struct stat state {};
     EXPECT_EQ(lstat(path.c_str(), &state), 0) << path;
@@ -38,7 +38,7 @@ class FileContentTest : public testing::Test {
 protected:
     [[nodiscard]] std::u16string Path(char const * name) const { return (folder.Root() / name).u16string(); }
 
-    /// Names and contents of all there is; a link counts with its target.
+    /// Names and contents of everything in the folder; for a link its target.
     [[nodiscard]] std::set<std::string> Everything() const {
         std::set<std::string> all;
         for (fs::directory_entry const & entry : fs::directory_iterator(folder.Root())) {
@@ -49,7 +49,7 @@ protected:
         return all;
     }
 
-    /// Leaves in the folder one file, and a chain of two links to it.
+    /// Makes a file in the folder, and a chain of two links to it.
     void Prepare(std::string const & content, mode_t mode, uid_t owner = geteuid()) const {
         for (fs::directory_entry const & entry : fs::directory_iterator(folder.Root())) fs::remove(entry);
         folder.Write(u"file", content);
@@ -71,7 +71,7 @@ TEST_F(FileContentTest, IsTheNewOneOrTheOldOne) {
             fs::create_symlink("missing", folder.Root() / "dangling");
             auto const former = Everything();
             struct stat const before = StateOf(folder.Root() / "file");
-            // A limit on files stands for a full disk: the system takes what fits and refuses the rest.
+            // A limit on the size of files acts like a full disk: the system takes what fits and refuses the rest.
             EXPECT_EQ(RunWithSmallFiles(5000,
                                         [&] {
                                             for (char const * name : {"two", "dangling"})
@@ -125,7 +125,7 @@ TEST_F(FileContentTest, IsWrittenByNobodyWhoMayNot) {
             });
             EXPECT_EQ(child.Status(), 0) << mode;
             EXPECT_EQ(folder.Read(u"file"), mayWrite ? "new" : "old");
-            // A group that can't be kept hands its rights to nobody.
+            // If the group can't be kept, the new group gets no more rights than everybody has.
             EXPECT_EQ(StateOf(folder.Root() / "file").st_mode & 0777U,
                       mayWrite && write == ReplaceFileContent ? 0666U : mode);
         }
@@ -136,11 +136,10 @@ TEST_F(FileContentTest, PrivateFilesAreNobodyElses) {
     if (geteuid() != 0) GTEST_SKIP() << "only root can make what belongs to somebody else";
     struct Case {
         char const * what;
-        char
-            kind; // of what stands under the name: (f)ile, (l)ink, (h)ard link, (p)ipe, (d)irectory or nothing
+        char kind; // what has this name: (f)ile, (l)ink, (h)ard link, (p)ipe, (d)irectory or nothing
         uid_t owner;
         mode_t folder;
-        int error; // 0: it is opened and emptied
+        int error; // 0 if the file is opened and emptied
     };
     constexpr uid_t own = 0;
     constexpr mode_t shared = 01777, closed = 0755;

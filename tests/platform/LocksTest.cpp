@@ -31,7 +31,7 @@ std::u16string Unique(std::u16string const & name) {
     return name + std::u16string(id.begin(), id.end());
 }
 
-/// What another thread sees.
+/// The result of the same wait on another thread.
 std::uint32_t ElsewhereWaitFor(Owned const & handle, std::uint32_t milliseconds) {
     std::uint32_t result = 0;
     std::thread([&] {
@@ -41,7 +41,7 @@ std::uint32_t ElsewhereWaitFor(Owned const & handle, std::uint32_t milliseconds)
     return result;
 }
 
-/// Threads that wait for an event, each of which is known to wait once `Arrived` has told so.
+/// Threads that wait for an event. When `Arrived` returns, all of them are waiting.
 class Waiters {
 public:
     Waiters(int count, WaitHandle event) : mutex_(Mutex()) {
@@ -124,7 +124,8 @@ TEST(Locks, OneWaiterLearnsOfAnOwnerThatEnded) {
 }
 
 TEST(Locks, ClosingDoesNotUnlockButLeavesNothingDangling) {
-    // The C library keeps owned mutexes on a list of the thread: a bad entry would be met by the locks behind it.
+    // The C library keeps the mutexes that a thread owns on a list. If one of them left a bad entry there, the next
+    // locks of this thread would meet it.
     Mutex({}, true).reset();
     Owned unnamed = Mutex();
     std::u16string const name = Unique(u"closed");
@@ -211,7 +212,7 @@ TEST(Locks, NamedObjectsEndWithTheirLastHandle) {
 TEST(Locks, OwnerKnowsItsNamedMutexThroughEachHandle) {
     std::u16string const name = Unique(u"twice");
     Owned const first = Mutex(name, true);
-    Owned second = Mutex(name, true); // doesn't own it again
+    Owned second = Mutex(name, true); // an existing mutex: `owned` has no effect
     EXPECT_EQ(WaitFor(second.get(), 0), waitDone);
     EXPECT_TRUE(UnlockMutex(first.get()));
     EXPECT_EQ(ElsewhereWaitFor(first, 0), waitTimedOut);

@@ -71,7 +71,7 @@ TEST(Modules, FailuresHaveClearTexts) {
         << "This is no library, but long enough to be looked at: " << std::string(100, '.');
     struct Case {
         char16_t const * name;
-        int number; // 0: the loader's own
+        int number; // 0 for the loader's message
         char16_t const * part;
     };
     constexpr Case cases[] = {
@@ -149,7 +149,7 @@ TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {
             auto * const error = new KZErrorWithArgs(new RCMessageTableSource(handle), 1);
             id = KZErrorID(error);
             error->AddParam(KZString(u"Ada"));
-            // Sources that are gone by then keep nothing.
+            // Sources that have been destroyed hold nothing.
             RCStringTableMsgSource const source(handle);
             RCStringTableMsgSource const copy(source);
         }
@@ -161,7 +161,7 @@ TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {
         EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu")).Good());
         EXPECT_EQ(text, u"Good morning, Ada");
         id = KZErrorID();
-        EXPECT_FALSE(FreeModule(nullptr)); // any use of the loader
+        EXPECT_FALSE(FreeModule(nullptr)); // the next call of the loader unloads it
         EXPECT_FALSE(IsModuleLoaded(path));
     }
 }

@@ -16,7 +16,7 @@ using namespace KZPlatform;
 
 namespace {
 
-/// A thread that runs a function object, and is closed at the end.
+/// A thread that runs a function object; the destructor closes the handle.
 class TestThread {
 public:
     explicit TestThread(std::function<void()> body, std::size_t stackBytes = 0)
@@ -37,7 +37,7 @@ private:
     ThreadHandle handle_;
 };
 
-/// Fills so much of the stack.
+/// Uses `bytes` of the stack.
 template <std::size_t bytes>
 void UseStack() {
     [[maybe_unused]] char volatile space[bytes];
@@ -49,7 +49,7 @@ std::atomic<bool> parked{false};
 __attribute__((noinline)) void ParkHere(WaitHandle event) {
     parked = true;
     WaitFor(event, waitForever);
-    asm volatile(""); // no tail call
+    asm volatile(""); // keeps the call above from becoming a jump
 }
 
 bool IsNamed(std::span<void * const> addresses, char const * function) {
@@ -79,7 +79,7 @@ TEST(Threads, StackIsAboutAsLargeAsAskedFor) {
     TestThread(&UseStack<16 * 1024>, 1).Run();
     TestThread(&UseStack<512 * 1024>, 1024 * 1024 + 1).Run();
     TestThread(&UseStack<20 * 1024 * 1024>, 21 * 1024 * 1024).Run();
-    TestThread(&UseStack<512 * 1024>, SIZE_MAX).Run(); // nonsense is the default
+    TestThread(&UseStack<512 * 1024>, SIZE_MAX).Run(); // a size that makes no sense gives the default
 }
 
 TEST(Threads, PrioritiesAreKept) {

@@ -11,7 +11,7 @@ namespace {
 
 int SignOf(int value) { return (value > 0) - (value < 0); }
 
-// A table of a derived class, which gives a hyphen no weight.
+// A derived table that gives the hyphen no weight.
 class NoHyphens : public KZTableCollator {
 public:
     NoHyphens() { weights_[u'-'] = 0; }
@@ -113,7 +113,7 @@ TEST(KZUnicode, KnowsBaseLetters) {
                                                  u"øø", u"ßß", u"łł", u"각각", u"≠≠",   u"\u0301\u0301"};
     for (char16_t const * pair : pairs)
         EXPECT_EQ(KZUnicode::GetEquivalentChar(pair[0]), pair[1]) << KZString(pair).AsUTF8();
-    // Equivalents are settled: none has another one.
+    // The base letter of a base letter is that letter itself.
     for (char16_t const base : KZUnicode::glbEquivalentChar)
         ASSERT_EQ(KZUnicode::GetEquivalentChar(base), base);
 }

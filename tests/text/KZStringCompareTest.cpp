@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t PageSize = 4096;
 
-// Two pages, of which texts are put at the end of the first: a block behind a terminator crosses into the second.
+// Two pages. Texts are put at the end of the first one, so that a block after the terminator reaches into the second.
 class Page {
 public:
     char16_t const * Put(std::u16string const & text) {
@@ -35,7 +35,7 @@ TEST(KZStringCompare, OrdersByUnitsUpToTheFirstZero) {
     auto const a = std::make_unique<Page>();
     auto const b = std::make_unique<Page>();
     for (int round = 0; round < 20000; ++round) {
-        // Texts that are equal for a while, at all distances from each other's alignment.
+        // Texts that are equal up to some position, at all alignments to each other.
         std::u16string left(random() % 40, u'x'), right(random() % 40, u'x');
         static constexpr char16_t units[] = {u'\x01', u'w', u'y', u'\xFFFF', u'\0'};
         if (!left.empty() && random() % 2) left[random() % left.size()] = units[random() % 5];
@@ -50,7 +50,7 @@ TEST(KZStringCompare, OrdersByUnitsUpToTheFirstZero) {
 TEST(KZStringCompare, UsesTheCollatorOfItsFlags) {
     struct Case {
         char16_t const *a, *b;
-        int signs[4]; // by flags
+        int signs[4]; // the expected signs, by flags
     };
     static constexpr Case cases[] = {
         {u"abc", u"ABC", {1, 0, 1, 0}}, {u"été", u"ete", {1, 1, 0, 0}}, {u"Été", u"ete", {1, 1, -1, 0}},

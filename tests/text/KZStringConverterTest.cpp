@@ -13,7 +13,7 @@ namespace {
 
 using Converter = KZSmartPtr<KZStringConverter>;
 
-// Two lead bytes, 0x81 with a trail table and 0x82 without; 0x80 is U+20AC.
+// Tables with two lead bytes, 0x81 with a table of second bytes and 0x82 without one; 0x80 is U+20AC.
 struct Mapping {
     std::array<char16_t, 256> bytes{}, trails{}, latin{}, kana{};
     KZMultiByteMapping mapping{};
@@ -30,7 +30,7 @@ struct Mapping {
     }
 };
 
-// Writes the text itself, as converters that know a string's block do.
+// A converter that writes directly to the string's block.
 class CountingConverter : public KZStringConverter {
 public:
     KZErrorID ConvertToUnicode(KZString & dest, char const * src) const override {
@@ -80,7 +80,7 @@ TEST(KZStringConverter, LatinTellsUnitsItLacksAndConvertsAllTheSame) {
 }
 
 TEST(KZStringConverter, Utf8ReplacesWhatIsBroken) {
-    // Around the limit of 4096, where buffers change; broken bytes take more units than well-formed ones would.
+    // Sizes around 4096, where the buffer changes. Invalid bytes take more units than were counted.
     for (std::size_t const size : {0U, 1U, 4094U, 4095U, 4096U, 4097U, 20000U}) {
         KZString text(u"old");
         std::string const bytes(size, 'x');
@@ -168,7 +168,7 @@ TEST(KZStringConverter, WritesOnlyBlocksOfTheStringsOwn) {
 
 TEST(KZWideText, StreamsUpToTheFirstZero) {
     for (std::size_t const size : {0U, 255U, 256U, 1000U}) {
-        // The pair lies across the border of a piece of 256 units for one of the sizes.
+        // For one of the sizes the pair lies across the border between two pieces of 256 units.
         std::u16string units = std::u16string(size, u'x') + u"\U0001F600" + std::u16string(300, u'y');
         std::wostringstream stream;
         KZString text{std::u16string_view(units)};

@@ -24,7 +24,8 @@ KZString Typed(char16_t const * format, auto const &... arguments) {
     return result;
 }
 
-// Arguments of the types that their conversions say: typed or in a list, they print alike.
+// Formats arguments of exactly the types that their conversions mean. Typed arguments and an argument list must give
+// the same text.
 KZString F(char16_t const * format, auto... arguments) {
     KZString const listed = Listed(format, arguments...);
     EXPECT_EQ(Typed(format, arguments...), listed);
@@ -59,7 +60,7 @@ TEST(KZStringFormat, WritesTextsUnitsAndOddities) {
          u"   a|b   |c   |d|fg"},
         {__LINE__, F(u"%c%3c%-3c|%C%hc%lc", u'a', u'b', u'c', 'd', 'e', u'\u20AC'), u"a  bc  |de\u20AC"},
         {__LINE__, F(u"a%cb", 0), u"a"},
-        // Numbers beyond what the system's printf says alike.
+        // Numbers that the system's printf prints in another way, or not at all.
         {__LINE__, F(u"%I64d %I64u %I64x", INT64_MIN, UINT64_MAX, UINT64_MAX),
          u"-9223372036854775808 18446744073709551615 ffffffffffffffff"},
         {__LINE__, F(u"%ld %lu %lld", -5L, 5UL, -5LL), u"-5 5 -5"},
@@ -87,37 +88,37 @@ TEST(KZStringFormat, KnowsTheTypesOfItsArguments) {
         std::u16string expected;
     };
     Case const cases[] = {
-        // Objects that hold a text, whole.
+        // Objects that hold a text are printed whole.
         {__LINE__, Typed(u"%s|%s|%5s|%.1s", zeros, u"ab"s, u"ab"sv, zeros), u"\u00E9\0b|ab|   ab|\u00E9"s},
         {__LINE__, Typed(u"%s|%.2s|%S|%s", "\xC3\xA9t\0x"s, "\xC3\xA9te"sv, u8"\u20AC"s, u8"z"sv),
          u"\u00E9t\0x|\u00E9t|\u20AC|z"s},
         {__LINE__, Typed(u"%s|%.2s|%.1s", std::wstring(wide), std::wstring_view(wide), wide),
          u"\U0001F600x|\U0001F600|\xD83D"},
         {__LINE__, Typed(u"<%s%s%s>", KZString(), u""s, std::u16string_view()), u"<>"},
-        // Texts say themselves what they are.
+        // A text is printed by its own type, whatever the conversion says.
         {__LINE__, Typed(u"%s %S %hs %ls", "a", u"b", u"c", "d"), u"a b c d"},
         {__LINE__, Typed(u"%s", reinterpret_cast<unsigned short const *>(u"old")), u"old"},
         {__LINE__, Typed(u"%s %s", untyped, nullptr), u"units (null)"},
-        // Numbers print with all their bits, unless an h cuts them.
+        // Numbers are printed with all their bits, unless an h cuts them.
         {__LINE__, Typed(u"%d %u %x", 5'000'000'000, 0xFFFFFFFFFF, -1), u"5000000000 1099511627775 ffffffff"},
         {__LINE__, Typed(u"%I64d %ld %lu %hd", -1, -1, 4294967295U, 65537LL), u"-1 -1 4294967295 1"},
         {__LINE__, Typed(u"%d %d %d %d %d", Red, Mode::Far, true, 'a', static_cast<signed char>(-1)),
          u"2 5000000000 1 97 -1"},
         {__LINE__, Typed(u"%.1f %g %.2f", 1, 2.5F, 3.0L), u"1.0 2.5 3.00"},
         {__LINE__, Typed(u"%*d|%.*s", 3L, 1, std::size_t{1}, u"xy"), u"  1|x"},
-        // Characters of any kind; a byte above 127 alone is none.
+        // Characters of any type. A single byte above 127 isn't a character.
         {__LINE__, Typed(u"%c%s%4c|%c%d", L'\U0001F600', U'x', U'\U0001F600', u8'y', L'z'),
          u"\U0001F600x  \U0001F600|y122"},
         {__LINE__, Typed(u"%c%c%C", '\xE9', char32_t{0x110000}, u'\xE9'), u"\uFFFD\uFFFD\uFFFD"},
         {__LINE__, Typed(u"a%cb", L'\0'), u"a"},
         {__LINE__, Typed(u"%p %x", reinterpret_cast<int *>(0xBEEF), reinterpret_cast<int *>(0x123456789)),
          u"0xbeef 123456789"},
-        // What a conversion can't show prints by its own.
+        // An argument that doesn't fit its conversion is printed by its own type.
         {__LINE__, Typed(u"%s %5s %s %s", 42, 1.5, u'x', 7U), u"42   1.5 x 7"},
         {__LINE__, Typed(u"%d %x %c %f %d", u"a", "b", KZString(u"c"), u"d", 2.5), u"a b c d 2.5"},
         {__LINE__, Typed(u"%s %f", reinterpret_cast<int *>(0xBEEF), nullptr), u"0xbeef (nil)"},
         {__LINE__, Typed(u"%*d|%.*d", u"wide", 1, 2.5, 3), u"1|3"},
-        // What is missing is 0 or null; what is too many is left.
+        // Missing arguments are 0 or null; surplus ones are ignored.
         {__LINE__, Typed(u"%d %s %g %p%n %*d", 1), u"1 (null) 0 (nil) 0"},
         {__LINE__, Typed(u"%d", 1, u"left"), u"1"},
         {__LINE__, Typed(u"%-3c|", 0), u""},
@@ -167,7 +168,7 @@ TEST(KZStringFormat, BoundsWildWidthsAndPrecisions) {
     EXPECT_EQ(F(u"%.*s", INT_MAX, u"abc"), u"abc");
 }
 
-/// Formats `value` under many widths, precisions and flags, by the string and by the system's printf.
+/// Formats `value` with many widths, precisions and flags, and compares the result with that of the system's printf.
 template <class Value>
 void CompareWithPrintf(std::string const & letters, Value value) {
     for (unsigned flags = 0; flags < 32; ++flags) {

@@ -59,7 +59,8 @@ TEST(KZString, SearchesFromAPosition) {
     for (Case const & c : cases) EXPECT_EQ(c.actual, c.expected) << "line " << c.line;
 }
 
-/// A string and a model of it, edited and searched at random: few different units, so that much is found.
+/// Edits and searches a string and a model of it at random. There are only a few different units, so that much is
+/// found.
 class RandomEdits {
 public:
     explicit RandomEdits(unsigned seed) : random_(seed) {}
@@ -120,7 +121,7 @@ TEST(KZString, EditsAndSearchesAsAModelDoes) {
 }
 
 TEST(KZString, FindsTheTerminatorAndTheNeedleAtEveryOffset) {
-    alignas(4096) static char16_t page[2048]; // each scan ends with the page or in front of it
+    alignas(4096) static char16_t page[2048]; // each search ends at the end of the page or before
     for (std::size_t length = 0; length < 70; ++length) {
         for (std::size_t behind : {0U, 1U, 2U, 3U, 7U, 8U, 9U, 2047U - 70U}) {
             std::ranges::fill(page, u'.');

@@ -176,7 +176,7 @@ TEST(KZString, RemovesTrimsAndReplaces) {
     EXPECT_EQ(emptied.Capacity(), 4U) << "a count that isn't past the end keeps the block";
 }
 
-// How many of the calls that take a unit take a `Unit`.
+// The number of functions that accept a `Unit` as a unit.
 template <class Unit, class S = KZString>
 constexpr int callsWith = requires(S s, Unit unit) {
     S(unit);

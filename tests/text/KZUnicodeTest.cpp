@@ -35,7 +35,8 @@ std::vector<std::string> Split(std::string const & text, char separator) {
     return parts;
 }
 
-// Every field of every line, split here by other means. Later lines overwrite the records of their lower 16 bits.
+// Checks every field of every line, which is split here in another way. A later line overwrites the record that has
+// the same lower 16 bits.
 void ExpectAgreement(Info const & info, std::string const & text) {
     std::vector<std::vector<std::string>> expected(0x10000);
     for (std::string const & line : Split(text, '\n')) {
@@ -87,7 +88,7 @@ TEST(KZUnicodeInfoReader, ReadsTheWholeDatabase) {
         ASSERT_EQ(KZtowupper(static_cast<char16_t>(unit)), record.upperCase ? record.upperCase : unit);
         ASSERT_EQ(KZtowlower(static_cast<char16_t>(unit)), record.lowerCase ? record.lowerCase : unit);
     }
-    // Every base letter that the table knows begins the decomposition that the database tells.
+    // Every base letter in the table is the first letter of the decomposition in the database.
     for (std::string const & line : Split(plane, '\n')) {
         std::vector<std::string> const fields = Split(line, ';');
         if (fields[5].empty() || fields[5][0] == '<' || fields[2][0] != 'L') continue;
@@ -113,7 +114,8 @@ TEST(KZUnicodeInfoReader, SurvivesDamagedFiles) {
         bool const hasUpperCase = length >= line.find("0043") + 4;
         ASSERT_TRUE(!hasUpperCase || cut[u'A'].upperCase == u'C') << length;
     }
-    // An index wraps, lines without one are passed over, a long one ends the reading.
+    // Only the lower 16 bits of an index are used; a line without an index is skipped; a line that is too long ends
+    // the reading.
     Info const odd = Read("\n;x\n110041;WRAPPED\n0042;" + std::string(4080, 'b') + "\n0043;" +
                           std::string(4096, 'c') + "\n0044;D");
     EXPECT_STREQ(odd[u'A'].name, "WRAPPED");
@@ -125,9 +127,9 @@ TEST(KZUnicodeInfoReader, SurvivesDamagedFiles) {
     Info info = whole;
     EXPECT_FALSE(KZUnicodeInfoReader::Read(info, "no such file"));
     EXPECT_STREQ(info[u'A'].name, "");
-    EXPECT_STREQ(whole[u'A'].name, "A"); // a copy keeps its names
+    EXPECT_STREQ(whole[u'A'].name, "A"); // the copy keeps the names in memory
     EXPECT_FALSE(KZUnicodeInfoReader::Read(info, nullptr));
-    EXPECT_THROW(KZUnicodeInfoReader::Read(info, "/"), std::ios_base::failure); // it opens, and can't be read
+    EXPECT_THROW(KZUnicodeInfoReader::Read(info, "/"), std::ios_base::failure); // can be opened, not read
 }
 
 TEST(KZUnicode, NamesItsKeysInOrder) {

@@ -1,11 +1,11 @@
 /// @file
-/// Resources that the system refuses when it is told to.
+/// Makes the system refuse memory and threads.
 #pragma once
 
 #include <exception>
 
-/// While it lives, the calling thread gets `count` blocks of memory and threads; then one request fails, or every one.
-/// Sanitizers bring allocators of their own: there only `operator new` can fail.
+/// While an object of this class exists, the calling thread gets `count` blocks of memory and threads. Then one
+/// request fails, or all of them. Sanitizers have allocators of their own; with them only `operator new` can fail.
 class FailingResources {
 public:
     enum Refusal : bool { One, All };
@@ -15,7 +15,7 @@ public:
     FailingResources(FailingResources const &) = delete;
     FailingResources & operator=(FailingResources const &) = delete;
 
-    /// Tells whether a request has failed.
+    /// True when a request has failed.
     [[nodiscard]] bool HasFailed() const { return hasFailed_; }
 
 private:
@@ -26,8 +26,8 @@ private:
     bool hasFailed_ = false;
 };
 
-/// Does `work()` with the n-th request failing, for every n there is, and then `check(wasRefused)`. An exception is as good
-/// as any end.
+/// Calls `work()` again and again, with the first request failing, then the second, until no request fails, and after
+/// each `check(wasRefused)`. `work` may throw.
 template <class Work, class Check>
 void AtEveryResource(FailingResources::Refusal refusal, Work const & work, Check const & check) {
     bool wasRefused = true;

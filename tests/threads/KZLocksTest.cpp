@@ -42,7 +42,7 @@ TEST(KZCriticalSection, TellsWhetherAnotherThreadHoldsIt) {
     section.lock();
     EXPECT_EQ(section.IsLocked(), 3U);
     EXPECT_EQ(Elsewhere([&] {
-                  section.Unlock(); // by a thread that isn't the owner: nothing happens
+                  section.Unlock(); // not the owner: does nothing
                   return section.IsLocked();
               }),
               0U);
@@ -74,7 +74,7 @@ TEST(KZMutex, OpensAgainAfterAFailureAndClosesWithoutMemory) {
     locked.Wait();
     {
         FailingResources const failing(0, FailingResources::All);
-        mutex.reset(); // its memory stays with the owner
+        mutex.reset(); // its memory stays until the owner has ended
     }
     mayEnd.Post();
     owner.join();
@@ -165,7 +165,7 @@ TEST(KZBaton, TurnsRunInOrderWhateverTheArrival) {
             });
         for (std::thread & thread : threads) thread.join();
         EXPECT_EQ(order, (std::vector<unsigned int>{1, 2, 3, 4, 5}));
-        baton.Lock(0); // past turns hold nothing
+        baton.Lock(0); // turns that have passed don't block
         baton.lock(4);
         baton.unlock();
     }
@@ -193,7 +193,7 @@ TEST(KZSynchronizedCriticalSection, HandsItemsOverWithoutLosingAPost) {
         });
     for (int item = 1; item <= count; ++item) {
         monitor.lock();
-        items.push(item < count ? item : -1); // the last one stays, for everybody
+        items.push(item < count ? item : -1); // the last item stays for all consumers
         monitor.PostUnlock();
     }
     for (std::thread & thread : threads) thread.join();

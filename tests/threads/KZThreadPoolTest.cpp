@@ -17,7 +17,7 @@
 
 namespace {
 
-// Holds the callbacks that wait for it until it is opened.
+// Callbacks wait at the gate until it is opened.
 class Gate {
 public:
     void Pass() {
@@ -38,7 +38,7 @@ private:
     std::atomic<bool> open_{false};
 };
 
-// The level that a test needs, until its end.
+// Sets the trace level for one test.
 class TraceLevel {
 public:
     explicit TraceLevel(unsigned level) : before_(GlbGetTraceLevel()) { GlbSetTraceLevel(level); }
@@ -121,7 +121,7 @@ TEST(KZThreadPool, WakesTheWorkerThatRestedLongest) {
                 done.Post();
             }));
             done.Wait();
-            KZThread::Milli_sleep(1); // in which it becomes idle, if nothing comes between
+            KZThread::Milli_sleep(1); // time for the worker to become idle, mostly
         }
         return by[0] != by[1] && std::equal(by.begin() + 2, by.end(), by.begin());
     };
@@ -154,11 +154,11 @@ TEST(KZThreadPool, PullsFromItsFactory) {
     {
         KZThreadPool pool(3, Produce, &supply, false);
         supply.empty.Pass();
-        // A worker that found the factory empty is idle and takes what is posted.
+        // A worker that got nothing from the factory is idle and takes posted callbacks.
         for (int i = 0; i < 20; ++i) pool.Post(Callback([&posted] { ++posted; }));
     }
     EXPECT_EQ(posted, 20);
-    EXPECT_GE(supply.run, 96); // 99, less one that failed and those that shut-down may drop
+    EXPECT_GE(supply.run, 96); // 99, less one that failed and up to two that shutting down may drop
 }
 
 TEST(KZThreadPool, GoesOnAfterAnException) {
@@ -174,7 +174,7 @@ TEST(KZThreadPool, GoesOnAfterAnException) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "unhandled exception in KZThread\n");
 }
 
-// Others are at work meanwhile, idle, or unstarted, and callbacks stand in the queue.
+// While the pool is destroyed, other workers are at work, idle or not started, and callbacks are queued.
 TEST(KZThreadPool, MayBeDestroyedByItsOwnWorker) {
     enum class By { Callback, EndOfCallback, Factory };
     struct Owner {
@@ -227,7 +227,7 @@ TEST(KZThreadPool, RunsWhatItAcceptedWhateverIsRefused) {
         }
 }
 
-// A million callbacks come from four threads while the pool shuts down at some moment. Each one that was accepted runs once.
+// Four threads post a million callbacks, and the pool shuts down at some moment. Each accepted callback runs once.
 TEST(KZThreadPool, RunsEachAcceptedCallbackOnce) {
     std::mt19937 random(42);
     constexpr int rounds = 100, posters = 4, each = 2500;

@@ -28,7 +28,7 @@ void RunToTheEnd(KZThread & thread) {
 
 KZSmartPtr<KZThread> NewThread(std::function<void()> body) { return new KZThread(Callback(std::move(body))); }
 
-// The library reads it once, at the first start: it must be there before any test.
+// The library reads this variable once, at the first start of a thread, so it is set before any test runs.
 constexpr char const * stackSizeVariable = "KZ_THREAD_STACKSIZE";
 int const isStackSizeSet = setenv(stackSizeVariable, "16777216 bytes", 1);
 
@@ -45,20 +45,20 @@ int volatile * volatile glbNull = nullptr;
 
 __attribute__((noinline, no_sanitize("undefined", "address", "thread"))) void Fault() { *glbNull = 1; }
 
-/// Posts an event when the last callback that has it is gone.
+/// Posts an event when the last callback that holds this object is gone.
 struct Observer {
     KZEventSemaphore & event;
     ~Observer() { event.Post(); }
 };
 
-// A sanitizer has threads and memory of its own in the process.
+// Sanitizers have threads and memory of their own in the process.
 #if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
 constexpr bool isSanitized = true;
 #else
 constexpr bool isSanitized = false;
 #endif
 
-/// What the process has: memory maps, open files and threads.
+/// What the process has: mappings of memory, open files and threads.
 std::vector<std::size_t> Possessions() {
     std::ifstream maps("/proc/self/maps");
     auto const count = [](char const * folder) {
@@ -71,8 +71,8 @@ std::vector<std::size_t> Possessions() {
     return {lines, count("/proc/self/fd"), count("/proc/self/task")};
 }
 
-/// Waits until the process has `count` threads or fewer: a thread that was joined, or left to end by itself, is still seen
-/// for a moment. False after ten seconds.
+/// Waits until the process has at most `count` threads, since a thread that has ended can be seen for a moment
+/// longer. False after ten seconds.
 bool AwaitThreads(std::size_t count) {
     for (int i = 0; i < 10000 && Possessions().back() > count; ++i) KZThread::Milli_sleep(1);
     return Possessions().back() <= count;
@@ -91,7 +91,7 @@ TEST(KZThread, LivesFromStartToJoin) {
         KZThread::SetFlag(inside, 0x40);
     });
     EXPECT_FALSE(thread->IsStarted() || thread->Exists());
-    thread->Join(); // nothing to wait for
+    thread->Join(); // there is nothing to wait for
     EXPECT_TRUE(thread->Start().Good());
     KZThread_t const id = thread->GetThreadId();
     EXPECT_TRUE(thread->IsStarted() && thread->IsRunning() && thread->Exists());
@@ -119,13 +119,13 @@ TEST(KZThread, OfSeveralWaitersOneReturns) {
         KZSmartPtr<KZThread> const thread = NewThread([&] { go.Wait(); });
         (void)thread->Start();
         KZThread_t const id = thread->GetThreadId();
-        std::thread joiner([&] { thread->Join(); }); // quietly, whoever was first
+        std::thread joiner([&] { thread->Join(); }); // no error, even if another one was first
         std::atomic<int> returned{0}, thrown{0};
         std::vector<std::thread> waiters;
         for (int i = 0; i < 3; ++i)
             waiters.emplace_back([&, i] {
                 try {
-                    KZThread::WaitForThread(id, i); // one of them spins
+                    KZThread::WaitForThread(id, i); // the first polls without a pause
                     ++returned;
                 } catch (KZException const & exception) {
                     EXPECT_EQ(std::u16string(exception.What()), u"Invalid Thread ID");
@@ -333,7 +333,7 @@ TEST(KZThread, ManyStartsAndJoinsLeaveNothing) {
         KZThread thread(Callback([&] { ++count; }));
         RunToTheEnd(thread);
     };
-    for (int i = 0; i < 10; ++i) round(); // what is kept for later is there now
+    for (int i = 0; i < 10; ++i) round(); // now all memory that is kept for later exists
     EXPECT_TRUE(isSanitized || AwaitThreads(1)) << "threads of earlier cases";
     std::vector<std::size_t> const before = Possessions();
     for (int i = 0; i < rounds; ++i) round();
@@ -389,7 +389,7 @@ TEST(KZThread, DumpNamesWhatEachThreadDoes) {
     };
     EXPECT_NE(stackOf(dumping).find("KZDumpAllStacks"), std::string::npos) << text;
     EXPECT_TRUE(stackOf(ended).empty());
-#if !defined(__SANITIZE_THREAD__) // which holds signals back from a thread that waits
+#if !defined(__SANITIZE_THREAD__) // it delays signals to a waiting thread
     EXPECT_NE(stackOf(waiting).find("KZThread::"), std::string::npos) << text;
 #endif
 }

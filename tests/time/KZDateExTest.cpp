@@ -14,7 +14,7 @@ static_assert(std::is_trivially_copyable_v<KZDateEx>);
 static_assert((KZDateEx(2024, 1, 31) + KZDurationEx(1, KZDurationEx::month)) == KZDateEx(2024, 2, 29));
 static_assert(KZDateEx(2024, 1, 1).AsInt() == (2024 << 9 | 1 << 5 | 1));
 
-// A calendar that knows nothing but the lengths of months, and walks.
+// A calendar that only knows the lengths of months, and goes from day to day.
 struct Walker {
     int year;
     unsigned int month, day;
@@ -91,7 +91,7 @@ TEST(KZDateEx, MovesByDaysAsAWalkFromMonthToMonthDoes) {
         ASSERT_EQ((date - start), KZDurationEx(days, KZDurationEx::day));
     }
     EXPECT_EQ(KZDateEx(2000, 1, 1) + 10000000L, KZDateEx(29379, 1, 26));
-    // The end of the range goes round, and dates that don't exist stay.
+    // After the last date of the range comes the first. A date that doesn't exist stays unchanged.
     EXPECT_EQ((++KZDateEx(4194303, 12, 31)).GetYear(), -4194304);
     EXPECT_EQ(KZDateEx(2023, 2, 30) + 1L, KZDateEx(2023, 2, 30));
     EXPECT_EQ(KZDateEx() + KZDurationEx(1, KZDurationEx::day), KZDateEx());

@@ -26,7 +26,7 @@ TEST(KZDateTimeEx, ReadsUnderATemplate) {
     struct Case {
         char const * what;
         char16_t const *text, *format;
-        char16_t const * expected; // in UTC by the value's shape; null when it can't be read
+        char16_t const * expected; // in UTC, by the default template; null: can't be read
     };
     constexpr char16_t const * full = u"%Y/%m/%d %H:%M:%S.%L";
     constexpr char16_t const * iso = u"%Y-%m-%dT%H:%M:%S%Z";
@@ -86,7 +86,7 @@ TEST(KZDateTimeEx, PrintsInAZone) {
     EXPECT_EQ(KZDateTimeEx(KZDateEx(2024, 5, 6), KZTimeEx()).AsString(), u"2024/05/06");
 }
 
-// What is printed is read back, with every letter, in zones on both sides of UTC.
+// A printed value is read back unchanged, with every letter, in zones on both sides of UTC.
 TEST(KZDateTimeEx, ReadsWhatItPrints) {
     constexpr char16_t const * formats[] = {u"%Y/%m/%d %H:%M:%S.%L", u"%d.%m.%Y; %H h %M m %S s %L ms",
                                             u"%y-%m-%d %H:%M:%S,%L %Z", u"%L %S %M %H %d %m %Y%z"};

@@ -14,7 +14,7 @@ static_assert(std::is_trivially_copyable_v<Duration>);
 static_assert(Duration(2, Duration::week).As(Duration::day) == Duration(14, Duration::day));
 
 TEST(KZDurationEx, ConvertsByItsTable) {
-    // Lengths in milliseconds where the units fit into each other; months and years have numbers of their own.
+    // Lengths in milliseconds, for units that are multiples of each other. Months and years are not.
     constexpr std::int64_t lengths[] = {0, 0, 604800000, 86400000, 3600000, 60000, 1000, 1};
     for (unsigned int from = Duration::week; from < Duration::invalid; ++from)
         for (unsigned int to = from + 1; to < Duration::invalid; ++to) {
@@ -65,7 +65,7 @@ TEST(KZDurationEx, RefusesTheOneValue) {
         EXPECT_EQ(KZString(exception.What()), u"2147483647 days");
     }
     EXPECT_EQ(top.GetDuration(), INT32_MAX);
-    EXPECT_EQ((top += Duration(2, Duration::day)).GetDuration(), INT32_MIN + 1L); // others go round
+    EXPECT_EQ((top += Duration(2, Duration::day)).GetDuration(), INT32_MIN + 1L); // others wrap around
     EXPECT_THROW(Duration(1) / 0, KZDurationExceptionEx);
     EXPECT_THROW(Duration(1 << 30, Duration::second) *= 2, KZDurationExceptionEx);
     Duration packed;
@@ -77,7 +77,7 @@ TEST(KZDurationEx, AddsNumbersInTheSmallerUnit) {
     Duration const hour(1, Duration::hour);
     Duration const day(1, Duration::day);
     EXPECT_EQ(day + Duration(2, Duration::hour), Duration(26, Duration::hour));
-    EXPECT_EQ(hour + day, Duration(2, Duration::hour)); // the day's number as it stands
+    EXPECT_EQ(hour + day, Duration(2, Duration::hour)); // the number of the days, taken as hours
     EXPECT_EQ(day - Duration(2, Duration::hour), Duration(22, Duration::hour));
     EXPECT_EQ(Duration() + day, day);
     EXPECT_EQ(Duration() - day, Duration(-1, Duration::day));

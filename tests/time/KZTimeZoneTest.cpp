@@ -26,7 +26,7 @@ constexpr std::int64_t day = 86400;
 constexpr char16_t const * zonesKey = u"Software\\Microsoft\\Windows NT\\CurrentVersion\\Time Zones";
 constexpr char16_t const * settingKey = u"System\\CurrentControlSet\\Control\\TimeZoneInformation";
 
-// An environment variable as long as this object lives.
+// Sets an environment variable for as long as this object exists.
 class Setting {
 public:
     Setting(char const * name, std::string const & value) : name_(name) {
@@ -60,8 +60,8 @@ std::int64_t OffsetOfSystem(std::int64_t utc) {
     return fields.tm_gmtoff;
 }
 
-// The C library reads the same zone files, but by their tables of changes. Each zone is compared from the year on in
-// which its present rule holds.
+// The C library reads the same zone files, but uses their tables of changes. Each zone is compared from the first
+// year in which its present rule is used.
 TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
     constexpr struct {
         char16_t const * name;
@@ -91,12 +91,12 @@ TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
             std::int64_t const old = OffsetOfSystem(before), now = OffsetOfSystem(noon);
             ASSERT_EQ(zone.GetLocalMinusUTC(noon), now) << row.city << noon;
             if (old == now) continue;
-            std::int64_t behind = noon; // the first second of the new offset, found by halving
+            std::int64_t behind = noon; // the first second of the new offset, found by bisection
             while (behind - before > 1)
                 (OffsetOfSystem((before + behind) / 2) == old ? before : behind) = (before + behind) / 2;
             ASSERT_EQ(zone.GetLocalMinusUTC(behind - 1), old) << row.city << behind;
             ASSERT_EQ(zone.GetLocalMinusUTC(behind), now) << row.city << behind;
-            // Local times around the change, with those left out and those that come twice.
+            // Local times around the change, including those that don't exist and those that exist twice.
             std::int64_t const wall = behind + old, ahead = std::abs(now - old);
             ASSERT_EQ(zone.LocalToUTC(wall - 1), behind - 1) << row.city;
             ASSERT_EQ(zone.LocalToUTC(wall - (now < old ? ahead : 0)), behind - (now < old ? ahead : 0))
@@ -111,7 +111,8 @@ TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
     }
 }
 
-// Reading /proc/self/mem from its start fails with EIO. A zone that couldn't be read is read again when asked for.
+// Reading /proc/self/mem from its start fails with EIO. A zone that couldn't be read is read again when it is asked
+// for again.
 TEST(KZTimeZone, KeepsNoFailureToRead) {
     Setting const place("TZ", "Pacific/Auckland");
     KZTimeZoneInfo info = Zone(u"New Zealand Standard Time").GetTimeZoneInfo();
@@ -138,8 +139,8 @@ constexpr ZoneName zoneNames[] = {
 #include "ZerlithCore/platform/posix/generated/ZoneNames.inl"
 };
 
-// One rule has two changes a year, New Year included where the year ends otherwise than it began. A year with more is
-// told right at present.
+// A rule has two changes a year; if the year ends with another offset than it began with, New Year is one of them.
+// For a year with more changes the rule is right at the present moment.
 TEST(KZTimeZone, TellsTheYearAsTheSystemDoes) {
     std::time_t const now = std::time(nullptr);
     std::int64_t const newYear = (now - now % day) / day * day - std::gmtime(&now)->tm_yday * day;
@@ -175,7 +176,7 @@ TEST(KZTimeZone, HasUTCAndTheLocalZone) {
     EXPECT_THROW(static_cast<void>(local.GetOffset(KZDateTime())), KZDateException);
     EXPECT_EQ(KZString(KZDateException(summer).What()), u"2024/05/06 09:08:09");
     KZTimeZone const standard(local.GetTimeZoneInfo(), false);
-    EXPECT_EQ(standard.GetOffset(summer), -3600); // the bias, as it stands
+    EXPECT_EQ(standard.GetOffset(summer), -3600); // the bias alone
     EXPECT_EQ(standard.GetLocalMinusUTC(summer.AsSeconds()), 3600);
 
     KZTimeZone const tokyo = Zone(u"Tokyo Standard Time");
@@ -193,7 +194,7 @@ TEST(KZTimeZone, KnowsTheNamedZones) {
     std::vector<KZTimeZone> zones;
     EXPECT_TRUE(KZTimeZone::GetWindowsTimeZones(zones));
     EXPECT_GT(zones.size(), 130U);
-    std::set<int> types; // of all 62, each of which has a name of its own here
+    std::set<int> types; // all 62 types have a zone here
     for (KZTimeZone const & zone : zones) {
         EXPECT_EQ(zone.GetDisplayName().Find(u"(UTC"), 0U) << zone.GetStandardName().AsUTF8();
         types.insert(KZTimeZoneObsolete::GetType(zone));
@@ -218,7 +219,7 @@ TEST(KZTimeZone, ReadsKeysOfTheStore) {
         *KZPlatform::OpenZoneKey(std::u16string(zonesKey) + u"\\w. europe STANDARD time");
     std::u16string const path = std::u16string(zonesKey) + u"\\Test";
     std::string rule = *key.Bytes(u"TZI");
-    rule[28 + 2] = rule[12 + 2] = 0; // no month: no change
+    rule[28 + 2] = rule[12 + 2] = 0; // a month of 0 means no change
     key.Set(u"TZI", rule);
     key.Set(u"Std", u"CET");
     KZPlatform::PutZoneKey(path, key);
@@ -226,7 +227,7 @@ TEST(KZTimeZone, ReadsKeysOfTheStore) {
     EXPECT_FALSE(zone.GetDstObserved());
     EXPECT_EQ(zone.GetTimeZoneInfo().daylightBias, 0);
 
-    // The machine's switch holds for the local zone's name only.
+    // The machine's switch for daylight saving time only affects the zone with the name of the local zone.
     key.Set(u"TZI",
             *KZPlatform::OpenZoneKey(std::u16string(zonesKey) + u"\\W. Europe Standard Time")->Bytes(u"TZI"));
     KZPlatform::PutZoneKey(path, key);
@@ -293,14 +294,14 @@ TEST(KZDSTAdjuster, ComputesTheDaysOfRules) {
     constexpr struct {
         KZSystemTime rule;
         int year;
-        int day; // 0: there is none
+        int day; // 0: no change in that year
     } cases[] = {
-        {{0, 2, 0, 5, 2, 0, 0, 0}, 2023, 26}, // four Sundays
-        {{0, 3, 0, 5, 2, 0, 0, 0}, 2024, 31}, // five
+        {{0, 2, 0, 5, 2, 0, 0, 0}, 2023, 26}, // a month with four Sundays
+        {{0, 3, 0, 5, 2, 0, 0, 0}, 2024, 31}, // a month with five
         {{0, 3, 0, 4, 2, 0, 0, 0}, 2024, 24},
         {{0, 11, 4, 1, 2, 0, 0, 0}, 2024, 7},
         {{0, 11, 4, 0, 2, 0, 0, 0}, 2024, 1},
-        {{0, 3, 4, 4, 26, 0, 0, 0}, 2019, 29},    // the day behind the fourth Thursday
+        {{0, 3, 4, 4, 26, 0, 0, 0}, 2019, 29},    // the day after the fourth Thursday
         {{0, 3, 0, 5, 65514, 0, 0, 0}, 2029, 24}, // 22 hours before the last Sunday
         {{0, 2, 0, 6, 2, 0, 0, 0}, 2023, 0},
         {{0, 0, 0, 1, 2, 0, 0, 0}, 2024, 0},

@@ -1,5 +1,5 @@
-// All tests of this folder run in the local zone of Paris, told by a rule that needs no zone files. The library reads it
-// once, so it is set before the constructors of the tests' constants run.
+// Sets the local zone of all tests in this folder to that of Paris, by a rule that needs no zone files. The library
+// reads the zone once, so this happens before the constructors of the tests' constants run.
 #include <cstdlib>
 #include <ctime>
 

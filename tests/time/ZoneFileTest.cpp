@@ -23,14 +23,14 @@ std::int64_t At(unsigned int month, unsigned int day, int hour, int year = 2026)
 
 struct Change {
     std::int64_t at;
-    char to; // the first letter of the local time that begins
+    char to; // the first letter of the name of the local time after the change
 };
 
 void Put(std::string & out, std::int64_t value, int size) {
     for (int shift = size * 8 - 8; shift >= 0; shift -= 8) out += static_cast<char>(value >> shift);
 }
 
-// AAA is five hours behind UTC; four hours behind are the daylight time BBB and the standard time CCC.
+// AAA is UTC minus five hours. BBB, a daylight saving time, and CCC, a standard time, are UTC minus four hours.
 std::string Table(int timeSize, char version, std::vector<Change> const & changes, int leapSeconds) {
     std::string out = std::string("TZif") + version + std::string(15, '\0');
     for (std::size_t const count : {0UL, 0UL, leapSeconds != 0 ? 1UL : 0UL, changes.size(), 3UL, 12UL})
@@ -40,7 +40,7 @@ std::string Table(int timeSize, char version, std::vector<Change> const & change
     for (int const type : {0, 1, 2}) {
         Put(out, type == 0 ? -18000 : -14400, 4);
         Put(out, type == 1, 1);
-        Put(out, type * 4, 1); // where the name begins
+        Put(out, type * 4, 1); // the position of the name
     }
     out.append("AAA\0BBB\0CCC", 12);
     if (leapSeconds != 0) Put(out, 0, timeSize);
@@ -48,7 +48,8 @@ std::string Table(int timeSize, char version, std::vector<Change> const & change
     return out;
 }
 
-// "AAA-18000 BBB-14400 3.2.0/7200 11.1.0/7200": month, week and day of the changes, and the second of the day.
+// A zone in the form "AAA-18000 BBB-14400 3.2.0/7200 11.1.0/7200": names and offsets, then month, week, weekday and
+// second of the day of each change.
 std::string Print(std::optional<KZPlatform::PosixZone> const & zone) {
     std::ostringstream out;
     if (!zone) return "damaged";

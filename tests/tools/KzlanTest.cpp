@@ -1,4 +1,4 @@
-// The program kzlan, run as a user runs it.
+// Runs the program kzlan as a user does.
 #include "files/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +26,7 @@ TEST(Kzlan, ListsWhatItMakes) {
     struct Case {
         char const *what, *lan;
         std::string text;
-        std::string listed; // empty: the same
+        std::string listed; // empty if it is the same text
     };
     Case const cases[] = {
         {"nothing", "app.enu.LAN", "", ""},
@@ -107,7 +107,7 @@ TEST(Kzlan, MakesTheFileOrKeepsTheOldOneWhateverFails) {
     for (char const * const kind : {"memory", "write", "read", "open"}) {
         for (char const * const times : {"once", "always"}) {
             int failures = 0;
-            // Ever larger steps, until nothing has failed for some: the program makes no more calls than that.
+            // The steps get larger. When nothing has failed eight times, the program makes no more calls than that.
             for (int n = 1, sound = 0; sound < 8; n += 1 + n / 24) {
                 SCOPED_TRACE(std::string(kind) + ':' + std::to_string(n) + ':' + times);
                 directory.Write(u"app.deu.LAN", former);

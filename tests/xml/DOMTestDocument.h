@@ -1,4 +1,4 @@
-// Documents for tests.
+// Helpers for the tests of documents.
 #pragma once
 
 #include "ZerlithCore/platform/libxml2/Limits.h"
@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-/// The document that `text` is; a failure of the test if it is none.
+/// Parses `text`; the test fails if that fails.
 inline KZDOMDocument Parsed(KZString const & text) {
     KZDOMDocument document = KZDOMDocument::Create();
     EXPECT_TRUE(document.Load(text)) << text.AsUTF8() << ": "
@@ -16,7 +16,7 @@ inline KZDOMDocument Parsed(KZString const & text) {
     return document;
 }
 
-/// While it lives, work may take a fiftieth.
+/// While an object of this class exists, the limits on work are a fiftieth of the usual ones.
 class LowLimits {
 public:
     LowLimits() {
@@ -32,7 +32,7 @@ public:
     LowLimits & operator=(LowLimits const &) = delete;
 };
 
-/// The printed form of what `text` parses to.
+/// Parses `text` and prints the document.
 inline std::string Formatted(KZDOMNode const & node, unsigned level = 0, bool closeFlush = true,
                              unsigned step = 2) {
     KZString out;

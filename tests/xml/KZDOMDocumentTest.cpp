@@ -96,13 +96,13 @@ TEST(KZDOMDocument, ReadsAndWritesFiles) {
         }
     }
     EXPECT_EQ(CodeOf([&] { document.SaveToFile(directory.Path(u"none/x.xml")); }), KZDOMResult::CantWrite);
-    // Who reads the old file sees nothing of the new one.
+    // A program that has the old file open still reads the old content.
     directory.Write(u"d\u00e9.xml", "the old one");
     std::ifstream reader(directory.Root() / u"d\u00e9.xml");
     document.SaveToFile(path);
     EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "the old one");
     EXPECT_NE(directory.Read(u"d\u00e9.xml"), "the old one");
-    // A text's own declaration doesn't count.
+    // The encoding that a text declares is ignored.
     EXPECT_EQ(Parsed(u"\uFEFF<?xml version='1.0' encoding='UTF-16'?><a>\u00e9</a>").ValueOf(u"a"), u"\u00e9");
 }
 
@@ -130,7 +130,7 @@ TEST(KZDOMDocument, LoadsNothingElse) {
     EXPECT_FALSE(KZDOMDocument::Create().Load(u"<!DOCTYPE a [<!ENTITY e SYSTEM '/etc/passwd'>]><a>&e;</a>"));
 }
 
-// `count` times a text in which "%d" is the number.
+// `count` copies of a text, with "%d" replaced by the number of the copy.
 KZString Numbered(char16_t const * format, int count) {
     KZString all;
     for (int i = 0; i < count; ++i) {
@@ -141,7 +141,7 @@ KZString Numbered(char16_t const * format, int count) {
     return all;
 }
 
-// Entities e0 to e`levels`, each of which is ten times the one before.
+// Declarations of the entities e0 to e`levels`, each ten times as long as the one before.
 KZString Tenfold(KZString const & mark, KZString const & reference, KZString const & innermost, int levels) {
     KZString text = u"<!ENTITY " + mark + u"e0 '" + innermost + u"'>";
     for (int i = 1; i <= levels; ++i) {
@@ -157,8 +157,8 @@ TEST(KZDOMDocument, EndsAtItsLimits) {
     LowLimits const low;
     KZString const laughs = Tenfold(u"", u"&", u"ha", 11), large(u'x', 10'000'001U);
     struct Case {
-        KZString type; // inside of the document type
-        KZString text; // inside of the root's element
+        KZString type; // the content of the document type
+        KZString text; // the content of the root element
         char16_t const * reason;
     };
     auto const entity = [](unsigned bytes) { return u"<!ENTITY e '" + KZString(u'x', bytes) + u"'>"; };
@@ -195,7 +195,7 @@ TEST(KZDOMDocument, EndsAtItsLimits) {
         KZDOMDocument document = KZDOMDocument::Create();
         bool const isLoaded = document.Load(u"<!DOCTYPE a [" + c.type + u"]><a" + c.text + u"</a>");
         KZDOMParseError const error = document.GetLastParseError();
-        if (!c.reason) continue; // it only must end
+        if (!c.reason) continue; // only has to come to an end
         EXPECT_FALSE(isLoaded);
         EXPECT_EQ(error.GetErrorCode(), KZDOMResult::LimitExceeded);
         EXPECT_NE(error.GetReason().Find(c.reason), KZString::npos) << error.GetReason().AsUTF8();

@@ -32,7 +32,7 @@ TEST(KZDOMFormat, FollowsItsLayout) {
         {u"<p:a xmlns:p='urn:p' xmlns='urn:d' p:k='v'><b/></p:a>", 0, true, 2,
          "<p:a xmlns:p=\"urn:p\" xmlns=\"urn:d\" p:k=\"v\">\n  <b/>\n</p:a>\n"},
         {u"<a>\u00e9\u4e2d\U0001F600</a>", 0, true, 2, "<a>\n\u00e9\u4e2d\U0001F600</a>\n"},
-        {u"<!DOCTYPE a [<!ENTITY e 'x&#38;y<b/>'>]><a k='&e;'/>", 0, true, 2, nullptr}, // < in an attribute
+        {u"<!DOCTYPE a [<!ENTITY e 'x&#38;y<b/>'>]><a k='&e;'/>", 0, true, 2, nullptr}, // "<" in an attribute
         {u"<!DOCTYPE a [<!ENTITY e 'x<b/>'>]><a>&e;</a>", 0, true, 2, "<a>\nx  <b/>\n</a>\n"},
     };
     for (Case const & c : cases) {
@@ -44,7 +44,7 @@ TEST(KZDOMFormat, FollowsItsLayout) {
     }
 }
 
-// Long texts are looked through in blocks.
+// Long texts are searched in blocks, so special characters are put at every position of one.
 TEST(KZDOMFormat, EscapesAtEveryPlace) {
     KZDOMElement element = KZDOMDocument::Create().CreateElement(u"a");
     for (char c = ' '; c < '\x7F'; ++c) {
@@ -84,7 +84,7 @@ TEST(KZDOMFormat, LeavesOutBlanksBetweenElements) {
         KZDOMDocument document = Parsed(c.source);
         EXPECT_EQ(document.GetRootElement().GetXML(), c.xml);
         document.SetPreserveWhiteSpace(true);
-        KZDOMDocument copy(document.Clone(false)); // does the same
+        KZDOMDocument copy(document.Clone(false)); // has the same setting
         EXPECT_TRUE(copy.Load(c.source));
         KZString written = c.source;
         written.Replace(u"'", u"\"");
@@ -103,7 +103,7 @@ TEST(KZDOMFormat, AppendsAndTakesSingleNodes) {
     document.SelectNode(u"a/text()").Format(out, 9, true, 2);
     EXPECT_EQ(out, u"before\n<b>\nx</b>\nt&lt;");
     EXPECT_EQ(Formatted(KZDOMDocument::Create()), "");
-    // Long runs cross the buffer; nesting that no parser would take needs no stack.
+    // Long texts are larger than the buffer. Nesting deeper than any parser accepts needs no stack.
     KZDOMElement root = document.CreateElement(u"r", true);
     KZString const text(u'\u00fc', 10000U);
     root.SetText(text);

@@ -65,7 +65,7 @@ TEST(KZDOMNode, FindsItsWay) {
 TEST(KZDOMNode, EvaluatesPaths) {
     KZDOMDocument document = Parsed(u"<r xmlns='urn:d' xmlns:q='urn:d'><i k='1'>one</i><i k='2'>two</i></r>");
     EXPECT_EQ(document.ValueOf(u"/q:r/q:i[@k='2']"), u"two");
-    EXPECT_EQ(document.ValueOf(u"/r/i", u"default"), u"default"); // no prefix means no namespace
+    EXPECT_EQ(document.ValueOf(u"/r/i", u"default"), u"default"); // a name without a prefix has no namespace
     EXPECT_EQ(document.GetChildNodeValue(u"q:r/q:i/@k", u"0"), u"1");
     EXPECT_EQ(document.GetChildNodeValue(u"q:none", u"0"), u"0");
     EXPECT_TRUE(document.ChildExists(u"//q:i") && !document.ChildExists(u"//i"));
@@ -86,13 +86,13 @@ TEST(KZDOMNode, EvaluatesPaths) {
         {u"a['x]", KZDOMResult::BadPath},   {u"*[.=$v]", KZDOMResult::BadPath},
     };
     for (auto const & c : bad)
-        for (int i = 0; i < 2; ++i) // the second time from the table of compiled paths
+        for (int i = 0; i < 2; ++i) // the second time the path comes from the table of compiled ones
             EXPECT_EQ(CodeOf([&] { static_cast<void>(document.SelectNode(c.path)); }), c.code)
                 << KZString(c.path).AsUTF8();
     KZString nested;
     for (int i = 0; i < 20000; ++i) nested += u'(';
     EXPECT_EQ(CodeOf([&] { static_cast<void>(document.SelectNode(nested)); }), KZDOMResult::LimitExceeded);
-    for (int i = 0; i < 1000; ++i) { // more paths than are kept
+    for (int i = 0; i < 1000; ++i) { // more paths than the table keeps
         KZString path;
         path.Format(u"/q:r/q:i[@k='%d']", i % 300);
         EXPECT_EQ(document.ChildExists(path), i % 300 == 1 || i % 300 == 2);
@@ -121,11 +121,11 @@ TEST(KZDOMNode, ComputesInPaths) {
         u"a[b > 2][1]/@k = 2 and not(a[1][b > 2]) and count(a[@k][b]) = 2 and a[b = '3']/@k = 2",
         u"id('one two one')/@k = 1 and a[2]/b[lang('EN')] and not(a[1][lang('en')]) and a[lang('en-gb')]/b = "
         u"3",
-        // One that compares is enough.
+        // A comparison is true if it holds for one of the nodes.
         u"//b = 3 and //b != 3 and //b > 2 and //b >= '3' and 2 < //b and //b = //b and //b != //b",
         u"not(//b < //@k) and //b <= //@k and not(//none = //none) and not(//none != 'x') and //b = //@k",
         u"//none = false() and //b = true() and not(//b = 'x') and //a[b] = 'x2' and string(//a[2]) = 'y3z'",
-        // Operators from left to right, closer ones first.
+        // Operators are evaluated from left to right, those that bind more closely first.
         u"- - 1 = 1 and 7 - 2 - 1 = 4 and 2 + 3 * 4 mod 5 = 4 and -(2) * 3 = -6 and 8 div 2 div 2 = 2",
         u"1 = 1 = true() and 3 > 2 > 0 and 1 or 1 div 0 and false() or false() = true()",
         u"1 div 0 > 10 and number('x') != number('x') and string(-1 div 0) = '-Infinity' and - //none != 0",
@@ -162,7 +162,7 @@ TEST(KZDOMNode, LimitsTheWorkOfAPath) {
     struct Case {
         KZDOMNode from;
         char16_t const * path;
-        std::uint32_t found; // 0 for too much work
+        std::uint32_t found; // 0 if the work exceeds the limit
     };
     Case const cases[] = {
         {deep, u"//a", depth},
@@ -205,7 +205,7 @@ TEST(KZDOMNode, MovesNodes) {
     EXPECT_EQ(root.GetXML(), u"<r><b/>t<a/></r>");
     KZDOMNode fragment = document.CreateNode(KZDOMNodeType::DocumentFragment);
     fragment.AppendChild(document.CreateText(u"1"));
-    fragment.AppendChild(document.CreateText(u"2")); // texts side by side stay apart
+    fragment.AppendChild(document.CreateText(u"2")); // adjacent texts stay separate
     fragment.AppendChild(b);
     root.InsertBefore(fragment, a);
     EXPECT_EQ(root.GetXML(), u"<r>t12<b/><a/></r>");
@@ -263,7 +263,7 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
     EXPECT_EQ(back.GetParentNode().GetXML(),
               u"<r xmlns:p=\"urn:p\" xmlns=\"urn:d\"><p:a p:k=\"v\" xml:lang=\"en\" "
               u"xml:id=\"i\"><b/></p:a></r>");
-    KZDOMNode const twin = Parsed(u"<a xml:lang='en'/>").Clone(true); // of which the original is gone
+    KZDOMNode const twin = Parsed(u"<a xml:lang='en'/>").Clone(true); // its original is gone
     EXPECT_EQ(twin.GetXML(), u"<?xml version=\"1.0\"?>\n<a xml:lang=\"en\"/>\n");
     to.GetRootElement().SetText(u"");
     for (KZDOMNode const & node : {a, copy})
@@ -271,7 +271,7 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
             Parsed(node.GetXML()).ChildExists(u"/*[namespace-uri()='urn:p']/*[namespace-uri()='urn:d']"));
 }
 
-// Every way to lose a node from its document, with handles dropped in every order.
+// Removes nodes from their document in every way, and drops the handles in every order.
 TEST(KZDOMNode, OutlivesItsPlace) {
     using Lose = void (*)(KZDOMDocument &);
     constexpr Lose ways[] = {
@@ -324,9 +324,9 @@ TEST(KZDOMNode, MovesPiecesThatStandNowhere) {
     KZDOMElement top = first.CreateElement(u"top"), inner = first.CreateElement(u"inner");
     top.AppendChild(inner);
     inner.AppendChild(first.CreateText(u"kept by nobody"));
-    top = KZDOMElement(); // inner keeps the whole piece
+    top = KZDOMElement(); // `inner` keeps the whole subtree
     EXPECT_EQ(inner.GetParentNode().GetName(), u"top");
-    second.AppendChild(inner); // and lets go of it here
+    second.AppendChild(inner); // this releases the rest of the subtree
     EXPECT_EQ(second.GetXML(), u"<?xml version=\"1.0\"?>\n<inner>kept by nobody</inner>\n");
     KZDOMElement piece = second.CreateElement(u"piece");
     piece.AppendChild(inner);

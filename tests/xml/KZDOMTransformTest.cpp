@@ -29,7 +29,7 @@ TEST(KZDOMTransform, MakesTextAndDocuments) {
         Sheet(u"<x:output method='text'/><x:template match='/'>"
               u"<x:for-each select='//i'><x:sort/>[<x:value-of select='.'/>]</x:for-each></x:template>");
     EXPECT_EQ(source.TransformNode(asText), u"[b][\u00e9]");
-    EXPECT_EQ(source.SelectNode(u"//i[2]").TransformNode(asText), u"[\u00e9]"); // a document of its own
+    EXPECT_EQ(source.SelectNode(u"//i[2]").TransformNode(asText), u"[\u00e9]"); // the node alone
     EXPECT_EQ(source.TransformNode(asText.GetRootElement()), u"[b][\u00e9]");
     KZDOMDocument const asHtml = Sheet(u"<x:output method='html' indent='no'/><x:strip-space elements='*'/>"
                                        u"<x:template match='/'><html><br/></html></x:template>");
@@ -91,7 +91,7 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
     EXPECT_FALSE(directory.Exists(u"made"));
 }
 
-// What isn't evaluated by libxslt and libxml2, or is evaluated in another form.
+// Expressions that libxslt and libxml2 don't evaluate, or evaluate in another form.
 TEST(KZDOMTransform, EvaluatesExpressions) {
     KZDOMDocument const source =
         Parsed(u"<r xmlns:p='urn:p'><i k='b'>1</i><i k='a'><s><i>3</i></s></i><p:i k='b'>x</p:i></r>");
@@ -209,7 +209,7 @@ TEST(KZDOMSchema, Validates) {
                          u"<s:element name='r'><s:complexType><s:sequence>"
                          u"<s:element ref='i:i' xmlns:i='urn:i'/></s:sequence></s:complexType></s:element>",
                          u"urn:r"));
-    EXPECT_EQ(CodeOf([&] { document.Validate(); }), KZDOMResult::BadSchema); // its import is missing
+    EXPECT_EQ(CodeOf([&] { document.Validate(); }), KZDOMResult::BadSchema); // its import doesn't exist
     document.AddSchema(u"urn:i", Schema(u"<s:element name='i' type='s:int'/>", u"urn:i"));
     EXPECT_TRUE(document.Validate()) << document.GetLastParseError().GetReason().AsUTF8();
     EXPECT_EQ(document.GetLastParseError().GetErrorCode(), 0);
@@ -219,14 +219,14 @@ TEST(KZDOMSchema, Validates) {
     EXPECT_EQ(error.GetErrorCode(), KZDOMResult::Invalid);
     EXPECT_EQ(error.GetLine(), 2U);
     EXPECT_NE(error.GetReason().Find(u"twelve"), KZString::npos);
-    EXPECT_TRUE(document.Load(u"<r xmlns='urn:r'><i xmlns='urn:i'>7</i></r>")); // the schemas stay
+    EXPECT_TRUE(document.Load(u"<r xmlns='urn:r'><i xmlns='urn:i'>7</i></r>")); // the schemas are kept
     EXPECT_TRUE(document.Validate());
     EXPECT_TRUE(document.Load(u"<unknown xmlns:x='http://www.w3.org/2001/XMLSchema-instance' "
                               u"x:noNamespaceSchemaLocation='/etc/passwd'/>"));
     EXPECT_FALSE(document.Validate());
     document.AddSchema(u"", Schema(u"<s:element name='unknown'/>"));
     EXPECT_TRUE(document.Validate()) << document.GetLastParseError().GetReason().AsUTF8();
-    document.AddSchema(u"", Schema(u"<s:element name='unknown' type='s:int'/>")); // replaced
+    document.AddSchema(u"", Schema(u"<s:element name='unknown' type='s:int'/>")); // this replaces the schema
     EXPECT_FALSE(document.Validate() || KZDOMDocument::Create().Validate());
 }
 
@@ -246,7 +246,7 @@ TEST(KZDOMSchema, RefusesWhatIsBad) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
-// An application's threads have floating-point faults on; what a path computes is no fault of the program.
+// On an application's threads floating-point results may be faults; those of a path must not be.
 TEST(KZDOMTransform, ComputesWhereFloatingPointResultsAreFaults) {
     std::jthread([] {
         KZInitCatchSignal();

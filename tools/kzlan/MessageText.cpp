@@ -1,3 +1,4 @@
+// Reads and prints the text form of a message file, a line for each message.
 #include "MessageText.h"
 
 #include "ZerlithCore/encoding/Utf8.h"

@@ -1,9 +1,9 @@
 /// @file
-/// What both directions of UTF-8 have in common: not for use outside Utf8Decode.cpp and Utf8Encode.cpp.
+/// What both directions of UTF-8 have in common; used only by Utf8Decode.cpp and Utf8Encode.cpp.
 ///
-/// Both walk the text in two gears. The fast gear takes blocks and gives up at whatever is unusual: it is right about
-/// everything that it does convert. The slow gear takes one character and knows all the rules; after 16 bytes or units
-/// of it the fast gear gets another chance.
+/// Both have a fast and a slow loop. The fast loop converts whole blocks, and stops at a block with anything that it
+/// doesn't handle. The slow loop converts one character at a time and handles everything. After 16 bytes or units of
+/// the slow loop the fast one is tried again.
 #pragma once
 
 #include "ZerlithCore/encoding/Units.h"
@@ -19,9 +19,9 @@
 namespace KZEncoding::Utf8Detail {
 
 constexpr std::size_t BlockSize = 16;
-constexpr std::size_t ChunkSize = 4096; // units that are converted on the stack between two appends
+constexpr std::size_t ChunkSize = 4096; // units that are converted on the stack at a time
 
-/// Where a conversion stands.
+/// How far a conversion has come.
 template <class In, class Out>
 struct Cursor {
     In const * in;
@@ -49,7 +49,7 @@ inline __m128i Select(__m128i mask, __m128i yes, __m128i no) {
 
 #endif
 
-/// Runs both gears until the input is used up or something stops it.
+/// Runs both loops in turn until all input is converted or a status other than Done ends the conversion.
 template <class At, class Blocks, class One>
 Utf8Status RunGears(At & cursor, Blocks blocks, One one) {
     for (;;) {
@@ -61,8 +61,9 @@ Utf8Status RunGears(At & cursor, Blocks blocks, One one) {
     }
 }
 
-/// Converts by way of a buffer that stays in the cache: a string would fill its new room with zeros first. What isn't
-/// converted is left in `in`. The size of a long text is counted once, when the first piece shows that it isn't all ASCII.
+/// Appends the conversion of `in` to `out`, by way of a buffer on the stack: converting directly into `out` would
+/// first fill its new room with zeros. What isn't converted is left in `in`. The size of the result is counted once,
+/// after the first piece, and only if that piece wasn't all ASCII.
 template <std::size_t Size, class String, class View, class Convert, class Count>
 Utf8Status AppendInChunks(String & out, View & in, Convert convert, Count count) {
     typename String::value_type buffer[Size];

@@ -1,3 +1,4 @@
+// The document: loading, saving, schemas and making nodes.
 #include "ZerlithCore/platform/libxml2/DocumentObject.h"
 
 #include "ZerlithCore/encoding/Utf8.h"

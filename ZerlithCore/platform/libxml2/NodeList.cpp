@@ -1,3 +1,4 @@
+// A list refers to libxml2's nodes and makes an object for a node only when that is asked for.
 #include "ZerlithCore/platform/libxml2/NodeList.h"
 
 #include <utility>

@@ -1,3 +1,4 @@
+// The node classes: names, values, texts, printing, paths, copies and insertion.
 #include "ZerlithCore/platform/libxml2/Nodes.h"
 
 #include "ZerlithCore/platform/libxml2/DocumentObject.h"

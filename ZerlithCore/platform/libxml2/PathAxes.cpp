@@ -1,3 +1,4 @@
+// The axes of paths, and the namespaces in scope at an element.
 #include "ZerlithCore/platform/libxml2/PathAxes.h"
 
 namespace KZPlatform::LibXml2 {

@@ -1,3 +1,4 @@
+// Evaluates the expressions of a stylesheet when libxslt calls for them, and counts the work of the transformation.
 #include "ZerlithCore/platform/libxml2/TransformHost.h"
 
 #include <libxml/xpathInternals.h>

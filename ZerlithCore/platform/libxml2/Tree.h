@@ -91,7 +91,7 @@ public:
     void RemoveChildren(xmlNode * parent);
     /// The same for the root, in whose place comes `fresh`, which may stand below it.
     void ReplaceRoot(xmlNode * old, xmlNode * fresh);
-    /// Moves a node of any tree below `parent` of this one, in front of `before` or, for null, to the end. Out of another
+    /// Moves a node of any tree below `parent` of this one, to the place before `before` or, for null, to the end. Out of another
     /// tree a copy comes, which takes over the objects. Requires: the place is fit for it.
     void Move(xmlNode * node, xmlNode * parent, xmlNode * before);
     /// The same for all children of a fragment.

@@ -1,5 +1,5 @@
-// The C library's calendar, by its reentrant and its wide functions: month and day names come out right whatever the
-// encoding of the locale is.
+// Uses the wide functions of the C library, so that month and day names are right whatever the encoding of the locale
+// is.
 #include "ZerlithCore/platform/Calendar.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
@@ -13,7 +13,7 @@ namespace KZPlatform {
 
 namespace {
 
-// `zoneName` must live as long as the result.
+// The result points into `zoneName`, which must live as long.
 std::tm AsTm(CalendarTime const & time, ZoneMoment const & zone, std::string const & zoneName) noexcept {
     std::tm fields{};
     fields.tm_year = time.year - 1900;
@@ -35,7 +35,8 @@ std::optional<std::u16string> FormatCalendar(CalendarTime const & time, ZoneMome
                                              std::u16string_view format, std::size_t limit) {
     std::string const zoneName = KZEncoding::UnitsToUtf8(zone.name, KZEncoding::Utf8Mode::Replace);
     std::tm const fields = AsTm(time, zone, zoneName);
-    // One character in front tells an empty text from one that doesn't fit.
+    // wcsftime returns 0 for an empty text and for one that doesn't fit. With one more character at the start, only
+    // the second can happen; the character is dropped again below.
     std::wstring const wideFormat = L'.' + KZEncoding::ToWide(format);
     std::size_t const most = limit + 2;
     for (std::wstring buffer(std::min<std::size_t>(128, most), L'\0');;

@@ -1,3 +1,4 @@
+// The system's clocks, and the C library's conversion to a calendar.
 #include "ZerlithCore/platform/Clock.h"
 
 #include <ctime>

@@ -1,6 +1,6 @@
-// Every page is turned into tables once, by asking iconv about each byte, pair of bytes and unit; after that nothing
-// but the tables is used. That costs a few milliseconds a page and gives several times iconv's speed, and needs no
-// descriptor a thread.
+// The first use of a page asks iconv about each byte, pair of bytes and unit, and keeps the answers in tables. From
+// then on only the tables are used. Making them takes a few milliseconds for each page; conversions are then several
+// times as fast as iconv, and no thread needs an iconv descriptor of its own.
 
 #include "ZerlithCore/platform/CodePages.h"
 
@@ -37,7 +37,8 @@ public:
 
     [[nodiscard]] bool IsOpen() const noexcept { return reinterpret_cast<std::intptr_t>(handle_) != -1; }
 
-    // Converts one character to its end. Returns the bytes written; 0 with errno set when it isn't one.
+    // Converts one whole character and returns the number of bytes written; 0 with errno set when `in` isn't one
+    // character.
     std::size_t Convert(char const * in, std::size_t inSize, std::span<char> out) const noexcept {
         char * inAt = const_cast<char *>(in);
         char * outAt = out.data();
@@ -45,7 +46,7 @@ public:
         iconv(handle_, nullptr, nullptr, nullptr, nullptr);
         errno = 0;
         if (iconv(handle_, &inAt, &inSize, &outAt, &outLeft) != 0 || inSize != 0) return 0;
-        // Composing pages hold a letter back until they see that no accent follows.
+        // Pages with combining accents hold a letter back until they see that no accent follows; this call writes it.
         iconv(handle_, nullptr, nullptr, &outAt, &outLeft);
         return out.size() - outLeft;
     }
@@ -101,7 +102,8 @@ std::unique_ptr<CodePageTables const> ReadTables(char const * name) {
     return std::make_unique<CodePageTables>(Reader(decoder, encoder));
 }
 
-// Only success is kept: iconv says of a page that it can't load, for want of memory or of open files, that there is none.
+// A page with its tables, made at the first use. A failure isn't remembered: when iconv can't load a page for lack of
+// memory or file handles, it says that the page doesn't exist, and a later try may succeed.
 class Page {
 public:
     constexpr Page(unsigned number, char const * name) noexcept : number_(number), name_(name) {}
@@ -139,7 +141,7 @@ constinit Page pages[] = {
     {28603, "ISO-8859-13"}, {28604, "ISO-8859-14"}, {28605, "ISO-8859-15"},
 };
 
-// Null with the last error set.
+// Null, with the last error set, for a page that isn't in the list or has no tables.
 CodePageTables const * FindTables(unsigned number) {
     auto * const page = std::ranges::lower_bound(pages, number, {}, &Page::Number);
     if (page != std::end(pages) && page->Number() == number) return page->GetTables();

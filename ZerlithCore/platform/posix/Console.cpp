@@ -1,4 +1,4 @@
-// The C runtime locks its streams for each call, which keeps the pieces whole.
+// The C runtime locks a stream for the length of each call, which keeps each piece whole.
 #include "ZerlithCore/platform/Console.h"
 
 #include <cstdio>

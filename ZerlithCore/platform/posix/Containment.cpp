@@ -1,6 +1,11 @@
-// A destructor is `noexcept`, and nothing can be unwound through it: the runtime calls the terminate handler in the place of
-// unwinding. The handler jumps back to the innermost contained call of the thread. The frames in between are gone then,
-// with the exception's place on the runtime's list of caught ones: that is taken off by hand.
+// A destructor is `noexcept`. When an exception would leave one, the runtime calls the terminate handler instead of
+// unwinding. Our handler jumps back to the innermost contained call of the thread with longjmp:
+//
+//     CallContained -> Run (setjmp) -> object->Release() -> ~Object() throws -> std::terminate -> OnTerminate
+//     OnTerminate -> longjmp -> Run returns false
+//
+// The frames in between are dropped without clean-up. The runtime still counts their exceptions as being handled, so
+// the handler ends those before it jumps.
 #include "ZerlithCore/platform/Containment.h"
 
 #include <atomic>
@@ -16,7 +21,7 @@ namespace {
 struct ContainedCall {
     std::jmp_buf wayBack;
     std::exception_ptr cause;
-    std::exception_ptr caughtBefore; // by whoever makes the call
+    std::exception_ptr caughtBefore; // the exception that the caller of the contained call was handling
     ContainedCall * outer;
 };
 

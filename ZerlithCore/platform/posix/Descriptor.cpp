@@ -1,3 +1,4 @@
+// Functions on open files and folders that several sources use.
 #include "ZerlithCore/platform/posix/Descriptor.h"
 
 #include <fcntl.h>
@@ -22,7 +23,8 @@ bool WriteAll(int descriptor, std::string_view bytes, std::size_t & written) noe
         auto const count =
             Repeat([&] { return write(descriptor, bytes.data() + written, bytes.size() - written); });
         if (!Succeeded(count >= 0)) return false;
-        if (count == 0) return Fail(EIO); // Nothing taken and no reason: asking again could go on for ever.
+        // The system took nothing and gave no reason; repeating the call could go on for ever.
+        if (count == 0) return Fail(EIO);
         written += static_cast<std::size_t>(count);
     }
     return true;

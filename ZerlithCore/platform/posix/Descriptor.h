@@ -1,4 +1,5 @@
-// What the sources about files share: the last error, calls that a signal interrupts, a descriptor that closes itself.
+// What the sources about files share: setting the last error, repeating calls that a signal interrupts, and a
+// descriptor that closes itself.
 #pragma once
 
 #include "ZerlithCore/platform/LastError.h"
@@ -13,19 +14,19 @@
 
 namespace KZPlatform {
 
-/// Hands `success` on, and makes the present `errno` the last error when it is false.
+/// Returns `success`. When it is false, makes the present `errno` the last error.
 inline bool Succeeded(bool success) noexcept {
     if (!success) SetLastErrorNumber(errno);
     return success;
 }
 
-/// Makes `number` the last error.
+/// Makes `number` the last error and returns false.
 inline bool Fail(int number) noexcept {
     SetLastErrorNumber(number);
     return false;
 }
 
-/// Calls again as long as a signal interrupts.
+/// Calls until no signal interrupts the call any more.
 template <class Call>
 auto Repeat(Call call) noexcept {
     auto result = call();
@@ -33,7 +34,7 @@ auto Repeat(Call call) noexcept {
     return result;
 }
 
-/// Owns a descriptor of the system. Move-only.
+/// Owns a file descriptor. Move-only.
 class Descriptor {
 public:
     Descriptor() noexcept = default;
@@ -55,26 +56,27 @@ private:
     int number_ = -1;
 };
 
-/// The part of a path in front of its last name, with the separator, and that name; either may be empty.
+/// `FolderPart` is the part of a path before its last name, with the separator; `NamePart` is that name. Either may
+/// be empty.
 inline std::string_view FolderPart(std::string_view path) noexcept {
     return path.substr(0, path.rfind('/') + 1);
 }
 inline std::string_view NamePart(std::string_view path) noexcept { return path.substr(path.rfind('/') + 1); }
 
-/// So many links are followed from one name; the system has the same limit.
+/// The most symbolic links that are followed from one name; the system has the same limit.
 constexpr int mostLinks = 40;
 
-/// Opens the folder that `FolderPart` names, only to reach what is in it.
+/// Opens the folder that `FolderPart` names, for use with openat and the like. It needs no right to list the folder.
 [[nodiscard]] Descriptor OpenFolder(std::string_view folderPart);
 
-/// True for the folders in which the kernel shows processes. A link there leads to an open file, whatever name it tells:
-/// /dev/stdout ends in one.
+/// True for a folder in which the kernel shows processes (/proc). A link there leads to an open file, whatever path
+/// it shows: /dev/stdout leads to /proc/self/fd/1, which is such a link.
 [[nodiscard]] bool IsOfKernel(int folder) noexcept;
 
-/// Writes all of `bytes` at the descriptor's position; `written` tells how many of them the system took.
+/// Writes all of `bytes` at the descriptor's position; `written` is how many of them the system took.
 [[nodiscard]] bool WriteAll(int descriptor, std::string_view bytes, std::size_t & written) noexcept;
 
-/// Waits until the disk has the content. What has no disk behind it, as a terminal, is no failure.
+/// Waits until the disk has the content. A file without a disk, such as a terminal, is no failure.
 [[nodiscard]] bool WaitForDisk(int descriptor) noexcept;
 
 } // namespace KZPlatform

@@ -1,6 +1,6 @@
-// The system tells the kind of a fault less exactly than the processor does: it calls every failed division a division
-// by zero, every denormal operand an underflow, and a privileged instruction a bad access. The trap number and the
-// instruction itself tell them apart.
+// The system's codes for faults are coarser than the processor's. It reports every failed integer division as a
+// division by zero, every denormal operand as an underflow, and a privileged instruction as a bad access. The trap
+// number and the bytes of the failed instruction tell these apart.
 #include "ZerlithCore/platform/posix/FaultContext.h"
 
 #include <array>
@@ -26,9 +26,9 @@ std::uint32_t CodeOfFloat(int code) noexcept {
     }
 }
 
-/// What the system's own codes tell; 0 for what isn't a fault of the list.
+/// The kind of fault by the system's own codes; 0 for what isn't a fault of the list.
 std::uint32_t CodeOfSignal(siginfo_t const & info) noexcept {
-    if (info.si_code <= 0) return 0; // sent by somebody
+    if (info.si_code <= 0) return 0; // sent by kill or raise
     switch (info.si_signo) {
     case SIGSEGV: return info.si_code == SEGV_BNDERR ? FaultCode::ArrayBounds : FaultCode::AccessViolation;
     case SIGBUS: return info.si_code == BUS_ADRALN ? FaultCode::Misalignment : 0;
@@ -48,7 +48,7 @@ namespace {
 
 namespace Trap {
 constexpr long long Division = 0;
-constexpr long long StackSegment = 12; // an address that can't exist, reached by the stack or frame pointer
+constexpr long long StackSegment = 12; // a non-canonical address, used through the stack or frame pointer
 constexpr long long Protection = 13;
 constexpr long long Page = 14;
 constexpr long long OldFloat = 16;
@@ -59,7 +59,11 @@ constexpr std::array<int, 16> registers = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, R
                                            REG_RSI, REG_RDI, REG_R8,  REG_R9,  REG_R10, REG_R11,
                                            REG_R12, REG_R13, REG_R14, REG_R15};
 
-/// Reads an instruction that the processor has just tried to execute, so its bytes are there.
+/// Decodes the failed instruction, as far as needed. The processor has just tried to execute it, so its bytes can be
+/// read.
+///
+///     48 F7 F9    idiv rcx              48: prefix, 64 bits. F7: division. F9: the divisor is register 1, rcx.
+///     F7 75 FC    div dword [rbp - 4]   F7: division. 75: the divisor is at register 5, rbp, plus a byte. FC: -4.
 class InstructionReader {
 public:
     explicit InstructionReader(greg_t const * state) noexcept
@@ -78,7 +82,7 @@ public:
         return std::memchr(privileged.data(), *next_, privileged.size()) != nullptr;
     }
 
-    /// True for a division whose divisor isn't 0: the quotient didn't fit.
+    /// True for a division whose divisor isn't 0; then the quotient didn't fit.
     bool IsDivisionByNonzero() noexcept {
         SkipPrefixes();
         unsigned char const opcode = *next_++;
@@ -97,7 +101,7 @@ private:
             case 0x66: isNarrow_ = true; continue;
             case 0x64:
             case 0x65:
-            case 0x67: isOdd_ = true; continue; // other segments, 32-bit addresses
+            case 0x67: isOdd_ = true; continue; // other segments or 32-bit addresses, which aren't decoded
             case 0x26:
             case 0x2E:
             case 0x36:
@@ -141,12 +145,12 @@ private:
             if (index != 4) address = Value(index) << (sib >> 6);
             base = sib & 7;
         }
-        bool const isBare = mode == 0 && base == 5; // a displacement without a base
+        bool const isBare = mode == 0 && base == 5; // an address without a base register
         if (!isBare) address += Value(base + (rex_ & 1) * 8);
         if (mode == 1) address += Fetch<std::int8_t>();
         if (mode == 2 || isBare) address += Fetch<std::int32_t>();
         if (isBare && !isScaled)
-            address += reinterpret_cast<std::uintptr_t>(next_); // relative to what follows
+            address += reinterpret_cast<std::uintptr_t>(next_); // it counts from the next instruction
         return reinterpret_cast<void const *>(address);
     }
 
@@ -163,7 +167,7 @@ constexpr unsigned int invalid = 0x01;
 constexpr unsigned int stackFault = 0x40;
 constexpr unsigned int allExceptions = 0x3F;
 
-/// Tells apart what shares one code of the system.
+/// Tells apart the floating-point faults for which the system has only one code.
 std::uint32_t RefineFloat(std::uint32_t code, ucontext_t const & context) noexcept {
     auto const * const state = context.uc_mcontext.fpregs;
     if (!state) return code;
@@ -227,7 +231,7 @@ void const * FaultContext::Address() const noexcept {
 
 namespace {
 
-/// A reader of the exception tables that the compiler writes for C++.
+/// Reads the numbers of the exception tables that the compiler writes for C++ functions (LSDA).
 class TableReader {
 public:
     explicit TableReader(unsigned char const * next) noexcept : next_(next) {}
@@ -249,14 +253,22 @@ private:
 
 enum class Place : unsigned char { InTable, BeforeLandingPads, NotInTable };
 
-/// Where the instruction `offset` bytes into a function stands for the function's exception table. Tables in unusual
-/// encodings are taken to have an entry.
+/// Looks up the instruction `offset` bytes into a function in the function's exception table. Each row of the table
+/// covers some instructions and names the landing pad (clean-up or handler) to which an exception thrown there goes;
+/// 0 means that the exception passes through. For an instruction without a row the runtime ends the process. For
+/// example, in a table with these two rows
+///
+///     from 0x10 on, 8 bytes: landing pad at 0x90
+///     from 0x30 on, 8 bytes: no landing pad
+///
+/// 0x12 and 0x34 are InTable, 0x04 is BeforeLandingPads, and 0x20 is NotInTable. A table in an unusual encoding is
+/// assumed to have a row for every instruction.
 Place PlaceIn(unsigned char const * table, std::uintptr_t offset) noexcept {
     constexpr unsigned char omitted = 0xFF;
     constexpr unsigned char variableLength = 0x01;
     TableReader reader(table);
-    if (reader.Byte() != omitted) return Place::InTable; // landing pads outside of the function
-    if (reader.Byte() != omitted) reader.Number();       // the distance of the types
+    if (reader.Byte() != omitted) return Place::InTable; // the landing pads lie outside of the function
+    if (reader.Byte() != omitted) reader.Number();       // the offset of the table of types
     if (reader.Byte() != variableLength) return Place::InTable;
     std::uintptr_t const bytes = reader.Number();
     unsigned char const * const end = reader.Position() + bytes;
@@ -271,11 +283,11 @@ Place PlaceIn(unsigned char const * table, std::uintptr_t offset) noexcept {
     return Place::NotInTable;
 }
 
-/// How the DWARF tables number the registers that a function keeps for its caller.
+/// The registers that a function keeps for its caller: their numbers in the unwind tables and in the saved state.
 constexpr std::array<std::pair<int, int>, 6> keptRegisters = {
     {{3, REG_RBX}, {6, REG_RBP}, {12, REG_R12}, {13, REG_R13}, {14, REG_R14}, {15, REG_R15}}};
 
-/// The registers of a frame, as they are when its call returns.
+/// The registers of a frame, as they are after the call that it makes has returned.
 struct FrameState {
     std::array<greg_t, keptRegisters.size()> kept;
     greg_t stackPointer;
@@ -296,15 +308,15 @@ struct FrameState {
 
 struct LandingPadSearch {
     std::size_t unsafeFrames;
-    std::size_t index = 0; // of the next frame, counted from the interrupted one
+    std::size_t index = 0; // of the next frame; the interrupted one is 0
     bool isInterruptedSeen = false;
-    bool isBlocked = false; // a frame without a landing pad stands inside of the present one
-    bool isLeaving = false; // the frame before the present one is to be left
+    bool isBlocked = false; // an inner frame lets no exception pass: its call has to return first
+    bool isLeaving = false; // the previous frame has done nothing yet and is treated as not called
     FaultContext::Way way = FaultContext::Way::None;
-    std::optional<FrameState> left = {}; // what leaving a frame leads to
+    std::optional<FrameState> left = {}; // the state at the call of that frame
     std::uintptr_t * returnSlot = nullptr;
 
-    /// Keeps the innermost way out.
+    /// Makes the present frame the place to throw at, unless a place further inside was found.
     void Take(_Unwind_Context * frame, std::uintptr_t address) noexcept {
         if (way != FaultContext::Way::None) return;
         bool const isHere = !isBlocked && (index == 0 || isLeaving);
@@ -314,11 +326,18 @@ struct LandingPadSearch {
     }
 };
 
-/// Looks at one frame; true when the search is over.
+/// Looks at one frame; called for each frame from the interrupted function outwards. True when the search is over.
+///
+/// 1. A frame without an exception table lets exceptions pass. It is a possible place, but a frame further out may
+///    still stop the exception, so the search goes on.
+/// 2. A frame whose instruction has a row in its table accepts exceptions there. The search is over.
+/// 3. In any other frame an exception would end the process, so the places found further inside are no good. If the
+///    function has done nothing yet, it is treated as not called. Otherwise it has to return first, and the place is
+///    the return into one of its callers.
 bool LookAt(LandingPadSearch & search, _Unwind_Context * frame, std::uintptr_t address) noexcept {
     void * const table = _Unwind_GetLanguageSpecificData(frame);
     if (!table) {
-        search.Take(frame, address); // passes everything on
+        search.Take(frame, address); // it has no clean-up
         search.isLeaving = false;
         return false;
     }
@@ -363,13 +382,19 @@ void FaultContext::ReturnFromBadJump() noexcept {
     greg_t * const state = context_->uc_mcontext.gregs;
     greg_t returnAddress;
     std::memcpy(&returnAddress, reinterpret_cast<void const *>(state[REG_RSP]), sizeof returnAddress);
-    state[REG_RIP] = returnAddress - 1; // inside the call, where the tables of the caller look for it
+    state[REG_RIP] = returnAddress - 1; // inside the call instruction, which the exception table covers
     state[REG_RSP] += static_cast<greg_t>(sizeof returnAddress);
 }
 
-// The trampoline's frame holds the two registers that a call would have changed. Its unwind rules take them from there
-// and say that it was entered between two instructions, as a signal is, so that the faulting instruction itself is
-// looked up; all other registers are still those of the interrupted function.
+// The fault trampoline is the function in which the redirected thread continues. Its frame holds the two registers
+// that a real call would have changed: the instruction and the stack pointer. The unwind rules (.cfi) restore them
+// from there; all other registers still have the values of the interrupted function. `.cfi_signal_frame` says that
+// the frame was entered by an interruption and not by a call, so the unwinder looks up the failed instruction itself
+// and not the one before.
+//
+// The return trampoline is where a function returns to when its return address was replaced. It asks for a frame on
+// the spare stack, goes there, and continues as the fault trampoline. The `nop` before its label is needed because
+// the unwinder looks up the byte before a return address; `.cfi_undefined rip` ends the walk there.
 __asm__(R"(
     .pushsection .text
     .type KZPlatformFaultTrampoline, @function
@@ -409,7 +434,7 @@ std::uintptr_t ReturnTrampoline() noexcept {
     return reinterpret_cast<std::uintptr_t>(&KZPlatformReturnTrampoline);
 }
 
-// Writes below the stack pointer, where the sanitizer sees nobody's memory.
+// The address sanitizer would report the write: it is below the stack pointer, where no variable is.
 __attribute__((no_sanitize("address"))) void * MakeTrampolineFrame(std::uintptr_t stackTop,
                                                                    std::uintptr_t instruction,
                                                                    std::uintptr_t stackPointer) noexcept {

@@ -1,5 +1,6 @@
-// What only the processor's own manuals know about a fault: which kind it was, and how to make the interrupted thread
-// call a function in place of the instruction that failed. One implementation a processor.
+// The part of fault handling that depends on the processor: which kind of fault it was, and how to make the
+// interrupted thread call a function in place of the failed instruction. x86-64 has all of it. Other processors use
+// what the system says, and throw from the signal handler.
 #pragma once
 
 #include "ZerlithCore/platform/Faults.h"
@@ -11,15 +12,15 @@
 
 namespace KZPlatform {
 
-/// True where a thread can be sent to a function of ours by changing the state that it will return to. Elsewhere the
-/// function is called from the signal handler itself.
+/// True where a signal handler can make the thread continue in a function of ours, by changing the saved state to
+/// which the system returns. Elsewhere the signal handler calls that function itself.
 #if defined(__x86_64__)
 inline constexpr bool canRedirect = true;
 #else
 inline constexpr bool canRedirect = false;
 #endif
 
-/// The state of a thread at the instruction that a signal interrupted. Safe to use in signal handlers.
+/// The state of a thread at the instruction that a signal interrupted. Can be used in signal handlers.
 class FaultContext {
 public:
     FaultContext(siginfo_t const & info, void * context) noexcept
@@ -31,28 +32,34 @@ public:
     /// The kind of fault; 0 for what isn't in the list. A stack overflow is an access violation here.
     [[nodiscard]] std::uint32_t Code() const noexcept;
     [[nodiscard]] FaultAccess Access() const noexcept;
-    /// The address that was accessed; null when the processor doesn't tell.
+    /// The address that was accessed; null when the processor doesn't give it.
     [[nodiscard]] void const * Address() const noexcept;
 
-    /// A jump to where no code is has left its caller: goes back into the call, whose frame can be unwound.
-    /// Requires: the word at the stack pointer can be read.
+    /// Undoes a jump or call to an address that has no code. Without this the stack couldn't be unwound, because no
+    /// function is known for that address. The thread's state becomes that inside the call instruction of the caller.
+    /// Requires: the word at the stack pointer, which is the return address, can be read.
     void ReturnFromBadJump() noexcept;
 
-    /// Where an exception can be thrown from.
+    /// Where an exception can be thrown.
     enum class Way : unsigned char {
-        Here,     ///< at the instruction that failed, or at the call of the function that failed
-        AtReturn, ///< when a call that is under way returns: see `returnSlot`
+        Here,     ///< at the failed instruction, or at the call of the function that failed
+        AtReturn, ///< when an active call returns: see `returnSlot`
         None
     };
 
-    /// Finds a place that the exception tables know; elsewhere an exception ends the process. A function that has done
-    /// nothing yet that needs a landing pad, its prologue say, is left for its caller. Otherwise, and always out of the
-    /// `unsafeFrames` innermost calls, it takes a return: `returnSlot` is where its address lies on the stack.
+    /// Finds a place at which an exception can be thrown: one that the function's exception table lists. At any other
+    /// place the runtime ends the process.
+    ///
+    /// A function that has done nothing yet that needs a clean-up (its prologue, for example) is treated as if it had
+    /// not been called: the exception is thrown at its call, and the saved state is changed to that. Otherwise the
+    /// result is `AtReturn`: the exception is thrown when an active call returns, and `returnSlot` is the place on
+    /// the stack where the return address of that call lies. The `unsafeFrames` innermost calls are always allowed to
+    /// return first.
     Way FindLandingPad(std::size_t unsafeFrames, std::uintptr_t *& returnSlot) noexcept;
 
-    /// Makes the thread go on in `faultTrampoline`, on the stack that grows down from `stackTop`, and as far as the
-    /// unwinder can see called by the instruction that failed. Clears what would let the next instructions fault too.
-    /// Only where `canRedirect`.
+    /// Makes the thread continue in the fault trampoline, on the stack that grows down from `stackTop`. For the
+    /// unwinder it looks as if the failed instruction had called the trampoline. Clears the flags that would make the
+    /// next instructions fault too. Only where `canRedirect` is true.
     void Redirect(std::uintptr_t stackTop) noexcept;
 
 private:
@@ -60,19 +67,21 @@ private:
     ucontext_t * context_;
 };
 
-/// Functions of Faults.cpp that trampolines call. The second gets the stack pointer behind a return that was caught, and
-/// answers with a frame for the trampoline.
+/// Functions of Faults.cpp that the trampolines call. The second one is called after a return that was caught; it
+/// gets the stack pointer as it is after that return, and returns the frame for the fault trampoline.
 extern "C" void KZPlatformThrowFault();
 extern "C" void * KZPlatformCaughtReturn(std::uintptr_t stackPointer) noexcept;
 
-/// Puts the frame that the trampoline wants on the stack that grows down from `stackTop`.
+/// Writes the frame that the fault trampoline needs to the stack that grows down from `stackTop`, and returns its
+/// address.
 void * MakeTrampolineFrame(std::uintptr_t stackTop, std::uintptr_t instruction,
                            std::uintptr_t stackPointer) noexcept;
 
-/// What a return address is replaced by, to catch the return.
+/// The address that replaces a return address on the stack, so that the return leads to us.
 [[nodiscard]] std::uintptr_t ReturnTrampoline() noexcept;
 
-/// First thing in a signal handler: a thread that traps misaligned accesses would trap in the handler too.
+/// To be called first in a signal handler. A thread that traps misaligned accesses would otherwise trap again in the
+/// handler.
 inline void AllowMisalignedAccess() noexcept {
 #if defined(__x86_64__)
     __asm__ volatile("subq $128, %%rsp\n\tpushfq\n\tandq $~0x40000, (%%rsp)\n\tpopfq\n\taddq $128, %%rsp"

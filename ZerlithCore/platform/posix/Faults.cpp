@@ -1,28 +1,42 @@
-// How a fault becomes an exception.
+// How a fault becomes an exception:
 //
-// The signal handler runs on a stack of its own. It finds out what happened, notes the call stack, and changes the state
-// to which the system will return: the thread goes on in a trampoline (FaultContext.cpp) that looks as if the instruction
-// that failed had called it. So the handler ends as any handler does, signal mask and alternate stack are put back by
-// the system, the floating-point masks with them, and the exception is thrown in ordinary code. A throw out of the
-// handler itself would leave all of that to be repaired; it is the way only where there is no trampoline.
+// 1. The signal handler runs on a stack of its own. It finds out the kind of fault, collects the call stack, and
+//    changes the saved state of the thread, to which the system will return.
+// 2. The handler returns normally, so the system restores the signal mask, the alternate stack and the floating-point
+//    masks.
+// 3. The thread continues in a trampoline (FaultContext.cpp), which to the unwinder looks as if the failed
+//    instruction had called it. The trampoline calls the thread's thrower, and the exception is thrown from ordinary
+//    code.
 //
-// The trampoline uses the thread's own stack, or a spare one where that has no room left or isn't what the stack pointer
-// points into. Nothing on the spare stack is needed any more when the first frame is unwound, so it serves again.
+// Throwing directly from the handler would leave all of step 2 undone. That happens only on processors without a
+// trampoline.
 //
-// A thread that the library has started has all of this in the mapping of its stack (StackMemory.h), the spare stack locked
-// until it is needed. Another one gets a mapping for its two stacks, and its reserve is the low end of its own stack.
+// The trampoline uses the thread's own stack. When that has too little room left, or the stack pointer doesn't point
+// into it, the trampoline uses a spare stack. When the first frame has been unwound, nothing on the spare stack is
+// needed any more, so it can be used again.
 //
-// Stack overflow. The clean-ups of the deepest frames run on the full stack, so some of it is kept locked as a reserve;
-// the overflow meets the reserve and opens it, and the end of the exception locks it again. The stack is
-// mostly full in some small function deep down, often in the allocator, where nothing can be thrown. The thread then goes on
-// with the reserve, and the exception is thrown when control returns to the next frame where it can be: the return address
-// of that call is changed to lead to a second trampoline.
+// A thread that the library starts has these stacks in the memory of its own stack (StackMemory.h); its spare stack
+// is locked (no access) until it is needed. A thread that somebody else has started gets a mapping for its signal
+// stack and spare stack, and the reserve is the low end of its own stack.
 //
-// Limits. An exception leaves a frame only by a landing pad, and the compiler makes one only for instructions that it
-// thinks can fail: code that is to catch or clean up needs -fnon-call-exceptions, and neither a function's own prologue
-// nor a call that the compiler has proved not to throw has one. A `noexcept` function between fault and handler ends
-// the process, as for any exception. C functions that are left this way don't let go of what they hold; a fault inside
-// the allocator is therefore not translated.
+// Stack overflow. The clean-ups of the deepest frames need some room on the full stack, so a part of it, the reserve,
+// is kept locked. Reaching the reserve is the fault: the handler opens it, and it is locked again when the exception
+// is over. A stack usually runs full in some small function deep down, often in the allocator, from which nothing can
+// be thrown. For example, with the innermost call on the left:
+//
+//     malloc <- operator new <- Parse <- Parse <- ... <- main
+//
+// 1. malloc reaches the reserve. The handler opens it, and replaces the return address of the call from Parse to
+//    operator new by the address of a second trampoline.
+// 2. The thread goes on in malloc, which finishes on the reserve.
+// 3. operator new returns into that trampoline, and the exception is thrown as if the call in Parse had thrown it.
+//
+// Limits. An exception leaves a frame only by a landing pad, and the compiler makes landing pads only for
+// instructions that it thinks can throw. So code that is to catch or clean up after a fault needs
+// -fnon-call-exceptions, and even then neither the prologue of a function nor a call that the compiler has proved not
+// to throw has a landing pad. A `noexcept` function between the fault and its handler ends the process, as for any
+// exception. C functions that the exception passes don't release what they hold; for this reason a fault inside the
+// allocator isn't translated.
 #include "ZerlithCore/platform/Faults.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -56,15 +70,16 @@ namespace {
 constexpr std::array<int, 4> faultSignals = {SIGSEGV, SIGBUS, SIGFPE, SIGILL};
 constexpr std::size_t maxFrames = 128;
 constexpr std::size_t roomForReport = 128 * 1024;
-constexpr std::size_t redZoneBytes = 128;                    // below the stack pointer, but in use
-constexpr std::size_t farBelowStack = 64 * 1024 * 1024;      // where a frame that is too big may still reach
-constexpr std::size_t hugeStackBytes = std::size_t{1} << 30; // no limit is set: growing it is no good
+constexpr std::size_t redZoneBytes = 128; // below the stack pointer; the function there may use it
+constexpr std::size_t farBelowStack = 64 * 1024 * 1024; // how far below the stack a large frame may reach
+constexpr std::size_t hugeStackBytes = std::size_t{1} << 30; // has no real limit, and isn't made to grow
 
 std::uintptr_t Address(void const * place) noexcept { return reinterpret_cast<std::uintptr_t>(place); }
 
-/// The two stacks, each above a guard, and the state of a thread that somebody else has started: one mapping. It often comes
-/// to lie right below the thread's own stack, so a big guard at its end keeps big frames out of it. Those of threads that
-/// have ended wait for the next ones, a few at most.
+/// One mapping with the signal stack and the spare stack, each above a guard, and the fault state, for a thread that
+/// somebody else has started. The mapping often lies directly below the thread's own stack, so a large guard at its
+/// end catches large frames of that stack. The mappings of threads that have ended are kept for later threads, a few
+/// at most.
 class SpareStacks {
 public:
     /// Null when there is no memory.
@@ -106,7 +121,8 @@ private:
 
 constinit std::array<std::atomic<char *>, 4> SpareStacks::kept_{};
 
-/// Reads a byte that may not be there: that makes a stack grow which grows by being used.
+/// Reads a byte that may not be there, and tells whether it is. On a stack that grows by being used this makes it
+/// grow.
 __attribute__((no_sanitize("address"), noinline)) bool Touch(char const * byte) noexcept {
     sigjmp_buf wayBack;
     bool isThere = false;
@@ -119,14 +135,14 @@ __attribute__((no_sanitize("address"), noinline)) bool Touch(char const * byte) 
     return isThere;
 }
 
-/// A part of a thread's memory that is kept locked, as long as all is well.
+/// A part of a thread's memory that is locked (no access) until a fault needs it.
 class LockedPart {
 public:
-    enum class State : unsigned char { Open, Locked, Unlocked }; ///< unlocked: it never was locked
+    enum class State : unsigned char { Open, Locked, Unlocked }; ///< `Unlocked`: not locked yet
 
     LockedPart(char * low, std::size_t bytes, State state) noexcept
         : low_(low), bytes_(bytes), state_(state) {}
-    /// The reserve at the low end of a stack, an eighth of it at most. Not locked yet.
+    /// The reserve at the low end of a stack, at most an eighth of it. Not locked yet.
     static LockedPart Of(char * stackLow, std::size_t stackBytes) noexcept {
         std::size_t const page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
         std::size_t const distance = (page - Address(stackLow) % page) % page;
@@ -137,7 +153,7 @@ public:
     void Lock() noexcept {
         if (mprotect(low_, bytes_, PROT_NONE) == 0) state_ = State::Locked;
     }
-    /// False when it isn't locked, or can't be opened.
+    /// False when it isn't locked, or when the system refuses to open it.
     bool Open() noexcept {
         if (state_ != State::Locked || mprotect(low_, bytes_, PROT_READ | PROT_WRITE) != 0) return false;
         state_ = State::Open;
@@ -154,19 +170,20 @@ private:
     State state_;
 };
 
-/// What a thread that translates its faults needs for it.
+/// The state of a thread that translates its faults.
 class ThreadFaults : public ThreadEndTask {
 public:
-    /// For the calling thread, in memory that goes with it; null when the system has none.
+    /// Makes the state of the calling thread, in memory that is freed with the thread; null when the system has none.
     static ThreadFaults * Make() noexcept;
-    /// From now on the thread's faults arrive here. False, with the memory given back, when the system refuses.
+    /// Starts the translation of the thread's faults. False, with the memory given back, when the system refuses.
     bool Enter() noexcept;
     void SetThrower(FaultThrower thrower) noexcept { thrower_ = thrower; }
 
-    /// In the signal handler: sends the thread to the trampoline. False when this fault isn't to be translated.
+    /// Called in the signal handler: makes the thread continue in the trampoline. False when this fault isn't to be
+    /// translated.
     bool Translate(siginfo_t const & info, void * context) noexcept;
 
-    /// Behind the trampolines.
+    /// Called by the trampolines, outside of the signal handler.
     void Throw();
     void * CaughtReturn(std::uintptr_t stackPointer) noexcept;
 
@@ -192,21 +209,22 @@ private:
     bool HasRoomForReport(std::uintptr_t stackPointer) const noexcept;
 
     FaultThrower thrower_ = nullptr;
-    char * stacks_ = nullptr; // null on a thread that the library has started
+    char * stacks_ = nullptr; // for a thread that somebody else has started; null otherwise
     char * signalStack_;
     stack_t formerSignalStack_ = {};
-    std::uintptr_t stackLow_; // with the reserve
+    std::uintptr_t stackLow_; // the reserve included
     std::uintptr_t stackTop_;
     LockedPart reserve_;
     LockedPart spare_;                  // the spare stack, locked on a thread that the library has started
-    std::uintptr_t caughtReturn_ = 0;   // where a return that is to be caught should have gone
-    bool volatile isReporting_ = false; // from the fault until its exception unwinds the first frame
+    std::uintptr_t caughtReturn_ = 0;   // the return address that the trampoline's replaced
+    bool volatile isReporting_ = false; // from the fault until its exception has unwound the first frame
     Fault fault_ = {};
     std::array<void *, maxFrames> addresses_;
 };
 static_assert(sizeof(ThreadFaults) <= faultStateBytes);
 
-/// Initial-exec, so that the handler can read it on any thread; null on those that don't translate.
+/// The state of the calling thread; null when it doesn't translate faults. Initial-exec storage is allocated with the
+/// thread, so a signal handler can read it on any thread.
 thread_local constinit ThreadFaults * current __attribute__((tls_model("initial-exec"))) = nullptr;
 
 struct sigaction formerActions[NSIG];
@@ -230,7 +248,7 @@ ThreadFaults * ThreadFaults::Make() noexcept {
     if (ownStack) return new (ownStack->FaultState()) ThreadFaults(*ownStack);
     pthread_attr_t attributes;
     if (int const error = pthread_getattr_np(pthread_self(), &attributes); error != 0) {
-        SetLastErrorNumber(error); // on the first thread the C library reads a file
+        SetLastErrorNumber(error); // for the first thread the C library reads a file, which can fail
         return nullptr;
     }
     void * low = nullptr;
@@ -257,7 +275,7 @@ bool ThreadFaults::Enter() noexcept {
         SetLastErrorNumber(ENOMEM);
         return false;
     }
-    // What the unwinder prepares once is not for a signal handler.
+    // The first walk of a process allocates memory, which a signal handler can't do.
     static std::size_t const prepared = CaptureStack(addresses_);
     static_cast<void>(prepared);
     bool const canLock = stacks_ && stackTop_ - stackLow_ < hugeStackBytes;
@@ -273,11 +291,11 @@ void ThreadFaults::Leave() noexcept {
 
 void ThreadFaults::GiveBack() noexcept {
     bool const hadNone = (formerSignalStack_.ss_flags & SS_DISABLE) != 0;
-    if (!stacks_ && hadNone) return; // all of it goes with the thread
+    if (!stacks_ && hadNone) return; // all of it is freed with the thread
     formerSignalStack_.ss_flags &= SS_DISABLE;
     sigaltstack(&formerSignalStack_, nullptr);
     if (!stacks_) return;
-    reserve_.Open(); // the stack may serve another thread
+    reserve_.Open(); // another thread may get this stack
     SpareStacks::GiveBack(stacks_);
 }
 
@@ -288,7 +306,8 @@ void ThreadFaults::RestoreReserve() noexcept {
     if (!stacks_ && spare_.IsOpen() && !spare_.Has(here)) spare_.Lock();
 }
 
-/// The stack pointer and the address are both where the stack ends. A big frame may reach far beyond.
+/// True when the stack pointer and the accessed address are both near the low end of the stack. With a large frame
+/// both may lie far below it.
 bool ThreadFaults::IsStackOverflow(FaultContext const & context) const noexcept {
     std::uintptr_t const lowest = stackLow_ > farBelowStack ? stackLow_ - farBelowStack : 0;
     std::uintptr_t const stackPointer = context.StackPointer();
@@ -307,8 +326,8 @@ bool ThreadFaults::Open(LockedPart & part) noexcept {
     return true;
 }
 
-/// How many of the innermost calls belong to the allocator: a fault there leaves its locks held and its lists torn, and
-/// nothing that allocates could be done after it.
+/// How many of the innermost calls belong to the allocator. Leaving it by an exception would leave its locks held and
+/// its lists damaged, and the next allocation would hang or crash.
 std::size_t FramesOfAllocator(std::span<void * const> stack) noexcept {
     void const * const entries[] = {
         reinterpret_cast<void const *>(&std::malloc),
@@ -339,7 +358,7 @@ bool ThreadFaults::Describe(FaultContext const & context) noexcept {
     return fault_.code != 0;
 }
 
-/// In the signal handler: lets the thread go on in the trampoline.
+/// Called in the signal handler: makes the thread continue in the trampoline.
 void ThreadFaults::StartReport(FaultContext & context, std::uintptr_t stackTop) noexcept {
     isReporting_ = true;
     context.Redirect(stackTop);
@@ -355,11 +374,11 @@ bool ThreadFaults::SurviveOverflow(FaultContext & context, std::size_t unsafeFra
         return true;
     case FaultContext::Way::None: break;
     }
-    reserve_.Lock(); // the default action comes by the same fault again
+    reserve_.Lock(); // the instruction faults again, and then has the default action
     return false;
 }
 
-/// Notes the stack, and sends the thread to the trampoline.
+/// Collects the call stack, and makes the thread continue in the trampoline.
 bool ThreadFaults::Survive(FaultContext & context) noexcept {
     std::uintptr_t const stackPointer = context.StackPointer();
     bool const isBadJump = fault_.access == FaultAccess::Execute && IsOnStack(stackPointer);
@@ -385,7 +404,8 @@ bool ThreadFaults::Translate(siginfo_t const & info, void * rawContext) noexcept
     return !isReporting_ && !isOnSpare && Describe(context) && Survive(context);
 }
 
-/// The sanitizer forgets the frames that an exception leaves, but only those on the stack where it is thrown.
+/// Marks the fault as over. The address sanitizer clears its marks for the frames that an exception leaves, but only
+/// on the stack on which it was thrown, so the marks on both stacks are cleared here.
 void ThreadFaults::EndReport() noexcept {
     isReporting_ = false;
 #if defined(__SANITIZE_ADDRESS__)
@@ -403,7 +423,8 @@ void ThreadFaults::Throw() {
     std::terminate();
 }
 
-/// Lets the default action happen: a real fault repeats itself, a sent signal is sent again.
+/// Makes the default action happen: after the handler returns, a real fault happens again, and a signal that somebody
+/// sent is sent again here.
 void TakeDefaultAction(int signal, siginfo_t const & info) noexcept {
     struct sigaction action = {};
     action.sa_handler = SIG_DFL;
@@ -443,7 +464,8 @@ void OnFault(int signal, siginfo_t * info, void * context) {
 bool InstallHandlers() noexcept {
     struct sigaction action = {};
     action.sa_sigaction = &OnFault;
-    // A fault inside the handler must arrive: the walk over a broken stack counts on it.
+    // SA_NODEFER: a fault inside the handler must arrive, because the walk over a damaged stack relies on it
+    // (StackProbe.h).
     action.sa_flags = SA_SIGINFO | SA_ONSTACK | SA_NODEFER;
     for (int const signal : faultSignals) {
         sigaction(signal, nullptr, &formerActions[signal]);

@@ -1,8 +1,15 @@
-// Replacing works on descriptors of the folder and of the new file, so that whatever others do to names meanwhile, nothing
-// but the new file is given away, changed or removed. It is open to its owner only until it is complete.
+// Replacing writes a new file beside the old one and renames it:
 //
-// Overwriting puts the new content over the old, from the front, and cuts the file last of all, when the disk has the
-// content: nothing that fails before that has made the file shorter.
+// 1. Open the folder, and create a file with a random name in it. If there is an old file, only its owner may open
+//    the new one for now.
+// 2. Write the content, give the file the owner, group and rights of the old one, and wait for the disk.
+// 3. Rename it to the name of the old one, and have the disk confirm the folder.
+//
+// All steps use the descriptors of the folder and of the new file. So if others rename things meanwhile, no file but
+// the new one is given away, changed or removed.
+//
+// Overwriting writes the new content over the old, from the start, and shortens the file last, when the disk has the
+// content. So no failure before that has made the file shorter.
 #include "ZerlithCore/platform/FileContent.h"
 
 #include "ZerlithCore/platform/FileHandle.h"
@@ -30,14 +37,14 @@ namespace {
 
 enum class Target : unsigned char { Missing, Regular, Other, Unknown };
 
-/// Looks at what `path` leads to; `Unknown` for a failure.
+/// Looks at what `path` leads to; `Unknown` when that fails.
 Target Inspect(std::string const & path, struct stat & state) noexcept {
     if (stat(path.c_str(), &state) == 0) return S_ISREG(state.st_mode) ? Target::Regular : Target::Other;
     return Succeeded(errno == ENOENT) ? Target::Missing : Target::Unknown;
 }
 
-/// Replaces `path` by the name at the end of its links, under which nothing need stand. Stops at a link of the kernel
-/// and sets `isKernelLink`.
+/// Replaces `path` by the name at the end of its links; nothing needs to exist there. Stops at a link of the kernel
+/// (see `IsOfKernel`) and sets `isKernelLink`.
 bool FollowLinks(std::string & path, bool & isKernelLink) {
     isKernelLink = false;
     for (int links = 0; links <= mostLinks; ++links) {
@@ -64,7 +71,7 @@ bool WriteTo(std::u16string_view path, std::string_view bytes) {
 
 // --- Replacing
 
-/// A new file in a folder under a name of its own; removed by the destructor unless it has taken another.
+/// A new file with a name of its own in a folder. The destructor removes it unless it was renamed.
 class NewFile {
 public:
     explicit NewFile(int folder) noexcept : folder_(folder) {}
@@ -74,10 +81,10 @@ public:
     NewFile(NewFile const &) = delete;
     NewFile & operator=(NewFile const &) = delete;
 
-    /// Makes the file, with a name that starts with `prefix` and rights as `mode`.
+    /// Creates the file with rights `mode` and a name that starts with `prefix`.
     [[nodiscard]] bool Make(std::string_view prefix, mode_t mode);
     [[nodiscard]] int Get() const noexcept { return file_.Get(); }
-    /// Closes the file and gives it the name `name`, whose former file goes.
+    /// Closes the file and renames it to `name`, which replaces the file of that name.
     [[nodiscard]] bool Rename(std::string const & name) noexcept;
 
 private:
@@ -113,14 +120,15 @@ bool NewFile::Rename(std::string const & name) noexcept {
     return true;
 }
 
-/// Gives the new file the access list of the old one, or none. False when it can't be given.
+/// Gives the new file the access list of the old one, or removes its list when the old one has none. False when that
+/// fails.
 bool KeepAccessList(int file, std::string const & former) noexcept {
     constexpr char const * attribute = "system.posix_acl_access";
-    char list[4096]; // some five hundred entries
+    char list[4096]; // holds some five hundred entries
     ssize_t const size = lgetxattr(former.c_str(), attribute, list, sizeof list);
     if (size >= 0) return fsetxattr(file, attribute, list, static_cast<std::size_t>(size), 0) == 0;
     bool const isNone = errno == ENODATA || errno == EOPNOTSUPP;
-    fremovexattr(file, attribute); // The folder may give new files a list.
+    fremovexattr(file, attribute); // the folder may give its new files a list
     return isNone;
 }
 
@@ -135,20 +143,20 @@ bool KeepRights(int file, std::string const & former, struct stat const & state)
     mode_t mode = state.st_mode & 0777;
     if (!hasGroup || !hasList) mode = (mode & ~mode_t{070}) | (mode & 07) << 3;
     if (hasGroup && hasOwner) mode |= state.st_mode & 07000;
-    // A file system without rights has the same for all its files, and refuses to change them.
+    // A file system without rights has the same ones for all its files, and refuses to change them.
     if (!Succeeded(fstat(file, &made) == 0)) return false;
     return (made.st_mode & 07777) == mode || Succeeded(fchmod(file, mode) == 0);
 }
 
-/// Has the disk confirm the names in a folder, if this user may open it.
+/// Waits until the disk has the names in a folder, if this user may open it.
 bool SyncFolder(int folder) noexcept {
     Descriptor const readable(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     return !readable.IsOpen() || WaitForDisk(readable.Get());
 }
 
-/// `path` isn't a link; `former` is null when nothing stands there.
+/// Requires: `path` isn't a link. `former` is null when nothing exists there.
 bool ReplaceNamed(std::string const & path, struct stat const * former, std::string_view bytes) {
-    constexpr std::size_t shownBytes = 100; // of the name: with all of it, the new one could be too long
+    constexpr std::size_t shownBytes = 100; // of the old name: with all of it the new name could be too long
     std::string const name(NamePart(path));
     if (name.empty()) return Fail(path.empty() ? ENOENT : EISDIR);
     if (former && !Succeeded(faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) == 0)) return false;
@@ -177,8 +185,8 @@ bool ReadAll(FileHandle & file, std::string & bytes) {
     return true;
 }
 
-/// Gives the file its length and the first `touched` bytes of its content back. The thread's error stays, with more text
-/// if this fails.
+/// Writes the first `touched` bytes of the old content back and restores the file's length. The thread's last error
+/// stays; if this fails too, it becomes a text that says so.
 void PutBack(FileHandle & file, std::string_view old, std::size_t touched) {
     int const reason = LastErrorNumber();
     bool const isBack = file.Truncate(static_cast<std::int64_t>(old.size())) &&
@@ -203,13 +211,13 @@ bool OverwriteOpened(FileHandle & file, std::string_view bytes) {
                           file.Seek(0, FileOrigin::Begin) == 0 &&
                           file.Write(bytes.data(), bytes.size(), written) && file.Sync();
     bool const isCut = isPlaced && bytes.size() < old.size();
-    // Nothing can fail any more when the file is closed: the disk has all of it.
+    // The disk has all of it, so closing the file can't fail any more.
     if (isPlaced && (!isCut || (file.Truncate(size) && file.Sync()))) return true;
     PutBack(file, old, isCut ? old.size() : std::min(written, old.size()));
     return false;
 }
 
-/// Makes a file that was missing, and removes it again after a failure.
+/// Creates a file that was missing, and removes it again after a failure.
 bool WriteNew(std::string const & path, std::string_view bytes) {
     FileHandle file;
     if (!file.Open(PathUnits(path), FileAccess::Write, FileCreation::CreateNew)) return false;
@@ -240,7 +248,7 @@ bool OverwriteFileContent(std::u16string_view path, std::string_view bytes) {
         bool isKernelLink = false;
         if (!FollowLinks(name, isKernelLink)) return false;
         if (WriteNew(name, bytes)) return true;
-        // Somebody else may have made it at this moment.
+        // Somebody else may have created it since we looked.
         if (LastErrorNumber() != EEXIST) return false;
         target = Inspect(name, state);
     }

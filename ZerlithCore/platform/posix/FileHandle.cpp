@@ -1,5 +1,5 @@
-// A directory opens like a file here, and only reading it fails: `Open` looks, and refuses it. Calls that a signal
-// interrupts are repeated.
+// On POSIX open succeeds for a directory and only reading it fails, so `Open` checks for directories and refuses
+// them. Calls that a signal interrupts are repeated.
 
 #include "ZerlithCore/platform/FileHandle.h"
 
@@ -84,8 +84,8 @@ bool FileHandle::WriteOnce(void const * bytes, std::size_t size, std::size_t & w
     return Succeeded(count >= 0);
 }
 
-// Room for the first byte is there already, so nothing changes; but this takes the lock that a write holds, which asking for
-// the length or reading doesn't.
+// Reserves room for the first byte, which is there already, so nothing changes. But the call waits for the lock that
+// a write holds; asking for the length, or reading, doesn't.
 void FileHandle::AwaitWriters() noexcept {
     Repeat([&] { return fallocate(static_cast<int>(handle_), FALLOC_FL_KEEP_SIZE, 0, 1); });
 }
@@ -117,7 +117,8 @@ bool FileHandle::Sync() noexcept { return WaitForDisk(static_cast<int>(handle_))
 
 bool FileHandle::Close() noexcept {
     if (!IsOpen()) return true;
-    // The descriptor is gone even after an interruption: a repetition could close somebody else's.
+    // The descriptor is closed even when a signal interrupts the call. Closing it again could close a file that
+    // another thread has opened since.
     return Succeeded(close(static_cast<int>(std::exchange(handle_, closed))) == 0 || errno == EINTR);
 }
 

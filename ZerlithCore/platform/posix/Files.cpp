@@ -1,3 +1,4 @@
+// Directories and paths through the calls of POSIX. Paths are bytes there; Path.h converts them.
 #include "ZerlithCore/platform/Files.h"
 
 #include "ZerlithCore/platform/Process.h"
@@ -41,7 +42,8 @@ bool ListDirectory(std::u16string_view path, std::vector<DirectoryEntry> & entri
     while (dirent const * const entry = readdir(directory.get())) {
         std::string_view const name = entry->d_name;
         if (name == "." || name == "..") continue;
-        // Links and names on file systems that don't tell are followed; one that leads nowhere is a file.
+        // The entry itself tells its kind, except for links and on some file systems; then the target is looked up. A
+        // link that leads nowhere is a file.
         struct stat state {};
         bool const known = entry->d_type != DT_UNKNOWN && entry->d_type != DT_LNK;
         bool const isDirectory =

@@ -1,5 +1,6 @@
-// <fenv.h> knows neither the denormal exception nor a cheap way to keep only the masks, so the two control words of
-// x86-64 are set directly. They mask the same six exceptions, at bit 7 of the one and bit 0 of the other.
+// <fenv.h> has no name for the denormal exception and no cheap way to change only the masks. So on x86-64 the two
+// control words are set directly: that of the old floating-point unit (x87) and that of the vector unit. Both mask
+// the same six exceptions, one in the bits from 0 on, the other in the bits from 7 on.
 #include "ZerlithCore/platform/FloatingPoint.h"
 
 #if defined(__x86_64__)
@@ -17,7 +18,7 @@ namespace {
 constexpr std::uint32_t inexact = 0x20;
 constexpr std::uint32_t allExceptions = 0x3F;
 constexpr unsigned int vectorMaskShift = 7;
-// Setting the masks is much dearer than reading them, and most threads have none off.
+// Setting the masks takes much longer than reading them, and on most threads all exceptions are masked already.
 constexpr std::uint32_t allQuiet = allExceptions | allExceptions << 8;
 
 std::uint16_t OldControl() noexcept {
@@ -26,7 +27,8 @@ std::uint16_t OldControl() noexcept {
     return word;
 }
 
-/// Masks exactly `masked`, and forgets the exceptions of the past, which would fault as soon as they are unmasked.
+/// Masks exactly these exceptions, and clears those that were recorded while masked: they would fault as soon as they
+/// are unmasked.
 void SetMasks(std::uint32_t oldMasked, std::uint32_t vectorMasked) noexcept {
     auto const word = static_cast<std::uint16_t>((OldControl() & ~allExceptions) | oldMasked);
     __asm__ volatile("fnclex\n\tfldcw %0" : : "m"(word));

@@ -1,5 +1,5 @@
-// The user's language comes from the environment, by the variables and in the order of the C library. setlocale isn't
-// asked: it is the program's, and a library has no business in it.
+// Reads the user's language from the same environment variables, in the same order, as the C library does. setlocale
+// isn't used, because the program's locale is the program's own choice.
 #include "ZerlithCore/platform/Language.h"
 
 #include <algorithm>
@@ -15,7 +15,7 @@ struct Language {
     char const * locale;
 };
 
-// The first of several countries with one language is what the language alone means.
+// Of several entries with one language, the first is used when no country is given: "en" is en_US.
 constexpr Language languages[] = {
     {1033, "en_US.UTF-8"}, {2057, "en_GB.UTF-8"}, {3081, "en_AU.UTF-8"}, {4105, "en_CA.UTF-8"},
     {1036, "fr_FR.UTF-8"}, {2060, "fr_BE.UTF-8"}, {3084, "fr_CA.UTF-8"}, {4108, "fr_CH.UTF-8"},
@@ -27,7 +27,7 @@ constexpr Language languages[] = {
     {1029, "cs_CZ.UTF-8"}, {1038, "hu_HU.UTF-8"}, {1055, "tr_TR.UTF-8"}, {1032, "el_GR.UTF-8"},
 };
 
-// The user's language, read once: the environment isn't safe to read while somebody changes it.
+// The user's language. Read only once, because reading the environment isn't safe while another thread changes it.
 long UserLanguage() noexcept {
     static long const language = [] {
         for (char const * variable : {"LC_ALL", "LC_MESSAGES", "LANG"})

@@ -1,5 +1,9 @@
-// Numbers are errno's and their texts the C library's. A text without a number is kept in a ring of the process, not
-// of the thread: an error object tells its text on demand, perhaps later and elsewhere.
+// Error numbers are those of errno, and their texts come from the C library. A text without a number is stored in a
+// ring buffer of the whole process and not of the thread, because an error object may ask for its text later and on
+// another thread.
+//
+// A text with serial number n is stored in slot n % 256 and has the error number 0x20000000 + n. When the ring is
+// full, the oldest text is replaced, and its number then has no text.
 #include "ZerlithCore/platform/LastError.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
@@ -17,7 +21,7 @@ namespace {
 
 thread_local int lastError = 0;
 
-// Far above errno's numbers; so many serial numbers follow before they start again.
+// Far above the numbers of errno. After `privateNumbers` texts the numbers start again.
 constexpr unsigned firstPrivateNumber = 0x20000000U;
 constexpr unsigned privateNumbers = 0x10000000U;
 
@@ -62,10 +66,10 @@ bool IsPrivate(int number) noexcept {
     return number >= 0 && static_cast<unsigned>(number) - firstPrivateNumber < privateNumbers;
 }
 
-// The C library's own language, for which it needs no translation.
+// The texts of the C library are English, so English needs no locale.
 bool IsEnglish(long language) noexcept { return ((language ^ EnglishLanguage) & 0x3FF) == 0; }
 
-// A locale for messages, or none where the system lacks it.
+// A locale for messages. Where the system lacks it, the texts are English.
 class MessageLocale {
 public:
     explicit MessageLocale(char const * name) noexcept

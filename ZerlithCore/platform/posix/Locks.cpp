@@ -1,9 +1,11 @@
-// A mutex is a robust, recursive mutex of the C library, whose kernel part sees to it that one waiter learns of a dead
-// owner. An event is one word that counts releases. Either stands in the handle itself, or in a named shared block;
-// a process has one block for a name however many handles it has, so that an owner is known through each of them.
+// A mutex is a robust, recursive mutex of the C library: when its owner ends without unlocking it, the kernel tells
+// one waiter. An event is one word that changes with each release (post or pulse). The mutex or event lies in the
+// `WaitObject` itself, or in a shared block (SharedBlock.h) if it has a name. However many handles a process has for
+// a name, it has one `WaitObject` for them, so that the owner of a mutex is known through each handle.
 //
-// A robust mutex is on a list of its owner's thread. Its memory must stay as long as that thread has it: an object whose
-// last handle is closed while a thread owns it is parked until the thread is gone.
+// The kernel keeps a list of the robust mutexes that each thread holds, so the memory of a mutex must stay while a
+// thread holds it. When the last handle is closed while some thread owns the mutex, the object is put on the list of
+// parked objects until that thread has ended.
 #include "ZerlithCore/platform/Locks.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -28,9 +30,19 @@ namespace KZPlatform {
 
 namespace {
 
-/// The event itself. Low half: bit 0 tells whether it is set, the bits above count the releases, and a waiter is let go
-/// when that count moves. High half: how many wait, so that a release that nobody waits for makes no system call.
-/// Both stand in one atomic because whoever releases must not look at it again: the waiter may already have ended it.
+/// The event itself. Bit 0 of the low half is 1 while the event is set; the other bits of the low half count the
+/// releases. The high half counts the waiters, so that a release without waiters makes no system call. An example, as
+/// high half and low half:
+///
+///     0, 0     a new event
+///     1, 0     a waiter counts itself, notes the low half, 0, and sleeps while it is 0
+///     1, 3     somebody posts the event: one release, set; the system is told to wake the waiters
+///     0, 3     the waiter sees another low half than 0, stops counting itself and returns
+///     0, 2     the event is cleared; had the waiter not run yet, it would still see another value than 0
+///     0, 4     a pulse: one more release, not set
+///
+/// Both halves are in one atomic because whoever releases may not read the event again afterwards: a waiter that has
+/// returned may already have destroyed it.
 struct EventState {
     std::atomic<std::uint64_t> value{0};
 };
@@ -42,13 +54,13 @@ constexpr std::uint64_t oneWaiter = std::uint64_t{1} << 32U;
 constexpr std::uint32_t WordOf(std::uint64_t value) noexcept { return static_cast<std::uint32_t>(value); }
 constexpr bool IsSet(std::uint64_t value) noexcept { return (value & setBit) != 0; }
 
-/// The half that the system waits on.
+/// The address of the low half, on which the system waits.
 void const * WordAddress(EventState const & event) noexcept {
     constexpr int index = std::endian::native == std::endian::little ? 0 : 1;
     return reinterpret_cast<std::uint32_t const *>(&event.value) + index;
 }
 
-/// The value after one more release, set or cleared.
+/// The value after one more release, with the event set or cleared.
 constexpr std::uint64_t Released(std::uint64_t value, bool set) noexcept {
     std::uint32_t const next = ((WordOf(value) & ~std::uint32_t{1}) + 2U) | (set ? 1U : 0U);
     return (value & ~std::uint64_t{0xFFFFFFFF}) | next;
@@ -60,14 +72,15 @@ constexpr std::uint64_t Released(std::uint64_t value, bool set) noexcept {
 using NamedObjects = std::map<std::pair<char, std::u16string>, WaitObject *>;
 
 struct WaitObject {
-    std::variant<std::monostate, pthread_mutex_t, EventState> own; // of an unnamed object
+    std::variant<std::monostate, pthread_mutex_t, EventState> own; // the mutex or event of an unnamed object
     SharedBlock block;                                             // of a named one
     std::optional<NamedObjects::iterator> place;                   // of a named one
     unsigned handles = 1; // guarded by the registry's lock, as is what follows
     WaitObject * nextParked = nullptr;
     pthread_mutex_t * mutex = nullptr;
     EventState * event = nullptr;
-    // Of a mutex that a thread of this process owns. Written by the owner only; read by others to park the object.
+    // The thread of this process that owns the mutex, or 0. Only the owner writes it; others read it to decide
+    // whether the object must be parked.
     std::atomic<pid_t> owner{0};
     std::uint32_t depth = 0;
 
@@ -80,12 +93,12 @@ namespace {
 constexpr char mutexKind = 'm';
 constexpr char eventKind = 'e';
 
-// Closing must not need memory: the objects that wait for the end of a thread are linked through themselves, and a named
-// one knows its place.
+// Closing a handle must not need memory. So parked objects are linked through a member of their own, and a named
+// object knows its place in the map.
 constinit RecursiveLock registryLock;
 constinit WaitObject * parked = nullptr;
 
-// Made by the first named object, and never destroyed: threads may close handles while the process ends.
+// Made by the first named object and never destroyed, because threads may close handles while the process ends.
 constinit NamedObjects * named = nullptr;
 
 class RegistryLock {
@@ -121,7 +134,7 @@ int TimedLock(pthread_mutex_t & mutex, std::uint32_t milliseconds) noexcept {
     if (milliseconds == 0) return pthread_mutex_trylock(&mutex);
     if (milliseconds == waitForever) return pthread_mutex_lock(&mutex);
 #if defined(__SANITIZE_THREAD__)
-    // The checker doesn't know the call with a clock of one's choice.
+    // The thread sanitizer doesn't know pthread_mutex_clocklock, so this waits by the clock of the date.
     timespec moment = {};
     clock_gettime(CLOCK_REALTIME, &moment);
     std::uint64_t const nanoseconds =
@@ -149,7 +162,8 @@ std::uint32_t LockMutex(WaitObject & object, std::uint32_t milliseconds) noexcep
 
 bool IsEvent(WaitHandle handle) noexcept { return handle && handle->event; }
 
-/// Sleeps until the event's word isn't `noted` any more. Being counted as a waiter first makes whoever releases wake us.
+/// Sleeps until the event's low half differs from `noted`. It counts itself as a waiter first, so that whoever
+/// releases the event wakes it.
 std::uint32_t SleepUntilReleased(WaitObject & object, std::uint32_t noted,
                                  Deadline const & deadline) noexcept {
     EventState & event = *object.event;
@@ -163,7 +177,7 @@ std::uint32_t SleepUntilReleased(WaitObject & object, std::uint32_t noted,
     return word != noted ? waitDone : waitTimedOut;
 }
 
-/// Counts a release, and wakes who waits. An event that is set already has no waiters.
+/// Adds a release and wakes the waiters. An event that is already set has no waiters.
 bool Release(WaitHandle handle, bool set) noexcept {
     if (!IsEvent(handle)) return Check(EINVAL);
     EventState & event = *handle->event;
@@ -187,7 +201,7 @@ futex_waitv WordToWaitFor(WaitObject const & object) noexcept {
     return word;
 }
 
-/// The index of the first event that was set when its word was noted, or was released since.
+/// The index of the first event that was set when `noted` was read, or was released since then.
 std::uint32_t FirstReleased(std::span<WaitHandle const> events, futex_waitv const * noted) noexcept {
     for (std::uint32_t i = 0; i < events.size(); ++i) {
         if (IsSet(noted[i].val) || NoteReleases(events[i]) != noted[i].val) return i;
@@ -207,7 +221,7 @@ std::uint32_t SleepUntilAnyReleased(std::span<WaitHandle const> events, futex_wa
     }
 }
 
-/// Ends what was parked for threads that are gone by now. Requires: the registry's lock.
+/// Deletes the parked objects whose owners have ended. Requires: the registry's lock is held.
 void SweepParked() noexcept {
     for (WaitObject ** place = &parked; *place;) {
         WaitObject * const object = *place;
@@ -224,7 +238,7 @@ void EndMutex(std::unique_ptr<WaitObject> object) noexcept {
     pid_t const owner = object->owner.load(std::memory_order_relaxed);
     bool const isNamed = object->IsNamed();
     if (!isNamed && owner == KernelThreadId()) {
-        // Nobody else can reach it: taking it off the thread's list is all that matters.
+        // Nobody else has a handle. Unlocking takes the mutex off the thread's list.
         while (object->depth > 0) UnlockMutex(object.get());
     } else if (owner != 0 && IsThreadHere(owner)) {
         object->block.GiveUpHold();
@@ -232,11 +246,13 @@ void EndMutex(std::unique_ptr<WaitObject> object) noexcept {
         parked = object.release();
         return;
     }
-    // One whose owner ended with it counts as locked, and has nothing to give back either.
+    // If the owner ended while it held the mutex, the mutex counts as locked: it must not be destroyed, and has
+    // nothing to free.
     if (!isNamed && object->owner.load(std::memory_order_relaxed) == 0) pthread_mutex_destroy(object->mutex);
 }
 
-/// Opens or makes the shared block of `object`, or gives the object that has it already one handle more.
+/// Returns the object for `name` with one more handle if this process has one. Otherwise makes one and opens or makes
+/// its shared block.
 template <class Body, class Initialise, class Undo>
 WaitHandle OpenNamed(char kind, std::u16string_view name, Body * WaitObject::*body,
                      Initialise const & initialise, Undo const & undo) {
@@ -256,7 +272,7 @@ WaitHandle OpenNamed(char kind, std::u16string_view name, Body * WaitObject::*bo
     try {
         error = object->block.Open(kind, name, sizeof(Body), fill, drop);
     } catch (...) {
-        // No memory is told like anything else that the system lacks.
+        // Lack of memory is reported like any other failure.
     }
     if (!Check(error)) {
         named->erase(found);
@@ -306,7 +322,7 @@ template <class Make>
 WaitHandle WithoutThrowing(Make const & make) noexcept {
     try {
         return make();
-    } catch (...) { // no memory, or a name beyond all measure
+    } catch (...) { // no memory, or a name longer than a string can be
         SetLastErrorNumber(ENOMEM);
         return nullptr;
     }
@@ -327,7 +343,8 @@ WaitHandle NewEvent(std::u16string_view name, bool signalled) noexcept {
 bool UnlockMutex(WaitHandle mutex) noexcept {
     if (!mutex || !mutex->mutex) return Check(EINVAL);
     bool const isOwner = mutex->owner.load(std::memory_order_relaxed) == KernelThreadId();
-    // A named one may have been locked through a handle that is closed by now: the mutex itself knows.
+    // A named mutex may have been locked through a handle that is closed now. The mutex itself knows its owner and
+    // refuses others.
     if (!isOwner && !mutex->IsNamed()) return Check(EPERM);
     if (isOwner && --mutex->depth == 0) mutex->owner.store(0, std::memory_order_relaxed);
     return Check(pthread_mutex_unlock(mutex->mutex));

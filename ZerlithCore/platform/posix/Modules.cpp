@@ -1,10 +1,11 @@
-// The dynamic loader of the system. Two habits of it are kept from the callers: dlsym also looks into the libraries
-// that a library depends on, so what it finds counts only in the library itself; and dlerror has no number, so its
-// words become a last error of their own where the file gives no better reason.
+// Modules through the system's dynamic loader. Two of its habits are hidden from callers. dlsym also searches the
+// libraries that a library depends on, so a result is accepted only if it lies in the library itself. dlerror gives a
+// text without a number, so that text becomes the last error where the file gives no better reason.
 //
-// A module that is held has one more load of the loader's, however many hold it. That load is taken back by the next
-// function that calls the loader anyway. The lock of the list of held modules is never held while the loader is called,
-// since the loader calls the static constructors of modules under a lock of its own, and these may want a hold.
+// A module that is held (ModuleHold.h) has one more load of the loader's, however many holds there are. The last hold
+// doesn't undo that load. The next call of `LoadModule` or `FreeModule` does, since these call the loader anyway. The
+// lock of the list of held modules is never held while the loader is called: the loader runs static constructors of
+// modules under a lock of its own, and these constructors may need a hold.
 #include "ZerlithCore/platform/Modules.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
@@ -27,7 +28,7 @@ namespace KZPlatform {
 
 struct HeldModule {
     link_map const * record;
-    void * load; // the load that keeps it
+    void * load; // the handle of the load that keeps the module
     unsigned int holders;
     HeldModule * next;
 };
@@ -36,8 +37,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Where a path has directories it is made absolute, so that the library knows its place after the working directory
-// has changed.
+// A relative path with directories is made absolute, so that the library's path stays right after the working
+// directory has changed.
 std::string LoaderPath(std::u16string_view path) {
     std::string const bytes = KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape);
     if (bytes.find('/') == std::string::npos || bytes.front() == '/') return bytes;
@@ -61,14 +62,14 @@ void SetLoaderError(std::string const & path) {
 constinit std::mutex heldLock;
 constinit HeldModule * heldModules = nullptr;
 
-// Requires: the caller holds the lock.
+// Requires: the caller holds `heldLock`.
 HeldModule * FindHeld(link_map const * record) noexcept {
     HeldModule * held = heldModules;
     while (held && held->record != record) held = held->next;
     return held;
 }
 
-// One holder more, if it is held already.
+// Adds a holder if the module is held already; null otherwise.
 HeldModule * Join(link_map const * record) noexcept {
     std::lock_guard const guard(heldLock);
     HeldModule * const held = FindHeld(record);
@@ -87,13 +88,13 @@ HeldModule * Hold(link_map const * record) noexcept {
             return heldModules = made;
         }
     }
-    // There is no memory, or another thread was faster.
+    // There is no memory, or another thread has added the module meanwhile.
     delete made;
     if (load) dlclose(load);
     return made ? Join(record) : nullptr;
 }
 
-// Takes back the loads of modules that nobody holds any more.
+// Undoes the loads of modules that nobody holds any more.
 void DropUnheld() noexcept {
     HeldModule * unheld = nullptr;
     {
@@ -115,7 +116,8 @@ void DropUnheld() noexcept {
     }
 }
 
-// Tells a real handle from one of ModuleOfMessages and from null, which mean something else to the loader.
+// True for a handle of the loader; false for null and for a handle of ModuleOfMessages, which the loader doesn't
+// know.
 bool IsHandle(void * module) noexcept {
     return module && (reinterpret_cast<std::uintptr_t>(module) & 1U) == 0;
 }
@@ -125,7 +127,8 @@ link_map const * RecordOf(void * module) noexcept {
     return dlinfo(module, RTLD_DI_LINKMAP, &record) == 0 ? record : nullptr;
 }
 
-// Without the search for a symbol where the system can do that: it takes a thousand times as long in a large library.
+// The loader's record of the module in which `address` lies. `_dl_find_object`, where the system has it, doesn't
+// search for a symbol too; that search takes a thousand times as long in a large library.
 link_map const * RecordOfAddress(void const * address) noexcept {
 #if defined(DLFO_STRUCT_HAS_EH_DBASE)
     dl_find_object found{};
@@ -142,7 +145,7 @@ link_map const * RecordOfAddress(void const * address) noexcept {
 void * LoadModule(std::u16string_view path) {
     DropUnheld();
     std::string const file = LoaderPath(path);
-    // An empty name would give the program itself.
+    // For the loader an empty name is the program itself.
     if (file.empty() || file.find('\0') != std::string::npos) {
         SetLastErrorNumber(ENOENT);
         return nullptr;

@@ -1,3 +1,4 @@
+// Reads a double with the C++ library where that can do it, otherwise with the C library and a locale of its own.
 #include "ZerlithCore/platform/Numbers.h"
 
 #include <cerrno>
@@ -22,7 +23,7 @@ double ReadDouble(char const * begin, char const * end, bool isHex, bool & fits)
 
 #else
 
-// This standard library can't read a double without a locale, but the C library can be given one.
+// This C++ library can't read a double without the program's locale, so the C library does it with the "C" locale.
 double ReadDouble(char const * begin, char const * end, bool isHex, bool & fits) {
     static locale_t const plain = newlocale(LC_ALL_MASK, "C", nullptr);
     if (!plain) throw std::bad_alloc();
@@ -30,7 +31,7 @@ double ReadDouble(char const * begin, char const * end, bool isHex, bool & fits)
     int const before = errno;
     errno = 0;
     double const value = strtod_l(digits.c_str(), nullptr, plain);
-    // A value so small that it lost digits is a range error too, and yet the nearest double.
+    // ERANGE is also reported for a value so small that it lost digits; its result is the nearest double and is used.
     fits = !std::isinf(value) && (value != 0 || errno != ERANGE);
     errno = before;
     return value;

@@ -1,3 +1,4 @@
+// Parses a rule from left to right, and computes the dates of its changes.
 #include "ZerlithCore/platform/posix/PosixZone.h"
 
 #include <algorithm>
@@ -8,7 +9,7 @@ namespace {
 constexpr bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 constexpr bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
-// Takes the parts of a rule off the front of a text; each function is false when the part isn't there.
+// Reads the parts of a rule from the start of a text. Each function returns false when the part isn't there.
 class Reader {
 public:
     explicit Reader(std::string_view text) : rest_(text) {}
@@ -22,7 +23,7 @@ public:
         return true;
     }
 
-    // Letters, or anything but ">" between angle brackets; three at least.
+    // A name: letters, or any characters but ">" between angle brackets; at least three.
     bool Name(std::string & name) {
         bool const quoted = Take('<');
         auto const * const end =
@@ -84,7 +85,7 @@ private:
 std::optional<PosixZone> ParsePosixZone(std::string_view text) {
     Reader reader(text);
     PosixZone zone;
-    int behind = 0; // POSIX counts westward
+    int behind = 0; // seconds behind UTC, the sign that POSIX uses
     if (!reader.Name(zone.standardName) || !reader.Time(behind, 24)) return std::nullopt;
     zone.standardOffset = -behind;
     if (reader.IsAtEnd()) return zone;
@@ -94,7 +95,7 @@ std::optional<PosixZone> ParsePosixZone(std::string_view text) {
     if (!reader.IsAtEnd() && reader.Next() != ',' && !reader.Time(behind, 24)) return std::nullopt;
     zone.daylightOffset = -behind;
     if (reader.IsAtEnd()) {
-        // The rule that POSIX leaves to the system, as the C library has it.
+        // POSIX leaves the default rule to the system; this is the C library's.
         reader = Reader(",M3.2.0,M11.1.0");
     }
     if (!reader.Change(zone.daylightStart) || !reader.Change(zone.daylightEnd) || !reader.IsAtEnd())
@@ -111,7 +112,7 @@ std::chrono::sys_days DayOf(PosixChange const & change, std::chrono::year year) 
         if (change.week == lastWeek) return sys_days(inMonth / day[last]);
         return sys_days(inMonth / day[static_cast<unsigned>(change.week)]);
     }
-    // Day 60 is 1 March where 29 February doesn't count.
+    // In this form 29 February isn't counted: day 60 is 1 March in every year.
     bool const isDirect = change.form == PosixChange::Form::YearDay || (year.is_leap() && change.day >= 60);
     return sys_days(year / January / 1) + days(isDirect ? change.day : change.day - 1);
 }

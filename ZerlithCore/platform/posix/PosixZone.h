@@ -1,5 +1,6 @@
-// The text form of a time zone's rule that POSIX gives to TZ and that zoneinfo files end in:
-// "CET-1CEST,M3.5.0,M10.5.0/3".
+// The rule of a time zone in the text form of POSIX, which TZ may have and which ends a zoneinfo file. For example
+// "CET-1CEST,M3.5.0,M10.5.0/3": CET is one hour before UTC; from the fifth (that is, last) Sunday of March to the
+// last Sunday of October, 3:00, it is CEST.
 #pragma once
 
 #include <chrono>
@@ -10,7 +11,7 @@
 
 namespace KZPlatform {
 
-/// When the clocks change, year by year.
+/// The day and time at which the clocks change each year.
 struct PosixChange {
     enum class Form : std::uint8_t {
         MonthWeekDay,
@@ -21,7 +22,7 @@ struct PosixChange {
     int month = 0;         // from 1
     int week = 0;          // 1 to 5
     int day = 0;           // of the week (Sunday is 0), or of the year
-    int second = 2 * 3600; // of the day, on the wall clock before the change; -167 to 167 hours
+    int second = 2 * 3600; // of the day, on the clock as it is before the change; -167 to 167 hours
 };
 
 struct PosixZone {
@@ -33,12 +34,13 @@ struct PosixZone {
     PosixChange daylightEnd;
 };
 
-/// Nothing when `text` isn't such a rule, to its end.
+/// Parses all of `text`; nothing when it isn't such a rule.
 [[nodiscard]] std::optional<PosixZone> ParsePosixZone(std::string_view text);
 
-/// The day of `change` in `year`, on which its seconds count.
+/// The date of `change` in `year`; the change is `change.second` seconds after the start of that day.
 [[nodiscard]] std::chrono::sys_days DayOf(PosixChange const & change, std::chrono::year year);
-/// A change on `day`, told by the weekday: it is the month's last one when no other follows, else the first to fourth.
+/// The change that falls on `day`, as a weekday of a month: the last one if no other follows in that month, otherwise
+/// the first to fourth.
 [[nodiscard]] PosixChange ChangeOn(std::chrono::sys_days day, int second);
 
 } // namespace KZPlatform

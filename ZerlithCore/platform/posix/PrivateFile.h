@@ -1,4 +1,4 @@
-// Files for this user alone.
+// Opens files that only this user is to read.
 #pragma once
 
 #include "ZerlithCore/platform/posix/Descriptor.h"
@@ -7,8 +7,8 @@
 
 namespace KZPlatform {
 
-/// Opens `path` with the flags of open(2), by the rules of `FileProtection::Private`. A closed descriptor for a
-/// failure, with the reason in the last error.
+/// Opens `path` with the flags of open(2), by the rules of `FileProtection::Private` (FileHandle.h). After a failure
+/// the descriptor is closed and the last error is the reason.
 [[nodiscard]] Descriptor OpenPrivateFile(std::string path, int flags);
 
 } // namespace KZPlatform

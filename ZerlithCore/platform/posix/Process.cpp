@@ -1,3 +1,4 @@
+// Environment and working directory through the C library.
 #include "ZerlithCore/platform/Process.h"
 
 #include "ZerlithCore/platform/LastError.h"

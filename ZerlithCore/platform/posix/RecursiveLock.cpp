@@ -1,8 +1,14 @@
-// A futex lock of three states (free, held, held with waiters), with owner and recursion count beside it.
+// A lock on one word (futex) with three states, and beside it the owner and the recursion count. For example:
 //
-// The owner is known by the address of its thread control block: cheaper to get than a thread number, and it survives
-// a fork. As long as the process has one thread only, taking and letting go are plain stores: nobody can come in
-// between, and the start of a second thread publishes them.
+//     A takes the lock        0 -> 1    A owns it; nobody waits
+//     B wants it              1 -> 2    B has looked a few times, marks the lock as contended and sleeps
+//     A releases it           2 -> 0    A sees the 2 and wakes one thread
+//     B wakes and takes it    0 -> 2    B can't know whether others sleep too, so it assumes so
+//     B releases it           2 -> 0    and wakes a thread, if there is one
+//
+// The owner is identified by the address of its thread control block. That is cheaper to read than a thread number,
+// and stays the same in a forked child. While the process has only one thread, taking and releasing are plain stores:
+// nobody can interfere, and starting a second thread publishes them.
 #include "ZerlithCore/platform/RecursiveLock.h"
 
 #include "ZerlithCore/platform/posix/Futex.h"
@@ -15,7 +21,7 @@ namespace {
 
 enum State : std::uint32_t { Free = 0, Held = 1, Contended = 2 };
 
-// Critical sections are short: looking again a few times is cheaper than asking the system to sleep.
+// The lock is mostly held for a short time, so looking again a few times is cheaper than a sleep.
 constexpr int spinRounds = 30;
 
 std::uintptr_t Self() noexcept { return reinterpret_cast<std::uintptr_t>(__builtin_thread_pointer()); }
@@ -43,7 +49,7 @@ bool TryTake(std::atomic<std::uint32_t> & state) noexcept {
 
 void RecursiveLock::Lock() noexcept {
     std::uintptr_t const self = Self();
-    // Only the thread itself ever stores its own identity, so a match can't be stale.
+    // A thread's identity is stored only by that thread itself, so if it is found here it is current.
     if (owner_.load(std::memory_order_relaxed) == self) {
         ++recursion_;
         return;
@@ -72,7 +78,8 @@ void RecursiveLock::Unlock() noexcept {
         state_.store(Free, std::memory_order_relaxed);
         return;
     }
-    // Behind the exchange the object may be gone: another owner may have destroyed it. Waking touches no memory.
+    // After the exchange another thread may take the lock, release it and destroy the object. FutexWake uses only its
+    // address.
     if (state_.exchange(Free, std::memory_order_release) == Contended) FutexWake(&state_, 1, Reach::Process);
 }
 
@@ -83,7 +90,7 @@ void RecursiveLock::LockContended(std::uintptr_t self) noexcept {
         Pause();
         taken = state_.load(std::memory_order_relaxed) == Free && TryTake(state_);
     }
-    // Whoever has slept can't know whether others still do, so it takes the lock as contended.
+    // This thread can't know whether others still sleep, so it takes the lock as contended.
     while (!taken && state_.exchange(Contended, std::memory_order_acquire) != Free) {
         FutexWait(&state_, Contended, Reach::Process, never);
     }

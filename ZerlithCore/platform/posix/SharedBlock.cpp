@@ -1,9 +1,14 @@
-// A block is a file in the system's memory file system. Its holders have a read lock on it, which the system drops when
-// a process ends, however it ends. So a block whose file can be locked for writing has no holder: it is left over from
-// killed processes, and is removed. Only the owner of the write lock removes a file.
+// A block is a file in the system's memory file system. Each holder has a read lock on the file, which the system
+// releases when the process ends, even if it is killed. So a file that can be locked for writing has no holder:
+// killed processes have left it. Only the owner of that write lock may remove the file.
 //
-// A new file is filled while it has no name and is then linked to its name, with the read lock already on it: nobody
-// ever sees a half-made block, and nobody waits for its maker.
+// Making a block, when several processes may try at the same time:
+//
+// 1. Make a file without a name, lock it for reading, and fill it.
+// 2. Link it to its name. This fails if another process has made the name meanwhile; then drop the file and open the
+//    other one.
+//
+// So nobody ever sees a block that is half filled, and nobody waits for another process to fill it.
 #include "ZerlithCore/platform/posix/SharedBlock.h"
 
 #include <cerrno>
@@ -24,11 +29,11 @@ namespace {
 
 constexpr char const * directory = "/dev/shm";
 
-// The other side of a lock only removes a file, so a few turns are enough. The bound is for a process that was stopped in
-// that very moment.
+// The name may come and go between two steps; then everything is tried again. The other process has only to remove a
+// file, so a few tries are enough. There are so many in case that process is stopped just then.
 constexpr int maximumTurns = 20000;
 
-// A turn was in vain: the file came or went in between.
+// The result of a try during which the name came or went.
 constexpr int again = -1;
 
 class Descriptor {
@@ -47,7 +52,7 @@ private:
     int number_;
 };
 
-// Locks belong to the open file, so that they aren't lost by closing another descriptor of the same file.
+// These locks belong to the open file. Ordinary ones would be lost when any descriptor of the same file is closed.
 bool Lock(int descriptor, short type) noexcept {
     struct flock lock = {};
     lock.l_type = type;
@@ -64,7 +69,8 @@ std::uint64_t Hash(std::u16string_view name, std::uint64_t seed) noexcept {
     return hash;
 }
 
-// Two hashes make a file's name, since any units may stand in the object's. The name itself stands in the file.
+// A file's name is made of two hashes of the object's name, which may have any units. The object's name itself is in
+// the file, to be compared.
 std::string PathOf(char kind, std::u16string_view name) {
     char text[96];
     std::snprintf(text, sizeof text, "%s/zerlithcore.%u.%c%u.%016llx%016llx", directory,
@@ -78,7 +84,7 @@ std::size_t FileSize(std::size_t size, std::u16string_view name) noexcept {
     return size + name.size() * sizeof(char16_t);
 }
 
-// A path to an open file, whether it has a name or not.
+// The path by which an open file can be reached, whether it has a name or not.
 class UnnamedPath {
 public:
     explicit UnnamedPath(int descriptor) noexcept {
@@ -90,7 +96,7 @@ private:
     char text_[32];
 };
 
-// Removes a file that nobody holds.
+// Removes the file if nobody holds it.
 void RemoveUnheld(std::string const & path) noexcept {
     Descriptor const file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
     struct stat status = {};
@@ -135,7 +141,8 @@ int SharedBlock::TryOpen(std::string const & path, std::u16string_view name) {
     Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
     struct stat status = {};
     if (file.Get() < 0 || fstat(file.Get(), &status) != 0) return errno;
-    // Another user may have put a file of this name there: it must not be able to pull the memory away.
+    // A file that another user has made under this name is refused: that user could shorten it, and the memory would
+    // be gone.
     if (!S_ISREG(status.st_mode) || status.st_uid != geteuid()) return EACCES;
     if (Lock(file.Get(), F_WRLCK)) {
         if (fstat(file.Get(), &status) == 0 && status.st_nlink != 0) unlink(path.c_str());
@@ -157,7 +164,7 @@ int SharedBlock::TryMake(std::string const & path, std::u16string_view name,
                          std::function<void(void *)> const & undo) {
     Descriptor file(open(directory, O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (file.Get() < 0) return errno;
-    // Space is taken now: a write into a hole of a full file system would be a fault.
+    // Room is reserved now. Otherwise a later write to the memory would be a fault when the file system is full.
     if (int const error = posix_fallocate(file.Get(), 0, static_cast<off_t>(mapped_)); error != 0)
         return error;
     if (!Lock(file.Get(), F_RDLCK)) return errno;
@@ -179,7 +186,8 @@ int SharedBlock::TryMake(std::string const & path, std::u16string_view name,
 }
 
 int SharedBlock::Map() {
-    // Through an open file of its own: a map keeps its file open, and with it the lock, which must be able to end first.
+    // The file is opened once more for the mapping, because a mapping keeps its open file, and that file's lock, in
+    // existence. The lock has to end before the mapping.
     Descriptor const file(open(UnnamedPath(descriptor_).c_str(), O_RDWR | O_CLOEXEC));
     if (file.Get() < 0) return errno;
     void * const memory = mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_SHARED, file.Get(), 0);
@@ -195,7 +203,7 @@ void SharedBlock::LetGo() noexcept {
 
 void SharedBlock::GiveUpHold() noexcept {
     if (descriptor_ >= 0) close(std::exchange(descriptor_, -1));
-    // A descriptor that a forked child inherited still holds the block; then this does nothing.
+    // A forked child may have inherited the descriptor; it then still holds the block, and this does nothing.
     if (!path_.empty()) RemoveUnheld(std::exchange(path_, {}));
 }
 

@@ -1,3 +1,4 @@
+// SIGINT and SIGTERM set a flag.
 #include "ZerlithCore/platform/Signals.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -10,7 +11,7 @@ namespace KZPlatform {
 
 namespace {
 
-// A handler may touch a lock-free atomic, and nothing more is done here.
+// A signal handler may write a lock-free atomic; it does nothing else.
 std::atomic<bool> quitRequested{false};
 static_assert(std::atomic<bool>::is_always_lock_free);
 

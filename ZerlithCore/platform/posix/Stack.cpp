@@ -1,5 +1,5 @@
-// The walk is the C++ runtime's own unwinder, so it sees exactly what an exception would. It needs the tables that every
-// x86-64 and aarch64 function has, not frame pointers.
+// Walks the stack with the C++ runtime's unwinder, so it sees exactly the frames that an exception would. The
+// unwinder uses tables that every function on x86-64 and aarch64 has; it needs no frame pointers.
 #include "ZerlithCore/platform/Stack.h"
 
 #include "ZerlithCore/platform/posix/StackProbe.h"
@@ -23,8 +23,8 @@ namespace {
 
 struct Walk {
     std::span<void *> addresses;
-    bool awaitsInterrupted; // frames are passed over until the one that a signal interrupted
-    unsigned int toSkip;    // frames of the walker itself
+    bool awaitsInterrupted; // skip frames until the one that a signal interrupted
+    unsigned int toSkip;    // the number of frames of the walk itself
     std::size_t count = 0;
 };
 
@@ -38,7 +38,7 @@ bool IsPassedOver(Walk & walk, bool isInterrupted) {
 
 _Unwind_Reason_Code NoteFrame(_Unwind_Context * context, void * argument) {
     Walk & walk = *static_cast<Walk *>(argument);
-    int isInterrupted = 0; // the address is that of an instruction, not the one behind a call
+    int isInterrupted = 0; // true: the address is that of an instruction; false: it is the one after a call
     std::uintptr_t const address = _Unwind_GetIPInfo(context, &isInterrupted);
     if (IsPassedOver(walk, isInterrupted != 0)) return _URC_NO_REASON;
     if (address == 0 || walk.count == walk.addresses.size()) return _URC_END_OF_STACK;
@@ -46,8 +46,9 @@ _Unwind_Reason_Code NoteFrame(_Unwind_Context * context, void * argument) {
     return _URC_NO_REASON;
 }
 
-/// Walks with a way back set up. A function of its own: what changes between the two returns of `sigsetjmp` lies in
-/// the caller's memory.
+/// Walks the stack; a fault during the walk ends it (StackProbe.h). This is a function of its own because local
+/// variables that change between the two returns of `sigsetjmp` would lose their values. What changes here is in the
+/// caller's memory.
 __attribute__((noinline)) void WalkGuarded(Walk & walk) noexcept {
     sigjmp_buf wayBack;
     sigjmp_buf * const outer = stackProbe;
@@ -76,7 +77,7 @@ std::string ModuleName(link_map const & map) {
     return std::string(WithoutFolder({path, length > 0 ? static_cast<std::size_t>(length) : 0}));
 }
 
-/// Questions that only the files of modules can answer, by the path of the file.
+/// Addresses whose functions can only be found in the files of their modules, by the path of the file.
 using Unresolved = std::map<std::string, std::vector<SymbolQuery>>;
 
 FrameName NameByLoader(void * address, std::size_t index, Unresolved & unresolved) {

@@ -1,3 +1,4 @@
+// Maps the memory of threads, and keeps that of up to sixteen ended threads for the next ones.
 #include "ZerlithCore/platform/posix/StackMemory.h"
 
 #include <array>
@@ -12,17 +13,17 @@ thread_local constinit StackMemory * ownStack = nullptr;
 namespace {
 
 constexpr std::size_t lockedBytes = guardBytes + spareStackBytes + reserveBytes;
-constexpr std::size_t hotBytes = 64 * 1024; // at the top of a stack: what the next thread uses again
+constexpr std::size_t hotBytes = 64 * 1024; // at the top of a stack; the next thread uses it again
 
-/// Pages that fault without an entry of their own, in systems that are new enough.
+/// The advice that makes pages fault without an entry in the table of mappings; newer systems know it.
 constexpr int installGuard = 102;
 
 constexpr std::size_t MappedBytes(std::size_t bytes) noexcept {
     return lockedBytes + bytes + guardBytes + signalStackBytes + faultStateBytes;
 }
 
-/// A place for one stack that nobody uses. Whoever finds it busy goes on to the next, so nobody waits, and a process that
-/// was forked in between loses no more than the place.
+/// A place that keeps one unused stack. A thread that finds a place busy goes on to the next one, so nobody waits. If
+/// the process is forked while a place is busy, the child loses only that place.
 class KeptStack {
 public:
     bool Put(char * base, std::size_t bytes) noexcept {
@@ -32,7 +33,7 @@ public:
         state_.store(Full, std::memory_order_release);
         return true;
     }
-    /// Null when it holds none of that size.
+    /// Null when it keeps no stack of that size.
     char * Take(std::size_t bytes) noexcept {
         if (!Enter(Full)) return nullptr;
         bool const fits = bytes_ == bytes;
@@ -63,7 +64,7 @@ char * TakeKept(std::size_t bytes) noexcept {
 }
 
 char * Map(std::size_t bytes) noexcept {
-    // Locked at first: what is never opened isn't counted against the memory of the machine.
+    // Without access rights at first: memory that is never opened isn't counted against the memory of the machine.
     void * const memory = mmap(nullptr, MappedBytes(bytes), PROT_NONE,
                                MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE | MAP_STACK, -1, 0);
     if (memory == MAP_FAILED) return nullptr;

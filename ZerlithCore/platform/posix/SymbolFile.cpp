@@ -1,5 +1,5 @@
-// The file is read with bounded reads, never mapped: it may be cut short or overwritten while we look, and a fault
-// in a report about a fault must not be. All queries are answered in one pass over the table.
+// Finds all functions in one pass over the symbol table. The file is read and not mapped: it may be shortened or
+// overwritten meanwhile, and reading a mapping would then be a fault, during the report of another fault.
 #include "ZerlithCore/platform/posix/SymbolFile.h"
 
 #include <algorithm>
@@ -30,7 +30,7 @@ public:
         if (file_ >= 0) close(file_);
     }
 
-    /// Reads up to `size` bytes at `offset`; returns how many there were.
+    /// Reads up to `size` bytes at `offset`; returns how many were read.
     std::size_t Read(void * bytes, std::size_t size, std::uint64_t offset) const noexcept {
         ssize_t const count = pread(file_, bytes, size, static_cast<off_t>(offset));
         return count > 0 ? static_cast<std::size_t>(count) : 0;
@@ -49,7 +49,7 @@ public:
         return sections;
     }
 
-    /// The name at `offset` of the string table; empty when it lies outside or doesn't end.
+    /// The name at `offset` of the string table; empty when it lies outside or has no end.
     std::string Name(Section const & strings, std::uint64_t offset) const {
         if (offset >= strings.sh_size) return {};
         char name[maxNameBytes];

@@ -1,5 +1,5 @@
-// The symbol table in the file of a module: it knows the functions that the loader doesn't, those with hidden or
-// internal linkage.
+// Finds functions in the symbol table of a module's file. That table also lists functions with hidden or internal
+// linkage, which the loader doesn't know.
 #pragma once
 
 #include <cstddef>
@@ -10,14 +10,14 @@
 namespace KZPlatform {
 
 struct SymbolQuery {
-    std::uintptr_t address; ///< as the file counts
-    std::size_t tag;        ///< the asker's own
-    std::string name;     ///< answer: the function around the address as the linker calls it; empty for none
-    std::uintptr_t start; ///< answer: where that function starts
+    std::uintptr_t address; ///< counted as in the file
+    std::size_t tag;        ///< free for the caller
+    std::string name;       ///< answer: the function at the address, by its mangled name; empty for none
+    std::uintptr_t start;   ///< answer: the start of that function
 };
 
-/// Answers `queries` from the ELF file `path`, and sorts them by address. A file that can't be read, is no ELF file of this
-/// machine's word size, or is damaged answers nothing.
+/// Answers `queries` from the ELF file `path`, and sorts them by address. Queries stay without an answer when the
+/// file can't be read, isn't an ELF file of this machine's word size, or is damaged.
 void FindSymbols(char const * path, std::span<SymbolQuery> queries);
 
 } // namespace KZPlatform

@@ -1,5 +1,5 @@
 /// @file
-/// What stands behind a thread's handle.
+/// The record to which a `ThreadHandle` points.
 #pragma once
 
 #include "ZerlithCore/platform/RecursiveLock.h"
@@ -19,14 +19,14 @@ struct ThreadRecord : ThreadEndTask {
     unsigned long id = 0;
     StackMemory stack;
     pthread_t thread = {};
-    std::atomic<std::uint32_t> references{1}; // the handle's, and the thread's own
+    std::atomic<std::uint32_t> references{1}; // one for the handle, one for the thread itself
     std::atomic<bool> isStarted{false};
-    std::atomic<std::uint32_t> ended{0}; // set under `lock`, so that the thread is alive while it is 0 there
-    std::atomic<std::uint32_t> joining{0}; // how far the one join of the thread is
-    std::atomic<std::uint32_t> waiters{0}; // for one of the two words
+    std::atomic<std::uint32_t> ended{0};   // set under `lock`: while it is 0 there, the thread exists
+    std::atomic<std::uint32_t> joining{0}; // a `Joining` of Threads.cpp
+    std::atomic<std::uint32_t> waiters{0}; // for `ended` or `joining` to change
     std::atomic<int> priority{0};
     std::atomic<pid_t> kernelId{0}; // 0 until the thread runs
-    int normalNice = 0;             // guarded by `lock`, as what follows
+    int normalNice = 0;             // guarded by `lock`, as the next member
     bool isNiceKnown = false;
     RecursiveLock lock;
     ThreadRecord * nextLeaving = nullptr;

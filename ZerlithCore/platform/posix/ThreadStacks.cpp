@@ -1,8 +1,10 @@
-// A thread notes its own return addresses, in a signal handler that another thread sends it into: it stands still
-// exactly as long as that takes, and can't be caught holding a lock that the collector then needs.
+// Collects the stack of another thread. The collector sends that thread a signal, and the thread stores its own
+// return addresses in the handler. So it stands still only for that long, and it can't be stopped while it holds a
+// lock that the collector needs.
 //
-// There is one request at a time. Whoever gets it from "asked" to another state owns the array: the thread that answers,
-// or the collector that gives up. So a late answer never writes into memory that is gone.
+// There is one request at a time, and its state decides who may use the array of addresses. The thread that answers
+// changes "Asked" to "Answering" and owns the array from then on. A collector that stops waiting changes "Asked" to
+// "Idle". Only one of them succeeds, so a late answer never writes to an array that is gone.
 #include "ZerlithCore/platform/Threads.h"
 
 #include "ZerlithCore/platform/Stack.h"
@@ -41,10 +43,11 @@ void Answer(int) {
     errno = savedError;
 }
 
-/// Takes the highest real-time signal that nobody uses.
+/// Installs the handler for the highest real-time signal that nobody uses, and returns its number; 0 when all are in
+/// use.
 int InstallAnswer() noexcept {
     void * unused = nullptr;
-    CaptureStack({&unused, 1}); // the first walk of a process may load and allocate, which a handler can't
+    CaptureStack({&unused, 1}); // the first walk may load a library and allocate, which a handler can't do
     for (int number = SIGRTMAX - 1; number >= SIGRTMIN; --number) {
         struct sigaction present = {};
         if (sigaction(number, nullptr, &present) != 0 || present.sa_handler != SIG_DFL) continue;
@@ -52,21 +55,21 @@ int InstallAnswer() noexcept {
         action.sa_handler = &Answer;
         action.sa_flags = SA_RESTART | SA_ONSTACK;
         sigfillset(&action.sa_mask);
-        // The walk over a stack that was overwritten survives its faults, if they arrive.
+        // A damaged stack may make the walk fault. It survives that, if these signals aren't blocked.
         for (int const fault : {SIGSEGV, SIGBUS}) sigdelset(&action.sa_mask, fault);
         if (sigaction(number, &action, nullptr) == 0) return number;
     }
     return 0;
 }
 
-/// The signal, or 0 while every one is in use. Requires: the caller holds `oneCollection`.
+/// The number of the signal, or 0 while all are in use. Requires: the caller holds `oneCollection`.
 int AnswerSignal() noexcept {
     static constinit int number = 0;
     if (number == 0) number = InstallAnswer();
     return number;
 }
 
-/// True when the array holds an answer.
+/// True when the thread has answered.
 bool AwaitAnswer() noexcept {
     Deadline const deadline(answerMilliseconds);
     for (;;) {
@@ -87,7 +90,7 @@ std::size_t CollectStackOf(ThreadHandle thread, std::span<void *> addresses) noe
     request.count = 0;
     request.thread.store(thread->kernelId.load(std::memory_order_relaxed), std::memory_order_relaxed);
     request.state.store(Asked, std::memory_order_release);
-    // Under the lock the thread can't end between the question and the signal.
+    // While this lock is held the thread can't end, so the signal can't go to a thread that is gone.
     thread->lock.Lock();
     bool const isAlive = signal != 0 && request.thread.load(std::memory_order_relaxed) != 0 &&
                          thread->ended.load(std::memory_order_relaxed) == 0;

@@ -1,9 +1,11 @@
-// The thread of the system is made at the start, on memory of ours, when the record is complete: so it needs no waking.
-// "Ended" is a word that any number of threads can wait for with a limit. One of those who wait joins, and the others wait
-// for that, so that nothing of the thread is left when a wait returns.
+// The system's thread is made by `StartThread`, on memory of ours (StackMemory.h), when everything else is ready. A
+// wait for the end of a thread has two steps. First it waits for the word `ended`, which any number of threads can do
+// with a time limit. Then one of the waiting threads joins the system's thread, and the others wait for that. So when
+// a wait returns, nothing of the thread is left.
 //
-// Nobody joins a thread whose handle is closed early. Its record, with its stack, then waits in the list of those who are
-// leaving, until somebody who starts or ends another one sees that the system has forgotten its number.
+// A thread whose handle is closed early is joined by nobody. Its record, with its stack, goes to the list of leaving
+// threads. Whoever makes a thread, or adds another one to the list, deletes the records of those whose numbers the
+// system doesn't know any more.
 #include "ZerlithCore/platform/Threads.h"
 
 #include "ZerlithCore/platform/LastError.h"
@@ -26,9 +28,9 @@ namespace {
 
 enum Joining : std::uint32_t { NotJoined = 0, BeingJoined = 1, Joined = 2 };
 
-// What the library's own frames around an entry need: the reports of a fault among them.
+// The library's own frames below an entry function need this much, for example to report a fault.
 constexpr std::size_t leastStackBytes = 128 * 1024;
-constexpr std::size_t mostStackBytes = SIZE_MAX / 4; // what is above makes no sense in any address space
+constexpr std::size_t mostStackBytes = SIZE_MAX / 4; // more than this fits no address space
 constexpr int lowestPriority = -15;
 constexpr int highestPriority = 15;
 
@@ -47,7 +49,7 @@ void AddToLeaving(ThreadRecord * record) noexcept {
     while (!leaving.compare_exchange_weak(record->nextLeaving, record, std::memory_order_release)) {}
 }
 
-/// Frees what nobody runs on any more.
+/// Deletes the records of leaving threads that have ended.
 void SweepLeaving() noexcept {
     if (!leaving.load(std::memory_order_relaxed)) return;
     ThreadRecord * next = leaving.exchange(nullptr, std::memory_order_acquire);
@@ -72,31 +74,32 @@ void DropReference(ThreadRecord * record) noexcept {
     }
 }
 
-/// -2 to 2 are spread over half of the scheduler's range, the two ends are its ends.
+/// The nice value, the scheduler's own unit, for a priority: 5 for each step. A priority of -4 or below gives the
+/// least urgent value, 19, and one of 4 or above the most urgent, -20.
 int NiceStepOf(int priority) noexcept {
     constexpr int step = 5;
     return std::clamp(-priority * step, -20, 19);
 }
 
-/// Requires: the record's lock, and that the thread hasn't ended.
+/// Requires: the record's lock is held, and the thread hasn't ended.
 void TellScheduler(ThreadRecord & record) noexcept {
     pid_t const thread = record.kernelId.load(std::memory_order_relaxed);
-    if (thread == 0) return; // it tells itself when it starts
+    if (thread == 0) return; // the thread calls this when it starts
     auto const target = static_cast<id_t>(thread);
     if (!record.isNiceKnown) record.normalNice = getpriority(PRIO_PROCESS, target);
     record.isNiceKnown = true;
     int const nice = record.normalNice + NiceStepOf(record.priority.load(std::memory_order_relaxed));
-    setpriority(PRIO_PROCESS, target, std::clamp(nice, -20, 19)); // refused without the right: not a failure
+    setpriority(PRIO_PROCESS, target, std::clamp(nice, -20, 19)); // may be refused: not a failure
 }
 
-/// Shows the number in the system's tools.
+/// Names the thread after its number, for the system's tools.
 void NameThread(unsigned long id) noexcept {
     char name[16];
     std::snprintf(name, sizeof name, "KZThread %lu", id);
     prctl(PR_SET_NAME, name);
 }
 
-/// Waits while the word of `record` is `value`; false when it still is at the deadline.
+/// Waits while `word`, of `record`, is `value`; false when it still is at the deadline.
 bool AwaitChange(ThreadRecord & record, std::atomic<std::uint32_t> const & word, std::uint32_t value,
                  Deadline const & deadline) noexcept {
     bool timedOut = false;
@@ -107,7 +110,7 @@ bool AwaitChange(ThreadRecord & record, std::atomic<std::uint32_t> const & word,
     return word.load(std::memory_order_acquire) != value;
 }
 
-/// Mostly nobody waits for the word, and the system needn't be asked.
+/// Sets `word`, and wakes those who wait for it. There is mostly nobody, and then no call to the system.
 void Change(ThreadRecord & record, std::atomic<std::uint32_t> & word, std::uint32_t value) noexcept {
     word.store(value);
     if (record.waiters.load() != 0) FutexWake(&word, INT_MAX, Reach::Process);
@@ -127,7 +130,7 @@ void RunThread(ThreadRecord & record) noexcept {
 void * ThreadMain(void * argument) {
     auto & record = *static_cast<ThreadRecord *>(argument);
     record.run = [](ThreadEndTask & task) noexcept { DropReference(static_cast<ThreadRecord *>(&task)); };
-    bool const isLater = CallAtThreadEnd(record); // as the last of all tasks
+    bool const isLater = CallAtThreadEnd(record); // runs last, as the thread's first task
     RunThread(record);
     record.lock.Lock();
     Change(record, record.ended, 1);
@@ -136,7 +139,7 @@ void * ThreadMain(void * argument) {
     return nullptr;
 }
 
-/// The first of those who wait joins, the others wait for that. False when the deadline comes first.
+/// The first waiting thread joins, the others wait until it has. False when the deadline comes first.
 bool JoinOrAwaitJoined(ThreadRecord & record, Deadline const & deadline) noexcept {
     for (;;) {
         std::uint32_t state = NotJoined;
@@ -144,7 +147,8 @@ bool JoinOrAwaitJoined(ThreadRecord & record, Deadline const & deadline) noexcep
             bool const isJoined = pthread_join(record.thread, nullptr) == 0;
             if (isJoined) record.stack.GiveBack();
             Change(record, record.joining, isJoined ? Joined : NotJoined);
-            // Refused to a thread that waits for itself, or for one that waits for it: they wait, as they said.
+            // The system refuses a join to a thread that waits for itself, or for one that waits for it. Such a
+            // thread waits on, as long as its deadline lets it.
             if (!isJoined && !AwaitChange(record, record.ended, 0, deadline)) return false;
         } else if (state == BeingJoined && !AwaitChange(record, record.joining, BeingJoined, deadline)) {
             return false;
@@ -169,7 +173,8 @@ std::size_t DefaultStackSize() noexcept {
     return bytes;
 }
 
-/// A stack that the system can't give at all is nonsense; a lack of memory shows again.
+/// A size for which there is no memory is taken as nonsense, and the default size is used. If there is no memory for
+/// that either, the result is false.
 bool TakeStack(StackMemory & stack, std::size_t bytes) noexcept {
     bool const isSized = bytes != 0 && bytes <= mostStackBytes;
     return (isSized && stack.Take(UsableStackSize(bytes))) || stack.Take(UsableStackSize(DefaultStackSize()));
@@ -193,12 +198,13 @@ bool Refuse(int error) noexcept {
 
 pid_t KernelThreadId() noexcept {
     if (kernelThreadId != 0) return kernelThreadId;
-    // The one thread of a forked child bears a new number. Where nobody can be told of the fork, the number isn't kept.
+    // In a forked child the only thread has a new number, so the stored one is reset there. If the system can't
+    // register that reset, the number isn't stored.
     static constinit std::atomic<bool> isForkNoted{false};
     pid_t const number = gettid();
     if (!isForkNoted.load(std::memory_order_relaxed)) {
         if (pthread_atfork(nullptr, nullptr, [] { kernelThreadId = 0; }) != 0) return number;
-        isForkNoted.store(true, std::memory_order_relaxed); // being told twice does no harm
+        isForkNoted.store(true, std::memory_order_relaxed); // registering it twice does no harm
     }
     return kernelThreadId = number;
 }
@@ -253,7 +259,7 @@ std::uint32_t WaitForThreadEnd(ThreadHandle thread, std::uint32_t milliseconds) 
         return waitFailed;
     }
     Deadline const deadline(milliseconds);
-    // Who waits without a limit may as well wait in the join.
+    // A wait without a limit can join at once, without waiting for `ended` first.
     bool const isStarted = thread->isStarted.load(std::memory_order_acquire);
     bool const canJoin =
         (isStarted && milliseconds == waitForever) || AwaitChange(*thread, thread->ended, 0, deadline);

@@ -1,9 +1,13 @@
-// A zoneinfo file is a table of changes and, as the last line, the rule that holds after the last of them. From version
-// 2 on the table is there twice: first with times of 32 bits, for old readers, then with 64. Numbers are big-endian.
+// A zoneinfo file has a table of changes and, in its last line, a rule (PosixZone.h) for the time after the last
+// change. From version 2 on the table is there twice, first with times of 32 bits for old readers, then with 64 bits.
+// Numbers are big-endian.
 //
-// The year is read as a list of periods, each with one offset, from the table as far as that goes and from the last
-// line after it. Nothing in the file is believed: counts are compared with the bytes that are there, offsets and names
-// are checked, and a year with more changes than any zone ever had counts as damaged.
+// The present year is read as a list of periods, each with one offset from UTC: from the table as far as it goes,
+// then from the last line. For example, for Berlin: winter time until 29 March, summer time until 25 October, winter
+// time. If the last line gives the same periods, it is the result; otherwise a rule is made from the periods.
+//
+// Nothing in the file is trusted: counts are compared with the number of bytes, offsets and names are checked, and a
+// file with more changes in the year than any zone ever had is taken as damaged.
 #include "ZerlithCore/platform/posix/ZoneFile.h"
 
 #include <algorithm>
@@ -23,7 +27,7 @@ constexpr std::size_t mostPeriods = 16;
 constexpr std::size_t mostLeapSeconds = 256;
 constexpr std::int32_t longestOffset = 26 * 3600;
 constexpr std::int64_t always = std::numeric_limits<std::int64_t>::min();
-// Times beyond these are as good as never, and sums of these don't overflow.
+// Times beyond this are limited to it, so that sums of times can't overflow.
 constexpr std::int64_t farthestTime = std::int64_t{1} << 60;
 
 std::uint64_t Load(std::string_view bytes, std::size_t at, std::size_t size) {
@@ -41,13 +45,14 @@ std::int32_t LoadInt32(std::string_view bytes, std::size_t at) {
 struct LocalTime {
     std::int32_t offset = 0; // seconds, local time minus UTC
     bool isDaylight = false;
-    std::string_view name; // in the file, or in its last line as it was read
+    std::string_view name; // points into the file, or into the rule of its last line
 };
 
-// The arrays of one table, in place.
+// The arrays of one table, as views of the file.
 class Table {
 public:
-    // Takes a header and the arrays that follow it off the front of `rest`. Its times have `timeSize` bytes.
+    // Reads a header and the arrays that follow it from the start of `rest`, and removes them there. The table's
+    // times have `timeSize` bytes.
     static std::optional<Table> Take(std::string_view & rest, std::size_t timeSize) {
         if (rest.size() < headerSize || !rest.starts_with("TZif")) return std::nullopt;
         constexpr std::size_t firstCount = 20;
@@ -114,7 +119,7 @@ private:
 
     std::size_t timeSize_;
     std::string_view times_;
-    std::string_view indexes_; // of the local time that holds behind each change
+    std::string_view indexes_; // for each change the local time after it
     std::string_view localTimes_;
     std::string_view names_;
     std::string_view leaps_;
@@ -123,7 +128,7 @@ private:
 // --- The periods of a year
 
 struct Period {
-    std::int64_t start; // seconds since 1970 UTC; of the first one `always`
+    std::int64_t start; // seconds since 1970 UTC; `always` for the first one
     LocalTime time;
 };
 using Periods = std::vector<Period>;
@@ -181,7 +186,7 @@ std::optional<Periods> PeriodsOf(Table const & table, std::optional<PosixZone> c
     return periods;
 }
 
-// A change of the name alone is none; the later name counts.
+// Joins periods that differ only in the name; the later name is kept.
 Periods Merge(Periods const & periods) {
     Periods merged;
     for (Period const & period : periods)
@@ -206,7 +211,8 @@ PosixChange ChangeAt(std::int64_t wallTime) {
     return ChangeOn(day, static_cast<int>((moment - day).count()));
 }
 
-// A rule that has the offset of period `first` from there to period `behind`, and the offset of that one outside.
+// A possible rule for the year: the offset of period `first` from there to period `behind`, and the offset of
+// `behind` in the rest of the year.
 class Candidate {
 public:
     Candidate(Periods const & periods, std::size_t first, std::size_t behind)
@@ -217,7 +223,7 @@ public:
         return OffsetOf(period) == OffsetOf(isInside ? first_ : behind_);
     }
 
-    // How long it is right in that year, in seconds.
+    // How long the rule is right in that year, in seconds.
     [[nodiscard]] std::int64_t RightTime(Year const & year) const {
         std::int64_t sum = 0;
         for (std::size_t i = 0; i < periods_->size(); ++i) {
@@ -229,8 +235,9 @@ public:
         return sum;
     }
 
-    // The first period begins with the year. Where the file calls both local times the same, standard or daylight, the
-    // later one is standard time: it is the one that will stay.
+    // Makes the rule. A change at period 0 is placed at the start of the year. If the file marks both local times as
+    // standard, or both as daylight saving time, the later one is taken as standard time, since it is the one that
+    // will last.
     [[nodiscard]] PosixZone Rule(Year const & year) const {
         LocalTime const & inside = (*periods_)[first_].time;
         LocalTime const & outside = (*periods_)[behind_].time;

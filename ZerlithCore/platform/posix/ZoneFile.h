@@ -11,10 +11,10 @@ namespace KZPlatform {
 
 /// Reads `bytes`, the content of a zoneinfo file of any version. Nothing when they are damaged.
 ///
-/// The rule tells the year of `now`, which is in seconds since 1970. It is the last line of the file, where that tells
-/// the same changes in that year as the table of the file does, which is so for nearly all zones. Elsewhere the rule is
-/// made from the changes in the table. It has two changes a year and two offsets; a year that has more of either gets
-/// the rule that is right at `now` and for the greatest part of the year.
+/// The rule is that of the year of `now`, which is in seconds since 1970. Nearly always it is the last line of the
+/// file, because that agrees with the file's table in this year. Otherwise it is made from the changes in the table.
+/// A rule has two changes a year and two offsets. A year that has more of either gets the rule that is right at `now`
+/// and for the longest part of the year.
 [[nodiscard]] std::optional<PosixZone> ReadZoneFile(std::string_view bytes, std::int64_t now);
 
 } // namespace KZPlatform

@@ -1,5 +1,5 @@
-// Keys are made from zoneinfo files when they are asked for; a key tells the present year's rule and no other. The names
-// of zones and their cities are a generated table.
+// Makes the key of a zone from its zoneinfo file when it is asked for. A key holds the rule of the present year only.
+// The names of zones and their cities are a generated table.
 #include "ZerlithCore/platform/ZoneStore.h"
 
 #include "ZerlithCore/platform/Clock.h"
@@ -25,7 +25,7 @@ namespace {
 
 struct ZoneName {
     std::string_view name;
-    std::string_view cities; // between blanks; the first one gives the rule
+    std::string_view cities; // separated by blanks; the rule is that of the first one
 };
 
 constexpr ZoneName zoneNames[] = {
@@ -44,7 +44,7 @@ std::u16string Lowered(std::u16string_view text) {
     return result;
 }
 
-// Names of zones and their abbreviations are ASCII; what else a rule has between brackets becomes "?".
+// Names of zones and their abbreviations are ASCII. Anything else in a rule's angle brackets becomes "?".
 std::u16string Widen(std::string_view text) {
     std::u16string result;
     for (char const c : text)
@@ -54,14 +54,15 @@ std::u16string Widen(std::string_view text) {
 
 // --- Zoneinfo files
 
-// What tells of the state of the machine and not of the file: the same question may have an answer later.
+// Throws for an error that comes from the state of the machine and not from the file: the same call may succeed
+// later.
 void ThrowIfPassing(int error, std::string const & path) {
     if (error != EMFILE && error != ENFILE && error != ENOMEM && error != EIO) return;
     SetLastErrorNumber(error);
     throw std::system_error(error, std::generic_category(), path);
 }
 
-// Nothing when there is no such file.
+// Nothing when the file doesn't exist or can't be read.
 std::optional<std::string> ReadBytes(std::string const & path) {
     FileHandle file;
     std::string bytes;
@@ -108,8 +109,9 @@ std::chrono::year ThisYear() {
     return year_month_day(floor<days>(system_clock::now())).year();
 }
 
-// A rule by the day of the year is told as it falls in this one. The hour counts as a signed number, since a time before
-// midnight or beyond the next one has no other form: the day before a month's last Sunday isn't always its last Saturday.
+// The date of a change in the form of the registry: month, weekday, week. A change given by the day of the year is
+// converted as it falls in the present year. The hour is a signed number, because a time before 0:00 or after 24:00
+// can't be moved to another day: the day before the last Sunday of a month isn't always its last Saturday.
 std::array<std::uint16_t, 8> DateOf(PosixChange const & given) {
     bool const isByWeekDay = given.form == PosixChange::Form::MonthWeekDay;
     PosixChange const change = isByWeekDay ? given : ChangeOn(DayOf(given, ThisYear()), given.second);
@@ -149,7 +151,7 @@ std::string DisplayOf(PosixZone const & zone, std::string_view place) {
     return offset + city;
 }
 
-// "Tokyo Standard Time" has "Tokyo Daylight Time"; a name of another shape serves for both.
+// "Tokyo Standard Time" gives "Tokyo Daylight Time"; a name without "Standard Time" is used for both.
 std::string DaylightNameOf(std::string_view name) {
     constexpr std::string_view standard = "Standard Time";
     std::string result(name);
@@ -206,7 +208,7 @@ Overlay & ThisOverlay() {
 
 // --- The local zone
 
-// The city of a path into the zoneinfo folder, or nothing.
+// The city in a path such as "/usr/share/zoneinfo/Europe/Berlin": "Europe/Berlin". Empty for other paths.
 std::string CityOfPath(std::string_view path) {
     constexpr std::string_view folder = "/zoneinfo/";
     std::size_t const start = path.rfind(folder);
@@ -229,7 +231,7 @@ Place SystemPlace() {
     return {ReadZone(setting), city};
 }
 
-// TZ is a city or a path, with or without a colon in front, or a rule.
+// Reads a value of TZ: a city, a path or a rule; a colon at the start is ignored.
 Place PlaceOf(std::string_view setting) {
     if (setting.starts_with(':')) setting.remove_prefix(1);
     if (setting.starts_with('/')) return {ReadZone(std::string(setting)), CityOfPath(setting)};
@@ -254,7 +256,8 @@ std::optional<ZoneKey> OpenZoneKey(std::u16string_view path) {
     return row ? MakeNamedKey(*row) : std::nullopt;
 }
 
-// A name of the table whose city the system's data doesn't have isn't there; a damaged one is, and fails to open.
+// Leaves out a zone for whose city the system has no file. A zone whose file is damaged is listed, and can't be
+// opened.
 std::vector<std::u16string> ListZoneKeys(std::u16string_view path) {
     std::u16string const folder = Lowered(path);
     std::map<std::u16string, std::u16string> names; // by lower case

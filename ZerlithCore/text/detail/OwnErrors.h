@@ -1,6 +1,7 @@
 /// @file
-/// The library's own errors, for the rooms beneath `messages/`. An error object holds the source of its text, and texts
-/// need the calendar: so both functions are declared here and defined in `messages/KZOwnMessages.cpp`.
+/// Makes the library's own errors, for the rooms below `messages/`. An error object holds the source of its text, and
+/// texts need the calendar, which is above these rooms. So both functions are declared here and defined in
+/// `messages/KZOwnMessages.cpp`.
 #pragma once
 
 #include <initializer_list>

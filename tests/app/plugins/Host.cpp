@@ -1,6 +1,8 @@
-// The host of the plug-in tests: a program of its own, so that its console is compared as a user would see it. Options:
-// "poll" milliseconds; "noMenu"; "failures" tells behind the host's end what failed. With HOST_ON_THREAD it runs on a
-// KZThread; with PLUGIN_EVENT it lets a thread go on that a plug-in has left, and waits for it.
+// The host of the plug-in tests. It is a program of its own, so that its console is compared as a user would see it.
+//
+// - Options: "poll" with milliseconds; "noMenu"; "failures" prints what failed after the host has ended.
+// - With the variable HOST_ON_THREAD the host runs on a KZThread.
+// - With PLUGIN_EVENT it releases a thread that a plug-in has left running, and waits for that thread.
 #include "ZerlithCore/ZerlithCore.h"
 
 #include <cstdlib>

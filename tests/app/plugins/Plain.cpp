@@ -1,6 +1,9 @@
-// A plug-in that is what its definitions say: PLUGIN_NAME, PLUGIN_ID, PLUGIN_DEPENDS (a list of identities with names), and
-// PLUGIN_REFUSES if its Init fails. Where the variable PLUGIN_TROUBLE names the plug-in and a function, "D GetName" say,
-// that function throws; with "fault" behind it it faults, with "later" it throws only when Init has been called.
+// A plug-in that is described by the definitions of its target: PLUGIN_NAME, PLUGIN_ID, PLUGIN_DEPENDS (a list of
+// identities with names), and PLUGIN_REFUSES if its Init fails.
+//
+// The environment variable PLUGIN_TROUBLE names a plug-in and a function, such as "D GetName", and makes that
+// function throw. With "fault" after that the function faults instead; with "later" it throws only after Init has
+// been called.
 #include "ZerlithCore/ZerlithCore.h"
 
 #include <cstdlib>
@@ -19,7 +22,7 @@ void Say(char16_t const * what) {
     KZLockedCOUT().GetCout(1) << KZString(u"" PLUGIN_NAME) << L' ' << KZString(what) << std::endl;
 }
 
-// The sanitizers would end the process before the processor can raise the fault.
+// Not checked by the sanitizers, which would end the process before the processor raises the fault.
 __attribute__((no_sanitize("undefined", "address"))) void Fault() {
     *static_cast<int volatile *>(nullptr) = 1;
 }
@@ -66,7 +69,7 @@ public:
     }
 };
 
-KZPlugIn * lastMade = nullptr; // the leak checker finds it here when its destructor has failed
+KZPlugIn * lastMade = nullptr; // for the leak checker, when its destructor has failed
 
 } // namespace
 

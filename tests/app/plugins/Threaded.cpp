@@ -1,5 +1,9 @@
-// A plug-in on a thread of its own, which runs until it is asked to exit. The variable PLUGIN_MODE has it do something else:
-// "leave" objects that nobody takes back, leave a "thread" or the worker of a "pool", or "ask" the host while that is busy.
+// A plug-in on a thread of its own, which runs until it is asked to exit. The environment variable PLUGIN_MODE makes
+// it do something else:
+//
+// - "leave": it leaves objects that nobody takes back.
+// - "thread" or "pool": it leaves a thread, or a pool's worker, running.
+// - "ask": it calls the host while the host is busy.
 #include "ZerlithCore/ZerlithCore.h"
 
 #include <cstdlib>
@@ -18,7 +22,7 @@ struct AtUnloading {
     ~AtUnloading() { KZGetConsole() << L"library is gone" << std::endl; }
 } const atUnloading;
 
-// Objects of classes of this library, which destroy themselves by its code.
+// Objects of classes of this library; their destructors are code of this library.
 
 struct LeftTest : KZTestCase {
     LeftTest() : KZTestCase(u"left") {}
@@ -76,10 +80,10 @@ public:
     }
     KZErrorID Run() override {
         if (IsMode("thread") || IsMode("pool")) return KZErrorID(0);
-        // It is refused, but only when the host has listened.
+        // The host refuses this, but answers only when it isn't busy any more.
         if (IsMode("ask"))
             return KZApplicationWithPlugIns::GetApp()->LoadPlugIn(KZSmartPtr<KZPlugIn>(new KZLibPlugIn));
-        // What runs behind the end of the run is code of this library, too.
+        // The exit function runs after Run has ended, and is code of this library, too.
         KZThread::GetCurrentThreadP()->AddExitFunction(Callback(&Threaded::OnExit));
         Say(L"thread ready");
         static_cast<void>(stop_.wait(0xFFFFFFFFU));
@@ -93,7 +97,7 @@ private:
         return KZSmartPtr<KZCallback>(new KZCallbackMethVoid<Threaded>(u"", this, method));
     }
     void OnExit() {
-        KZThread::Milli_sleep(1000); // long enough to be overtaken by a host that doesn't wait
+        KZThread::Milli_sleep(1000); // long enough for a host that doesn't wait to get ahead
         Say(L"thread is gone");
     }
     void Find() {

@@ -1,4 +1,4 @@
-// A module without messages of its own that needs a library with some.
+// A module without messages that needs a library with messages.
 #include "ZerlithCore/messages/KZModuleMessages.h"
 
 extern "C" int MessagesAnswer();

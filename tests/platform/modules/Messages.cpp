@@ -1,4 +1,4 @@
-// A library with messages in two languages and one for all.
+// A library with messages in two languages, and one message for all languages.
 #include "ZerlithCore/messages/KZModuleMessages.h"
 
 KZ_MODULE_MESSAGES({1, KZLanguage::French, u"Bonjour, %s"}, {1, KZLanguage::EnglishUS, u"Good morning, %s"},
