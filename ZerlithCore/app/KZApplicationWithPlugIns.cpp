@@ -14,8 +14,8 @@
 #include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZSignalException.h"
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Signals.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <algorithm>
@@ -26,6 +26,8 @@
 using KZDetail::As;
 using KZDetail::Attempt;
 using KZDetail::CallGuarded;
+using KZDetail::OwnError;
+using KZDetail::OwnMessage;
 using KZDetail::Report;
 
 namespace {
@@ -39,14 +41,6 @@ template <class... Parts>
 void Write(Parts const &... parts) {
     KZLockedCOUT console;
     (console.GetCout(1) << ... << parts) << std::flush;
-}
-
-KZErrorID NamedError(long code, KZString const & plugIn, KZString const * dependent = nullptr) {
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code, KZErrorI::SeverityError);
-    KZErrorID id(error);
-    error->AddParam(plugIn);
-    if (dependent) error->AddParam(*dependent);
-    return id;
 }
 
 // The name is asked first, so that it is known if a later question throws.
@@ -357,7 +351,7 @@ KZErrorID KZApplicationWithPlugIns::Register(KZHostedPlugIn const & candidate) {
         return KZErrorID(0);
     }
     if (!FindPlugIn(candidate.description.id).IsNull())
-        return Report(NamedError(12, candidate.description.name));
+        return Report(OwnError(OwnMessage::IdentityInUse, {candidate.description.name}));
     AddCustomUsageInfo(candidate.description.usage);
     KZGuard<KZCriticalSection> const guard(state_->listLock);
     loaded_.reserve(loaded_.size() + 1);
@@ -374,7 +368,7 @@ KZErrorID KZApplicationWithPlugIns::AddMembers(KZHostedPlugIn const & container,
         if (error.Bad()) return error;
         // The member may have failed already, when its own turn came.
         if (checkDependents && StatusOf(*member) < KZPlugIn::Initialised)
-            return Report(NamedError(13, container.description.name));
+            return Report(OwnError(OwnMessage::DependencyFailed, {container.description.name}));
     }
     return KZErrorID(0);
 }
@@ -388,8 +382,9 @@ KZErrorID KZApplicationWithPlugIns::CheckDependents(KZSmartPtrToConst<KZPlugIn> 
     for (KZPlugIn::PlugInIdEx const & dependent : description.dependents) {
         KZSmartPtr<KZPlugIn> const found = FindPlugIn(dependent.id);
         if (!found.IsNull() && StatusOf(*found) >= KZPlugIn::Initialised) continue;
-        error = dependent.name.IsNull() ? NamedError(13, description.name)
-                                        : NamedError(14, description.name, &dependent.name);
+        error = dependent.name.IsNull()
+                    ? OwnError(OwnMessage::DependencyFailed, {description.name})
+                    : OwnError(OwnMessage::NoSuchDependency, {description.name, dependent.name});
         break;
     }
     return error.Bad() && report ? Report(error) : error;

@@ -13,6 +13,7 @@
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <optional>
 #include <ostream>
@@ -246,7 +247,7 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const
     KZGuard<KZFairLock> const guard(state_->lock);
     Candidate candidate(*state_, file);
     if (!candidate.Load()) {
-        KZErrorID const error(new KZWinLastError);
+        KZErrorID const error = KZDetail::LastSystemError();
         WriteLine(L"LoadLibrary fails on ", file, L": ", error.AsString());
         state_->NoteFailure({{}, {}, file, error});
         return error;

@@ -1,11 +1,11 @@
 #include "ZerlithCore/messages/KZMessageSource.h"
 
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/messages/KZPrintf.h"
 #include "ZerlithCore/platform/Console.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/ModuleMessages.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>
 #include <string>
@@ -23,7 +23,7 @@ constexpr Language languages[] = {
     {u"kor", 1042}, {u"ptb", 1046}, {u"esp", 1034}, {u"esm", 2058},
 };
 
-KZErrorID NoLanguages() { return KZErrorID(new KZError(glbKZOREMsgSourceP, 1)); }
+KZErrorID NoLanguages() { return KZDetail::OwnError(KZDetail::OwnMessage::OneLanguageOnly); }
 
 // Ends an argument list whatever happens.
 class ArgumentListCopy {

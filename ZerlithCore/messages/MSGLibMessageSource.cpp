@@ -2,13 +2,13 @@
 // copy needs no lock, and calls code of others: the error's.
 #include "ZerlithCore/messages/MSGLibMessageSource.h"
 
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/messages/MessageFile.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 namespace {
 
-KZErrorID NoFile() { return KZErrorID(new KZError(glbKZOREMsgSourceP, 6)); }
+KZErrorID NoFile() { return KZDetail::OwnError(KZDetail::OwnMessage::NoMessageFile); }
 
 } // namespace
 

@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr long UnsupportedCharacters = 11;
-
 // A size as `Reserve` takes it. More than a string can hold becomes what `Reserve` refuses.
 std::uint32_t RoomFor(std::size_t size) {
     return static_cast<std::uint32_t>(std::min<std::size_t>(size, KZString::npos));
@@ -79,7 +77,7 @@ KZErrorID KZLatinStringConverter::ConvertFromUnicode(std::string & dest, KZStrin
     unsigned seen = 0;
     for (char16_t const unit : src) seen |= unit;
     KZErrorID error;
-    if (seen >= 256) error = KZDetail::OwnError(UnsupportedCharacters);
+    if (seen >= 256) error = KZDetail::OwnError(KZDetail::OwnMessage::UnsupportedCharacters);
     dest.resize(units.size());
     std::ranges::transform(units, dest.begin(),
                            [](char16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; });
