@@ -23,7 +23,6 @@
 #include <ostream>
 #include <utility>
 
-using KZDetail::As;
 using KZDetail::Attempt;
 using KZDetail::CallGuarded;
 using KZDetail::OwnError;
@@ -53,7 +52,7 @@ void Describe(KZPlugIn const & plugIn, KZDetail::PlugInDescription & description
     description.dependents = plugIn.GetDependentV();
     description.usage = plugIn.GetUsageInfo();
     if (!description.isContainer) return;
-    if (auto const container = As<KZPlugInContainer>(plugIn, 6); !container.IsNull()) {
+    if (auto const container = KZInterfaceOf<KZPlugInContainer>(plugIn); !container.IsNull()) {
         auto const & members = container->GetPlugInList();
         description.members.assign(members.begin(), members.end());
     }
@@ -209,7 +208,7 @@ void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
     if (StatusOf(plugIn) == KZPlugIn::NotInitialised) return;
     // After `Run` the thread still runs exit functions, which may be code of the plug-in's library. So its end is awaited.
     CallGuarded([&] {
-        auto const threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
+        auto const threaded = KZInterfaceOf<KZThreadedRunPlugIn>(plugIn);
         if (!threaded.IsNull() && !threaded->thread_.IsNull()) threaded->thread_->Join();
     });
     // The plug-in is unloaded even if there is no memory for the message.
@@ -428,8 +427,8 @@ void KZApplicationWithPlugIns::Start(KZPlugIn & plugIn) {
     KZSmartPtr<KZRunPlugIn> runner;
     KZSmartPtr<KZThreadedRunPlugIn> threaded;
     KZErrorID const error = Attempt([&] {
-        runner = As<KZRunPlugIn>(plugIn, 5);
-        threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
+        runner = KZInterfaceOf<KZRunPlugIn>(plugIn);
+        threaded = KZInterfaceOf<KZThreadedRunPlugIn>(plugIn);
     });
     if (error.Bad()) return NoteRunFailure(plugIn, Report(error));
     Write(L"RUN> Running <", NameOf(plugIn), L">...");
@@ -474,7 +473,7 @@ void KZApplicationWithPlugIns::WaitForThreads(PlugInVector const & order) {
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
         if (StatusOf(*plugIn) < KZPlugIn::Running) continue;
         started.emplace_back();
-        CallGuarded([&] { started.back() = As<KZThreadedRunPlugIn>(*plugIn, 7); });
+        CallGuarded([&] { started.back() = KZInterfaceOf<KZThreadedRunPlugIn>(*plugIn); });
     }
     for (bool running = true; running;) {
         running = false;

@@ -32,7 +32,7 @@ unsigned long KZError::Release() const {
 }
 
 KZSmartPtr<KZObjectI> KZError::QueryInterface(int iuid) const {
-    if (iuid == 8) return KZSmartPtr<KZObjectI>(const_cast<KZError *>(this));
+    if (iuid == Iuid) return KZSmartPtr<KZObjectI>(const_cast<KZError *>(this));
     return KZObjectI::QueryInterface(iuid);
 }
 

@@ -16,6 +16,9 @@
 /// Thread safety: as KZErrorI.
 class KZ_EXPORT KZError : public KZErrorI {
 public:
+    /// The number of this class for `QueryInterface`; `GetIUID` returns that of KZErrorI.
+    static constexpr int Iuid = 8;
+
     /// Requires: `source` isn't null.
     KZError(KZSmartPtrToConst<KZMessageSource> const & source, long code, Severity severity = SeverityError);
     /// Copies code, severity and source; the copy's count is 0.
@@ -27,7 +30,7 @@ public:
     unsigned long Release() const override;
     /// The number of holders.
     unsigned long NbRef() const noexcept { return count_.Get(); }
-    /// Serves 3 and 8.
+    /// Serves `KZErrorI::Iuid` and `Iuid`.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
 
@@ -45,6 +48,8 @@ private:
 /// Filled by `AddParam` before it is wrapped, read-only afterwards. Copies own deep copies of the arguments.
 class KZ_EXPORT KZErrorWithArgs : public KZError {
 public:
+    static constexpr int Iuid = 9;
+
     KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
                     Severity severity = SeverityError);
     KZErrorWithArgs(KZErrorWithArgs const & other);
@@ -55,9 +60,9 @@ public:
     unsigned long AddRef() const override;
     unsigned long Release() const override;
     unsigned long NbRef() const noexcept { return count_.Get(); }
-    /// 9.
+    /// `Iuid`.
     int GetIUID() const override;
-    /// Serves 9 only.
+    /// Serves `Iuid` only.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
     unsigned int GetParameterCount() const override;

@@ -53,7 +53,7 @@ unsigned long KZErrorWithArgs::Release() const {
     return left;
 }
 
-int KZErrorWithArgs::GetIUID() const { return 9; }
+int KZErrorWithArgs::GetIUID() const { return Iuid; }
 
 KZSmartPtr<KZObjectI> KZErrorWithArgs::QueryInterface(int iuid) const {
     return KZObjectI::QueryInterface(iuid);

@@ -24,13 +24,6 @@ struct PlugInDescription {
     KZUsageInfo usage;
 };
 
-/// The result of `QueryInterface(iuid)` on the plug-in as an `Interface`; null when the plug-in isn't one.
-template <class Interface>
-KZSmartPtr<Interface> As(KZPlugIn const & plugIn, int iuid) {
-    KZSmartPtr<KZObjectI> const object = plugIn.QueryInterface(iuid);
-    return KZSmartPtr<Interface>(dynamic_cast<Interface *>(object.GetPtr()));
-}
-
 } // namespace KZDetail
 
 /// A registered plug-in.
