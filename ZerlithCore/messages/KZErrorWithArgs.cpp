@@ -4,13 +4,19 @@
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/time/KZDateTime.h"
 
+#include <type_traits>
 #include <variant>
 
-struct KZErrorWithArgs::Storage {
-    std::variant<std::monostate, double, int, long, KZString, KZDateTime, KZDouble> value;
-};
-
 namespace {
+
+using Argument = std::variant<std::monostate, double, int, long, KZString, KZDateTime, KZDouble>;
+
+template <std::size_t Type, class T>
+constexpr bool Holds = std::is_same_v<std::variant_alternative_t<Type, Argument>, T>;
+static_assert(Holds<KZErrorI::ParamNone, std::monostate> && Holds<KZErrorI::ParamDouble, double> &&
+              Holds<KZErrorI::ParamInt, int> && Holds<KZErrorI::ParamLong, long> &&
+              Holds<KZErrorI::ParamString, KZString> && Holds<KZErrorI::ParamDateTime, KZDateTime> &&
+              Holds<KZErrorI::ParamKZDouble, KZDouble>);
 
 KZString Formatted(char16_t const * format, auto value) {
     KZString text;
@@ -34,6 +40,10 @@ struct Printer {
 };
 
 } // namespace
+
+struct KZErrorWithArgs::Storage {
+    Argument value;
+};
 
 KZErrorWithArgs::KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
                                  Severity severity)

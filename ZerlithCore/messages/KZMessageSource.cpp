@@ -1,6 +1,7 @@
 #include "ZerlithCore/messages/KZMessageSource.h"
 
 #include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
 #include "ZerlithCore/messages/KZPrintf.h"
 #include "ZerlithCore/platform/Console.h"
 #include "ZerlithCore/platform/LastError.h"
@@ -19,8 +20,15 @@ struct Language {
 };
 
 constexpr Language languages[] = {
-    {u"enu", 1033}, {u"fra", 1036}, {u"nld", 1043}, {u"deu", 1031}, {u"jpn", 1041},
-    {u"kor", 1042}, {u"ptb", 1046}, {u"esp", 1034}, {u"esm", 2058},
+    {u"enu", KZLanguage::EnglishUS},
+    {u"fra", KZLanguage::French},
+    {u"nld", KZLanguage::Dutch},
+    {u"deu", KZLanguage::German},
+    {u"jpn", KZLanguage::Japanese},
+    {u"kor", KZLanguage::Korean},
+    {u"ptb", KZLanguage::PortugueseBrazil},
+    {u"esp", KZLanguage::Spanish},
+    {u"esm", KZLanguage::SpanishMexico},
 };
 
 KZErrorID NoLanguages() { return KZDetail::OwnError(KZDetail::OwnMessage::OneLanguageOnly); }
