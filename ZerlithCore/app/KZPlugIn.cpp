@@ -5,14 +5,6 @@
 KZPlugIn::KZPlugIn() = default;
 KZPlugIn::~KZPlugIn() = default;
 
-unsigned long KZPlugIn::AddRef() const { return count_.Increment(); }
-
-unsigned long KZPlugIn::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 int KZPlugIn::GetIUID() const { return Iuid; }
 
 bool KZPlugIn::IsKindOf(int iuid) const { return KZObjectI::IsKindOf(iuid); }

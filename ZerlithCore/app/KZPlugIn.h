@@ -34,7 +34,7 @@ class KZApplicationWithPlugIns;
 ///
 /// Thread safety: the host calls everything on its main thread, except `RequestExit`, which may be called on another one, and
 /// the `Run` of a threaded plug-in.
-class KZ_EXPORT KZPlugIn : public KZObjectI {
+class KZ_EXPORT KZPlugIn : public KZCounted<KZPlugIn, KZObjectI> {
 public:
     /// The number of this interface, as `QueryInterface` takes it.
     static constexpr int Iuid = 4;
@@ -62,9 +62,6 @@ public:
     KZPlugIn & operator=(KZPlugIn const &) = delete;
     ~KZPlugIn() override;
 
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    unsigned long NbRef() const noexcept { return count_.Get(); }
     /// `Iuid`.
     int GetIUID() const override;
     bool IsKindOf(int iuid) const override;
@@ -96,7 +93,6 @@ private:
     friend class KZApplicationWithPlugIns;
     friend class KZThreadedRunPlugIn;
 
-    KZCounter count_;
     std::atomic<Status> status_{NotInitialised};
 };
 

@@ -1,19 +1,10 @@
 /// @file
 /// Counted objects that can be asked for their interfaces by number.
 ///
-///     class Report : public KZObjectI {
+///     class Report : public KZCounted<Report, KZObjectI> {
 ///     public:
 ///         static constexpr int Iuid = 1000;
-///         unsigned long AddRef() const override { return count_.Increment(); }
-///         unsigned long Release() const override {
-///             unsigned long const left = count_.Decrement();
-///             if (left == 0) delete this;
-///             return left;
-///         }
 ///         int GetIUID() const override { return Iuid; }
-///
-///     private:
-///         KZCounter count_;
 ///     };
 ///
 ///     void Check(KZSmartPtr<KZObjectI> const & object) {

@@ -47,21 +47,13 @@ struct KZErrorWithArgs::Storage {
 
 KZErrorWithArgs::KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
                                  Severity severity)
-    : KZError(source, code, severity) {}
+    : KZCounted(source, code, severity) {}
 
 KZErrorWithArgs::KZErrorWithArgs(KZErrorWithArgs const & other) = default;
 
 KZErrorWithArgs & KZErrorWithArgs::operator=(KZErrorWithArgs const & other) = default;
 
 KZErrorWithArgs::~KZErrorWithArgs() = default;
-
-unsigned long KZErrorWithArgs::AddRef() const { return count_.Increment(); }
-
-unsigned long KZErrorWithArgs::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
 
 int KZErrorWithArgs::GetIUID() const { return Iuid; }
 

@@ -72,14 +72,6 @@ RCMessageSource::RCMessageSource(void * module) noexcept
 
 RCMessageSource::~RCMessageSource() = default;
 
-unsigned long RCMessageSource::AddRef() const { return count_.Increment(); }
-
-unsigned long RCMessageSource::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZErrorID RCMessageSource::AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                     KZFormatContext const & context) const {
     if (error.IsNull()) return KZErrorID(0);
@@ -156,14 +148,6 @@ bool RCMessageTableSource::RetrieveMessage(KZString & out, long code, long langu
 KZInRAMMessageSource::~KZInRAMMessageSource() = default;
 
 void KZInRAMMessageSource::Add(long code, KZString const & text) { texts_.emplace(code, text); }
-
-unsigned long KZInRAMMessageSource::AddRef() const { return count_.Increment(); }
-
-unsigned long KZInRAMMessageSource::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
 
 KZErrorID KZInRAMMessageSource::AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                          KZFormatContext const & context) const {

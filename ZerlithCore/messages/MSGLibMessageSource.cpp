@@ -44,14 +44,6 @@ MSGLibMessageSource::MSGLibMessageSource(char16_t const * path, char16_t const *
 
 MSGLibMessageSource::~MSGLibMessageSource() = default;
 
-unsigned long MSGLibMessageSource::AddRef() const { return count_.Increment(); }
-
-unsigned long MSGLibMessageSource::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZErrorID MSGLibMessageSource::AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                         KZFormatContext const & context) const {
     if (error.IsNull()) return KZErrorID(0);

@@ -102,12 +102,6 @@ KZSmartPtr<MessageFile> MessageFile::Create(KZString const & path, KZString cons
     return KZSmartPtr<MessageFile>(new MessageFile(path, prefix));
 }
 
-unsigned long MessageFile::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZErrorID MessageFile::SetLanguage(KZString const & language) {
     if (language.IsNull()) return OwnError(OwnMessage::InvalidLanguage);
     if (IsSame(language, language_) || IsSame(language, standIn_)) return KZErrorID(0);

@@ -21,12 +21,6 @@ std::uint32_t RoomFor(std::size_t size) {
 
 KZStringConverter::~KZStringConverter() = default;
 
-unsigned long KZStringConverter::Release() const {
-    unsigned long const count = count_.Decrement();
-    if (count == 0) delete this;
-    return count;
-}
-
 bool KZStringConverter::IsValid() const { return true; }
 
 char16_t * KZStringConverter::GetStrDataP(KZString & string) {

@@ -29,13 +29,10 @@ class KZString;
 /// What every converter can do.
 ///
 /// Thread safety: a converter has no state besides its count, so one may serve all threads.
-class KZ_EXPORT KZStringConverter : public KZRefCountI {
+class KZ_EXPORT KZStringConverter : public KZCounted<KZStringConverter, KZRefCountI> {
 public:
     KZStringConverter() noexcept = default;
     ~KZStringConverter() override;
-
-    unsigned long AddRef() const override { return count_.Increment(); }
-    unsigned long Release() const override;
 
     /// Replaces `dest` by the text of `src`.
     virtual KZErrorID ConvertToUnicode(KZString & dest, char const * src) const = 0;
@@ -44,17 +41,12 @@ public:
     /// True unless the converter can convert nothing at all.
     [[nodiscard]] virtual bool IsValid() const;
 
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
-
 protected:
     /// Direct access for converters: the text, in a block of the string's own with room for `Capacity()` units and a 0
     /// unit, and the length. Whoever writes a text ends it with a 0 unit and sets the length. Both are valid until the
     /// string is changed by other means.
     static char16_t * GetStrDataP(KZString & string);
     static std::uint32_t * GetStrDataLenP(KZString & string);
-
-private:
-    KZCounter count_;
 };
 
 /// A converter that can't fail: derived classes say how in two operations, which do nothing here.

@@ -95,12 +95,6 @@ KZThread::~KZThread() {
         JoinFromOther();
 }
 
-unsigned long KZThread::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZErrorID KZThread::Start(int priority) {
     std::size_t const stackBytes = StackBytes();
     KZThreadTable & table = KZThreadTable::Get();
@@ -132,7 +126,7 @@ bool KZThread::Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle) 
     }
     // The thread holds a reference, as the owner may release its own before the thread runs. It is early enough to add it here:
     // the thread can't end before it gets the lock, which the caller holds.
-    isHeldByRun_ = count_.Get() != 0;
+    isHeldByRun_ = NbRef() != 0;
     if (isHeldByRun_) AddRef();
     return true;
 }
