@@ -14,8 +14,8 @@
 #include "ZerlithCore/app/detail/KZPlugInGuard.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZSignalException.h"
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Signals.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <algorithm>
@@ -23,9 +23,10 @@
 #include <ostream>
 #include <utility>
 
-using KZDetail::As;
 using KZDetail::Attempt;
 using KZDetail::CallGuarded;
+using KZDetail::OwnError;
+using KZDetail::OwnMessage;
 using KZDetail::Report;
 
 namespace {
@@ -41,14 +42,6 @@ void Write(Parts const &... parts) {
     (console.GetCout(1) << ... << parts) << std::flush;
 }
 
-KZErrorID NamedError(long code, KZString const & plugIn, KZString const * dependent = nullptr) {
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code, KZErrorI::SeverityError);
-    KZErrorID id(error);
-    error->AddParam(plugIn);
-    if (dependent) error->AddParam(*dependent);
-    return id;
-}
-
 // The name is asked first, so that it is known if a later question throws.
 void Describe(KZPlugIn const & plugIn, KZDetail::PlugInDescription & description) {
     description.name = plugIn.GetName();
@@ -59,7 +52,7 @@ void Describe(KZPlugIn const & plugIn, KZDetail::PlugInDescription & description
     description.dependents = plugIn.GetDependentV();
     description.usage = plugIn.GetUsageInfo();
     if (!description.isContainer) return;
-    if (auto const container = As<KZPlugInContainer>(plugIn, 6); !container.IsNull()) {
+    if (auto const container = KZInterfaceOf<KZPlugInContainer>(plugIn); !container.IsNull()) {
         auto const & members = container->GetPlugInList();
         description.members.assign(members.begin(), members.end());
     }
@@ -215,7 +208,7 @@ void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
     if (StatusOf(plugIn) == KZPlugIn::NotInitialised) return;
     // After `Run` the thread still runs exit functions, which may be code of the plug-in's library. So its end is awaited.
     CallGuarded([&] {
-        auto const threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
+        auto const threaded = KZInterfaceOf<KZThreadedRunPlugIn>(plugIn);
         if (!threaded.IsNull() && !threaded->thread_.IsNull()) threaded->thread_->Join();
     });
     // The plug-in is unloaded even if there is no memory for the message.
@@ -357,7 +350,7 @@ KZErrorID KZApplicationWithPlugIns::Register(KZHostedPlugIn const & candidate) {
         return KZErrorID(0);
     }
     if (!FindPlugIn(candidate.description.id).IsNull())
-        return Report(NamedError(12, candidate.description.name));
+        return Report(OwnError(OwnMessage::IdentityInUse, {candidate.description.name}));
     AddCustomUsageInfo(candidate.description.usage);
     KZGuard<KZCriticalSection> const guard(state_->listLock);
     loaded_.reserve(loaded_.size() + 1);
@@ -374,7 +367,7 @@ KZErrorID KZApplicationWithPlugIns::AddMembers(KZHostedPlugIn const & container,
         if (error.Bad()) return error;
         // The member may have failed already, when its own turn came.
         if (checkDependents && StatusOf(*member) < KZPlugIn::Initialised)
-            return Report(NamedError(13, container.description.name));
+            return Report(OwnError(OwnMessage::DependencyFailed, {container.description.name}));
     }
     return KZErrorID(0);
 }
@@ -388,8 +381,9 @@ KZErrorID KZApplicationWithPlugIns::CheckDependents(KZSmartPtrToConst<KZPlugIn> 
     for (KZPlugIn::PlugInIdEx const & dependent : description.dependents) {
         KZSmartPtr<KZPlugIn> const found = FindPlugIn(dependent.id);
         if (!found.IsNull() && StatusOf(*found) >= KZPlugIn::Initialised) continue;
-        error = dependent.name.IsNull() ? NamedError(13, description.name)
-                                        : NamedError(14, description.name, &dependent.name);
+        error = dependent.name.IsNull()
+                    ? OwnError(OwnMessage::DependencyFailed, {description.name})
+                    : OwnError(OwnMessage::NoSuchDependency, {description.name, dependent.name});
         break;
     }
     return error.Bad() && report ? Report(error) : error;
@@ -433,8 +427,8 @@ void KZApplicationWithPlugIns::Start(KZPlugIn & plugIn) {
     KZSmartPtr<KZRunPlugIn> runner;
     KZSmartPtr<KZThreadedRunPlugIn> threaded;
     KZErrorID const error = Attempt([&] {
-        runner = As<KZRunPlugIn>(plugIn, 5);
-        threaded = As<KZThreadedRunPlugIn>(plugIn, 7);
+        runner = KZInterfaceOf<KZRunPlugIn>(plugIn);
+        threaded = KZInterfaceOf<KZThreadedRunPlugIn>(plugIn);
     });
     if (error.Bad()) return NoteRunFailure(plugIn, Report(error));
     Write(L"RUN> Running <", NameOf(plugIn), L">...");
@@ -479,7 +473,7 @@ void KZApplicationWithPlugIns::WaitForThreads(PlugInVector const & order) {
     for (KZSmartPtr<KZPlugIn> const & plugIn : order) {
         if (StatusOf(*plugIn) < KZPlugIn::Running) continue;
         started.emplace_back();
-        CallGuarded([&] { started.back() = As<KZThreadedRunPlugIn>(*plugIn, 7); });
+        CallGuarded([&] { started.back() = KZInterfaceOf<KZThreadedRunPlugIn>(*plugIn); });
     }
     for (bool running = true; running;) {
         running = false;

@@ -79,14 +79,6 @@ bool KZConfig::Open(KZString const & fileName) {
 
 bool KZConfig::IsOpen() const { return stream_.is_open(); }
 
-unsigned long KZConfig::AddRef() const { return count_.Increment(); }
-
-unsigned long KZConfig::Release() const {
-    unsigned long const count = count_.Decrement();
-    if (count == 0) delete this;
-    return count;
-}
-
 KZString const KZConfig::GetString(KZString const & section, KZString const & key,
                                    KZString const & defaultValue) const {
     KZString value;

@@ -20,7 +20,7 @@
 /// it returns the default.
 ///
 /// Thread safety: a look-up moves the stream, so one object is for one thread at a time.
-class KZ_EXPORT KZConfig : public KZConfigI {
+class KZ_EXPORT KZConfig : public KZCounted<KZConfig, KZConfigI> {
 public:
     /// Has no file: every look-up returns the default.
     KZConfig();
@@ -33,9 +33,6 @@ public:
     bool Open(KZString const & fileName);
     [[nodiscard]] bool IsOpen() const;
     [[nodiscard]] KZString const & GetFileName() const noexcept { return fileName_; }
-
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
 
     /// The value; the default if it is missing or empty.
     [[nodiscard]] KZString const GetString(KZString const & section, KZString const & key,
@@ -52,7 +49,6 @@ private:
 
     bool GetValue(KZString const & section, KZString const & key, KZString & value) const;
 
-    KZCounter count_;
     KZString fileName_;
     mutable KZFileStream stream_;
     KZCriticalSection lock_; // not used by any operation

@@ -29,14 +29,6 @@ KZSmartPtr<KZConfigFile> KZConfigFile::Load(KZString const & fileName) {
     return file;
 }
 
-unsigned long KZConfigFile::AddRef() const { return count_.Increment(); }
-
-unsigned long KZConfigFile::Release() const {
-    unsigned long const count = count_.Decrement();
-    if (count == 0) delete this;
-    return count;
-}
-
 KZString const KZConfigFile::GetString(KZString const & section, KZString const & key,
                                        KZString const & defaultValue) const {
     Guard guard(*this);

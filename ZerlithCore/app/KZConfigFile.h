@@ -46,7 +46,7 @@
 /// and the stream operators take the object's lock. Use iterators, and what they point to, only while the calling thread holds
 /// the lock. Take it with `Lock`, here or on any section, line or comments of the file, whenever several calls belong
 /// together.
-class KZ_EXPORT KZConfigFile : public KZConfigI, public KZConfigLockableI {
+class KZ_EXPORT KZConfigFile : public KZCounted<KZConfigFile, KZConfigI>, public KZConfigLockableI {
 public:
     using iterator = KZConfigSection *;
     using const_iterator = KZConfigSection const *;
@@ -59,10 +59,6 @@ public:
 
     /// A new object with the contents of the file; null when `Reload` fails.
     [[nodiscard]] static KZSmartPtr<KZConfigFile> Load(KZString const & fileName);
-
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
     /// The value, which may be empty; the default if it is missing.
     [[nodiscard]] KZString const GetString(KZString const & section, KZString const & key,
@@ -137,7 +133,6 @@ private:
     [[nodiscard]] bool SaveBy(bool (*write)(KZString const & path, void const * bytes,
                                             std::size_t size)) const;
 
-    KZCounter count_;
     std::vector<KZConfigSection> sections_;
     KZString fileName_;
     mutable KZCriticalSection lock_;

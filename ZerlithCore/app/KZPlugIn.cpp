@@ -6,20 +6,12 @@
 KZPlugIn::KZPlugIn() = default;
 KZPlugIn::~KZPlugIn() = default;
 
-unsigned long KZPlugIn::AddRef() const { return count_.Increment(); }
-
-unsigned long KZPlugIn::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
-int KZPlugIn::GetIUID() const { return 4; }
+int KZPlugIn::GetIUID() const { return Iuid; }
 
 bool KZPlugIn::IsKindOf(int iuid) const { return KZObjectI::IsKindOf(iuid); }
 
 KZSmartPtr<KZObjectI> KZPlugIn::QueryInterface(int iuid) const {
-    if (iuid == 4) return KZSmartPtr<KZObjectI>(const_cast<KZPlugIn *>(this));
+    if (iuid == Iuid) return KZSmartPtr<KZObjectI>(const_cast<KZPlugIn *>(this));
     return KZObjectI::QueryInterface(iuid);
 }
 
@@ -41,10 +33,10 @@ void KZPlugIn::RequestExit(bool) {}
 
 KZRunPlugIn::~KZRunPlugIn() = default;
 
-int KZRunPlugIn::GetIUID() const { return 5; }
+int KZRunPlugIn::GetIUID() const { return Iuid; }
 
 KZSmartPtr<KZObjectI> KZRunPlugIn::QueryInterface(int iuid) const {
-    if (iuid == 5) return KZSmartPtr<KZObjectI>(const_cast<KZRunPlugIn *>(this));
+    if (iuid == Iuid) return KZSmartPtr<KZObjectI>(const_cast<KZRunPlugIn *>(this));
     return KZPlugIn::QueryInterface(iuid);
 }
 
@@ -56,10 +48,10 @@ KZErrorID KZRunPlugIn::Init(KZApplicationWithPlugIns const &) { return KZErrorID
 
 KZPlugInContainer::~KZPlugInContainer() = default;
 
-int KZPlugInContainer::GetIUID() const { return 6; }
+int KZPlugInContainer::GetIUID() const { return Iuid; }
 
 KZSmartPtr<KZObjectI> KZPlugInContainer::QueryInterface(int iuid) const {
-    if (iuid == 6) return KZSmartPtr<KZObjectI>(const_cast<KZPlugInContainer *>(this));
+    if (iuid == Iuid) return KZSmartPtr<KZObjectI>(const_cast<KZPlugInContainer *>(this));
     return KZPlugIn::QueryInterface(iuid);
 }
 

@@ -34,8 +34,11 @@ class KZApplicationWithPlugIns;
 ///
 /// Thread safety: the host calls everything on its main thread, except `RequestExit`, which may be called on another one, and
 /// the `Run` of a threaded plug-in.
-class KZ_EXPORT KZPlugIn : public KZObjectI {
+class KZ_EXPORT KZPlugIn : public KZCounted<KZPlugIn, KZObjectI> {
 public:
+    /// The number of this interface, as `QueryInterface` takes it.
+    static constexpr int Iuid = 4;
+
     /// The state of a plug-in in the host.
     enum Status : int {
         NotInitialised = 0,
@@ -59,13 +62,10 @@ public:
     KZPlugIn & operator=(KZPlugIn const &) = delete;
     ~KZPlugIn() override;
 
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    unsigned long NbRef() const noexcept { return count_.Get(); }
-    /// Always 4.
+    /// `Iuid`.
     int GetIUID() const override;
     bool IsKindOf(int iuid) const override;
-    /// The plug-in itself for 4; otherwise as KZObjectI.
+    /// The plug-in itself for its `Iuid`; otherwise as KZObjectI.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
 
     /// The state that the host has set.
@@ -93,7 +93,6 @@ private:
     friend class KZApplicationWithPlugIns;
     friend class KZThreadedRunPlugIn;
 
-    KZCounter count_;
     std::atomic<Status> status_{NotInitialised};
 };
 
@@ -102,9 +101,11 @@ private:
 /// Thread safety: as KZPlugIn.
 class KZ_EXPORT KZRunPlugIn : public KZPlugIn {
 public:
+    static constexpr int Iuid = 5;
+
     ~KZRunPlugIn() override;
 
-    /// Always 5.
+    /// `Iuid`.
     int GetIUID() const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     bool IsRunningPlugIn() const override;
@@ -119,9 +120,11 @@ public:
 /// Thread safety: as KZPlugIn.
 class KZ_EXPORT KZPlugInContainer : public KZPlugIn {
 public:
+    static constexpr int Iuid = 6;
+
     ~KZPlugInContainer() override;
 
-    /// Always 6.
+    /// `Iuid`.
     int GetIUID() const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     bool IsContainerPlugIn() const override;

@@ -13,6 +13,7 @@
 #include "ZerlithCore/platform/Modules.h"
 #include "ZerlithCore/platform/Process.h"
 #include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <optional>
 #include <ostream>
@@ -181,9 +182,9 @@ int KZApplicationWithPlugIns::LoadAndRun() {
             static_cast<void>(LoadPlugInsFromDirectory(path.c_str(), Extension, EntryPoint, false));
         }
     } else {
-        state_->librariesNamed = 0;
+        std::size_t const namedBefore = state_->librariesNamed;
         static_cast<void>(LoadPlugInsFromDirectory(u".", Extension, EntryPoint, false));
-        if (state_->librariesNamed == 0) {
+        if (state_->librariesNamed == namedBefore) {
             WriteLine(L"Couldn't find any OSX to load.");
             return 1;
         }
@@ -217,7 +218,6 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
     if (configured && GetConfigFile().IsNull()) return KZErrorID(0);
     Found const files =
         configured ? FilesOfConfiguration(*GetConfigFile(), GetAppPath()) : FilesOfPlace(place, extension);
-    state_->librariesNamed += static_cast<unsigned int>(files.files.size());
 
     // Names from a list are relative to the working directory before the scan, names in the configuration file to the
     // program's directory.
@@ -229,15 +229,14 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
     if (changeDirectory && files.error.Good()) current.emplace(std::u16string_view(files.directory));
     KZErrorID result = files.error;
     KZGuard<KZFairLock> const guard(state_->lock);
-    std::uint32_t const before = loaded_.size();
-    Meanwhile const registering(state_->registerOnly, true);
+    KZPlugInScan const scan(*state_, complete.size());
     for (KZString const & file : complete) {
         WriteLine(L"LoadLibrary on ", file, L"...");
         KZErrorID const error = LoadPlugIn(file.c_str(), entryPoint);
         if (error.Bad() && result.Good()) result = error;
         if (error.Bad() && stopAtFirstError) break;
     }
-    for (std::uint32_t i = before; i < loaded_.size(); ++i) found.push_back(loaded_[i]);
+    scan.AppendFound(found);
     return result;
 }
 
@@ -246,7 +245,7 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const
     KZGuard<KZFairLock> const guard(state_->lock);
     Candidate candidate(*state_, file);
     if (!candidate.Load()) {
-        KZErrorID const error(new KZWinLastError);
+        KZErrorID const error = KZDetail::LastSystemError();
         WriteLine(L"LoadLibrary fails on ", file, L": ", error.AsString());
         state_->NoteFailure({{}, {}, file, error});
         return error;
@@ -277,7 +276,7 @@ KZErrorID KZApplicationWithPlugIns::TakePlugIn(void * library, KZString const & 
         return KZDetail::Report(error);
     }
     Meanwhile const loading(state_->loadingPath, file);
-    return AddPlugIn(plugIn, !state_->registerOnly);
+    return AddPlugIn(plugIn, state_->scan == nullptr);
 }
 
 KZApplicationWithPlugIns & KZApplicationWithPlugIns::SetCWDAsDllPath(char16_t const * directory) {

@@ -6,10 +6,10 @@
 
 KZThreadedRunPlugIn::~KZThreadedRunPlugIn() = default;
 
-int KZThreadedRunPlugIn::GetIUID() const { return 7; }
+int KZThreadedRunPlugIn::GetIUID() const { return Iuid; }
 
 KZSmartPtr<KZObjectI> KZThreadedRunPlugIn::QueryInterface(int iuid) const {
-    if (iuid == 7) return KZSmartPtr<KZObjectI>(const_cast<KZThreadedRunPlugIn *>(this));
+    if (iuid == Iuid) return KZSmartPtr<KZObjectI>(const_cast<KZThreadedRunPlugIn *>(this));
     return KZRunPlugIn::QueryInterface(iuid);
 }
 

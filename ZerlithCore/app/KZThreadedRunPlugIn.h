@@ -25,9 +25,11 @@
 /// Thread safety: `Run` is called on the plug-in's thread; `RequestExit` and `StopRequested` may be called on any other.
 class KZ_EXPORT KZThreadedRunPlugIn : public KZRunPlugIn {
 public:
+    static constexpr int Iuid = 7;
+
     ~KZThreadedRunPlugIn() override;
 
-    /// Always 7.
+    /// `Iuid`.
     int GetIUID() const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     /// Calls `StopRequested` if the plug-in runs. With `wait` it waits without limit until the run has ended.

@@ -15,12 +15,7 @@
 
 namespace {
 
-struct NameLock : KZPlatform::RecursiveLock {
-    void lock() noexcept { Lock(); }
-    void unlock() noexcept { Unlock(); }
-};
-
-constinit NameLock fileNameLock;
+constinit KZPlatform::RecursiveLock fileNameLock;
 
 KZString & FileName() {
     // Never destroyed: faults may be reported while the process ends.

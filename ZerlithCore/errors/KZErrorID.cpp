@@ -2,7 +2,7 @@
 
 KZErrorI::~KZErrorI() = default;
 
-int KZErrorI::GetIUID() const { return 3; }
+int KZErrorI::GetIUID() const { return Iuid; }
 
 bool KZErrorI::IsKindOf(int iuid) const { return KZObjectI::IsKindOf(iuid); }
 

@@ -33,10 +33,13 @@ public:
         ParamKZDouble = 6
     };
 
+    /// The number of this interface.
+    static constexpr int Iuid = 3;
+
     KZErrorI(long code, Severity severity) noexcept : code_(code), severity_(severity) {}
     ~KZErrorI() override;
 
-    /// 3.
+    /// `Iuid`.
     int GetIUID() const override;
     bool IsKindOf(int iuid) const override;
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override = 0;

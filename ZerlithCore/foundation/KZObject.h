@@ -1,23 +1,14 @@
 /// @file
 /// Counted objects that can be asked for their interfaces by number.
 ///
-///     class Report : public KZObjectI {
+///     class Report : public KZCounted<Report, KZObjectI> {
 ///     public:
-///         static constexpr int iuid = 1000;
-///         unsigned long AddRef() const override { return count_.Increment(); }
-///         unsigned long Release() const override {
-///             unsigned long const left = count_.Decrement();
-///             if (left == 0) delete this;
-///             return left;
-///         }
-///         int GetIUID() const override { return iuid; }
-///
-///     private:
-///         KZCounter count_;
+///         static constexpr int Iuid = 1000;
+///         int GetIUID() const override { return Iuid; }
 ///     };
 ///
 ///     void Check(KZSmartPtr<KZObjectI> const & object) {
-///         KZSmartPtr<KZObjectI> const report = object->QueryInterface(Report::iuid);    // null if it isn't one
+///         KZSmartPtr<Report> const report = KZInterfaceOf<Report>(*object);    // null if it isn't one
 ///     }
 #pragma once
 
@@ -26,9 +17,8 @@
 
 /// The base of errors and plug-ins: a counted object whose interfaces have numbers.
 ///
-/// A derived interface overrides `GetIUID` and `QueryInterface`; the latter compares its own number first and then
-/// calls that of its base. Numbers in use: 3 KZErrorI, 4 KZPlugIn, 5 KZRunPlugIn, 6 KZPlugInContainer,
-/// 7 KZThreadedRunPlugIn, 8 KZError, 9 KZErrorWithArgs.
+/// A derived interface has a constant `Iuid`, its number, and overrides `GetIUID` and `QueryInterface`; the latter compares
+/// its own number first and then calls that of its base. The library uses the numbers 3 to 9.
 ///
 /// Thread safety: as the derived class; those of the library may be asked, copied and dropped from any thread.
 class KZ_EXPORT KZObjectI : public KZRefCountI {
@@ -47,3 +37,11 @@ public:
     /// A handle on this object when `iuid` is one of its numbers, else a null handle.
     virtual KZSmartPtr<KZObjectI> QueryInterface(int iuid) const;
 };
+
+/// A handle on `object` as the `Interface` that `QueryInterface(Interface::Iuid)` returns; null when it returns none, or an
+/// object of another class. Also between a program and its plug-ins.
+template <class Interface>
+[[nodiscard]] KZSmartPtr<Interface> KZInterfaceOf(KZObjectI const & object) {
+    KZSmartPtr<KZObjectI> const found = object.QueryInterface(Interface::Iuid);
+    return KZSmartPtr<Interface>(dynamic_cast<Interface *>(found.GetPtr()));
+}

@@ -3,9 +3,3 @@
 KZRefCountI::~KZRefCountI() = default;
 
 KZRefCount::~KZRefCount() = default;
-
-unsigned long KZRefCount::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}

@@ -32,7 +32,7 @@ public:
 };
 
 /// A reference count as a member: atomic, writable in a const object, and never copied, since it belongs to the
-/// object's identity. Classes that implement `AddRef` and `Release` themselves hold one of these.
+/// object's identity. KZCounted holds one of these.
 ///
 /// Thread safety: all operations may be called from any thread.
 class KZCounter {
@@ -54,22 +54,51 @@ private:
     mutable std::atomic<std::uint32_t> count_{0};
 };
 
+namespace KZDetail {
+/// The base of counted classes that implement no interface.
+struct NoInterface {};
+} // namespace KZDetail
+
+/// Counts the owners of a `Counted`, which derives from it:
+///
+///     class Job : public KZCounted<Job> {};                        // plain functions
+///     class Failure : public KZCounted<Failure, KZErrorI> {};      // they override those of the interface
+///
+/// A new object and a copy have count 0; assignment leaves both counts alone. The last `Release` deletes the `Counted`, so a
+/// class that others derive from needs a virtual destructor.
+///
+/// Thread safety: all operations may be called from any thread.
+template <class Counted, class Interface = KZDetail::NoInterface>
+class KZ_EXPORT KZCounted : public Interface {
+public:
+    using Interface::Interface;
+
+    /// Adds an owner and returns the new count.
+    // Without "override": whether the interface has such a function depends on the interface.
+    unsigned long AddRef() const { return count_.Increment(); }
+    /// Removes an owner and returns the new count. At 0 the object has been deleted when the call returns.
+    unsigned long Release() const {
+        unsigned long const left = count_.Decrement();
+        if (left == 0) delete static_cast<Counted const *>(this);
+        return left;
+    }
+    /// The number of owners.
+    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
+
+private:
+    KZCounter count_;
+};
+
 /// The stock implementation of KZRefCountI.
 ///
 /// A new object and a copy have count 0; assignment leaves both counts alone. An object that was never given to a
 /// handle may be deleted by hand, or live on the stack.
 ///
 /// Thread safety: `AddRef` and `Release` may be called from any thread.
-class KZ_EXPORT KZRefCount : public KZRefCountI {
+class KZ_EXPORT KZRefCount : public KZCounted<KZRefCount, KZRefCountI> {
 public:
     ~KZRefCount() override;
 
-    unsigned long AddRef() const override { return count_.Increment(); }
-    unsigned long Release() const override;
-
     /// The present count.
-    operator unsigned long() const noexcept { return count_.Get(); }
-
-private:
-    KZCounter count_;
+    operator unsigned long() const noexcept { return NbRef(); }
 };

@@ -91,12 +91,6 @@ KZLogFile::~KZLogFile() {
     Close();
 }
 
-unsigned long KZLogFile::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 void KZLogFile::Close() {
     Guard const guard(lock_);
     isOpen_ = false;

@@ -79,7 +79,7 @@ private:
 /// written when the file takes lines again. A record of which the system took a part is completed. If the file ends in an
 /// unfinished line, since a process was killed or the disk was full, that line is filled up to a whole unit and ended before
 /// the next record. A line that this object left open itself is continued; one that another object left open is ended.
-class KZ_EXPORT KZLogFile : public KZLogFileI {
+class KZ_EXPORT KZLogFile : public KZCounted<KZLogFile, KZLogFileI> {
 public:
     /// Makes a log file that isn't open. Errors: std::bad_alloc.
     KZLogFile();
@@ -87,9 +87,6 @@ public:
     ~KZLogFile() override;
     KZLogFile(KZLogFile const &) = delete;
     KZLogFile & operator=(KZLogFile const &) = delete;
-
-    unsigned long AddRef() const override { return count_.Increment(); }
-    unsigned long Release() const override;
 
     void Close() override;
     void Flush() override;
@@ -118,7 +115,6 @@ private:
     void AppendLine(std::u16string_view text);
     void CountLost() noexcept;
 
-    KZCounter count_;
     bool autoFlush_ = false;
     mutable KZCriticalSection lock_;
     std::unique_ptr<KZDetail::RecordFile> file_;

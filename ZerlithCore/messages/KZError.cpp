@@ -15,7 +15,7 @@ KZString KZErrorID::AsString() const {
 // --- KZError
 
 KZError::KZError(KZSmartPtrToConst<KZMessageSource> const & source, long code, Severity severity)
-    : KZErrorI(code, severity), formatter_(source) {}
+    : KZCounted(code, severity), formatter_(source) {}
 
 KZError::KZError(KZError const & other) = default;
 
@@ -23,16 +23,8 @@ KZError & KZError::operator=(KZError const & other) = default;
 
 KZError::~KZError() = default;
 
-unsigned long KZError::AddRef() const { return count_.Increment(); }
-
-unsigned long KZError::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZSmartPtr<KZObjectI> KZError::QueryInterface(int iuid) const {
-    if (iuid == 8) return KZSmartPtr<KZObjectI>(const_cast<KZError *>(this));
+    if (iuid == Iuid) return KZSmartPtr<KZObjectI>(const_cast<KZError *>(this));
     return KZObjectI::QueryInterface(iuid);
 }
 
@@ -42,19 +34,11 @@ KZErrorID KZError::AsString(KZString & out, KZFormatContext const & context) con
 
 // --- KZErrorString
 
-KZErrorString::KZErrorString(KZString const & text) : KZErrorI(-1, SeverityError), text_(text) {}
+KZErrorString::KZErrorString(KZString const & text) : KZCounted(-1, SeverityError), text_(text) {}
 
-KZErrorString::KZErrorString() : KZErrorI(0, SeverityError) {}
+KZErrorString::KZErrorString() : KZCounted(0, SeverityError) {}
 
 KZErrorString::~KZErrorString() = default;
-
-unsigned long KZErrorString::AddRef() const { return count_.Increment(); }
-
-unsigned long KZErrorString::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
 
 KZSmartPtr<KZObjectI> KZErrorString::QueryInterface(int iuid) const {
     return KZObjectI::QueryInterface(iuid);

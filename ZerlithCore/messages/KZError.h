@@ -14,8 +14,11 @@
 /// An error whose text its message source makes, on demand, in the language then asked for.
 ///
 /// Thread safety: as KZErrorI.
-class KZ_EXPORT KZError : public KZErrorI {
+class KZ_EXPORT KZError : public KZCounted<KZError, KZErrorI> {
 public:
+    /// The number of this class for `QueryInterface`; `GetIUID` returns that of KZErrorI.
+    static constexpr int Iuid = 8;
+
     /// Requires: `source` isn't null.
     KZError(KZSmartPtrToConst<KZMessageSource> const & source, long code, Severity severity = SeverityError);
     /// Copies code, severity and source; the copy's count is 0.
@@ -23,11 +26,7 @@ public:
     KZError & operator=(KZError const & other);
     ~KZError() override;
 
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    /// The number of holders.
-    unsigned long NbRef() const noexcept { return count_.Get(); }
-    /// Serves 3 and 8.
+    /// Serves `KZErrorI::Iuid` and `Iuid`.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
 
@@ -36,28 +35,26 @@ public:
     }
 
 private:
-    KZCounter count_;
     KZSmartPtrToConst<KZMessageSource> formatter_;
 };
 
 /// An error with typed arguments, which its template refers to.
 ///
-/// Filled by `AddParam` before it is wrapped, read-only afterwards. Copies own deep copies of the arguments.
-class KZ_EXPORT KZErrorWithArgs : public KZError {
+/// Filled by `AddParam` before it is wrapped, read-only afterwards. Copies own deep copies of the arguments. It has a count of
+/// its own; that of its base class KZError stays unused.
+class KZ_EXPORT KZErrorWithArgs : public KZCounted<KZErrorWithArgs, KZError> {
 public:
+    static constexpr int Iuid = 9;
+
     KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
                     Severity severity = SeverityError);
     KZErrorWithArgs(KZErrorWithArgs const & other);
     KZErrorWithArgs & operator=(KZErrorWithArgs const & other);
     ~KZErrorWithArgs() override;
 
-    /// These work on a count of this class; the one of KZError stays unused.
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    unsigned long NbRef() const noexcept { return count_.Get(); }
-    /// 9.
+    /// `Iuid`.
     int GetIUID() const override;
-    /// Serves 9 only.
+    /// Serves `Iuid` only.
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
     unsigned int GetParameterCount() const override;
@@ -88,21 +85,17 @@ private:
     template <class T>
     bool Get(T & out, unsigned int index) const;
 
-    KZCounter count_;
     std::vector<Storage> params_;
 };
 
 /// An error whose text is fixed: code -1, severity 1, so always bad.
-class KZ_EXPORT KZErrorString : public KZErrorI {
+class KZ_EXPORT KZErrorString : public KZCounted<KZErrorString, KZErrorI> {
 public:
     explicit KZErrorString(KZString const & text);
     KZErrorString(KZErrorString const &) = default;
     KZErrorString & operator=(KZErrorString const &) = default;
     ~KZErrorString() override;
 
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    unsigned long NbRef() const noexcept { return count_.Get(); }
     KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override;
     KZErrorID AsString(KZString & out, KZFormatContext const & context) const override;
 
@@ -111,7 +104,6 @@ protected:
     KZErrorString();
 
 private:
-    KZCounter count_;
     KZString text_;
 };
 

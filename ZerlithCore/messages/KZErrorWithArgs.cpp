@@ -4,13 +4,19 @@
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/time/KZDateTime.h"
 
+#include <type_traits>
 #include <variant>
 
-struct KZErrorWithArgs::Storage {
-    std::variant<std::monostate, double, int, long, KZString, KZDateTime, KZDouble> value;
-};
-
 namespace {
+
+using Argument = std::variant<std::monostate, double, int, long, KZString, KZDateTime, KZDouble>;
+
+template <std::size_t Type, class T>
+constexpr bool Holds = std::is_same_v<std::variant_alternative_t<Type, Argument>, T>;
+static_assert(Holds<KZErrorI::ParamNone, std::monostate> && Holds<KZErrorI::ParamDouble, double> &&
+              Holds<KZErrorI::ParamInt, int> && Holds<KZErrorI::ParamLong, long> &&
+              Holds<KZErrorI::ParamString, KZString> && Holds<KZErrorI::ParamDateTime, KZDateTime> &&
+              Holds<KZErrorI::ParamKZDouble, KZDouble>);
 
 KZString Formatted(char16_t const * format, auto value) {
     KZString text;
@@ -35,9 +41,13 @@ struct Printer {
 
 } // namespace
 
+struct KZErrorWithArgs::Storage {
+    Argument value;
+};
+
 KZErrorWithArgs::KZErrorWithArgs(KZSmartPtrToConst<KZMessageSource> const & source, long code,
                                  Severity severity)
-    : KZError(source, code, severity) {}
+    : KZCounted(source, code, severity) {}
 
 KZErrorWithArgs::KZErrorWithArgs(KZErrorWithArgs const & other) = default;
 
@@ -45,15 +55,7 @@ KZErrorWithArgs & KZErrorWithArgs::operator=(KZErrorWithArgs const & other) = de
 
 KZErrorWithArgs::~KZErrorWithArgs() = default;
 
-unsigned long KZErrorWithArgs::AddRef() const { return count_.Increment(); }
-
-unsigned long KZErrorWithArgs::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
-int KZErrorWithArgs::GetIUID() const { return 9; }
+int KZErrorWithArgs::GetIUID() const { return Iuid; }
 
 KZSmartPtr<KZObjectI> KZErrorWithArgs::QueryInterface(int iuid) const {
     return KZObjectI::QueryInterface(iuid);

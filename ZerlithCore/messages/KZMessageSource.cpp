@@ -1,11 +1,12 @@
 #include "ZerlithCore/messages/KZMessageSource.h"
 
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/KZModuleMessages.h"
 #include "ZerlithCore/messages/KZPrintf.h"
 #include "ZerlithCore/platform/Console.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/ModuleMessages.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>
 #include <string>
@@ -19,11 +20,18 @@ struct Language {
 };
 
 constexpr Language languages[] = {
-    {u"enu", 1033}, {u"fra", 1036}, {u"nld", 1043}, {u"deu", 1031}, {u"jpn", 1041},
-    {u"kor", 1042}, {u"ptb", 1046}, {u"esp", 1034}, {u"esm", 2058},
+    {u"enu", KZLanguage::EnglishUS},
+    {u"fra", KZLanguage::French},
+    {u"nld", KZLanguage::Dutch},
+    {u"deu", KZLanguage::German},
+    {u"jpn", KZLanguage::Japanese},
+    {u"kor", KZLanguage::Korean},
+    {u"ptb", KZLanguage::PortugueseBrazil},
+    {u"esp", KZLanguage::Spanish},
+    {u"esm", KZLanguage::SpanishMexico},
 };
 
-KZErrorID NoLanguages() { return KZErrorID(new KZError(glbKZOREMsgSourceP, 1)); }
+KZErrorID NoLanguages() { return KZDetail::OwnError(KZDetail::OwnMessage::OneLanguageOnly); }
 
 // Ends an argument list whatever happens.
 class ArgumentListCopy {
@@ -63,14 +71,6 @@ RCMessageSource::RCMessageSource(void * module) noexcept
     : module_(module), hold_(KZPlatform::ModuleHold::OfHandle(module)) {}
 
 RCMessageSource::~RCMessageSource() = default;
-
-unsigned long RCMessageSource::AddRef() const { return count_.Increment(); }
-
-unsigned long RCMessageSource::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
 
 KZErrorID RCMessageSource::AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                     KZFormatContext const & context) const {
@@ -148,14 +148,6 @@ bool RCMessageTableSource::RetrieveMessage(KZString & out, long code, long langu
 KZInRAMMessageSource::~KZInRAMMessageSource() = default;
 
 void KZInRAMMessageSource::Add(long code, KZString const & text) { texts_.emplace(code, text); }
-
-unsigned long KZInRAMMessageSource::AddRef() const { return count_.Increment(); }
-
-unsigned long KZInRAMMessageSource::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
 
 KZErrorID KZInRAMMessageSource::AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                          KZFormatContext const & context) const {

@@ -60,16 +60,11 @@ protected:
 /// The module stays in memory as long as the source, and so as long as any error on it: its text can be asked for after a
 /// host has let go of the plug-in that made it. A source that is a static object of the module keeps it to the end of the
 /// process; make sources where they are needed if the module is to leave memory.
-class KZ_EXPORT RCMessageSource : public KZMessageSource {
+class KZ_EXPORT RCMessageSource : public KZCounted<RCMessageSource, KZMessageSource> {
 public:
     RCMessageSource(RCMessageSource const &) = default;
     RCMessageSource & operator=(RCMessageSource const &) = delete;
     ~RCMessageSource() override;
-
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    /// The number of holders.
-    unsigned long NbRef() const noexcept { return count_.Get(); }
 
     /// Always success.
     KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
@@ -101,7 +96,6 @@ protected:
     [[nodiscard]] void * GetModule() const noexcept { return module_; }
 
 private:
-    KZCounter count_;
     void * module_;
     KZPlatform::ModuleHold hold_;
 };
@@ -136,7 +130,7 @@ protected:
 /// Messages in a map in memory, one text for all languages. Copies have a map of their own.
 ///
 /// Thread safety: fill it before sharing it.
-class KZ_EXPORT KZInRAMMessageSource : public KZMessageSource {
+class KZ_EXPORT KZInRAMMessageSource : public KZCounted<KZInRAMMessageSource, KZMessageSource> {
 public:
     KZInRAMMessageSource() = default;
     KZInRAMMessageSource(KZInRAMMessageSource const &) = default;
@@ -145,11 +139,6 @@ public:
 
     /// Sets the text of `code`; a code that has one keeps it.
     void Add(long code, KZString const & text);
-
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    /// The number of holders.
-    unsigned long NbRef() const noexcept { return count_.Get(); }
 
     KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                        KZFormatContext const & context) const override;
@@ -166,6 +155,5 @@ public:
     KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const override;
 
 private:
-    KZCounter count_;
     std::map<long, KZString> texts_;
 };

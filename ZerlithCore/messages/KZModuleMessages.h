@@ -21,9 +21,9 @@
 /// The numbers of languages, and the language of the calling thread.
 struct KZ_EXPORT KZLanguage {
     /// Leaves the choice to the thread; of a text: it serves for all languages.
-    static constexpr long Neutral = 1024;
+    static constexpr long Neutral = KZPlatform::NeutralLanguage;
     static constexpr long German = 1031;
-    static constexpr long EnglishUS = 1033;
+    static constexpr long EnglishUS = KZPlatform::EnglishLanguage;
     static constexpr long Spanish = 1034;
     static constexpr long French = 1036;
     static constexpr long Japanese = 1041;

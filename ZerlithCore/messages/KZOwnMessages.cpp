@@ -3,29 +3,41 @@
 #include "ZerlithCore/messages/KZModuleMessages.h"
 #include "ZerlithCore/text/detail/OwnErrors.h"
 
+using KZDetail::OwnMessage;
+
+namespace {
+
+constexpr KZModuleMessage Own(OwnMessage message, char16_t const * text) {
+    return {static_cast<long>(message), KZLanguage::EnglishUS, text};
+}
+
+} // namespace
+
 // clang-format off
 KZ_MODULE_MESSAGES(
-    {1, KZLanguage::EnglishUS, u"Multiple languages in this kind of 'messagesource' are not supported."},
-    {2, KZLanguage::EnglishUS, u"Invalid (or empty) language code supplied (%s)."},
-    {3, KZLanguage::EnglishUS, u"Can't get message file name associated to language code specified (%s)"},
-    {4, KZLanguage::EnglishUS, u"The codepage number for language code '%s' doesn't seem to be valid (or installed ?)."},
-    {5, KZLanguage::EnglishUS, u"The %0:d message cannot be found in the message file %1:s."},
-    {6, KZLanguage::EnglishUS, u"Unable to open the message file."},
-    {7, KZLanguage::EnglishUS, u"Error converting the datetime."},
-    {8, KZLanguage::EnglishUS, u"Date '%0:s' is invalid for format '%1:s'."},
-    {9, KZLanguage::EnglishUS, u"Invalid date: '%s'."},
-    {10, KZLanguage::EnglishUS, u"The specified multi-bytes converter is NULL or invalid. Check the code page you "
-                                u"specified if you use a code page based converter."},
-    {11, KZLanguage::EnglishUS, u"The converter used does not support some of the characters in the string supplied."},
-    {12, KZLanguage::EnglishUS, u"<%0:s> ID's is used by another plugin or the plugin is already loaded in the "
-                                u"application."},
-    {13, KZLanguage::EnglishUS, u"<%0:s> failed dependency checking (NOT LOADED)."},
-    {14, KZLanguage::EnglishUS, u"<%0:s> Can't find dependent <%1:s>"},
-    {15, KZLanguage::EnglishUS, u"The thread is already started."},
-    {16, KZLanguage::EnglishUS, u"The test named <%0:s> failed its benchmark's tolerance of %1:d%%. Before this test, "
-                                u"the average time was %2:f secs and for this one, it tooks %3:f secs. The absolute "
-                                u"difference is %4:d%%. Delete the .PRF file if this is the new benchmark that you "
-                                u"want to set."})
+    Own(OwnMessage::OneLanguageOnly, u"Multiple languages in this kind of 'messagesource' are not supported."),
+    Own(OwnMessage::InvalidLanguage, u"Invalid (or empty) language code supplied (%s)."),
+    Own(OwnMessage::NoFileName, u"Can't get message file name associated to language code specified (%s)"),
+    Own(OwnMessage::InvalidCodePage,
+        u"The codepage number for language code '%s' doesn't seem to be valid (or installed ?)."),
+    Own(OwnMessage::NoSuchMessage, u"The %0:d message cannot be found in the message file %1:s."),
+    Own(OwnMessage::NoMessageFile, u"Unable to open the message file."),
+    Own(OwnMessage::CantConvertDate, u"Error converting the datetime."),
+    Own(OwnMessage::DateOfAnotherFormat, u"Date '%0:s' is invalid for format '%1:s'."),
+    Own(OwnMessage::InvalidDate, u"Invalid date: '%s'."),
+    Own(OwnMessage::InvalidConverter, u"The specified multi-bytes converter is NULL or invalid. Check the code page you "
+                                      u"specified if you use a code page based converter."),
+    Own(OwnMessage::UnsupportedCharacters,
+        u"The converter used does not support some of the characters in the string supplied."),
+    Own(OwnMessage::IdentityInUse,
+        u"<%0:s> ID's is used by another plugin or the plugin is already loaded in the application."),
+    Own(OwnMessage::DependencyFailed, u"<%0:s> failed dependency checking (NOT LOADED)."),
+    Own(OwnMessage::NoSuchDependency, u"<%0:s> Can't find dependent <%1:s>"),
+    Own(OwnMessage::ThreadStarted, u"The thread is already started."),
+    Own(OwnMessage::BenchmarkMissed,
+        u"The test named <%0:s> failed its benchmark's tolerance of %1:d%%. Before this test, the average time was %2:f "
+        u"secs and for this one, it tooks %3:f secs. The absolute difference is %4:d%%. Delete the .PRF file if this is "
+        u"the new benchmark that you want to set."))
 // clang-format on
 
 // Needs no constructor to be null, so whoever looks first finds null or the source.
@@ -47,11 +59,13 @@ struct Loading {
 
 } // namespace
 
-KZErrorID KZDetail::OwnError(long code, std::initializer_list<KZString> arguments) {
+KZErrorID KZDetail::OwnError(OwnMessage message, std::initializer_list<OwnArgument> arguments) {
+    auto const code = static_cast<long>(message);
     if (arguments.size() == 0) return new KZError(glbKZOREMsgSourceP, code);
     auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code);
     KZErrorID id(error);
-    for (KZString const & argument : arguments) error->AddParam(argument);
+    for (OwnArgument const & argument : arguments)
+        std::visit([=](auto const & value) { error->AddParam(value); }, argument);
     return id;
 }
 

@@ -2,13 +2,13 @@
 // copy needs no lock, and calls code of others: the error's.
 #include "ZerlithCore/messages/MSGLibMessageSource.h"
 
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/messages/MessageFile.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 namespace {
 
-KZErrorID NoFile() { return KZErrorID(new KZError(glbKZOREMsgSourceP, 6)); }
+KZErrorID NoFile() { return KZDetail::OwnError(KZDetail::OwnMessage::NoMessageFile); }
 
 } // namespace
 
@@ -43,14 +43,6 @@ MSGLibMessageSource::MSGLibMessageSource(char16_t const * path, char16_t const *
 }
 
 MSGLibMessageSource::~MSGLibMessageSource() = default;
-
-unsigned long MSGLibMessageSource::AddRef() const { return count_.Increment(); }
-
-unsigned long MSGLibMessageSource::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
 
 KZErrorID MSGLibMessageSource::AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                         KZFormatContext const & context) const {

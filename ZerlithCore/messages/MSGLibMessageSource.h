@@ -21,7 +21,7 @@ class MessageFile;
 /// Thread safety: all operations may be called from any thread; a switch and the look-up behind it are one step. The
 /// texts behind returned pointers stay until `Reload` or the end of the source, but no longer tell the truth when another
 /// thread switches the language. The first use of a language reads its file under the lock.
-class KZ_EXPORT MSGLibMessageSource : public KZMessageSource {
+class KZ_EXPORT MSGLibMessageSource : public KZCounted<MSGLibMessageSource, KZMessageSource> {
 public:
     /// `path` is the directory, empty for the current one. A `language` that is null or empty sets none; whether setting
     /// it has failed `IsValid` tells. Without (null) `path` or `prefix` there are no files, and every operation that
@@ -30,11 +30,6 @@ public:
     MSGLibMessageSource(MSGLibMessageSource const &) = delete;
     MSGLibMessageSource & operator=(MSGLibMessageSource const &) = delete;
     ~MSGLibMessageSource() override;
-
-    unsigned long AddRef() const override;
-    unsigned long Release() const override;
-    /// The number of holders.
-    unsigned long NbRef() const noexcept { return count_.Get(); }
 
     /// An invalid source gives "The MSGLibMessageSource specified is invalid or invalid language code. " with success.
     /// A null `error` leaves `out` alone. Errors: 5, and `out` is empty, when the file has no such message.
@@ -72,7 +67,6 @@ private:
     bool HasOpenFile() const;
     KZErrorID SwitchTo(KZString const & language) const;
 
-    KZCounter count_;
     mutable KZPlatform::RecursiveLock lock_;
     KZSmartPtr<MessageFile> file_;
 };

@@ -11,10 +11,10 @@
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/messages/DBMessage.h"
-#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/platform/Files.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Process.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>
 #include <ostream>
@@ -22,9 +22,10 @@
 #include <string_view>
 #include <utility>
 
-namespace {
+using KZDetail::OwnError;
+using KZDetail::OwnMessage;
 
-enum : long { InvalidLanguage = 2, NoFileName = 3, NoCodePage = 4, NoMessage = 5, NoFile = 6 };
+namespace {
 
 struct CodePage {
     char16_t const * language;
@@ -34,13 +35,6 @@ struct CodePage {
 constexpr CodePage codePages[] = {{u"jpn", 932}, {u"kor", 949}, {u"cht", 950}, {u"chs", 936}};
 
 constexpr char16_t const * lastResort = u"enu";
-
-KZErrorID Failure(long code, KZString const & argument) {
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, code);
-    KZErrorID const id(error);
-    error->AddParam(argument);
-    return id;
-}
 
 // The spelling seldom differs, and telling that is cheaper than comparing letters.
 bool IsSame(KZString const & a, KZString const & b) { return a == b || a.IsEqual(b, KZString::IgnoreCase); }
@@ -108,14 +102,8 @@ KZSmartPtr<MessageFile> MessageFile::Create(KZString const & path, KZString cons
     return KZSmartPtr<MessageFile>(new MessageFile(path, prefix));
 }
 
-unsigned long MessageFile::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZErrorID MessageFile::SetLanguage(KZString const & language) {
-    if (language.IsNull()) return KZErrorID(new KZError(glbKZOREMsgSourceP, InvalidLanguage));
+    if (language.IsNull()) return OwnError(OwnMessage::InvalidLanguage);
     if (IsSame(language, language_) || IsSame(language, standIn_)) return KZErrorID(0);
     KZString const nearest = IsInMemory(language) ? language : NearestLanguage(language);
     KZErrorID id(0);
@@ -173,7 +161,7 @@ void MessageFile::Reload() {
 }
 
 KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
-    if (!writer_.IsOpen()) return KZErrorID(new KZError(glbKZOREMsgSourceP, NoFile));
+    if (!writer_.IsOpen()) return OwnError(OwnMessage::NoMessageFile);
     std::ostringstream record;
     record.exceptions(std::ios_base::badbit); // Without memory it would hold a part.
     record << DBMessage(id, text, ConverterOf(language_));
@@ -186,7 +174,7 @@ KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
     bool const isOurs = written != 0 && writer_.Size() == end + static_cast<std::int64_t>(written);
     if (isOurs && writer_.Truncate(end)) writer_.Seek(end, KZPlatform::FileOrigin::Begin);
     KZPlatform::SetLastErrorNumber(reason);
-    return KZErrorID(new KZWinLastError);
+    return KZDetail::LastSystemError();
 }
 
 KZErrorID MessageFile::FetchMessage(KZString & out, long code) const {
@@ -199,11 +187,7 @@ KZErrorID MessageFile::FetchMessage(KZString & out, long code) const {
         break;
     }
     out.Clear();
-    auto * const error = new KZErrorWithArgs(glbKZOREMsgSourceP, NoMessage);
-    KZErrorID const id(error);
-    error->AddParam(code);
-    error->AddParam(fileName_);
-    return id;
+    return OwnError(OwnMessage::NoSuchMessage, {code, fileName_});
 }
 
 bool MessageFile::BuildFileIndex(Index & index, std::istream & stream) const {
@@ -291,7 +275,7 @@ KZString MessageFile::NearestLanguage(KZString const & language) {
 /// Without memory the former language stays: the new one would count as set, and asking for it again would do nothing.
 KZErrorID MessageFile::SwitchTo(KZString const & language) {
     KZString const fileName = GetMessageFileName(language);
-    if (fileName.IsNull()) return Failure(NoFileName, language);
+    if (fileName.IsNull()) return OwnError(OwnMessage::NoFileName, {language});
     KZString const formerLanguage = language_, formerName = fileName_, formerStandIn = standIn_;
     KZSmartPtr<KZStringConverter> const formerConverter = converter_;
     try {
@@ -313,11 +297,11 @@ KZErrorID MessageFile::OpenLanguage(KZString const & language, KZString const & 
     converter_ = ConverterOf(language);
     if (!converter_.IsNull() && !converter_->IsValid()) {
         Tell({false, language});
-        return Failure(NoCodePage, language);
+        return OwnError(OwnMessage::InvalidCodePage, {language});
     }
     if (Open(Read)) return KZErrorID(0);
     converter_ = former;
-    return Failure(InvalidLanguage, language);
+    return OwnError(OwnMessage::InvalidLanguage, {language});
 }
 
 bool MessageFile::OpenForReading() {

@@ -28,7 +28,7 @@
 /// The object is counted and ends with its last holder.
 ///
 /// Thread safety: `AddRef`, `Release` and `NbRef` may be called from any thread; all else needs outside locking.
-class KZ_EXPORT MessageFile {
+class KZ_EXPORT MessageFile : public KZCounted<MessageFile> {
 public:
     /// Texts by number.
     using Index = std::map<long, KZString>;
@@ -41,11 +41,6 @@ public:
     [[nodiscard]] static KZSmartPtr<MessageFile> Create(KZString const & path, KZString const & prefix);
     MessageFile(MessageFile const &) = delete;
     MessageFile & operator=(MessageFile const &) = delete;
-
-    unsigned long AddRef() const { return count_.Increment(); }
-    unsigned long Release() const;
-    /// The number of holders.
-    unsigned long NbRef() const noexcept { return count_.Get(); }
 
     /// Makes `language`, case ignored, the current one, and reads its file unless that is in memory.
     ///
@@ -115,6 +110,7 @@ public:
     [[nodiscard]] KZString const & GetPath() const noexcept { return directory_; }
 
 private:
+    friend class KZCounted<MessageFile>;
     friend class MSGLibMessageSource;
 
     /// What is told on the console: a fatal error with its cause, or a warning of a language's code page.
@@ -154,5 +150,4 @@ private:
     std::vector<KZString> languages_;
     KZPlatform::FileHandle writer_;
     std::vector<Notice> * deferred_ = nullptr; // where notices wait for who calls under a lock
-    KZCounter count_;
 };

@@ -31,6 +31,11 @@ public:
     /// Undoes one `Lock` or `TryLock`. A call by a thread that isn't the owner does nothing.
     void Unlock() noexcept;
 
+    // The same under the names that the guards of the standard library want.
+
+    void lock() noexcept { Lock(); }
+    void unlock() noexcept { Unlock(); }
+
     /// How often the owner holds the lock. Requires: the calling thread holds it.
     [[nodiscard]] std::uint32_t RecursionCount() const noexcept { return recursion_; }
 

@@ -91,12 +91,6 @@ int CompareBySmallTable(KZSmallTableCollator const & table, A const * aText, B c
 
 KZCollatorRefCount::~KZCollatorRefCount() = default;
 
-unsigned long KZCollatorRefCount::Release() const {
-    unsigned long const count = count_.Decrement();
-    if (count == 0) delete this;
-    return count;
-}
-
 KZCollator::~KZCollator() = default;
 
 // --- KZCollatingTable

@@ -30,17 +30,10 @@
 /// The reference count that a collator and its table share.
 ///
 /// Thread safety: all operations may be called from any thread.
-class KZ_EXPORT KZCollatorRefCount : public KZRefCountI {
+class KZ_EXPORT KZCollatorRefCount : public KZCounted<KZCollatorRefCount, KZRefCountI> {
 public:
     KZCollatorRefCount() noexcept = default;
     ~KZCollatorRefCount() override;
-
-    unsigned long AddRef() const override { return count_.Increment(); }
-    unsigned long Release() const override;
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
-
-private:
-    KZCounter count_;
 };
 
 /// Compares two texts: the result is below 0 when `a` comes before `b`, 0 when they are equal, above 0 when `a` comes

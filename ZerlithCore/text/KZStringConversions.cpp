@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr long InvalidConverter = 10;
-
 // A converter with a reference that is never released.
 template <class Converter>
 KZStringConverter const & SharedConverter() {
@@ -29,7 +27,7 @@ KZStringConverter const & ConverterOrLatin(KZSmartPtr<KZStringConverter> const &
 
 KZErrorID KZString::ConvertToUnicode(char const * source, KZSmartPtr<KZStringConverter> const & converter) {
     KZStringConverter const & chosen = ConverterOrLatin(converter);
-    if (!chosen.IsValid()) return KZDetail::OwnError(InvalidConverter);
+    if (!chosen.IsValid()) return KZDetail::OwnError(KZDetail::OwnMessage::InvalidConverter);
     return chosen.ConvertToUnicode(*this, source);
 }
 

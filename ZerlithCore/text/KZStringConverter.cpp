@@ -11,8 +11,6 @@
 
 namespace {
 
-constexpr long UnsupportedCharacters = 11;
-
 // A size as an argument of `Reserve`. A size beyond what a string can hold becomes one that `Reserve` refuses.
 std::uint32_t RoomFor(std::size_t size) {
     return static_cast<std::uint32_t>(std::min<std::size_t>(size, KZString::npos));
@@ -23,12 +21,6 @@ std::uint32_t RoomFor(std::size_t size) {
 // --- KZStringConverter
 
 KZStringConverter::~KZStringConverter() = default;
-
-unsigned long KZStringConverter::Release() const {
-    unsigned long const count = count_.Decrement();
-    if (count == 0) delete this;
-    return count;
-}
 
 bool KZStringConverter::IsValid() const { return true; }
 
@@ -80,7 +72,7 @@ KZErrorID KZLatinStringConverter::ConvertFromUnicode(std::string & dest, KZStrin
     unsigned seen = 0;
     for (char16_t const unit : src) seen |= unit;
     KZErrorID error;
-    if (seen >= 256) error = KZDetail::OwnError(UnsupportedCharacters);
+    if (seen >= 256) error = KZDetail::OwnError(KZDetail::OwnMessage::UnsupportedCharacters);
     dest.resize(units.size());
     std::ranges::transform(units, dest.begin(),
                            [](char16_t unit) { return unit < 256 ? static_cast<char>(unit) : '?'; });

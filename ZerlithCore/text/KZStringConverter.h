@@ -30,13 +30,10 @@ class KZString;
 /// The interface of all converters.
 ///
 /// Thread safety: a converter has no state besides its reference count, so several threads may use one.
-class KZ_EXPORT KZStringConverter : public KZRefCountI {
+class KZ_EXPORT KZStringConverter : public KZCounted<KZStringConverter, KZRefCountI> {
 public:
     KZStringConverter() noexcept = default;
     ~KZStringConverter() override;
-
-    unsigned long AddRef() const override { return count_.Increment(); }
-    unsigned long Release() const override;
 
     /// Replaces `dest` by the text of `src`.
     virtual KZErrorID ConvertToUnicode(KZString & dest, char const * src) const = 0;
@@ -45,17 +42,12 @@ public:
     /// False when no text can be converted, such as by a code page that doesn't exist.
     [[nodiscard]] virtual bool IsValid() const;
 
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
-
 protected:
     /// Direct access for derived converters: the text, in a block that no other string shares, with room for
     /// `Capacity()` units and a 0 unit; and the length. A converter that writes the text must end it with a 0 unit
     /// and set the length. Both pointers are valid until the string is changed in another way.
     static char16_t * GetStrDataP(KZString & string);
     static std::uint32_t * GetStrDataLenP(KZString & string);
-
-private:
-    KZCounter count_;
 };
 
 /// A converter that can't fail: derived classes override `ConvertMbToStr` and `ConvertStrToMb`.

@@ -15,24 +15,17 @@
 /// The base class of what a callback gets as its argument. It has a reference count and nothing else.
 ///
 /// Thread safety: `AddRef` and `Release` may be called from any thread.
-class KZ_EXPORT KZCallbackArgs {
+class KZ_EXPORT KZCallbackArgs : public KZCounted<KZCallbackArgs> {
 public:
     KZCallbackArgs() noexcept = default;
     virtual ~KZCallbackArgs();
-
-    unsigned long AddRef() const noexcept { return count_.Increment(); }
-    unsigned long Release() const;
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
-
-private:
-    KZCounter count_;
 };
 
 /// A function object with a reference count, a name and a stored argument.
 ///
 /// Thread safety: handles may be copied and dropped on several threads. Whether several threads may call it at once depends on
 /// the derived class.
-class KZ_EXPORT KZCallback {
+class KZ_EXPORT KZCallback : public KZCounted<KZCallback> {
 public:
     /// Stores `args`, which may be null, and holds a reference on it.
     explicit KZCallback(KZString const & name, KZCallbackArgs * args = nullptr);
@@ -48,14 +41,9 @@ public:
     [[nodiscard]] KZString const & GetName() const noexcept { return name_; }
     [[nodiscard]] KZSmartPtr<KZCallbackArgs> const & GetArgs() const noexcept { return args_; }
 
-    unsigned long AddRef() const noexcept { return count_.Increment(); }
-    unsigned long Release() const;
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
-
 private:
     KZString name_;
     KZSmartPtr<KZCallbackArgs> args_;
-    KZCounter count_;
 };
 
 /// A callback whose argument has a type of its own. `ArgsPointer` is a pointer or a smart pointer to a class derived from

@@ -6,7 +6,7 @@
 #include "ZerlithCore/threads/KZThread.h"
 
 #include "ZerlithCore/errors/KZException.h"
-#include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/text/detail/OwnErrors.h"
 #include "ZerlithCore/threads/detail/KZThreadTable.h"
 
 #include <cstdlib>
@@ -18,7 +18,6 @@ namespace {
 using TableGuard = KZGuard<KZMutex>;
 
 constexpr int comModelMask = 0xF;
-constexpr long alreadyStarted = 15; // the message of the library's own source
 
 std::atomic<int> defaultComModel{KZThread::NoCom};
 
@@ -96,23 +95,17 @@ KZThread::~KZThread() {
         JoinFromOther();
 }
 
-unsigned long KZThread::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 KZErrorID KZThread::Start(int priority) {
     std::size_t const stackBytes = StackBytes();
     KZThreadTable & table = KZThreadTable::Get();
     {
         KZGuard<KZCriticalSection> const guard(section_);
         TableGuard const tableGuard(table.mutex);
-        if (id_ != 0UL) return KZErrorID(new KZError(glbKZOREMsgSourceP, alreadyStarted));
+        if (id_ != 0UL) return KZDetail::OwnError(KZDetail::OwnMessage::ThreadStarted);
         std::shared_ptr<KZPlatform::ThreadRecord> const handle(
             KZPlatform::NewThread(&KZThread::StartThreadWrapper, this, stackBytes), &KZPlatform::CloseThread);
         if (handle && priority != 0 && !KZPlatform::SetPriorityOf(handle.get(), priority))
-            return KZErrorID(new KZWinLastError);
+            return KZDetail::LastSystemError();
         if (handle && Launch(handle)) return KZErrorID();
     }
     throw KZException(u"_beginthreadex failed in KZThread::Start()");
@@ -133,7 +126,7 @@ bool KZThread::Launch(std::shared_ptr<KZPlatform::ThreadRecord> const & handle) 
     }
     // The thread holds a reference, as the owner may release its own before the thread runs. It is early enough to add it here:
     // the thread can't end before it gets the lock, which the caller holds.
-    isHeldByRun_ = count_.Get() != 0;
+    isHeldByRun_ = NbRef() != 0;
     if (isHeldByRun_) AddRef();
     return true;
 }

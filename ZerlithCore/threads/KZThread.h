@@ -33,7 +33,7 @@ struct ThreadRecord;
 ///
 /// Thread safety: all operations may be called from any thread. Only `Join`, `WaitForThread` and the destructor wait for the
 /// end of a thread.
-class KZ_EXPORT KZThread {
+class KZ_EXPORT KZThread : public KZCounted<KZThread> {
 public:
     /// How the thread uses COM. On this system it is only a mark, which `IsSingleThreadedCOMApartment` reads.
     enum ComModel : int { NoCom = 0, SingleThreaded = 1, MultiThreaded = 2 };
@@ -44,10 +44,6 @@ public:
     KZThread & operator=(KZThread const &) = delete;
     /// Waits for the end of the thread first, unless it is the caller's own.
     virtual ~KZThread();
-
-    unsigned long AddRef() const noexcept { return count_.Increment(); }
-    unsigned long Release() const;
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 
     /// Starts the thread. If the object has a reference, the running thread holds one more until it ends. The size of the stack,
     /// in bytes, is the value of the environment variable KZ_THREAD_STACKSIZE at the first start in the process; the system's
@@ -151,7 +147,6 @@ private:
     void DropCallbacks() noexcept;
     void EndRun() noexcept;
 
-    KZCounter count_;
     std::atomic<bool> deleteOnEnd_{false};
     std::atomic<bool> joined_{false};
     bool isHeldByRun_ = false;

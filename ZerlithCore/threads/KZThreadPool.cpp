@@ -85,12 +85,6 @@ KZThreadPool::~KZThreadPool() {
     if (!workers_.empty()) RunWhatIsLeft(); // something is left if no worker could be started
 }
 
-unsigned long KZThreadPool::Release() const {
-    unsigned long const left = count_.Decrement();
-    if (left == 0) delete this;
-    return left;
-}
-
 bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
     if (callback.IsNull()) return false;
     Worker idle;

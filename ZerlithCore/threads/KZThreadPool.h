@@ -30,7 +30,7 @@
 /// Thread safety: all operations except construction and destruction may be called from any thread. A callback may post
 /// others. It may also destroy its own pool, for example by dropping the last handle: the destructor then runs what is left in
 /// the queue and waits for the other workers, and the worker of that callback ends when the callback returns.
-class KZ_EXPORT KZThreadPool {
+class KZ_EXPORT KZThreadPool : public KZCounted<KZThreadPool> {
 public:
     /// Returns the next callback for a worker, or null. Several workers may call it at once; the pool holds no lock then.
     using Factory = KZSmartPtr<KZCallback> (*)(KZThread_t thread, void * data);
@@ -63,10 +63,6 @@ public:
     /// could be started for them.
     virtual ~KZThreadPool();
 
-    unsigned long AddRef() const noexcept { return count_.Increment(); }
-    unsigned long Release() const;
-    [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
-
     /// Accepts `callback`. False, without effect, for null and after `Shutdown`. Errors: std::bad_alloc, without effect.
     bool Post(KZSmartPtr<KZCallback> callback);
     /// Accepts no more callbacks and lets the workers end, without waiting for that. Callbacks that are running are finished.
@@ -92,7 +88,6 @@ private:
     static KZSmartPtr<KZCallback> WaitForWork(ChildThreadInfo & info) noexcept;
     void RunWhatIsLeft() noexcept;
 
-    KZCounter count_;
     int priority_;
     std::vector<Worker> workers_;
     std::vector<Worker> idle_; // first the one that has been idle for the longest time

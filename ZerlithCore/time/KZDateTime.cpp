@@ -12,9 +12,10 @@
 #include <optional>
 #include <string_view>
 
-namespace {
+using KZDetail::OwnError;
+using KZDetail::OwnMessage;
 
-enum ErrorCode : long { CantConvert = 7, WrongForm = 8, NoSuchDate = 9 };
+namespace {
 
 constexpr std::int64_t secondsOfDay = 86400;
 constexpr std::size_t longestText = 65536;
@@ -199,12 +200,12 @@ KZDateTime::LocalTimeZone::operator KZTimeZone const &() const { return KZTimeZo
 KZErrorID KZDateTime::FromString(KZString const & text, KZString const & format, KZTimeZone const & zone) {
     Reader reader{std::u16string_view(text.c_str())};
     if (!reader.Read(format.c_str()) || !reader.IsAtEnd())
-        return KZDetail::OwnError(WrongForm, {text, format});
+        return OwnError(OwnMessage::DateOfAnotherFormat, {text, format});
     std::optional<std::int64_t> const local = SecondsOf(reader.fields);
-    if (!local) return KZDetail::OwnError(NoSuchDate, {text});
+    if (!local) return OwnError(OwnMessage::InvalidDate, {text});
     std::int64_t const utc = zone.LocalToUTC(*local);
     if (utc < 0 || utc > std::numeric_limits<std::uint32_t>::max())
-        return KZDetail::OwnError(NoSuchDate, {text});
+        return OwnError(OwnMessage::InvalidDate, {text});
     seconds_ = static_cast<std::uint32_t>(utc);
     return KZErrorID(0);
 }
@@ -217,7 +218,7 @@ KZErrorID KZDateTime::AsString(KZString & out, KZString const & format, KZTimeZo
     KZPlatform::ZoneMoment const moment{zone.GetLocalMinusUTC(seconds_), zone.GetName(seconds_)};
     auto const text = KZPlatform::FormatCalendar(CalendarOf(std::int64_t{seconds_} + moment.localMinusUtc),
                                                  moment, std::u16string_view(format), longestText);
-    if (!text) return KZDetail::OwnError(CantConvert);
+    if (!text) return OwnError(OwnMessage::CantConvertDate);
     out = KZString(std::u16string_view(*text));
     return KZErrorID(0);
 }

@@ -21,9 +21,9 @@ namespace {
 
 using KZDetail::DateAndTime;
 
-constexpr long noSuchDate = 9;
-
-KZErrorID Refuse(KZString const & text) { return KZDetail::OwnError(noSuchDate, {text}); }
+KZErrorID Refuse(KZString const & text) {
+    return KZDetail::OwnError(KZDetail::OwnMessage::InvalidDate, {text});
+}
 
 bool IsDigit(std::wint_t character) { return character >= L'0' && character <= L'9'; }
 

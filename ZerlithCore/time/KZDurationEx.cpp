@@ -22,6 +22,8 @@ constexpr UnitName unitNames[] = {{u"year", u"y"},   {u"month", u"mo"},      {u"
                                   {u"day", u"d"},    {u"hour", u"h"},        {u"minute", u"m"},
                                   {u"second", u"s"}, {u"millisecond", u"ms"}};
 
+static_assert(std::size(unitNames) == KZDurationEx::invalid);
+
 KZDurationEx::Unit UnitOf(std::u16string_view name) {
     auto const * const found = std::ranges::find_if(
         unitNames, [name](UnitName const & unit) { return name == unit.name || name == unit.shortName; });

@@ -84,7 +84,7 @@ KZDOMText KZDOMDocument::CreateText(KZString const & text) {
 KZDOMNode KZDOMDocument::Create(KZDOMNodeType type, KZString const & name, KZString const & nameSpace,
                                 KZString const & text) {
     KZPlatform::DocumentNode * made = nullptr;
-    auto const kind = static_cast<KZPlatform::DocumentNodeKind>(type);
+    KZPlatform::DocumentNodeKind const kind = KZDetail::KindOf(type);
     Check(Existing().Create(kind, ViewOf(name), ViewOf(nameSpace), ViewOf(text), made), InterfaceId);
     return KZDOMNode(KZSmartPtr<KZPlatform::DocumentNode>(made));
 }

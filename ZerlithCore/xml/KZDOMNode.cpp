@@ -33,7 +33,7 @@ DocumentNode & KZDOMNode::Existing() const { return KZDetail::Existing(node_.Get
 // --- What the node is
 
 KZDOMNodeType KZDOMNode::GetNodeType() const noexcept {
-    return node_.IsNull() ? KZDOMNodeType::Invalid : static_cast<KZDOMNodeType>(node_->Kind());
+    return node_.IsNull() ? KZDOMNodeType::Invalid : KZDetail::TypeOf(node_->Kind());
 }
 
 KZString KZDOMNode::GetName() const {

@@ -7,7 +7,7 @@
 #include <utility>
 #include <vector>
 
-/// The word counter, as other plug-ins see it: `QueryInterface(WordCountsI::Iuid)` on the plug-in of identity `Id`.
+/// The word counter, as other plug-ins see it: `KZInterfaceOf<WordCountsI>` of the plug-in of identity `Id`.
 class WordCountsI : public KZRunPlugIn {
 public:
     static constexpr int Iuid = 1001;

@@ -34,9 +34,9 @@ public:
     }
 
     KZErrorID Run() override {
-        KZSmartPtr<KZObjectI> const object = counter_->QueryInterface(WordCountsI::Iuid);
-        if (object.IsNull()) return KZErrorID(new KZErrorString(u"The word counter is of another kind"));
-        auto const & counts = static_cast<WordCountsI const &>(*object);
+        KZSmartPtr<WordCountsI> const counter = KZInterfaceOf<WordCountsI>(*counter_);
+        if (counter.IsNull()) return KZErrorID(new KZErrorString(u"The word counter is of another kind"));
+        WordCountsI const & counts = *counter;
         Print(counts);
         KZDOMDocument const report = MakeReport(counts);
         report.SaveToFile(xmlName_);

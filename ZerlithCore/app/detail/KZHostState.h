@@ -7,7 +7,9 @@
 #include "ZerlithCore/app/detail/KZFairLock.h"
 #include "ZerlithCore/app/detail/KZPlugInLibraries.h"
 
+#include <cstddef>
 #include <deque>
+#include <utility>
 #include <vector>
 
 namespace KZDetail {
@@ -24,13 +26,6 @@ struct PlugInDescription {
     KZUsageInfo usage;
 };
 
-/// The result of `QueryInterface(iuid)` on the plug-in as an `Interface`; null when the plug-in isn't one.
-template <class Interface>
-KZSmartPtr<Interface> As(KZPlugIn const & plugIn, int iuid) {
-    KZSmartPtr<KZObjectI> const object = plugIn.QueryInterface(iuid);
-    return KZSmartPtr<Interface>(dynamic_cast<Interface *>(object.GetPtr()));
-}
-
 } // namespace KZDetail
 
 /// A registered plug-in.
@@ -39,6 +34,8 @@ struct KZHostedPlugIn {
     KZString path; // of its library
     KZDetail::PlugInDescription description;
 };
+
+class KZPlugInScan;
 
 /// Two locks guard it. `lock` is the host's lock: it allows one operation at a time, and is taken before any lock of a plug-in.
 /// `listLock` guards the lists. A thread that changes them takes it after `lock`; a thread that only reads them takes it alone.
@@ -65,7 +62,33 @@ struct KZHostState {
 
     // Guarded by `lock`.
     KZPlugInLibraries libraries;
-    KZString loadingPath;      // the path of the library that is being loaded
-    bool registerOnly = false; // true during a scan, which initialises all plug-ins at its end
-    unsigned int librariesNamed = 0;
+    KZString loadingPath;           // the path of the library that is being loaded
+    KZPlugInScan * scan = nullptr;  // the scan under way; null when a program loads a library by itself
+    std::size_t librariesNamed = 0; // by all scans so far
+};
+
+/// A search for libraries, for as long as this object exists. A plug-in that is loaded meanwhile is registered but not
+/// initialised, because it may depend on one that is found later. Whoever makes the scan initialises the plug-ins it has found.
+///
+/// Requires: the host's lock, from construction to destruction.
+class KZPlugInScan {
+public:
+    /// `libraries` is the number of libraries that are about to be loaded.
+    KZPlugInScan(KZHostState & host, std::size_t libraries)
+        : host_(host), outer_(std::exchange(host.scan, this)), first_(host.plugIns.size()) {
+        host.librariesNamed += libraries;
+    }
+    ~KZPlugInScan() { host_.scan = outer_; }
+    KZPlugInScan(KZPlugInScan const &) = delete;
+    KZPlugInScan & operator=(KZPlugInScan const &) = delete;
+
+    /// Appends the plug-ins that were registered since the scan began to `found`, in the order of adding.
+    void AppendFound(KZSmartPtrVector<KZSmartPtr<KZPlugIn>> & found) const {
+        for (std::size_t i = first_; i < host_.plugIns.size(); ++i) found.push_back(host_.plugIns[i].plugIn);
+    }
+
+private:
+    KZHostState & host_;
+    KZPlugInScan * outer_; // a library may start a scan while it is being loaded
+    std::size_t first_;
 };

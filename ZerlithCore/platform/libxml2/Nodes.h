@@ -33,6 +33,23 @@ DocumentResult TransformNode(xmlNode const * source, xmlNode const * stylesheet,
 /// Replaces the content of a document's object.
 void Replace(Document & document, OwnedDoc doc);
 
+/// Tells whether a kind of node has one number in the document interface and in libxml2, so that it can be cast.
+constexpr bool HaveOneNumber(DocumentNodeKind kind, xmlElementType type) {
+    return static_cast<unsigned>(kind) == static_cast<unsigned>(type);
+}
+static_assert(HaveOneNumber(DocumentNodeKind::Element, XML_ELEMENT_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Attribute, XML_ATTRIBUTE_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Text, XML_TEXT_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::CData, XML_CDATA_SECTION_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::EntityReference, XML_ENTITY_REF_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Entity, XML_ENTITY_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Instruction, XML_PI_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Comment, XML_COMMENT_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Document, XML_DOCUMENT_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::DocumentType, XML_DOCUMENT_TYPE_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Fragment, XML_DOCUMENT_FRAG_NODE));
+static_assert(HaveOneNumber(DocumentNodeKind::Notation, XML_NOTATION_NODE));
+
 /// Makes an object for a node.
 [[nodiscard]] DocumentNode * MakeNode(Tree & tree, xmlNode * node);
 

@@ -5,6 +5,7 @@
 #include "ZerlithCore/foundation/KZGuid.h"
 #include "ZerlithCore/platform/Documents.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/xml/KZDOMNodeType.h"
 
 #include <string_view>
 #include <utility>
@@ -26,6 +27,10 @@ private:
 [[nodiscard]] inline std::u16string_view ViewOf(KZString const & text) noexcept {
     return std::u16string_view(text);
 }
+
+/// A kind of nodes of the document interface as users know it, and the reverse.
+[[nodiscard]] KZDOMNodeType TypeOf(KZPlatform::DocumentNodeKind kind) noexcept;
+[[nodiscard]] KZPlatform::DocumentNodeKind KindOf(KZDOMNodeType type) noexcept;
 
 /// Throws a KZDOMException if `result` is a failure.
 void Check(KZPlatform::DocumentResult const & result, KZGuid const & interfaceId);
