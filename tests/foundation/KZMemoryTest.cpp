@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <atomic>
 #include <barrier>
 #include <cstdlib>
 #include <new>
@@ -11,11 +12,14 @@
 
 namespace {
 constinit thread_local bool isMemoryOut = false;
+constinit std::atomic<int> glbMade{0};
 }
 
 // What the pool counts with comes from here.
 void * operator new(std::size_t size, std::align_val_t alignment, std::nothrow_t const &) noexcept {
-    return isMemoryOut ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
+    if (isMemoryOut) return nullptr;
+    ++glbMade;
+    return std::aligned_alloc(static_cast<std::size_t>(alignment), size);
 }
 
 namespace {
@@ -48,6 +52,7 @@ TEST(KMMemoryPool, CountsTheBytesOfAllThreads) {
         EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before + i);
         KMMemoryPool::Delete(blocks[0], i);
     }
+    EXPECT_LE(glbMade, 4) << "no more counters than threads at once";
 }
 
 } // namespace

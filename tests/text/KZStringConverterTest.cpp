@@ -186,5 +186,7 @@ TEST(KZWideText, StreamsUpToTheFirstZero) {
     std::wostringstream stream;
     stream.width(5);
     stream << KZString(u"ab") << KZString(u"c");
-    EXPECT_EQ(stream.str(), L"   abc");
+    stream.width(1);
+    stream << KZString() << KZString(u"d");
+    EXPECT_EQ(stream.str(), L"   abc d");
 }
