@@ -2,7 +2,6 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
-#include "ZerlithCore/messages/KZError.h"
 
 #include <gtest/gtest.h>
 
@@ -91,12 +90,7 @@ TEST(KZExceptionDeathTest, AnEmptyVariableDisablesStacks) {
         testing::ExitedWithCode(0), "");
 }
 
-TEST(KZException, DerivedOnesSayWhatTheSystemOrTheSourceSays) {
-    KZSmartPtr<KZInRAMMessageSource> const source(new KZInRAMMessageSource);
-    source->Add(7, u"seven");
-    KZMsgException const message(7, KZSmartPtr<KZMessageSource>(source.GetPtr()));
-    EXPECT_STREQ(message.what(), "seven");
-    EXPECT_STREQ(KZMsgException(7, nullptr).what(), "");
+TEST(KZException, KeepsTheNumberOfTheSystem) {
     KZWindowsLastErrorException const last;
     EXPECT_EQ(KZWindowsLastErrorException(last).GetErrorNumber(), last.GetErrorNumber());
 }
