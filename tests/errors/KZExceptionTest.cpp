@@ -2,6 +2,7 @@
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
+#include "ZerlithCore/errors/KZErrorID.h"
 
 #include <gtest/gtest.h>
 
@@ -16,10 +17,28 @@ std::wostringstream glbTold;
 struct ConsoleCapture {
     ConsoleCapture() {
         glbTold.str(L"");
-        KZLockedCOUT::SetStreamSource([](unsigned int) -> std::wostream & { return glbTold; });
+        KZLockedCOUT::SetStreamSource([](unsigned int level) -> std::wostream & {
+            EXPECT_EQ(level, 1U);
+            return glbTold;
+        });
     }
     ~ConsoleCapture() { KZLockedCOUT::SetStreamSource(nullptr); }
 };
+
+TEST(KZErrorI, HasNoParametersOfItsOwn) {
+    struct Plain : KZErrorI {
+        Plain() : KZErrorI(7, SeverityError) {}
+        unsigned long AddRef() const override { return 1; }
+        unsigned long Release() const override { return 0; }
+        KZSmartPtr<KZObjectI> QueryInterface(int iuid) const override {
+            return KZObjectI::QueryInterface(iuid);
+        }
+        KZErrorID AsString(KZString &, KZFormatContext const &) const override { return KZErrorID(); }
+    } const error;
+    EXPECT_TRUE(error.GetIUID() == 3 && error.IsKindOf(3) && !error.IsKindOf(4) && error.GetCode() == 7);
+    EXPECT_TRUE(error.GetParameterCount() == 0 && error.GetParameterType(0) == KZErrorI::ParamNone);
+    EXPECT_EQ(error.GetParameterValue(0), nullptr);
+}
 
 TEST(KZException, ShowsTheUserWhatStandsBehindTheMarker) {
     struct Case {

@@ -75,9 +75,6 @@ TEST(KZError, ServesItsInterfaces) {
         for (int const iuid : {0, 3, 4, 8, 9})
             EXPECT_EQ(error->IsKindOf(iuid), std::count(served.begin(), served.end(), iuid) == 1) << iuid;
     }
-    EXPECT_EQ(plain->GetParameterCount(), 0U);
-    EXPECT_EQ(plain->GetParameterType(0), KZErrorI::ParamNone);
-    EXPECT_EQ(plain->GetParameterValue(0), nullptr);
 }
 
 TEST(KZErrorWithArgs, GivesEachArgumentAsItsOwnTypeOnly) {
