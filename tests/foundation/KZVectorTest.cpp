@@ -47,6 +47,9 @@ TEST(KZVector, GrowsByHalfAndLaterByATenth) {
         KZTypedRawVector<int> vector;
         vector.reserve(c.size);
         EXPECT_EQ(vector.capacity(), c.size);
+        auto const * const block = vector.begin();
+        vector.reserve(c.size);
+        EXPECT_EQ(vector.begin(), block);
         vector.resize(c.size, 5);
         vector.insert(vector.end(), c.added, 6);
         EXPECT_EQ(vector.capacity(), c.capacity) << c.size;
