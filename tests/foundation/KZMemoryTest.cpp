@@ -13,7 +13,7 @@
 namespace {
 constinit thread_local bool isMemoryOut = false;
 constinit std::atomic<int> glbMade{0};
-}
+} // namespace
 
 // What the pool counts with comes from here.
 void * operator new(std::size_t size, std::align_val_t alignment, std::nothrow_t const &) noexcept {
@@ -28,6 +28,13 @@ TEST(KMMemoryPool, CountsTheBytesOfAllThreads) {
     std::size_t const before = KMMemoryPool::GetUsedMemory();
     KMMemoryPool::Delete(nullptr, 7);
     std::array<void *, 4> blocks{};
+    // What threads have counted stays when they have ended, and others count on.
+    for (std::size_t i = 1; i <= 8; ++i) {
+        std::thread([&] { blocks[0] = KMMemoryPool::New(i); }).join();
+        EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before + i);
+        KMMemoryPool::Delete(blocks[0], i);
+    }
+
     std::barrier step(5);
     std::vector<std::thread> threads;
     for (std::size_t i = 0; i < 4; ++i)
@@ -45,14 +52,7 @@ TEST(KMMemoryPool, CountsTheBytesOfAllThreads) {
     step.arrive_and_wait();
     for (std::thread & thread : threads) thread.join();
     EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before);
-
-    // What threads have counted stays when they have ended, and others count on.
-    for (std::size_t i = 1; i <= 8; ++i) {
-        std::thread([&] { blocks[0] = KMMemoryPool::New(i); }).join();
-        EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before + i);
-        KMMemoryPool::Delete(blocks[0], i);
-    }
-    EXPECT_LE(glbMade, 4) << "no more counters than threads at once";
+    EXPECT_LE(glbMade, 5) << "no more counters than threads at once";
 }
 
 } // namespace
