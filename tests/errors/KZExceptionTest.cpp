@@ -74,17 +74,10 @@ TEST(KZException, WritesItsReportOnceWhenTracing) {
     EXPECT_EQ(glbTold.str(), L"the whole report");
 }
 
-TEST(KZException, ComposesTheReportLineByLine) {
+TEST(KZException, ComposesItsReport) {
     ConsoleCapture const capture;
     KZException(u"what happened", true).LogInErrorFile();
-    std::wstring const text = glbTold.str();
-    EXPECT_EQ(
-        text.find(
-            L"The application encountered an unexpected situation. Please contact technical support for "
-            L"assistance.\nDATE:      "),
-        0U);
-    EXPECT_NE(text.find(L"\nTHREAD:    "), std::wstring::npos);
-    EXPECT_NE(text.find(L"\nEXCEPTION: what happened\nSTACK:\n\n\n"), std::wstring::npos);
+    EXPECT_NE(glbTold.str().find(L"\nEXCEPTION: what happened\nSTACK:\n\n\n"), std::wstring::npos);
 }
 
 __attribute__((noinline)) KZException MakeDeepInside() { return KZException(u"deep"); }
