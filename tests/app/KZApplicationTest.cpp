@@ -125,6 +125,9 @@ TEST_F(KZApplicationTest, ShowsItsUsageInColumns) {
     own.AddCmdLineArgDesc(u"much-too-long-for-the-column:{value}", u"What it is for.");
     application.AddCustomUsageInfo(own);
     std::wostringstream out;
+    EXPECT_FALSE(KZApplication(Line(Config("")), capture).DisplayUsageIfNecessary(&out));
+    EXPECT_TRUE(KZApplication(Line(Config("") + "/?"), capture).DisplayUsageIfNecessary(&out));
+    out.str({});
     EXPECT_TRUE(application.DisplayUsageIfNecessary(&out));
     std::wstring const text = out.str(), banner(78, L'*');
     EXPECT_EQ(text.find(banner + L'\n' + banner + L"\nUSAGE: test_app [options list] \n" + banner +

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <random>
 #include <sstream>
 #include <thread>
@@ -22,6 +23,7 @@ std::wstring Rewritten(std::wstring const & text, Part && part) {
     try {
         in >> part;
     } catch (KZConfigStreamException const & exception) {
+        EXPECT_TRUE(exception.Stack().IsNull());
         return KZToWide(exception.What());
     }
     std::wostringstream out;
@@ -281,8 +283,16 @@ TEST(KZConfigFile, SetsValuesAndKeepsComments) {
     std::wostringstream out;
     out << file;
     EXPECT_EQ(out.str(), L"[A]\nd=0.500000\n;c\nk=-2147483647\ns= x \n[New]\nyes=yes\nno=no\n");
-    line.SetValue(u"TRUE");
-    EXPECT_TRUE(line.GetValueAsBool());
+    for (auto const & [word, isTrue] : std::map<KZString, bool>{{u"1", true},
+                                                                {u"Yes", true},
+                                                                {u"TRUE", true},
+                                                                {u"on", true},
+                                                                {u"", false},
+                                                                {u"0", false},
+                                                                {u"y", false}}) {
+        line.SetValue(word);
+        EXPECT_EQ(line.GetValueAsBool(), isTrue) << word.AsUTF8();
+    }
 }
 
 TEST(KZConfigFile, InsertsAndDeletesAnywhere) {
@@ -370,6 +380,8 @@ TEST(KZConfigLockable, AnyPartLocksTheFile) {
         for (auto line = each->GetLinesBegin(); line != each->GetLinesEnd(); ++line)
             EXPECT_EQ(line->GetOwner(), each);
     }
+    file.AddSection(u"Z")->AddLine(u"k", u"")->Lock();
+    file.DeleteSection(file.FindSection(u"Z")); // lets go of the file, or the threads would wait
     constexpr int rounds = 2000;
     auto const count = [&file](auto const & lockable) {
         for (int i = 0; i < rounds; ++i) {

@@ -1,7 +1,11 @@
 #include "ZerlithCore/app/KZApplicationWithPlugIns.h"
+#include "ZerlithCore/app/KZConfig.h"
+#include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 #include "ZerlithCore/app/detail/KZFairLock.h"
+#include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
+#include "foundation/EndsWithItsLastHandle.h"
 
 #include <gtest/gtest.h>
 
@@ -37,6 +41,7 @@ public:
     KZString GetName() const override { return u"Threaded"; }
     KZGuid GetId() const override { return {9, 0, 0, 0}; }
     KZErrorID Run() override {
+        if (fails) throw KZException(u"no luck", true);
         if (!host_) RequestExit(false); // asks itself to exit; returns, as it doesn't wait
         isRunning.Post();
         static_cast<void>(stop_.Wait(0xFFFFFFFFU));
@@ -47,6 +52,7 @@ public:
         stop_.Post();
     }
     int stops = 0;
+    bool fails = false;
     KZEventSemaphore isRunning;
 
 private:
@@ -77,6 +83,9 @@ TEST(KZPlugIn, EachKindAnswersItsNumbers) {
     EXPECT_EQ(threaded->GetIUID(), 7);
     EXPECT_EQ(threaded->NbRef(), 1UL);
     EXPECT_EQ(KZLibPlugIn().GetName(), u"ZerlithCore PlugIn");
+    EXPECT_EQ(KZLibPlugIn().GetUsageInfo().GetCmdLineArgDescCount(), 1U);
+    EXPECT_TRUE(EndsWithItsLastHandle<Threaded>() && EndsWithItsLastHandle<KZConfigFile>(u"") &&
+                EndsWithItsLastHandle<KZConfig>());
 }
 
 TEST(KZThreadedRunPlugIn, IsAskedToStopOnlyWhileItRuns) {
@@ -89,6 +98,27 @@ TEST(KZThreadedRunPlugIn, IsAskedToStopOnlyWhileItRuns) {
     EXPECT_EQ(threaded->GetStatus(), KZPlugIn::Ended);
     threaded->RequestExit(true);
     EXPECT_EQ(threaded->stops, 1);
+    threaded->fails = true;
+    testing::internal::CaptureStdout();
+    threaded->RunInThread();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "ERR> ***no luck\n");
+    EXPECT_EQ(threaded->GetStatus(), KZPlugIn::Ended);
+}
+
+TEST(KZThreadedRunPlugIn, IsAwaitedByItsHost) {
+    struct Short : Threaded {
+        KZErrorID Run() override {
+            KZThread::Milli_sleep(50); // a host that doesn't wait asks meanwhile
+            return KZErrorID(0);
+        }
+    };
+    Host host;
+    host.SetPollInterval(1);
+    KZSmartPtr<Short> const once(new Short);
+    EXPECT_TRUE(host.LoadPlugIn(KZSmartPtr<KZPlugIn>(once)).Good());
+    host.Run();
+    EXPECT_EQ(once->stops, 0);
+    EXPECT_EQ(once->GetStatus(), KZPlugIn::Ended);
 }
 
 TEST(KZApplicationWithPlugIns, WaitsForAPlugInThatNeedsIt) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <iostream>
 #include <sstream>
 #include <stdexcept>
 
@@ -52,6 +53,14 @@ TEST(KZUnitTest, LeavesAtTheEndOfTheInput) {
     menu.DisplayMenuAndExecuteUserChoice(menu.GetTestList(), out, in);
     EXPECT_NE(out.str().find(L"0 of 1 passed"), std::wstring::npos);
     EXPECT_EQ(menu.GetTestList().size(), 101U);
+
+    std::istringstream typed("x\nq\nrest");
+    std::streambuf * const former = std::cin.rdbuf(typed.rdbuf());
+    testing::internal::CaptureStdout();
+    menu.DisplayMenuAndExecuteUserChoice();
+    std::cin.rdbuf(former);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("There is no choice \"x\"."), std::string::npos);
+    EXPECT_EQ(typed.get(), 'r') << "reads no more than it needs";
 }
 
 } // namespace

@@ -21,6 +21,9 @@ TEST(WideText, JoinsAndSplitsPairs) {
     for (Case const & c : cases) {
         EXPECT_EQ(ToWide(c.units), c.wide) << c.what;
         EXPECT_EQ(FromWide(c.wide), c.units) << c.what;
+        std::u16string filled(c.units.size(), u'?');
+        EXPECT_EQ(FromWide(c.wide, filled.data()), c.units.size()) << c.what;
+        EXPECT_EQ(filled, c.units) << c.what;
     }
     EXPECT_EQ(FromWide(std::wstring{wchar_t(0x110000), wchar_t(-1)}), u"\uFFFD\uFFFD");
 }

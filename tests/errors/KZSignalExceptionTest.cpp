@@ -1,6 +1,7 @@
 // Raises real faults on the main thread. The tests of threads raise them on other threads.
 #include "ZerlithCore/errors/KZSignalException.h"
 #include "ZerlithCore/diagnostics/KZDebug.h"
+#include "ZerlithCore/diagnostics/KZStackDump.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/threads/KZThread.h"
@@ -142,6 +143,29 @@ TEST_F(KZSignalExceptionTest, FaultsArriveAgainAndAgainWithTheirReportMade) {
     }
     EXPECT_THROW(writeNull(), KZException);
     EXPECT_THROW(writeNull(), std::exception);
+}
+
+bool glbIsDumped = false;
+
+TEST_F(KZSignalExceptionTest, TellsItsReportOnceWithoutTheLockOfDumps) {
+    static bool isWanted = true;
+    KZDebug::AddReportHook([]() noexcept {
+        if (isWanted) std::thread([] { glbIsDumped = !KZStackDump().GetStackText().empty(); }).join();
+    });
+    GlbSetTraceLevel(1);
+    testing::internal::CaptureStdout();
+    EXPECT_THROW(WriteNull(), KZSignalException);
+    EXPECT_NE(testing::internal::GetCapturedStdout().find("Access violation"), std::string::npos);
+    EXPECT_TRUE(glbIsDumped);
+    isWanted = false;
+    std::string const before = folder.Read(logName);
+    GlbSetTraceLevel(0);
+    KZStackDump dump;
+    EXPECT_EQ(KZSignalException(dump).GetSeHNumber(), 0U);
+    std::string const once = folder.Read(logName);
+    EXPECT_TRUE(dump.IsReported() && once.size() > before.size());
+    EXPECT_EQ(KZSignalException(dump).GetSeHNumber(), 0U);
+    EXPECT_EQ(folder.Read(logName), once);
 }
 
 #if defined(__x86_64__)

@@ -4,9 +4,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <random>
 #include <sstream>
 #include <string>
+#include <unistd.h>
 
 namespace {
 
@@ -75,6 +77,20 @@ TEST_F(KZFileStreamTest, MeetsTextInItsEncoding) {
     }
 }
 
+// Each read of such a pipe gets one of the pieces.
+TEST_F(KZFileStreamTest, ReadsMarksAndCharactersThatComeInPieces) {
+    for (auto const & bytes : {"\xEF\xBB\xBFz\xC3\xA9", "\xFF\xFEz\0\xE9"}) {
+        int ends[2];
+        ASSERT_EQ(pipe2(ends, O_DIRECT), 0);
+        for (int i = 0; i < 6; ++i) ASSERT_EQ(write(ends[1], bytes + i, 1), 1);
+        close(ends[1]);
+        KZString path;
+        path.Format(u"/dev/fd/%d", ends[0]);
+        EXPECT_EQ(ReadAll(path), L"z\xE9");
+        close(ends[0]);
+    }
+}
+
 TEST_F(KZFileStreamTest, WritesOnInTheEncodingOfTheFile) {
     for (std::string const & mark : marks) {
         bool const isWide = &mark - marks > 1, isBig = &mark - marks > 2;
@@ -116,6 +132,11 @@ TEST_F(KZFileStreamTest, EveryPositionThatWasToldCanBeSought) {
         sought.clear();
         sought.seekg(-1, ios_base::end);
         EXPECT_EQ(sought.get(), &mark - marks < 2 ? 0xDCD8U : 0x1100D8U);
+        std::wint_t const first = KZFileStream(Path()).get();
+        sought.seekg(0);
+        EXPECT_EQ(sought.get(), first);
+        sought.seekg(0);
+        EXPECT_EQ(sought.get(), first) << "what was read is dropped";
     }
 }
 

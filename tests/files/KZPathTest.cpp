@@ -123,8 +123,13 @@ TEST(KZDirectory, ListsFilesSorted) {
     ASSERT_TRUE(file.Open(KZPath::Join(directory.GetPath(), expected.back()), KZFile::Access::Read));
     EXPECT_TRUE(file.Read(text, sizeof text, count));
     EXPECT_EQ(std::string(text, count), "odd") << "a name that isn't UTF-8 can be opened";
-    EXPECT_TRUE(KZFile::IsReadable(folder.Path(u"a.txt")) && KZFile::Remove(folder.Path(u"a.txt")));
-    EXPECT_FALSE(KZFile::Exists(folder.Path(u"a.txt")) || KZFile::Exists(folder.Path(u"c.osx")));
+    EXPECT_EQ(file.GetSize(), 3);
+    EXPECT_EQ(file.Seek(-1, KZFile::Origin::End), 2);
+    EXPECT_TRUE(file.Read(text, sizeof text, count) && count == 1 && text[0] == 'd');
+    KZString const text1 = folder.Path(u"a.txt"), text2 = folder.Path(u"b.txt");
+    EXPECT_TRUE(KZFile::IsReadable(text1) && KZFile::Rename(text1, text2) && KZFile::Remove(text2));
+    EXPECT_FALSE(KZFile::Exists(text1) || KZFile::Exists(text2) || KZFile::Exists(folder.Path(u"c.osx")));
+    EXPECT_FALSE(KZFile::IsReadable(text1) || KZFile::IsReadable(folder.Path(u"c.osx")));
     EXPECT_FALSE(KZDirectory::Remove(folder.Path(u"c.osx"))) << "not empty";
     EXPECT_TRUE(KZDirectory::Remove(inner));
 }

@@ -47,6 +47,9 @@ TEST(KZVector, GrowsByHalfAndLaterByATenth) {
         KZTypedRawVector<int> vector;
         vector.reserve(c.size);
         EXPECT_EQ(vector.capacity(), c.size);
+        auto const * const block = vector.begin();
+        vector.reserve(c.size);
+        EXPECT_EQ(vector.begin(), block);
         vector.resize(c.size, 5);
         vector.insert(vector.end(), c.added, 6);
         EXPECT_EQ(vector.capacity(), c.capacity) << c.size;
@@ -83,58 +86,86 @@ TEST(KZVector, TellsItsLimitsAndRefusesWhatLiesBehindThem) {
     EXPECT_THROW(raw = KZRawVector(8), std::invalid_argument);
 }
 
-// Does a long series of random operations on the vector and on a std::vector of numbers; about half of the sources
-// lie in the vector itself. After each step the contents are equal, and every reference count is exactly the number
-// of slots that hold the object.
-TEST(KZVector, BehavesAsTheStandardVectorAndKeepsCountsExact) {
+// Does a long series of random operations on the vector and on a std::vector of numbers; about half of the sources lie in the
+// vector itself. `items` are the elements to take, and `numberOf` tells the number of one. After each step the contents are
+// equal, and `check` is called with the vector.
+template <class Vector>
+void Walk(std::array<typename Vector::value_type, 8> const & items, auto numberOf, auto check) {
+    using Element = typename Vector::value_type;
     constexpr unsigned int seed = 20260302;
     std::mt19937 random(seed);
     auto const upTo = [&](unsigned int limit) { return static_cast<unsigned int>(random() % (limit + 1U)); };
-    {
-        std::array<Handle, 8> items;
-        for (int i = 0; i < 8; ++i) items[static_cast<std::size_t>(i)] = new Item(i);
-        Handles vector;
-        std::vector<int> model;
-        for (int step = 0; step < 4000; ++step) {
-            unsigned int const size = vector.size(), at = upTo(size), from = upTo(size),
-                               to = from + upTo(size - from);
-            auto const place = model.begin() + at;
-            // The model's source is copied: the standard doesn't allow it to lie in the vector.
-            std::vector<int> const range(model.begin() + from, model.begin() + to);
-            Handle const & value = size != 0 && upTo(1) ? vector[upTo(size - 1)] : items[upTo(7)];
-            int const number = value->number;
-            switch (size > 60 ? 3 : upTo(8)) {
-            case 0: model.insert(place, number), vector.insert(vector.begin() + at, value); break;
-            case 1: model.insert(place, 3, number), vector.insert(vector.begin() + at, 3U, value); break;
-            case 2:
-                model.insert(place, range.begin(), range.end());
-                vector.insert(vector.begin() + at, vector.begin() + from, vector.begin() + to);
-                break;
-            case 3:
-                model.erase(model.begin() + from, model.begin() + to);
-                EXPECT_EQ(vector.erase(vector.begin() + from, vector.begin() + to), vector.begin() + from);
-                break;
-            case 4:
-                if (at != size) model.erase(place);
-                EXPECT_EQ(vector.erase(vector.begin() + at), vector.begin() + at);
-                break;
-            case 5: model = range, vector.assign(vector.begin() + from, vector.begin() + to); break;
-            case 6: model.assign(at, number), vector.assign(at, value); break;
-            case 7: model.resize(from + 2, number), vector.resize(from + 2, value); break;
-            default: vector = Handles(vector), vector.reserve(size + at); break;
-            }
-            std::vector<int> seen;
-            std::array<unsigned long, 8> counts{1, 1, 1, 1, 1, 1, 1, 1};
-            for (Handle const & item : vector) {
-                seen.push_back(item->number);
-                ++counts[static_cast<std::size_t>(item->number)];
-            }
-            ASSERT_EQ(seen, model) << "seed " << seed << " step " << step;
-            for (std::size_t i = 0; i < items.size(); ++i) ASSERT_EQ(*items[i], counts[i]) << "step " << step;
-            ASSERT_TRUE(std::all_of(vector.end(), vector.begin() + vector.capacity(),
-                                    [](Handle const & spare) { return spare.IsNull(); }));
+    Vector vector;
+    std::vector<int> model;
+    for (int step = 0; step < 4000; ++step) {
+        unsigned int const size = vector.size(), at = upTo(size), from = upTo(size),
+                           to = from + upTo(size - from);
+        auto const place = model.begin() + at;
+        // The model's source is copied: the standard doesn't allow it to lie in the vector.
+        std::vector<int> const range(model.begin() + from, model.begin() + to);
+        Element const & value = size != 0 && upTo(1) ? vector[upTo(size - 1)] : items[upTo(7)];
+        int const number = numberOf(value);
+        auto * result = vector.begin();
+        switch (size > 60 ? 3 : upTo(9)) {
+        case 0:
+            model.insert(place, number), result = vector.insert(vector.begin() + at, value);
+            EXPECT_EQ(result, vector.begin() + at);
+            break;
+        case 1: model.insert(place, 3, number), vector.insert(vector.begin() + at, 3U, value); break;
+        case 2:
+            model.insert(place, range.begin(), range.end());
+            vector.insert(vector.begin() + at, vector.begin() + from, vector.begin() + to);
+            break;
+        case 3:
+            model.erase(model.begin() + from, model.begin() + to);
+            EXPECT_EQ(vector.erase(vector.begin() + from, vector.begin() + to), vector.begin() + from);
+            break;
+        case 4:
+            if (at != size) model.erase(place);
+            EXPECT_EQ(vector.erase(vector.begin() + at), vector.begin() + at);
+            break;
+        case 5: model = range, vector.assign(vector.begin() + from, vector.begin() + to); break;
+        case 6: model.assign(at, number), vector.assign(at, value); break;
+        case 7: model.resize(from + 2, number), vector.resize(from + 2, value); break;
+        case 8:
+            if (size != 0) model.pop_back();
+            vector.pop_back();
+            break;
+        default: {
+            Vector copy(vector), moved(std::move(copy));
+            EXPECT_EQ(copy.capacity(), 0U);
+            vector = moved, vector = static_cast<Vector const &>(vector), vector.reserve(size + at);
         }
+        }
+        std::vector<int> seen;
+        std::ranges::transform(vector, std::back_inserter(seen), numberOf);
+        ASSERT_EQ(seen, model) << "seed " << seed << " step " << step;
+        check(vector);
     }
+}
+
+TEST(KZVector, BehavesAsTheStandardVector) {
+    auto const areEmpty = [](auto & vector) {
+        EXPECT_TRUE(std::all_of(vector.end(), vector.begin() + vector.capacity(),
+                                [](auto const & spare) { return spare == 0; }));
+    };
+    auto const number = [](int element) { return element % 1000; };
+    Walk<KZTypedRawVector<int>>({1000, 1001, 1002, 1003, 1004, 1005, 1006, 1007}, number, areEmpty);
+    int n[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+    auto const target = [](int const * element) { return *element; };
+    Walk<KZPointerVector<int *>>({n, n + 1, n + 2, n + 3, n + 4, n + 5, n + 6, n + 7}, target, [](auto &) {});
+
+    std::array<Handle, 8> items;
+    for (int i = 0; i < 8; ++i) items[static_cast<std::size_t>(i)] = new Item(i);
+    Walk<Handles>(
+        items, [](Handle const & item) { return item->number; },
+        [&](Handles & vector) {
+            areEmpty(vector);
+            for (Handle const & item : items)
+                ASSERT_EQ(*item, 1UL + static_cast<unsigned long>(std::ranges::count(vector, item)))
+                    << "exact";
+        });
+    items = {};
     EXPECT_EQ(Item::alive, 0) << "the vector's destructor releases";
 }
 

@@ -119,6 +119,8 @@ TEST_F(KZLogManagerTest, InterestFollowsSubscriptionsAndLevels) {
     EXPECT_FALSE(manager.ChangeSubscriptionLevel(index, b, 9));
     EXPECT_TRUE(manager.ChangeSubscriptionLevel(index, a, 2));
     EXPECT_EQ(said(index, 3), 0U);
+    EXPECT_TRUE(channel.ChangeSubscriptionLevel(a, 3));
+    EXPECT_EQ(said(index, 3), 1U);
     EXPECT_TRUE(manager.ChangeSubscriptionChannel(index, a, other));
     EXPECT_EQ(said(index, 0), 0U);
     EXPECT_EQ(said(other, 0), 2U);
@@ -267,6 +269,7 @@ TEST_F(KZLogManagerTest, WritersAndSubscribersOnSeveralThreads) {
     std::atomic<int> inside{0};
     constant->then = [&] {
         EXPECT_EQ(++inside, 1) << "one at a time";
+        std::this_thread::yield(); // so that the others have to wait
         --inside;
     };
     manager.Subscribe(index, constant);

@@ -1,8 +1,12 @@
 #include "ZerlithCore/messages/KZError.h"
 
+#include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/foundation/KZDouble.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
+#include "ZerlithCore/messages/MSGLibMessageSource.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/KZTimeZone.h"
+#include "foundation/EndsWithItsLastHandle.h"
 
 #include <gtest/gtest.h>
 
@@ -52,6 +56,15 @@ TEST(KZErrorID, IsSuccessWhenNullOrCodeZero) {
     EXPECT_TRUE(id.Good());
 }
 
+TEST(KZError, EndsWithItsLastHandle) {
+    KZSmartPtrToConst<KZMessageSource> const source = Source();
+    EXPECT_TRUE(EndsWithItsLastHandle<KZError>(source, 1L) &&
+                EndsWithItsLastHandle<KZErrorWithArgs>(source, 1L));
+    EXPECT_TRUE(EndsWithItsLastHandle<KZErrorString>(u"") && EndsWithItsLastHandle<KZInRAMMessageSource>());
+    EXPECT_TRUE(EndsWithItsLastHandle<RCMessageTableSource>(nullptr));
+    EXPECT_TRUE(EndsWithItsLastHandle<MSGLibMessageSource>(u"", u"", nullptr));
+}
+
 TEST(KZError, ServesItsInterfaces) {
     KZSmartPtr<KZErrorI> const plain(new KZError(Source(), 0)), rich(new KZErrorWithArgs(Source(), 0)),
         fixed(new KZErrorString(u""));
@@ -62,9 +75,6 @@ TEST(KZError, ServesItsInterfaces) {
         for (int const iuid : {0, 3, 4, 8, 9})
             EXPECT_EQ(error->IsKindOf(iuid), std::count(served.begin(), served.end(), iuid) == 1) << iuid;
     }
-    EXPECT_EQ(plain->GetParameterCount(), 0U);
-    EXPECT_EQ(plain->GetParameterType(0), KZErrorI::ParamNone);
-    EXPECT_EQ(plain->GetParameterValue(0), nullptr);
 }
 
 TEST(KZErrorWithArgs, GivesEachArgumentAsItsOwnTypeOnly) {
@@ -112,6 +122,11 @@ TEST(KZErrorWithArgs, CopiesOwnTheirArgumentsAndTellThem) {
     KZString text;
     EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu", u"%d.%m.%Y")).Good());
     EXPECT_EQ(text, u"1.500000|-2|3|text|01.01.1971|0.250000");
+    KZTimeZoneInfo info;
+    info.bias = 210;
+    KZTimeZone const zone(info, false);
+    EXPECT_EQ(KZFormatContext(u"", u"", zone).GetTimeZone(), zone);
+    EXPECT_EQ(KZFormatContext().GetTimeZone(), KZTimeZone::GetUTCTimeZone());
 }
 
 TEST(KZErrorWithArgs, DropsSmallNumbersOnTheWayInAndOut) {
@@ -128,9 +143,15 @@ TEST(KZErrorWithArgs, DropsSmallNumbersOnTheWayInAndOut) {
     EXPECT_EQ(double{*static_cast<KZDouble const *>(error->GetParameterValue(1))}, 0.0);
 }
 
+TEST(KZMsgException, SaysWhatTheSourceSays) {
+    EXPECT_STREQ(KZMsgException(0, KZSmartPtr<KZMessageSource>(Source().GetPtr())).what(), "all is well");
+    EXPECT_STREQ(KZMsgException(7, nullptr).what(), "");
+}
+
 TEST(OwnMessages, AreThereBeforeMain) {
     EXPECT_EQ(textBeforeMain, u"The thread is already started.");
-    EXPECT_EQ(KZErrorID(new KZError(glbKZOREMsgSourceP, 17)).AsString(), u"");
+    for (long code = 1; code <= 17; ++code)
+        EXPECT_EQ(KZErrorID(new KZError(glbKZOREMsgSourceP, code)).AsString().IsNull(), code == 17) << code;
 }
 
 } // namespace

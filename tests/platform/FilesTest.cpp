@@ -44,6 +44,8 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     EXPECT_EQ(reason(MakeDirectory(folder)), EEXIST);
     EXPECT_EQ(reason(RemoveEmptyDirectory(path)), ENOENT);
     EXPECT_EQ(reason(ListDirectory(path, entries)), ENOENT);
+    errno = EIO;
+    EXPECT_TRUE(ListDirectory(folder, entries)) << "a failure of before isn't its own";
     EXPECT_EQ(reason(SetEnvironment(u"", u"x")), EINVAL);
     EXPECT_TRUE(KindOfPath(path) == PathKind::Missing && IsDirectory(folder) && MayRead(folder));
 }
@@ -56,6 +58,12 @@ TEST_F(FilesTest, KnowsTheProcess) {
     EXPECT_EQ(GetEnvironment(u"KZ_NO_SUCH_VARIABLE"), std::nullopt);
     EXPECT_TRUE(SetEnvironment(u"KZ_TEST", u"\u00E9\xDCFF"));
     EXPECT_EQ(GetEnvironment(u"KZ_TEST"), u"\u00E9\xDCFF");
+    std::u16string const temporary = GetEnvironment(u"TMPDIR").value_or(u"");
+    for (auto const & [setting, expected] : {std::pair(u"/x//", u"/x"), {u"/", u"/"}, {u"", u"/tmp"}}) {
+        SetEnvironment(u"TMPDIR", setting);
+        EXPECT_EQ(GetTemporaryDirectory(), expected);
+    }
+    SetEnvironment(u"TMPDIR", temporary);
 }
 
 TEST(ClockTest, BreaksMomentsDown) {

@@ -60,6 +60,7 @@ TEST(Language, FollowsTheNameOfALocale) {
     };
     for (auto const & [locale, language] : cases) EXPECT_EQ(LanguageOfLocale(locale), language) << locale;
     EXPECT_STREQ(LocaleOfLanguage(1043), "nl_NL.UTF-8");
+    EXPECT_STRNE(LocaleOfLanguage(ThreadLanguage()), "C") << "never neutral";
 }
 
 } // namespace

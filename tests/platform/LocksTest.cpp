@@ -80,7 +80,8 @@ TEST(RecursiveLock, KeepsThreadsApart) {
         threads.emplace_back([&] {
             for (int i = 0; i < 20000; ++i) {
                 lock.Lock();
-                lock.Lock();
+                EXPECT_TRUE(lock.TryLock());
+                if (i % 100 == 0) std::this_thread::yield(); // the others have to sleep
                 ++count;
                 lock.Unlock();
                 lock.Unlock();
@@ -88,6 +89,12 @@ TEST(RecursiveLock, KeepsThreadsApart) {
         });
     for (std::thread & thread : threads) thread.join();
     EXPECT_EQ(count, 80000);
+    lock.Lock();
+    std::thread([&] {
+        EXPECT_FALSE(lock.TryLock());
+        lock.Unlock(); // somebody else's
+    }).join();
+    EXPECT_EQ(lock.RecursionCount(), 1U);
 }
 
 TEST(Locks, RefuseWhatMakesNoSense) {

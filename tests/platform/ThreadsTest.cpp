@@ -63,6 +63,7 @@ bool IsNamed(std::span<void * const> addresses, char const * function) {
 TEST(Threads, AreKnownByTheirNumberBeforeTheyStart) {
     unsigned long inside = 0;
     TestThread([] { FAIL(); }); // never started
+    CloseThread(nullptr);
     TestThread thread([&] { inside = CurrentThreadId(); });
     EXPECT_EQ(WaitForThreadEnd(thread.Get(), 0), waitTimedOut) << "not started yet";
     unsigned long const id = IdOf(thread.Get());

@@ -152,6 +152,12 @@ TEST(KZStringConverter, MultiByteReadsByTables) {
     KZString text(u"old");
     KZMultiByteConverter(nullptr).ConvertMbToStr(text, "\xFF");
     EXPECT_EQ(text, u"");
+    EXPECT_TRUE(converter.ConvertToUnicode(text, (std::string(5000, 'a') + "\x80").c_str()).Good());
+    EXPECT_EQ(text, KZString(std::u16string(5000, u'a') + u"€"));
+    EXPECT_GE(text.Capacity(), 5001U);
+    std::string bytes;
+    EXPECT_TRUE(converter.ConvertFromUnicode(bytes, u"aあ").Good());
+    EXPECT_EQ(bytes, "a\x81@");
 }
 
 TEST(KZStringConverter, WritesOnlyBlocksOfTheStringsOwn) {
@@ -180,5 +186,7 @@ TEST(KZWideText, StreamsUpToTheFirstZero) {
     std::wostringstream stream;
     stream.width(5);
     stream << KZString(u"ab") << KZString(u"c");
-    EXPECT_EQ(stream.str(), L"   abc");
+    stream.width(1);
+    stream << KZString() << KZString(u"d");
+    EXPECT_EQ(stream.str(), L"   abc d");
 }

@@ -198,6 +198,22 @@ TEST(KZSynchronizedCriticalSection, HandsItemsOverWithoutLosingAPost) {
     }
     for (std::thread & thread : threads) thread.join();
     EXPECT_EQ(sum, count * (count - 1) / 2 - consumers);
+
+    monitor.lock();
+    monitor.PostUnlock(); // nobody waits for this one
+    std::atomic<bool> isHeld{false}, isBack{false};
+    std::thread waiter([&] {
+        monitor.lock();
+        isHeld = true;
+        monitor.UnlockWait();
+        isBack = true;
+    });
+    while (!isHeld) std::this_thread::yield();
+    monitor.lock();
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    EXPECT_FALSE(isBack);
+    monitor.PostUnlock();
+    waiter.join();
 }
 
 TEST(KZSafeCounter, BelongsToItsObject) {

@@ -241,7 +241,13 @@ TEST(KZThread, RunHoldsItsObject) {
     EXPECT_EQ(ended.Wait(), 0U) << "the last hold was the run's own";
 
     ended.Reset();
-    auto * const deletesItself = new KZThread(Callback([observer = std::make_shared<Observer>(ended)] {}));
+    struct Observed : KZThread {
+        using KZThread::KZThread;
+        ~Observed() override { ended_->Post(); }
+        KZEventSemaphore * ended_ = nullptr;
+    };
+    auto * const deletesItself = new Observed(Callback([] {}));
+    deletesItself->ended_ = &ended;
     deletesItself->SetDeleteOnEnd(true);
     EXPECT_TRUE(deletesItself->GetDeleteOnEnd());
     (void)deletesItself->Start();
@@ -277,6 +283,9 @@ TEST(KZThread, StartThatFailsChangesNothing) {
         };
         AtEveryResource(refusal, start, [&](bool wasRefused) {
             EXPECT_TRUE(isStarted != wasRefused && isStarted == thread->IsStarted());
+            testing::internal::CaptureStderr();
+            if (!isStarted) KZDumpAllStacks();
+            EXPECT_EQ(testing::internal::GetCapturedStderr().find("\nThread "), std::string::npos);
             EXPECT_TRUE(isStarted || thread->Start().Good());
             thread->Join();
             EXPECT_EQ(runs, ++expected);
@@ -388,6 +397,7 @@ TEST(KZThread, DumpNamesWhatEachThreadDoes) {
                                           : text.substr(start, text.find("\n\n", start) - start);
     };
     EXPECT_NE(stackOf(dumping).find("KZDumpAllStacks"), std::string::npos) << text;
+    EXPECT_EQ(stackOf(waiting).find("KZDumpAllStacks"), std::string::npos) << text;
     EXPECT_TRUE(stackOf(ended).empty());
 #if !defined(__SANITIZE_THREAD__) // it delays signals to a waiting thread
     EXPECT_NE(stackOf(waiting).find("KZThread::"), std::string::npos) << text;

@@ -80,6 +80,9 @@ TEST(KZDateTimeEx, PrintsInAZone) {
     KZTimeZoneInfo info;
     info.bias = 210;
     EXPECT_EQ(sample.AsString(u"%H:%M%Z", KZTimeZone(info, false)), u"03:38-03:30");
+    EXPECT_EQ(sample.GetOffset(KZTimeZone(info, false)), 12600); // the bias, as it stands
+    EXPECT_EQ(sample.GetOffset(), 7200);
+    EXPECT_EQ(KZDateTimeEx(KZDateEx(2024, 5, 6), KZTimeEx()).GetOffset(), -3600);
     char16_t buffer[10];
     EXPECT_FALSE(sample.AsString(buffer, 10, u"abc%Z%Z%Z"));
     EXPECT_EQ(KZString(buffer), u"abc+02:00");
@@ -151,6 +154,15 @@ TEST(KZDateTimeEx, ExchangesRecordsToTheLastUnit) {
     EXPECT_TRUE(sample.AsKZDateTime(moment));
     EXPECT_EQ(moment.AsSeconds(), 1714979289U);
     EXPECT_EQ(KZDateTimeEx(moment, UTC), KZDateTimeEx(fields));
+    KZDateTimeEx back = sample;
+    KZDateEx date;
+    KZTimeEx time;
+    EXPECT_TRUE(back.FromKZDateTime(moment) && date.FromKZDateTime(moment) &&
+                time.FromKZDateTime(moment, false));
+    EXPECT_TRUE(date == KZDateEx(2024, 5, 6) && time == KZTimeEx(7, 8, 9));
+    EXPECT_FALSE(back.FromKZDateTime(KZDateTime()) || date.FromKZDateTime(KZDateTime()) ||
+                 time.FromKZDateTime(KZDateTime()));
+    EXPECT_TRUE(back.IsNull() && date.IsNull() && time.IsNull());
 
     constexpr struct {
         double days;
@@ -164,9 +176,9 @@ TEST(KZDateTimeEx, ExchangesRecordsToTheLastUnit) {
     for (auto const & c : doubles) {
         KZDateTimeEx const value(c.days, UTC);
         EXPECT_EQ(value, KZDateTimeEx(c.date, c.time)) << c.days;
-        double back = 7;
-        EXPECT_TRUE(value.AsDouble(back, UTC));
-        EXPECT_EQ(back, c.days == -0.5 ? 0.5 : c.days);
+        double asDouble = 7;
+        EXPECT_TRUE(value.AsDouble(asDouble, UTC));
+        EXPECT_EQ(asDouble, c.days == -0.5 ? 0.5 : c.days);
     }
     for (int ms = 0; ms < 86400000; ms += 997) {
         KZDateTimeEx const value(KZDateEx(1812, 6, 24), KZTimeEx(ms));
@@ -222,6 +234,8 @@ TEST(KZDateTimeEx, TakesFieldsByTheirMask) {
     bool good = false;
     EXPECT_EQ(KZString(u"2024/05/06 09:08:09.010").AsKZDateTimeEx(&good), sample);
     EXPECT_TRUE(good);
+    EXPECT_EQ(KZString(u"2024/05/06 09:08:09").AsKZDateTime(&good).AsSeconds(), 1714979289U);
+    EXPECT_TRUE(good && KZString(u"soon").AsKZDateTime(&good).IsNull() && !good);
     EXPECT_EQ(KZString(u"2024/05/06").AsKZDateEx(), KZDateEx(2024, 5, 6));
     EXPECT_TRUE(KZString(u"noon").AsKZTimeEx(&good).IsNull());
     EXPECT_FALSE(good);

@@ -35,6 +35,7 @@ TEST(KZDOMNode, TellsWhatItIs) {
         EXPECT_EQ(node.GetXML(), c.xml ? c.xml : node.GetXML());
         EXPECT_EQ(root.ValueOf(c.path, u"none"), c.text);
         EXPECT_EQ(node.GetDocument().GetNodeSP(), document.GetNodeSP());
+        EXPECT_EQ(KZDOMText(node).IsValid(), KZString(c.path).Find(u"text()") == 0);
     }
     EXPECT_EQ(document.GetFirstChildNode().GetNodeType(), KZDOMNodeType::DocumentType);
     EXPECT_EQ(Parsed(u"<a>\u00e9</a>").GetXML(), u"<?xml version=\"1.0\"?>\n<a>\u00e9</a>\n");
@@ -352,7 +353,11 @@ TEST(KZDOMNode, RefusesNothing) {
     }
     EXPECT_EQ(CodeOf([] { static_cast<void>(KZDOMDocument().GetRootElement()); }), KZDOMResult::NullNode);
     EXPECT_EQ(CodeOf([] { static_cast<void>(KZDOMElement().GetAttrAsString(u"x")); }), KZDOMResult::NullNode);
-    EXPECT_EQ(KZDOMNodeList().GetLength() + KZDOMParseError().GetLine(), 0U);
+    KZDOMParseError const error;
+    EXPECT_EQ(KZDOMNodeList().GetLength() + error.GetLine() + error.GetLinePosition() +
+                  error.GetFilePosition(),
+              0U);
+    EXPECT_TRUE(error.GetErrorCode() == 0 && error.GetURL() == u"" && error.GetSourceText() == u"");
 }
 
 TEST(KZDOMElement, HasAttributes) {
