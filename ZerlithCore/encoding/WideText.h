@@ -19,6 +19,9 @@ namespace KZEncoding {
 /// All of the text as units, 0 included.
 [[nodiscard]] KZ_EXPORT std::u16string FromWide(std::wstring_view wide);
 
+/// Stores the characters of the text and returns their number. `wide` has room for one a unit.
+KZ_EXPORT std::size_t ToWide(std::u16string_view units, wchar_t * wide) noexcept;
+
 /// Stores the units of the text, 0 units included, and returns their number. `units` has room for two a character.
 KZ_EXPORT std::size_t FromWide(std::wstring_view wide, char16_t * units) noexcept;
 
