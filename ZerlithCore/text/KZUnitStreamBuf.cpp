@@ -62,7 +62,6 @@ std::streamsize KZUnitStreamBuf::xsputn(wchar_t const * text, std::streamsize co
 }
 
 std::wostream & KZDetail::WriteUnits(std::wostream & stream, std::u16string_view units) {
-    if (units.empty() || !stream) return stream;
     if (auto * const buffer = dynamic_cast<KZUnitStreamBuf *>(stream.rdbuf())) {
         Put(stream, *buffer, units);
         return stream;
@@ -70,7 +69,7 @@ std::wostream & KZDetail::WriteUnits(std::wostream & stream, std::u16string_view
     // Pieces on the stack; the joiner carries a pair over their border.
     KZWideJoiner joiner;
     wchar_t piece[mostShortText + 2];
-    while (!units.empty() && stream) {
+    do {
         std::size_t length = 0;
         auto const append = [&](wchar_t character) { piece[length++] = character; };
         std::u16string_view const next = units.substr(0, mostShortText);
@@ -78,11 +77,12 @@ std::wostream & KZDetail::WriteUnits(std::wostream & stream, std::u16string_view
         units.remove_prefix(next.size());
         if (units.empty()) joiner.Flush(append);
         stream.write(piece, static_cast<std::streamsize>(length));
-    }
+    } while (!units.empty() && stream);
     return stream;
 }
 
 std::wostream & operator<<(std::wostream & stream, KZString const & string) {
     std::u16string_view const units = KZTextOf(string);
-    return stream.width() != 0 ? stream << KZToWide(units) : KZDetail::WriteUnits(stream, units);
+    if (stream.width() != 0) return stream << KZToWide(units);
+    return units.empty() || !stream ? stream : KZDetail::WriteUnits(stream, units);
 }
