@@ -20,6 +20,7 @@
 #include "ZerlithCore/text/KZStringConverter.h"
 #include "ZerlithCore/text/KZUnicode.h"
 #include "ZerlithCore/text/KZUnicodeInfoReader.h"
+#include "ZerlithCore/text/KZUnitStreamBuf.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include "ZerlithCore/files/KZDirectory.h"

@@ -1,5 +1,8 @@
-// Log lines: the log file with stamps, compared with the formatted output of the C and C++ libraries; and the cost of
-// a channel.
+// Log lines: the log file with stamps, compared with the formatted output of the C and C++ libraries; the cost of a channel;
+// and lines on the console.
+#include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/log/KZConsoleLogSubscriber.h"
+#include "ZerlithCore/log/KZFileLogSubscriber.h"
 #include "ZerlithCore/log/KZLogFile.h"
 #include "ZerlithCore/log/KZLogManager.h"
 
@@ -12,6 +15,9 @@
 #include <memory>
 #include <mutex>
 #include <string>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace {
 
@@ -90,8 +96,8 @@ public:
     void OnFlush(int, KZString const & text) override { benchmark::DoNotOptimize(text.Length()); }
 };
 
-// Messages of a hundred characters, written one by one or as one text. Level 1 has an interested subscriber, level 2
-// has none.
+// Messages of a hundred characters, written one by one, as one text, or as a KZString. Level 1 has an interested subscriber,
+// level 2 has none.
 void ChannelCharacters(benchmark::State & state) {
     KZLogManager manager;
     manager.AddChannel(u"bench");
@@ -99,8 +105,11 @@ void ChannelCharacters(benchmark::State & state) {
     std::wostream & stream =
         (*manager.GetChannel(0U))->GetStream().GetStream(static_cast<int>(state.range(0)));
     std::wstring const text(100, L'x');
+    KZString const units(u'x', 100);
     for (auto _ : state) {
-        if (state.range(1) != 0) {
+        if (state.range(1) == 2) {
+            stream << units;
+        } else if (state.range(1) == 1) {
             stream << text;
         } else {
             for (wchar_t const character : text) stream.rdbuf()->sputc(character);
@@ -109,6 +118,48 @@ void ChannelCharacters(benchmark::State & state) {
     }
     state.SetItemsProcessed(state.iterations() * 100);
 }
-BENCHMARK(ChannelCharacters)->ArgNames({"level", "text"})->ArgsProduct({{2, 1}, {0, 1}});
+BENCHMARK(ChannelCharacters)->ArgNames({"level", "text"})->ArgsProduct({{2, 1}, {0, 1, 2}});
+
+/// Standard output goes to /dev/null while an object exists.
+class Silence {
+public:
+    Silence() {
+        int const nothing = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(nothing, STDOUT_FILENO);
+        close(nothing);
+    }
+    ~Silence() {
+        dup2(output_, STDOUT_FILENO);
+        close(output_);
+    }
+
+private:
+    int output_ = dup(STDOUT_FILENO);
+};
+
+KZString const line(u"a line of eighty units, as programs write them to their consoles and to log files.");
+
+// A line straight to the console, or through a channel with the console's subscriber.
+void ConsoleLine(benchmark::State & state) {
+    Silence const silence;
+    KZLogManager manager;
+    manager.AddChannel(u"bench");
+    manager.Subscribe(0, KZSmartPtr<KZLogSubscriberI>(new KZConsoleLogSubscriber(1)));
+    std::wostream & channel = (*manager.GetChannel(0U))->GetStream().GetStream(1);
+    std::wostream & stream = state.range(0) != 0 ? channel : KZGetConsole();
+    for (auto _ : state) stream << line << std::endl;
+}
+BENCHMARK(ConsoleLine)->ArgName("channel")->Arg(0)->Arg(1);
+
+void ChannelToFile(benchmark::State & state) {
+    KZLogManager manager;
+    manager.AddChannel(u"bench");
+    manager.Subscribe(0, KZSmartPtr<KZLogSubscriberI>(
+                             new KZFileLogSubscriber(KZString(FreshFile()), 1, state.range(0) != 0, false)));
+    std::wostream & stream = (*manager.GetChannel(0U))->GetStream().GetStream(1);
+    for (auto _ : state) stream << line << std::endl;
+    std::filesystem::remove(path);
+}
+BENCHMARK(ChannelToFile)->ArgName("flush")->Arg(0)->Arg(1);
 
 } // namespace

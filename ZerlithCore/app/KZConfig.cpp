@@ -2,12 +2,15 @@
 #include "ZerlithCore/app/KZConfig.h"
 
 #include "ZerlithCore/app/detail/KZIgnoreCase.h"
-#include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/files/detail/UnitFile.h"
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace {
+
+using KZDetail::UnitFile;
 
 /// Removes the next token and one delimiter after it from `rest`, and returns the token; empty when there is none. Delimiters
 /// before the token are skipped. The next call may use other delimiters.
@@ -24,19 +27,14 @@ std::u16string_view TakeToken(std::u16string_view & rest, std::u16string_view de
 }
 
 /// Reads a line of any length without its line end. False at the end of the file.
-bool ReadLine(std::wstreambuf & buffer, std::u16string & line) {
-    using Traits = std::char_traits<wchar_t>;
-    line.clear();
-    auto character = buffer.sbumpc();
-    if (character == Traits::eof()) return false;
-    for (; character != Traits::eof() && character != L'\n'; character = buffer.sbumpc())
-        KZAppendWide(line, Traits::to_char_type(character));
+bool ReadLine(UnitFile & file, std::u16string & line) {
+    if (!file.ReadLine(line)) return false;
     if (line.ends_with(u'\r')) line.pop_back();
     return true;
 }
 
-bool FindHeader(std::wstreambuf & buffer, std::u16string & line, std::u16string_view section) {
-    while (ReadLine(buffer, line)) {
+bool FindHeader(UnitFile & file, std::u16string & line, std::u16string_view section) {
+    while (ReadLine(file, line)) {
         if (!line.starts_with(u'[')) continue;
         std::u16string_view rest = std::u16string_view(line).substr(1);
         std::u16string_view const name = TakeToken(rest, u"]");
@@ -46,9 +44,8 @@ bool FindHeader(std::wstreambuf & buffer, std::u16string & line, std::u16string_
 }
 
 /// Reads lines up to the one with `key`, and sets `rest` to the part of `line` after the key.
-bool FindKey(std::wstreambuf & buffer, std::u16string & line, std::u16string_view key,
-             std::u16string_view & rest) {
-    while (ReadLine(buffer, line)) {
+bool FindKey(UnitFile & file, std::u16string & line, std::u16string_view key, std::u16string_view & rest) {
+    while (ReadLine(file, line)) {
         if (line.starts_with(u';')) continue;
         rest = line;
         std::u16string_view const token = TakeToken(rest, u" \t=");
@@ -62,22 +59,25 @@ bool FindKey(std::wstreambuf & buffer, std::u16string & line, std::u16string_vie
 
 KZConfig::KZConfig() = default;
 
-KZConfig::KZConfig(KZString const & fileName) : fileName_(fileName), stream_(fileName) {}
+KZConfig::KZConfig(KZString const & fileName) {
+    Open(fileName);
+    fileName_ = fileName;
+}
 
 KZConfig::~KZConfig() = default;
 
 bool KZConfig::Open(KZString const & fileName) {
     KZString const name = fileName; // a copy, since `fileName` may be this object's own name
     fileName_.Clear();
-    if (stream_.is_open()) stream_.close();
-    stream_.clear();
-    stream_.open(name);
-    if (!stream_.is_open()) return false;
+    file_.reset();
+    auto file = std::make_unique<UnitFile>();
+    if (!file->Open(std::u16string_view(name), std::ios_base::in)) return false;
+    file_ = std::move(file);
     fileName_ = name;
     return true;
 }
 
-bool KZConfig::IsOpen() const { return stream_.is_open(); }
+bool KZConfig::IsOpen() const { return file_ != nullptr; }
 
 KZString const KZConfig::GetString(KZString const & section, KZString const & key,
                                    KZString const & defaultValue) const {
@@ -99,14 +99,12 @@ bool KZConfig::GetBool(KZString const & section, KZString const & key, bool defa
 }
 
 bool KZConfig::GetValue(KZString const & section, KZString const & key, KZString & value) const {
-    if (!stream_.is_open()) return false;
-    stream_.clear();
-    stream_.seekg(0);
-    std::wstreambuf & buffer = *stream_.rdbuf();
+    if (!file_) return false;
+    file_->Seek(0, KZPlatform::FileOrigin::Begin);
     std::u16string line;
     std::u16string_view rest;
-    if (!FindHeader(buffer, line, std::u16string_view(section)) ||
-        !FindKey(buffer, line, std::u16string_view(key), rest))
+    if (!FindHeader(*file_, line, std::u16string_view(section)) ||
+        !FindKey(*file_, line, std::u16string_view(key), rest))
         return false;
 
     std::u16string text(TakeToken(rest, u" =\t"));

@@ -6,8 +6,13 @@
 #pragma once
 
 #include "ZerlithCore/app/KZConfigI.h"
-#include "ZerlithCore/files/KZFileStream.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
+
+#include <memory>
+
+namespace KZDetail {
+class UnitFile;
+}
 
 /// A read-only configuration that keeps the file open and reads it from the start for each look-up. Use it for one or two
 /// values, or to see changes of the file at once.
@@ -19,7 +24,7 @@
 /// Errors: a look-up throws std::ios_base::failure when the system can't read the file, and std::bad_alloc. Without an open file
 /// it returns the default.
 ///
-/// Thread safety: a look-up moves the stream, so one object is for one thread at a time.
+/// Thread safety: a look-up moves the file's position, so one object is for one thread at a time.
 class KZ_EXPORT KZConfig : public KZCounted<KZConfig, KZConfigI> {
 public:
     /// Has no file: every look-up returns the default.
@@ -50,6 +55,6 @@ private:
     bool GetValue(KZString const & section, KZString const & key, KZString & value) const;
 
     KZString fileName_;
-    mutable KZFileStream stream_;
-    KZCriticalSection lock_; // not used by any operation
+    std::unique_ptr<KZDetail::UnitFile> file_; // null without a file
+    KZCriticalSection lock_;                   // not used by any operation
 };

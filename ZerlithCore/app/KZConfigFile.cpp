@@ -5,8 +5,8 @@
 #include "ZerlithCore/app/detail/KZConfigText.h"
 #include "ZerlithCore/app/detail/KZIgnoreCase.h"
 #include "ZerlithCore/files/KZFile.h"
-#include "ZerlithCore/files/KZFileStream.h"
 #include "ZerlithCore/files/detail/KZEncodedText.h"
+#include "ZerlithCore/files/detail/UnitFile.h"
 #include "ZerlithCore/platform/LastError.h"
 
 #include <algorithm>
@@ -59,13 +59,13 @@ bool KZConfigFile::Reload() {
     char16_t const * const former = whyPartial_;
     if (sections_.empty()) whyPartial_ = u"the file could not be opened";
     try {
-        KZFileStream stream(fileName_);
-        if (!stream.good()) {
+        KZDetail::UnitFile text;
+        if (!text.Open(std::u16string_view(fileName_), std::ios_base::in)) {
             if (!KZFile::Exists(fileName_)) whyPartial_ = former;
             return false;
         }
-        stream >> *this;
-        encoding_ = stream.GetEncoding();
+        KZDetail::ReadConfig(*this, text);
+        encoding_ = text.GetEncoding();
         return true;
     } catch (...) {
         return false;

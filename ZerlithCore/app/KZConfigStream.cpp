@@ -1,13 +1,12 @@
-// The grammar of configuration texts: one character of look-ahead, no backtracking. Characters are read directly from the
-// stream's buffer, since the stream's own functions would take longer for each character than all the rest. Texts are
-// gathered in one buffer, which is reused, so a line costs one allocation for its key and one for its value.
+// The grammar of configuration texts: one unit of look-ahead, no backtracking. Texts are gathered in one buffer, which is reused,
+// so a line costs one allocation for its key and one for its value.
 #include "ZerlithCore/app/KZConfigFile.h"
 #include "ZerlithCore/app/KZConfigStreamException.h"
+#include "ZerlithCore/app/detail/ConfigSource.h"
 #include "ZerlithCore/app/detail/KZConfigText.h"
 #include "ZerlithCore/encoding/Units.h"
-#include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/KZWriteUnits.h"
 
-#include <cstdint>
 #include <istream>
 #include <iterator>
 #include <ostream>
@@ -34,9 +33,8 @@ bool HasZero(KZConfigLine const & line) {
     return has(std::u16string_view(line.GetKey())) || has(std::u16string_view(line.GetValue()));
 }
 
-using Traits = std::char_traits<wchar_t>;
-constexpr Traits::int_type endOfText = Traits::eof();
-constexpr std::uint32_t lastCharacter = 0x10FFFF;
+using KZDetail::ConfigSource;
+constexpr auto endOfText = ConfigSource::endOfText;
 
 constexpr char16_t const * keyCut = u"unexpected EOF while parsing a key name of a configuration line";
 constexpr char16_t const * noHeader = u"expecting a '[' at the beginning of a section";
@@ -45,13 +43,12 @@ constexpr char16_t const * strayCharacter = u"unexpected character after the clo
 
 } // namespace
 
-/// Reads the parts of a configuration from one stream. A stream that isn't good counts as empty.
+/// Reads the parts of a configuration from one source.
 class KZConfigReader {
 public:
     using Texts = std::vector<KZString>;
 
-    explicit KZConfigReader(std::wistream & stream)
-        : stream_(stream), buffer_(stream.good() ? stream.rdbuf() : nullptr), isAtEnd_(!buffer_) {}
+    explicit KZConfigReader(ConfigSource & source) : source_(source) {}
 
     void ReadCommentsOf(KZConfigComments & comments) { ReadComments(comments.texts_); }
     void ReadCommentsOf(KZConfigLine & line) { ReadComments(line.comments_.texts_); }
@@ -61,28 +58,8 @@ public:
     void ReadHeader(KZConfigSection & section);
     void ReadFile(KZConfigFile & file);
 
-    /// Sets the stream's `eofbit` if its end was reached. That may throw, if the program has told the stream to.
-    void Finish() {
-        if (IsAtEnd()) stream_.setstate(std::ios_base::eofbit);
-    }
-
 private:
-    // After the end the buffer isn't read again: that could fail, although the text was read as a whole.
-    Traits::int_type Peek() { return Note(isAtEnd_ ? endOfText : buffer_->sgetc()); }
-    Traits::int_type Take() { return Note(isAtEnd_ ? endOfText : buffer_->sbumpc()); }
-    bool IsAtEnd() { return Peek() == endOfText; }
-
-    Traits::int_type Note(Traits::int_type character) {
-        if (character > lastCharacter) (character == endOfText ? isAtEnd_ : hasStranger_) = true;
-        return character;
-    }
-
-    void Gather(Traits::int_type character) {
-        if (character < 0x10000)
-            text_.push_back(static_cast<char16_t>(character));
-        else
-            KZAppendWide(text_, Traits::to_char_type(character));
-    }
+    void Gather(ConfigSource::Unit unit) { text_.push_back(static_cast<char16_t>(unit)); }
 
     [[noreturn]] void Refuse(char16_t const * why) {
         fault_ = why;
@@ -95,11 +72,8 @@ private:
     void ReadLine(KZConfigSection & section, Texts && comments);
     static void Append(KZConfigFile & file, KZConfigSection & working);
 
-    std::wistream & stream_;
-    std::wstreambuf * buffer_;
+    ConfigSource & source_;
     std::u16string text_;
-    bool isAtEnd_;
-    bool hasStranger_ = false;         // something was read that isn't a character and can't be kept in units
     bool hasDroppedZero_ = false;      // lines before the first header had 0 characters
     char16_t const * fault_ = nullptr; // the text of the exception that was thrown
 };
@@ -107,12 +81,12 @@ private:
 void KZConfigReader::ReadComments(Texts & comments) {
     comments.clear();
     for (;;) {
-        switch (Peek()) {
-        case L';': comments.push_back(ReadComment()); break;
-        case L'\n': comments.emplace_back(); [[fallthrough]];
-        case L' ':
-        case L'\t':
-        case L'\r': Take(); break;
+        switch (source_.Peek()) {
+        case u';': comments.push_back(ReadComment()); break;
+        case u'\n': comments.emplace_back(); [[fallthrough]];
+        case u' ':
+        case u'\t':
+        case u'\r': source_.Take(); break;
         default: return;
         }
     }
@@ -120,9 +94,8 @@ void KZConfigReader::ReadComments(Texts & comments) {
 
 KZString KZConfigReader::ReadComment() {
     text_.clear();
-    Take();
-    for (auto character = Take(); character != endOfText && character != L'\n'; character = Take())
-        Gather(character);
+    source_.Take();
+    for (auto unit = source_.Take(); unit != endOfText && unit != u'\n'; unit = source_.Take()) Gather(unit);
     while (text_.ends_with(u'\r')) text_.pop_back(); // all of them, so that a saved text reads the same
     return KZString(std::u16string_view(text_));
 }
@@ -131,19 +104,18 @@ void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
     line.key_.Clear();
     line.value_.Clear();
     text_.clear();
-    auto character = Take();
-    for (; character != L'=' && character != L'\n'; character = Take()) {
-        if (character == endOfText) Refuse(keyCut);
-        if (character != L'\r') Gather(character);
+    auto unit = source_.Take();
+    for (; unit != u'=' && unit != u'\n'; unit = source_.Take()) {
+        if (unit == endOfText) Refuse(keyCut);
+        if (unit != u'\r') Gather(unit);
     }
     line.key_ = WithoutTail(text_, IsWhiteSpace);
-    if (character == L'\n') return;
+    if (unit == u'\n') return;
 
     text_.clear();
-    for (character = Take(); character != L'\n' && character != endOfText; character = Take()) {
-        bool const isLeadingSpace =
-            text_.empty() && character < 0x10000 && IsWhiteSpace(static_cast<char16_t>(character));
-        if (character != L'\r' && !isLeadingSpace) Gather(character);
+    for (unit = source_.Take(); unit != u'\n' && unit != endOfText; unit = source_.Take()) {
+        bool const isLeadingSpace = text_.empty() && IsWhiteSpace(static_cast<char16_t>(unit));
+        if (unit != u'\r' && !isLeadingSpace) Gather(unit);
     }
     line.value_ = WithoutTail(text_, KZEncoding::IsBlank);
 }
@@ -152,21 +124,22 @@ void KZConfigReader::ReadHeader(KZConfigSection & section) {
     section.name_.Clear();
     section.DropLinesLocks();
     section.lines_.clear();
-    if (IsAtEnd()) return;
-    if (Peek() != L'[') Refuse(noHeader);
-    Take();
+    if (source_.IsAtEnd()) return;
+    if (source_.Peek() != u'[') Refuse(noHeader);
+    source_.Take();
 
     text_.clear();
-    for (auto character = Take(); character != L']'; character = Take()) {
-        if (character == endOfText) Refuse(nameCut);
-        Gather(character);
+    for (auto unit = source_.Take(); unit != u']'; unit = source_.Take()) {
+        if (unit == endOfText) Refuse(nameCut);
+        Gather(unit);
     }
     section.name_ = KZString(std::u16string_view(text_));
 
-    for (auto character = Take(); character != L'\n' && character != endOfText; character = Take()) {
-        bool const isSkipped = character == L' ' || character == L'\t' || character == L'\r';
+    for (auto unit = source_.Take(); unit != u'\n' && unit != endOfText; unit = source_.Take()) {
+        if (unit == u' ' || unit == u'\t' || unit == u'\r') continue;
+        if (KZEncoding::IsHighSurrogate(unit) && KZEncoding::IsLowSurrogate(source_.Peek())) source_.Take();
         // A stray character is accepted if it is the last one of the file; callers rely on that.
-        if (!isSkipped && !IsAtEnd()) Refuse(strayCharacter);
+        if (!source_.IsAtEnd()) Refuse(strayCharacter);
     }
 }
 
@@ -192,19 +165,19 @@ void KZConfigReader::Append(KZConfigFile & file, KZConfigSection & working) {
 
 void KZConfigReader::ReadFile(KZConfigFile & file) {
     file.Clear();
-    file.whyPartial_ = buffer_ ? u"it could not be read to its end" : u"the stream was not good";
+    file.whyPartial_ = source_.IsGood() ? u"it could not be read to its end" : u"the stream was not good";
     try {
         ReadSections(file);
     } catch (KZConfigStreamException const &) {
         file.whyPartial_ = fault_;
         throw;
     }
-    if (hasStranger_)
+    if (source_.HasStranger())
         file.whyPartial_ = u"it holds what is no character, as a text in UTF-16 does that was cut";
     else if (hasDroppedZero_)
         file.whyPartial_ =
             u"lines before the first header hold 0 characters, as a text in UTF-16 without a mark does";
-    else if (buffer_)
+    else if (source_.IsGood())
         file.whyPartial_ = nullptr;
 }
 
@@ -220,8 +193,8 @@ void KZConfigReader::ReadSections(KZConfigFile & file) {
     do {
         Texts comments;
         ReadComments(comments);
-        bool const isEnd = IsAtEnd();
-        if (!isEnd && Peek() != L'[') {
+        bool const isEnd = source_.IsAtEnd();
+        if (!isEnd && source_.Peek() != u'[') {
             ReadLine(working, std::move(comments));
             hasDroppedZero_ |= !isPending && HasZero(working.lines_.back());
             continue;
@@ -231,39 +204,48 @@ void KZConfigReader::ReadSections(KZConfigFile & file) {
         ReadHeader(working);
         working.comments_.texts_ = std::move(comments);
         isPending = true;
-    } while (!IsAtEnd());
+    } while (!source_.IsAtEnd());
     keepPending();
 }
 
 std::wistream & operator>>(std::wistream & stream, KZConfigComments & comments) {
-    KZConfigReader reader(stream);
+    KZDetail::ConfigStreamSource source(stream);
+    KZConfigReader reader(source);
     reader.ReadCommentsOf(comments);
-    reader.Finish();
+    source.Finish();
     return stream;
 }
 
 std::wistream & operator>>(std::wistream & stream, KZConfigLine & line) {
-    KZConfigReader reader(stream);
+    KZDetail::ConfigStreamSource source(stream);
+    KZConfigReader reader(source);
     reader.ReadCommentsOf(line);
     reader.ReadKeyAndValue(line);
-    reader.Finish();
+    source.Finish();
     return stream;
 }
 
 std::wistream & operator>>(std::wistream & stream, KZConfigSection & section) {
-    KZConfigReader reader(stream);
+    KZDetail::ConfigStreamSource source(stream);
+    KZConfigReader reader(source);
     reader.ReadCommentsOf(section);
     reader.ReadHeader(section);
-    reader.Finish();
+    source.Finish();
     return stream;
 }
 
 std::wistream & operator>>(std::wistream & stream, KZConfigFile & file) {
     KZGuard<KZConfigFile> guard(file);
-    KZConfigReader reader(stream);
+    KZDetail::ConfigStreamSource source(stream);
+    KZConfigReader reader(source);
     reader.ReadFile(file);
-    reader.Finish();
+    source.Finish();
     return stream;
+}
+
+void KZDetail::ReadConfig(KZConfigFile & file, UnitFile & text) {
+    ConfigFileSource source(text);
+    KZConfigReader(source).ReadFile(file);
 }
 
 // --- Writing
@@ -289,17 +271,12 @@ void Append(std::u16string & text, KZConfigSection const & section) {
     for (auto line = section.GetLinesBegin(); line != section.GetLinesEnd(); ++line) Append(text, *line);
 }
 
-/// Writes the whole text. `operator<<` of strings would stop at a 0 unit, which a damaged file may have.
-std::wostream & Write(std::wostream & stream, std::u16string const & text) {
-    std::wstring const wide = KZToWide(text);
-    return stream.write(wide.data(), static_cast<std::streamsize>(wide.size()));
-}
-
+/// Writes all units. `operator<<` of strings would stop at a 0 unit, which a damaged file may have.
 template <class Part>
 std::wostream & WritePart(std::wostream & stream, Part const & part) {
     std::u16string text;
     Append(text, part);
-    return Write(stream, text);
+    return KZDetail::WriteUnits(stream, text);
 }
 
 } // namespace
@@ -325,5 +302,5 @@ std::wostream & operator<<(std::wostream & stream, KZConfigSection const & secti
 
 std::wostream & operator<<(std::wostream & stream, KZConfigFile const & file) {
     KZGuard<KZConfigFile const> guard(file);
-    return Write(stream, KZDetail::TextOf(file));
+    return KZDetail::WriteUnits(stream, KZDetail::TextOf(file));
 }

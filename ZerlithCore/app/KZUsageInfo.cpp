@@ -2,7 +2,7 @@
 #include "ZerlithCore/app/KZUsageInfo.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"
-#include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/KZWriteUnits.h"
 
 #include <ostream>
 #include <string_view>
@@ -45,7 +45,7 @@ void WriteRow(std::wostream & stream, KZString const & option, KZString const & 
         text.append(u" ").append(Padded(TakeLine(rest), descriptionWidth)).append(u"\n");
     while (!rest.empty())
         text.append(4 + optionWidth + 1, u' ').append(Padded(TakeLine(rest), descriptionWidth)).append(u"\n");
-    stream << KZToWide(text);
+    KZDetail::WriteUnits(stream, text);
 }
 
 } // namespace
@@ -70,12 +70,12 @@ void KZUsageInfo::AddCmdLineArgDesc(char const * option, char const * descriptio
 
 void KZWriteUsage(std::wostream & stream, KZString const & appName, std::vector<KZUsageInfo> const & infos) {
     std::wstring const banner = std::wstring(bannerWidth, L'*') + L'\n';
-    stream << banner << banner << L"USAGE: " << KZToWide(std::u16string_view(appName))
-           << L" [options list] \n"
-           << banner << L"Options list: \n";
+    stream << banner << banner << L"USAGE: ";
+    KZDetail::WriteUnits(stream, std::u16string_view(appName));
+    stream << L" [options list] \n" << banner << L"Options list: \n";
     for (KZUsageInfo const & info : infos) {
         if (!info.GetGeneralInfo().IsNull())
-            stream << KZToWide(std::u16string_view(info.GetGeneralInfo())) << L'\n';
+            KZDetail::WriteUnits(stream, std::u16string_view(info.GetGeneralInfo())) << L'\n';
         KZString option, description;
         bool flag = false;
         for (unsigned int i = 0; info.GetCmdLineArgDesc(i, option, description, flag); ++i)

@@ -2,33 +2,21 @@
 // write without the lock can only mix up the order of their texts.
 #include "ZerlithCore/diagnostics/KZConsole.h"
 
-#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/encoding/detail/Utf8Text.h"
 #include "ZerlithCore/platform/Console.h"
-#include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/KZUnitStreamBuf.h"
 
 #include <locale>
 #include <ostream>
-#include <streambuf>
 
 namespace {
 
-class ConsoleBuffer : public std::wstreambuf {
-protected:
-    std::streamsize xsputn(wchar_t const * text, std::streamsize count) override {
-        return Write({text, static_cast<std::size_t>(count)}) ? count : 0;
-    }
-    int_type overflow(int_type character) override {
-        if (traits_type::eq_int_type(character, traits_type::eof())) return traits_type::not_eof(character);
-        wchar_t const one = traits_type::to_char_type(character);
-        return Write({&one, 1}) ? character : traits_type::eof();
-    }
-    int sync() override { return KZPlatform::FlushStandardOutput() ? 0 : -1; }
+class ConsoleBuffer : public KZUnitStreamBuf {
+public:
+    bool PutUnits(std::u16string_view units) override { return KZWriteToConsole(units); }
 
-private:
-    static bool Write(std::wstring_view text) {
-        return KZPlatform::WriteToStandardOutput(
-            KZEncoding::UnitsToUtf8(KZFromWide(text), KZEncoding::Utf8Mode::Replace));
-    }
+protected:
+    int sync() override { return KZPlatform::FlushStandardOutput() ? 0 : -1; }
 };
 
 class ConsoleStream : public std::wostream {
@@ -48,4 +36,8 @@ std::wostream & KZGetConsole() {
     // Never destroyed: destructors of other static objects write to it.
     static ConsoleStream & console = *new ConsoleStream;
     return console;
+}
+
+bool KZWriteToConsole(std::u16string_view text) {
+    return KZPlatform::WriteToStandardOutput(KZEncoding::Utf8Text(text, KZEncoding::Utf8Mode::Replace));
 }

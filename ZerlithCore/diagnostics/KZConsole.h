@@ -2,11 +2,13 @@
 /// The console: the standard output as a wide stream that needs no locale.
 ///
 ///     KZGetConsole() << KZString(u"Grüße") << L'\n' << std::flush;
+///     KZWriteToConsole(u"a whole line in one piece\n");
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
 
 #include <iosfwd>
+#include <string_view>
 
 /// The library's only stream on the standard output. It exists from its first use to the end of the process.
 ///
@@ -17,3 +19,8 @@
 /// Thread safety: characters written from several threads arrive whole. The stream's own state (width, flags, errors) is
 /// shared, so hold a KZLockedCOUT while writing if several threads write.
 [[nodiscard]] KZ_EXPORT std::wostream & KZGetConsole();
+
+/// Writes `text` to the standard output as that stream does, 0 units included, but in one piece and without the stream's state.
+/// False when the standard output refuses some of it. Errors: std::bad_alloc for texts of more than 512 units, and nothing of the
+/// text is written. Thread safety: callable from any thread; texts don't mix.
+KZ_EXPORT bool KZWriteToConsole(std::u16string_view text);

@@ -4,13 +4,20 @@
 namespace KZEncoding {
 
 std::wstring ToWide(std::u16string_view units) {
-    std::wstring wide;
-    wide.reserve(units.size());
-    WideJoiner joiner;
-    auto const append = [&wide](wchar_t character) { wide += character; };
-    for (char16_t const unit : units) joiner.Put(unit, append);
-    joiner.Flush(append);
+    std::wstring wide(units.size(), L'\0');
+    wide.resize(ToWide(units, wide.data()));
     return wide;
+}
+
+std::size_t ToWide(std::u16string_view units, wchar_t * wide) noexcept {
+    wchar_t * end = wide;
+    for (std::size_t i = 0; i < units.size(); ++i) {
+        bool const isPair = sizeof(wchar_t) > sizeof(char16_t) && IsHighSurrogate(units[i]) &&
+                            i + 1 < units.size() && IsLowSurrogate(units[i + 1]);
+        *end++ = static_cast<wchar_t>(isPair ? JoinSurrogates(units[i], units[i + 1]) : units[i]);
+        if (isPair) ++i;
+    }
+    return static_cast<std::size_t>(end - wide);
 }
 
 std::u16string FromWide(std::wstring_view wide) {

@@ -22,6 +22,9 @@ namespace KZEncoding {
 /// Converts all of the text, 0 characters included.
 [[nodiscard]] KZ_EXPORT std::u16string FromWide(std::wstring_view wide);
 
+/// Stores the characters of the text and returns their number. `wide` must have room for one character for each unit.
+KZ_EXPORT std::size_t ToWide(std::u16string_view units, wchar_t * wide) noexcept;
+
 /// Stores the units of the text, 0 included, and returns their number. `units` must have room for two units for each
 /// character.
 KZ_EXPORT std::size_t FromWide(std::wstring_view wide, char16_t * units) noexcept;

@@ -10,13 +10,18 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/files/KZTextEncoding.h"
-#include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/KZUnitStreamBuf.h"
 
 #include <cstdint>
 #include <ios>
-#include <streambuf>
+#include <memory>
 #include <string>
+#include <string_view>
+
+namespace KZDetail {
+class UnitFile;
+}
 
 /// Reads and writes a text file in blocks. Reads and writes may follow each other without a call in between.
 ///
@@ -35,7 +40,7 @@
 /// that fails returns the end of the file, and `close` returns false later.
 ///
 /// Thread safety: one object needs outside locking.
-class KZ_EXPORT KZFileStreamBuf : public std::wstreambuf {
+class KZ_EXPORT KZFileStreamBuf : public KZUnitStreamBuf {
 public:
     KZFileStreamBuf();
     KZFileStreamBuf(KZFileStreamBuf const &) = delete;
@@ -48,43 +53,33 @@ public:
     /// or is empty and open for writing, gets `encoding`; any other file keeps its own.
     bool open(KZString const & path, std::ios_base::openmode mode,
               KZTextEncoding encoding = KZTextEncoding::Utf8);
-    [[nodiscard]] bool is_open() const noexcept { return file_.IsOpen(); }
+    [[nodiscard]] bool is_open() const noexcept;
     /// The encoding of the file, by the mark that was read or written last. That of a pipe is known after the first read.
-    [[nodiscard]] KZTextEncoding GetEncoding() const noexcept { return encoding_; }
+    [[nodiscard]] KZTextEncoding GetEncoding() const noexcept;
     /// Writes what is gathered and closes the file. False when this or an earlier write failed, or when no file was open.
     bool close();
+
+    bool PutUnits(std::u16string_view units) override;
 
 protected:
     int_type underflow() override;
     int_type overflow(int_type character = traits_type::eof()) override;
+    std::streamsize xsputn(wchar_t const * text, std::streamsize count) override;
     int sync() override;
     pos_type seekoff(off_type offset, std::ios_base::seekdir direction,
                      std::ios_base::openmode which) override;
     pos_type seekpos(pos_type position, std::ios_base::openmode which) override;
 
 private:
-    enum class Direction : unsigned char { None, Reading, Writing };
-
-    bool FindEncoding(KZString const & path);
     bool ReadBlock();
-    std::size_t SkipMark(std::string_view block);
-    std::size_t Decode(std::string_view block, bool isLast);
     bool StartWriting();
-    bool WriteBlock(bool isLast);
-    bool PrepareToWrite();
-    [[nodiscard]] std::int64_t BytesOf(std::wstring_view characters) const;
+    void MakePutArea();
+    bool WriteArea();
+    [[nodiscard]] std::int64_t BytesOf(wchar_t const * begin, wchar_t const * end) const;
     [[nodiscard]] std::int64_t ReadPosition() const;
     void DropAreas() noexcept;
 
-    KZPlatform::FileHandle file_;
-    std::ios_base::openmode mode_{};
-    KZTextEncoding encoding_ = KZTextEncoding::Utf8;
-    Direction direction_ = Direction::None;
-    bool failed_ = false;          // a write has failed
-    std::int64_t areaBegin_ = 0;   // the position of the get area's first character
-    std::int64_t decodedEnd_ = 0;  // the position of the first byte that isn't decoded yet
-    std::size_t pendingBytes_ = 0; // bytes of a character that isn't complete yet, at the start of `bytes_`
-    std::string bytes_;
-    std::u16string units_;
-    std::wstring characters_; // the memory of the get area or the put area
+    std::unique_ptr<KZDetail::UnitFile> file_; // null before the first `open`
+    std::wstring characters_;                  // the memory of the get area or the put area
+    std::ptrdiff_t keptCount_ = 0;             // characters of the block before, at the start of the get area
 };

@@ -3,7 +3,7 @@
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/encoding/Units.h"
-#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/encoding/detail/Utf8Text.h"
 #include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <new>
@@ -25,13 +25,16 @@ void PutToConsole(wchar_t character) {
 
 KZDualLogStreamBuf::~KZDualLogStreamBuf() = default;
 
-KZDualLogStreamBuf::int_type KZDualLogStreamBuf::overflow(int_type character) {
-    if (!traits_type::eq_int_type(character, traits_type::eof())) {
-        std::u16string units;
-        KZAppendWide(units, traits_type::to_char_type(character));
-        for (char16_t const unit : units) owner_->OnChar(unit);
-    }
-    return traits_type::not_eof(character);
+bool KZDualLogStreamBuf::PutUnits(std::u16string_view units) {
+    for (char16_t const unit : units) owner_->OnChar(unit);
+    return true;
+}
+
+// One by one, since a long text as a whole would need memory.
+std::streamsize KZDualLogStreamBuf::xsputn(wchar_t const * text, std::streamsize count) {
+    for (wchar_t const * const end = text + count; text != end; ++text)
+        KZEncoding::SplitWide(*text, [this](char16_t unit) { owner_->OnChar(unit); });
+    return count;
 }
 
 KZDualLogStreamBuf::int_type KZDualLogStreamBuf::underflow() { return traits_type::eof(); }
@@ -91,7 +94,7 @@ void KZDualLogStream::PutToFile() {
     if (!file_) return;
     try {
         if (!gathered_.empty())
-            file_->Put(KZEncoding::UnitsToUtf8(gathered_, KZEncoding::Utf8Mode::Escape), false);
+            file_->Put(KZEncoding::Utf8Text(gathered_, KZEncoding::Utf8Mode::Escape), false);
     } catch (std::bad_alloc const &) {
         LoseText();
     }

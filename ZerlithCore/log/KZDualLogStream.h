@@ -8,12 +8,12 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/KZUnitStreamBuf.h"
 #include "ZerlithCore/text/KZWideText.h"
 
 #include <cstdint>
 #include <memory>
 #include <ostream>
-#include <streambuf>
 #include <string>
 
 class KZDualLogStream;
@@ -25,14 +25,16 @@ class RecordFile;
 /// The buffer of a KZDualLogStream: passes each unit and each flush on to that stream.
 ///
 /// Thread safety: one object needs outside locking.
-class KZ_EXPORT KZDualLogStreamBuf : public std::wstreambuf {
+class KZ_EXPORT KZDualLogStreamBuf : public KZUnitStreamBuf {
 public:
     /// `owner` must exist as long as this object.
     explicit KZDualLogStreamBuf(KZDualLogStream & owner) : owner_(&owner) {}
     ~KZDualLogStreamBuf() override;
 
+    bool PutUnits(std::u16string_view units) override;
+
 protected:
-    int_type overflow(int_type character = traits_type::eof()) override;
+    std::streamsize xsputn(wchar_t const * text, std::streamsize count) override;
     /// Nothing can be read: always the end of the file.
     int_type underflow() override;
     int sync() override;

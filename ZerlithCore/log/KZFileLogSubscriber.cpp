@@ -1,10 +1,9 @@
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
 
-#include "ZerlithCore/encoding/Utf8.h"
+#include "ZerlithCore/encoding/detail/Utf8Text.h"
 #include "ZerlithCore/log/detail/RecordFile.h"
 
 #include <new>
-#include <string>
 #include <string_view>
 
 namespace {
@@ -27,8 +26,7 @@ KZFileLogSubscriber::~KZFileLogSubscriber() { Close(); }
 void KZFileLogSubscriber::OnFlush(int level, KZString const & text) {
     if (!IsInterested(level)) return;
     try {
-        std::string const bytes =
-            KZEncoding::UnitsToUtf8(std::u16string_view(text), KZEncoding::Utf8Mode::Escape);
+        KZEncoding::Utf8Text const bytes(std::u16string_view(text), KZEncoding::Utf8Mode::Escape);
         Guard const guard(lock_);
         if (!OpenIfNeeded()) return file_->CountLost(false);
         file_->Put(bytes, autoFlush_);

@@ -10,7 +10,6 @@
 #include "ZerlithCore/log/KZLogStream.h"
 
 #include "ZerlithCore/log/detail/LogHandOut.h"
-#include "ZerlithCore/text/KZWideText.h"
 
 #include <new>
 #include <stdexcept>
@@ -22,7 +21,6 @@ using KZDetail::LogHandOut;
 using Guard = KZGuard<KZCriticalSection>;
 
 constexpr auto relaxed = std::memory_order_relaxed;
-constexpr std::size_t mostShortText = 256; // characters that are converted on the stack
 
 } // namespace
 
@@ -67,25 +65,26 @@ void KZLogStreamBuf::DropMessage() {
 
 void KZLogStreamBuf::UpdateInterest() { handOut_->UpdateInterest(level_, isInterested_); }
 
-KZLogStreamBuf::int_type KZLogStreamBuf::overflow(int_type character) {
-    if (IsInterested() && !traits_type::eq_int_type(character, traits_type::eof()))
-        Gather(traits_type::to_char_type(character));
-    return traits_type::not_eof(character);
+bool KZLogStreamBuf::PutUnits(std::u16string_view units) {
+    if (IsInterested() && !units.empty()) Gather(units);
+    return true;
 }
 
-// The text is read before the lock is taken: reading it may fault, and the report of the fault writes to a channel, which
+KZLogStreamBuf::int_type KZLogStreamBuf::overflow(int_type character) {
+    if (!IsInterested()) return traits_type::not_eof(character);
+    bool const isUnit = !traits_type::eq_int_type(character, traits_type::eof()) && character <= 0xFFFF;
+    if (!isUnit) return KZUnitStreamBuf::overflow(character);
+    auto const unit = static_cast<char16_t>(character);
+    Gather({&unit, 1});
+    return character;
+}
+
+// The text is converted before the lock is taken: reading it may fault, and the report of the fault writes to a channel, which
 // takes the lock.
 std::streamsize KZLogStreamBuf::xsputn(wchar_t const * text, std::streamsize count) {
-    if (!IsInterested() || count <= 0) return count;
-    std::wstring_view const wide(text, static_cast<std::size_t>(count));
-    if (wide.size() <= mostShortText) {
-        char16_t units[2 * mostShortText];
-        Gather(units, KZFromWide(wide, units));
-        return count;
-    }
+    if (!IsInterested()) return count;
     try {
-        std::u16string const units = KZFromWide(wide);
-        Gather(units.data(), units.size());
+        return KZUnitStreamBuf::xsputn(text, count);
     } catch (std::bad_alloc const &) {
         Guard const guard(LogHandOut::textLock);
         LoseLine();
@@ -105,29 +104,14 @@ int KZLogStreamBuf::sync() {
     return 0;
 }
 
-// Not inlined, so that unwanted text costs no more than the test of the flag before the call.
-[[gnu::noinline]] void KZLogStreamBuf::Gather(wchar_t character) {
+void KZLogStreamBuf::Gather(std::u16string_view units) {
     Guard const guard(LogHandOut::textLock);
     if (isLineLost_) return;
     try {
-        // Nearly all characters are one unit.
-        if (static_cast<std::uint32_t>(character) <= 0xFFFF) {
-            line_ += static_cast<char16_t>(character);
-        } else {
-            KZAppendWide(line_, character);
-        }
-    } catch (std::bad_alloc const &) {
-        LoseLine();
-    } catch (std::length_error const &) {
-        LoseLine();
-    }
-}
-
-void KZLogStreamBuf::Gather(char16_t const * units, std::size_t count) {
-    Guard const guard(LogHandOut::textLock);
-    if (isLineLost_) return;
-    try {
-        line_.Append(units, static_cast<unsigned int>(count));
+        if (units.size() == 1) // Programs may write character by character.
+            line_ += units.front();
+        else
+            line_.Append(units.data(), static_cast<unsigned int>(units.size()));
     } catch (std::bad_alloc const &) {
         LoseLine();
     } catch (std::length_error const &) {

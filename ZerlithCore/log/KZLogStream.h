@@ -11,12 +11,13 @@
 #include "ZerlithCore/foundation/KZSmartPtrVector.h"
 #include "ZerlithCore/log/KZLogSubscriberI.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/text/KZUnitStreamBuf.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
 #include <atomic>
 #include <memory>
 #include <ostream>
-#include <streambuf>
+#include <string_view>
 
 namespace KZDetail {
 class LogHandOut;
@@ -37,11 +38,14 @@ using KZLogSubscribers = KZSmartPtrVectorMutexedBase<KZSmartPtr<KZLogSubscriberI
 /// left to another thread for which a million units are waiting already. Subscribers then get "*** messages lost: 1".
 ///
 /// Thread safety: each text put in by one call arrives whole; texts of several threads may end up in one message.
-class KZ_EXPORT KZLogStreamBuf : public std::wstreambuf {
+class KZ_EXPORT KZLogStreamBuf : public KZUnitStreamBuf {
 public:
     /// `subscribers` isn't owned. The level is 0.
     explicit KZLogStreamBuf(KZLogSubscribers * subscribers);
     ~KZLogStreamBuf() override;
+
+    /// Always true: a text for which memory fails is told of in the next message.
+    bool PutUnits(std::u16string_view units) override;
 
     /// Flushes what was gathered at another level, and then sets the new level. A level that a subscriber sets in `OnFlush`
     /// holds until the messages that are waiting have been passed on; then the former level is set again.
@@ -63,8 +67,7 @@ protected:
 
 private:
     [[nodiscard]] bool IsInterested() const noexcept { return isInterested_.load(std::memory_order_relaxed); }
-    void Gather(wchar_t character);
-    void Gather(char16_t const * units, std::size_t count);
+    void Gather(std::u16string_view units);
     void LoseLine() noexcept;
     void EndMessage();
     void ChangeLevel(int level);

@@ -1,16 +1,5 @@
-// Appends wide characters to strings, and writes strings to wide streams.
+// Appends wide characters to strings.
 #include "ZerlithCore/text/KZWideText.h"
-
-#include "ZerlithCore/text/detail/KZStringText.h"
-
-#include <algorithm>
-#include <ostream>
-
-namespace {
-
-constexpr std::size_t ChunkSize = 256; // units that are converted on the stack at a time
-
-} // namespace
 
 void KZAppendWide(KZString & string, wchar_t character) {
     KZEncoding::SplitWide(character, [&string](char16_t unit) { string += unit; });
@@ -18,22 +7,4 @@ void KZAppendWide(KZString & string, wchar_t character) {
 
 void KZAppendWide(std::u16string & string, wchar_t character) {
     KZEncoding::SplitWide(character, [&string](char16_t unit) { string += unit; });
-}
-
-std::wostream & operator<<(std::wostream & stream, KZString const & string) {
-    std::u16string_view units = KZTextOf(string);
-    if (stream.width() != 0) return stream << KZToWide(units);
-    // Converts in pieces on the stack. The joiner keeps a high surrogate at the end of a piece for the next one.
-    KZWideJoiner joiner;
-    wchar_t chunk[ChunkSize + 2];
-    while (!units.empty() && stream) {
-        std::size_t length = 0;
-        auto const append = [&](wchar_t character) { chunk[length++] = character; };
-        std::u16string_view const piece = units.substr(0, ChunkSize);
-        for (char16_t const unit : piece) joiner.Put(unit, append);
-        units.remove_prefix(piece.size());
-        if (units.empty()) joiner.Flush(append);
-        stream.write(chunk, static_cast<std::streamsize>(length));
-    }
-    return stream;
 }

@@ -76,6 +76,7 @@ TEST(KZConfigFile, RewritesWhatItReads) {
         {"line end in the name", L"[A\nB]\n", __LINE__, L"[A\nB]\n"},
         {"space in the name", L"[ A ]", __LINE__, L"[ A ]\n"},
         {"stray last character", L"[A]x", __LINE__, L"[A]\n"},
+        {"stray last character of two units", L"[A]\U0001F600", __LINE__, L"[A]\n"},
         // Errors.
         {"key cut", L"[A]\nkey", __LINE__, noKey},
         {"key cut behind blanks", L"[A]\nk=v\n  key  ", __LINE__, noKey},

@@ -120,10 +120,13 @@ TEST(KZConsole, KeepsItsPlaceBetweenTheOtherWaysToStandardOutput) {
     KZGetConsole() << L"\u00e9\U0001F600" << wchar_t(0xD800) << L'\n' << std::flush;
     std::printf("b");
     std::cout << "c" << std::flush;
-    KZGetConsole() << 42;
+    KZGetConsole() << 42 << KZString(u"\u20AC\U0001F600");
     EXPECT_EQ(KZGetConsole().rdbuf()->pubsync(), 0);
+    EXPECT_TRUE(KZWriteToConsole(u"\xDE00" + std::u16string(2000, u'x')));
     std::locale::global(former);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD\nbc42");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              "a\xC3\xA9\xF0\x9F\x98\x80\xEF\xBF\xBD\nbc42\xE2\x82\xAC\xF0\x9F\x98\x80\xEF\xBF\xBD" +
+                  std::string(2000, 'x'));
 }
 
 TEST(KZLockedCOUT, KeepsTheLinesOfThreadsWhole) {

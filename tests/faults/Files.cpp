@@ -67,7 +67,7 @@ class Streams : public Work {
     bool Act() override {
         {
             KZOFileStream out(Path("copy"));
-            for (int line = 0; line < 200; ++line) out << L"line " << line << L" \u00E9\n";
+            for (int line = 0; line < 200; ++line) out << KZString(u"line ") << line << L" \u00E9\n";
             if (!out.close()) return false;
         }
         KZFileStream in(Path("copy"));

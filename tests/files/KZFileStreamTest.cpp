@@ -1,5 +1,7 @@
 #include "ZerlithCore/files/KZFileStream.h"
 
+#include "ZerlithCore/text/KZWideText.h"
+
 #include "files/TemporaryDirectory.h"
 
 #include <gtest/gtest.h>
@@ -111,6 +113,37 @@ TEST_F(KZFileStreamTest, WritesOnInTheEncodingOfTheFile) {
         EXPECT_TRUE((KZFileStream(Path(), ios_base::app) << L"+").good());
         EXPECT_EQ(folder.Read(u"file.txt"), mark + std::string("\x01\0", 2) + encoded("+")) << "at a unit";
     }
+}
+
+TEST_F(KZFileStreamTest, UnitsAndCharactersAreOneText) {
+    std::mt19937 random(3);
+    // Pairs may be cut between two texts. The single byte is one of UTF-16; text behind it begins at the next unit.
+    std::wstring const texts[] = {L"a", L"\u20AC", L"\U0001F600", L"\xD83D", L"\xDE00", {wchar_t(0x1100FF)}};
+    for (int round = 0; round < 400; ++round) {
+        auto const encoding = static_cast<KZTextEncoding>(round % 4);
+        KZOFileStream mixed(Path(u"mixed"), ios_base::out, encoding),
+            wide(Path(u"wide"), ios_base::out, encoding);
+        std::wstring all;
+        for (auto count = random() % 20; count > 0; --count) {
+            std::wstring text = texts[random() % (encoding < KZTextEncoding::Utf16LittleEndian ? 5 : 6)];
+            bool const isUnits = random() % 2 == 0 && text[0] != wchar_t(0x1100FF);
+            if (random() % 8 == 0) text += std::wstring(random() % 9000, L'\u00E9');
+            isUnits ? mixed << KZString(KZFromWide(text)) : mixed << text;
+            all += text;
+        }
+        wide << all;
+        EXPECT_TRUE(mixed.close() && wide.close());
+        ASSERT_TRUE(folder.Read(u"mixed") == folder.Read(u"wide")) << "round " << round;
+    }
+    folder.Write(u"file.txt", "abcdef");
+    KZFileStream stream(Path(), ios_base::in | ios_base::out);
+    EXPECT_EQ(stream.get(), L'a');
+    stream << KZString(u"XY");
+    EXPECT_EQ(stream.get(), L'd');
+    EXPECT_FALSE((KZFileStream(Path()) << KZString(u"not for writing")).good());
+    EXPECT_TRUE((KZOFileStream(u"/dev/full") << KZString(u'x', 100000)).bad());
+    EXPECT_TRUE(stream.close());
+    EXPECT_EQ(folder.Read(u"file.txt"), "aXYdef");
 }
 
 TEST_F(KZFileStreamTest, EveryPositionThatWasToldCanBeSought) {

@@ -1,5 +1,6 @@
 #include "ZerlithCore/log/KZLogFile.h"
 
+#include "ZerlithCore/diagnostics/KZConsole.h"
 #include "ZerlithCore/diagnostics/KZDebug.h"
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
 #include "ZerlithCore/log/KZDualLogStream.h"
@@ -15,6 +16,7 @@
 #include <cstring>
 #include <ctime>
 #include <map>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -243,6 +245,11 @@ TEST_F(KZLogFileTest, ConsoleAndDualStreamsReachTheConsole) {
     subscriber.OnFlush(1, u"\u00E9 heard\n");
     subscriber.OnFlush(2, u"not heard\n");
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "\xC3\xA9 heard\n") << "at once";
+    std::wostringstream elsewhere;
+    std::wstreambuf * const own = KZGetConsole().rdbuf(elsewhere.rdbuf());
+    subscriber.OnFlush(1, u"\U0001F600");
+    KZGetConsole().rdbuf(own);
+    EXPECT_EQ(elsewhere.str(), L"\U0001F600");
     testing::internal::CaptureStdout();
     KZDualLogStream consoleOnly, broken(folder.Path(u"no/such")), both(path);
     EXPECT_TRUE(consoleOnly.IsGood() && both.IsGood() && !broken.IsGood());

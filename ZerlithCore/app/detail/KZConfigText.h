@@ -1,4 +1,4 @@
-// The text of a configuration, for the stream operators and for saving.
+// The text of a configuration, for the stream operators, loading and saving.
 #pragma once
 
 #include <string>
@@ -7,7 +7,13 @@ class KZConfigFile;
 
 namespace KZDetail {
 
-/// All sections. Requires: the file's lock.
+class UnitFile;
+
+/// Reads the file as `operator>>` reads a stream. Requires: the object's lock. Errors: KZConfigStreamException, and as
+/// UnitFile::Read.
+void ReadConfig(KZConfigFile & file, UnitFile & text);
+
+/// All sections. Requires: the object's lock.
 [[nodiscard]] std::u16string TextOf(KZConfigFile const & file);
 
 } // namespace KZDetail
