@@ -2,6 +2,8 @@
 /// The calendar of the system: the printing of dates.
 #pragma once
 
+#include "ZerlithCore/platform/Clock.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -14,18 +16,6 @@ namespace KZPlatform {
 struct ZoneMoment {
     std::int32_t localMinusUtc = 0; // seconds
     std::u16string name = u"UTC";   // as the system abbreviates it: "CEST"
-};
-
-/// A date and time of day of the Gregorian calendar.
-struct CalendarTime {
-    int year = 1970;
-    int month = 1; // from 1
-    int day = 1;   // from 1
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    int weekDay = 4; // Sunday is 0
-    int yearDay = 1; // from 1
 };
 
 /// Expands `format`, a template of strftime, in the program's locale. Nothing when the text would have more than
