@@ -14,8 +14,8 @@
 namespace {
 
 // Between the complete report and the message for the user.
-constexpr char16_t const * Marker = u"###***###";
-constexpr std::uint32_t MarkerLength = 9;
+constexpr char16_t const * reportMarker = u"###***###";
+constexpr std::uint32_t markerUnits = 9;
 
 KZString FromUtf8(std::string const & text) {
     KZString units;
@@ -55,7 +55,7 @@ KZException::KZException(KZString const & message, bool noStack) : message_(mess
 
 KZException::KZException(KZStackDump & dump)
     : stack_(TextOrNone([&] { return FromUtf8(dump.GetStackText()); })), message_(TextOrNone([&] {
-        return FromUtf8(dump.GetReport()) + Marker + FromUtf8(dump.GetExceptionText());
+        return FromUtf8(dump.GetReport()) + reportMarker + FromUtf8(dump.GetExceptionText());
     })) {}
 
 KZException::KZException(KZException const & other) = default;
@@ -74,15 +74,15 @@ char const * KZException::what() const noexcept {
 }
 
 char16_t const * KZException::What() const noexcept {
-    std::uint32_t const marker = message_.Find(Marker);
-    return marker == KZString::npos ? message_.c_str() : message_.c_str() + marker + MarkerLength;
+    std::uint32_t const marker = message_.Find(reportMarker);
+    return marker == KZString::npos ? message_.c_str() : message_.c_str() + marker + markerUnits;
 }
 
 void KZException::LogInErrorFile(LogOpt option) const {
     if (logged_ && option != LogAlways) return;
     KZString report;
     if (GlbGetTraceLevel() != 0) {
-        bool const isComposed = message_.Find(Marker) != KZString::npos;
+        bool const isComposed = message_.Find(reportMarker) != KZString::npos;
         report = isComposed ? Report() : KZDebug::ComposeReport(message_, stack_);
     }
     logged_ = true;
@@ -92,7 +92,7 @@ void KZException::LogInErrorFile(LogOpt option) const {
 }
 
 KZString KZException::Report() const {
-    std::uint32_t const marker = message_.Find(Marker);
+    std::uint32_t const marker = message_.Find(reportMarker);
     return marker == KZString::npos ? KZString() : message_.SubStr(0, marker);
 }
 

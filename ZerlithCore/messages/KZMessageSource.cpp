@@ -112,7 +112,7 @@ long RCMessageSource::GetLanguageID(char16_t const * language) noexcept {
     std::u16string_view const code(language ? language : u"");
     for (Language const & known : languages)
         if (std::ranges::equal(known.code, code, {}, {}, KZtowlower)) return known.number;
-    return KZPlatform::NeutralLanguage;
+    return KZPlatform::neutralLanguage;
 }
 
 // --- RCStringTableMsgSource

@@ -21,9 +21,9 @@
 /// The numbers of languages, and the language of the calling thread.
 struct KZ_EXPORT KZLanguage {
     /// Leaves the choice to the thread; of a text: it serves for all languages.
-    static constexpr long Neutral = KZPlatform::NeutralLanguage;
+    static constexpr long Neutral = KZPlatform::neutralLanguage;
     static constexpr long German = 1031;
-    static constexpr long EnglishUS = KZPlatform::EnglishLanguage;
+    static constexpr long EnglishUS = KZPlatform::englishLanguage;
     static constexpr long Spanish = 1034;
     static constexpr long French = 1036;
     static constexpr long Japanese = 1041;
@@ -47,12 +47,12 @@ extern __attribute__((weak, visibility("hidden"))) KZModuleMessageTable const KZ
 }
 
 namespace KZDetail {
-inline constexpr KZModuleMessageTable NoMessages{nullptr, 0};
+inline constexpr KZModuleMessageTable noMessages{nullptr, 0};
 } // namespace KZDetail
 
 /// The module in which this stands, for the message sources. It has no messages where nobody wrote KZ_MODULE_MESSAGES.
 #define KZ_THIS_MODULE \
-    KZPlatform::ModuleOfMessages(&KZHiddenModuleMessages ? KZHiddenModuleMessages : KZDetail::NoMessages)
+    KZPlatform::ModuleOfMessages(&KZHiddenModuleMessages ? KZHiddenModuleMessages : KZDetail::noMessages)
 
 /// Gives a module its messages: entries of code, language and text. Once in a module, in one source, at file level.
 #define KZ_MODULE_MESSAGES(...)                                                                   \

@@ -9,9 +9,9 @@
 namespace KZPlatform {
 
 /// The neutral language: that of the thread. 0 means the same.
-inline constexpr long NeutralLanguage = 1024;
+inline constexpr long neutralLanguage = 1024;
 /// English as in the United States: what is taken when nothing else is known.
-inline constexpr long EnglishLanguage = 1033;
+inline constexpr long englishLanguage = 1033;
 
 [[nodiscard]] constexpr bool IsNeutralLanguage(long language) noexcept { return (language & 0x3FF) == 0; }
 

@@ -25,7 +25,7 @@ struct KZModuleMessageTable {
 namespace KZPlatform {
 
 /// The function under which a module exports its table: `KZModuleMessageTable const * KZModuleMessages()`.
-inline constexpr char const * ModuleMessagesSymbol = "KZModuleMessages";
+inline constexpr char const * moduleMessagesSymbol = "KZModuleMessages";
 
 /// A module handle that stands for `table` alone, so that code can name its own module without asking the loader.
 /// Good for the messages only: it has no symbols, and freeing it does nothing.

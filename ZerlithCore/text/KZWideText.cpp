@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::size_t ChunkSize = 256; // units that are widened on the stack
+constexpr std::size_t chunkSize = 256; // units that are widened on the stack
 
 } // namespace
 
@@ -24,11 +24,11 @@ std::wostream & operator<<(std::wostream & stream, KZString const & string) {
     if (stream.width() != 0) return stream << KZToWide(units);
     // Pieces on the stack; the joiner carries a pair over their border.
     KZWideJoiner joiner;
-    wchar_t chunk[ChunkSize + 2];
+    wchar_t chunk[chunkSize + 2];
     while (!units.empty() && stream) {
         std::size_t length = 0;
         auto const append = [&](wchar_t character) { chunk[length++] = character; };
-        std::u16string_view const piece = units.substr(0, ChunkSize);
+        std::u16string_view const piece = units.substr(0, chunkSize);
         for (char16_t const unit : piece) joiner.Put(unit, append);
         units.remove_prefix(piece.size());
         if (units.empty()) joiner.Flush(append);

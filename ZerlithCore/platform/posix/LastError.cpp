@@ -63,7 +63,7 @@ bool IsPrivate(int number) noexcept {
 }
 
 // The C library's own language, for which it needs no translation.
-bool IsEnglish(long language) noexcept { return ((language ^ EnglishLanguage) & 0x3FF) == 0; }
+bool IsEnglish(long language) noexcept { return ((language ^ englishLanguage) & 0x3FF) == 0; }
 
 // A locale for messages, or none where the system lacks it.
 class MessageLocale {
