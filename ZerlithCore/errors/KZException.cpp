@@ -1,3 +1,6 @@
+// The base of exceptions and the exception of the system's last error. That of a message source is made in
+// messages/KZMsgException.cpp. An exception that is being made must not be replaced by std::bad_alloc: what there is no memory
+// for stays empty.
 #include "ZerlithCore/errors/KZException.h"
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
@@ -13,7 +16,7 @@
 
 namespace {
 
-// Between the complete report and the message for the user.
+// Stands between the complete report and the message for the user.
 constexpr char16_t const * reportMarker = u"###***###";
 constexpr std::uint32_t markerUnits = 9;
 
@@ -23,7 +26,7 @@ KZString FromUtf8(std::string const & text) {
     return units;
 }
 
-/// What `make` gives; nothing without memory, since an exception must stay the one that it is.
+/// The result of `make`; an empty text when there is no memory for it.
 template <class Maker>
 KZString TextOrNone(Maker make) {
     try {
@@ -34,7 +37,7 @@ KZString TextOrNone(Maker make) {
 }
 
 KZString TakeStack() {
-    // The first exception that wants a stack decides for all.
+    // The environment is read once, by the first exception that records a stack.
     static bool const isDisabled = std::getenv("KZ_DISABLE_STACK") != nullptr;
     if (isDisabled) return u"(Stack disabled - KZ_DISABLE_STACK is defined)";
     KZStackDump const dump;
