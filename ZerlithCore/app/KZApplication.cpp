@@ -22,8 +22,8 @@
 
 namespace {
 
-constexpr char16_t const * CoreSection = u"KZCore";
-constexpr char16_t const * ChannelName = u"KZApplicationChannel";
+constexpr char16_t const * coreSection = u"KZCore";
+constexpr char16_t const * channelName = u"KZApplicationChannel";
 
 std::wostream & ApplicationConsole(unsigned int level) {
     KZApplication const * const application = KZApplication::GetApp();
@@ -91,13 +91,13 @@ void KZApplication::Construct(KZLogSubscriberI * subscriber) {
 void KZApplication::SetUp(KZSmartPtr<KZLogSubscriberI> const & given) {
     programPath_ = KZString(KZPlatform::GetExecutablePath());
     LoadConfiguration();
-    SetTraceLevel(GetArg(u"trace", CoreSection, 1U));
-    bool const noConsole = GetArg(u"NoConsole", CoreSection, false);
+    SetTraceLevel(GetArg(u"trace", coreSection, 1U));
+    bool const noConsole = GetArg(u"NoConsole", coreSection, false);
     startPath_ = KZString(KZPlatform::GetWorkingDirectory());
 
     KZLogManager & manager = GetLogManager();
     manager.Init();
-    channel_ = manager.AddChannel(ChannelName);
+    channel_ = manager.AddChannel(channelName);
     if (!given.IsNull() || !noConsole) AddLogSubscriber(given);
     Publish();
 
@@ -127,7 +127,7 @@ void KZApplication::LoadConfiguration() {
 void KZApplication::ChooseDebugDirectory() {
     debugPath_ = u".";
     if (!configFile_.IsNull()) {
-        debugPath_ = configFile_->GetString(CoreSection, u"DebugPath", u".");
+        debugPath_ = configFile_->GetString(coreSection, u"DebugPath", u".");
         return;
     }
     for (char16_t const * variable : {u"TMP", u"TMPDIR"}) {
@@ -139,9 +139,9 @@ void KZApplication::ChooseDebugDirectory() {
 }
 
 void KZApplication::StartFileLogIfAsked(bool noConsole) {
-    constexpr char16_t const * Option = u"ConsoleToFile";
-    if (!IsArgPresent(Option, CoreSection)) return;
-    KZString const fileName = GetArg(Option, CoreSection, u"");
+    constexpr char16_t const * option = u"ConsoleToFile";
+    if (!IsArgPresent(option, coreSection)) return;
+    KZString const fileName = GetArg(option, coreSection, u"");
     if (fileName.IsNull())
         StartLoggingToFile(!noConsole);
     else
@@ -306,10 +306,10 @@ void KZApplication::AddLogSubscriber(KZSmartPtr<KZLogSubscriberI> subscriber) {
 
 void KZApplication::AddFileLog(KZString const & fileName, bool keepConsole,
                                KZPlatform::FileProtection protection) {
-    constexpr bool AutoFlush = true;
-    constexpr bool Append = false;
+    constexpr bool autoFlush = true;
+    constexpr bool append = false;
     fileLogs_.emplace_back(
-        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), AutoFlush, Append, protection));
+        new KZFileLogSubscriber(fileName, static_cast<int>(traceLevel_), autoFlush, append, protection));
     AddLogSubscriber(fileLogs_.back());
     if (keepConsole || console_.IsNull()) return;
     GetLogManager().UnSubscribe(channel_, console_);

@@ -22,11 +22,11 @@
 
 namespace {
 
-constexpr char16_t const * FromConfigFile = u"[FromConfigFile]";
-constexpr char16_t const * PlugInSection = u"PlugIns";
-constexpr char16_t const * Extension = u".osx";
-constexpr char16_t const * ListExtension = u"lst";
-constexpr char const * EntryPoint = "GetPlugInObject";
+constexpr char16_t const * fromConfigFile = u"[FromConfigFile]";
+constexpr char16_t const * plugInSection = u"PlugIns";
+constexpr char16_t const * libraryExtension = u".osx";
+constexpr char16_t const * listExtension = u"lst";
+constexpr char const * usualEntryPoint = "GetPlugInObject";
 
 using FileNames = std::vector<KZString>;
 
@@ -53,7 +53,7 @@ Found FilesOfConfiguration(KZConfigFile & config, KZString const & directory) {
     WriteLine(L"Retrieving plug-ins from ", config.GetFileName(), L"...");
     Found found{directory, {}, {}};
     KZGuard<KZConfigFile> const guard(config);
-    auto const section = config.FindSection(PlugInSection);
+    auto const section = config.FindSection(plugInSection);
     if (section == config.GetSectionsEnd()) return found;
     for (auto line = section->GetLinesBegin(); line != section->GetLinesEnd(); ++line)
         found.files.push_back(line->GetValue().IsNull() ? line->GetKey() : line->GetValue());
@@ -99,7 +99,7 @@ Found FilesOfDirectory(KZString directory, KZString const & extension) {
 
 // `place` itself if it is a list file, or the list file with the usual name in that directory; empty when there is none.
 KZString ListFileOf(KZString const & place) {
-    if (KZPath(place).GetExtension().IsEqual(ListExtension, KZString::IgnoreCase)) return place;
+    if (KZPath(place).GetExtension().IsEqual(listExtension, KZString::IgnoreCase)) return place;
     for (char16_t const * name : {u"osx.lst", u"OSX.LST"}) {
         KZString const file = KZPath::Join(place, name);
         if (KZFile::Exists(file)) return file;
@@ -174,16 +174,17 @@ int KZApplicationWithPlugIns::LoadAndRun() {
             argument.GetArgument().IsEqual(u"osxpath", KZString::IgnoreCase))
             paths.push_back(argument.GetValueAsString());
 
-    if (!GetConfigFile().IsNull() && GetConfigFile()->IsSectionPresent(PlugInSection)) {
-        static_cast<void>(LoadPlugInsFromDirectory(FromConfigFile, FromConfigFile, EntryPoint, false));
+    if (!GetConfigFile().IsNull() && GetConfigFile()->IsSectionPresent(plugInSection)) {
+        static_cast<void>(LoadPlugInsFromDirectory(fromConfigFile, fromConfigFile, usualEntryPoint, false));
     } else if (!paths.empty()) {
         for (KZString const & path : paths) {
             AddToPath(path.c_str());
-            static_cast<void>(LoadPlugInsFromDirectory(path.c_str(), Extension, EntryPoint, false));
+            static_cast<void>(
+                LoadPlugInsFromDirectory(path.c_str(), libraryExtension, usualEntryPoint, false));
         }
     } else {
         std::size_t const namedBefore = state_->librariesNamed;
-        static_cast<void>(LoadPlugInsFromDirectory(u".", Extension, EntryPoint, false));
+        static_cast<void>(LoadPlugInsFromDirectory(u".", libraryExtension, usualEntryPoint, false));
         if (state_->librariesNamed == namedBefore) {
             WriteLine(L"Couldn't find any OSX to load.");
             return 1;
@@ -214,7 +215,7 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
                                                                char const * entryPoint, PlugInVector & found,
                                                                bool stopAtFirstError, bool changeDirectory) {
     KZString const place(directory);
-    bool const configured = place == FromConfigFile && KZString(extension) == FromConfigFile;
+    bool const configured = place == fromConfigFile && KZString(extension) == fromConfigFile;
     if (configured && GetConfigFile().IsNull()) return KZErrorID(0);
     Found const files =
         configured ? FilesOfConfiguration(*GetConfigFile(), GetAppPath()) : FilesOfPlace(place, extension);

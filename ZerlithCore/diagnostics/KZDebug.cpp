@@ -26,7 +26,7 @@ KZString & FileName() {
 constinit std::array<std::atomic<KZDebug::ReportHook>, 8> hooks{};
 
 KZString Now() {
-    KZPlatform::BrokenDownTime const now = KZPlatform::ToLocalTime(KZPlatform::WallClockMilliseconds());
+    KZPlatform::CalendarTime const now = KZPlatform::ToLocalTime(KZPlatform::WallClockMilliseconds());
     KZString text;
     text.Format(u"%04d-%02d-%02d %02d:%02d:%02d", now.year, now.month, now.day, now.hour, now.minute,
                 now.second);

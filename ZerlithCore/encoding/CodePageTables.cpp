@@ -11,7 +11,7 @@ namespace KZEncoding {
 
 namespace {
 
-constexpr std::size_t EncodeChunk = 2048; // units that are encoded on the stack at a time
+constexpr std::size_t encodeChunk = 2048; // units that are encoded on the stack at a time
 
 bool IsMark(char16_t unit) { return IsSurrogate(unit); }
 
@@ -104,9 +104,9 @@ char const * CodePageTables::DecodePairs(char const * in, char const * end, char
 
 void CodePageTables::Encode(std::u16string_view units, std::string & out) const {
     out.reserve(out.size() + units.size());
-    char buffer[2 * EncodeChunk];
-    for (; !units.empty(); units.remove_prefix(std::min(units.size(), EncodeChunk))) {
-        char const * const end = EncodePiece(units.substr(0, EncodeChunk), buffer);
+    char buffer[2 * encodeChunk];
+    for (; !units.empty(); units.remove_prefix(std::min(units.size(), encodeChunk))) {
+        char const * const end = EncodePiece(units.substr(0, encodeChunk), buffer);
         out.append(buffer, static_cast<std::size_t>(end - buffer));
     }
 }

@@ -30,4 +30,12 @@ inline constexpr char16_t ReplacementUnit = 0xFFFD;
 /// A space or a tab.
 [[nodiscard]] constexpr bool IsBlank(char16_t unit) noexcept { return unit == u' ' || unit == u'\t'; }
 
+/// A digit of ASCII, "0" to "9".
+[[nodiscard]] constexpr bool IsDigit(char32_t unit) noexcept { return unit >= U'0' && unit <= U'9'; }
+
+/// White space of ASCII: a blank, a line end, a vertical tab or a form feed.
+[[nodiscard]] constexpr bool IsSpace(char16_t unit) noexcept {
+    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
+}
+
 } // namespace KZEncoding

@@ -105,13 +105,13 @@ Utf8Status DecodeOne(DecodeCursor & cursor, Utf8Mode mode, bool final) {
 
 #if defined(__SSE2__)
 
-constexpr std::array<unsigned char, 256> BitCounts = [] {
+constexpr std::array<unsigned char, 256> bitCounts = [] {
     std::array<unsigned char, 256> counts{};
     for (unsigned i = 0; i < 256; ++i) counts[i] = static_cast<unsigned char>(std::popcount(i));
     return counts;
 }();
 
-unsigned CountBits16(unsigned bits) { return BitCounts[bits & 0xFF] + BitCounts[bits >> 8]; }
+unsigned CountBits16(unsigned bits) { return bitCounts[bits & 0xFF] + bitCounts[bits >> 8]; }
 
 // The units for eight bytes that may start a character. `first` has those bytes in 16-bit lanes, `second` and `third`
 // the bytes one and two after each of them.
@@ -141,8 +141,8 @@ bool HasForbiddenBytes(__m128i first, __m128i second) {
 template <unsigned First>
 unsigned PutThirds(char16_t * out, char16_t const * lanes) {
 #pragma GCC unroll 6
-    for (unsigned i = First; i < BlockSize; i += 3) *out++ = lanes[i];
-    return (BlockSize - First + 2) / 3;
+    for (unsigned i = First; i < blockBytes; i += 3) *out++ = lanes[i];
+    return (blockBytes - First + 2) / 3;
 }
 
 // Writes the lanes whose bit in `starts` is set; returns how many. Writes up to 16 units.
@@ -165,7 +165,7 @@ unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
     }
     unsigned at = 0;
 #pragma GCC unroll 16
-    for (unsigned i = 0; i < BlockSize; ++i) {
+    for (unsigned i = 0; i < blockBytes; ++i) {
         out[at] = lanes[i];
         at += starts >> i & 1;
     }
@@ -174,17 +174,17 @@ unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
 
 void DecodeBlocks(DecodeCursor & cursor) {
     unsigned carry = 0; // the first bytes of the next block that must be continuation bytes
-    alignas(16) char16_t lanes[BlockSize + 1];
-    lanes[BlockSize] = 0;
+    alignas(16) char16_t lanes[blockBytes + 1];
+    lanes[blockBytes] = 0;
     __m128i const zero = _mm_setzero_si128();
-    while (cursor.Left() >= BlockSize + 2 && cursor.Room() >= BlockSize + 1) {
+    while (cursor.Left() >= blockBytes + 2 && cursor.Room() >= blockBytes + 1) {
         __m128i const first = Load(cursor.in);
         unsigned const high = MaskOf(first);
         if ((high | carry) == 0) {
             Store(cursor.out, _mm_unpacklo_epi8(first, zero));
             Store(cursor.out + 8, _mm_unpackhi_epi8(first, zero));
-            cursor.in += BlockSize;
-            cursor.out += BlockSize;
+            cursor.in += blockBytes;
+            cursor.out += blockBytes;
             continue;
         }
         __m128i const second = Load(cursor.in + 1);
@@ -198,8 +198,8 @@ void DecodeBlocks(DecodeCursor & cursor) {
         Store(lanes + 8, UnitsOfLanes(_mm_unpackhi_epi8(first, zero), _mm_unpackhi_epi8(second, zero),
                                       _mm_unpackhi_epi8(third, zero)));
         cursor.out += PutLanes(cursor.out, lanes, ~continuations & 0xFFFF);
-        cursor.in += BlockSize;
-        carry = expected >> BlockSize;
+        cursor.in += blockBytes;
+        carry = expected >> blockBytes;
     }
     if (carry == 0) return;
     // The last character was written before all its bytes were checked: undo it.
@@ -220,7 +220,7 @@ void DecodeBlocks(DecodeCursor & cursor) {
 unsigned char const * AsBytes(char const * text) { return reinterpret_cast<unsigned char const *>(text); }
 
 Utf8Status AppendDecoded(std::u16string & out, std::string_view & bytes, Utf8Mode mode, bool final) {
-    return AppendInChunks<ChunkSize>(
+    return AppendInChunks<chunkSize>(
         out, bytes,
         [=](std::string_view in, std::span<char16_t> buffer) { return DecodeUtf8(in, buffer, mode, final); },
         UnitsInUtf8);
@@ -243,12 +243,12 @@ std::size_t UnitsInUtf8(std::string_view bytes) noexcept {
     std::size_t units = 0;
 #if defined(__SSE2__)
     __m128i const zero = _mm_setzero_si128();
-    while (static_cast<std::size_t>(end - at) >= BlockSize) {
+    while (static_cast<std::size_t>(end - at) >= blockBytes) {
         // Each block adds at most 2 to a lane, which has 8 bits.
         unsigned char const * const stop =
-            at + std::min<std::size_t>(127, static_cast<std::size_t>(end - at) / BlockSize) * BlockSize;
+            at + std::min<std::size_t>(127, static_cast<std::size_t>(end - at) / blockBytes) * blockBytes;
         __m128i lanes = zero;
-        for (; at != stop; at += BlockSize) {
+        for (; at != stop; at += blockBytes) {
             __m128i const block = Load(at);
             lanes = _mm_sub_epi8(lanes, _mm_cmpgt_epi8(block, Splat8(0xBF)));
             lanes = _mm_sub_epi8(lanes, AtLeast8(block, 0xF0));

@@ -76,14 +76,14 @@ Utf8Status EncodeOne(EncodeCursor & cursor, Utf8Mode mode, bool final) {
 // Encodes blocks that are all ASCII.
 void EncodeAsciiBlocks(EncodeCursor & cursor) {
 #if defined(__SSE2__)
-    while (cursor.Left() >= BlockSize && cursor.Room() >= BlockSize) {
+    while (cursor.Left() >= blockBytes && cursor.Room() >= blockBytes) {
         __m128i const first = Load(cursor.in);
         __m128i const second = Load(cursor.in + 8);
         __m128i const wide = _mm_and_si128(_mm_or_si128(first, second), Splat16(0xFF80));
         if (MaskOf(_mm_cmpeq_epi16(wide, _mm_setzero_si128())) != 0xFFFF) return;
         Store(cursor.out, _mm_packus_epi16(first, second));
-        cursor.in += BlockSize;
-        cursor.out += BlockSize;
+        cursor.in += blockBytes;
+        cursor.out += blockBytes;
     }
 #else
     while (cursor.in != cursor.inEnd && cursor.out != cursor.outEnd && *cursor.in < 0x80)
@@ -96,8 +96,8 @@ void EncodeAsciiBlocks(EncodeCursor & cursor) {
 // Encodes eight units if none is a surrogate. Writes four bytes for each unit; those that are too many are
 // overwritten by the next unit.
 bool EncodeBlock(EncodeCursor & cursor) {
-    constexpr std::size_t Lanes = 8;
-    if (cursor.Left() < Lanes || cursor.Room() < 4 * Lanes) return false;
+    constexpr std::size_t lanes = 8;
+    if (cursor.Left() < lanes || cursor.Room() < 4 * lanes) return false;
     __m128i const zero = _mm_setzero_si128();
     __m128i const six = Splat16(0x3F);
     __m128i const mark = Splat16(0x80);
@@ -112,17 +112,17 @@ bool EncodeBlock(EncodeCursor & cursor) {
     __m128i const middle = _mm_slli_epi16(_mm_or_si128(mark, _mm_and_si128(upper, six)), 8);
     __m128i const three = _mm_or_si128(_mm_or_si128(Splat16(0xE0), _mm_srli_epi16(units, 12)), middle);
     __m128i const first = Select(isOne, units, Select(isOneOrTwo, two, three));
-    alignas(16) std::uint32_t bytes[Lanes];
-    alignas(16) std::uint16_t lengths[Lanes];
+    alignas(16) std::uint32_t bytes[lanes];
+    alignas(16) std::uint16_t lengths[lanes];
     Store(bytes, _mm_unpacklo_epi16(first, last));
     Store(bytes + 4, _mm_unpackhi_epi16(first, last));
     Store(lengths, _mm_add_epi16(Splat16(3), _mm_add_epi16(isOne, isOneOrTwo)));
 #pragma GCC unroll 8
-    for (std::size_t i = 0; i < Lanes; ++i) {
+    for (std::size_t i = 0; i < lanes; ++i) {
         std::memcpy(cursor.out, &bytes[i], sizeof bytes[i]);
         cursor.out += lengths[i];
     }
-    cursor.in += Lanes;
+    cursor.in += lanes;
     return true;
 }
 
@@ -138,7 +138,7 @@ void EncodeBlocks(EncodeCursor & cursor) {
 }
 
 Utf8Status AppendEncoded(std::string & out, std::u16string_view & units, Utf8Mode mode, bool final) {
-    return AppendInChunks<2 * ChunkSize>(
+    return AppendInChunks<2 * chunkSize>(
         out, units,
         [=](std::u16string_view in, std::span<char> buffer) { return EncodeUtf8(in, buffer, mode, final); },
         Utf8BytesOf);
@@ -158,7 +158,7 @@ std::size_t Utf8BytesOf(std::u16string_view units) noexcept {
     std::size_t bytes = 0;
     while (!units.empty()) {
         // Pieces are small enough for a sum of 16 bits, for which the compiler makes good vector code.
-        std::u16string_view const piece = units.substr(0, ChunkSize);
+        std::u16string_view const piece = units.substr(0, chunkSize);
         std::uint16_t extra = 0;
         for (char16_t const unit : piece) {
             bool const counts3 = unit >= 0x800 && !IsSurrogate(unit);

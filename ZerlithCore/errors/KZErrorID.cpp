@@ -1,3 +1,4 @@
+// What an error object does unless its class says otherwise. The text of an identifier is made in messages/KZError.cpp.
 #include "ZerlithCore/errors/KZErrorID.h"
 
 KZErrorI::~KZErrorI() = default;

@@ -1,5 +1,5 @@
 /// @file
-/// How a failure travels: an identifier by value, null for success.
+/// The result of an operation that can fail: an identifier that is passed by value and is null for success.
 ///
 ///     KZString text;
 ///     KZErrorID const id = text.SetFromUTF8("caf\xC3\xA9");
@@ -14,15 +14,15 @@ class KZDouble;
 class KZExecContext;
 class KZFormatContext;
 
-/// What every error object knows: a code, a severity, and how to tell its text and parameters.
+/// The base of all error objects. An error has a code, a severity, a text, and parameters that the text refers to.
 ///
 /// Error objects are immutable once they are wrapped in a KZErrorID, and may then be read from any thread.
 class KZ_EXPORT KZErrorI : public KZObjectI {
 public:
-    /// 1 is the only value that the library passes.
+    /// The library itself makes errors of severity 1 only.
     enum Severity : int { SeverityNone = 0, SeverityError = 1 };
 
-    /// The types of parameters, and the argument type that `KZErrorWithArgs::AddParam` and `GetParam` take for each.
+    /// The types of parameters. They are the types that `KZErrorWithArgs::AddParam` and `GetParam` take.
     enum ErrorParamType : int {
         ParamNone = 0,
         ParamDouble = 1,
@@ -66,21 +66,21 @@ private:
     Severity severity_;
 };
 
-/// The result of an operation that can fail: a shared pointer on an immutable error, null for success.
+/// The result of an operation that can fail: a shared pointer to an immutable error, null for success.
 ///
-/// Success allocates nothing. An error with code 0 counts as success too, but keeps its text.
+/// Success allocates nothing. An error with code 0 counts as success too, but has its text.
 ///
 /// Thread safety: identifiers of one error may be copied and dropped on several threads.
 class KZ_EXPORT KZErrorID {
 public:
-    /// Whatever the value: success. `KZErrorID(0)` is how success is written.
+    /// The constant of success. Every integer makes an identifier of success as well; it is usually written `KZErrorID(0)`.
     enum DefaultConstant : int { Success = 0 };
 
     KZErrorID() noexcept = default;
     KZErrorID(DefaultConstant) noexcept {}
     explicit KZErrorID(int) noexcept {}
     KZErrorID(KZSmartPtrToConst<KZErrorI> error) noexcept : error_(std::move(error)) {}
-    /// Takes a freshly made error.
+    /// Holds `error`, usually a new object; null means success.
     KZErrorID(KZErrorI const * error) : error_(error) {}
 
     KZErrorID & operator=(DefaultConstant) {

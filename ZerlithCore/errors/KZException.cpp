@@ -1,3 +1,6 @@
+// The base of exceptions and the exception of the system's last error. That of a message source is made in
+// messages/KZMsgException.cpp. An exception that is being made must not be replaced by std::bad_alloc: what there is no memory
+// for stays empty.
 #include "ZerlithCore/errors/KZException.h"
 
 #include "ZerlithCore/diagnostics/KZDebug.h"
@@ -13,9 +16,9 @@
 
 namespace {
 
-// Between the complete report and the message for the user.
-constexpr char16_t const * Marker = u"###***###";
-constexpr std::uint32_t MarkerLength = 9;
+// Stands between the complete report and the message for the user.
+constexpr char16_t const * reportMarker = u"###***###";
+constexpr std::uint32_t markerUnits = 9;
 
 KZString FromUtf8(std::string const & text) {
     KZString units;
@@ -23,7 +26,7 @@ KZString FromUtf8(std::string const & text) {
     return units;
 }
 
-/// What `make` gives; nothing without memory, since an exception must stay the one that it is.
+/// The result of `make`; an empty text when there is no memory for it.
 template <class Maker>
 KZString TextOrNone(Maker make) {
     try {
@@ -34,7 +37,7 @@ KZString TextOrNone(Maker make) {
 }
 
 KZString TakeStack() {
-    // The first exception that wants a stack decides for all.
+    // The environment is read once, by the first exception that records a stack.
     static bool const isDisabled = std::getenv("KZ_DISABLE_STACK") != nullptr;
     if (isDisabled) return u"(Stack disabled - KZ_DISABLE_STACK is defined)";
     KZStackDump const dump;
@@ -55,7 +58,7 @@ KZException::KZException(KZString const & message, bool noStack) : message_(mess
 
 KZException::KZException(KZStackDump & dump)
     : stack_(TextOrNone([&] { return FromUtf8(dump.GetStackText()); })), message_(TextOrNone([&] {
-        return FromUtf8(dump.GetReport()) + Marker + FromUtf8(dump.GetExceptionText());
+        return FromUtf8(dump.GetReport()) + reportMarker + FromUtf8(dump.GetExceptionText());
     })) {}
 
 KZException::KZException(KZException const & other) = default;
@@ -74,15 +77,15 @@ char const * KZException::what() const noexcept {
 }
 
 char16_t const * KZException::What() const noexcept {
-    std::uint32_t const marker = message_.Find(Marker);
-    return marker == KZString::npos ? message_.c_str() : message_.c_str() + marker + MarkerLength;
+    std::uint32_t const marker = message_.Find(reportMarker);
+    return marker == KZString::npos ? message_.c_str() : message_.c_str() + marker + markerUnits;
 }
 
 void KZException::LogInErrorFile(LogOpt option) const {
     if (logged_ && option != LogAlways) return;
     KZString report;
     if (GlbGetTraceLevel() != 0) {
-        bool const isComposed = message_.Find(Marker) != KZString::npos;
+        bool const isComposed = message_.Find(reportMarker) != KZString::npos;
         report = isComposed ? Report() : KZDebug::ComposeReport(message_, stack_);
     }
     logged_ = true;
@@ -92,7 +95,7 @@ void KZException::LogInErrorFile(LogOpt option) const {
 }
 
 KZString KZException::Report() const {
-    std::uint32_t const marker = message_.Find(Marker);
+    std::uint32_t const marker = message_.Find(reportMarker);
     return marker == KZString::npos ? KZString() : message_.SubStr(0, marker);
 }
 

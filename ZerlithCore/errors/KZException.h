@@ -18,14 +18,14 @@ class KZStackDump;
 
 /// An exception with a text and the call stack of the place where it was made.
 ///
-/// The marker "###***###" may stand in the text: in front of it is a complete report, behind it the message for the
-/// user. Taking the stack is dear (a walk under a process-wide lock); `noStack`, or the environment variable
-/// KZ_DISABLE_STACK, avoids it where exceptions are frequent.
+/// The text may contain the marker "###***###". The part before it is a complete report, and the part after it is the message
+/// for the user. Recording the stack is slow: it is walked while a lock of the process is held. Where exceptions are
+/// frequent, `noStack` or the environment variable KZ_DISABLE_STACK turns it off.
 ///
-/// Thread safety: `what` isn't for two threads on one object.
+/// Thread safety: `what` and `LogInErrorFile` of one object must not be called on two threads at once.
 class KZ_EXPORT KZException : public std::exception {
 public:
-    /// 1: log even if logged before.
+    /// Whether an exception that has been logged before is logged again: `LogAlways` logs it again.
     enum LogOpt : int { LogOnce = 0, LogAlways = 1 };
 
     explicit KZException(KZString const & message, bool noStack = false);
@@ -37,15 +37,16 @@ public:
     char const * what() const noexcept override;
     /// The message for the user; valid as long as the exception.
     virtual char16_t const * What() const noexcept;
-    /// Writes the report to the locked console when tracing is on: once for each object, or always with `LogAlways`.
+    /// Writes the report to the console, under its lock, if the trace level isn't 0. An object is logged once only, unless
+    /// `option` is `LogAlways`.
     virtual void LogInErrorFile(LogOpt option = LogOnce) const;
 
     [[nodiscard]] KZString const & Stack() const noexcept { return stack_; }
 
 protected:
-    /// Takes report, short text and stack from `dump`.
+    /// Takes the report, the message for the user and the stack from `dump`.
     explicit KZException(KZStackDump & dump);
-    /// What stands in front of the marker; nothing without one.
+    /// The part of the text before the marker; empty when the text has no marker.
     [[nodiscard]] KZString Report() const;
 
 private:
@@ -58,7 +59,7 @@ private:
 /// A failed call of the system: its error number and the system's text for it.
 class KZ_EXPORT KZWindowsLastErrorException : public KZException {
 public:
-    /// Reads the thread's last error.
+    /// Takes the last error of the calling thread.
     KZWindowsLastErrorException();
     KZWindowsLastErrorException(KZWindowsLastErrorException const & other);
     ~KZWindowsLastErrorException() override;
@@ -71,7 +72,7 @@ private:
     unsigned long error_;
 };
 
-/// The text of a code of a message source, thrown.
+/// An exception whose text is that of a code of a message source.
 class KZ_EXPORT KZMsgException : public KZException {
 public:
     KZMsgException(long code, KZSmartPtr<KZMessageSource> const & source);

@@ -1,5 +1,5 @@
 /// @file
-/// Faults of the processor as exceptions.
+/// Faults of the processor, such as reading through a null pointer, as exceptions.
 ///
 ///     KZInitCatchSignal();                       // every KZThread does so by itself
 ///     int volatile * pointer = nullptr;
@@ -9,15 +9,16 @@
 ///         bool const isAccessViolation = fault.GetSeHNumber() == 0xC0000005;     // true
 ///     }
 ///
-/// GCC needs -fnon-call-exceptions for code that is to catch a fault or to clean up after it; the library's CMake target and
-/// pkg-config file carry the flag. A fault can't be caught in the prologue of the function that raises it, nor where the
-/// compiler has proved that nothing throws; a `noexcept` function in between ends the process.
+/// With GCC, code that is to catch a fault or to clean up after it must be compiled with -fnon-call-exceptions; the library's
+/// CMake target and pkg-config file pass that flag on. A fault in the prologue of a function can't be caught in that
+/// function. Neither can a fault in a call of which the compiler has proved that it doesn't throw. A `noexcept` function between
+/// the fault and the handler ends the process.
 #pragma once
 
 #include "ZerlithCore/errors/KZException.h"
 
-/// A fault of the processor, with its report already made: written to the error-log file, and to the locked console when
-/// tracing is on.
+/// A fault of the processor. The constructor writes the report of the fault to the error-log file and, if the trace level isn't
+/// 0, to the console.
 ///
 /// Codes: 0x80000002 misalignment, 0xC0000005 access violation, 0xC000001D illegal instruction, 0xC000008C to
 /// 0xC0000096 arithmetic faults and privileged instruction, 0xC00000FD stack overflow.
@@ -35,11 +36,11 @@ private:
     unsigned int code_;
 };
 
-/// From now on faults on the calling thread are thrown as KZSignalException, floating-point division by zero, overflow,
-/// underflow, invalid and denormal operands among them. Calling it again changes nothing.
+/// From now on faults on the calling thread are thrown as KZSignalException. Among them are these of floating-point numbers:
+/// division by zero, overflow, underflow, and invalid and denormal operands. A second call changes nothing.
 ///
-/// Other threads, faults of other kinds, and signals that somebody sends keep their former course.
+/// Faults on other threads, faults of other kinds, and signals that somebody sends are handled as before.
 ///
-/// Errors: KZWindowsLastErrorException, with nothing changed, when the system has no memory or no file handle to prepare a
-/// thread that isn't a KZThread; calling it again tries again.
+/// Errors: KZWindowsLastErrorException when the system has no memory or no file handle to prepare a thread that isn't a
+/// KZThread. Nothing has changed then, and a further call tries again.
 KZ_EXPORT void KZInitCatchSignal();

@@ -73,8 +73,10 @@ class KZ_EXPORT KZCounted : public Interface {
 public:
     using Interface::Interface;
 
+    // They override the functions of the interface if it has them, so "override" can't be written.
+    // NOLINTBEGIN(modernize-use-override)
+
     /// Adds an owner and returns the new count.
-    // Without "override": whether the interface has such a function depends on the interface.
     unsigned long AddRef() const { return count_.Increment(); }
     /// Removes an owner and returns the new count. At 0 the object has been deleted when the call returns.
     unsigned long Release() const {
@@ -82,6 +84,8 @@ public:
         if (left == 0) delete static_cast<Counted const *>(this);
         return left;
     }
+    // NOLINTEND(modernize-use-override)
+
     /// The number of owners.
     [[nodiscard]] unsigned long NbRef() const noexcept { return count_.Get(); }
 

@@ -25,7 +25,7 @@ char16_t * Put(char16_t * out, int value, int digits) {
 std::u16string_view KZDetail::LogStamp::At(std::int64_t milliseconds) {
     std::int64_t const second = milliseconds / 1000 - (milliseconds % 1000 < 0 ? 1 : 0);
     if (second != second_) {
-        KZPlatform::BrokenDownTime const time = KZPlatform::ToLocalTime(milliseconds);
+        KZPlatform::CalendarTime const time = KZPlatform::ToLocalTime(milliseconds);
         char16_t * out = Put(text_, time.year, 4);
         for (int const part : {time.month, time.day}) out = Put(out, part, 2);
         *out++ = u' ';

@@ -1,5 +1,5 @@
-// Lengths come from files, so a text is read in blocks: what a broken length claims beyond the end of the stream costs one
-// block and no more.
+// Reads and writes one message. The length of a text comes from the file and may be wrong, so the text is read in blocks: a
+// length that goes beyond the end of the stream makes the reader allocate one block too many, not the whole length.
 #include "ZerlithCore/messages/DBMessage.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -58,7 +58,7 @@ std::istream & operator>>(std::istream & stream, DBMessage & message) {
     std::optional<std::uint32_t> const length = ReadNumber(stream);
     std::string bytes;
     if (!length || !ReadBytes(stream, *length, bytes)) return stream;
-    // A converter may leave half a text behind.
+    // A converter that fails may have put a part of the text into the string.
     if (message.text_.ConvertToUnicode(bytes.c_str(), message.converter_).Bad()) message.text_.Clear();
     return stream;
 }

@@ -6,8 +6,8 @@
 ///     std::istringstream in(out.str());
 ///     for (DBMessage message; in >> message;) std::wcout << message.GetText() << L'\n';
 ///
-/// In the file a message is its number, 4 bytes, the length of its text in bytes, 4 bytes, both with the high byte first,
-/// and the text in a code page. One follows the other, with nothing before, between and behind them.
+/// A message in a file has three parts: its number (4 bytes), the length of its text in bytes (4 bytes), and the text in a
+/// code page. Both numbers have the high byte first. The file is a row of such messages, with nothing else in it.
 #pragma once
 
 #include "ZerlithCore/foundation/KZSmartPtr.h"
@@ -17,7 +17,7 @@
 #include <cstdint>
 #include <iosfwd>
 
-/// A number and its text, and the converter that stands for the code page of the text in a file.
+/// A number and its text, and the converter for the code page that the text has in the file.
 ///
 /// Thread safety: as KZString.
 class KZ_EXPORT DBMessage {
@@ -37,14 +37,15 @@ public:
     void SetText(KZString const & text) { text_ = text; }
     [[nodiscard]] KZSmartPtr<KZStringConverter> const & GetConverter() const noexcept { return converter_; }
     void SetConverter(KZSmartPtr<KZStringConverter> const & converter) { converter_ = converter; }
-    /// Where in the stream the reader found the message, in bytes; -1 where the stream can't tell. 0 until it is read.
+    /// The place in the stream, in bytes, from which the message was read; -1 when the stream doesn't know its place. 0 for a
+    /// message that wasn't read.
     [[nodiscard]] std::int64_t GetPosition() const noexcept { return position_; }
 
-    /// Writes the message. What the code page lacks becomes "?", and a text ends in front of its first 0 unit.
+    /// Writes the message. A character that the code page lacks becomes "?". The text is written up to its first 0 unit.
     friend KZ_EXPORT std::ostream & operator<<(std::ostream & stream, DBMessage const & message);
-    /// Reads one message. A text that isn't of the code page is empty, without an error; one with a byte 0 ends there. A
-    /// message that is cut short sets `failbit`, as does the end of the stream, and has no text; its number counts when
-    /// that is whole. Memory: for bytes that are there, whatever length the message claims.
+    /// Reads one message. A text that isn't valid in the code page becomes empty, which is no error; a text is read up to its
+    /// first byte 0. At the end of the stream, and when the message is cut short, `failbit` is set and the text is empty; the
+    /// number is set if the stream has all its bytes. A wrong length takes at most 64 KB of memory more than the stream has bytes.
     friend KZ_EXPORT std::istream & operator>>(std::istream & stream, DBMessage & message);
 
 private:

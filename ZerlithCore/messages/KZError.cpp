@@ -1,9 +1,11 @@
+// The error objects with a message source, with a fixed text, and of the system. KZErrorWithArgs.cpp has the one with
+// arguments.
 #include "ZerlithCore/messages/KZError.h"
 
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/platform/LastError.h"
 
-// --- KZErrorID: its text needs a context, so it is made here.
+// --- KZErrorID. Its text needs a format context, so this function is defined here, not in the room of errors.
 
 KZString KZErrorID::AsString() const {
     if (error_.IsNull()) return u"SUCCESS";

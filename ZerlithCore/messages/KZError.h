@@ -1,5 +1,6 @@
 /// @file
-/// The error objects: with a message source, with arguments, with a fixed text, and of the system.
+/// The classes of error objects: an error with a message source, one with arguments, one with a fixed text, and the system's
+/// last error.
 ///
 ///     KZErrorWithArgs * error = new KZErrorWithArgs(glbKZOREMsgSourceP, 14, KZErrorI::SeverityError);
 ///     error->AddParam(KZString(u"Report"));
@@ -11,7 +12,7 @@
 
 #include <vector>
 
-/// An error whose text its message source makes, on demand, in the language then asked for.
+/// An error whose text is made by its message source, when somebody asks for it, in the language that is asked for.
 ///
 /// Thread safety: as KZErrorI.
 class KZ_EXPORT KZError : public KZCounted<KZError, KZErrorI> {
@@ -21,7 +22,7 @@ public:
 
     /// Requires: `source` isn't null.
     KZError(KZSmartPtrToConst<KZMessageSource> const & source, long code, Severity severity = SeverityError);
-    /// Copies code, severity and source; the copy's count is 0.
+    /// Copies the code, the severity and the source; the copy has count 0.
     KZError(KZError const & other);
     KZError & operator=(KZError const & other);
     ~KZError() override;
@@ -62,7 +63,8 @@ public:
     void const * GetParameterValue(unsigned int index) const override;
     KZString GetParameterValueAsString(unsigned int index, KZExecContext const & context) const override;
 
-    /// Appends a copy of `value`; returns the new argument's index, from 0. A KZDouble is copied by its zeroing rule.
+    /// Appends a copy of `value` and returns its index; the first argument has index 0. A tiny KZDouble may become 0 when it is
+    /// copied (KZDouble.h).
     unsigned int AddParam(double const & value);
     unsigned int AddParam(int const & value);
     unsigned int AddParam(long const & value);
@@ -70,7 +72,8 @@ public:
     unsigned int AddParam(KZDateTime const & value);
     unsigned int AddParam(KZDouble const & value);
 
-    /// Copies argument `index` to `out`. False, with `out` untouched, when there is none or it has another type.
+    /// Copies the argument `index` to `out`. Returns false and leaves `out` alone when there is no such argument, or when it has
+    /// another type.
     bool GetParam(double & out, unsigned int index) const;
     bool GetParam(int & out, unsigned int index) const;
     bool GetParam(long & out, unsigned int index) const;
@@ -88,7 +91,7 @@ private:
     std::vector<Storage> params_;
 };
 
-/// An error whose text is fixed: code -1, severity 1, so always bad.
+/// An error with a fixed text. Its code is -1 and its severity 1, so it is always bad.
 class KZ_EXPORT KZErrorString : public KZCounted<KZErrorString, KZErrorI> {
 public:
     explicit KZErrorString(KZString const & text);
@@ -107,13 +110,13 @@ private:
     KZString text_;
 };
 
-/// The system's last error on this thread, as the moment of construction found it: the code is its number, the text the
-/// system's. Make it before anything else that may fail.
+/// The last error of the system on this thread at the time of construction. The code is the system's error number, and the
+/// text is the system's. Make the object before you call anything else that may fail and so replace the last error.
 class KZ_EXPORT KZWinLastError : public KZError {
 public:
     KZWinLastError();
 };
 
-/// The source of the library's own messages, set once when the library is loaded. It is there for all static objects of
-/// the program, the destructors of which it outlives.
+/// The source of the library's own messages. It is set when the library is loaded and never destroyed, so constructors and
+/// destructors of static objects may use it.
 extern KZ_EXPORT KZSmartPtrToConst<KZMessageSource> glbKZOREMsgSourceP;

@@ -1,4 +1,5 @@
-// The arguments are variants whose index is the argument's type as callers know it.
+// The error with arguments. Each argument is a variant, and the index of the variant is the number by which callers know the
+// argument's type.
 #include "ZerlithCore/foundation/KZDouble.h"
 #include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
@@ -24,7 +25,7 @@ KZString Formatted(char16_t const * format, auto value) {
     return text;
 }
 
-// Makes the text of a value; one overload for each type.
+// Makes the text of a value. There is one overload for each type.
 struct Printer {
     KZString const & dateFormat;
 
@@ -81,7 +82,7 @@ KZString KZErrorWithArgs::GetParameterValueAsString(unsigned int index, KZExecCo
     return std::visit(Printer{context.GetFormatContext().GetDateFormat()}, params_[index].value);
 }
 
-// Storing a KZDouble, and handing it out, goes through its copying, which applies the rule of zeros.
+// A KZDouble is copied when it is stored and when it is returned, and each copy may set a tiny value to 0.
 template <class T>
 unsigned int KZErrorWithArgs::Append(T const & value) {
     params_.push_back(Storage{value});

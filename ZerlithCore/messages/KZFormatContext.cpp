@@ -1,3 +1,4 @@
+// The functions of a format context that need the class of time zones, which the header only declares.
 #include "ZerlithCore/messages/KZFormatContext.h"
 
 #include "ZerlithCore/time/KZTimeZone.h"

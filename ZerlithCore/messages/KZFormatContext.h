@@ -1,5 +1,5 @@
 /// @file
-/// In what language, date format and time zone a text is to be made.
+/// The language, the date format and the time zone in which the text of a message is made.
 ///
 ///     KZString text;
 ///     KZErrorID const id(new KZError(glbKZOREMsgSourceP, 14));
@@ -13,10 +13,10 @@
 
 class KZTimeZone;
 
-/// Language, date format and time zone for the making of a text. All may be left out.
+/// The language, the date format and the time zone in which a text is made. Each may be left out.
 ///
-/// The language is a code of three letters ("enu", "fra") or whatever else the message source in question knows; empty
-/// means the neutral language. An empty date format means `KZDateTime::DefaultFormat`.
+/// The language is a code of three letters ("enu", "fra"), or another name that the message source knows. An empty language
+/// means the neutral one. An empty date format means `KZDateTime::DefaultFormat`.
 ///
 /// Thread safety: one object needs outside locking; copies are independent.
 class KZ_EXPORT KZFormatContext {
@@ -27,7 +27,7 @@ public:
 
     [[nodiscard]] KZString const & GetLanguage() const noexcept { return language_; }
     [[nodiscard]] KZString const & GetDateFormat() const noexcept { return dateFormat_; }
-    /// A default zone, UTC, when none was set. Valid as long as this object keeps its zone.
+    /// The zone that was set; UTC if none was. Valid until another zone is set or this object is destroyed.
     [[nodiscard]] KZTimeZone const & GetTimeZone() const;
 
     void SetLanguage(KZString const & language) { language_ = language; }
@@ -40,7 +40,7 @@ private:
     std::shared_ptr<KZTimeZone const> zone_; // null: the default zone
 };
 
-/// What an operation is given about its surroundings: so far a format context.
+/// The circumstances of an operation. So far they are a format context only.
 ///
 /// Thread safety: as KZFormatContext.
 class KZ_EXPORT KZExecContext {

@@ -1,3 +1,4 @@
+// The message sources that read the tables of a module, and the one with a map in memory.
 #include "ZerlithCore/messages/KZMessageSource.h"
 
 #include "ZerlithCore/messages/KZFormatContext.h"
@@ -33,7 +34,7 @@ constexpr Language languages[] = {
 
 KZErrorID NoLanguages() { return KZDetail::OwnError(KZDetail::OwnMessage::OneLanguageOnly); }
 
-// Ends an argument list whatever happens.
+// A copy of an argument list, which is ended even if an exception is thrown.
 class ArgumentListCopy {
 public:
     explicit ArgumentListCopy(std::va_list & list) noexcept { va_copy(list_, list); }
@@ -112,7 +113,7 @@ long RCMessageSource::GetLanguageID(char16_t const * language) noexcept {
     std::u16string_view const code(language ? language : u"");
     for (Language const & known : languages)
         if (std::ranges::equal(known.code, code, {}, {}, KZtowlower)) return known.number;
-    return KZPlatform::NeutralLanguage;
+    return KZPlatform::neutralLanguage;
 }
 
 // --- RCStringTableMsgSource

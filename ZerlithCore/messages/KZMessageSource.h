@@ -1,5 +1,6 @@
 /// @file
-/// Where the texts of codes come from: tables of a module, or a map in memory. MSGLibMessageSource.h has those in files.
+/// Message sources: they have the texts that belong to codes, in tables of a module or in a map in memory. A source that
+/// reads message files is in MSGLibMessageSource.h.
 ///
 ///     KZSmartPtr<KZInRAMMessageSource> const source(new KZInRAMMessageSource);
 ///     source->Add(7, u"%1:s isn't in %0:s");
@@ -13,9 +14,9 @@
 #include <map>
 #include <vector>
 
-/// Turns a code into text in a language, and an error into its finished text.
+/// Gives the text of a code in a language, and the complete text of an error.
 ///
-/// A source lives as long as anybody holds it; errors do.
+/// A source is counted. Each error that was made with a source holds it.
 ///
 /// Thread safety: the operations may be called from any thread.
 class KZ_EXPORT KZMessageSource : public KZRefCountI {
@@ -24,21 +25,23 @@ public:
 
     unsigned long AddRef() const override = 0;
     unsigned long Release() const override = 0;
-    /// Puts the finished text of `error`, in the language of `context`, into `out`. A null `error` leaves `out` alone.
+    /// Puts the text of `error`, with its arguments filled in, into `out`, in the language of `context`. A null `error` leaves
+    /// `out` alone.
     virtual KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                                KZFormatContext const & context) const = 0;
-    /// Puts the text of `code` into `out`, expanded printf-style by `arguments` (as `KZString::Format` does) unless
-    /// that is null. The list is left where it was.
+    /// Puts the text of `code` into `out`. Unless `arguments` is null, the text is a format that they are printed by, as by
+    /// `KZString::Format`. The caller's list isn't advanced.
     virtual KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
                               std::va_list * arguments) const = 0;
-    /// Puts the text of `code` into `out` as it stands.
+    /// Puts the text of `code` into `out`, without replacing anything in it.
     virtual KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const = 0;
     virtual bool IsValid() const = 0;
-    /// Valid as long as the source. Null only for an MSGLibMessageSource that isn't valid.
+    /// The language of a text when none is named. Valid as long as the source. Null only for an MSGLibMessageSource that isn't
+    /// valid.
     virtual char16_t const * GetDefaultLanguage() const = 0;
     virtual KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const = 0;
 
-    /// Puts the text of `code` into `out`, expanded by `arguments`, whose types are known, as `KZString::Format` does it.
+    /// Puts the text of `code` into `out`, with `arguments` printed by it, as by `KZString::Format`. Their types are checked.
     template <KZFormattable... Arguments>
     KZErrorID GetFormattedText(KZString & out, long code, KZFormatContext const & context,
                                Arguments const &... arguments) const {
@@ -49,17 +52,17 @@ public:
     }
 
 protected:
-    /// Expands the template in `text` by the parameters of `error`, made in `context`.
+    /// Replaces the template in `text` by its expansion. The arguments are those of `error`, as texts made in `context`.
     static void Expand(KZString & text, KZErrorI const & error, KZFormatContext const & context);
-    /// Puts the expansion of a printf-style `format` into `out`. The list is left where it was.
+    /// Prints `arguments` by `format`, as `KZString::Format` does, into `out`. The caller's list isn't advanced.
     static void FormatText(KZString & out, KZString const & format, std::va_list & arguments);
 };
 
-/// Messages of a module. A text that can't be had is told by the words of the text, never by an error.
+/// The messages of a module. When a text is missing, the result is success all the same, and the text says so or is empty.
 ///
-/// The module stays in memory as long as the source, and so as long as any error on it: its text can be asked for after a
-/// host has let go of the plug-in that made it. A source that is a static object of the module keeps it to the end of the
-/// process; make sources where they are needed if the module is to leave memory.
+/// The source keeps the module in memory, and so does each error that was made with the source: its text can still be asked
+/// for after a host has unloaded the plug-in that made it. A source that is a static object of the module keeps the module in
+/// memory until the process ends. To let the module be unloaded, make sources only where they are needed.
 class KZ_EXPORT RCMessageSource : public KZCounted<RCMessageSource, KZMessageSource> {
 public:
     RCMessageSource(RCMessageSource const &) = default;
@@ -69,7 +72,7 @@ public:
     /// Always success.
     KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                        KZFormatContext const & context) const override;
-    /// Always success. An expanded text is cut to 2,999 units.
+    /// Always success. A text with arguments is cut after 2,999 units.
     KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
                       std::va_list * arguments) const override;
     KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const override;
@@ -81,12 +84,12 @@ public:
     KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const override;
 
 protected:
-    /// `module`: KZ_THIS_MODULE, or the handle of a loaded module.
+    /// `module` is KZ_THIS_MODULE or the handle of a loaded module.
     explicit RCMessageSource(void * module) noexcept;
 
     /// Puts the text of `code` in the language numbered `languageId` into `out`, and tells whether there was one.
     virtual bool RetrieveMessage(KZString & out, long code, long languageId) const;
-    /// The same by a language code, which `GetLanguageID` turns into a number.
+    /// The same for a language code, whose number `GetLanguageID` gives.
     virtual bool RetrieveMessage(KZString & out, long code, char16_t const * language) const;
 
     /// The number of a language code of three letters, case ignored: "enu", "fra", "nld", "deu", "jpn", "kor", "ptb",
@@ -100,8 +103,8 @@ private:
     KZPlatform::ModuleHold hold_;
 };
 
-/// The string table of a module: texts of 499 units at most, in the language of the thread, whatever language is asked
-/// for. A missing text is empty.
+/// The string table of a module. Its texts have at most 499 units. They are in the language of the thread; the language of
+/// the context is ignored. A missing text is empty.
 class KZ_EXPORT RCStringTableMsgSource : public RCMessageSource {
 public:
     explicit RCStringTableMsgSource(void * module) noexcept : RCMessageSource(module) {}
@@ -114,9 +117,9 @@ protected:
 
 /// The message table of a module, or of the system when `module` is null; a code of the system is an error number.
 ///
-/// A text is taken in the language asked for, or the nearest to it that there is: another form of that language, one
-/// for all languages, English, the first. A missing text is
-/// "Internal Error in RCMessageTableSource::RetrieveMessage", and a line with the error number on standard output.
+/// If there is no text in the language that is asked for, the first of these is taken: a text in another form of that
+/// language, a text for all languages, an English one, the first one in the table. In place of a missing text the result is
+/// "Internal Error in RCMessageTableSource::RetrieveMessage", and a line with the error number is written to standard output.
 class KZ_EXPORT RCMessageTableSource : public RCMessageSource {
 public:
     explicit RCMessageTableSource(void * module) noexcept : RCMessageSource(module) {}
@@ -137,15 +140,15 @@ public:
     KZInRAMMessageSource & operator=(KZInRAMMessageSource const &) = default;
     ~KZInRAMMessageSource() override;
 
-    /// Sets the text of `code`; a code that has one keeps it.
+    /// Adds the text of `code`. If the code has a text already, it keeps that.
     void Add(long code, KZString const & text);
 
     KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                        KZFormatContext const & context) const override;
-    /// Does nothing: `out` stays as it was, with success. Callers rely on it.
+    /// Does nothing and succeeds; `out` stays as it is. Callers rely on it.
     KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
                       std::va_list * arguments) const override;
-    /// "This message cannot be found" for a missing code, with success.
+    /// For a missing code the text is "This message cannot be found", and the result is success.
     KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const override;
     /// True.
     bool IsValid() const override;

@@ -1,4 +1,5 @@
-// An exception with the text of a message: its class stands with the exceptions, but only this room knows the source.
+// The constructor of the exception with the text of a message. Its class is declared with the other exceptions, but the text
+// comes from a message source, which only this room and those above it know.
 #include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/messages/KZMessageSource.h"
@@ -7,7 +8,7 @@
 
 namespace {
 
-/// Nothing without memory, since an exception must stay the one that it is.
+/// The text of `code`; empty when there is no memory for it, because std::bad_alloc must not replace the exception.
 KZString SourceText(long code, KZSmartPtr<KZMessageSource> const & source) {
     try {
         KZString text;

@@ -1,4 +1,5 @@
-// The library's own messages are carried and found like those of any other module.
+// The texts of the library's own messages, the source that finds them, and the function that makes errors of them. They are
+// found like the messages of any other module.
 #include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/messages/KZModuleMessages.h"
 #include "ZerlithCore/text/detail/OwnErrors.h"
@@ -40,17 +41,18 @@ KZ_MODULE_MESSAGES(
         u"the new benchmark that you want to set."))
 // clang-format on
 
-// Needs no constructor to be null, so whoever looks first finds null or the source.
+// Initialised at compile time, so code that runs before `loading` is constructed finds null, not an arbitrary value.
 constinit KZSmartPtrToConst<KZMessageSource> glbKZOREMsgSourceP;
 
 namespace {
 
-// Sets the source before any other object of the library is built; objects of programs and plug-ins come later still.
+// Sets the source before the other static objects of the library are constructed. Those of programs and plug-ins are
+// constructed after those of the library.
 struct Loading {
     Loading() {
         if (!glbKZOREMsgSourceP.IsNull()) return;
         glbKZOREMsgSourceP = new RCStringTableMsgSource(KZ_THIS_MODULE);
-        // An owner that never lets go: the source outlives errors that static destructors make.
+        // This reference is never released, so the source is still there when destructors of static objects make errors.
         glbKZOREMsgSourceP->AddRef();
     }
 };

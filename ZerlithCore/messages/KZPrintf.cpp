@@ -1,5 +1,5 @@
-// One pass over the template. A conversion reaches from its "%" to the next letter of a fixed set, whatever stands in
-// between; only an index in front of ":" is read.
+// Expands templates in one pass. A conversion goes from its "%" to the next letter of a fixed set. Of what is between them only
+// an index before ":" is read.
 #include "ZerlithCore/messages/KZPrintf.h"
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -18,8 +18,8 @@ struct Conversion {
     bool IsLong() const noexcept { return text[text.size() - 2] == u'l'; }
 };
 
-// The index between "%" and the first ":"; 0 where there is none. A number that is too big gives the limit, which no
-// list is long enough for.
+// The index between "%" and the first ":"; 0 when there is none. A number that is too big is read as the largest one, and no
+// list has that many arguments.
 std::size_t IndexOf(Conversion const & conversion) {
     std::size_t const colon = conversion.text.find(u':');
     if (colon == std::u16string_view::npos) return 0;

@@ -11,9 +11,10 @@
 
 /// Expands a message template. "%s" is the first argument, "%n:s" the one with index n, "%%" a percent sign.
 ///
-/// A conversion reaches from "%" to the next letter of "sdfuatm"; what stands between is thrown away. s, d, f: the
-/// argument as it stands; u: a duration; a, la, t, lt: date, long date, time, long time, of an argument of the form
-/// "%Y/%m/%d %H:%M:%S" (another one goes in as it stands); m: money, with two decimals. An index out of range gives the
-/// first argument as it stands, and nothing if there is none. A bad template is no error: a "%" with no letter behind it
-/// ends the expansion, the rest goes in as it stands.
+/// A conversion goes from "%" to the next letter of "sdfuatm"; whatever else is between them is ignored. The letters mean:
+/// s, d, f: the argument unchanged. u: a duration. a, la, t, lt: the date, long date, time or long time of an argument of the
+/// form "%Y/%m/%d %H:%M:%S"; an argument of another form is unchanged. m: an amount of money with two decimals.
+///
+/// An index that is out of range gives the first argument, unchanged, or nothing if there are no arguments. A bad template is
+/// no error: after a "%" that none of these letters follows, the rest of the template is copied unchanged.
 KZ_EXPORT KZString KZPrintf(KZString const & format, std::vector<KZString> const & arguments);

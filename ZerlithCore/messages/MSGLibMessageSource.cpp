@@ -1,5 +1,6 @@
-// The lock is held for the switch of language and the look-up, which hands out a shared copy of the text. Expanding the
-// copy needs no lock, and calls code of others: the error's.
+// The message source that reads files. The lock is held while the language is changed and the text is looked up, which gives a
+// shared copy of the text. The copy is expanded after the lock is released, because that calls functions of the error,
+// which may be code of a program or a plug-in.
 #include "ZerlithCore/messages/MSGLibMessageSource.h"
 
 #include "ZerlithCore/messages/KZFormatContext.h"
@@ -12,7 +13,8 @@ KZErrorID NoFile() { return KZDetail::OwnError(KZDetail::OwnMessage::NoMessageFi
 
 } // namespace
 
-/// What the files have to tell is told behind the lock: whoever holds the console may be waiting for a text.
+/// Holds the source's lock. What the files have to write to the console is written after the lock is released, because a
+/// thread that holds the console's lock may be waiting for this one.
 class MSGLibMessageSource::Guard {
 public:
     explicit Guard(MSGLibMessageSource const & source) noexcept : source_(source) {
@@ -25,7 +27,7 @@ public:
         try {
             for (MessageFile::Notice const & notice : notices_) MessageFile::Say(notice);
         } catch (...) {
-            // There is no memory to say so; the operation has its error.
+            // There is no memory to write it. The caller gets the operation's error all the same.
         }
     }
     Guard(Guard const &) = delete;
@@ -129,7 +131,7 @@ char16_t const * MSGLibMessageSource::GetCurrentFileName() const {
 
 bool MSGLibMessageSource::HasOpenFile() const { return !file_.IsNull() && file_->IsOpen(); }
 
-/// Makes a language the current one, unless it is empty. Requires: the lock.
+/// Makes a language the current one unless it is empty. Requires: the lock is held.
 KZErrorID MSGLibMessageSource::SwitchTo(KZString const & language) const {
     if (file_.IsNull()) return NoFile();
     return language.IsNull() ? KZErrorID(0) : file_->SetLanguage(language);

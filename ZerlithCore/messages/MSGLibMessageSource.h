@@ -1,5 +1,5 @@
 /// @file
-/// A message source on translated texts in files.
+/// The message source that reads its texts from files, one for each language.
 ///
 ///     KZSmartPtr<MSGLibMessageSource> const source(new MSGLibMessageSource(u"/opt/app/messages", u"app", u"deu"));
 ///     KZString text;
@@ -12,31 +12,33 @@
 
 class MessageFile;
 
-/// Texts from files `prefix.language.LAN` of one directory, one a language; MessageFile has the rules for finding them.
+/// The texts are in files `prefix.language.LAN` of one directory, one file for each language. MessageFile has the rules by
+/// which the file of a language is found.
 ///
-/// The source has one current language. An operation with a context in another language switches it, and it stays
-/// switched: an empty language in a context means whatever is current. A source without a file is invalid; its
-/// operations succeed and give no text, except as told below.
+/// The source has one current language. An operation whose context names another language makes that the current one, and it
+/// stays so: a context without a language means the current one. A source without a file is invalid. Its operations succeed
+/// and give no text, unless their comments say otherwise.
 ///
-/// Thread safety: all operations may be called from any thread; a switch and the look-up behind it are one step. The
-/// texts behind returned pointers stay until `Reload` or the end of the source, but no longer tell the truth when another
-/// thread switches the language. The first use of a language reads its file under the lock.
+/// Thread safety: all operations may be called from any thread. No other thread can change the language between an
+/// operation's own switch of the language and its look-up. The texts to which returned pointers point stay until `Reload` or
+/// the end of the source, but are out of date when another thread has changed the language. The first use of a language
+/// reads its file while the lock is held.
 class KZ_EXPORT MSGLibMessageSource : public KZCounted<MSGLibMessageSource, KZMessageSource> {
 public:
-    /// `path` is the directory, empty for the current one. A `language` that is null or empty sets none; whether setting
-    /// it has failed `IsValid` tells. Without (null) `path` or `prefix` there are no files, and every operation that
+    /// `path` is the directory, empty for the current one. `language` becomes the current language unless it is null or empty;
+    /// `IsValid` tells whether that has worked. If `path` or `prefix` is null, there are no files, and every operation that
     /// returns an error returns 6.
     MSGLibMessageSource(char16_t const * path, char16_t const * prefix, char16_t const * language);
     MSGLibMessageSource(MSGLibMessageSource const &) = delete;
     MSGLibMessageSource & operator=(MSGLibMessageSource const &) = delete;
     ~MSGLibMessageSource() override;
 
-    /// An invalid source gives "The MSGLibMessageSource specified is invalid or invalid language code. " with success.
-    /// A null `error` leaves `out` alone. Errors: 5, and `out` is empty, when the file has no such message.
+    /// The text of an invalid source is "The MSGLibMessageSource specified is invalid or invalid language code. ", with
+    /// success. A null `error` leaves `out` alone. Errors: 5, with an empty `out`, when the file has no such message.
     KZErrorID AsString(KZString & out, KZSmartPtrToConst<KZErrorI> const & error,
                        KZFormatContext const & context) const override;
-    /// Errors: those of `MessageFile::SetLanguage`, `out` is as it was then; 5, with an empty `out`, when the file has no
-    /// such message. An invalid source leaves `out` alone.
+    /// An invalid source leaves `out` alone. Errors: those of `MessageFile::SetLanguage`, after which `out` is unchanged; 5,
+    /// with an empty `out`, when the file has no such message.
     KZErrorID GetText(KZString & out, long code, KZFormatContext const & context,
                       std::va_list * arguments) const override;
     KZErrorID GetText(KZString & out, long code, KZFormatContext const & context) const override;
@@ -44,14 +46,14 @@ public:
     bool IsValid() const override;
     /// The current language, as the caller spelled it; null when the source is invalid.
     char16_t const * GetDefaultLanguage() const override;
-    /// Appends the languages that have files, as `MessageFile::GetAvailableLanguages` last found them; nothing when the
-    /// source is invalid.
+    /// Appends the languages that have files, as `MessageFile::GetAvailableLanguages` found them the last time. Appends
+    /// nothing when the source is invalid.
     KZErrorID GetAvailableLanguages(std::vector<KZString> & out) const override;
 
-    /// Switches the language; errors as `MessageFile::SetLanguage`.
+    /// Makes `language` the current one. Errors: as `MessageFile::SetLanguage`.
     KZErrorID SetLanguage(char16_t const * language);
-    /// Forgets all texts. The source is invalid until the next `SetLanguage`, or an operation with a language in its
-    /// context, which reads the file anew.
+    /// Forgets all texts. The source is invalid until `SetLanguage`, or an operation whose context names a language, reads a
+    /// file again.
     void Reload();
 
     /// The directory, as it was given; null when the source is invalid.

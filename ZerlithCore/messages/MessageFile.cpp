@@ -1,9 +1,9 @@
-// A switch of language has two halves: `NearestLanguage` finds the language that there is a file of, `SwitchTo` makes it
-// the current one. A language whose file is in memory needs no look at the directory, so that switching back and forth
-// touches no disk.
+// Finds, reads and writes message files. The language is changed in two steps: `NearestLanguage` finds a language that has a
+// file, and `SwitchTo` makes it the current one. The first step is left out for a language whose file is in memory, so that
+// changing between such languages doesn't read the disk.
 //
-// The current language and file name share their text with the record in memory once that is there. So a pointer into them
-// stays good when the language is switched.
+// When a file is in memory, the current language and file name share their text with the entry of that file. So a pointer to
+// their text stays valid when the language is changed.
 #include "ZerlithCore/messages/MessageFile.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
@@ -36,7 +36,7 @@ constexpr CodePage codePages[] = {{u"jpn", 932}, {u"kor", 949}, {u"cht", 950}, {
 
 constexpr char16_t const * lastResort = u"enu";
 
-// The spelling seldom differs, and telling that is cheaper than comparing letters.
+// Most names are spelt alike, and to compare them exactly is cheaper than to ignore the case of letters.
 bool IsSame(KZString const & a, KZString const & b) { return a == b || a.IsEqual(b, KZString::IgnoreCase); }
 
 // The files of a directory, sorted. False when it can't be read.
@@ -49,8 +49,8 @@ bool ListFiles(KZString const & directory, std::vector<KZString> & names) {
     return isRead;
 }
 
-// The path under which the file really stands: as it is, or the first in the directory that differs by case only. A
-// path that isn't there at all is left as it is.
+// `path` itself if there is such a file; else the path of the first file in the directory whose name differs in the case of
+// letters only; `path` if there is no such file either.
 KZString RealPath(KZString const & path) {
     if (KZPlatform::KindOfPath(std::u16string_view(path)) == KZPlatform::PathKind::File) return path;
     KZPath const parts(path);
@@ -62,7 +62,7 @@ KZString RealPath(KZString const & path) {
     return found == names.end() ? path : KZPath(parts.GetDirectory(), *found).AsString();
 }
 
-// All of the file, but no more than it had when it was opened: what never ends has no size.
+// Reads a file, up to the size that it had when it was opened. A device that never ends has size 0, so nothing of it is read.
 bool ReadFile(KZString const & path, std::string & bytes) {
     constexpr std::size_t blockBytes = 65536;
     KZPlatform::FileHandle file;
@@ -82,7 +82,7 @@ bool ReadFile(KZString const & path, std::string & bytes) {
     return true;
 }
 
-// False when the last record is cut: it would take what is written behind it for its text.
+// Tells whether the last record is complete. If it isn't, a record that is written after it is read as a part of its text.
 bool EndsWithARecord(std::string_view bytes) {
     constexpr std::size_t numberBytes = 4, headBytes = 2 * numberBytes;
     while (bytes.size() >= headBytes) {
@@ -134,7 +134,7 @@ void MessageFile::Tell(Notice notice) {
         Say(notice);
 }
 
-// A fatal error stops nothing: the words are the users', going on is what callers rely on.
+// The text of a fatal error says that the program stops, but it goes on. Users know the text, and callers rely on going on.
 void MessageFile::Say(Notice const & notice) {
     KZLockedCOUT const lock;
     if (notice.isFatal) {
@@ -163,14 +163,16 @@ void MessageFile::Reload() {
 KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
     if (!writer_.IsOpen()) return OwnError(OwnMessage::NoMessageFile);
     std::ostringstream record;
-    record.exceptions(std::ios_base::badbit); // Without memory it would hold a part.
+    record.exceptions(
+        std::ios_base::badbit); // Without this, it would keep a part of the record when memory is short.
     record << DBMessage(id, text, ConverterOf(language_));
     std::string const bytes = std::move(record).str();
     std::int64_t const end = writer_.Size();
     std::size_t written = 0;
     if (writer_.Write(bytes.data(), bytes.size(), written)) return KZErrorID(0);
     int const reason = KZPlatform::LastErrorNumber();
-    // Takes a part of the record back, which would swallow those behind it, unless others have written meanwhile.
+    // If a part of the record was written, it is cut off again, because the next record would be read as its text. It stays if
+    // another process has written to the file meanwhile.
     bool const isOurs = written != 0 && writer_.Size() == end + static_cast<std::int64_t>(written);
     if (isOurs && writer_.Truncate(end)) writer_.Seek(end, KZPlatform::FileOrigin::Begin);
     KZPlatform::SetLastErrorNumber(reason);
@@ -259,9 +261,9 @@ bool MessageFile::IsInMemory(KZString const & language) const {
     return file && file->language == language;
 }
 
-/// The language if there is a file of it, else the nearest that there is one of; empty when there is none.
+/// `language` if it has a file, else the nearest language that has one; empty when there is none.
 KZString MessageFile::NearestLanguage(KZString const & language) {
-    // Looks twice, since somebody may just be putting another file in the place of the old one.
+    // Looks again if nothing was found, since the file may be missing for a moment while somebody replaces it.
     for (int look = 0; look < 2; ++look)
         if (std::ranges::any_of(GetAvailableLanguages(true),
                                 [&](KZString const & e) { return IsSame(e, language); }))
@@ -272,7 +274,8 @@ KZString MessageFile::NearestLanguage(KZString const & language) {
     return found == languages_.end() ? KZString() : *found;
 }
 
-/// Without memory the former language stays: the new one would count as set, and asking for it again would do nothing.
+/// Changes to `language`. When there is no memory, the former language is restored; otherwise the new one would count as set,
+/// and setting it again would do nothing.
 KZErrorID MessageFile::SwitchTo(KZString const & language) {
     KZString const fileName = GetMessageFileName(language);
     if (fileName.IsNull()) return OwnError(OwnMessage::NoFileName, {language});

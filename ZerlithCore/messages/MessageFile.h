@@ -1,5 +1,5 @@
 /// @file
-/// The files behind an MSGLibMessageSource: finding, reading and writing them.
+/// The files of an MSGLibMessageSource: finds, reads and writes them.
 ///
 ///     KZSmartPtr<MessageFile> const file = MessageFile::Create(u"/opt/app/messages", u"app");
 ///     file->SetLanguageCode(u"deu");
@@ -8,8 +8,8 @@
 ///     KZErrorID id = file->WriteMessage(7, u"Datei fehlt: %s");
 ///     file->Close();
 ///
-/// Programs that only want texts take an MSGLibMessageSource. Texts that stand in a project are made into files by the
-/// program `kzlan`.
+/// A program that only wants texts uses an MSGLibMessageSource. The program `kzlan` makes these files from text files of a
+/// project.
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -22,89 +22,95 @@
 #include <map>
 #include <vector>
 
-/// The message files of one product in one directory, `prefix.language.LAN`, one of them the current one.
+/// The message files of one product, `prefix.language.LAN` in one directory. One of the languages is the current one.
 ///
-/// A file is read once, into an index in memory that stays until `Reload`, also when another language takes its turn.
-/// The object is counted and ends with its last holder.
+/// A file is read once, into an index in memory. The index stays until `Reload`, even while another language is current.
+/// The object is counted; the last holder's release destroys it.
 ///
 /// Thread safety: `AddRef`, `Release` and `NbRef` may be called from any thread; all else needs outside locking.
 class KZ_EXPORT MessageFile : public KZCounted<MessageFile> {
 public:
-    /// Texts by number.
+    /// The texts of a file by their numbers.
     using Index = std::map<long, KZString>;
 
-    /// What `Open` takes.
+    /// The modes of `Open`.
     enum OpenMode : int { Read = 0, Write = 1, Append = 2 };
 
-    /// An object with no file open. `path` is the directory, empty for the current one. A `prefix` should have no point
-    /// in it: the language is looked for behind the first one of a file's name.
+    /// Makes an object with no file open. `path` is the directory, empty for the current one. `prefix` should have no point in
+    /// it, because the language in a file name is taken to begin after the first point.
     [[nodiscard]] static KZSmartPtr<MessageFile> Create(KZString const & path, KZString const & prefix);
     MessageFile(MessageFile const &) = delete;
     MessageFile & operator=(MessageFile const &) = delete;
 
-    /// Makes `language`, case ignored, the current one, and reads its file unless that is in memory.
+    /// Makes `language`, in letters of either case, the current one, and reads its file unless the file is in memory.
     ///
-    /// When there is no file of it, the first one (in the order of names) whose language begins with the same two letters
-    /// serves: "esm" lands on "esp"; then "enu". When even that is missing nothing changes, and this counts as success:
-    /// with nothing open before, the object stays without a file. What a missing language has landed on is kept until
-    /// another language is set or `Reload`, so that asking again looks at no directory.
-    /// Errors: 2 for an empty language, and for a file that can't be opened; 3 when there is no name for the file; 4 for
-    /// a language whose code page the system lacks. Behind 2 (with an argument) and 4 the language is the current one
-    /// all the same, with no file open; setting it again is a success that does nothing. Behind std::bad_alloc the former
-    /// language is.
+    /// If the language has no file, the first file (in the order of names) whose language begins with the same two letters is
+    /// taken in its place, so "esm" may get "esp". If there is none, "enu" is taken. If that has no file either, nothing
+    /// changes, and the result is success: an object that had no file open still has none. The language that was taken in
+    /// place of a missing one is remembered until another language is set or `Reload` is called, so that setting the missing
+    /// one again doesn't read the directory.
+    ///
+    /// Errors: 2 for an empty language and for a file that can't be opened; 3 when the file's name can't be made; 4 for a
+    /// language whose code page the system lacks. After 4, and after 2 for a file, `language` is the current one all the
+    /// same, with no file open, and setting it again succeeds and does nothing. After std::bad_alloc the former language is
+    /// still the current one.
     KZErrorID SetLanguage(KZString const & language);
 
-    /// Opens the file of the current name. An empty name is told on the console ("Message Library Fatal Error"), and
-    /// nothing is stopped. A name that isn't there is looked for with its case ignored.
+    /// Opens the file of the current name. If no file has that name, one whose name differs in the case of letters only is
+    /// taken. For an empty name the line "Message Library Fatal Error" is written to the console; the program goes on.
     ///
-    /// `Read`: reads it into memory as the texts of the current language; a file that is there already isn't touched.
-    /// `Write` empties it, `Append` doesn't, for `WriteMessage`. What shall survive a failure goes into a file of another
-    /// name first. A file that ends inside a record, which would hide what is written behind it, isn't opened to append.
-    /// The result is `IsOpen()` in all three modes, so false for a file that is being written and isn't in memory: whether
-    /// it can be written `WriteMessage` tells. False also when the system refuses.
+    /// `Read` reads the file into memory, as the texts of the current language, unless it is there already. `Write` and
+    /// `Append` open the file for `WriteMessage`, and `Write` empties it first. So write a file that must survive a failure
+    /// under another name first. `Append` fails for a file that ends inside a message, since a message written after that
+    /// couldn't be read.
+    ///
+    /// In all three modes the result is `IsOpen()`, so it is false for a file that is open for writing but isn't in memory;
+    /// `WriteMessage` tells whether the file can be written. It is also false when the system can't open the file.
     bool Open(int mode);
-    /// True when the texts of exactly the current language are in memory.
+    /// True when the texts of the current language, from the file of the current name, are in memory.
     [[nodiscard]] bool IsOpen() const { return FindLanguage() != nullptr; }
     /// True between `Open(Append)` and `Close`; `Open(Write)` doesn't count.
     [[nodiscard]] bool IsWriting() const noexcept { return isWriting_; }
-    /// Ends writing and forgets the current name and language; what was read stays in memory. True.
+    /// Ends writing and clears the current name and language. Files that were read stay in memory. Always returns true.
     bool Close();
-    /// Forgets what was read, and `Close`: the next `SetLanguage` reads the file anew.
+    /// Calls `Close` and forgets all files that were read, so that the next `SetLanguage` reads its file again.
     void Reload();
 
-    /// Appends a message to the file that is open for writing, by the code page of the current language; it has reached
-    /// the system when this returns. What is in memory stays as it is.
-    /// Errors: 6 when no file is open for writing; the system's when it refuses, and nothing of the message is left in
-    /// the file then.
+    /// Appends a message to the file that is open for writing, in the code page of the current language. The message has been
+    /// passed to the system when this returns. The texts in memory don't change.
+    /// Errors: 6 when no file is open for writing; the system's when it can't write, and then no part of the message is left
+    /// in the file, unless another process has written after it.
     KZErrorID WriteMessage(long id, KZString const & text);
 
     /// Puts the text of `code` into `out`.
-    /// Errors: 5, with the code and the file name, when there is none; `out` is empty then.
+    /// Errors: 5, with the code and the file name as arguments and an empty `out`, when there is no such text.
     KZErrorID FetchMessage(KZString & out, long code) const;
 
-    /// Reads all messages of `stream`, from its start to its end or the first one cut short, by the converter of the
-    /// current language, into `index`, where a number that is there keeps its text. True.
+    /// Reads the messages of `stream` into `index`, from the start of the stream to its end or to the first message that is
+    /// cut short. The texts are in the code page of the current language. A number that `index` has already keeps its text.
+    /// Always returns true.
     bool BuildFileIndex(Index & index, std::istream & stream) const;
 
-    /// The languages that have files, in lower case, by the order of the file names, one entry a file. Read from the
-    /// directory when `refresh` is true and as long as none is known. A file counts when its name has the extension LAN and the
-    /// prefix somewhere in it, case ignored. A directory that can't be read is told on the console ("Message Library
-    /// Fatal Error"), and nothing is stopped. Valid until the next call.
+    /// The languages that have files, in lower case, in the order of the file names, with one entry for each file. A file
+    /// counts when its name has the extension LAN and contains the prefix, in letters of either case. The directory is read when
+    /// `refresh` is true, and as long as no language is known. If it can't be read, the line "Message Library Fatal Error" is
+    /// written to the console; the program goes on. The result is valid until the next call.
     std::vector<KZString> const & GetAvailableLanguages(bool refresh);
 
-    /// The language in the name of a message file: what stands between its first and its second point; empty without.
+    /// The language in the name of a message file: the part between the first point and the second. Empty when there aren't
+    /// two points.
     [[nodiscard]] static KZString LanguageOf(KZString const & fileName);
-    /// The converter of a language, case ignored: code page 932 for "jpn", 949 for "kor", 950 for "cht", 936 for "chs";
-    /// null, which is Latin-1, for any other.
+    /// The converter for the code page of a language, in letters of either case: 932 for "jpn", 949 for "kor", 950 for "cht",
+    /// 936 for "chs". Null, which means Latin-1, for every other language.
     [[nodiscard]] static KZSmartPtr<KZStringConverter> ConverterOf(KZString const & language);
 
-    /// The whole path of a language's file; empty when there is none, because a relative directory has lost the current
-    /// directory that it counts from.
+    /// The complete path of the file of a language. Empty when the path can't be made, because the directory is a relative one
+    /// and the current directory of the process no longer exists.
     [[nodiscard]] KZString GetMessageFileName(KZString const & language) const;
     [[nodiscard]] KZString const & GetFileName() const noexcept { return fileName_; }
     void SetFileName(KZString const & fileName) { fileName_ = fileName; }
     [[nodiscard]] KZString const & GetLanguageCode() const noexcept { return language_; }
-    /// Sets the current language and does nothing else.
+    /// Sets the current language. No file is opened or read.
     void SetLanguageCode(KZString const & language);
     [[nodiscard]] KZString const & GetPrefix() const noexcept { return prefix_; }
     [[nodiscard]] KZString const & GetPath() const noexcept { return directory_; }
@@ -113,7 +119,7 @@ private:
     friend class KZCounted<MessageFile>;
     friend class MSGLibMessageSource;
 
-    /// What is told on the console: a fatal error with its cause, or a warning of a language's code page.
+    /// A line for the console: a fatal error with its cause, or a warning that the code page of a language isn't installed.
     struct Notice {
         bool isFatal;
         KZString about;
@@ -149,5 +155,6 @@ private:
     KZSmartPtr<KZStringConverter> converter_;
     std::vector<KZString> languages_;
     KZPlatform::FileHandle writer_;
-    std::vector<Notice> * deferred_ = nullptr; // where notices wait for who calls under a lock
+    std::vector<Notice> * deferred_ =
+        nullptr; // gathers the notices, if set, for a caller that writes them after unlocking
 };

@@ -5,6 +5,8 @@
 ///     // "Thursday, 01 January 1970" in the C locale
 #pragma once
 
+#include "ZerlithCore/platform/Clock.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -17,18 +19,6 @@ namespace KZPlatform {
 struct ZoneMoment {
     std::int32_t localMinusUtc = 0; // seconds
     std::u16string name = u"UTC";   // the system's abbreviation, such as "CEST"
-};
-
-/// A date and time of day of the Gregorian calendar.
-struct CalendarTime {
-    int year = 1970;
-    int month = 1; // from 1
-    int day = 1;   // from 1
-    int hour = 0;
-    int minute = 0;
-    int second = 0;
-    int weekDay = 4; // Sunday is 0
-    int yearDay = 1; // from 1
 };
 
 /// Returns `format`, a template of strftime, with the fields of `time` and `zone` put in, in the program's locale.

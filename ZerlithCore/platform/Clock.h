@@ -14,23 +14,24 @@ namespace KZPlatform {
 /// and it never runs backward.
 [[nodiscard]] std::int64_t MonotonicNanoseconds() noexcept;
 
-/// A moment as a calendar and a clock show it.
-struct BrokenDownTime {
-    int year;    // 2026
-    int month;   // 1 to 12
-    int day;     // 1 to 31
-    int weekday; // 0 is Sunday
-    int hour;    // 0 to 23
-    int minute;
-    int second; // to 60 at a leap second
-    int millisecond;
+/// A moment as a clock and the Gregorian calendar show it.
+struct CalendarTime {
+    int year = 1970;
+    int month = 1; // from 1
+    int day = 1;   // from 1
+    int hour = 0;
+    int minute = 0;
+    int second = 0; // to 60 at a leap second
+    int millisecond = 0;
+    int weekDay = 4; // Sunday is 0
+    int yearDay = 1; // from 1
 };
 
 /// Converts a moment, in milliseconds since 1970-01-01 00:00 UTC, to the calendar of the computer's zone or of UTC. A
 /// moment whose year doesn't fit an `int` gives all zeros.
 ///
 /// Thread safety: callable from any thread.
-[[nodiscard]] BrokenDownTime ToLocalTime(std::int64_t milliseconds) noexcept;
-[[nodiscard]] BrokenDownTime ToUtcTime(std::int64_t milliseconds) noexcept;
+[[nodiscard]] CalendarTime ToLocalTime(std::int64_t milliseconds) noexcept;
+[[nodiscard]] CalendarTime ToUtcTime(std::int64_t milliseconds) noexcept;
 
 } // namespace KZPlatform

@@ -23,8 +23,8 @@
 
 namespace KZPlatform {
 
-inline constexpr unsigned DefaultCodePage = 0;
-inline constexpr unsigned Utf8CodePage = 65001;
+inline constexpr unsigned defaultCodePage = 0;
+inline constexpr unsigned utf8CodePage = 65001;
 
 using KZEncoding::InvalidBytes;
 

@@ -9,9 +9,9 @@
 namespace KZPlatform {
 
 /// Stands for the language of the thread. So does 0.
-inline constexpr long NeutralLanguage = 1024;
+inline constexpr long neutralLanguage = 1024;
 /// English as in the United States; used when nothing else is known.
-inline constexpr long EnglishLanguage = 1033;
+inline constexpr long englishLanguage = 1033;
 
 [[nodiscard]] constexpr bool IsNeutralLanguage(long language) noexcept { return (language & 0x3FF) == 0; }
 

@@ -22,7 +22,7 @@ int Distance(long language, long wanted) noexcept {
     if (language == wanted) return 0;
     if ((language & languageProper) == (wanted & languageProper)) return 1;
     if (IsNeutralLanguage(language)) return 2;
-    return language == EnglishLanguage ? 3 : 4;
+    return language == englishLanguage ? 3 : 4;
 }
 
 KZModuleMessage const * FindMessage(void * module, std::uint32_t code, long language) noexcept {
@@ -42,12 +42,12 @@ KZModuleMessage const * FindMessage(void * module, std::uint32_t code, long lang
 KZModuleMessageTable const * MessagesOfModule(void * module) noexcept {
     auto const handle = reinterpret_cast<std::uintptr_t>(module);
     if (handle & tableMark) return reinterpret_cast<KZModuleMessageTable const *>(handle & ~tableMark);
-    void * const symbol = module ? FindSymbol(module, ModuleMessagesSymbol) : nullptr;
+    void * const symbol = module ? FindSymbol(module, moduleMessagesSymbol) : nullptr;
     return symbol ? reinterpret_cast<KZModuleMessageTable const * (*)()>(symbol)() : nullptr;
 }
 
 bool LoadStringText(std::u16string & out, void * module, std::uint32_t code, std::size_t limit) {
-    KZModuleMessage const * const message = FindMessage(module, code, NeutralLanguage);
+    KZModuleMessage const * const message = FindMessage(module, code, neutralLanguage);
     out = message ? std::u16string_view(message->text).substr(0, limit) : std::u16string_view();
     return message != nullptr;
 }

@@ -27,7 +27,7 @@ struct KZModuleMessageTable {
 namespace KZPlatform {
 
 /// The name of the function by which a module exports its table: `KZModuleMessageTable const * KZModuleMessages()`.
-inline constexpr char const * ModuleMessagesSymbol = "KZModuleMessages";
+inline constexpr char const * moduleMessagesSymbol = "KZModuleMessages";
 
 /// Returns a module handle that stands for `table` alone. With it code can name its own module without asking the
 /// loader. It can be used for messages only: it has no symbols, and freeing it does nothing.

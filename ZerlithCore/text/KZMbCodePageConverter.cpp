@@ -12,8 +12,8 @@
 
 namespace {
 
-constexpr std::size_t StackUnits = 4096; // longer texts are decoded on the heap
-constexpr std::uint32_t JisCodePage = 932;
+constexpr std::size_t stackUnits = 4096; // longer texts are decoded on the heap
+constexpr std::uint32_t jisCodePage = 932;
 
 } // namespace
 
@@ -24,9 +24,9 @@ KZMbCodePageConverter::~KZMbCodePageConverter() = default;
 // Converts into a buffer first: if invalid bytes come late, the destination must not have changed.
 KZErrorID KZMbCodePageConverter::ConvertToUnicode(KZString & dest, char const * src) const {
     std::string_view const bytes = KZBytesOf(src);
-    char16_t stack[StackUnits];
+    char16_t stack[stackUnits];
     std::unique_ptr<char16_t[]> heap;
-    if (bytes.size() > StackUnits) heap = std::make_unique_for_overwrite<char16_t[]>(bytes.size());
+    if (bytes.size() > stackUnits) heap = std::make_unique_for_overwrite<char16_t[]>(bytes.size());
     std::span<char16_t> const buffer = heap ? std::span(heap.get(), bytes.size()) : std::span(stack);
     std::optional<std::size_t> const size =
         KZPlatform::DecodeCodePage(codePage_, bytes, buffer, KZPlatform::InvalidBytes::Refuse);
@@ -46,9 +46,9 @@ KZErrorID KZMbCodePageConverter::ConvertFromUnicode(std::string & dest, KZString
 }
 
 bool KZMbCodePageConverter::IsValid() const {
-    return codePage_ == KZPlatform::DefaultCodePage || KZPlatform::CodePageExists(codePage_);
+    return codePage_ == KZPlatform::defaultCodePage || KZPlatform::CodePageExists(codePage_);
 }
 
-KZJisConverter::KZJisConverter() : KZMbCodePageConverter(JisCodePage) {}
+KZJisConverter::KZJisConverter() : KZMbCodePageConverter(jisCodePage) {}
 
 KZJisConverter::~KZJisConverter() = default;

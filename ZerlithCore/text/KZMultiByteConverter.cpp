@@ -8,10 +8,10 @@
 
 namespace {
 
-constexpr unsigned RowSize = 256;
+constexpr unsigned rowSize = 256;
 
 // A null mapping is used as one without tables.
-constexpr KZMultiByteMapping EmptyMapping{};
+constexpr KZMultiByteMapping emptyMapping{};
 
 // Reads units from bytes one by one.
 class MappedReader {
@@ -43,7 +43,7 @@ private:
 } // namespace
 
 KZMultiByteConverter::KZMultiByteConverter(KZMultiByteMapping const * mapping)
-    : mapping_(mapping ? mapping : &EmptyMapping) {}
+    : mapping_(mapping ? mapping : &emptyMapping) {}
 
 KZMultiByteConverter::~KZMultiByteConverter() = default;
 
@@ -52,7 +52,7 @@ void KZMultiByteConverter::ConvertMbToStr(KZString & dest, char const * src) con
     bool hasWideUnits = false;
     for (MappedReader reader(*mapping_, src); auto const unit = reader.Next();) {
         ++count;
-        hasWideUnits = hasWideUnits || (reader.IsFromTable() && *unit >= RowSize);
+        hasWideUnits = hasWideUnits || (reader.IsFromTable() && *unit >= rowSize);
     }
     dest.Clear();
     dest.Reserve(count);
@@ -68,10 +68,10 @@ std::string KZMultiByteConverter::ConvertStrToMb(KZString const & src) const {
     std::string bytes;
     bytes.reserve(src.Length() * std::size_t{2});
     for (char16_t const unit : KZTextOf(src)) {
-        char16_t const * const codes = mapping_->tables[unit / RowSize];
-        char16_t const code = codes ? codes[unit % RowSize] : u'\0';
-        if (code >= RowSize) bytes += static_cast<char>(code / RowSize);
-        bytes += code != 0 ? static_cast<char>(code % RowSize) : '?';
+        char16_t const * const codes = mapping_->tables[unit / rowSize];
+        char16_t const code = codes ? codes[unit % rowSize] : u'\0';
+        if (code >= rowSize) bytes += static_cast<char>(code / rowSize);
+        bytes += code != 0 ? static_cast<char>(code % rowSize) : '?';
     }
     return bytes;
 }

@@ -17,15 +17,15 @@
 
 namespace {
 
-constexpr std::size_t UnitSize = sizeof(char16_t);
-constexpr std::size_t HeaderSize = offsetof(KZString::DataDef, text);
+constexpr std::size_t unitBytes = sizeof(char16_t);
+constexpr std::size_t headerBytes = offsetof(KZString::DataDef, text);
 
 /// The largest capacity: each position must fit into 32 bits and differ from `npos`.
-constexpr std::uint32_t MaxCapacity = KZString::npos - 1;
+constexpr std::uint32_t maxCapacity = KZString::npos - 1;
 
 /// A number of units as a capacity. Errors: std::length_error.
 std::uint32_t AsCapacity(std::size_t units) {
-    if (units > MaxCapacity) throw std::length_error("KZString: more than 4294967294 units");
+    if (units > maxCapacity) throw std::length_error("KZString: more than 4294967294 units");
     return static_cast<std::uint32_t>(units);
 }
 
@@ -33,15 +33,15 @@ std::uint32_t AsCapacity(std::size_t units) {
 std::uint32_t Grown(std::uint32_t old, std::uint32_t need) noexcept {
     if (old >= need) return old;
     std::uint32_t const half = old / 2;
-    return std::max(old > MaxCapacity - half ? MaxCapacity : old + half, need);
+    return std::max(old > maxCapacity - half ? maxCapacity : old + half, need);
 }
 
 void Copy(char16_t * to, char16_t const * from, std::size_t count) noexcept {
-    if (count != 0) std::memcpy(to, from, count * UnitSize);
+    if (count != 0) std::memcpy(to, from, count * unitBytes);
 }
 
 void Move(char16_t * to, char16_t const * from, std::size_t count) noexcept {
-    std::memmove(to, from, count * UnitSize);
+    std::memmove(to, from, count * unitBytes);
 }
 
 bool PointsInto(KZString const & string, char16_t const * text) noexcept {
@@ -66,14 +66,14 @@ std::vector<std::uint32_t> FindAll(std::u16string_view text, std::u16string_view
 // so a text that follows our header of 12 bytes would lie 12 bytes above theirs. In large blocks it lies 64 bytes
 // above instead, where copies in both directions are fast. Measured for 32 KB: 149 instead of 84 GB/s.
 
-constexpr std::uint32_t LargeCapacity = 2048;
+constexpr std::uint32_t largeCapacity = 2048;
 
 constexpr std::size_t Lead(std::uint32_t capacity) noexcept {
-    return capacity < LargeCapacity ? 0 : 64 - HeaderSize;
+    return capacity < largeCapacity ? 0 : 64 - headerBytes;
 }
 
 constexpr std::size_t BlockSize(std::uint32_t capacity) noexcept {
-    return Lead(capacity) + HeaderSize + (std::size_t{capacity} + 1) * UnitSize;
+    return Lead(capacity) + headerBytes + (std::size_t{capacity} + 1) * unitBytes;
 }
 
 } // namespace

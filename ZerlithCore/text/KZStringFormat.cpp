@@ -23,17 +23,17 @@
 // Arguments come with their types, or from a started list, from which each is read with the type that its conversion
 // says. The class `Arguments` hides that difference.
 //
-// A huge width or precision can't exhaust memory: padding stops at `MaxPadding` units.
+// A huge width or precision can't exhaust memory: padding stops at `maxPadding` units.
 
 namespace {
 
 using KZDetail::FormatArgument;
 using Kind = FormatArgument::Kind;
 
-constexpr int MaxPadding = 1 << 20;
+constexpr int maxPadding = 1 << 20;
 
 /// More digits than any double has after its point; the digits beyond are zeros.
-constexpr int MaxDoubleDigits = 1100;
+constexpr int maxDoubleDigits = 1100;
 
 /// Collects units, on the stack as long as they fit there.
 class Buffer {
@@ -223,7 +223,7 @@ private:
     Conversion Read(char16_t const *& format) {
         Conversion conversion;
         bool const hasWidth = ReadFlags(format, conversion);
-        if (!hasWidth) conversion.width = std::min(ReadNumber(format), MaxPadding);
+        if (!hasWidth) conversion.width = std::min(ReadNumber(format), maxPadding);
         if (*format == u'.') {
             ++format;
             if (*format == u'*') {
@@ -251,7 +251,7 @@ private:
             case u'*': {
                 int const width = arguments_.TakeInt(0);
                 if (width < 0) conversion.left = true;
-                conversion.width = width > -MaxPadding && width < MaxPadding ? std::abs(width) : MaxPadding;
+                conversion.width = width > -maxPadding && width < maxPadding ? std::abs(width) : maxPadding;
                 hasWidth = true;
                 break;
             }
@@ -352,7 +352,7 @@ private:
         }
         if (conversion.letter == u'X') MakeUpper(digits.data(), end);
         auto const count = static_cast<int>(end - digits.data());
-        int zeros = std::max(std::min(conversion.precision, MaxPadding) - count, 0);
+        int zeros = std::max(std::min(conversion.precision, maxPadding) - count, 0);
         // "%#o" puts a 0 before an octal number that doesn't begin with one.
         if (base == 8 && conversion.alternate && zeros == 0 && (count == 0 || digits[0] != '0')) zeros = 1;
         WriteNumber(conversion, conversion.zeros && conversion.precision < 0,
@@ -385,15 +385,15 @@ private:
                 std::isnan(value) ? (upper ? "NAN" : "nan") : (upper ? "INF" : "inf");
             return WriteNumber(conversion, false, {sign, 0, word, 0, {}});
         }
-        int precision = conversion.precision < 0 ? 6 : std::min(conversion.precision, MaxPadding);
+        int precision = conversion.precision < 0 ? 6 : std::min(conversion.precision, maxPadding);
         auto style = std::chars_format::general;
         if (conversion.letter == u'f') style = std::chars_format::fixed;
         if ((conversion.letter | 0x20) == u'e') style = std::chars_format::scientific;
         if (style == std::chars_format::general && conversion.alternate) ChooseStyle(value, style, precision);
 
         // Room for at most 309 digits before the point, the point itself and the digits after it.
-        std::array<char, MaxDoubleDigits + 320> digits;
-        int const made = std::min(precision, MaxDoubleDigits);
+        std::array<char, maxDoubleDigits + 320> digits;
+        int const made = std::min(precision, maxDoubleDigits);
         char * end = std::to_chars(digits.data(), digits.data() + digits.size(), value, style, made).ptr;
         char * exponent = style == std::chars_format::fixed ? end : std::find(digits.data(), end, 'e');
         if (conversion.alternate && std::find(digits.data(), exponent, '.') == exponent) {
@@ -411,10 +411,10 @@ private:
     /// For "%#g": chooses the style that "%g" would choose; its zeros at the end are kept.
     static void ChooseStyle(double value, std::chars_format & style, int & precision) {
         int const significant = std::max(precision, 1);
-        std::array<char, MaxDoubleDigits + 16> digits;
+        std::array<char, maxDoubleDigits + 16> digits;
         auto const end =
             std::to_chars(digits.data(), digits.data() + digits.size(), value, std::chars_format::scientific,
-                          std::min(significant, MaxDoubleDigits) - 1)
+                          std::min(significant, maxDoubleDigits) - 1)
                 .ptr;
         char const * const letter = std::find(digits.data(), end, 'e');
         int exponent = 0;

@@ -1,6 +1,7 @@
 // KZString::AsInt, AsDouble and the like: numbers from text.
 #include "ZerlithCore/text/KZString.h"
 
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/platform/Numbers.h"
 
 #include <algorithm>
@@ -17,20 +18,16 @@
 
 namespace {
 
-bool IsSpace(char16_t unit) noexcept { return unit == u' ' || (unit >= u'\t' && unit <= u'\r'); }
-
 /// The value of a digit; 10 and more for other units.
 unsigned DigitValue(char16_t unit) noexcept { return static_cast<unsigned>(unit) - u'0'; }
 
-bool IsDigit(char16_t unit) noexcept { return DigitValue(unit) < 10; }
-
-bool IsHexDigit(char16_t unit) noexcept {
-    char16_t const lower = unit | 0x20;
-    return IsDigit(unit) || (lower >= u'a' && lower <= u'f');
+bool IsHexDigit(char32_t unit) noexcept {
+    char32_t const lower = unit | 0x20;
+    return KZEncoding::IsDigit(unit) || (lower >= U'a' && lower <= U'f');
 }
 
 char16_t const * SkipSpace(char16_t const * text) noexcept {
-    while (IsSpace(*text)) ++text;
+    while (KZEncoding::IsSpace(*text)) ++text;
     return text;
 }
 
@@ -77,14 +74,14 @@ std::size_t StartsWith(char16_t const * text, std::u16string_view word) noexcept
 /// Steps over an exponent that starts with `letter` and has a digit. Returns its value, 0 if there is none. A value
 /// far beyond that of any double is limited.
 std::int64_t TakeExponent(char16_t const *& text, char16_t letter) noexcept {
-    constexpr std::int64_t Bound = 1'000'000'000'000;
+    constexpr std::int64_t bound = 1'000'000'000'000;
     char16_t const * place = text;
     if ((*place | 0x20) != letter) return 0;
     bool const minus = TakeSign(++place);
-    if (!IsDigit(*place)) return 0;
+    if (!KZEncoding::IsDigit(*place)) return 0;
     std::int64_t value = 0;
-    for (; IsDigit(*place); ++place) {
-        if (value < Bound) value = value * 10 + DigitValue(*place);
+    for (; KZEncoding::IsDigit(*place); ++place) {
+        if (value < bound) value = value * 10 + DigitValue(*place);
     }
     text = place;
     return minus ? -value : value;
@@ -101,7 +98,7 @@ struct Extent {
 Extent MeasureNumber(char16_t const * text) noexcept {
     bool const isHex = text[0] == u'0' && (text[1] | 0x20) == u'x' &&
                        (IsHexDigit(text[2]) || (text[2] == u'.' && IsHexDigit(text[3])));
-    auto const isDigit = isHex ? IsHexDigit : IsDigit;
+    auto const isDigit = isHex ? IsHexDigit : KZEncoding::IsDigit;
     char16_t const * const begin = isHex ? text + 2 : text;
     // The place of the highest digit that isn't 0: 1 for the digit just before the point, 0 for the one just after it.
     std::int64_t place = 0;
@@ -147,7 +144,8 @@ double TakeWord(char16_t const *& text) noexcept {
     text += nan;
     if (*text == u'(') {
         char16_t const * place = text + 1;
-        while (IsDigit(*place) || *place == u'_' || ((*place | 0x20) >= u'a' && (*place | 0x20) <= u'z'))
+        while (KZEncoding::IsDigit(*place) || *place == u'_' ||
+               ((*place | 0x20) >= u'a' && (*place | 0x20) <= u'z'))
             ++place;
         if (*place == u')') text = place + 1;
     }

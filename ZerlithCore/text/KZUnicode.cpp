@@ -35,14 +35,14 @@ struct EquivalentRun {
     signed char baseStep;
 };
 
-constexpr EquivalentRun EquivalentRuns[] = {
+constexpr EquivalentRun equivalentRuns[] = {
 #include "ZerlithCore/text/generated/EquivalentCharTable.inl"
 };
 
 consteval std::array<char16_t, 0x10000> MakeEquivalents() {
     std::array<char16_t, 0x10000> table;
     for (unsigned unit = 0; unit < table.size(); ++unit) table[unit] = static_cast<char16_t>(unit);
-    for (EquivalentRun const & run : EquivalentRuns)
+    for (EquivalentRun const & run : equivalentRuns)
         for (int i = 0; i < run.count; ++i)
             table[static_cast<unsigned>(run.unit + i * run.unitStep)] =
                 static_cast<char16_t>(run.base + i * run.baseStep);

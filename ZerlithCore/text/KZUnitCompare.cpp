@@ -17,11 +17,11 @@ int OrderOf(char16_t a, char16_t b) noexcept { return (a > b) - (a < b); }
 
 #ifdef __SSE2__
 
-constexpr int Block = 8;
-constexpr std::uintptr_t PageSize = 4096; // the smallest of any processor with these compares
+constexpr int unitsOfBlock = 8;
+constexpr std::uintptr_t pageBytes = 4096; // the smallest of any processor with these compares
 
 bool StaysInPage(char16_t const * text) noexcept {
-    return reinterpret_cast<std::uintptr_t>(text) % PageSize <= PageSize - sizeof(__m128i);
+    return reinterpret_cast<std::uintptr_t>(text) % pageBytes <= pageBytes - sizeof(__m128i);
 }
 
 #endif
@@ -35,7 +35,7 @@ __attribute__((no_sanitize("address", "thread"))) int KZCompareUnits(char16_t co
                                                                      char16_t const * b) noexcept {
     if (a == b) return 0;
     __m128i const zero = _mm_setzero_si128();
-    for (;; a += Block, b += Block) {
+    for (;; a += unitsOfBlock, b += unitsOfBlock) {
         if (StaysInPage(a) && StaysInPage(b)) {
             __m128i const left = _mm_loadu_si128(reinterpret_cast<__m128i const *>(a));
             __m128i const right = _mm_loadu_si128(reinterpret_cast<__m128i const *>(b));
@@ -47,7 +47,7 @@ __attribute__((no_sanitize("address", "thread"))) int KZCompareUnits(char16_t co
             int const stop = std::countr_one(goOn) / 2;
             return OrderOf(a[stop], b[stop]);
         }
-        for (int i = 0; i < Block; ++i)
+        for (int i = 0; i < unitsOfBlock; ++i)
             if (a[i] != b[i] || a[i] == 0) return OrderOf(a[i], b[i]);
     }
 }

@@ -36,7 +36,7 @@ std::size_t FindTextPlainly(char16_t const * text, std::size_t count, char16_t c
 
 #ifdef __SSE2__
 
-constexpr std::size_t Block = 8;
+constexpr std::size_t unitsOfBlock = 8;
 
 __m128i Load(char16_t const * text) noexcept {
     return _mm_loadu_si128(reinterpret_cast<__m128i const *>(text));
@@ -83,10 +83,10 @@ KZUnitScan::Finder::Finder(char16_t const * needle, std::size_t size) noexcept
 // load is refused only at the end of a page; the aligned loads that follow never cross one.
 __attribute__((no_sanitize("address", "thread"))) std::size_t
 KZUnitScan::Length(char16_t const * text) noexcept {
-    constexpr std::uintptr_t Page = 4096;
+    constexpr std::uintptr_t pageBytes = 4096;
     auto const address = reinterpret_cast<std::uintptr_t>(text);
     __m128i const zero = _mm_setzero_si128();
-    if (address % Page <= Page - sizeof zero) {
+    if (address % pageBytes <= pageBytes - sizeof zero) {
         auto const first = _mm_loadu_si128(reinterpret_cast<__m128i const *>(text));
         unsigned const hits = Mask(_mm_cmpeq_epi16(first, zero));
         if (hits != 0) return FirstOf(hits);
@@ -99,17 +99,17 @@ KZUnitScan::Length(char16_t const * text) noexcept {
 }
 
 std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char16_t unit) noexcept {
-    if (count < Block) return FindUnitPlainly(text, count, unit);
+    if (count < unitsOfBlock) return FindUnitPlainly(text, count, unit);
     __m128i const wanted = Spread(unit);
     std::size_t i = 0;
-    for (; i + 2 * Block <= count; i += 2 * Block) {
+    for (; i + 2 * unitsOfBlock <= count; i += 2 * unitsOfBlock) {
         __m128i const low = _mm_cmpeq_epi16(Load(text + i), wanted);
-        __m128i const high = _mm_cmpeq_epi16(Load(text + i + Block), wanted);
+        __m128i const high = _mm_cmpeq_epi16(Load(text + i + unitsOfBlock), wanted);
         if (Mask(_mm_or_si128(low, high)) != 0) return i + FirstOf(Mask(low) | Mask(high) << 16);
     }
     // The rest is shorter than a block: take the last block of the text, which may begin with units already compared.
-    for (; i < count; i += Block) {
-        std::size_t const start = std::min(i, count - Block);
+    for (; i < count; i += unitsOfBlock) {
+        std::size_t const start = std::min(i, count - unitsOfBlock);
         unsigned const hits = Mask(_mm_cmpeq_epi16(Load(text + start), wanted));
         if (hits != 0) return start + FirstOf(hits);
     }
@@ -118,7 +118,7 @@ std::size_t KZUnitScan::FindUnit(char16_t const * text, std::size_t count, char1
 
 std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t count) const noexcept {
     if (size_ == 1) return FindUnit(text, count, *needle_);
-    if (count < size_ + Block - 1) return FindTextPlainly(text, count, needle_, size_);
+    if (count < size_ + unitsOfBlock - 1) return FindTextPlainly(text, count, needle_, size_);
     std::size_t const places = count - size_ + 1;
     __m128i const first = Spread(needle_[probes_[0]]);
     __m128i const second = Spread(needle_[probes_[1]]);
@@ -135,15 +135,15 @@ std::size_t KZUnitScan::Finder::operator()(char16_t const * text, std::size_t co
         return count;
     };
     std::size_t i = 0;
-    for (; i + 2 * Block <= places; i += 2 * Block) {
+    for (; i + 2 * unitsOfBlock <= places; i += 2 * unitsOfBlock) {
         __m128i const low = agree(i);
-        __m128i const high = agree(i + Block);
+        __m128i const high = agree(i + unitsOfBlock);
         if (Mask(_mm_or_si128(low, high)) == 0) continue;
         if (std::size_t const place = verify(i, Mask(low) | Mask(high) << 16); place != count) return place;
     }
     // The rest is shorter than a block: take the last eight positions, some of which may have been compared already.
-    for (; i < places; i += Block) {
-        std::size_t const start = std::min(i, places - Block);
+    for (; i < places; i += unitsOfBlock) {
+        std::size_t const start = std::min(i, places - unitsOfBlock);
         if (std::size_t const place = verify(start, Mask(agree(start))); place != count) return place;
     }
     return count;

@@ -1,7 +1,11 @@
 // One pair of functions, to the record and back, for each kind of record.
 #include "ZerlithCore/time/detail/CalendarExchange.h"
 
+#include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/KZTimeZone.h"
+
 #include <cmath>
+#include <limits>
 #include <optional>
 
 namespace KZDetail {
@@ -168,6 +172,18 @@ std::int64_t ToMilliseconds(DateAndTime const & value) {
 DateAndTime FromMilliseconds(std::int64_t milliseconds) {
     std::int64_t const days = FloorDivide(milliseconds, millisecondsOfDay);
     return {DateOf(days), KZTimeEx(static_cast<int>(milliseconds - days * millisecondsOfDay))};
+}
+
+DateAndTime ValueAt(std::int64_t milliseconds, bool local) {
+    std::int64_t const offset =
+        local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(milliseconds / 1000) : 0;
+    return FromMilliseconds(milliseconds + offset * 1000);
+}
+
+bool ToKZDateTime(std::int64_t seconds, KZDateTime & out) {
+    if (seconds <= 0 || seconds > std::numeric_limits<std::uint32_t>::max()) return false;
+    out = KZDateTime(static_cast<std::uint32_t>(seconds));
+    return true;
 }
 
 } // namespace KZDetail

@@ -1,6 +1,7 @@
 // One function prints all calendar values and one reads them, both letter by letter of the template.
 #include "ZerlithCore/time/detail/CalendarText.h"
 
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 
 #include <array>
@@ -12,8 +13,6 @@
 
 namespace KZDetail {
 namespace {
-
-constexpr bool IsDigit(char16_t unit) { return unit >= u'0' && unit <= u'9'; }
 
 // --- Printing. These functions write without a check: PrintCalendar makes sure that there is room.
 
@@ -127,10 +126,10 @@ private:
         bool const negative = signs && *end == u'-';
         if (negative) ++end;
         std::int64_t value = 0;
-        for (; IsDigit(*end); ++end)
+        for (; KZEncoding::IsDigit(*end); ++end)
             if (value <= std::numeric_limits<int>::max()) value = value * 10 + (*end - u'0');
         value = std::min<std::int64_t>(value, std::numeric_limits<int>::max());
-        bool const hasDigits = end != text_ && IsDigit(end[-1]);
+        bool const hasDigits = end != text_ && KZEncoding::IsDigit(end[-1]);
         bool const offsetNext = IsOffsetNext();
         // A field that doesn't end as the template says is dropped: the next conversion reads from the same place.
         if (*end && *end != *format_ && !(offsetNext && hasDigits)) {
@@ -154,7 +153,7 @@ private:
     // A "-" directly after a field separates it from the next; a later one is the sign of the next.
     static char16_t const * SkipToNumber(char16_t const * text, bool signs) {
         char16_t const * const start = text;
-        while (*text && !IsDigit(*text) && !(signs && *text == u'-' && text != start)) ++text;
+        while (*text && !KZEncoding::IsDigit(*text) && !(signs && *text == u'-' && text != start)) ++text;
         return text;
     }
 
@@ -195,7 +194,8 @@ private:
         }
         std::u16string_view const rest(text_);
         bool const fits = rest.size() == 6 && (rest[0] == u'+' || rest[0] == u'-') && rest[3] == u':' &&
-                          IsDigit(rest[1]) && IsDigit(rest[2]) && IsDigit(rest[4]) && IsDigit(rest[5]);
+                          KZEncoding::IsDigit(rest[1]) && KZEncoding::IsDigit(rest[2]) &&
+                          KZEncoding::IsDigit(rest[4]) && KZEncoding::IsDigit(rest[5]);
         if (!fits) return;
         int const minutes =
             ((rest[1] - u'0') * 10 + rest[2] - u'0') * 60 + (rest[4] - u'0') * 10 + rest[5] - u'0';

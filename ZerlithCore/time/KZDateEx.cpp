@@ -1,16 +1,12 @@
 #include "ZerlithCore/time/KZDateEx.h"
 
 #include "ZerlithCore/platform/Clock.h"
-#include "ZerlithCore/text/KZWideText.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/detail/CalendarExchange.h"
 #include "ZerlithCore/time/detail/CalendarText.h"
 
-#include <istream>
-#include <limits>
 #include <ostream>
-#include <string>
 
 using namespace KZExchange;
 
@@ -19,8 +15,8 @@ namespace {
 using KZDetail::DateAndTime;
 
 // Sets the date to what `convert` makes of `from`, or to null.
-template <class From>
-bool Take(KZDateEx & date, From const & from, bool (*convert)(From const &, DateAndTime &)) {
+template <class From, class Convert>
+bool Take(KZDateEx & date, From const & from, Convert convert) {
     DateAndTime value;
     bool const ok = convert(from, value);
     date = value.date;
@@ -35,9 +31,7 @@ KZString const & KZDateEx::GetDefaultFormat() {
 }
 
 KZDateEx KZDateEx::GetCurrentDate(bool local) {
-    std::int64_t const now = KZPlatform::WallClockMilliseconds();
-    std::int64_t const offset = local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(now / 1000) : 0;
-    return KZDetail::FromMilliseconds(now + offset * 1000).date;
+    return KZDetail::ValueAt(KZPlatform::WallClockMilliseconds(), local).date;
 }
 
 bool KZDateEx::GetDateAndTime(KZDateAndTime & fields, unsigned int mask) const {
@@ -112,10 +106,7 @@ bool KZDateEx::AsDouble(double & out) const { return KZDetail::ToDouble({*this, 
 
 bool KZDateEx::AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const {
     if (!IsValid()) return false;
-    std::int64_t const seconds = zone.LocalToUTC(DayNumber() * KZDetail::secondsOfDay);
-    if (seconds <= 0 || seconds > std::numeric_limits<std::uint32_t>::max()) return false;
-    out = KZDateTime(static_cast<std::uint32_t>(seconds));
-    return true;
+    return KZDetail::ToKZDateTime(zone.LocalToUTC(DayNumber() * KZDetail::secondsOfDay), out);
 }
 
 bool KZDateEx::FromStructTM(std::tm const & time) { return Take(*this, time, KZDetail::FromTm); }
@@ -126,19 +117,12 @@ bool KZDateEx::FromFileTime(FILETIME const & time) { return Take(*this, time, KZ
 
 bool KZDateEx::FromVariant(VARIANT const & value) { return Take(*this, value, KZDetail::FromVariant); }
 
-bool KZDateEx::FromDouble(double days) {
-    DateAndTime value;
-    bool const ok = KZDetail::FromDouble(days, value);
-    *this = value.date;
-    return ok;
-}
+bool KZDateEx::FromDouble(double days) { return Take(*this, days, KZDetail::FromDouble); }
 
 bool KZDateEx::FromKZDateTime(KZDateTime const & moment, bool local) {
     SetNull();
     if (moment.IsNull()) return false;
-    std::int64_t const utc = moment.AsSeconds();
-    std::int64_t const offset = local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(utc) : 0;
-    *this = KZDetail::FromMilliseconds((utc + offset) * 1000).date;
+    *this = KZDetail::ValueAt(std::int64_t{moment.AsSeconds()} * 1000, local).date;
     return true;
 }
 
@@ -147,8 +131,5 @@ std::wostream & operator<<(std::wostream & stream, KZDateEx const & date) {
 }
 
 std::wistream & operator>>(std::wistream & stream, KZDateEx & date) {
-    std::wstring word;
-    if (stream >> word && !date.FromString(KZString(KZFromWide(word))))
-        stream.setstate(std::ios_base::failbit);
-    return stream;
+    return KZDetail::ReadWord(stream, date);
 }

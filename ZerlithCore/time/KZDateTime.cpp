@@ -2,6 +2,7 @@
 // is a loop over the template: each conversion removes its part from the front of the text.
 #include "ZerlithCore/time/KZDateTime.h"
 
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/Calendar.h"
 #include "ZerlithCore/text/detail/OwnErrors.h"
@@ -32,6 +33,7 @@ KZPlatform::CalendarTime CalendarOf(std::int64_t local) {
             static_cast<int>(time.hours().count()),
             static_cast<int>(time.minutes().count()),
             static_cast<int>(time.seconds().count()),
+            0,
             static_cast<int>(weekday(day).c_encoding()),
             static_cast<int>((day - sys_days(date.year() / January / 1)).count()) + 1};
 }
@@ -56,10 +58,6 @@ struct Fields {
     int ignored = 0;
 };
 
-constexpr bool IsAsciiSpace(char16_t unit) noexcept {
-    return unit == u' ' || (unit >= u'\t' && unit <= u'\r');
-}
-constexpr bool IsDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
 constexpr char16_t Lower(char16_t unit) noexcept {
     return unit >= u'A' && unit <= u'Z' ? static_cast<char16_t>(unit + (u'a' - u'A')) : unit;
 }
@@ -72,7 +70,7 @@ public:
     bool Read(std::u16string_view format) {
         for (std::size_t i = 0; i < format.size(); ++i) {
             bool ok = true;
-            if (IsAsciiSpace(format[i]))
+            if (KZEncoding::IsSpace(format[i]))
                 SkipBlanks();
             else if (format[i] == u'%' && i + 1 < format.size())
                 ok = ReadConversion(format[++i]);
@@ -120,7 +118,7 @@ private:
     }
 
     void SkipBlanks() noexcept {
-        while (!rest_.empty() && IsAsciiSpace(rest_.front())) rest_.remove_prefix(1);
+        while (!rest_.empty() && KZEncoding::IsSpace(rest_.front())) rest_.remove_prefix(1);
     }
 
     bool Take(char16_t unit) noexcept {
@@ -133,7 +131,7 @@ private:
         SkipBlanks();
         int value = 0;
         std::size_t count = 0;
-        for (; count < digits && count < rest_.size() && IsDigit(rest_[count]); ++count)
+        for (; count < digits && count < rest_.size() && KZEncoding::IsDigit(rest_[count]); ++count)
             value = value * 10 + (rest_[count] - u'0');
         if (count == 0 || value < least || value > most) return false;
         rest_.remove_prefix(count);

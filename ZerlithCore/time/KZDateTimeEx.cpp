@@ -1,5 +1,6 @@
 #include "ZerlithCore/time/KZDateTimeEx.h"
 
+#include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/errors/KZErrorID.h"
 #include "ZerlithCore/platform/Clock.h"
 #include "ZerlithCore/text/KZWideText.h"
@@ -24,8 +25,6 @@ using KZDetail::DateAndTime;
 KZErrorID Refuse(KZString const & text) {
     return KZDetail::OwnError(KZDetail::OwnMessage::InvalidDate, {text});
 }
-
-bool IsDigit(std::wint_t character) { return character >= L'0' && character <= L'9'; }
 
 std::int64_t Milliseconds(KZDateEx const & date, KZTimeEx const & time) {
     return KZDetail::ToMilliseconds({date, time});
@@ -79,9 +78,8 @@ bool Read(KZDateTimeEx & result, KZString const & text, KZString const & format,
 }
 
 // Sets the value to what `convert` makes of `from` and `zone`, or to null.
-template <class From>
-bool Take(KZDateTimeEx & result, From const & from, KZTimeZone const & zone,
-          bool (*convert)(From const &, DateAndTime &)) {
+template <class From, class Convert>
+bool Take(KZDateTimeEx & result, From const & from, KZTimeZone const & zone, Convert convert) {
     DateAndTime value;
     bool const ok = convert(from, value);
     result = KZDateTimeEx(value.date, value.time);
@@ -296,11 +294,7 @@ bool KZDateTimeEx::FromVariant(VARIANT const & value, KZTimeZone const & zone) {
 }
 
 bool KZDateTimeEx::FromDouble(double days, KZTimeZone const & zone) {
-    DateAndTime value;
-    bool const ok = KZDetail::FromDouble(days, value);
-    *this = KZDateTimeEx(value.date, value.time);
-    ConvertToUTC(zone);
-    return ok;
+    return Take(*this, days, zone, KZDetail::FromDouble);
 }
 
 bool KZDateTimeEx::FromKZDateTime(KZDateTime const & moment) {
@@ -381,7 +375,7 @@ std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value) {
     KZErrorID error = value.FromString(KZString(KZFromWide(text)));
     std::wstring time;
     bool const hasMore = error.Good() && value.IsOnlyDate() && stream.peek() == L' ';
-    if (hasMore && IsDigit(stream.ignore().peek()) && stream >> time)
+    if (hasMore && KZEncoding::IsDigit(stream.ignore().peek()) && stream >> time)
         error = value.FromString(KZString(KZFromWide(text + L' ' + time)));
     if (error.Bad()) stream.setstate(std::ios_base::failbit);
     return stream;

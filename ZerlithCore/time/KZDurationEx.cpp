@@ -2,8 +2,8 @@
 #include "ZerlithCore/time/KZDurationEx.h"
 
 #include "ZerlithCore/encoding/Units.h"
-#include "ZerlithCore/text/KZWideText.h"
 #include "ZerlithCore/time/KZDurationExceptionEx.h"
+#include "ZerlithCore/time/detail/CalendarText.h"
 
 #include <algorithm>
 #include <istream>
@@ -30,8 +30,6 @@ KZDurationEx::Unit UnitOf(std::u16string_view name) {
     return static_cast<KZDurationEx::Unit>(found - std::begin(unitNames));
 }
 
-constexpr bool IsDigit(char16_t unit) noexcept { return unit >= u'0' && unit <= u'9'; }
-
 std::u16string_view TrimBlanks(std::u16string_view text) {
     while (!text.empty() && KZEncoding::IsBlank(text.front())) text.remove_prefix(1);
     while (!text.empty() && KZEncoding::IsBlank(text.back())) text.remove_suffix(1);
@@ -42,7 +40,7 @@ std::u16string_view TrimBlanks(std::u16string_view text) {
 bool TakeNumber(std::u16string_view & text, std::int64_t & value) {
     bool const negative = !text.empty() && text.front() == u'-';
     if (negative || (!text.empty() && text.front() == u'+')) text.remove_prefix(1);
-    for (; !text.empty() && IsDigit(text.front()); text.remove_prefix(1)) {
+    for (; !text.empty() && KZEncoding::IsDigit(text.front()); text.remove_prefix(1)) {
         value = value * 10 + (text.front() - u'0');
         if (value > INT32_MAX) return false;
     }
@@ -88,8 +86,5 @@ std::wostream & operator<<(std::wostream & stream, KZDurationEx const & duration
 }
 
 std::wistream & operator>>(std::wistream & stream, KZDurationEx & duration) {
-    std::wstring word;
-    if (stream >> word && !duration.FromString(KZString(KZFromWide(word))))
-        stream.setstate(std::ios_base::failbit);
-    return stream;
+    return KZDetail::ReadWord(stream, duration);
 }

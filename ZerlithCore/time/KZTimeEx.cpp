@@ -1,16 +1,12 @@
 #include "ZerlithCore/time/KZTimeEx.h"
 
 #include "ZerlithCore/platform/Clock.h"
-#include "ZerlithCore/text/KZWideText.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 #include "ZerlithCore/time/KZDateTime.h"
 #include "ZerlithCore/time/detail/CalendarExchange.h"
 #include "ZerlithCore/time/detail/CalendarText.h"
 
-#include <istream>
-#include <limits>
 #include <ostream>
-#include <string>
 
 using namespace KZExchange;
 
@@ -19,8 +15,8 @@ namespace {
 using KZDetail::DateAndTime;
 
 // Sets the time of day to what `convert` makes of `from`, or to null.
-template <class From>
-bool Take(KZTimeEx & time, From const & from, bool (*convert)(From const &, DateAndTime &)) {
+template <class From, class Convert>
+bool Take(KZTimeEx & time, From const & from, Convert convert) {
     DateAndTime value;
     bool const ok = convert(from, value);
     time = value.time;
@@ -36,9 +32,7 @@ KZString const & KZTimeEx::GetDefaultFormat(bool withMilliseconds) {
 }
 
 KZTimeEx KZTimeEx::GetTheCurrentTime(bool local) {
-    std::int64_t const now = KZPlatform::WallClockMilliseconds();
-    std::int64_t const offset = local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(now / 1000) : 0;
-    return KZDetail::FromMilliseconds(now + offset * 1000).time;
+    return KZDetail::ValueAt(KZPlatform::WallClockMilliseconds(), local).time;
 }
 
 bool KZTimeEx::GetDateAndTime(KZDateAndTime & fields, unsigned int mask) const {
@@ -119,10 +113,7 @@ bool KZTimeEx::AsDouble(double & out) const { return KZDetail::ToDouble({{}, *th
 
 bool KZTimeEx::AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const {
     if (IsNull()) return false;
-    std::int64_t const seconds = zone.LocalToUTC(AsSeconds());
-    if (seconds <= 0 || seconds > std::numeric_limits<std::uint32_t>::max()) return false;
-    out = KZDateTime(static_cast<std::uint32_t>(seconds));
-    return true;
+    return KZDetail::ToKZDateTime(zone.LocalToUTC(AsSeconds()), out);
 }
 
 bool KZTimeEx::FromStructTM(std::tm const & time) { return Take(*this, time, KZDetail::FromTm); }
@@ -133,19 +124,12 @@ bool KZTimeEx::FromFileTime(FILETIME const & time) { return Take(*this, time, KZ
 
 bool KZTimeEx::FromVariant(VARIANT const & value) { return Take(*this, value, KZDetail::FromVariant); }
 
-bool KZTimeEx::FromDouble(double days) {
-    DateAndTime value;
-    bool const ok = KZDetail::FromDouble(days, value);
-    *this = value.time;
-    return ok;
-}
+bool KZTimeEx::FromDouble(double days) { return Take(*this, days, KZDetail::FromDouble); }
 
 bool KZTimeEx::FromKZDateTime(KZDateTime const & moment, bool local) {
     SetNull();
     if (moment.IsNull()) return false;
-    std::int64_t const utc = moment.AsSeconds();
-    std::int64_t const offset = local ? KZTimeZone::GetLocalTimeZone().GetLocalMinusUTC(utc) : 0;
-    *this = KZDetail::FromMilliseconds((utc + offset) * 1000).time;
+    *this = KZDetail::ValueAt(std::int64_t{moment.AsSeconds()} * 1000, local).time;
     return true;
 }
 
@@ -154,8 +138,5 @@ std::wostream & operator<<(std::wostream & stream, KZTimeEx const & time) {
 }
 
 std::wistream & operator>>(std::wistream & stream, KZTimeEx & time) {
-    std::wstring word;
-    if (stream >> word && !time.FromString(KZString(KZFromWide(word))))
-        stream.setstate(std::ios_base::failbit);
-    return stream;
+    return KZDetail::ReadWord(stream, time);
 }

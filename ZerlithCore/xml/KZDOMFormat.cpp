@@ -22,7 +22,7 @@ using KZPlatform::DocumentName;
 namespace {
 
 /// The escape of each ASCII character in printed text; empty for most.
-constexpr std::array<std::u16string_view, 128> Escapes = [] {
+constexpr std::array<std::u16string_view, 128> escapeTexts = [] {
     std::array<std::u16string_view, 128> escapes{};
     escapes['&'] = u"&amp;";
     escapes['>'] = u"&gt;";
@@ -82,7 +82,7 @@ public:
     }
     void PutUtf8(std::string_view text) {
         // For names and short values this is cheaper than the general conversion below.
-        if (text.size() <= ShortText && buffer_.size() - used_ >= ShortText) {
+        if (text.size() <= shortText && buffer_.size() - used_ >= shortText) {
             std::size_t at = 0;
             for (; at < text.size() && static_cast<unsigned char>(text[at]) < 0x80; ++at)
                 buffer_[used_ + at] = static_cast<unsigned char>(text[at]);
@@ -103,7 +103,7 @@ public:
             std::size_t const plain = PlainLength(text);
             PutUtf8(text.substr(0, plain));
             if (plain == text.size()) return;
-            Put(Escapes[static_cast<unsigned char>(text[plain])]);
+            Put(escapeTexts[static_cast<unsigned char>(text[plain])]);
             text.remove_prefix(plain + 1);
         }
     }
@@ -113,7 +113,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t ShortText = 24;
+    static constexpr std::size_t shortText = 24;
 
     KZString & out_;
     std::size_t used_ = 0;

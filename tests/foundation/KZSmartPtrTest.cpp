@@ -21,9 +21,12 @@ class Numbered : public KZObjectI {
 public:
     unsigned long AddRef() const override { return count.Increment(); }
     unsigned long Release() const override { return count.Decrement(); }
-    int GetIUID() const override { return 42; }
+    static constexpr int Iuid = 42;
+    int GetIUID() const override { return Iuid; }
     KZCounter count;
 };
+
+class OfSameNumber : public Numbered {};
 
 TEST(KZRefCount, CountBelongsToTheObjectAndIsNeverCopied) {
     int alive = 0;
@@ -97,6 +100,9 @@ TEST(KZObjectI, AnswersItsOwnNumberOnly) {
     EXPECT_EQ(object.count.Get(), 1UL);
     EXPECT_EQ(handle, &object);
     EXPECT_TRUE(object.QueryInterface(3).IsNull());
+    EXPECT_EQ(KZInterfaceOf<Numbered>(object), &object);
+    EXPECT_TRUE(KZInterfaceOf<OfSameNumber>(object).IsNull());
+    EXPECT_EQ(object.count.Get(), 1UL);
 }
 
 } // namespace

@@ -67,10 +67,10 @@ TEST_F(FilesTest, KnowsTheProcess) {
 }
 
 TEST(ClockTest, BreaksMomentsDown) {
-    BrokenDownTime const before = ToUtcTime(-1), leap = ToUtcTime(951'782'400'000 + 1'007);
+    CalendarTime const before = ToUtcTime(-1), leap = ToUtcTime(951'782'400'000 + 1'007);
     EXPECT_EQ(std::tie(before.year, before.month, before.day, before.hour, before.second, before.millisecond),
               std::make_tuple(1969, 12, 31, 23, 59, 999));
-    EXPECT_EQ(std::tie(leap.year, leap.month, leap.day, leap.weekday, leap.second, leap.millisecond),
+    EXPECT_EQ(std::tie(leap.year, leap.month, leap.day, leap.weekDay, leap.second, leap.millisecond),
               std::make_tuple(2000, 2, 29, 2, 1, 7));
     EXPECT_EQ(ToUtcTime(INT64_MIN).year, -292275055);
 }

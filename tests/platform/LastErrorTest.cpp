@@ -20,7 +20,7 @@ TEST(LastError, BelongsToTheThreadAndSurvivesOtherCalls) {
         SetLastErrorNumber(EIO);
     }).join();
     EXPECT_EQ(LastErrorNumber(), EACCES);
-    EXPECT_EQ(ErrorText(EACCES, EnglishLanguage), u"Permission denied");
+    EXPECT_EQ(ErrorText(EACCES, englishLanguage), u"Permission denied");
     EXPECT_EQ(ErrorText(-1), std::nullopt);
 }
 
@@ -42,20 +42,20 @@ TEST(LastError, TextsWithoutNumberAreToldOnAnyThreadUntilManyOthersCame) {
 }
 
 TEST(LastError, BecomesAnErrorObject) {
-    SetThreadLanguage(EnglishLanguage);
+    SetThreadLanguage(englishLanguage);
     SetLastErrorNumber(EISDIR);
     KZErrorID const id(new KZWinLastError);
     SetLastErrorNumber(0);
     EXPECT_EQ(id, EISDIR);
     EXPECT_EQ(id.AsString(), u"Is a directory");
-    SetThreadLanguage(NeutralLanguage);
+    SetThreadLanguage(neutralLanguage);
 }
 
 TEST(Language, FollowsTheNameOfALocale) {
     constexpr std::pair<char const *, long> cases[] = {
         {"fr_FR.UTF-8", 1036},  {"fr", 1036},    {"fr_CA@euro", 3084},
         {"fr_SN", 1036},        {"pt_BR", 1046}, {"es_MX.utf8", 2058},
-        {"C", EnglishLanguage}, {"POSIX", 1033}, {"", 1033},
+        {"C", englishLanguage}, {"POSIX", 1033}, {"", 1033},
         {"C.UTF-8", 1033},      {"xx_YY", 1033},
     };
     for (auto const & [locale, language] : cases) EXPECT_EQ(LanguageOfLocale(locale), language) << locale;

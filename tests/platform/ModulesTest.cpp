@@ -80,7 +80,7 @@ TEST(Modules, FailuresHaveClearTexts) {
         {u"text.so", 0, u"text.so: invalid ELF header"},
         {u"orphan.so", 0, u"undefined symbol: MessagesAnswer"},
     };
-    SetThreadLanguage(EnglishLanguage);
+    SetThreadLanguage(englishLanguage);
     for (Case const & c : cases) {
         KZString const path(std::u16string_view(Folder() + c.name));
         EXPECT_EQ(LoadModule(Folder() + c.name), nullptr) << path.AsUTF8();
@@ -90,7 +90,7 @@ TEST(Modules, FailuresHaveClearTexts) {
         EXPECT_NE(id.AsString().Find(c.part), KZString::npos)
             << path.AsUTF8() << ": " << id.AsString().AsUTF8();
     }
-    SetThreadLanguage(NeutralLanguage);
+    SetThreadLanguage(neutralLanguage);
     EXPECT_EQ(LoadModule(u"no-such-library-anywhere.so"), nullptr);
     EXPECT_EQ(LoadModule(u""), nullptr);
     EXPECT_EQ(LastErrorNumber(), ENOENT);
@@ -115,9 +115,9 @@ TEST(ModuleMessages, ComeInTheNearestLanguage) {
     for (Case const & c : cases) {
         EXPECT_EQ(MessageText(module.handle, c.code, c.language), c.expected) << c.what;
         SetThreadLanguage(c.language);
-        EXPECT_EQ(MessageText(module.handle, c.code, NeutralLanguage), c.expected) << c.what;
+        EXPECT_EQ(MessageText(module.handle, c.code, neutralLanguage), c.expected) << c.what;
         EXPECT_EQ(StringText(module.handle, c.code), c.code == 4 ? u"[]" : c.expected) << c.what;
-        SetThreadLanguage(NeutralLanguage);
+        SetThreadLanguage(neutralLanguage);
     }
     EXPECT_EQ(StringText(module.handle, 3, 1).size(), 1U);
     EXPECT_EQ(StringText(nullptr, 1), u"[]");
@@ -137,7 +137,7 @@ TEST(ModuleMessages, AreNeverThoseOfAnotherModule) {
     Module const messages(u"messages.so");
     EXPECT_EQ(StringText(own(messages.handle, "MessagesOwnModule"), 2), u"OK");
     EXPECT_EQ(StringText(KZ_THIS_MODULE, 15), u"The thread is already started.");
-    EXPECT_EQ(FindSymbol(KZ_THIS_MODULE, ModuleMessagesSymbol), nullptr);
+    EXPECT_EQ(FindSymbol(KZ_THIS_MODULE, moduleMessagesSymbol), nullptr);
 }
 
 TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {

@@ -18,8 +18,8 @@
 
 namespace KZEncoding::Utf8Detail {
 
-constexpr std::size_t BlockSize = 16;
-constexpr std::size_t ChunkSize = 4096; // units that are converted on the stack at a time
+constexpr std::size_t blockBytes = 16;
+constexpr std::size_t chunkSize = 4096; // units that are converted on the stack at a time
 
 /// How far a conversion has come.
 template <class In, class Out>
@@ -54,7 +54,7 @@ template <class At, class Blocks, class One>
 Utf8Status RunGears(At & cursor, Blocks blocks, One one) {
     for (;;) {
         blocks(cursor);
-        auto const * const resume = cursor.in + std::min(cursor.Left(), BlockSize);
+        auto const * const resume = cursor.in + std::min(cursor.Left(), blockBytes);
         while (cursor.in < resume)
             if (Utf8Status const status = one(cursor); status != Utf8Status::Done) return status;
         if (cursor.in == cursor.inEnd) return Utf8Status::Done;

@@ -25,7 +25,7 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr std::size_t MaxTextBytes = 4096; // of error messages that are kept
+constexpr std::size_t maxTextBytes = 4096; // of error messages that are kept
 
 thread_local LibraryCall * currentCall = nullptr;
 
@@ -175,7 +175,7 @@ void LibraryCall::Generic(void * self, char const * format, ...) noexcept {
 
 void LibraryCall::AddText(std::string_view text) noexcept {
     try {
-        if (text_.size() < MaxTextBytes) text_ += text;
+        if (text_.size() < maxTextBytes) text_ += text;
     } catch (std::bad_alloc const &) {
         NoteRefusal();
     }

@@ -39,6 +39,10 @@ T * Need(T * object) {
     return object;
 }
 
+/// The white space of XML.
+inline constexpr std::string_view blanks = " \t\n\r";
+[[nodiscard]] constexpr bool IsBlank(char byte) noexcept { return blanks.find(byte) != blanks.npos; }
+
 inline xmlChar const * Chars(std::string const & text) noexcept {
     return reinterpret_cast<xmlChar const *>(text.c_str());
 }

@@ -29,10 +29,10 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr std::size_t ReserveBytes = 4'194'304;
-constexpr std::size_t SmallestBlock = 32; // with its head
-constexpr std::size_t LargestBlock = 65'536;
-constexpr std::size_t LargestOfLarger = 64 * 1024 * 1024; // of the larger reserve
+constexpr std::size_t reserveBytes = 4'194'304;
+constexpr std::size_t smallestBlock = 32; // with its head
+constexpr std::size_t largestBlock = 65'536;
+constexpr std::size_t largestOfLarger = 64 * 1024 * 1024; // of the larger reserve
 
 /// Blocks whose sizes are powers of two. One that was given back serves again for its size.
 class Reserve {
@@ -60,11 +60,11 @@ public:
 private:
     [[nodiscard]] static Block * Of(void * place) noexcept { return static_cast<Block *>(place) - 1; }
     [[nodiscard]] Block *& Free(std::size_t size) noexcept {
-        return free_[static_cast<std::size_t>(std::countr_zero(size / SmallestBlock))];
+        return free_[static_cast<std::size_t>(std::countr_zero(size / smallestBlock))];
     }
 
     std::mutex lock_;
-    std::array<Block *, std::bit_width(LargestOfLarger / SmallestBlock)> free_{}; // a list a size
+    std::array<Block *, std::bit_width(largestOfLarger / smallestBlock)> free_{}; // a list a size
     std::byte * bytes_;
     std::size_t size_;
     std::size_t largest_;
@@ -74,7 +74,7 @@ private:
 
 void * Reserve::Take(std::size_t size) noexcept {
     if (size > largest_ - sizeof(Block)) return nullptr;
-    size = std::bit_ceil(std::max(size + sizeof(Block), SmallestBlock));
+    size = std::bit_ceil(std::max(size + sizeof(Block), smallestBlock));
     std::lock_guard const lock(lock_);
     Block * block = Free(size);
     if (block) {
@@ -114,21 +114,21 @@ std::byte * Reserve::Close() noexcept {
     return std::exchange(bytes_, nullptr);
 }
 
-alignas(16) constinit std::byte ownBytes[ReserveBytes]{};
-constinit Reserve reserve(ownBytes, ReserveBytes, LargestBlock);
+alignas(16) constinit std::byte ownBytes[reserveBytes]{};
+constinit Reserve reserve(ownBytes, reserveBytes, largestBlock);
 
 // Whoever frees a block asks whose it is, while another thread may be opening or closing the larger reserve: its place is
 // one number, the address, which is a multiple of a megabyte, and the number of megabytes below that.
-constexpr std::uintptr_t Megabyte = 1'048'576;
-constinit Reserve larger(nullptr, 0, LargestOfLarger);
+constexpr std::uintptr_t megabyte = 1'048'576;
+constinit Reserve larger(nullptr, 0, largestOfLarger);
 constinit std::atomic<std::uintptr_t> largerPlace = 0;
 constinit std::mutex largerLock;
 
 Reserve * OwnerOf(void const * block) noexcept {
     auto const address = reinterpret_cast<std::uintptr_t>(block);
-    if (address - reinterpret_cast<std::uintptr_t>(ownBytes) < ReserveBytes) return &reserve;
+    if (address - reinterpret_cast<std::uintptr_t>(ownBytes) < reserveBytes) return &reserve;
     std::uintptr_t const place = largerPlace.load(std::memory_order_acquire);
-    bool const isLarger = address - place / Megabyte * Megabyte < place % Megabyte * Megabyte;
+    bool const isLarger = address - place / megabyte * megabyte < place % megabyte * megabyte;
     return isLarger ? &larger : nullptr;
 }
 
@@ -191,10 +191,10 @@ void UseReserve() noexcept {
 }
 
 LargerReserve::LargerReserve(std::size_t bytes) : one_(largerLock) {
-    std::size_t const size = (bytes / Megabyte + 1) * Megabyte;
-    auto * const place = static_cast<std::byte *>(Need(std::aligned_alloc(Megabyte, size)));
+    std::size_t const size = (bytes / megabyte + 1) * megabyte;
+    auto * const place = static_cast<std::byte *>(Need(std::aligned_alloc(megabyte, size)));
     if (larger.Open(place, size))
-        largerPlace.store(reinterpret_cast<std::uintptr_t>(place) | size / Megabyte,
+        largerPlace.store(reinterpret_cast<std::uintptr_t>(place) | size / megabyte,
                           std::memory_order_release);
     else
         std::free(place);

@@ -31,29 +31,29 @@ namespace KZPlatform::LibXml2 {
 namespace {
 
 // XML_PARSE_HUGE isn't set, so the parser keeps its limits: 256 levels, 10 MB for a text, and a limit on entities.
-constexpr int Options = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPACT | XML_PARSE_BIG_LINES;
+constexpr int options = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_COMPACT | XML_PARSE_BIG_LINES;
 
 // The bytes that default values of attributes may add to a document, and the bytes that each value counts in addition.
-constexpr std::size_t MaxDefaulted = 10'000'000;
-constexpr std::size_t DefaultedCost = 64;
+constexpr std::size_t maxDefaulted = 10'000'000;
+constexpr std::size_t defaultedCost = 64;
 // The bytes that entities may add, besides ten times the length of the source, and the bytes that each reference and each node
 // counts in addition.
-constexpr std::size_t MaxExpanded = 10'000'000;
-constexpr std::size_t ExpandedTimes = 10;
-constexpr std::size_t ExpandedCost = 64;
-constexpr std::size_t MaxEntityBytes = 32'768;
-constexpr int MaxAttributes = 16'384;
-constexpr int MaxDeclaredAttributes = 16'384;
-constexpr int MaxDeclaredIds = 1'024; // each is reported together with each other one of its element
+constexpr std::size_t maxExpanded = 10'000'000;
+constexpr std::size_t expandedTimes = 10;
+constexpr std::size_t expandedCost = 64;
+constexpr std::size_t maxEntityBytes = 32'768;
+constexpr int maxAttributes = 16'384;
+constexpr int maxDeclaredAttributes = 16'384;
+constexpr int maxDeclaredIds = 1'024; // each is reported together with each other one of its element
 // Names of an element that are compared with each other without being counted.
-constexpr std::size_t FreeAttributes = 256;
-constexpr std::size_t FreeNamespaces = 64;
+constexpr std::size_t freeAttributes = 256;
+constexpr std::size_t freeNamespaces = 64;
 // The bytes of one declaration, whose names the parser compares with each other, and the limit for the sum of the squares of
 // long declarations.
-constexpr std::size_t MaxDeclaration = 65'536;
-constexpr std::size_t MaxDeclarationSquares = 20'000'000'000;
-constexpr std::size_t MaxText = 10'000'000; // the parser's own limit
-constexpr std::size_t MaxSourceText = 4096;
+constexpr std::size_t maxDeclaration = 65'536;
+constexpr std::size_t maxDeclarationSquares = 20'000'000'000;
+constexpr std::size_t maxText = 10'000'000; // the parser's own limit
+constexpr std::size_t maxSourceText = 4096;
 
 struct ParseState {
     std::string_view source;
@@ -84,7 +84,7 @@ struct LimitText {
     std::string_view part;
     char16_t const * reason;
 };
-constexpr std::array LimitTexts{
+constexpr std::array limitTexts{
     LimitText{"Excessive depth", u"Elements nest deeper than 256 levels"},
     LimitText{"ContentDecl : depth", u"A content model nests deeper than 128 levels"},
     LimitText{"Comment too big", u"A comment has more than 10,000,000 bytes"},
@@ -101,8 +101,8 @@ constexpr std::array LimitTexts{
 
 char16_t const * LimitIn(std::string_view message) {
     auto const known = std::ranges::find_if(
-        LimitTexts, [message](LimitText const & text) { return message.find(text.part) != message.npos; });
-    return known == LimitTexts.end() ? nullptr : known->reason;
+        limitTexts, [message](LimitText const & text) { return message.find(text.part) != message.npos; });
+    return known == limitTexts.end() ? nullptr : known->reason;
 }
 
 DocumentCode CodeOf(xmlError const & error) {
@@ -157,7 +157,7 @@ void Locate(Fault & fault, std::string_view text, std::size_t at) {
     std::string_view line = text.substr(start, end - start);
     if (line.ends_with('\r')) line.remove_suffix(1);
     fault.column = Clamped(KZEncoding::UnitsInUtf8(before.substr(start)) + 1);
-    fault.sourceText = UnitsOf(line.substr(0, MaxSourceText));
+    fault.sourceText = UnitsOf(line.substr(0, maxSourceText));
 }
 
 // Sets the place of the fault in the document. For an error inside an entity's text it is the place of the reference.
@@ -209,7 +209,7 @@ void OnError(void * context, xmlErrorPtr error) noexcept {
             std::string_view const message = error->message ? error->message : "";
             char16_t const * limit = LimitIn(message);
             // The parser calls a size that it can't reckon with a lack of memory, too.
-            if (error->code == XML_ERR_NO_MEMORY && !limit) limit = LimitTexts.back().reason;
+            if (error->code == XML_ERR_NO_MEMORY && !limit) limit = limitTexts.back().reason;
             state.fault.reason = limit ? limit : MessageOf(message);
             Locate(state, *static_cast<xmlParserCtxt *>(context));
             state.fault.code = limit ? DocumentCode::LimitExceeded : CodeOf(*error);
@@ -241,7 +241,7 @@ void OnEntity(void * context, xmlChar const * name, int type, xmlChar const * pu
     bool const isExternal =
         type == XML_EXTERNAL_GENERAL_PARSED_ENTITY || type == XML_EXTERNAL_PARAMETER_ENTITY;
     if (isExternal) return;
-    if (View(content).size() > MaxEntityBytes)
+    if (View(content).size() > maxEntityBytes)
         return StopAtLimit(context, u"An entity has more than 32,768 bytes");
     xmlSAX2EntityDecl(context, name, type, publicId, systemId, content);
 }
@@ -251,11 +251,11 @@ std::size_t SizeOfNodes(xmlEntity const & entity) {
     std::size_t size = 0;
     for (xmlNode * top = entity.children; top; top = top == entity.last ? nullptr : top->next) {
         for (xmlNode * at = top; at; at = NextBelow(at, top)) {
-            size += ExpandedCost;
+            size += expandedCost;
             if (at->type != XML_ELEMENT_NODE) size += View(at->content).size();
             if (at->type != XML_ELEMENT_NODE) continue;
             for (xmlAttr const * attribute = at->properties; attribute; attribute = attribute->next)
-                size += 2 * ExpandedCost +
+                size += 2 * expandedCost +
                         View(attribute->children ? attribute->children->content : nullptr).size();
         }
     }
@@ -270,7 +270,7 @@ void CountExpansion(ParseState & state, xmlEntity const & entity) {
         if (isNew) place->second = SizeOfNodes(entity);
         size = place->second;
     }
-    state.expanded += ExpandedCost + size;
+    state.expanded += expandedCost + size;
 }
 
 // The entity that `Find` returns, or null after an error. The parser parses each entity in a context of its own. If a handler
@@ -285,7 +285,7 @@ xmlEntity * Expanded(void * context, xmlChar const * name) noexcept {
     xmlEntity * const entity = Find(context, name);
     if (!entity) return nullptr;
     Guarded(context, [&] { CountExpansion(state, *entity); });
-    if (state.expanded > MaxExpanded + ExpandedTimes * state.source.size())
+    if (state.expanded > maxExpanded + expandedTimes * state.source.size())
         StopAtLimit(context, u"Entities add more than 10,000,000 bytes and ten times the document");
     return state.HasEnded() ? nullptr : entity;
 }
@@ -310,16 +310,16 @@ bool CountDeclaration(ParseState & state, std::string_view text) noexcept {
     std::size_t const former = state.declaration;
     state.declaration += text.size();
     state.declarationSquares += state.declaration * state.declaration - former * former;
-    return state.declaration <= MaxDeclaration && state.declarationSquares <= MaxDeclarationSquares;
+    return state.declaration <= maxDeclaration && state.declarationSquares <= maxDeclarationSquares;
 }
 
-constexpr char16_t const * LongDeclarations =
+constexpr char16_t const * longDeclarations =
     u"The document type has a declaration of more than 65,536 bytes, or too many long ones";
 
 xmlEntity * OnParameterReference(void * context, xmlChar const * name) noexcept {
     xmlEntity * const entity = Expanded<xmlSAX2GetParameterEntity>(context, name);
     if (!entity || CountDeclaration(StateOf(context), View(entity->content))) return entity;
-    StopAtLimit(context, LongDeclarations);
+    StopAtLimit(context, longDeclarations);
     return nullptr;
 }
 
@@ -327,7 +327,7 @@ void OnAttributeDeclaration(void * context, xmlChar const * element, xmlChar con
                             int defaultKind, xmlChar const * defaultValue, xmlEnumeration * values) noexcept {
     ParseState & state = StateOf(context);
     if (type == XML_ATTRIBUTE_ID) ++state.declaredIds;
-    if (++state.declaredAttributes > MaxDeclaredAttributes || state.declaredIds > MaxDeclaredIds) {
+    if (++state.declaredAttributes > maxDeclaredAttributes || state.declaredIds > maxDeclaredIds) {
         xmlFreeEnumeration(values);
         return StopAtLimit(context,
                            u"The document type declares more than 16,384 attributes, or 1,024 identifiers");
@@ -343,14 +343,14 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
     // Each attribute has five pointers, of which the last two enclose its value. Attributes with default values come last.
     for (int i = count - defaultedCount; i < count; ++i)
         state.defaulted +=
-            DefaultedCost + static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
-    if (state.defaulted > MaxDefaulted)
+            defaultedCost + static_cast<std::size_t>(attributes[5 * i + 4] - attributes[5 * i + 3]);
+    if (state.defaulted > maxDefaulted)
         return StopAtLimit(context, u"Default values of attributes add more than 10,000,000 bytes");
     // Each attribute is compared with the others, and each prefix with the declarations that hold.
     auto const names = static_cast<std::size_t>(count);
     auto const declared = static_cast<std::size_t>(static_cast<xmlParserCtxt *>(context)->nsNr) / 2;
-    if (names > FreeAttributes) state.lookUps += names * names;
-    if (declared > FreeNamespaces) state.lookUps += (declared - FreeNamespaces) * (names + 1);
+    if (names > freeAttributes) state.lookUps += names * names;
+    if (declared > freeNamespaces) state.lookUps += (declared - freeNamespaces) * (names + 1);
     if (state.lookUps > limits.nameComparisons)
         return StopAtLimit(context, u"Too many elements with very many attributes or namespaces");
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, count, defaultedCount,
@@ -363,7 +363,7 @@ void OnText(void * context, xmlChar const * text, int length) noexcept {
     xmlParserCtxt const & parser = *static_cast<xmlParserCtxt *>(context);
     xmlNode const * const last = parser.node ? parser.node->last : nullptr;
     bool const isJoined = last && last->type == XML_TEXT_NODE && parser.nodemem != 0;
-    if (isJoined && static_cast<std::size_t>(parser.nodelen) + static_cast<std::size_t>(length) > MaxText)
+    if (isJoined && static_cast<std::size_t>(parser.nodelen) + static_cast<std::size_t>(length) > maxText)
         return StopAtLimit(context, u"A text has more than 10,000,000 bytes");
     xmlSAX2Characters(context, text, length);
 }
@@ -374,11 +374,11 @@ int Feed(void * self, char * buffer, int length) noexcept {
     auto & state = *static_cast<ParseState *>(self);
     if (state.HasEnded()) return 0; // the parser takes that for the end of the source
     std::string_view const piece = state.unread.substr(0, static_cast<std::size_t>(std::max(length, 0)));
-    if (state.context->maxatts > 5 * MaxAttributes || state.context->nsMax > 2 * MaxAttributes)
+    if (state.context->maxatts > 5 * maxAttributes || state.context->nsMax > 2 * maxAttributes)
         NoteLimit(state.context,
                   u"An element has more than 16,384 attributes, or declarations of namespaces");
     if (state.context->instate == XML_PARSER_DTD && !CountDeclaration(state, piece))
-        NoteLimit(state.context, LongDeclarations);
+        NoteLimit(state.context, longDeclarations);
     if (state.HasEnded()) return 0;
     piece.copy(buffer, piece.size());
     state.unread.remove_prefix(piece.size());
@@ -465,7 +465,7 @@ OwnedDoc Parse(std::string_view bytes, bool isUtf8, bool keepsWhiteSpace, Fault 
     ParseState state{bytes, call};
     OwnedContext const context = MakeContext(state);
     OwnedDoc doc(xmlCtxtReadIO(context.get(), Feed, nullptr, &state, nullptr, nullptr,
-                               Options | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0)));
+                               options | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0)));
     call.CheckMemory();
     if (state.isOutOfMemory) throw std::bad_alloc();
     if (doc && state.fault.code == DocumentCode::Good) {

@@ -327,7 +327,7 @@ bool PathEvaluator::Holds(PathExpression const & predicate, PathContext const & 
 }
 
 std::string_view PathEvaluator::UriOf(PathPrefix prefix) const {
-    return prefix == NoPrefix ? std::string_view() : uris_[static_cast<std::size_t>(prefix)];
+    return prefix == noPrefix ? std::string_view() : uris_[static_cast<std::size_t>(prefix)];
 }
 
 bool PathEvaluator::Matches(PathTest const & test, PathAxis axis, PathNode const & node) const {
@@ -345,12 +345,12 @@ bool PathEvaluator::Matches(PathTest const & test, PathAxis axis, PathNode const
     bool const isAnyName = test.kind == PathTest::Kind::AnyName;
     if (axis == PathAxis::Namespace)
         return node.declaration &&
-               (isAnyName || (test.prefix == NoPrefix && View(node.declaration->prefix) == test.name));
+               (isAnyName || (test.prefix == noPrefix && View(node.declaration->prefix) == test.name));
     xmlElementType const wanted = axis == PathAxis::Attribute ? XML_ATTRIBUTE_NODE : XML_ELEMENT_NODE;
     if (node.declaration || node.node->type != wanted) return false;
     if (!isAnyName && View(node.node->name) != test.name) return false;
     xmlNs const * const ns = node.node->ns;
-    if (test.prefix != NoPrefix) return ns && View(ns->href) == UriOf(test.prefix);
+    if (test.prefix != noPrefix) return ns && View(ns->href) == UriOf(test.prefix);
     return isAnyName || !ns || (wanted == XML_ATTRIBUTE_NODE && !ns->prefix);
 }
 

@@ -93,14 +93,14 @@ enum class PathFunction : std::uint8_t {
 
 /// A prefix, as an index into the list of the expression's prefixes.
 using PathPrefix = int;
-inline constexpr PathPrefix NoPrefix = -1;
+inline constexpr PathPrefix noPrefix = -1;
 
 /// Which nodes of an axis a step selects.
 struct PathTest {
     enum class Kind : std::uint8_t { Name, AnyName, Node, Text, Comment, Instruction };
 
     Kind kind = Kind::Node;
-    PathPrefix prefix = NoPrefix; // for Name and AnyName
+    PathPrefix prefix = noPrefix; // for Name and AnyName
     std::string name;             // for Name and Instruction; empty for any instruction
 };
 
@@ -128,7 +128,7 @@ struct PathExpression {
     PathFunction function = PathFunction::External;
     bool usesPosition = false; // contains position() or last() of its own context
     bool isAbsolute = false;
-    PathPrefix prefix = NoPrefix; // for a variable or a function
+    PathPrefix prefix = noPrefix; // for a variable or a function
     double number = 0;
     std::string text; // the text of a literal; the name of a variable or a function
     std::vector<PathExpression> operands;

@@ -14,8 +14,6 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr std::string_view Blanks = " \t\n\r";
-
 constexpr bool StartsCharacter(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
 
 std::size_t CharactersIn(std::string_view text) {
@@ -30,17 +28,17 @@ std::string_view FirstCharacter(std::string_view text) {
 }
 
 std::string_view & SkipBlanks(std::string_view & text) {
-    text.remove_prefix(std::min(text.find_first_not_of(Blanks), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
     return text;
 }
 
 std::string NormalizeSpace(std::string_view text) {
     std::string result;
-    for (std::size_t start = text.find_first_not_of(Blanks); start != text.npos;) {
-        std::size_t const end = std::min(text.find_first_of(Blanks, start), text.size());
+    for (std::size_t start = text.find_first_not_of(blanks); start != text.npos;) {
+        std::size_t const end = std::min(text.find_first_of(blanks, start), text.size());
         if (!result.empty()) result += ' ';
         result += text.substr(start, end - start);
-        start = text.find_first_not_of(Blanks, end);
+        start = text.find_first_not_of(blanks, end);
     }
     return result;
 }
@@ -205,7 +203,7 @@ PathNodes PathEvaluator::FindIds(PathExpression const & call, PathContext const 
         budget_.SpendOnMaking(names.size());
         while (!SkipBlanks(names).empty()) {
             budget_.Spend(2);
-            std::string const name(names.substr(0, names.find_first_of(Blanks)));
+            std::string const name(names.substr(0, names.find_first_of(blanks)));
             names.remove_prefix(name.size());
             xmlAttr const * const id = xmlGetID(context.node.node->doc, Chars(name));
             if (id && id->parent && seen.insert({id->parent}).second) found.list.push_back({id->parent});

@@ -16,13 +16,13 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr int MaxNesting = 250;
+constexpr int maxNesting = 250;
 
 struct NamedAxis {
     std::string_view name;
     PathAxis axis;
 };
-constexpr std::array Axes{
+constexpr std::array axes{
     NamedAxis{"ancestor", PathAxis::Ancestor},
     NamedAxis{"ancestor-or-self", PathAxis::AncestorOrSelf},
     NamedAxis{"attribute", PathAxis::Attribute},
@@ -42,14 +42,14 @@ struct NamedKind {
     std::string_view name;
     PathTest::Kind kind;
 };
-constexpr std::array NodeKinds{
+constexpr std::array nodeKinds{
     NamedKind{"comment", PathTest::Kind::Comment},
     NamedKind{"node", PathTest::Kind::Node},
     NamedKind{"processing-instruction", PathTest::Kind::Instruction},
     NamedKind{"text", PathTest::Kind::Text},
 };
 
-constexpr std::size_t AnyNumber = std::numeric_limits<std::size_t>::max();
+constexpr std::size_t anyNumber = std::numeric_limits<std::size_t>::max();
 struct NamedFunction {
     std::string_view name;
     PathFunction function;
@@ -57,10 +57,10 @@ struct NamedFunction {
     std::size_t least; // the smallest number of arguments
     std::size_t most;
 };
-constexpr std::array Functions{
+constexpr std::array functions{
     NamedFunction{"boolean", PathFunction::Boolean, PathType::Boolean, 1, 1},
     NamedFunction{"ceiling", PathFunction::Ceiling, PathType::Number, 1, 1},
-    NamedFunction{"concat", PathFunction::Concat, PathType::Text, 2, AnyNumber},
+    NamedFunction{"concat", PathFunction::Concat, PathType::Text, 2, anyNumber},
     NamedFunction{"contains", PathFunction::Contains, PathType::Boolean, 2, 2},
     NamedFunction{"count", PathFunction::Count, PathType::Number, 1, 1},
     NamedFunction{"false", PathFunction::False, PathType::Boolean, 0, 0},
@@ -94,7 +94,7 @@ struct NamedOperator {
     int rank;
     PathType type;
 };
-constexpr std::array Operators{
+constexpr std::array pathOperators{
     NamedOperator{"or", PathOperator::Or, 0, PathType::Boolean},
     NamedOperator{"and", PathOperator::And, 1, PathType::Boolean},
     NamedOperator{"=", PathOperator::Equal, 2, PathType::Boolean},
@@ -124,7 +124,6 @@ constexpr bool IsNameStart(char byte) {
 constexpr bool IsNameByte(char byte) {
     return IsNameStart(byte) || IsDigit(byte) || byte == '-' || byte == '.';
 }
-constexpr bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\n' || byte == '\r'; }
 
 [[noreturn]] void Fail(PathFailure failure = PathFailure::Syntax) { throw failure; }
 
@@ -211,7 +210,7 @@ private:
     class Nested {
     public:
         explicit Nested(int & depth) : depth_(depth) {
-            if (++depth_ > MaxNesting) Fail(PathFailure::Nesting);
+            if (++depth_ > maxNesting) Fail(PathFailure::Nesting);
         }
         ~Nested() { --depth_; }
         Nested(Nested const &) = delete;
@@ -229,7 +228,7 @@ private:
 
     [[nodiscard]] NamedOperator const * NextOperator() const {
         std::string_view const name = NameAt(at_);
-        for (NamedOperator const & candidate : Operators) {
+        for (NamedOperator const & candidate : pathOperators) {
             bool const isName = IsNameStart(candidate.mark[0]);
             if (isName ? name == candidate.mark : text_.substr(at_).starts_with(candidate.mark))
                 return &candidate;
@@ -248,8 +247,8 @@ private:
     }
 
     static int RankOf(PathOperator meaning) {
-        auto const place = std::ranges::find(Operators, meaning, &NamedOperator::meaning);
-        return place == Operators.end() ? -1 : place->rank; // -1 for a union
+        auto const place = std::ranges::find(pathOperators, meaning, &NamedOperator::meaning);
+        return place == pathOperators.end() ? -1 : place->rank; // -1 for a union
     }
 
     // Appends an operator and its right operand to `left`, which becomes a chain if it isn't one. Chains are evaluated from left
@@ -310,7 +309,7 @@ private:
         }
         end = BehindBlanks(end);
         bool const isCall = !name.empty() && end < text_.size() && text_[end] == '(';
-        return isCall && (hasPrefix || !FindIn(NodeKinds, name));
+        return isCall && (hasPrefix || !FindIn(nodeKinds, name));
     }
 
     PathExpression ParsePathExpression() {
@@ -392,7 +391,7 @@ private:
             } while (Take(","));
         }
         Expect(")");
-        NamedFunction const * const known = call.prefix == NoPrefix ? FindIn(Functions, call.text) : nullptr;
+        NamedFunction const * const known = call.prefix == noPrefix ? FindIn(functions, call.text) : nullptr;
         if (!known) return call;
         if (call.operands.size() < known->least || call.operands.size() > known->most) Fail();
         call.function = known->function;
@@ -451,7 +450,7 @@ private:
         } else if (std::string_view const name = NameAt(at_); !name.empty()) {
             std::size_t const end = BehindBlanks(at_ + name.size());
             if (text_.substr(end).starts_with("::")) {
-                NamedAxis const * const axis = FindIn(Axes, name);
+                NamedAxis const * const axis = FindIn(axes, name);
                 if (!axis) Fail();
                 step.axis = axis->axis;
                 Skip(end + 2 - at_);
@@ -468,7 +467,7 @@ private:
         std::string_view const name = NameAt(at_);
         std::size_t const end = BehindBlanks(at_ + name.size());
         if (!name.empty() && end < text_.size() && text_[end] == '(') {
-            NamedKind const * const kind = FindIn(NodeKinds, name);
+            NamedKind const * const kind = FindIn(nodeKinds, name);
             if (!kind) Fail();
             test.kind = kind->kind;
             Skip(end + 1 - at_);

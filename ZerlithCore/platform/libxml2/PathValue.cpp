@@ -175,9 +175,9 @@ std::string_view TextOf(PathNode const & node, std::string & room, PathBudget & 
 
 double NumberOf(std::string_view text, PathBudget & budget) {
     budget.SpendOnReading(text.size());
-    text.remove_prefix(std::min(text.find_first_not_of(" \t\n\r"), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
     std::size_t const end = std::min(text.find_first_not_of("+-.0123456789eE"), text.size());
-    if (text.find_first_not_of(" \t\n\r", end) != text.npos) return std::numeric_limits<double>::quiet_NaN();
+    if (text.find_first_not_of(blanks, end) != text.npos) return std::numeric_limits<double>::quiet_NaN();
     return xmlXPathCastStringToNumber(Chars(std::string(text.substr(0, end))));
 }
 

@@ -11,7 +11,7 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr std::size_t MaxRead = 256;
+constexpr std::size_t maxRead = 256;
 
 } // namespace
 
@@ -40,7 +40,7 @@ Paths::Read const & Paths::Find(std::u16string_view path) {
     Read read;
     read.expression = ParsePath(Utf8Of(path), read.prefixes);
     // The table is emptied when it is full. Only programs that compose paths from data ever fill it.
-    if (read_.size() >= MaxRead) read_.clear();
+    if (read_.size() >= maxRead) read_.clear();
     return read_.emplace(path, std::move(read)).first->second;
 }
 

@@ -18,10 +18,10 @@ namespace KZPlatform::LibXml2 {
 
 namespace {
 
-constexpr char SchemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
+constexpr char schemaNamespace[] = "http://www.w3.org/2001/XMLSchema";
 // Bytes that compiling may take for a byte of a schema, twice as much as it does: blocks of the reserve are powers of two.
-constexpr std::size_t CompileCost = 128;
-constexpr std::string_view NameStart = "x-schema:";
+constexpr std::size_t compileCost = 128;
+constexpr std::string_view nameStart = "x-schema:";
 
 using SchemaTexts = std::map<std::string, std::string, std::less<>>; // by name
 
@@ -32,7 +32,7 @@ struct OpenText {
     std::string_view rest;
 };
 
-int Match(char const * name) { return currentTexts && std::string_view(name).starts_with(NameStart) ? 1 : 0; }
+int Match(char const * name) { return currentTexts && std::string_view(name).starts_with(nameStart) ? 1 : 0; }
 
 void * Open(char const * name) noexcept {
     auto const place = currentTexts->find(name);
@@ -57,7 +57,7 @@ std::string NameOf(std::string const & nameSpace) {
     LibraryCall const call;
     OwnedText const escaped(Need(xmlURIEscapeStr(Chars(nameSpace), Chars(""))));
     call.CheckMemory();
-    return std::string(NameStart) + std::string(View(escaped.get()));
+    return std::string(nameStart) + std::string(View(escaped.get()));
 }
 
 std::string TextOf(xmlDoc * doc) {
@@ -72,7 +72,7 @@ std::string TextOf(xmlDoc * doc) {
 }
 
 bool IsSchemaElement(xmlNode const * node, std::string_view name) {
-    return node->type == XML_ELEMENT_NODE && node->ns && View(node->ns->href) == SchemaNamespace &&
+    return node->type == XML_ELEMENT_NODE && node->ns && View(node->ns->href) == schemaNamespace &&
            View(node->name) == name;
 }
 
@@ -111,7 +111,7 @@ DocumentResult Schemas::Compile() {
     SchemaTexts texts;
     std::size_t size = 0;
     std::string all =
-        "<xs:schema xmlns:xs=\"" + std::string(SchemaNamespace) +
+        "<xs:schema xmlns:xs=\"" + std::string(schemaNamespace) +
         "\" targetNamespace=\"x-schema:\">"; // it has a namespace, since only then may it import schemas without one
     for (auto const & [nameSpace, doc] : docs_) {
         for (xmlNode * child = xmlDocGetRootElement(doc.get())->children; child; child = child->next) {
@@ -136,7 +136,7 @@ DocumentResult Schemas::Compile() {
         ~Current() { currentTexts = nullptr; }
     } const current(texts);
     call.CheckMemory();
-    LargerReserve const reserve(CompileCost * size);
+    LargerReserve const reserve(compileCost * size);
     std::unique_ptr<xmlSchemaParserCtxt, FreeBy<xmlSchemaFreeParserCtxt>> const parser(
         Need(xmlSchemaNewMemParserCtxt(all.data(), static_cast<int>(all.size()))));
     xmlSchemaSetParserStructuredErrors(parser.get(), LibraryCall::Structured, &call);

@@ -17,17 +17,17 @@ namespace KZPlatform::LibXml2 {
 namespace {
 
 // The number of elements below the stylesheet's root; libxslt compares some of them with each other.
-constexpr std::size_t MaxTopElements = 16'384;
+constexpr std::size_t maxTopElements = 16'384;
 // The bytes and attributes that an instruction may copy from the stylesheet without being counted.
-constexpr std::size_t FreeBytes = 512;
-constexpr std::size_t FreeAttributes = 16;
+constexpr std::size_t freeBytes = 512;
+constexpr std::size_t freeAttributes = 16;
 
 struct ExpressionAttribute {
     std::string_view element; // its name in the namespace of XSLT
     std::string_view name;
     ExpressionUse use;
 };
-constexpr std::array ExpressionAttributes{
+constexpr std::array expressionAttributes{
     ExpressionAttribute{"apply-templates", "select", ExpressionUse::Templates},
     ExpressionAttribute{"copy-of", "select", ExpressionUse::Copy},
     ExpressionAttribute{"for-each", "select", ExpressionUse::Value},
@@ -41,18 +41,18 @@ constexpr std::array ExpressionAttributes{
     ExpressionAttribute{"when", "test", ExpressionUse::Truth},
     ExpressionAttribute{"with-param", "select", ExpressionUse::Value},
 };
-constexpr std::array<std::string_view, 3> PatternAttributes{"count", "from", "match"};
+constexpr std::array<std::string_view, 3> patternAttributes{"count", "from", "match"};
 // The attributes of XSLT's elements that may have expressions in braces. On other elements all attributes may.
-constexpr std::array<std::string_view, 10> TemplateAttributes{
+constexpr std::array<std::string_view, 10> templateAttributes{
     "case-order", "data-type", "format", "grouping-separator", "grouping-size",
     "href",       "lang",      "name",   "namespace",          "order"};
 
 // The elements of XSLT that contain other elements of XSLT but no instructions.
-constexpr std::array<std::string_view, 7> Bare{"apply-templates", "attribute-set", "call-template", "choose",
+constexpr std::array<std::string_view, 7> bare{"apply-templates", "attribute-set", "call-template", "choose",
                                                "stylesheet",      "text",          "transform"};
 
 bool IsXslt(xmlNode const * node, std::string_view name = {}) {
-    return node->type == XML_ELEMENT_NODE && node->ns && View(node->ns->href) == XsltNamespace &&
+    return node->type == XML_ELEMENT_NODE && node->ns && View(node->ns->href) == xsltNamespace &&
            (name.empty() || View(node->name) == name);
 }
 
@@ -192,7 +192,7 @@ DocumentResult StylesheetProgram::Take(xmlDoc * doc) {
     xmlNode * const root = xmlDocGetRootElement(doc);
     std::size_t tops = 0;
     for (xmlNode const * child = root->children; child; child = child->next) ++tops;
-    if (IsXslt(root) && tops > MaxTopElements)
+    if (IsXslt(root) && tops > maxTopElements)
         return {DocumentCode::LimitExceeded,
                 u"The stylesheet has more than 16,384 declarations and templates"};
     std::vector<xmlNode *> nodes; // gathered before nodes are added
@@ -218,7 +218,7 @@ void StylesheetProgram::TakeFrom(xmlNode * element) {
     for (xmlAttr * attribute = element->properties; attribute; attribute = attribute->next, ++count) {
         bytes += ValueOf(attribute).size();
         usesSets = usesSets || View(attribute->name) == "use-attribute-sets";
-        if (attribute->ns && (isXslt || View(attribute->ns->href) == XsltNamespace)) continue;
+        if (attribute->ns && (isXslt || View(attribute->ns->href) == xsltNamespace)) continue;
         TakeAttribute(element, attribute, isXslt);
     }
     if (IsXslt(element, "template")) CountTemplate(element);
@@ -243,7 +243,7 @@ void StylesheetProgram::TakeFrom(xmlNode * element) {
         InsertCount(element, element->children, std::move(adding));
     }
     // libxslt compares the attributes of an element of the result with each other.
-    if (isXslt || (bytes <= FreeBytes && count <= FreeAttributes)) return;
+    if (isXslt || (bytes <= freeBytes && count <= freeAttributes)) return;
     StylesheetExpression copying;
     copying.use = ExpressionUse::Weight;
     copying.weight = bytes / 8 + count * count;
@@ -253,14 +253,14 @@ void StylesheetProgram::TakeFrom(xmlNode * element) {
 void StylesheetProgram::TakeAttribute(xmlNode * element, xmlAttr * attribute, bool isXslt) {
     std::string_view const name = View(attribute->name);
     std::string const value = ValueOf(attribute);
-    if (!isXslt || std::ranges::find(TemplateAttributes, name) != TemplateAttributes.end()) {
+    if (!isXslt || std::ranges::find(templateAttributes, name) != templateAttributes.end()) {
         if (value.find('{') != value.npos) SetAttributeValue(attribute, CallsInTemplate(element, value));
         return;
     }
-    if (std::ranges::find(PatternAttributes, name) != PatternAttributes.end())
+    if (std::ranges::find(patternAttributes, name) != patternAttributes.end())
         return SetAttributeValue(attribute, CallsInPatterns(element, value, name == "match"));
     std::string_view const own = View(element->name);
-    for (ExpressionAttribute const & known : ExpressionAttributes)
+    for (ExpressionAttribute const & known : expressionAttributes)
         if (known.element == own && known.name == name)
             return SetAttributeValue(attribute, Call(element, value, known.use));
 }
@@ -295,7 +295,7 @@ std::size_t StylesheetProgram::TemplatesForANode() const noexcept {
 
 void StylesheetProgram::CountText(xmlNode * text) {
     std::size_t const bytes = View(text->content).size();
-    if (bytes <= FreeBytes || !text->parent || text->parent->type != XML_ELEMENT_NODE) return;
+    if (bytes <= freeBytes || !text->parent || text->parent->type != XML_ELEMENT_NODE) return;
     StylesheetExpression copying;
     copying.use = ExpressionUse::Weight;
     copying.weight = bytes / 8;
@@ -304,9 +304,9 @@ void StylesheetProgram::CountText(xmlNode * text) {
 }
 
 void StylesheetProgram::InsertCount(xmlNode * parent, xmlNode * before, StylesheetExpression expression) {
-    xmlNs * const ns = xmlSearchNsByHref(parent->doc, parent, Chars(XsltNamespace.data()));
+    xmlNs * const ns = xmlSearchNsByHref(parent->doc, parent, Chars(xsltNamespace.data()));
     bool const mayStandThere = ns && parent->type == XML_ELEMENT_NODE &&
-                               !(IsXslt(parent) && std::ranges::find(Bare, View(parent->name)) != Bare.end());
+                               !(IsXslt(parent) && std::ranges::find(bare, View(parent->name)) != bare.end());
     if (!mayStandThere) return;
     xmlNode * const count = Need(xmlNewDocNode(parent->doc, ns, Chars("if"), nullptr));
     Link(count, parent, before);
@@ -327,7 +327,7 @@ StylesheetExpression StylesheetProgram::Read(xmlNode * element, std::string_view
 
 std::string StylesheetProgram::Call(StylesheetExpression expression) {
     expressions_.push_back(std::move(expression));
-    return std::string(ExpressionFunction) + "(" + std::to_string(expressions_.size() - 1) + ")";
+    return std::string(expressionFunction) + "(" + std::to_string(expressions_.size() - 1) + ")";
 }
 
 std::string StylesheetProgram::Call(xmlNode * element, std::string_view path, ExpressionUse use) {
@@ -374,7 +374,7 @@ std::string StylesheetProgram::CallsInPatterns(xmlNode * element, std::string_vi
         if (!result.empty()) result += '|';
         bool const isKey = IsXslt(element, "key"); // libxslt puts "//" before its pattern
         if (IsKeyPattern(read.expression) && !isKey) {
-            read.expression.text = HasKeyFunction;
+            read.expression.text = hasKeyFunction;
             result += "node()[" + Call(std::move(read)) + "]";
             continue;
         }

@@ -15,11 +15,11 @@
 namespace KZPlatform::LibXml2 {
 
 /// The namespace of XSLT's elements.
-inline constexpr std::string_view XsltNamespace = "http://www.w3.org/1999/XSL/Transform";
+inline constexpr std::string_view xsltNamespace = "http://www.w3.org/1999/XSL/Transform";
 /// The function that replaces an expression in a stylesheet. Its argument is the number of the expression.
-inline constexpr char ExpressionFunction[] = "kz-expression";
+inline constexpr char expressionFunction[] = "kz-expression";
 /// The function that replaces a pattern "key(name, value)", with the same arguments.
-inline constexpr char HasKeyFunction[] = "kz-has-key";
+inline constexpr char hasKeyFunction[] = "kz-has-key";
 
 /// What an expression's value is used for, which decides the cost besides its evaluation.
 enum class ExpressionUse : std::uint8_t {

@@ -22,9 +22,9 @@ namespace KZPlatform::LibXml2 {
 namespace {
 
 // The depth of templates that call each other, and of the source: each level takes stack.
-constexpr int MaxDepth = 1000;
+constexpr int maxDepth = 1000;
 // Templates that may be tried for a node without lowering the number of instructions.
-constexpr std::size_t FreeTemplates = 64;
+constexpr std::size_t freeTemplates = 64;
 
 using OwnedSheet = std::unique_ptr<xsltStylesheet, FreeBy<xsltFreeStylesheet>>;
 using OwnedTransform = std::unique_ptr<xsltTransformContext, FreeBy<xsltFreeTransformContext>>;
@@ -43,7 +43,7 @@ bool IsTooDeep(xmlDoc * doc) {
     xmlNode * const top = reinterpret_cast<xmlNode *>(doc);
     for (xmlNode * at = top->children; at;) {
         if (xmlNode * const child = FirstBelow(at)) {
-            if (++depth > MaxDepth) return true;
+            if (++depth > maxDepth) return true;
             at = child;
             continue;
         }
@@ -59,7 +59,7 @@ bool IsTooDeep(xmlDoc * doc) {
 bool LoadsOthers(xmlDoc * doc) {
     xmlNode * const top = reinterpret_cast<xmlNode *>(doc);
     for (xmlNode * at = top; at; at = NextBelow(at, top))
-        if (at->type == XML_ELEMENT_NODE && at->ns && View(at->ns->href) == XsltNamespace &&
+        if (at->type == XML_ELEMENT_NODE && at->ns && View(at->ns->href) == xsltNamespace &&
             (View(at->name) == "import" || View(at->name) == "include"))
             return true;
     return false;
@@ -126,9 +126,9 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, StylesheetProgr
     if (xsltSetCtxtSecurityPrefs(rights.get(), context.get()) != 0)
         return Failed(DocumentCode::TransformFailed, {});
     xsltSetTransformErrorFunc(context.get(), &call, LibraryCall::Generic);
-    std::size_t const templates = std::max(program.TemplatesForANode(), FreeTemplates);
-    context->maxTemplateDepth = MaxDepth;
-    context->opLimit = limits.instructions / (templates / FreeTemplates);
+    std::size_t const templates = std::max(program.TemplatesForANode(), freeTemplates);
+    context->maxTemplateDepth = maxDepth;
+    context->opLimit = limits.instructions / (templates / freeTemplates);
     context->xpathCtxt->opLimit = limits.transformationWork; // of what is left to libxml2
     TransformHost const host(program, *context, limits.transformationWork);
     call.StopWithoutMemory(

@@ -15,11 +15,11 @@ namespace {
 using OwnedObject = std::unique_ptr<xmlXPathObject, FreeBy<xmlXPathFreeObject>>;
 
 // The depth of nodes that are copied or walked by libxslt, which takes stack for each level.
-constexpr int MaxDepth = 1000;
+constexpr int maxDepth = 1000;
 // The cost of a node that libxslt copies, of one for which it looks for a template, and of one that is passed in a list.
-constexpr std::uint64_t CopiedNode = 20;
-constexpr std::uint64_t VisitedNode = 4;
-constexpr std::uint64_t ListedNode = 4;
+constexpr std::uint64_t copiedNode = 20;
+constexpr std::uint64_t visitedNode = 4;
+constexpr std::uint64_t listedNode = 4;
 
 // libxml2 passes a declaration of a namespace as a copy whose `next` is the element.
 PathNode PathNodeOf(xmlNode * node) noexcept {
@@ -36,7 +36,7 @@ TransformHost::TransformHost(StylesheetProgram const & program, xsltTransformCon
                              std::uint64_t work)
     : program_(program), transform_(transform), budget_(work) {
     transform_._private = this;
-    if (xmlXPathRegisterFunc(transform_.xpathCtxt, Chars(ExpressionFunction), OnCall) != 0)
+    if (xmlXPathRegisterFunc(transform_.xpathCtxt, Chars(expressionFunction), OnCall) != 0)
         throw std::bad_alloc();
 }
 
@@ -102,8 +102,8 @@ xmlXPathObject * TransformHost::Use(StylesheetExpression const & expression, Pat
     if (expression.use == ExpressionUse::Number) return xmlXPathNewFloat(NumberOf(value, budget_));
     if (expression.use == ExpressionUse::KeyValue) SpendOnKeys(value);
     if (auto const * const nodes = std::get_if<PathNodes>(&value)) {
-        if (expression.use == ExpressionUse::Copy) SpendOnSubtrees(*nodes, CopiedNode);
-        if (expression.use == ExpressionUse::Templates) SpendOnSubtrees(*nodes, VisitedNode);
+        if (expression.use == ExpressionUse::Copy) SpendOnSubtrees(*nodes, copiedNode);
+        if (expression.use == ExpressionUse::Templates) SpendOnSubtrees(*nodes, visitedNode);
     }
     return ObjectOf(std::move(value));
 }
@@ -159,7 +159,7 @@ void TransformHost::SpendOnSiblings(xmlNode * node) {
 
 void TransformHost::SpendOnSubtrees(PathNodes const & nodes, std::uint64_t each) {
     for (PathNode const & top : nodes.list) {
-        if (each == CopiedNode && top.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
+        if (each == copiedNode && top.IsAttribute()) budget_.Spend(2 * AttributesAtWork());
         if (!top.declaration && !top.IsAttribute()) SpendOnSubtree(top.node, each);
     }
 }
@@ -169,7 +169,7 @@ void TransformHost::SpendOnSubtree(xmlNode * top, std::uint64_t each) {
     for (xmlNode * at = top; at;) {
         SpendOnNode(*at, each);
         if (xmlNode * const child = FirstBelow(at)) {
-            if (++depth > MaxDepth) throw PathFailure::Nesting;
+            if (++depth > maxDepth) throw PathFailure::Nesting;
             at = child;
             continue;
         }
@@ -183,7 +183,7 @@ void TransformHost::SpendOnNode(xmlNode const & node, std::uint64_t each) {
     budget_.Spend(each);
     if (node.type != XML_ELEMENT_NODE) {
         budget_.SpendOnMaking(View(node.content).size());
-    } else if (each == CopiedNode) {
+    } else if (each == copiedNode) {
         for (xmlAttr const * own = node.properties; own; own = own->next) budget_.Spend(each);
         for (xmlNs const * own = node.nsDef; own; own = own->next) budget_.Spend(each);
     }
@@ -264,7 +264,7 @@ PathValue TransformHost::ValueOf(xmlXPathObject & object, bool isOrdered) {
     PathNodes nodes;
     xmlNodeSet const * const set = object.nodesetval;
     for (int i = 0; set && i < set->nodeNr; ++i) {
-        budget_.Spend(ListedNode);
+        budget_.Spend(listedNode);
         nodes.list.push_back(PathNodeOf(set->nodeTab[i]));
     }
     nodes.isOrdered = isOrdered || nodes.list.size() < 2;
@@ -296,7 +296,7 @@ bool TransformHost::HasKey(std::vector<PathValue> arguments, PathContext const &
 
 PathValue TransformHost::Call(std::string const & name, std::string const & uri,
                               std::vector<PathValue> arguments, PathContext const & context) {
-    if (name == HasKeyFunction && arguments.size() == 2) return HasKey(std::move(arguments), context);
+    if (name == hasKeyFunction && arguments.size() == 2) return HasKey(std::move(arguments), context);
     xmlXPathContext & native = *transform_.xpathCtxt;
     xmlXPathFunction const function = xmlXPathFunctionLookupNS(&native, Chars(name), OrNull(uri));
     if (!function || function == OnCall) throw PathFailure::Function;

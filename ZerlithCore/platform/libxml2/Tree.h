@@ -142,7 +142,7 @@ private:
 [[nodiscard]] inline bool IsBlankText(xmlNode const * node) noexcept {
     if (node->type != XML_TEXT_NODE) return false;
     xmlChar const * at = node->content;
-    while (at && (*at == ' ' || *at == '\n' || *at == '\t' || *at == '\r')) ++at;
+    while (at && IsBlank(static_cast<char>(*at))) ++at;
     return !at || *at == '\0';
 }
 /// Makes `node`, which has no parent, a child of `parent`: before `before`, or the last one if that is null.

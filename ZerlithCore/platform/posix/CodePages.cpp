@@ -55,7 +55,7 @@ private:
     iconv_t handle_;
 };
 
-constexpr char const * UnitEncoding = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
+constexpr char const * unitEncoding = std::endian::native == std::endian::little ? "UTF-16LE" : "UTF-16BE";
 
 class Reader final : public KZEncoding::CodePageReader {
 public:
@@ -95,9 +95,9 @@ std::nullptr_t TellCantOpen(int error) {
 
 // Errors: std::bad_alloc; null with the last error set when iconv doesn't have the page, or can't open it now.
 std::unique_ptr<CodePageTables const> ReadTables(char const * name) {
-    Descriptor const decoder(UnitEncoding, name);
+    Descriptor const decoder(unitEncoding, name);
     if (!decoder.IsOpen()) return TellCantOpen(errno);
-    Descriptor const encoder(name, UnitEncoding);
+    Descriptor const encoder(name, unitEncoding);
     if (!encoder.IsOpen()) return TellCantOpen(errno);
     return std::make_unique<CodePageTables>(Reader(decoder, encoder));
 }
@@ -149,7 +149,7 @@ CodePageTables const * FindTables(unsigned number) {
     return nullptr;
 }
 
-bool IsUtf8(unsigned page) { return page == DefaultCodePage || page == Utf8CodePage; }
+bool IsUtf8(unsigned page) { return page == defaultCodePage || page == utf8CodePage; }
 
 } // namespace
 

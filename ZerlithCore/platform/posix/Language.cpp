@@ -32,12 +32,12 @@ long UserLanguage() noexcept {
     static long const language = [] {
         for (char const * variable : {"LC_ALL", "LC_MESSAGES", "LANG"})
             if (char const * const name = std::getenv(variable); name && *name) return LanguageOfLocale(name);
-        return EnglishLanguage;
+        return englishLanguage;
     }();
     return language;
 }
 
-thread_local long threadLanguage = NeutralLanguage;
+thread_local long threadLanguage = neutralLanguage;
 
 long FindLocale(std::string_view name, std::size_t significant) noexcept {
     auto const found = std::find_if(std::begin(languages), std::end(languages), [&](Language const & entry) {
@@ -57,7 +57,7 @@ long LanguageOfLocale(std::string_view name) noexcept {
     name = name.substr(0, name.find_first_of(".@"));
     if (long const number = FindLocale(name, withCountry)) return number;
     long const number = FindLocale(name.substr(0, name.find('_')), languageOnly);
-    return number ? number : EnglishLanguage;
+    return number ? number : englishLanguage;
 }
 
 char const * LocaleOfLanguage(long language) noexcept {

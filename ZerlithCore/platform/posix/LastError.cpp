@@ -67,7 +67,7 @@ bool IsPrivate(int number) noexcept {
 }
 
 // The texts of the C library are English, so English needs no locale.
-bool IsEnglish(long language) noexcept { return ((language ^ EnglishLanguage) & 0x3FF) == 0; }
+bool IsEnglish(long language) noexcept { return ((language ^ englishLanguage) & 0x3FF) == 0; }
 
 // A locale for messages. Where the system lacks it, the texts are English.
 class MessageLocale {

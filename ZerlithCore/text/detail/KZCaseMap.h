@@ -29,23 +29,23 @@ public:
         for (Run const & run : runs)
             for (unsigned i = 0; i < run.count; ++i) {
                 unsigned const unit = run.first + i * run.step;
-                std::uint8_t & page = pageOf_[unit / PageSize];
+                std::uint8_t & page = pageOf_[unit / pageUnits];
                 if (page == 0) page = static_cast<std::uint8_t>(used++);
-                pages_[page][unit % PageSize] = static_cast<char16_t>(run.distance);
+                pages_[page][unit % pageUnits] = static_cast<char16_t>(run.distance);
             }
     }
 
     constexpr char16_t operator()(char16_t unit) const noexcept {
-        return static_cast<char16_t>(unit + pages_[pageOf_[unit / PageSize]][unit % PageSize]);
+        return static_cast<char16_t>(unit + pages_[pageOf_[unit / pageUnits]][unit % pageUnits]);
     }
 
 private:
-    static constexpr unsigned PageSize = 256;
-    static constexpr std::size_t MostPages = 21; // a map that needs more doesn't compile
-    using Page = std::array<char16_t, PageSize>;
+    static constexpr unsigned pageUnits = 256;
+    static constexpr std::size_t mostPages = 21; // a map that needs more doesn't compile
+    using Page = std::array<char16_t, pageUnits>;
 
-    std::array<std::uint8_t, 0x10000 / PageSize> pageOf_{};
-    std::array<Page, MostPages> pages_{};
+    std::array<std::uint8_t, 0x10000 / pageUnits> pageOf_{};
+    std::array<Page, mostPages> pages_{};
 };
 
 /// A unit that has no other case, or whose other case is more than one unit, maps to itself. The data are those of the

@@ -30,4 +30,9 @@ bool FromVariant(KZExchange::VARIANT const & in, DateAndTime & value);
 std::int64_t ToMilliseconds(DateAndTime const & value);
 DateAndTime FromMilliseconds(std::int64_t milliseconds);
 
+// The date and the time `milliseconds` after the start of 1970 in UTC, as local time or as UTC.
+DateAndTime ValueAt(std::int64_t milliseconds, bool local);
+// `seconds` since 1970 in UTC. The null KZDateTime, and what it can't hold, count as not convertible.
+bool ToKZDateTime(std::int64_t seconds, KZDateTime & out);
+
 } // namespace KZDetail

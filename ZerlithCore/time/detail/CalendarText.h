@@ -1,11 +1,14 @@
 // Prints and reads all calendar values by templates such as "%Y/%m/%d".
 #pragma once
 
+#include "ZerlithCore/text/KZWideText.h"
 #include "ZerlithCore/time/KZDateEx.h"
 #include "ZerlithCore/time/KZTimeEx.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <istream>
+#include <string>
 
 namespace KZDetail {
 
@@ -43,5 +46,14 @@ struct CalendarFields {
 CalendarFields ReadCalendar(char16_t const * text, char16_t const * format, unsigned int letters);
 
 char16_t const * SkipBlanks(char16_t const * text);
+
+// Reads a word of a stream as `FromString` of the value does; sets failbit if that fails.
+template <class Value>
+std::wistream & ReadWord(std::wistream & stream, Value & value) {
+    std::wstring word;
+    if (stream >> word && !value.FromString(KZString(KZFromWide(word))))
+        stream.setstate(std::ios_base::failbit);
+    return stream;
+}
 
 } // namespace KZDetail
