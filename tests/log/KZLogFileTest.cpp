@@ -65,10 +65,7 @@ TEST(LogStamp, IsLocalTimeToTheSecond) {
 }
 
 TEST_F(KZLogFileTest, PutStringKeepsOneCallOnOneLine) {
-    struct Case {
-        char16_t const *text, *written;
-    };
-    Case const cases[] = {
+    std::pair<char16_t const *, char16_t const *> const cases[] = {
         {nullptr, u""},
         {u"", u""},
         {u"a", u"a"},
@@ -84,9 +81,9 @@ TEST_F(KZLogFileTest, PutStringKeepsOneCallOnOneLine) {
     std::u16string expected;
     KZLogFile log;
     ASSERT_TRUE(log.Open(path.c_str()));
-    for (Case const & c : cases) {
-        log.PutString(c.text);
-        expected += c.written;
+    for (auto const & [text, written] : cases) {
+        log.PutString(text);
+        expected += written;
     }
     EXPECT_EQ(Units(), u"");
     log.Flush();

@@ -130,11 +130,7 @@ TEST(KZStringConverter, TellsConvertersThatAreNotValid) {
 TEST(KZStringConverter, MultiByteReadsByTables) {
     Mapping const tables;
     KZMultiByteConverter const converter(&tables.mapping);
-    struct Case {
-        char const *what, *bytes;
-        char16_t const * units;
-    };
-    static constexpr Case cases[] = {
+    static constexpr std::tuple<char const *, char const *, char16_t const *> cases[] = {
         {"nothing above 255 leaves the text empty", "abc", u""},
         {"nothing but a lead byte", "a\x81", u""},
         {"pair", "a\x81@b", u"aあb"},
@@ -143,10 +139,10 @@ TEST(KZStringConverter, MultiByteReadsByTables) {
         {"trail that means nothing", "\x80\x81!", u"€?"},
         {"empty", "", u""},
     };
-    for (Case const & c : cases) {
+    for (auto const & [what, bytes, units] : cases) {
         KZString text(u"old");
-        converter.ConvertMbToStr(text, c.bytes);
-        EXPECT_EQ(text, c.units) << c.what;
+        converter.ConvertMbToStr(text, bytes);
+        EXPECT_EQ(text, units) << what;
     }
     EXPECT_EQ(converter.ConvertStrToMb(u"aあ€い"), "a\x81@??");
     KZString text(u"old");
