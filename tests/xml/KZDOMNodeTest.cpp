@@ -223,7 +223,7 @@ TEST(KZDOMNode, MovesNodes) {
 
 TEST(KZDOMNode, StaysInAListWhereverItGoes) {
     KZDOMDocument from = Parsed(u"<r><a>1</a><a>2</a><a>3</a></r>");
-    KZDOMNodeList list = from.SelectNodes(u"//a");
+    KZDOMNodeList list = from.SelectNodes(u"//a | //a/text()");
     {
         KZDOMDocument to = Parsed(u"<o/>");
         to.GetRootElement().AppendChild(from.SelectNode(u"//a[2]"));
@@ -232,8 +232,7 @@ TEST(KZDOMNode, StaysInAListWhereverItGoes) {
     from.SetRootElement(from.CreateElement(u"fresh"));
     from = KZDOMDocument();
     KZString texts;
-    for (KZDOMNode node = list.GetNextNode(); node.IsValid(); node = list.GetNextNode())
-        texts += node.GetText();
+    for (KZDOMElement a = list.GetNextElement(); a.IsValid(); a = list.GetNextElement()) texts += a.GetText();
     EXPECT_EQ(texts, u"one23");
 }
 
@@ -258,6 +257,11 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
               u"xml:id=\"i\"><b/></p:a></r>");
     KZDOMNode const twin = Parsed(u"<a xml:lang='en'/>").Clone(true); // of which the original is gone
     EXPECT_EQ(twin.GetXML(), u"<?xml version=\"1.0\"?>\n<a xml:lang=\"en\"/>\n");
+    KZDOMDocument plain = Parsed(u"<r xmlns='urn:d'><c xmlns=''/><d/></r>");
+    KZDOMNode const c = plain.SelectNode(u"//c");
+    KZDOMNode(c).AppendChild(plain.SelectNode(u"//*[local-name()='d']"));
+    to.GetRootElement().AppendChild(c);
+    EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//c/*[namespace-uri()='urn:d']"));
     to.GetRootElement().SetText(u"");
     for (KZDOMNode const & node : {a, copy})
         EXPECT_TRUE(
@@ -375,6 +379,10 @@ TEST(KZDOMElement, HasAttributes) {
               u"<p:r xmlns:p=\"urn:p\" xmlns:q=\"urn:q\" p:k=\"&lt;&amp;&quot;\" k=\"&amp;amp;\" n=\"-12x\" "
               u"new=\"\u00e9\uFFFD\" p:new=\"n\" q:a=\"b\"/>");
     EXPECT_TRUE(root.RemoveAttribute(u"q:a") && root.RemoveAttribute(u"xmlns:q"));
+    KZDOMDocument known = Parsed(u"<r xml:id='one'/>");
+    EXPECT_TRUE(known.ChildExists(u"id('one')"));
+    known.GetRootElement().SetAttribute(u"xml:id", u"two");
+    EXPECT_FALSE(known.ChildExists(u"id('one')"));
     constexpr std::tuple<char16_t const *, char16_t const *, std::int32_t> bad[] = {
         {u"", u"", KZDOMResult::InvalidName},
         {u"1", u"", KZDOMResult::InvalidName},
