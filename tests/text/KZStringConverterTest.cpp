@@ -66,6 +66,7 @@ TEST(KZStringConverter, LatinTellsUnitsItLacksAndConvertsAllTheSame) {
     hidden += u'\0';
     hidden += u'€';
     Case const cases[] = {{"euro", u"1 €", "1 ?", 11},
+                          {"the first one beyond", u"\u0100", "?", 11},
                           {"behind a 0 unit", hidden, "ab", 11},
                           {"all Latin", u"\u00FFa",
                            "\xFF"
@@ -185,4 +186,7 @@ TEST(KZWideText, StreamsUpToTheFirstZero) {
     stream.width(1);
     stream << KZString() << KZString(u"d");
     EXPECT_EQ(stream.str(), L"   abc d");
+    std::u16string units;
+    KZAppendWide(units, L'\U0001F600');
+    EXPECT_EQ(units, u"\U0001F600");
 }
