@@ -238,23 +238,18 @@ TEST(KZHost, TellsWhatItCannotFind) {
     EXPECT_EQ(nothing.console, Start +
                                    "Retrieving plug-ins from ./*.osx...\nCouldn't find any OSX to load.\n" +
                                    Quit + End + Exit);
-    struct Case {
-        char const * option;
-        std::string expected;
-    };
     place.Write("text.osx", "no library\n");
     std::filesystem::create_directory(place.Path("directory.lst"));
-    Case const cases[] = {
+    std::pair<char const *, std::string> const cases[] = {
         {"/osxpath:/no/such", "Invalid directory: /no/such\n"},
         {"/osxpath:/no/such/my.lst", "The plug-ins list file /no/such/my.lst does not exist.\n"},
         {"/osxpath:directory.lst", "The plug-ins list file directory.lst does not exist.\n"},
         {"/osxpath:.", "LoadLibrary fails on " + place.Path("text.osx") + ": "},
     };
-    for (Case const & each : cases) {
-        HostResult const result = RunHost(TEST_HOST, {each.option}, place.Path());
-        EXPECT_NE(result.console.find(each.expected), std::string::npos) << each.option << '\n'
-                                                                         << result.console;
-        EXPECT_EQ(result.status, 0) << each.option;
+    for (auto const & [option, expected] : cases) {
+        HostResult const result = RunHost(TEST_HOST, {option}, place.Path());
+        EXPECT_NE(result.console.find(expected), std::string::npos) << option << '\n' << result.console;
+        EXPECT_EQ(result.status, 0) << option;
     }
 }
 

@@ -7,6 +7,7 @@
 #include "ZerlithCore/platform/Faults.h"
 
 #include "files/TemporaryDirectory.h"
+#include "platform/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -82,6 +83,7 @@ TEST(GlbTraceLevel, IsOneUntilItIsSet) {
 }
 
 TEST(KZStackDump, NamesFunctionModuleAndOffset) {
+    EXPECT_EQ(KZStackDump().GetCode(), 0U);
     std::string const text = KZStackDump().GetStackText();
     EXPECT_TRUE(std::regex_search(
         text, std::regex("(^|\n)  0x[0-9a-f]+ .*NamesFunctionModuleAndOffset.*\\+0x[0-9a-f]+ "
@@ -129,6 +131,16 @@ TEST(KZConsole, KeepsItsPlaceBetweenTheOtherWaysToStandardOutput) {
                   std::string(2000, 'x'));
 }
 
+TEST(KZConsole, TellsWhatStandardOutputDoesNotTake) {
+    ChildProcess child([] {
+        if (!std::freopen("/dev/full", "w", stdout)) return 1;
+        bool const isFlushed = (KZGetConsole() << L"x" << std::flush).good();
+        std::setvbuf(stdout, nullptr, _IONBF, 0);
+        return isFlushed || (KZLockedCOUT::GetCout(1) << L"y").good() ? 2 : 0;
+    });
+    EXPECT_EQ(child.Status(), 0);
+}
+
 TEST(KZLockedCOUT, KeepsTheLinesOfThreadsWhole) {
     testing::internal::CaptureStdout();
     std::vector<std::thread> threads;
@@ -158,6 +170,8 @@ TEST(KZLockedCOUT, TakesItsStreamFromTheSource) {
     KZLockedCOUT::GetCout(1) << L"told";
     KZLockedCOUT::SetStreamSource(nullptr);
     EXPECT_EQ(streams[1].str(), L"told");
+    KZLockedCOUT const console;
+    std::thread([] { EXPECT_FALSE(KZLockedCOUT::IsHeldByCaller()); }).join();
 }
 
 } // namespace

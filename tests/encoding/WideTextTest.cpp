@@ -5,12 +5,7 @@
 using namespace KZEncoding;
 
 TEST(WideText, JoinsAndSplitsPairs) {
-    struct Case {
-        char const * what;
-        std::u16string units;
-        std::wstring wide;
-    };
-    Case const cases[] = {
+    std::tuple<char const *, std::u16string, std::wstring> const cases[] = {
         {"pair", u"a\U0001F600", L"a\U0001F600"},
         {"0 unit", {u'a', 0, u'b'}, {L'a', 0, L'b'}},
         {"lone surrogates",
@@ -18,12 +13,12 @@ TEST(WideText, JoinsAndSplitsPairs) {
          {wchar_t(0xD800), L'a', wchar_t(0xDC00), wchar_t(0xD800)}},
         {"high before a pair", {0xD800, 0xD83D, 0xDE00}, {wchar_t(0xD800), wchar_t(0x1F600)}},
     };
-    for (Case const & c : cases) {
-        EXPECT_EQ(ToWide(c.units), c.wide) << c.what;
-        EXPECT_EQ(FromWide(c.wide), c.units) << c.what;
-        std::u16string filled(c.units.size(), u'?');
-        EXPECT_EQ(FromWide(c.wide, filled.data()), c.units.size()) << c.what;
-        EXPECT_EQ(filled, c.units) << c.what;
+    for (auto const & [what, units, wide] : cases) {
+        EXPECT_EQ(ToWide(units), wide) << what;
+        EXPECT_EQ(FromWide(wide), units) << what;
+        std::u16string filled(units.size(), u'?');
+        EXPECT_EQ(FromWide(wide, filled.data()), units.size()) << what;
+        EXPECT_EQ(filled, units) << what;
     }
     EXPECT_EQ(FromWide(std::wstring{wchar_t(0x110000), wchar_t(-1)}), u"\uFFFD\uFFFD");
 }

@@ -41,20 +41,16 @@ TEST(KZErrorI, HasNoParametersOfItsOwn) {
 }
 
 TEST(KZException, ShowsTheUserWhatStandsBehindTheMarker) {
-    struct Case {
-        char16_t const * message;
-        char const * shown;
-    };
-    Case const cases[] = {{u"plain", "plain"},
-                          {u"report###***###short", "short"},
-                          {u"a###***###b###***###c", "b###***###c"},
-                          {u"###***###", ""},
-                          {u"", ""},
-                          {u"\u20ac", "\xE2\x82\xAC"}};
-    for (Case const & each : cases) {
-        KZException const exception(each.message, true);
-        EXPECT_STREQ(exception.what(), each.shown);
-        EXPECT_EQ(KZString(exception.What()).AsUTF8(), each.shown);
+    std::pair<char16_t const *, char const *> const cases[] = {{u"plain", "plain"},
+                                                               {u"report###***###short", "short"},
+                                                               {u"a###***###b###***###c", "b###***###c"},
+                                                               {u"###***###", ""},
+                                                               {u"", ""},
+                                                               {u"\u20ac", "\xE2\x82\xAC"}};
+    for (auto const & [message, shown] : cases) {
+        KZException const exception(message, true);
+        EXPECT_STREQ(exception.what(), shown);
+        EXPECT_EQ(KZString(exception.What()).AsUTF8(), shown);
         EXPECT_TRUE(exception.Stack().IsNull());
     }
 }

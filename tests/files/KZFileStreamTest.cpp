@@ -51,12 +51,7 @@ TEST_F(KZFileStreamTest, AnyBytesSurviveALoadAndASave) {
 }
 
 TEST_F(KZFileStreamTest, MeetsTextInItsEncoding) {
-    struct Case {
-        char const * what;
-        std::string bytes;
-        std::wstring text;
-    };
-    Case const cases[] = {
+    std::tuple<char const *, std::string, std::wstring> const cases[] = {
         {"empty", "", L""},
         {"mark alone", "\xEF\xBB\xBF", L""},
         {"mark in front", "\xEF\xBB\xBFz\n", L"z\n"},
@@ -73,9 +68,9 @@ TEST_F(KZFileStreamTest, MeetsTextInItsEncoding) {
         {"lone surrogates", std::string("\xFE\xFF\xDE\0\xD8\x3D\0z", 8), L"\xDE00\xD83Dz"},
         {"high surrogate and an odd byte", "\xFE\xFF\xD8\x3D\xDE", L"\xD83D\x1100DE"},
     };
-    for (Case const & c : cases) {
-        folder.Write(u"file.txt", c.bytes);
-        EXPECT_TRUE(ReadAll(Path()) == c.text) << c.what;
+    for (auto const & [what, bytes, text] : cases) {
+        folder.Write(u"file.txt", bytes);
+        EXPECT_TRUE(ReadAll(Path()) == text) << what;
     }
 }
 
@@ -198,12 +193,7 @@ TEST_F(KZFileStreamTest, TurnsRoundWithoutASeek) {
 }
 
 TEST_F(KZFileStreamTest, OpensByTheModesOfTheStandard) {
-    struct Case {
-        ios_base::openmode mode;
-        char const * ifMissing; // null if opening fails
-        char const * ifThere;
-    };
-    Case const cases[] = {
+    std::tuple<ios_base::openmode, char const *, char const *> const cases[] = {
         {ios_base::in, nullptr, nullptr},
         {ios_base::out, "new", "new"},
         {ios_base::out | ios_base::trunc, "new", "new"},
@@ -215,13 +205,13 @@ TEST_F(KZFileStreamTest, OpensByTheModesOfTheStandard) {
         {ios_base::in | ios_base::trunc, nullptr, nullptr},
         {ios_base::app | ios_base::trunc, nullptr, nullptr},
     };
-    for (Case const & c : cases) {
+    for (auto const & [mode, ifMissing, ifThere] : cases) {
         folder.Write(u"there", "older");
         for (char16_t const * name : {u"missing", u"there"}) {
-            char const * const expected = name == std::u16string(u"there") ? c.ifThere : c.ifMissing;
-            KZFileStream stream(Path(name), c.mode);
+            char const * const expected = name == std::u16string(u"there") ? ifThere : ifMissing;
+            KZFileStream stream(Path(name), mode);
             stream << L"new";
-            SCOPED_TRACE(KZString(name).AsUTF8() + " mode " + std::to_string(c.mode));
+            SCOPED_TRACE(KZString(name).AsUTF8() + " mode " + std::to_string(mode));
             EXPECT_EQ(stream.good(), expected != nullptr);
             EXPECT_EQ(stream.close(), expected != nullptr) << "what was put in is lost";
             EXPECT_TRUE(!expected || folder.Read(name) == expected) << folder.Read(name);

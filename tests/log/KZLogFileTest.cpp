@@ -9,6 +9,7 @@
 #include "ZerlithCore/platform/Clock.h"
 
 #include "files/TemporaryDirectory.h"
+#include "platform/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -67,10 +68,7 @@ TEST(LogStamp, IsLocalTimeToTheSecond) {
 }
 
 TEST_F(KZLogFileTest, PutStringKeepsOneCallOnOneLine) {
-    struct Case {
-        char16_t const *text, *written;
-    };
-    Case const cases[] = {
+    std::pair<char16_t const *, char16_t const *> const cases[] = {
         {nullptr, u""},
         {u"", u""},
         {u"a", u"a"},
@@ -86,9 +84,9 @@ TEST_F(KZLogFileTest, PutStringKeepsOneCallOnOneLine) {
     std::u16string expected;
     KZLogFile log;
     ASSERT_TRUE(log.Open(path.c_str()));
-    for (Case const & c : cases) {
-        log.PutString(c.text);
-        expected += c.written;
+    for (auto const & [text, written] : cases) {
+        log.PutString(text);
+        expected += written;
     }
     EXPECT_EQ(Units(), u"");
     log.Flush();
@@ -250,6 +248,12 @@ TEST_F(KZLogFileTest, ConsoleAndDualStreamsReachTheConsole) {
     subscriber.OnFlush(1, u"\U0001F600");
     KZGetConsole().rdbuf(own);
     EXPECT_EQ(elsewhere.str(), L"\U0001F600");
+    ChildProcess child([this] {
+        bool const isOpen = std::freopen(folder.Path(u"out").AsUTF8().c_str(), "w", stdout) != nullptr;
+        KZConsoleLogSubscriber(1).OnFlush(1, u"heard\n");
+        return isOpen && folder.Read(u"out") == "heard\n" ? 0 : 1; // before anybody else flushes
+    });
+    EXPECT_EQ(child.Status(), 0);
     testing::internal::CaptureStdout();
     KZDualLogStream consoleOnly, broken(folder.Path(u"no/such")), both(path);
     EXPECT_TRUE(consoleOnly.IsGood() && both.IsGood() && !broken.IsGood());

@@ -52,6 +52,8 @@ TEST(KZErrorID, IsSuccessWhenNullOrCodeZero) {
     EXPECT_TRUE(id.Bad());
     EXPECT_EQ(id, -1);
     EXPECT_EQ(id.AsString(), u"broken");
+    struct Plain : KZErrorString {};
+    EXPECT_TRUE(KZErrorID(new Plain).Good());
     id = KZErrorID::Success;
     EXPECT_TRUE(id.Good());
 }

@@ -63,23 +63,15 @@ TEST(KZUWCharSet, AgreesWithBitsOnRandomOperations) {
             sets[a].DelRange(low, high);
             for (std::size_t i = low; i <= high; ++i) bits[a].reset(i);
             break;
-        case 3:
-            sets[a] |= sets[b];
-            bits[a] |= bits[b];
-            break;
-        case 4:
-            sets[a] /= sets[b];
-            bits[a] &= ~bits[b];
-            break;
-        case 5:
-            sets[a] &= sets[b];
-            bits[a] &= bits[b];
-            break;
+        case 3: sets[a] |= sets[b], bits[a] |= bits[b]; break;
+        case 4: sets[a] /= sets[b], bits[a] &= ~bits[b]; break;
+        case 5: sets[a] &= sets[b], bits[a] &= bits[b]; break;
         default: {
             KZUWCharSet left = sets[a], right = sets[b];
             common.AddChar('x');
             common.ComputeDifference(left, right);
             EXPECT_EQ(common.IsEmpty(), !(sets[a] & sets[b]));
+            EXPECT_FALSE((left & common) || (right & common));
             EXPECT_EQ((left |= common), sets[a]);
             EXPECT_EQ((right |= common), sets[b]);
         }

@@ -54,6 +54,9 @@ TEST_F(FilesTest, KnowsTheProcess) {
     std::u16string const before = GetWorkingDirectory();
     ASSERT_TRUE(SetWorkingDirectory(folder));
     EXPECT_EQ(GetWorkingDirectory(), FullPath(u"x/.."));
+    EXPECT_TRUE(MakeDirectory(path) && SetWorkingDirectory(path) && RemoveEmptyDirectory(path));
+    EXPECT_EQ(GetWorkingDirectory(), u"");
+    EXPECT_EQ(LastErrorNumber(), ENOENT);
     EXPECT_TRUE(SetWorkingDirectory(before));
     EXPECT_EQ(GetEnvironment(u"KZ_NO_SUCH_VARIABLE"), std::nullopt);
     EXPECT_TRUE(SetEnvironment(u"KZ_TEST", u"\u00E9\xDCFF"));

@@ -81,7 +81,7 @@ TEST(RecursiveLock, KeepsThreadsApart) {
             for (int i = 0; i < 20000; ++i) {
                 lock.Lock();
                 EXPECT_TRUE(lock.TryLock());
-                if (i % 100 == 0) std::this_thread::yield(); // the others have to sleep
+                if (i % 1000 == 0) std::this_thread::yield(); // the others have to sleep
                 ++count;
                 lock.Unlock();
                 lock.Unlock();

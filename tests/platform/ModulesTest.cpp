@@ -69,25 +69,20 @@ TEST(Modules, RelativePathsKeepTheirPlace) {
 TEST(Modules, FailuresHaveClearTexts) {
     std::ofstream(std::string(MODULES_FOLDER) + "/text.so")
         << "This is no library, but long enough to be looked at: " << std::string(100, '.');
-    struct Case {
-        char16_t const * name;
-        int number; // 0 for the loader's message
-        char16_t const * part;
-    };
-    constexpr Case cases[] = {
+    constexpr std::tuple<char16_t const *, int, char16_t const *> cases[] = {
         {u"missing.so", ENOENT, u"No such file"},
         {u"", EISDIR, u"Is a directory"},
         {u"text.so", 0, u"text.so: invalid ELF header"},
         {u"orphan.so", 0, u"undefined symbol: MessagesAnswer"},
     };
     SetThreadLanguage(englishLanguage);
-    for (Case const & c : cases) {
-        KZString const path(std::u16string_view(Folder() + c.name));
-        EXPECT_EQ(LoadModule(Folder() + c.name), nullptr) << path.AsUTF8();
+    for (auto const & [name, number, part] : cases) {
+        KZString const path(std::u16string_view(Folder() + name));
+        EXPECT_EQ(LoadModule(Folder() + name), nullptr) << path.AsUTF8();
         KZErrorID const id(new KZWinLastError);
-        EXPECT_EQ(id, c.number ? c.number : LastErrorNumber()) << path.AsUTF8();
+        EXPECT_EQ(id, number ? number : LastErrorNumber()) << path.AsUTF8();
         EXPECT_TRUE(id.Bad());
-        EXPECT_NE(id.AsString().Find(c.part), KZString::npos)
+        EXPECT_NE(id.AsString().Find(part), KZString::npos)
             << path.AsUTF8() << ": " << id.AsString().AsUTF8();
     }
     SetThreadLanguage(neutralLanguage);

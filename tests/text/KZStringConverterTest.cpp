@@ -66,6 +66,7 @@ TEST(KZStringConverter, LatinTellsUnitsItLacksAndConvertsAllTheSame) {
     hidden += u'\0';
     hidden += u'€';
     Case const cases[] = {{"euro", u"1 €", "1 ?", 11},
+                          {"the first one beyond", u"\u0100", "?", 11},
                           {"behind a 0 unit", hidden, "ab", 11},
                           {"all Latin", u"\u00FFa",
                            "\xFF"
@@ -130,11 +131,7 @@ TEST(KZStringConverter, TellsConvertersThatAreNotValid) {
 TEST(KZStringConverter, MultiByteReadsByTables) {
     Mapping const tables;
     KZMultiByteConverter const converter(&tables.mapping);
-    struct Case {
-        char const *what, *bytes;
-        char16_t const * units;
-    };
-    static constexpr Case cases[] = {
+    static constexpr std::tuple<char const *, char const *, char16_t const *> cases[] = {
         {"nothing above 255 leaves the text empty", "abc", u""},
         {"nothing but a lead byte", "a\x81", u""},
         {"pair", "a\x81@b", u"aあb"},
@@ -143,10 +140,10 @@ TEST(KZStringConverter, MultiByteReadsByTables) {
         {"trail that means nothing", "\x80\x81!", u"€?"},
         {"empty", "", u""},
     };
-    for (Case const & c : cases) {
+    for (auto const & [what, bytes, units] : cases) {
         KZString text(u"old");
-        converter.ConvertMbToStr(text, c.bytes);
-        EXPECT_EQ(text, c.units) << c.what;
+        converter.ConvertMbToStr(text, bytes);
+        EXPECT_EQ(text, units) << what;
     }
     EXPECT_EQ(converter.ConvertStrToMb(u"aあ€い"), "a\x81@??");
     KZString text(u"old");
@@ -189,4 +186,7 @@ TEST(KZWideText, StreamsUpToTheFirstZero) {
     stream.width(1);
     stream << KZString() << KZString(u"d");
     EXPECT_EQ(stream.str(), L"   abc d");
+    std::u16string units;
+    KZAppendWide(units, L'\U0001F600');
+    EXPECT_EQ(units, u"\U0001F600");
 }

@@ -177,46 +177,21 @@ TEST(KZString, RemovesTrimsAndReplaces) {
 }
 
 // The number of functions that accept a `Unit` as a unit.
-template <class Unit, class S = KZString>
-constexpr int callsWith = requires(S s, Unit unit) {
-    S(unit);
-}
-+ requires(S s, Unit unit) {
-    S(unit, 2U);
-}
-+ requires(S s, Unit unit) {
-    s = unit;
-}
-+ requires(S s, Unit unit) {
-    s += unit;
-}
-+ requires(S s, Unit unit) {
-    s + unit;
-}
-+ requires(S s, Unit unit) {
-    s == unit;
-}
-+ requires(S s, Unit unit) {
-    s.push_back(unit);
-}
-+ requires(S s, Unit unit) {
-    s.Insert(0, unit);
-}
-+ requires(S s, Unit unit) {
-    s.Set(0, unit);
-}
-+ requires(S s, Unit unit) {
-    s.Find(unit);
-}
-+ requires(S s, Unit unit) {
-    s.RFind(unit);
-}
-+ requires(S s, Unit unit) {
-    s.LTrim(unit);
-}
-+ requires(S s, Unit unit) {
-    s.RTrim(unit);
-};
+template <class Unit>
+constexpr int callsWith =
+    [](auto... calls) {
+        return (0 + ... + (std::is_invocable_v<decltype(calls), KZString &, Unit> ? 1 : 0));
+    }([](auto &, auto u) -> decltype(void(KZString(u))) {}, //
+      [](auto &, auto u) -> decltype(void(KZString(u, 2U))) {},
+      [](auto & s, auto u) -> decltype(void(s = u)) {}, [](auto & s, auto u) -> decltype(void(s += u)) {},
+      [](auto & s, auto u) -> decltype(void(s + u)) {}, [](auto & s, auto u) -> decltype(void(s == u)) {},
+      [](auto & s, auto u) -> decltype(void(s.push_back(u))) {},
+      [](auto & s, auto u) -> decltype(void(s.Insert(0, u))) {},
+      [](auto & s, auto u) -> decltype(void(s.Set(0, u))) {},
+      [](auto & s, auto u) -> decltype(void(s.Find(u))) {},
+      [](auto & s, auto u) -> decltype(void(s.RFind(u))) {},
+      [](auto & s, auto u) -> decltype(void(s.LTrim(u))) {},
+      [](auto & s, auto u) -> decltype(void(s.RTrim(u))) {});
 static_assert(callsWith<char16_t> == 13 && callsWith<char> == 11,
               "one char makes no string, as several don't");
 static_assert(callsWith<int> + callsWith<unsigned short> + callsWith<long> + callsWith<bool> +

@@ -166,8 +166,8 @@ TEST(KZBaton, TurnsRunInOrderWhateverTheArrival) {
         for (std::thread & thread : threads) thread.join();
         EXPECT_EQ(order, (std::vector<unsigned int>{1, 2, 3, 4, 5}));
         baton.Lock(0); // turns that have passed don't block
-        baton.lock(4);
-        baton.unlock();
+        baton.lock(5);
+        std::thread([&] { baton.lock(6), baton.unlock(); }).join();
     }
 }
 

@@ -86,10 +86,7 @@ TEST(KZDurationEx, AddsNumbersInTheSmallerUnit) {
 }
 
 TEST(KZDurationEx, NormalizesWithoutLoss) {
-    constexpr struct {
-        Duration from;
-        Duration to;
-    } cases[] = {
+    constexpr std::pair<Duration, Duration> cases[] = {
         {Duration(1209600, Duration::second), Duration(2, Duration::week)},
         {Duration(365, Duration::day), Duration(365, Duration::day)},
         {Duration(90, Duration::minute), Duration(90, Duration::minute)},
@@ -97,11 +94,11 @@ TEST(KZDurationEx, NormalizesWithoutLoss) {
         {Duration(52, Duration::week), Duration(52, Duration::week)},
         {Duration(0, Duration::millisecond), Duration(0, Duration::millisecond)},
     };
-    for (auto const & c : cases) {
-        Duration value = c.from;
+    for (auto const & [from, to] : cases) {
+        Duration value = from;
         value.Normalize();
-        EXPECT_EQ(value, c.to) << c.from.AsString().AsUTF8();
-        EXPECT_TRUE(value.IsEquivalent(c.from));
+        EXPECT_EQ(value, to) << from.AsString().AsUTF8();
+        EXPECT_TRUE(value.IsEquivalent(from));
     }
     EXPECT_LT(Duration(6, Duration::day), Duration(1, Duration::week));
     EXPECT_GE(Duration(1, Duration::week), Duration(7, Duration::day));

@@ -326,21 +326,19 @@ TEST(KZDSTAdjuster, MovesDatesOfSummer) {
                               Zone(u"W. Europe Standard Time"));
     KZDSTAdjuster const south(at(u"2024/01/01 00:00:00"), at(u"2024/12/31 00:00:00"),
                               Zone(u"AUS Eastern Standard Time"));
-    constexpr struct {
-        char16_t const * date;
-        bool inNorth, inSouth;
-    } cases[] = {{u"2024/03/31 01:59:59", false, true}, {u"2024/03/31 02:00:00", true, true},
-                 {u"2024/04/07 03:00:00", true, false}, {u"2024/10/27 02:59:59", true, true},
-                 {u"2024/10/27 03:00:00", false, true}, {u"2024/01/01 00:00:00", false, true},
-                 {u"2024/12/31 23:59:59", false, true}};
-    for (auto const & c : cases) {
-        for (auto const & [adjuster, moves] : {std::pair(&north, c.inNorth), std::pair(&south, c.inSouth)}) {
-            KZDateTime value = at(c.date);
+    constexpr std::tuple<char16_t const *, bool, bool> cases[] = {
+        {u"2024/03/31 01:59:59", false, true}, {u"2024/03/31 02:00:00", true, true},
+        {u"2024/04/07 03:00:00", true, false}, {u"2024/10/27 02:59:59", true, true},
+        {u"2024/10/27 03:00:00", false, true}, {u"2024/01/01 00:00:00", false, true},
+        {u"2024/12/31 23:59:59", false, true}};
+    for (auto const & [date, inNorth, inSouth] : cases) {
+        for (auto const & [adjuster, moves] : {std::pair(&north, inNorth), std::pair(&south, inSouth)}) {
+            KZDateTime value = at(date);
             adjuster->AdjustDate(value);
-            EXPECT_EQ(value.AsSeconds() - at(c.date).AsSeconds(), moves ? 3600U : 0U)
-                << KZString(c.date).AsUTF8();
+            EXPECT_EQ(value.AsSeconds() - at(date).AsSeconds(), moves ? 3600U : 0U)
+                << KZString(date).AsUTF8();
             if (moves) adjuster->AdjustBucketDate(value);
-            EXPECT_EQ(value, at(c.date));
+            EXPECT_EQ(value, at(date));
         }
     }
     KZDateTime still = at(u"2024/07/01 00:00:00");

@@ -58,13 +58,8 @@ TEST(KZDOMDocument, ReadsAndWritesFiles) {
     EXPECT_FALSE(document.GetLastParseError().GetReason().IsNull());
     EXPECT_FALSE(document.Load(directory.Path(u""), true));
 
-    struct Case {
-        std::string bytes;
-        std::int32_t code;
-        char16_t const * text;
-    };
     using namespace std::string_literals;
-    Case const cases[] = {
+    std::tuple<std::string, std::int32_t, char16_t const *> const cases[] = {
         {"<a>\xC3\xA9</a>", 0, u"\u00e9"},
         {"\xEF\xBB\xBF<a>\xC3\xA9</a>", 0, u"\u00e9"},
         {"<?xml version='1.0' encoding='ISO-8859-1' standalone='yes'?><a>\xE9</a>", 0, u"\u00e9"},
@@ -75,13 +70,13 @@ TEST(KZDOMDocument, ReadsAndWritesFiles) {
         {"", KZDOMResult::Empty, nullptr},
         {"<a>\0</a>"s, KZDOMResult::UnclosedElement, nullptr},
     };
-    for (Case const & c : cases) {
-        directory.Write(u"d\u00e9.xml", c.bytes);
-        EXPECT_EQ(document.Load(path, true), c.text != nullptr) << c.bytes;
+    for (auto const & [bytes, code, text] : cases) {
+        directory.Write(u"d\u00e9.xml", bytes);
+        EXPECT_EQ(document.Load(path, true), text != nullptr) << bytes;
         KZDOMParseError const error = document.GetLastParseError();
-        EXPECT_EQ(error.GetErrorCode(), c.code) << c.bytes << error.GetReason().AsUTF8();
-        if (c.text) {
-            EXPECT_EQ(document.ValueOf(u"a"), c.text) << c.bytes;
+        EXPECT_EQ(error.GetErrorCode(), code) << bytes << error.GetReason().AsUTF8();
+        if (text) {
+            EXPECT_EQ(document.ValueOf(u"a"), text) << bytes;
             document.SelectNode(u"a").AsElement().SetAttribute(u"k", u"\u20ac");
             document.SaveToFile(path);
             std::string const written = directory.Read(u"d\u00e9.xml");
@@ -90,7 +85,7 @@ TEST(KZDOMDocument, ReadsAndWritesFiles) {
             KZDOMDocument again = KZDOMDocument::Create();
             EXPECT_TRUE(again.Load(path, true));
             EXPECT_EQ(Formatted(again), Formatted(document));
-        } else if (c.code == KZDOMResult::MismatchedTag) {
+        } else if (code == KZDOMResult::MismatchedTag) {
             EXPECT_EQ(error.GetSourceText(), u"</b>");
             EXPECT_EQ(error.GetLine(), 2U);
         }
@@ -156,13 +151,8 @@ KZString Tenfold(KZString const & mark, KZString const & reference, KZString con
 TEST(KZDOMDocument, EndsAtItsLimits) {
     LowLimits const low;
     KZString const laughs = Tenfold(u"", u"&", u"ha", 11), large(u'x', 10'000'001U);
-    struct Case {
-        KZString type; // the content of the document type
-        KZString text; // the content of the root element
-        char16_t const * reason;
-    };
     auto const entity = [](unsigned bytes) { return u"<!ENTITY e '" + KZString(u'x', bytes) + u"'>"; };
-    Case const cases[] = {
+    std::tuple<KZString, KZString, char16_t const *> const cases[] = {
         {laughs, u"><b>&e11;</b>", u"expand"},
         {laughs, u" k='&e11;'>", u"expand"},
         {u"<!ENTITY e '&f;'><!ENTITY f '&e;'>", u">&e;", u"refers to itself"},
@@ -190,15 +180,15 @@ TEST(KZDOMDocument, EndsAtItsLimits) {
         {u"", u" k='" + large + u"'>", u"attribute's value"},
         {u"", u"><" + KZString(u'x', 60'000U) + u"/>", u"A name"},
     };
-    for (Case const & c : cases) {
-        SCOPED_TRACE((c.type.SubStr(0, 60) + c.text.SubStr(0, 60)).AsUTF8());
+    for (auto const & [type, text, reason] : cases) {
+        SCOPED_TRACE((type.SubStr(0, 60) + text.SubStr(0, 60)).AsUTF8());
         KZDOMDocument document = KZDOMDocument::Create();
-        bool const isLoaded = document.Load(u"<!DOCTYPE a [" + c.type + u"]><a" + c.text + u"</a>");
+        bool const isLoaded = document.Load(u"<!DOCTYPE a [" + type + u"]><a" + text + u"</a>");
         KZDOMParseError const error = document.GetLastParseError();
-        if (!c.reason) continue; // only has to come to an end
+        if (!reason) continue; // only has to come to an end
         EXPECT_FALSE(isLoaded);
         EXPECT_EQ(error.GetErrorCode(), KZDOMResult::LimitExceeded);
-        EXPECT_NE(error.GetReason().Find(c.reason), KZString::npos) << error.GetReason().AsUTF8();
+        EXPECT_NE(error.GetReason().Find(reason), KZString::npos) << error.GetReason().AsUTF8();
     }
     EXPECT_TRUE(KZDOMDocument::Create().Load(u"<a>" + KZString(u'x', 10'000'000U) + u"</a>"));
     EXPECT_TRUE(KZDOMDocument::Create().Load(Repeated(u"<a>", 256) + Repeated(u"</a>", 256)));

@@ -60,11 +60,7 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
     KZString const file = directory.Path(u"file.xml");
     directory.Write(u"file.xml", "<secret/>");
     KZDOMDocument const source = Parsed(u"<r><i/><i/><i/><i/><i/><i/><i/><i/><i/><i/></r>");
-    struct Case {
-        KZString sheet;
-        std::int32_t code;
-    };
-    Case const cases[] = {
+    std::pair<KZString, std::int32_t> const cases[] = {
         {u"<x:import href='" + file + u"'/>", KZDOMResult::BadStylesheet},
         {u"<x:include href='http://127.0.0.1:9/'/>", KZDOMResult::BadStylesheet},
         {u"<x:template match='['/>", KZDOMResult::BadStylesheet},
@@ -80,11 +76,11 @@ TEST(KZDOMTransform, RefusesWhatIsBad) {
         {u"<x:template match='i[$v]'/>", KZDOMResult::BadStylesheet},
     };
     testing::internal::CaptureStderr();
-    for (Case const & c : cases)
+    for (auto const & [sheet, code] : cases)
         EXPECT_EQ(
-            CodeOf([&] { EXPECT_EQ(source.TransformNode(Sheet(c.sheet)).Find(u"secret"), KZString::npos); }),
-            c.code)
-            << c.sheet.AsUTF8();
+            CodeOf([&] { EXPECT_EQ(source.TransformNode(Sheet(sheet)).Find(u"secret"), KZString::npos); }),
+            code)
+            << sheet.AsUTF8();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     EXPECT_EQ(CodeOf([&] { static_cast<void>(source.TransformNode(KZDOMDocument::Create())); }),
               KZDOMResult::BadStylesheet);
@@ -152,17 +148,13 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
     KZDOMDocument const source =
         Parsed(u"<r><t>" + KZString(u'x', 200'000U) + u"</t>" + Repeated(u"<i k='v'/>", 4'000) +
                Repeated(u"<a>", 200) + Repeated(u"</a>", 200) + u"</r>");
-    struct Case {
-        KZString sheet;
-        char16_t const * reason;
-    };
     auto const each = [](KZString const & body) {
         return AtRoot(u"<x:for-each select='//i'>" + body + u"</x:for-each>");
     };
     KZString sets;
     for (unsigned int i = 0; i < 100; ++i)
         sets += u"<x:attribute name='a" + KZString(char16_t(u'A' + i % 26), 1 + i / 26) + u"'/>";
-    Case const cases[] = {
+    std::pair<KZString, char16_t const *> const cases[] = {
         {u"<x:template match='/' name='t'><x:call-template name='t'/></x:template>", u"1,000 levels"},
         {u"<x:template match='i'><x:apply-templates select='.'/></x:template>", u"1,000 levels"},
         {each(u"<x:value-of select=\"contains(/r/t, 'y')\"/>"), u"200,000,000"},
@@ -188,14 +180,14 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
         {each(u"<x:value-of select='" + Repeated(u"(", 300) + u"1" + Repeated(u")", 300) + u"'/>"),
          u"250 levels"},
     };
-    for (Case const & c : cases) {
-        SCOPED_TRACE(c.sheet.SubStr(0, 200).AsUTF8());
+    for (auto const & [sheet, reason] : cases) {
+        SCOPED_TRACE(sheet.SubStr(0, 200).AsUTF8());
         try {
-            static_cast<void>(source.TransformNode(Sheet(u"<x:output method='text'/>" + c.sheet)));
+            static_cast<void>(source.TransformNode(Sheet(u"<x:output method='text'/>" + sheet)));
             ADD_FAILURE() << "it ends as if nothing were";
         } catch (KZDOMException const & exception) {
             EXPECT_EQ(exception.GetResultCode(), KZDOMResult::LimitExceeded);
-            EXPECT_NE(KZString(exception.What()).Find(c.reason), KZString::npos) << exception.what();
+            EXPECT_NE(KZString(exception.What()).Find(reason), KZString::npos) << exception.what();
         }
     }
 }
