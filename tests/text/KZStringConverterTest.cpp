@@ -177,8 +177,4 @@ TEST(KZWideText, StreamsUpToTheFirstZero) {
         stream << text;
         EXPECT_EQ(stream.str(), KZToWide(units)) << size;
     }
-    std::wostringstream stream;
-    stream.width(5);
-    stream << KZString(u"ab") << KZString(u"c");
-    EXPECT_EQ(stream.str(), L"   abc");
 }
