@@ -19,8 +19,9 @@ namespace KZDetail {
 
 namespace {
 
-constexpr std::size_t blockBytes = 4096;
-constexpr std::size_t blockUnits = 4096;
+constexpr std::size_t blockBytes = 4096;    // are read at once
+constexpr std::size_t gatheredBytes = 8192; // are written at once, or more, with the text that fills them
+constexpr std::size_t blockUnits = 4096;    // are encoded between two writes
 
 using KZPlatform::FileOrigin;
 using std::ios_base;
@@ -170,7 +171,7 @@ bool UnitFile::Write(std::u16string_view units) {
         std::u16string_view const piece = units.substr(0, blockUnits);
         units.remove_prefix(piece.size());
         Gather(piece);
-        if (bytes_.size() >= blockBytes && !WriteGathered()) return false;
+        if (bytes_.size() >= gatheredBytes && !WriteGathered()) return false;
     }
     failed_ = hasFailed;
     return true;

@@ -180,13 +180,4 @@ TEST(KZWideText, StreamsUpToTheFirstZero) {
         stream << text;
         EXPECT_EQ(stream.str(), KZToWide(units)) << size;
     }
-    std::wostringstream stream;
-    stream.width(5);
-    stream << KZString(u"ab") << KZString(u"c");
-    stream.width(1);
-    stream << KZString() << KZString(u"d");
-    EXPECT_EQ(stream.str(), L"   abc d");
-    std::u16string units;
-    KZAppendWide(units, L'\U0001F600');
-    EXPECT_EQ(units, u"\U0001F600");
 }
