@@ -157,7 +157,8 @@ TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {
         EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu")).Good());
         EXPECT_EQ(text, u"Good morning, Ada");
         id = KZErrorID();
-        EXPECT_TRUE(byItself ? !FreeModule(nullptr) : LoadModule(u"") == nullptr); // each call of the loader unloads it
+        EXPECT_TRUE(byItself ? !FreeModule(nullptr)
+                             : LoadModule(u"") == nullptr); // each call of the loader unloads it
         EXPECT_FALSE(IsModuleLoaded(path));
     }
 }
