@@ -67,8 +67,11 @@ public:
 
     /// The raw pointer; no null check, no change of the count.
     operator T *() const noexcept { return object_; }
+    // The analyzer doesn't follow counts, and takes each release for the last one.
+    // NOLINTBEGIN(clang-analyzer-cplusplus.NewDelete)
     T * operator->() const noexcept { return object_; }
     T & operator*() const noexcept { return *object_; }
+    // NOLINTEND(clang-analyzer-cplusplus.NewDelete)
 
     /// The raw pointer with const removed: the sole way from a handle on a const object to a writable pointer.
     [[nodiscard]] std::remove_const_t<T> * GetPtr() const noexcept {
