@@ -290,7 +290,7 @@ void KZApplication::AddToPath(char16_t const * directory) {
     KZString const added(directory);
     if (added.IsNull()) return;
     KZString path(KZPlatform::GetEnvironment(u"PATH").value_or(std::u16string()));
-    if (!path.IsNull()) path += KZPlatform::PathListSeparator;
+    if (!path.IsNull()) path += KZPlatform::pathListSeparator;
     path += added;
     KZPlatform::SetEnvironment(u"PATH", std::u16string_view(path));
 }

@@ -83,7 +83,7 @@ std::optional<std::size_t> CodePageTables::Decode(std::string_view bytes, std::s
         char16_t unit = units_[static_cast<unsigned char>(*in)];
         if (IsMark(unit)) {
             if (invalid == InvalidBytes::Refuse) return std::nullopt;
-            unit = ReplacementUnit;
+            unit = replacementUnit;
         }
         *outAt++ = unit;
     }

@@ -8,7 +8,7 @@
 namespace KZEncoding {
 
 /// The unit that replaces what can't be converted.
-inline constexpr char16_t ReplacementUnit = 0xFFFD;
+inline constexpr char16_t replacementUnit = 0xFFFD;
 
 [[nodiscard]] constexpr bool IsSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFF800) == 0xD800; }
 [[nodiscard]] constexpr bool IsHighSurrogate(char32_t unit) noexcept { return (unit & 0xFFFFFC00) == 0xD800; }

@@ -87,7 +87,7 @@ Utf8Status PutCode(DecodeCursor & cursor, char32_t code) {
 
 Utf8Status PutBroken(DecodeCursor & cursor, unsigned length, Utf8Mode mode) {
     if (mode == Utf8Mode::Strict) return Utf8Status::Invalid;
-    if (mode == Utf8Mode::Replace) return PutCode(cursor, ReplacementUnit);
+    if (mode == Utf8Mode::Replace) return PutCode(cursor, replacementUnit);
     if (cursor.Room() < length) return Utf8Status::OutputFull;
     for (unsigned i = 0; i < length; ++i) *cursor.out++ = static_cast<char16_t>(0xDC00 + cursor.in[i]);
     return Utf8Status::Done;

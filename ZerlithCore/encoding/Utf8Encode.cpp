@@ -51,7 +51,7 @@ Utf8Status PutPair(EncodeCursor & cursor, char16_t high, char16_t low) {
 Utf8Status PutLoneSurrogate(EncodeCursor & cursor, char16_t unit, Utf8Mode mode) {
     if (mode == Utf8Mode::Strict) return Utf8Status::Invalid;
     if (mode == Utf8Mode::Escape && IsEscapedByte(unit)) return PutBytes(cursor, unit & 0xFFU, 1);
-    return PutBytes(cursor, EncodeUnit(mode == Utf8Mode::Escape ? unit : ReplacementUnit).bytes, 3);
+    return PutBytes(cursor, EncodeUnit(mode == Utf8Mode::Escape ? unit : replacementUnit).bytes, 3);
 }
 
 Utf8Status EncodeOne(EncodeCursor & cursor, Utf8Mode mode, bool final) {

@@ -36,7 +36,7 @@ void SplitWide(wchar_t character, Sink && sink) {
     if (sizeof(wchar_t) == sizeof(char16_t) || code < 0x10000) {
         sink(static_cast<char16_t>(code));
     } else if (code > 0x10FFFF) {
-        sink(ReplacementUnit);
+        sink(replacementUnit);
     } else {
         sink(HighSurrogateOf(code));
         sink(LowSurrogateOf(code));

@@ -7,7 +7,7 @@
 #include <string_view>
 
 // Bound to a constant, so it is ready before any constructor runs.
-char16_t const & KZPath::Separator = KZPlatform::PathSeparator;
+char16_t const & KZPath::Separator = KZPlatform::pathSeparator;
 
 namespace {
 

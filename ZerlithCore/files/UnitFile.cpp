@@ -132,7 +132,7 @@ std::size_t UnitFile::Decode(std::string_view block, bool isLast, std::size_t & 
     count = DecodeUtf16(block, units_.data(), encoding_);
     if (!isLast && count != 0 && KZEncoding::IsHighSurrogate(units_[count - 1])) --count;
     if (!isLast || block.size() % 2 == 0) return 2 * count;
-    units_[count++] = KZEncoding::ReplacementUnit;
+    units_[count++] = KZEncoding::replacementUnit;
     loneByte_ = static_cast<unsigned char>(block.back());
     return block.size();
 }

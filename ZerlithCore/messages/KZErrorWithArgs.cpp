@@ -13,11 +13,11 @@ namespace {
 using Argument = std::variant<std::monostate, double, int, long, KZString, KZDateTime, KZDouble>;
 
 template <std::size_t Type, class T>
-constexpr bool Holds = std::is_same_v<std::variant_alternative_t<Type, Argument>, T>;
-static_assert(Holds<KZErrorI::ParamNone, std::monostate> && Holds<KZErrorI::ParamDouble, double> &&
-              Holds<KZErrorI::ParamInt, int> && Holds<KZErrorI::ParamLong, long> &&
-              Holds<KZErrorI::ParamString, KZString> && Holds<KZErrorI::ParamDateTime, KZDateTime> &&
-              Holds<KZErrorI::ParamKZDouble, KZDouble>);
+constexpr bool holds = std::is_same_v<std::variant_alternative_t<Type, Argument>, T>;
+static_assert(holds<KZErrorI::ParamNone, std::monostate> && holds<KZErrorI::ParamDouble, double> &&
+              holds<KZErrorI::ParamInt, int> && holds<KZErrorI::ParamLong, long> &&
+              holds<KZErrorI::ParamString, KZString> && holds<KZErrorI::ParamDateTime, KZDateTime> &&
+              holds<KZErrorI::ParamKZDouble, KZDouble>);
 
 KZString Formatted(char16_t const * format, auto value) {
     KZString text;

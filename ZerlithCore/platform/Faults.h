@@ -14,21 +14,23 @@ namespace KZPlatform {
 
 /// The kinds of faults, by the numbers that callers are promised.
 namespace FaultCode {
-inline constexpr std::uint32_t Misalignment = 0x80000002;
-inline constexpr std::uint32_t AccessViolation = 0xC0000005;
-inline constexpr std::uint32_t IllegalInstruction = 0xC000001D;
-inline constexpr std::uint32_t ArrayBounds = 0xC000008C;
-inline constexpr std::uint32_t FloatDenormal = 0xC000008D;
-inline constexpr std::uint32_t FloatDivideByZero = 0xC000008E;
-inline constexpr std::uint32_t FloatInexact = 0xC000008F;
-inline constexpr std::uint32_t FloatInvalid = 0xC0000090;
-inline constexpr std::uint32_t FloatOverflow = 0xC0000091;
-inline constexpr std::uint32_t FloatStackCheck = 0xC0000092;
-inline constexpr std::uint32_t FloatUnderflow = 0xC0000093;
-inline constexpr std::uint32_t IntegerDivideByZero = 0xC0000094;
-inline constexpr std::uint32_t IntegerOverflow = 0xC0000095;
-inline constexpr std::uint32_t PrivilegedInstruction = 0xC0000096;
-inline constexpr std::uint32_t StackOverflow = 0xC00000FD;
+enum : std::uint32_t {
+    Misalignment = 0x80000002,
+    AccessViolation = 0xC0000005,
+    IllegalInstruction = 0xC000001D,
+    ArrayBounds = 0xC000008C,
+    FloatDenormal = 0xC000008D,
+    FloatDivideByZero = 0xC000008E,
+    FloatInexact = 0xC000008F,
+    FloatInvalid = 0xC0000090,
+    FloatOverflow = 0xC0000091,
+    FloatStackCheck = 0xC0000092,
+    FloatUnderflow = 0xC0000093,
+    IntegerDivideByZero = 0xC0000094,
+    IntegerOverflow = 0xC0000095,
+    PrivilegedInstruction = 0xC0000096,
+    StackOverflow = 0xC00000FD,
+};
 } // namespace FaultCode
 
 enum class FaultAccess : unsigned char { None, Read, Write, Execute };

@@ -44,7 +44,7 @@ struct DirectoryEntry {
 [[nodiscard]] bool RenamePath(std::u16string_view from, std::u16string_view to);
 
 /// The separator that the system writes between the parts of a path, and all that it accepts as one.
-extern char16_t const PathSeparator;
+extern char16_t const pathSeparator;
 [[nodiscard]] bool IsPathSeparator(char16_t unit) noexcept;
 
 /// The number of units at the start of an absolute path that name its root, the separator included; 0 for a relative

@@ -16,7 +16,7 @@ namespace KZPlatform {
 [[nodiscard]] std::optional<std::u16string> GetEnvironment(std::u16string_view name);
 
 /// The separator between the directories in a list such as "PATH".
-extern char16_t const PathListSeparator;
+extern char16_t const pathListSeparator;
 
 /// Sets a variable for this process and those it starts. False for an empty name or one with "=".
 ///

@@ -105,7 +105,7 @@ private:
         if (character <= 0xFFFF) return character;
         if (character <= 0x10FFFF) return KZEncoding::HighSurrogateOf(character);
         hasStranger_ = true;
-        return KZEncoding::ReplacementUnit;
+        return KZEncoding::replacementUnit;
     }
 
     std::wistream & stream_;

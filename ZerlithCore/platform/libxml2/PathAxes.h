@@ -72,6 +72,7 @@ namespace PathDetail {
 
 /// Calls `visit` with the nodes on an axis, the nearest first, until it returns false. Nodes of all kinds are visited.
 template <class Visit>
+// One short loop for each axis. NOLINTNEXTLINE(readability-function-size,readability-function-cognitive-complexity)
 void WalkAxis(PathAxis axis, PathNode const & from, PathBudget & budget, Visit visit) {
     auto const goOn = [&](xmlNode * node) {
         budget.Spend();

@@ -31,7 +31,7 @@ std::uint32_t CodeOfSignal(siginfo_t const & info) noexcept {
     if (info.si_code <= 0) return 0; // sent by kill or raise
     switch (info.si_signo) {
     case SIGSEGV: return info.si_code == SEGV_BNDERR ? FaultCode::ArrayBounds : FaultCode::AccessViolation;
-    case SIGBUS: return info.si_code == BUS_ADRALN ? FaultCode::Misalignment : 0;
+    case SIGBUS: return info.si_code == BUS_ADRALN ? std::uint32_t{FaultCode::Misalignment} : 0;
     case SIGFPE: return CodeOfFloat(info.si_code);
     case SIGILL:
         return info.si_code == ILL_PRVOPC || info.si_code == ILL_PRVREG ? FaultCode::PrivilegedInstruction
@@ -47,12 +47,14 @@ std::uint32_t CodeOfSignal(siginfo_t const & info) noexcept {
 namespace {
 
 namespace Trap {
-constexpr long long Division = 0;
-constexpr long long StackSegment = 12; // a non-canonical address, used through the stack or frame pointer
-constexpr long long Protection = 13;
-constexpr long long Page = 14;
-constexpr long long OldFloat = 16;
-constexpr long long VectorFloat = 19;
+enum : long long {
+    Division = 0,
+    StackSegment = 12, // a non-canonical address, used through the stack or frame pointer
+    Protection = 13,
+    Page = 14,
+    OldFloat = 16,
+    VectorFloat = 19,
+};
 } // namespace Trap
 
 constexpr std::array<int, 16> registers = {REG_RAX, REG_RCX, REG_RDX, REG_RBX, REG_RSP, REG_RBP,

@@ -65,7 +65,7 @@ bool RenamePath(std::u16string_view from, std::u16string_view to) {
     return Succeeded(rename(PathBytes(from).c_str(), PathBytes(to).c_str()) == 0);
 }
 
-char16_t const PathSeparator = u'/';
+char16_t const pathSeparator = u'/';
 
 bool IsPathSeparator(char16_t unit) noexcept { return unit == u'/'; }
 

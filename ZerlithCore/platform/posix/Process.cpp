@@ -27,7 +27,7 @@ std::optional<std::u16string> GetEnvironment(std::u16string_view name) {
     return PathUnits(value);
 }
 
-char16_t const PathListSeparator = u':';
+char16_t const pathListSeparator = u':';
 
 bool SetEnvironment(std::u16string_view name, std::u16string_view value) {
     return Succeeded(setenv(PathBytes(name).c_str(), PathBytes(value).c_str(), 1));
