@@ -41,6 +41,10 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     ASSERT_TRUE(file.Open(u"/dev/full", FileAccess::Write, FileCreation::OpenExisting));
     EXPECT_EQ(reason(file.Write("x", 1)), ENOSPC);
     EXPECT_EQ(reason(file.Read(&byte, 1, count)), EBADF);
+    FileHandle other = std::move(file);
+    EXPECT_TRUE(other.IsOpen() && !file.IsOpen());
+    file = std::move(other);
+    EXPECT_TRUE(file.IsOpen() && !other.IsOpen());
     EXPECT_EQ(reason(MakeDirectory(folder)), EEXIST);
     EXPECT_EQ(reason(RemoveEmptyDirectory(path)), ENOENT);
     EXPECT_EQ(reason(ListDirectory(path, entries)), ENOENT);
