@@ -15,7 +15,6 @@
 #include <ctime>
 #include <filesystem>
 #include <set>
-#include <string_view>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
@@ -129,37 +128,6 @@ TEST(KZTimeZone, KeepsNoFailureToRead) {
     std::filesystem::remove_all(folder);
     EXPECT_EQ(KZString(*KZPlatform::LocalZoneKey().Text(u"Std")), u"New Zealand Standard Time");
     EXPECT_EQ(KZTimeZoneObsolete::GetType(unnamed), KZTimeZoneObsolete::NewZealand);
-}
-
-struct ZoneName {
-    std::string_view name, cities;
-};
-constexpr ZoneName zoneNames[] = {
-#include "ZerlithCore/platform/posix/generated/ZoneNames.inl"
-};
-
-// One rule has two changes a year, New Year included where the year ends otherwise than it began. A year with more is
-// told right at present.
-TEST(KZTimeZone, TellsTheYearAsTheSystemDoes) {
-    std::time_t const now = std::time(nullptr);
-    std::int64_t const newYear = (now - now % day) / day * day - std::gmtime(&now)->tm_yday * day;
-    for (ZoneName const & row : zoneNames) {
-        KZTimeZone zone;
-        if (!zone.FromWindowsTimeZoneName(KZString(std::u16string(row.name.begin(), row.name.end()))))
-            continue;
-        Setting const city("TZ", std::string(row.cities.substr(0, row.cities.find(' '))));
-        EXPECT_EQ(zone.GetLocalMinusUTC(now), OffsetOfSystem(now)) << row.name;
-        int changes = 0, wrong = 0;
-        std::int64_t const first = OffsetOfSystem(newYear + day);
-        std::int64_t before = first;
-        for (std::int64_t moment = newYear + day; moment < newYear + 364 * day; moment += day / 4) {
-            std::int64_t const offset = OffsetOfSystem(moment);
-            wrong += zone.GetLocalMinusUTC(moment) != offset ? 1 : 0;
-            changes += offset != std::exchange(before, offset) ? 1 : 0;
-        }
-        bool const fits = changes + (before != first ? 1 : 0) <= 2;
-        EXPECT_TRUE(wrong == 0 || !fits) << row.name << wrong;
-    }
 }
 
 TEST(KZTimeZone, HasUTCAndTheLocalZone) {
