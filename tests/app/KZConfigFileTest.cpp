@@ -36,13 +36,7 @@ constexpr wchar_t const * noName = L"unexpected EOF while parsing a section name
 constexpr wchar_t const * stray = L"unexpected character after the closing ']' of a section name";
 
 TEST(KZConfigFile, RewritesWhatItReads) {
-    struct Case {
-        char const * what;
-        wchar_t const * in;
-        int line;
-        wchar_t const * expected;
-    };
-    constexpr Case cases[] = {
+    constexpr std::tuple<char const *, wchar_t const *, int, wchar_t const *> cases[] = {
         // The structure of the file.
         {"empty", L"", __LINE__, L""},
         {"comments only", L";a\n\n; b", __LINE__, L";a\n\n; b\n"},
@@ -87,10 +81,10 @@ TEST(KZConfigFile, RewritesWhatItReads) {
         {"stray character and line end", L"[A]x\n", __LINE__, stray},
         {"two headers on a line", L"[A][B]\n", __LINE__, stray},
     };
-    for (Case const & each : cases) {
+    for (auto const & [what, in, line, expected] : cases) {
         KZConfigFile file(u"");
         file.AddSection(u"Old");
-        EXPECT_EQ(Rewritten(each.in, file), each.expected) << each.what << ", line " << each.line;
+        EXPECT_EQ(Rewritten(in, file), expected) << what << ", line " << line;
     }
 }
 

@@ -116,7 +116,7 @@ TEST(KZThreadedRunPlugIn, IsAwaitedByItsHost) {
     host.SetPollInterval(1);
     KZSmartPtr<Short> const once(new Short);
     EXPECT_TRUE(host.LoadPlugIn(KZSmartPtr<KZPlugIn>(once)).Good());
-    host.Run();
+    EXPECT_EQ(host.Run(), 1);
     EXPECT_EQ(once->stops, 0);
     EXPECT_EQ(once->GetStatus(), KZPlugIn::Ended);
 }

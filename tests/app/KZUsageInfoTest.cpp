@@ -43,13 +43,8 @@ TEST(KZUsageInfo, BreaksLinesAtBlanks) {
     std::wstring const indent(25, L' ');
     KZString const w54(u'w', 54), w55(u'w', 55);
     std::wstring const wide54(54, L'w');
-    struct Case {
-        char const * what;
-        KZString option, description;
-        std::wstring expected;
-    };
     std::wstring const lead = L"   /o" + std::wstring(20, L' ');
-    Case const cases[] = {
+    std::tuple<char const *, KZString, KZString, std::wstring> const cases[] = {
         {"20 units stand in the row", u"abcdefghijklmnopqrst", u"d", L"   /abcdefghijklmnopqrst d\n"},
         {"21 don't", u"abcdefghijklmnopqrstu", u"d", L"   /abcdefghijklmnopqrstu\n" + indent + L"d\n"},
         {"long option alone", u"abcdefghijklmnopqrstu", u"", L"   /abcdefghijklmnopqrstu\n"},
@@ -60,8 +55,8 @@ TEST(KZUsageInfo, BreaksLinesAtBlanks) {
         {"last blank before the limit", u"o", KZString(u"a b ") + w54,
          lead + L"a b\n" + indent + wide54 + L"\n"},
     };
-    for (Case const & each : cases)
-        EXPECT_EQ(Rows(each.option, each.description), each.expected) << each.what;
+    for (auto const & [what, option, description, expected] : cases)
+        EXPECT_EQ(Rows(option, description), expected) << what;
 }
 
 } // namespace

@@ -135,12 +135,7 @@ TEST(Utf8, ConvertsLongTextsAsDefined) {
 }
 
 TEST(Utf8, TreatsLoneSurrogatesByMode) {
-    struct Case {
-        char const * what;
-        std::u16string units;
-        char const *replaced, *escaped;
-    };
-    Case const cases[] = {
+    std::tuple<char const *, std::u16string, char const *, char const *> const cases[] = {
         {"high at the end", {u'a', 0xD800}, "a\xEF\xBF\xBD", "a\xED\xA0\x80"},
         {"high before another unit", {0xDBFF, u'z'}, "\uFFFDz", "\xED\xAF\xBFz"},
         {"high before a pair", {0xD800, 0xD83D, 0xDE00}, "\uFFFD\U0001F600", "\xED\xA0\x80\U0001F600"},
@@ -148,12 +143,12 @@ TEST(Utf8, TreatsLoneSurrogatesByMode) {
         {"escaped bytes", {0xDC80, 0xDCFF}, "\xEF\xBF\xBD\xEF\xBF\xBD", "\x80\xFF"},
         {"low that an escape could be, in a pair", {0xD83D, 0xDC80}, "\xF0\x9F\x92\x80", "\xF0\x9F\x92\x80"},
     };
-    for (Case const & c : cases) {
-        EXPECT_EQ(UnitsToUtf8(c.units, Utf8Mode::Replace), c.replaced) << c.what;
-        EXPECT_EQ(UnitsToUtf8(c.units, Utf8Mode::Escape), c.escaped) << c.what;
+    for (auto const & [what, units, replaced, escaped] : cases) {
+        EXPECT_EQ(UnitsToUtf8(units, Utf8Mode::Replace), replaced) << what;
+        EXPECT_EQ(UnitsToUtf8(units, Utf8Mode::Escape), escaped) << what;
         // The same after a block of other text.
-        EXPECT_EQ(UnitsToUtf8(std::u16string(21, u'é') + c.units, Utf8Mode::Escape).substr(42), c.escaped)
-            << c.what;
+        EXPECT_EQ(UnitsToUtf8(std::u16string(21, u'é') + units, Utf8Mode::Escape).substr(42), escaped)
+            << what;
     }
     std::string out;
     EXPECT_FALSE(AppendUtf8(out, std::u16string{u'a', 0xD800, u'b'}, Utf8Mode::Strict));

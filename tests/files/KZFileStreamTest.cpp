@@ -177,10 +177,15 @@ TEST_F(KZFileStreamTest, TurnsRoundWithoutASeek) {
     stream << L"XY";
     stream.get(c);
     EXPECT_EQ(c, L'd');
+    stream << L"E" << std::flush;
     stream.seekp(0, ios_base::end);
     stream << L"!";
     EXPECT_TRUE(stream.close());
-    EXPECT_EQ(folder.Read(u"file.txt"), "\xC3\xA9XYdef!");
+    EXPECT_EQ(folder.Read(u"file.txt"), "\xC3\xA9XYdEf!");
+    stream.open(Path(u"no/such"));
+    EXPECT_TRUE(stream.fail());
+    stream.open(Path());
+    EXPECT_EQ(stream.get(), 0xE9U);
 
     // The block that is read ends inside the last character.
     folder.Write(u"file.txt", std::string(4095, 'x') + "\xC3\xA9");

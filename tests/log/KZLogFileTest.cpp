@@ -165,7 +165,10 @@ TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
         EXPECT_EQ(Units(), u"");
         KZDebug::CallReportHooks(); // as happens at a fault
         EXPECT_EQ(Units(), u"1\r\n");
-        log.PutString(u"2\n");
+        std::thread([&log] {
+            log.PutString(u"2\n");
+            KZLogFile const other;
+        }).join();
         EXPECT_TRUE(log.Open(path.c_str())) << "opened again";
         EXPECT_EQ(Units(), u"1\r\n2\r\n");
         log.PutString(u"3\n");

@@ -84,6 +84,9 @@ TEST_F(KZLogManagerTest, FindsChannels) {
     EXPECT_FALSE(manager.Subscribe(102, listener) || manager.UnSubscribe(102, listener) ||
                  manager.ChangeSubscriptionLevel(102, listener, 1) ||
                  manager.ChangeSubscriptionChannel(0, listener, 1) || manager.Subscribe(0, {}));
+    EXPECT_TRUE(manager.Subscribe(0, listener));
+    EXPECT_FALSE(manager.ChangeSubscriptionChannel(0, listener, 102) ||
+                 manager.ChangeSubscriptionChannel(102, listener, 0));
 }
 
 TEST_F(KZLogManagerTest, HandsOutByLevelAtAFlush) {

@@ -41,11 +41,17 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     ASSERT_TRUE(file.Open(u"/dev/full", FileAccess::Write, FileCreation::OpenExisting));
     EXPECT_EQ(reason(file.Write("x", 1)), ENOSPC);
     EXPECT_EQ(reason(file.Read(&byte, 1, count)), EBADF);
+    FileHandle other = std::move(file);
+    EXPECT_TRUE(other.IsOpen() && !file.IsOpen());
+    file = std::move(other);
+    EXPECT_TRUE(file.IsOpen() && !other.IsOpen());
     EXPECT_EQ(reason(MakeDirectory(folder)), EEXIST);
     EXPECT_EQ(reason(RemoveEmptyDirectory(path)), ENOENT);
     EXPECT_EQ(reason(ListDirectory(path, entries)), ENOENT);
     errno = EIO;
+    std::filesystem::create_directory_symlink("/", place.Root() / "link");
     EXPECT_TRUE(ListDirectory(folder, entries)) << "a failure of before isn't its own";
+    EXPECT_TRUE(entries.size() == 1 && entries[0].kind == PathKind::Directory);
     EXPECT_EQ(reason(SetEnvironment(u"", u"x")), EINVAL);
     EXPECT_TRUE(KindOfPath(path) == PathKind::Missing && IsDirectory(folder) && MayRead(folder));
 }

@@ -93,13 +93,7 @@ TEST(Modules, FailuresHaveClearTexts) {
 
 TEST(ModuleMessages, ComeInTheNearestLanguage) {
     Module const module(u"messages.so");
-    struct Case {
-        char const * what;
-        std::uint32_t code;
-        long language;
-        char16_t const * expected;
-    };
-    constexpr Case cases[] = {
+    constexpr std::tuple<char const *, std::uint32_t, long, char16_t const *> cases[] = {
         {"the very language", 1, 1036, u"Bonjour, %s"},
         {"another country's form of it", 1, 3084, u"Bonjour, %s"},
         {"no such language: English", 1, 1043, u"Good morning, %s"},
@@ -107,11 +101,11 @@ TEST(ModuleMessages, ComeInTheNearestLanguage) {
         {"neither: the first", 3, 1033, u"\u306f\u3044"},
         {"no such code", 4, 1033, u"none"},
     };
-    for (Case const & c : cases) {
-        EXPECT_EQ(MessageText(module.handle, c.code, c.language), c.expected) << c.what;
-        SetThreadLanguage(c.language);
-        EXPECT_EQ(MessageText(module.handle, c.code, neutralLanguage), c.expected) << c.what;
-        EXPECT_EQ(StringText(module.handle, c.code), c.code == 4 ? u"[]" : c.expected) << c.what;
+    for (auto const & [what, code, language, expected] : cases) {
+        EXPECT_EQ(MessageText(module.handle, code, language), expected) << what;
+        SetThreadLanguage(language);
+        EXPECT_EQ(MessageText(module.handle, code, neutralLanguage), expected) << what;
+        EXPECT_EQ(StringText(module.handle, code), code == 4 ? u"[]" : expected) << what;
         SetThreadLanguage(neutralLanguage);
     }
     EXPECT_EQ(StringText(module.handle, 3, 1).size(), 1U);

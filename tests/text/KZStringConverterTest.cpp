@@ -56,27 +56,22 @@ TEST(KZStringConverter, LatinWidensBytesUnsigned) {
 }
 
 TEST(KZStringConverter, LatinTellsUnitsItLacksAndConvertsAllTheSame) {
-    struct Case {
-        char const * what;
-        KZString in;
-        char const * out;
-        int code;
-    };
     KZString hidden(u"ab");
     hidden += u'\0';
     hidden += u'€';
-    Case const cases[] = {{"euro", u"1 €", "1 ?", 11},
-                          {"the first one beyond", u"\u0100", "?", 11},
-                          {"behind a 0 unit", hidden, "ab", 11},
-                          {"all Latin", u"\u00FFa",
-                           "\xFF"
-                           "a",
-                           0},
-                          {"empty", u"", "", 0}};
-    for (Case const & c : cases) {
+    std::tuple<char const *, KZString, char const *, int> const cases[] = {
+        {"euro", u"1 €", "1 ?", 11},
+        {"the first one beyond", u"\u0100", "?", 11},
+        {"behind a 0 unit", hidden, "ab", 11},
+        {"all Latin", u"\u00FFa",
+         "\xFF"
+         "a",
+         0},
+        {"empty", u"", "", 0}};
+    for (auto const & [what, in, expected, code] : cases) {
         std::string out = "old";
-        EXPECT_EQ(c.in.ConvertFromUnicode(out, Converter()), c.code) << c.what;
-        EXPECT_EQ(out, c.out) << c.what;
+        EXPECT_EQ(in.ConvertFromUnicode(out, Converter()), code) << what;
+        EXPECT_EQ(out, expected) << what;
     }
 }
 

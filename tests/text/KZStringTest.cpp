@@ -26,13 +26,7 @@ KZString Edited(KZString string, void (*edit)(KZString &)) {
 
 TEST(KZString, GrowsByHalfOrToWhatIsAskedFor) {
     KZString const shared(u"shared");
-    struct Case {
-        char const * what;
-        int line;
-        KZString string;
-        std::uint32_t capacity;
-    };
-    Case const cases[] = {
+    std::tuple<char const *, int, KZString, std::uint32_t> const cases[] = {
         {"empty", __LINE__, KZString(), 0},
         {"null", __LINE__, KZString(static_cast<char16_t const *>(nullptr)), 0},
         {"length and one", __LINE__, KZString(u"abc"), 4},
@@ -50,7 +44,8 @@ TEST(KZString, GrowsByHalfOrToWhatIsAskedFor) {
         {"replaced hit by hit", __LINE__,
          Edited(KZString(u"aaa"), [](KZString & s) { s.Replace(u"a", u"aa"); }), 9},
     };
-    for (Case const & c : cases) EXPECT_EQ(c.string.Capacity(), c.capacity) << c.what << ", line " << c.line;
+    for (auto const & [what, line, string, capacity] : cases)
+        EXPECT_EQ(string.Capacity(), capacity) << what << ", line " << line;
     EXPECT_EQ(All(KZString(u'x', 10)), std::u16string(10, u'x'));
 }
 

@@ -156,11 +156,15 @@ TEST(KZBaton, TurnsRunInOrderWhateverTheArrival) {
     for (int round = 0; round < 50; ++round) {
         KZBaton baton;
         std::vector<unsigned int> order;
+        std::atomic<int> inside{0};
         std::vector<std::thread> threads;
         for (unsigned int const turn : {3U, 1U, 5U, 2U, 4U})
             threads.emplace_back([&, turn] {
                 baton.Lock(turn);
+                EXPECT_EQ(++inside, 1);
+                std::this_thread::yield();
                 order.push_back(turn);
+                --inside;
                 baton.Unlock();
             });
         for (std::thread & thread : threads) thread.join();

@@ -38,18 +38,6 @@ private:
     std::atomic<bool> open_{false};
 };
 
-// Sets the trace level for one test.
-class TraceLevel {
-public:
-    explicit TraceLevel(unsigned level) : before_(GlbGetTraceLevel()) { GlbSetTraceLevel(level); }
-    ~TraceLevel() { GlbSetTraceLevel(before_); }
-    TraceLevel(TraceLevel const &) = delete;
-    TraceLevel & operator=(TraceLevel const &) = delete;
-
-private:
-    unsigned before_;
-};
-
 std::size_t StartedCount(KZThreadPool const & pool) {
     std::vector<KZThread_t> ids(9);
     pool.GetThreadIds(ids);
@@ -148,7 +136,7 @@ KZSmartPtr<KZCallback> Produce(KZThread_t thread, void * data) {
 }
 
 TEST(KZThreadPool, PullsFromItsFactory) {
-    TraceLevel const quiet(0);
+    GlbSetTraceLevel(0);
     Supply supply;
     std::atomic<int> posted{0};
     {
@@ -157,12 +145,12 @@ TEST(KZThreadPool, PullsFromItsFactory) {
         // A worker that got nothing from the factory is idle and takes posted callbacks.
         for (int i = 0; i < 20; ++i) pool.Post(Callback([&posted] { ++posted; }));
     }
+    GlbSetTraceLevel(1);
     EXPECT_EQ(posted, 20);
     EXPECT_GE(supply.run, 96); // 99, less one that failed and up to two that shutting down may drop
 }
 
 TEST(KZThreadPool, GoesOnAfterAnException) {
-    TraceLevel const told(1);
     testing::internal::CaptureStdout();
     std::atomic<int> run{0};
     {

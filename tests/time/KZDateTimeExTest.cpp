@@ -56,6 +56,9 @@ TEST(KZDateTimeEx, ReadsUnderATemplate) {
         {"a time for a date", u"09:08:09", full, nullptr},
         {"a tail", u"2024/05/06x", u"%Y/%m/%d", nullptr},
         {"a year that goes round", u"-8386583/03/20", full, nullptr},
+        {"no such year", u"0000/03/20", full, nullptr},
+        {"no such millisecond", u"2024/05/06 09:08:09.1000", full, nullptr},
+        {"UTC in the middle", u"07:08Z2024/05/06", u"%H:%M%Z%Y/%m/%d", u"2024/05/06 07:08:00.000"},
     };
     for (Case const & c : cases) {
         KZDateTimeEx value = sample;

@@ -71,11 +71,7 @@ TEST(KZDateTime, PrintsUnderATemplate) {
 }
 
 TEST(KZDateTime, FollowsTheLocalClock) {
-    struct Case {
-        char const * what;
-        char16_t const *local, *utc, *again;
-    };
-    constexpr Case cases[] = {
+    constexpr std::tuple<char const *, char16_t const *, char16_t const *, char16_t const *> cases[] = {
         {"summer", u"2024/07/15 12:00:00", u"2024/07/15 10:00:00", nullptr},
         {"last second of winter", u"2024/03/31 01:59:59", u"2024/03/31 00:59:59", nullptr},
         {"left out", u"2024/03/31 02:30:00", u"2024/03/31 01:30:00", u"2024/03/31 03:30:00"},
@@ -83,11 +79,11 @@ TEST(KZDateTime, FollowsTheLocalClock) {
         {"comes twice: the first one", u"2024/10/27 02:30:00", u"2024/10/27 00:30:00", nullptr},
         {"first second behind", u"2024/10/27 03:00:00", u"2024/10/27 02:00:00", nullptr},
     };
-    for (Case const & c : cases) {
+    for (auto const & [what, local, utc, again] : cases) {
         KZDateTime date;
-        EXPECT_TRUE(date.FromString(c.local).Good()) << c.what;
-        EXPECT_EQ(date.AsString(KZDateTime::DefaultFormat, UTC), c.utc) << c.what;
-        EXPECT_EQ(date.AsString(), c.again ? c.again : c.local) << c.what;
+        EXPECT_TRUE(date.FromString(local).Good()) << what;
+        EXPECT_EQ(date.AsString(KZDateTime::DefaultFormat, UTC), utc) << what;
+        EXPECT_EQ(date.AsString(), again ? again : local) << what;
     }
     EXPECT_EQ(KZDateTime(1714979289).AsString(u"%H %z %Z", KZDateTime::localTimeZone), u"09 +0200 CEST");
     EXPECT_EQ(KZFormatContext().GetTimeZone(), UTC);

@@ -24,15 +24,9 @@ KZDateAndTime Fields(unsigned int mask, unsigned int hour, unsigned int minute, 
 }
 
 TEST(KZTimeEx, StoresTheFieldsOfTheMask) {
-    struct Case {
-        char const * what;
-        KZTimeEx before;
-        KZDateAndTime fields;
-        int after;
-    };
     KZTimeEx const halfPast(10, 30, 20, 7);
     int const base = halfPast.AsInt();
-    Case const cases[] = {
+    std::tuple<char const *, KZTimeEx, KZDateAndTime, int> const cases[] = {
         {"all four are summed", halfPast, Fields(120, 1, 70, 0, 0), 7800000},
         {"all four reach midnight", halfPast, Fields(120, 23, 60, 0, 0), -1},
         {"hour", halfPast, Fields(KZDateAndTime::Hour, 9, 1, 1, 1), base - 3600000},
@@ -46,10 +40,10 @@ TEST(KZTimeEx, StoresTheFieldsOfTheMask) {
         {"none", halfPast, Fields(7, 5, 5, 5, 5), base},
         {"hours beyond any day", halfPast, Fields(KZDateAndTime::Hour, 0xFFFFFFFF, 0, 0, 0), -1},
     };
-    for (Case const & c : cases) {
-        KZTimeEx time = c.before;
-        EXPECT_EQ(time.SetDateAndTime(c.fields), c.after >= 0) << c.what;
-        EXPECT_EQ(time.AsInt(), c.after) << c.what;
+    for (auto const & [what, before, fields, after] : cases) {
+        KZTimeEx time = before;
+        EXPECT_EQ(time.SetDateAndTime(fields), after >= 0) << what;
+        EXPECT_EQ(time.AsInt(), after) << what;
     }
 }
 
@@ -67,12 +61,7 @@ TEST(KZTimeEx, GoesRoundAtMidnight) {
 }
 
 TEST(KZTimeEx, ReadsAndPrintsUnderATemplate) {
-    struct Case {
-        char16_t const *text, *format;
-        bool good;
-        int milliseconds;
-    };
-    constexpr Case cases[] = {
+    constexpr std::tuple<char16_t const *, char16_t const *, bool, int> cases[] = {
         {u"01:02:03.004", u"%H:%M:%S.%L", true, 3723004},
         {u"01:02", u"%H:%M:%S.%L", true, 3720000},
         {u"23h59", u"%Hh%M", true, 86340000},
@@ -83,10 +72,10 @@ TEST(KZTimeEx, ReadsAndPrintsUnderATemplate) {
         {u"noon", u"%H:%M:%S", false, -1},
         {u"4294967296:00:00", u"%H:%M:%S", false, -1},
     };
-    for (Case const & c : cases) {
+    for (auto const & [text, format, good, milliseconds] : cases) {
         KZTimeEx time(1, 1, 1);
-        EXPECT_EQ(time.FromString(c.text, c.format), c.good) << KZString(c.text).AsUTF8();
-        EXPECT_EQ(time.AsInt(), c.milliseconds) << KZString(c.text).AsUTF8();
+        EXPECT_EQ(time.FromString(text, format), good) << KZString(text).AsUTF8();
+        EXPECT_EQ(time.AsInt(), milliseconds) << KZString(text).AsUTF8();
     }
     EXPECT_EQ(KZTimeEx(1, 2, 3, 4).AsString(), u"01:02:03.004");
     EXPECT_EQ(KZTimeEx(1, 2, 3, 4).AsString(u"%L %Y %d%"), u"004 Y d%");
