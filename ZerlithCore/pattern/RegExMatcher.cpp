@@ -118,8 +118,8 @@ bool HasRepeatsWithoutEnd(std::span<KZRegExSyntaxNode const * const> items) {
             static_cast<KZRegExSyntaxNodeRepeat const &>(node).GetMaximum() ==
                 KZRegExSyntaxNodeRepeat::Unbounded)
             return true;
-        for (auto const & child : {node.GetLeftChild(), node.GetRightChild()})
-            if (!child.IsNull()) pending.push_back(&*child);
+        for (auto const * const child : {&node.GetLeftChild(), &node.GetRightChild()})
+            if (!child->IsNull()) pending.push_back(&**child);
     }
     return false;
 }

@@ -39,6 +39,10 @@ class Builder {
 public:
     Builder(RegExNFA & nfa, RegExSets & sets, Branches branches, bool isBackward)
         : nfa_(nfa), sets_(sets), branches_(branches), isBackward_(isBackward) {
+        // What most patterns need, in blocks that are quick to get.
+        nfa_.nodes.reserve(64);
+        nfa_.edges.reserve(64);
+        pending_.reserve(24);
         AddNode(0); // the entry
         AddNode(0); // the exit
     }
@@ -121,16 +125,17 @@ private:
     // Each branch gets its own nodes at both ends. An alternate that is a branch adds its branches here: "a|b|c" has
     // three.
     void BuildAlternate(Piece const & piece) {
-        for (auto const & child : {piece.node->GetRightChild(), piece.node->GetLeftChild()}) {
+        for (KZRegExSyntaxNode const * const child :
+             {&*piece.node->GetRightChild(), &*piece.node->GetLeftChild()}) {
             if (child->GetType() == KZRegExSyntaxNode::Alternate) {
-                Push({&*child, piece.from, piece.to, piece.rank, false, false});
+                Push({child, piece.from, piece.to, piece.rank, false, false});
                 continue;
             }
             std::uint32_t const from = AddNode(piece.rank);
             std::uint32_t const to = AddNode(piece.rank);
             Link(piece.from, from);
             Link(to, piece.to);
-            Push({&*child, from, to, piece.rank, true, false});
+            Push({child, from, to, piece.rank, true, false});
         }
     }
 

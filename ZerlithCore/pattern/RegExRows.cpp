@@ -74,11 +74,11 @@ RegExRows::RegExRows(RegExNFA const & nfa, RegExSets const & sets, RegExUnits co
     , hasPairs_(units.GetCount() <= mostPairClasses)
     , found_(nfa.nodes.size()) {
     nodes_.reserve(nfa.nodes.size());
-    for (char16_t unit = 0; hasPairs_ && unit < 256; ++unit)
-        pairs_[unit] = static_cast<std::uint16_t>(PairOf(units.ClassOfLow(unit), 0));
 }
 
 RegExCell RegExRows::Start() {
+    for (char16_t unit = 0; hasPairs_ && unit < 256; ++unit)
+        pairs_[unit] = static_cast<std::uint16_t>(PairOf(units_.ClassOfLow(unit), 0));
     found_.Clear();
     found_.Add(RegExNFA::entry);
     return FindOrMakeClosed();

@@ -77,7 +77,8 @@ void RegExUnits::MakeMasks() {
 
 // Pages that lie inside of one interval share the entries of their class.
 void RegExUnits::MakePages() {
-    std::vector<std::uint32_t> whole(GetCount(), none); // where the shared entries of each class begin
+    constexpr std::uint16_t nowhere = 0xFFFF;
+    std::vector<std::uint16_t> whole(GetCount(), nowhere); // the page that each class shares
     classes_.reserve(3 * 256);
     auto const add = [this](std::uint32_t count, std::uint32_t unitClass) {
         classes_.insert(classes_.end(), count, static_cast<std::uint16_t>(unitClass));
@@ -86,14 +87,14 @@ void RegExUnits::MakePages() {
         for (std::uint32_t unit = interval.low; unit <= interval.high;) {
             std::uint32_t const end = std::min<std::uint32_t>(interval.high + 1U, (unit | 0xFFU) + 1);
             std::uint32_t const page = unit >> 8;
-            if (unit % 256 == 0) pages_[page] = static_cast<std::uint32_t>(classes_.size());
+            if (unit % 256 == 0) pages_[page] = static_cast<std::uint16_t>(classes_.size() / 256);
             if (end - unit < 256) {
                 add(end - unit, interval.unitClass);
                 unit = end;
                 continue;
             }
             std::uint32_t const pageEnd = (interval.high + 1U) >> 8;
-            if (whole[interval.unitClass] == none) {
+            if (whole[interval.unitClass] == nowhere) {
                 whole[interval.unitClass] = pages_[page];
                 add(256, interval.unitClass);
             }

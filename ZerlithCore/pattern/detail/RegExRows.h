@@ -139,7 +139,7 @@ public:
 
     // True when rows have cells for two units.
     [[nodiscard]] bool HasPairs() const noexcept { return hasPairs_; }
-    // The cell for two units, by their classes, or by units below 256.
+    // The cell for two units, by their classes, or by units below 256; that only after `Start`.
     [[nodiscard]] std::size_t PairOf(std::uint32_t first, std::uint32_t second) const noexcept {
         return std::size_t{first + 1} * units_.GetCount() + second;
     }

@@ -30,7 +30,7 @@ public:
         return static_cast<std::uint32_t>(samples_.size());
     }
     [[nodiscard]] std::uint32_t ClassOf(char16_t unit) const noexcept {
-        return classes_[std::uint32_t{pages_[unit >> 8]} + (unit & 0xFFU)];
+        return classes_[std::uint32_t{pages_[unit >> 8]} * 256 + (unit & 0xFFU)];
     }
     // The same for a unit below 256.
     [[nodiscard]] std::uint32_t ClassOfLow(char16_t unit) const noexcept { return classes_[unit]; }
@@ -59,7 +59,7 @@ private:
     std::vector<Interval> intervals_;
     std::vector<char16_t> samples_;
     std::vector<std::uint64_t> masks_; // of the classes in each set; empty if there are more than 64 classes
-    std::array<std::uint32_t, 256> pages_{}; // where in classes_ each page of 256 units begins
+    std::array<std::uint16_t, 256> pages_{}; // which 256 entries of classes_ belong to each page of 256 units
     std::vector<std::uint16_t> classes_;     // the class of each unit, by pages, the first page first
 };
 
