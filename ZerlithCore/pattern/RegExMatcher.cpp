@@ -154,12 +154,16 @@ public:
         return {row_, unit_, 0, false};
     }
 
+    // With many classes, as those of long lists of words, rows change too irregularly to be foreseen.
     [[nodiscard]] Place GoByUnits(RegExUnits const & units) noexcept {
-        for (; unit_ != end_; ++unit_) {
-            if (stayed_ >= 2 * patience_) return {row_, unit_, 0, true};
-            if (Go(units.ClassOf(*unit_)) != 0) break;
+        while (unit_ != end_ && stayed_ < 2 * patience_) {
+            RegExCell const next = row_->At(units.ClassOf(*unit_)).load(std::memory_order_acquire);
+            if (next & needsLook) return {row_, unit_, 0, false};
+            stayed_ = (stayed_ + 1) * static_cast<std::uint32_t>(RowOf(next) == row_);
+            row_ = reinterpret_cast<RegExRow const *>(next);
+            ++unit_;
         }
-        return {row_, unit_, 0, false};
+        return {row_, unit_, 0, unit_ != end_};
     }
 
 private:
