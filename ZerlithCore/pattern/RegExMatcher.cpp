@@ -30,7 +30,7 @@ constexpr std::size_t mostTailBytes = 200'000;
 // tried again so soon.
 constexpr std::uint32_t leastPatience = 4;
 constexpr std::uint32_t mostPatience = 1024;
-constexpr std::ptrdiff_t worthwhile = 16;
+constexpr std::size_t worthwhile = 16;
 
 #if defined(__SSE2__)
 __m128i Load(char16_t const * units) noexcept {
@@ -270,6 +270,156 @@ private:
     std::unique_ptr<RegExRows> own_;
 };
 
+// One match from row to row. `Translate` gives what counts in place of a unit; only where that is the unit itself can
+// units be looked at in blocks. All functions are inlined, so that everything stays in registers: of a short match this
+// is a fifth.
+template <class Translate>
+class RegExMatcher::Walk {
+public:
+    Walk(RegExMatcher const & matcher, RowsInUse & rows, std::u16string_view text,
+         Translate translate) noexcept
+        : matcher_(matcher)
+        , rows_(rows)
+        , translate_(translate)
+        , begin_(text.data())
+        , end_(begin_ + text.size()) {}
+
+    // Returns `Again` when the text must be matched from node to node.
+    [[gnu::always_inline]] Verdict Run() noexcept {
+        Position at{begin_, rows_.Start()};
+        Verdict verdict = Verdict::Open;
+        while (verdict == Verdict::Open) verdict = PassRow(at);
+        return verdict;
+    }
+
+private:
+    static constexpr bool isPlain = std::is_same_v<Translate, Identity>;
+
+    struct Position {
+        char16_t const * unit;
+        RegExCell cell;
+        RegExRow const * row = nullptr;
+        std::uint32_t patience = leastPatience;
+    };
+
+    // These go on from the row, and store the cell that follows unless the match is decided.
+    [[gnu::always_inline]] Verdict PassRow(Position & at) noexcept {
+        if (at.cell == deadCell) return Verdict::No;
+        if (at.cell == fullCell) return Verdict::Again;
+        at.row = RowOf(at.cell);
+        if (at.row->kind == RegExRow::Kind::Rest) return PassRest(*at.row, at.unit);
+        if constexpr (isPlain) {
+            if (at.row->kind == RegExRow::Kind::Run) return PassRun(at);
+            if (at.row->kind == RegExRow::Kind::Search) return PassSearch(at);
+            if (PassMany(at)) return Verdict::Open;
+        }
+        return PassUnit(at);
+    }
+
+    [[gnu::always_inline]] Verdict PassRun(Position & at) noexcept {
+        RegExRow const & row = *at.row;
+        if (at.unit == end_ || *at.unit == 0) return row.accepts ? Verdict::Yes : Verdict::No;
+        if (LeftAt(at.unit) < row.runLength || !Follows(*row.run, row.runLength, at.unit)) return Verdict::No;
+        GoBehindRun(at);
+        return Verdict::Open;
+    }
+
+    [[gnu::always_inline]] Verdict PassSearch(Position & at) noexcept {
+        std::size_t const found = (*at.row->run->finder)(at.unit, LeftAt(at.unit));
+        if (found == LeftAt(at.unit)) return Verdict::No;
+        std::size_t const odd = FindOdd(at.unit, found);
+        if (odd != found) return at.unit[odd] != 0 ? Verdict::Again : Verdict::No;
+        at.unit += found;
+        GoBehindRun(at);
+        return Verdict::Open;
+    }
+
+    [[gnu::always_inline]] void GoBehindRun(Position & at) noexcept {
+        at.unit += at.row->runLength;
+        at.cell = at.row->afterRun.load(std::memory_order_acquire);
+        if (at.cell == unknownCell)
+            at.cell =
+                rows_.Make(*at.row, [](RegExRows & rows, RegExRow const & row) { return rows.StepRun(row); });
+    }
+
+    // Goes as far as nothing needs a look. Returns false when one unit must be passed next.
+    [[gnu::always_inline]] bool PassMany(Position & at) noexcept {
+        Steps steps(at.row, at.unit, end_, at.patience);
+        Place const place = matcher_.rows_.HasPairs() ? steps.GoByPairs(matcher_.rows_, matcher_.units_)
+                                                      : steps.GoByUnits(matcher_.units_);
+        at.row = place.row;
+        at.unit = place.unit;
+        at.cell = place.cell;
+        if (place.stays) {
+            SkipLoop(at);
+            return true;
+        }
+        if (at.cell == unknownCell) at.cell = MakePair(*at.row, at.unit);
+        if (at.cell == 0 || at.cell == singleCell) return false;
+        at.unit += 2;
+        return true;
+    }
+
+    [[gnu::always_inline]] void SkipLoop(Position & at) noexcept {
+        RegExLoop const * const loop = LeftAt(at.unit) >= worthwhile ? rows_.LoopOf(*at.row) : nullptr;
+        char16_t const * const behind = loop ? Skip(*loop, at.unit, end_) : at.unit;
+        bool const isGain = behind - at.unit >= static_cast<std::ptrdiff_t>(2 * worthwhile);
+        at.patience = isGain ? leastPatience : std::min(2 * at.patience, mostPatience);
+        at.unit = behind;
+        at.cell = reinterpret_cast<RegExCell>(at.row);
+    }
+
+    [[gnu::always_inline]] Verdict PassUnit(Position & at) noexcept {
+        RegExRow const & row = *at.row;
+        if (at.unit == end_ || *at.unit == 0) return row.accepts ? Verdict::Yes : Verdict::No;
+        std::uint32_t const unitClass = matcher_.units_.ClassOf(translate_(*at.unit));
+        if (unitClass == RegExUnits::odd)
+            return row.accepts || translate_(*at.unit) != 0xFFFF ? Verdict::Again : Verdict::No;
+        ++at.unit;
+        at.cell = row.At(unitClass).load(std::memory_order_acquire);
+        if (at.cell == unknownCell)
+            at.cell = rows_.Make(row, [unitClass](RegExRows & rows, RegExRow const & from) {
+                return rows.Step(from, unitClass);
+            });
+        return Verdict::Open;
+    }
+
+    [[gnu::always_inline]] Verdict PassRest(RegExRow const & row, char16_t const * unit) const noexcept {
+        for (;; ++unit) {
+            if constexpr (isPlain)
+                if (!row.isDecided) unit += FindOdd(unit, LeftAt(unit));
+            if (unit == end_ || *unit == 0) return Verdict::Yes;
+            if (RegExUnits::IsOdd(translate_(*unit))) return Verdict::Again;
+            if (row.isDecided) return Verdict::Yes;
+        }
+    }
+
+    [[gnu::always_inline]] RegExCell MakePair(RegExRow const & row, char16_t const * unit) noexcept {
+        std::uint32_t const first = matcher_.units_.ClassOf(unit[0]);
+        std::uint32_t const second = matcher_.units_.ClassOf(unit[1]);
+        return rows_.Make(row, [first, second](RegExRows & rows, RegExRow const & from) {
+            return rows.StepTwice(from, first, second);
+        });
+    }
+
+    [[nodiscard]] std::size_t LeftAt(char16_t const * unit) const noexcept {
+        return static_cast<std::size_t>(end_ - unit);
+    }
+
+    RegExMatcher const & matcher_;
+    RowsInUse & rows_;
+    Translate const translate_;
+    char16_t const * const begin_;
+    char16_t const * const end_;
+};
+
+template <class Translate>
+bool RegExMatcher::Go(std::u16string_view text, Translate translate) const noexcept {
+    RowsInUse rows(*this);
+    Verdict const verdict = Walk<Translate>(*this, rows, text, translate).Run();
+    return verdict == Verdict::Again ? Simulate(text, translate) : verdict == Verdict::Yes;
+}
+
 RegExMatcher::RegExMatcher(KZRegExSyntaxNode const * root)
     : nfa_(BuildNFA(root, sets_, Branches::Together))
     , units_(sets_)
@@ -290,11 +440,11 @@ bool RegExMatcher::Match(std::u16string_view text) const noexcept {
         if (text[odd] != 0) return Simulate(text, Identity());
         text = text.substr(0, odd);
     }
-    return Walk(text, Identity());
+    return Go(text, Identity());
 }
 
 bool RegExMatcher::Match(std::u16string_view text, RegExTranslation const & translation) const noexcept {
-    return Walk(text, translation);
+    return Go(text, translation);
 }
 
 void RegExMatcher::FindEnd(KZRegExSyntaxNode const & root) {
@@ -355,91 +505,6 @@ RegExCell RegExMatcher::MakeTail(Make make) const noexcept {
         return make(*tail_->rows);
     } catch (std::bad_alloc const &) {
         return fullCell;
-    }
-}
-
-template <class Translate>
-bool RegExMatcher::Walk(std::u16string_view text, Translate translate) const noexcept {
-    constexpr bool isPlain = std::is_same_v<Translate, Identity>;
-    RowsInUse rows(*this);
-    char16_t const * unit = text.data();
-    char16_t const * const end = unit + text.size();
-    std::uint32_t patience = leastPatience;
-    for (RegExCell cell = rows.Start();;) {
-        if (cell == deadCell) return false;
-        if (cell == fullCell) return Simulate(text, translate);
-        RegExRow const * row = RowOf(cell);
-        if (row->kind == RegExRow::Kind::Rest) {
-            for (;; ++unit) {
-                if constexpr (isPlain)
-                    if (!row->isDecided) unit += FindOdd(unit, static_cast<std::size_t>(end - unit));
-                if (unit == end || *unit == 0) return true;
-                if (RegExUnits::IsOdd(translate(*unit))) return Simulate(text, translate);
-                if (row->isDecided) return true;
-            }
-        }
-        if constexpr (isPlain) {
-            if (row->kind == RegExRow::Kind::Run) {
-                if (unit == end || *unit == 0) return row->accepts;
-                if (end - unit < std::ptrdiff_t{row->runLength} || !Follows(*row->run, row->runLength, unit))
-                    return false;
-                unit += row->runLength;
-                cell = row->afterRun.load(std::memory_order_acquire);
-                if (cell == unknownCell)
-                    cell = rows.Make(
-                        *row, [](RegExRows & made, RegExRow const & from) { return made.StepRun(from); });
-                continue;
-            }
-            if (row->kind == RegExRow::Kind::Search) {
-                auto const left = static_cast<std::size_t>(end - unit);
-                std::size_t const found = (*row->run->finder)(unit, left);
-                if (found == left) return false;
-                std::size_t const odd = FindOdd(unit, found);
-                if (odd != found) return unit[odd] != 0 && Simulate(text, translate);
-                unit += found + row->runLength;
-                cell = row->afterRun.load(std::memory_order_acquire);
-                if (cell == unknownCell)
-                    cell = rows.Make(
-                        *row, [](RegExRows & made, RegExRow const & from) { return made.StepRun(from); });
-                continue;
-            }
-            Steps steps(row, unit, end, patience);
-            Place const place = rows_.HasPairs() ? steps.GoByPairs(rows_, units_) : steps.GoByUnits(units_);
-            row = place.row;
-            unit = place.unit;
-            if (place.stays) {
-                RegExLoop const * const loop = end - unit >= worthwhile ? rows.LoopOf(*row) : nullptr;
-                if (loop) unit = Skip(*loop, unit, end);
-                patience =
-                    unit - place.unit < 2 * worthwhile ? std::min(2 * patience, mostPatience) : leastPatience;
-                cell = reinterpret_cast<RegExCell>(row);
-                continue;
-            }
-            if (place.cell != 0 && place.cell != singleCell) {
-                cell = place.cell;
-                std::uint32_t const first = units_.ClassOf(unit[0]);
-                std::uint32_t const second = units_.ClassOf(unit[1]);
-                if (cell == unknownCell)
-                    cell = rows.Make(*row, [&](RegExRows & made, RegExRow const & from) {
-                        return made.StepTwice(from, first, second);
-                    });
-                if (cell != singleCell) {
-                    unit += 2;
-                    continue;
-                }
-            }
-        }
-        if (unit == end || *unit == 0) return row->accepts;
-        std::uint32_t const unitClass = units_.ClassOf(translate(*unit));
-        if (unitClass == RegExUnits::odd) {
-            if (!row->accepts && translate(*unit) == 0xFFFF) return false;
-            return Simulate(text, translate);
-        }
-        ++unit;
-        cell = row->At(unitClass).load(std::memory_order_acquire);
-        if (cell == unknownCell)
-            cell = rows.Make(
-                *row, [&](RegExRows & made, RegExRow const & from) { return made.Step(from, unitClass); });
     }
 }
 

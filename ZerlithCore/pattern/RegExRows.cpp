@@ -77,8 +77,6 @@ RegExRows::RegExRows(RegExNFA const & nfa, RegExSets const & sets, RegExUnits co
 }
 
 RegExCell RegExRows::Start() {
-    for (char16_t unit = 0; hasPairs_ && unit < 256; ++unit)
-        pairs_[unit] = static_cast<std::uint16_t>(PairOf(units_.ClassOfLow(unit), 0));
     found_.Clear();
     found_.Add(RegExNFA::entry);
     return FindOrMakeClosed();
@@ -249,6 +247,7 @@ RegExCell RegExRows::Make(std::size_t hash) {
                               sizeof(RegExCell) * cellCount + sizeof(RegExRun) +
                               2 * mostInRun * sizeof(char16_t) + 64; // for entries of the lists
     if (!rows_.empty() && arena_.GetUsed() + bytes > mostBytes_) return fullCell;
+    if (rows_.empty()) FillPairs();
     if (rows_.size() == rows_.capacity()) rows_.reserve(rows_.size() * 2 + 16);
     bool const isRest = accepts_ && nodes_.size() == 1 && IsLoopToExit(nodes_.front());
     auto * const row =
@@ -267,6 +266,11 @@ RegExCell RegExRows::Make(std::size_t hash) {
     rowOfNodes_.Add(hash, static_cast<std::uint32_t>(rows_.size()));
     rows_.push_back(row);
     return CellOf(*row);
+}
+
+void RegExRows::FillPairs() {
+    for (char16_t unit = 0; hasPairs_ && unit < 256; ++unit)
+        pairs_[unit] = static_cast<std::uint16_t>(PairOf(units_.ClassOfLow(unit), 0));
 }
 
 void RegExRows::MakeCells(RegExRow const & row) {

@@ -45,7 +45,7 @@ private:
     struct Identity {
         char16_t operator()(char16_t unit) const noexcept { return unit; }
     };
-    enum class Verdict { No, Yes, Open };
+    enum class Verdict { No, Yes, Open, Again };
     // What must stand at the end of a text: the items behind the last ".*" of the outermost sequence.
     struct Tail {
         Tail(std::span<KZRegExSyntaxNode const * const> items, RegExSets & sets)
@@ -57,6 +57,8 @@ private:
         bool isAll = false; // there is nothing in front of the ".*"
     };
     class RowsInUse;
+    template <class Translate>
+    class Walk;
 
     void FindEnd(KZRegExSyntaxNode const & root);
     [[nodiscard]] RegExNFA const & ExactNFA() const noexcept { return exact_.nodes.empty() ? nfa_ : exact_; }
@@ -66,7 +68,7 @@ private:
     template <class Make>
     [[nodiscard]] RegExCell MakeTail(Make make) const noexcept;
     template <class Translate>
-    [[nodiscard]] bool Walk(std::u16string_view text, Translate translate) const noexcept;
+    [[nodiscard]] bool Go(std::u16string_view text, Translate translate) const noexcept;
     template <class Translate>
     [[nodiscard]] bool Simulate(std::u16string_view text, Translate translate) const noexcept;
     [[nodiscard]] bool AcceptsEverything() const noexcept;

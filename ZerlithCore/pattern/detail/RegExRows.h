@@ -139,7 +139,7 @@ public:
 
     // True when rows have cells for two units.
     [[nodiscard]] bool HasPairs() const noexcept { return hasPairs_; }
-    // The cell for two units, by their classes, or by units below 256; that only after `Start`.
+    // The cell for two units, by their classes, or by units below 256; that only when there is a row.
     [[nodiscard]] std::size_t PairOf(std::uint32_t first, std::uint32_t second) const noexcept {
         return std::size_t{first + 1} * units_.GetCount() + second;
     }
@@ -161,6 +161,7 @@ private:
     [[nodiscard]] bool HasUnits(std::uint32_t node) const;
     [[nodiscard]] bool IsLoopOverAny(std::uint32_t node) const;
     [[nodiscard]] bool IsLoopToExit(std::uint32_t node) const;
+    void FillPairs();
     void MakeCells(RegExRow const & row);
     void AddRun(RegExRow & row);
     bool MakeRun(RegExRow & row, std::uint32_t node, std::size_t least, bool onlySingle);
