@@ -38,7 +38,7 @@ struct RegExAutomaton;
 /// Thread safety: one object may match in any number of threads.
 class KZ_EXPORT KZRegEx : public KZRefCount {
 public:
-    /// Compiles `parsed`. A collating table in it translates each unit of a text before it is matched: the table of 8
+    /// Compiles `parsed`, and keeps its tree, which mustn't change any more. A collating table in it translates each unit of a text before it is matched: the table of 8
     /// bits the units below 257, by their lower byte; the table of 16 bits all units, but only if there is none of 8
     /// bits. With `debug` all nodes and states are written to the console. Errors: std::bad_alloc.
     explicit KZRegEx(KZParsedRegEx const & parsed, bool debug = false);
@@ -54,8 +54,8 @@ public:
 
     /// A prefix with which callers narrow a search. The states are visited in the order in which they were made: an
     /// accepting state is skipped, a state that goes on with one range of units adds the lowest of these, and a state
-    /// with several ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Errors:
-    /// std::bad_alloc.
+    /// with several ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Each call makes the
+    /// states that tell the prefix, so keep the result. Errors: std::bad_alloc, also beyond 64 MB or a second of them.
     [[nodiscard]] KZString GetConstantStart() const;
 
 private:

@@ -301,6 +301,11 @@ TEST(RegExMatcher, MatchesInManyThreads) {
 }
 
 TEST(RegExMatcher, KnowsThousandsOfWords) {
+    RegExSets sets;
+    KZParsedRegEx const pets = KZStringRegExParser(u"car|cat|dog|do").Parse();
+    EXPECT_EQ(BuildNFA(&*pets.root, sets, Branches::Together).nodes.size(), 6U)
+        << "branches share their beginnings";
+    EXPECT_EQ(BuildNFA(&*pets.root, sets, Branches::Apart).nodes.size(), 17U);
     std::mt19937 random(5);
     std::u16string words;
     std::vector<KZString> all;
