@@ -38,9 +38,10 @@ struct RegExAutomaton;
 /// Thread safety: one object may match in any number of threads.
 class KZ_EXPORT KZRegEx : public KZRefCount {
 public:
-    /// Compiles `parsed`, and keeps its tree, which mustn't change any more. A collating table in it translates each unit of a text before it is matched: the table of 8
-    /// bits the units below 257, by their lower byte; the table of 16 bits all units, but only if there is none of 8
-    /// bits. With `debug` all nodes and states are written to the console. Errors: std::bad_alloc.
+    /// Compiles `parsed`, and keeps its tree, which mustn't change any more. A collating table in it translates each
+    /// unit of a text before it is matched: the table of 8 bits the units below 257, by their lower byte; the table of
+    /// 16 bits all units, but only if there is none of 8 bits. With `debug` all nodes and states are written to the
+    /// console. Errors: std::bad_alloc.
     explicit KZRegEx(KZParsedRegEx const & parsed, bool debug = false);
     KZRegEx(KZRegEx const & other);
     KZRegEx & operator=(KZRegEx const & other);
