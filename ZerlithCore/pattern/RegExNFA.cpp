@@ -309,7 +309,10 @@ RegExNFA BuildBackwardNFA(std::span<KZRegExSyntaxNode const * const> items, RegE
 
 std::vector<KZRegExSyntaxNode const *> ItemsOf(KZRegExSyntaxNode const & node) {
     std::vector<KZRegExSyntaxNode const *> items;
-    std::vector<KZRegExSyntaxNode const *> pending{&node};
+    std::vector<KZRegExSyntaxNode const *> pending;
+    items.reserve(64);
+    pending.reserve(64);
+    pending.push_back(&node);
     while (!pending.empty()) {
         KZRegExSyntaxNode const * const next = pending.back();
         pending.pop_back();

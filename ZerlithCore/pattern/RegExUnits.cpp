@@ -14,7 +14,9 @@ RegExUnits::RegExUnits(RegExSets const & sets) : sets_(sets) {
 }
 
 void RegExUnits::MakeIntervals() {
-    std::vector<char16_t> starts{0, 1, 0xFFFE};
+    std::vector<char16_t> starts;
+    starts.reserve(3 + 4 * std::size_t{sets_.GetCount()});
+    starts.assign({0, 1, 0xFFFE});
     for (std::uint32_t id = 0; id < sets_.GetCount(); ++id)
         for (auto range = sets_[id].GetBegin(); range != sets_[id].GetEnd(); ++range) {
             starts.push_back(range->low);
@@ -44,7 +46,9 @@ void RegExUnits::SplitByIntervals() {
         std::uint32_t set = none; // the last set that has split the class
         std::uint32_t into = 0;
     };
-    std::vector<Split> splits(2);
+    std::vector<Split> splits;
+    splits.reserve(2 + 2 * std::size_t{sets_.GetCount()});
+    splits.resize(2);
     for (std::uint32_t id = 0; id < sets_.GetCount(); ++id)
         ForEachIn(sets_[id], [&](Interval & interval) {
             Split & split = splits[interval.unitClass];
