@@ -1,7 +1,7 @@
 #include "ZerlithCore/pattern/KZCondition.h"
 
 #include "ZerlithCore/pattern/detail/ConditionText.h"
-#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExNFA.h"
 
 #include <algorithm>
 #include <array>

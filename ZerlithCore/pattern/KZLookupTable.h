@@ -52,6 +52,10 @@ public:
     /// Gives `value` to the keys from `low` up to, but not including, `high`. Does nothing when the range is empty.
     void Assign(Key low, Key high, Value const & value) {
         if (!(low < high)) return;
+        if (ranges_.empty()) {
+            ranges_.push_back({low, high, value});
+            return;
+        }
         // Ranges that only touch the new one are included, so that they can be merged with it.
         auto first = std::ranges::lower_bound(ranges_, low, {}, &Range::high);
         auto last = std::ranges::upper_bound(first, ranges_.end(), high, {}, &Range::low);

@@ -1,34 +1,46 @@
 #include "ZerlithCore/pattern/KZRegEx.h"
 
 #include "ZerlithCore/diagnostics/KZConsole.h"
+#include "ZerlithCore/pattern/detail/RegExDFA.h"
 #include "ZerlithCore/pattern/detail/RegExMatcher.h"
 #include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <ostream>
 
+struct KZDetail::RegExAutomaton {
+    explicit RegExAutomaton(KZSmartPtr<KZRegExSyntaxNode> const & parsed)
+        : root(parsed), matcher(parsed.IsNull() ? nullptr : &*parsed) {}
+
+    KZSmartPtr<KZRegExSyntaxNode> root;
+    RegExMatcher matcher;
+};
+
 namespace {
 
-using KZDetail::RegExAutomaton;
+using namespace KZDetail;
 
-std::shared_ptr<RegExAutomaton const> Compile(KZSmartPtr<KZRegExSyntaxNode> const & root, bool debug) {
-    KZDetail::Budget budget;
-    KZDetail::NFA nfa = KZDetail::BuildNFA(root, budget);
-    if (debug) Dump(KZGetConsole(), nfa);
-    std::vector<KZDetail::DFAState> states = KZDetail::BuildDFA(std::move(nfa), budget);
-    if (debug) {
-        Dump(KZGetConsole(), states);
-        KZGetConsole().flush();
-    }
-    KZDetail::MatchTables tables(states, budget);
-    return std::make_shared<RegExAutomaton const>(RegExAutomaton{std::move(states), std::move(tables)});
+RegExNFA BuildPrinted(KZSmartPtr<KZRegExSyntaxNode> const & root, RegExSets & sets) {
+    return BuildNFA(root.IsNull() ? nullptr : &*root, sets, Branches::Apart);
+}
+
+void Dump(KZSmartPtr<KZRegExSyntaxNode> const & root) {
+    RegExSets sets;
+    RegExNFA const nfa = BuildPrinted(root, sets);
+    std::vector<DFAState> const states =
+        BuildDFA(nfa, sets); // before anything is written, since it may throw
+    Dump(KZGetConsole(), nfa, sets);
+    Dump(KZGetConsole(), states);
+    KZGetConsole().flush();
 }
 
 } // namespace
 
 KZRegEx::KZRegEx(KZParsedRegEx const & parsed, bool debug)
-    : automaton_(Compile(parsed.root, debug))
+    : automaton_(std::make_shared<RegExAutomaton const>(parsed.root))
     , collatingTable_(parsed.collatingTable)
-    , wCollatingTable_(parsed.wCollatingTable) {}
+    , wCollatingTable_(parsed.wCollatingTable) {
+    if (debug) Dump(parsed.root);
+}
 
 KZRegEx::KZRegEx(KZRegEx const & other) = default;
 
@@ -41,24 +53,14 @@ bool KZRegEx::Match(char16_t const * text) const {
 }
 
 KZString KZRegEx::GetConstantStart() const {
-    KZString start;
-    for (KZDetail::DFAState const & state : automaton_->states) {
-        if (state.isAccepting) continue;
-        if (state.transitions.size() > 1) break;
-        if (state.transitions.size() == 1) start += state.transitions.begin()->low;
-    }
-    return start;
+    RegExSets sets;
+    RegExNFA const nfa = BuildPrinted(automaton_->root, sets);
+    return ConstantStart(nfa, sets);
 }
 
 bool KZRegEx::MatchUnits(std::u16string_view text) const {
-    if (!collatingTable_.IsNull())
-        return automaton_->Match(text, [&table = *collatingTable_](char16_t unit) {
-            return unit < 257 ? static_cast<char16_t>(table.GetWeight(static_cast<unsigned char>(unit)))
-                              : unit;
-        });
-    if (!wCollatingTable_.IsNull())
-        return automaton_->Match(text, [&table = *wCollatingTable_](char16_t unit) {
-            return static_cast<char16_t>(table.GetWeight(unit));
-        });
-    return automaton_->Match(text);
+    if (collatingTable_.IsNull() && wCollatingTable_.IsNull()) return automaton_->matcher.Match(text);
+    RegExTranslation const translation{collatingTable_.IsNull() ? nullptr : &*collatingTable_,
+                                       wCollatingTable_.IsNull() ? nullptr : &*wCollatingTable_};
+    return automaton_->matcher.Match(text, translation);
 }

@@ -21,25 +21,27 @@ namespace KZDetail {
 struct RegExAutomaton;
 }
 
-/// A deterministic automaton for a pattern. A match is of the whole text; there is no search and there are no captures.
+/// A pattern that texts are matched against. A match is of the whole text; there is no search and there are no captures.
 ///
-/// Construction takes time and memory in proportion to the number of states, which repeats and alternates multiply. A
-/// pattern that would take more than about 64 MB, or more than about a second, throws std::bad_alloc. Both are computed
-/// from the number of steps and objects, not measured, so a pattern fails on every machine or on none. A pattern that
-/// didn't parse gives an automaton that matches nothing.
+/// Construction takes time and memory in proportion to the pattern, which counts multiply. A pattern with more than
+/// 400,000 nodes, or one that would take too long at each unit, throws std::bad_alloc; docs/patterns.md tells more. A
+/// pattern that didn't parse matches nothing.
 ///
-/// A match takes linear time and allocates nothing. It looks each unit up in tables, or, where tables would be too
-/// large, by a binary search. U+FFFF is in no set, so a text with it matches no pattern, with one exception: a match
-/// ends as soon as no further unit can change the result, so "a.*" matches an "a" that U+FFFF follows.
+/// A match takes linear time. It makes states as the text needs them, and keeps them for later matches, in 4 MB at most;
+/// a match that needs more has 2 MB of its own until it ends, and one object keeps these for the next such match. A match
+/// never fails, but is slow where there is no memory for states. U+FFFF is in no set, so a text with it matches no
+/// pattern, with one exception: a match ends as soon as no further unit can change the result, so "a.*" matches an "a"
+/// that U+FFFF follows.
 ///
-/// Copies share the automaton.
+/// Copies share the states.
 ///
 /// Thread safety: one object may match in any number of threads.
 class KZ_EXPORT KZRegEx : public KZRefCount {
 public:
-    /// Compiles `parsed`. A collating table in it translates each unit of a text before it is matched: the table of 8
-    /// bits the units below 257, by their lower byte; the table of 16 bits all units, but only if there is none of 8
-    /// bits. With `debug` the nodes and states are written to the console. Errors: std::bad_alloc.
+    /// Compiles `parsed`, and keeps its tree, which mustn't change any more. A collating table in it translates each
+    /// unit of a text before it is matched: the table of 8 bits the units below 257, by their lower byte; the table of
+    /// 16 bits all units, but only if there is none of 8 bits. With `debug` all nodes and states are written to the
+    /// console. Errors: std::bad_alloc.
     explicit KZRegEx(KZParsedRegEx const & parsed, bool debug = false);
     KZRegEx(KZRegEx const & other);
     KZRegEx & operator=(KZRegEx const & other);
@@ -53,8 +55,8 @@ public:
 
     /// A prefix with which callers narrow a search. The states are visited in the order in which they were made: an
     /// accepting state is skipped, a state that goes on with one range of units adds the lowest of these, and a state
-    /// with several ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Errors:
-    /// std::bad_alloc.
+    /// with several ranges ends the prefix. For "[a-c]x" the result is "ax": callers rely on it. Each call makes the
+    /// states that tell the prefix, so keep the result. Errors: std::bad_alloc, also beyond 64 MB or a second of them.
     [[nodiscard]] KZString GetConstantStart() const;
 
 private:

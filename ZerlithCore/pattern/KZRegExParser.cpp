@@ -9,9 +9,9 @@ namespace {
 
 constexpr std::uint32_t deepestNesting = 1000;
 
-KZSmartPtr<KZRegExSyntaxNode> MakeSet(KZUWCharSet const & set) {
+KZSmartPtr<KZRegExSyntaxNode> MakeSet(char16_t low, char16_t high) {
     KZSmartPtr<KZRegExSyntaxNodeCharSet> node(new KZRegExSyntaxNodeCharSet);
-    static_cast<KZUWCharSet &>(*node) = set;
+    node->AddRange(low, high);
     return node;
 }
 
@@ -69,11 +69,10 @@ KZRegExParserBase::Node KZRegExParserBase::ParseRepSubRegEx() {
 }
 
 KZRegExParserBase::Node KZRegExParserBase::ParseSubRegEx() {
-    KZUWCharSet set;
     Node node;
     switch (token_) {
-    case Token::Character: set.AddChar(character_); break;
-    case Token::Any: set.AddAllChars(); break;
+    case Token::Character: node = MakeSet(character_, character_); break;
+    case Token::Any: node = MakeSet(0, 0xFFFE); break;
     case Token::GroupStart: node = ParseGroupDef(); break;
     case Token::Open:
         if (++depth_ > deepestNesting) return Fail();
@@ -85,51 +84,47 @@ KZRegExParserBase::Node KZRegExParserBase::ParseSubRegEx() {
     default: return Fail();
     }
     if (error_) return {};
-    if (node.IsNull()) node = MakeSet(set);
     GetRegExChar();
     return node;
 }
 
 KZRegExParserBase::Node KZRegExParserBase::ParseGroupDef() {
-    KZUWCharSet set;
+    KZSmartPtr<KZRegExSyntaxNodeCharSet> node(new KZRegExSyntaxNodeCharSet);
     GetGroupChar();
     bool const negate = token_ == Token::Negate;
     if (negate) {
-        set.AddAllChars();
+        node->AddAllChars();
         GetGroupChar();
     }
     while (token_ == Token::Character)
-        if (!ReadGroupItem(set, negate)) return Fail();
-    return token_ == Token::GroupEnd ? MakeSet(set) : Fail();
+        if (!ReadGroupItem(*node, negate)) return Fail();
+    return token_ == Token::GroupEnd ? Node(std::move(node)) : Fail();
 }
 
 void KZRegExParserBase::ReadToken(bool inGroup) {
-    struct Special {
-        char16_t unit;
-        Token token;
-        bool inGroup;
-        bool outside;
-    };
-    static constexpr Special specials[] = {
-        {u'[', Token::GroupStart, true, true},   {u']', Token::GroupEnd, true, true},
-        {u'(', Token::Open, false, true},        {u')', Token::Close, false, true},
-        {u'{', Token::CountOpen, false, true},   {u'}', Token::CountClose, false, true},
-        {u'|', Token::Alternative, false, true}, {u'.', Token::Any, false, true},
-        {u'+', Token::OneOrMore, false, true},   {u'*', Token::ZeroOrMore, false, true},
-        {u'?', Token::Optional, false, true},    {u'-', Token::Range, true, false},
-        {u'^', Token::Negate, true, false},
-    };
     character_ = GetNextChar();
-    token_ = character_ == 0 ? Token::End : Token::Character;
-    if (character_ == u'\\') {
+    token_ = Token::Character;
+    switch (character_) {
+    case u'\0': token_ = Token::End; break;
+    case u'[': token_ = Token::GroupStart; break;
+    case u']': token_ = Token::GroupEnd; break;
+    case u'(': token_ = inGroup ? Token::Character : Token::Open; break;
+    case u')': token_ = inGroup ? Token::Character : Token::Close; break;
+    case u'{': token_ = inGroup ? Token::Character : Token::CountOpen; break;
+    case u'}': token_ = inGroup ? Token::Character : Token::CountClose; break;
+    case u'|': token_ = inGroup ? Token::Character : Token::Alternative; break;
+    case u'.': token_ = inGroup ? Token::Character : Token::Any; break;
+    case u'+': token_ = inGroup ? Token::Character : Token::OneOrMore; break;
+    case u'*': token_ = inGroup ? Token::Character : Token::ZeroOrMore; break;
+    case u'?': token_ = inGroup ? Token::Character : Token::Optional; break;
+    case u'-': token_ = inGroup ? Token::Range : Token::Character; break;
+    case u'^': token_ = inGroup ? Token::Negate : Token::Character; break;
+    case u'\\':
         // A backslash at the end of the pattern stands for itself.
-        char16_t const next = GetNextChar();
-        if (next != 0) character_ = next;
-        return;
+        if (char16_t const next = GetNextChar()) character_ = next;
+        break;
+    default: break;
     }
-    for (Special const & special : specials)
-        if (special.unit == character_ && (inGroup ? special.inGroup : special.outside))
-            token_ = special.token;
 }
 
 KZRegExParserBase::Node KZRegExParserBase::ParseSuffix(Node node) {

@@ -12,11 +12,14 @@
 // Where the ranges of a set overlap, they are cut at their ends: for "[a-m]x|[h-z]y" the first unit is looked at as
 // a-g, h-m and n-z, which lead to three states. States are numbered in the order in which their sets are first met, and
 // get their transitions in the order of the sets.
-#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExDFA.h"
+
+#include "ZerlithCore/pattern/KZNFANodeSet.h"
 
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <map>
 #include <ostream>
 #include <set>
 #include <tuple>
@@ -74,34 +77,36 @@ struct StateSetHash {
 
 // The closure of each node: all nodes that can be reached from it without a unit, itself included. Nodes are done in
 // order; where a search reaches a node that is done, it takes that node's closure.
-std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & budget) {
-    budget.Keep(60 * nodes.size());
+std::vector<StateSet> CloseNodes(RegExNFA const & nfa, Budget & budget) {
+    std::uint32_t const count = static_cast<std::uint32_t>(nfa.nodes.size());
+    budget.Keep(60 * nfa.nodes.size());
     std::vector<StateSet> closures;
-    closures.reserve(nodes.size());
-    std::vector<std::uint32_t> foundFor(nodes.size(), noState);
+    closures.reserve(count);
+    std::vector<std::uint32_t> foundFor(count, none);
     std::vector<std::uint32_t> found;
     std::vector<std::uint32_t> pending;
-    for (NFANode const & node : nodes) {
+    for (std::uint32_t node = 0; node < count; ++node) {
         std::size_t looks = 0;
         auto const find = [&](std::uint32_t id) {
             ++looks;
-            if (foundFor[id] == node.id) return;
-            foundFor[id] = node.id;
+            if (foundFor[id] == node) return;
+            foundFor[id] = node;
             found.push_back(id);
-            if (id >= node.id) pending.push_back(id);
+            if (id >= node) pending.push_back(id);
         };
         found.clear();
-        find(node.id);
+        find(node);
         while (!pending.empty()) {
-            NFANode const & reached = nodes[pending.back()];
+            std::uint32_t const reached = pending.back();
             pending.pop_back();
-            for (std::uint32_t const id : reached.targets) {
+            nfa.ForEachEdge(reached, [&](RegExNFA::Edge const & edge) {
                 // A lower node that was found before came with its whole closure.
-                if (id >= node.id)
-                    find(id);
-                else if (foundFor[id] != node.id)
-                    closures[id].ForEach(find);
-            }
+                if (edge.set != none) return;
+                if (edge.target >= node)
+                    find(edge.target);
+                else if (foundFor[edge.target] != node)
+                    closures[edge.target].ForEach(find);
+            });
         }
         std::ranges::sort(found);
         closures.emplace_back(found);
@@ -113,25 +118,27 @@ std::vector<StateSet> CloseNodes(std::vector<NFANode> const & nodes, Budget & bu
 
 class Determiniser {
 public:
-    Determiniser(NFA const & nfa, Budget & budget)
-        : nfa_(nfa)
-        , budget_(budget)
-        , closures_(CloseNodes(nfa.nodes, budget))
-        , marks_(nfa.nodes.size() / 64 + 1) {
-        budget.Keep(8 * marks_.size() + 12 * nfa.nodes.size()); // for marks_ and united_
+    Determiniser(RegExNFA const & nfa, RegExSets const & sets)
+        : nfa_(nfa), sets_(sets), closures_(CloseNodes(nfa, budget_)), marks_(nfa.nodes.size() / 64 + 1) {
+        budget_.Keep(8 * marks_.size() + 12 * nfa.nodes.size()); // for marks_ and united_
+        StateOf(StateSet(closures_[RegExNFA::entry]));
     }
 
     std::vector<DFAState> Run() {
-        StateOf(StateSet(closures_[nfa_.entry]));
-        while (!unprocessed_.empty()) {
-            auto const [set, state] = **unprocessed_.begin();
-            unprocessed_.erase(unprocessed_.begin());
-            AddTransitions(set, state);
-        }
-        for (std::uint32_t i = 0; i < states_.size(); ++i)
-            states_[i].acceptsEverything = AcceptsEverything(i);
-        budget_.Leave(kept_);
+        while (!unprocessed_.empty()) ProcessNext();
         return std::move(states_);
+    }
+
+    KZString ConstantStart() {
+        KZString start;
+        for (std::uint32_t i = 0; i < states_.size(); ++i) {
+            while (!states_[i].isDone) ProcessNext();
+            if (states_[i].isAccepting) continue;
+            auto const & transitions = states_[i].transitions;
+            if (transitions.size() > 1) break;
+            if (transitions.size() == 1) start += transitions.begin()->low;
+        }
+        return start;
     }
 
 private:
@@ -147,6 +154,12 @@ private:
         std::uint32_t target;
     };
 
+    void ProcessNext() {
+        auto const [set, state] = **unprocessed_.begin();
+        unprocessed_.erase(unprocessed_.begin());
+        AddTransitions(set, state);
+    }
+
     std::uint32_t StateOf(StateSet && set) {
         budget_.Work(80 + 3 * set.large.size());
         auto const [place, isNew] =
@@ -156,7 +169,6 @@ private:
             // which is computed again when the map grows.
             std::size_t const size = place->first.large.size();
             budget_.Keep(300 + (size == 0 ? 0 : 24 + 4 * size));
-            kept_ += 120;
             budget_.Work(800 + 5 * size + Budget::Log(unprocessed_.size()) * (80 + size));
             states_.emplace_back().isAccepting = place->first.Has(nfa_.exit);
             unprocessed_.insert(&*place);
@@ -177,8 +189,8 @@ private:
             if (!active_.empty()) transitions_.Append(low, bounds_[i + 1], StateOf(UniteActive()));
         }
         budget_.Keep(24 + 8 * transitions_.size());
-        kept_ += 24 + 8 * transitions_.size();
         states_[state].transitions = transitions_;
+        states_[state].isDone = true;
     }
 
     void CollectEdges(StateSet const & set) {
@@ -194,12 +206,15 @@ private:
     }
 
     void CollectEdges(std::uint32_t id) {
-        for (auto const & [target, units] : nfa_.nodes[id].onUnits)
+        nfa_.ForEachEdge(id, [this](RegExNFA::Edge const & edge) {
+            if (edge.set == none) return;
+            KZUWCharSet const & units = sets_[edge.set];
             for (auto range = units.GetBegin(); range != units.GetEnd(); ++range) {
-                edges_.push_back({range->low, range->high, target});
+                edges_.push_back({range->low, range->high, edge.target});
                 bounds_.push_back(range->low);
                 bounds_.push_back(range->high);
             }
+        });
         if (edges_.size() <= mostEdges_) return;
         budget_.Keep(60 * (edges_.size() - mostEdges_)); // for edges_, active_ and bounds_
         mostEdges_ = edges_.size();
@@ -254,15 +269,9 @@ private:
         return united_;
     }
 
-    [[nodiscard]] bool AcceptsEverything(std::uint32_t state) const {
-        return states_[state].isAccepting &&
-               std::ranges::any_of(states_[state].transitions, [state](auto const & range) {
-                   return range.value == state && range.low == 0 && range.high > 0xFFFD;
-               });
-    }
-
-    NFA const & nfa_;
-    Budget & budget_;
+    RegExNFA const & nfa_;
+    RegExSets const & sets_;
+    Budget budget_;
     std::vector<StateSet> closures_;   // by node
     std::vector<std::uint64_t> marks_; // a bit for each node: it is in the union that is being made
     std::vector<DFAState> states_;
@@ -273,9 +282,8 @@ private:
     std::vector<Edge> active_;
     std::vector<char16_t> bounds_;
     std::vector<std::uint32_t> united_;
-    Transitions transitions_{noState};
+    Transitions transitions_{none};
     std::size_t mostEdges_ = 0;
-    std::size_t kept_ = 0; // bytes of the states
 };
 
 void PrintUnit(std::wostream & out, char16_t unit) {
@@ -298,17 +306,30 @@ void PrintRange(std::wostream & out, char16_t low, char16_t high) {
 
 } // namespace
 
-std::vector<DFAState> BuildDFA(NFA nfa, Budget & budget) { return Determiniser(nfa, budget).Run(); }
+std::vector<DFAState> BuildDFA(RegExNFA const & nfa, RegExSets const & sets) {
+    return Determiniser(nfa, sets).Run();
+}
 
-void Dump(std::wostream & out, NFA const & nfa) {
-    for (NFANode const & node : nfa.nodes) {
-        out << node.id << L":\n    e-transtions = {";
+KZString ConstantStart(RegExNFA const & nfa, RegExSets const & sets) {
+    return Determiniser(nfa, sets).ConstantStart();
+}
+
+void Dump(std::wostream & out, RegExNFA const & nfa, RegExSets const & sets) {
+    for (std::uint32_t id = 0; id < nfa.nodes.size(); ++id) {
+        KZNFANodeSet targets;
+        std::map<std::uint32_t, KZUWCharSet> onUnits;
+        nfa.ForEachEdge(id, [&](RegExNFA::Edge const & edge) {
+            if (edge.set == none)
+                targets.Insert(edge.target);
+            else
+                onUnits[edge.target] |= sets[edge.set];
+        });
+        out << id << L":\n    e-transtions = {";
         bool isFirst = true;
-        for (std::uint32_t const id : node.targets) {
-            out << (std::exchange(isFirst, false) ? L"" : L", ") << id;
-        }
+        for (std::uint32_t const target : targets)
+            out << (std::exchange(isFirst, false) ? L"" : L", ") << target;
         out << L"}\n";
-        for (auto const & [target, units] : node.onUnits) {
+        for (auto const & [target, units] : onUnits) {
             out << L"    [";
             for (auto range = units.GetBegin(); range != units.GetEnd(); ++range)
                 PrintRange(out, range->low, range->high);

@@ -1,123 +1,92 @@
-// The states of an automaton, as tables for matching.
+// Matches texts against a pattern, by rows that are made as the texts need them.
 #pragma once
 
-#include "ZerlithCore/pattern/detail/RegExAutomaton.h"
+#include "ZerlithCore/pattern/detail/RegExRows.h"
+#include "ZerlithCore/text/KZCollator.h"
 
-#include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
 #include <string_view>
-#include <type_traits>
-#include <vector>
 
 namespace KZDetail {
 
-// Each state has a row with the next state for each class of units. A class is a range of units that lead every state
-// to the same place: for "[a-f]x" the classes are the units before a, a to f, g to w, x, and the units after x. The
-// number of a state is the index at which its row begins. If the tables would be too large, there are none.
-class MatchTables {
+// The units of texts are replaced by their weights in a collating table, of which at most one isn't null.
+struct RegExTranslation {
+    KZCollatingTable<char> const * narrow;
+    KZCollatingTable<unsigned short> const * wide;
+
+    char16_t operator()(char16_t unit) const noexcept {
+        if (!narrow) return static_cast<char16_t>(wide->GetWeight(unit));
+        return unit < 257 ? static_cast<char16_t>(narrow->GetWeight(static_cast<unsigned char>(unit))) : unit;
+    }
+};
+
+// Rows are shared by all threads: they are read without a lock, made under one, and stay. Once they take their share of
+// memory, a match that needs more borrows rows of its own, which are dropped whenever they are full. Where even these
+// can't be had, the match goes from node to node in memory that is there from the start. So a match always has a result.
+//
+// A text ends at its first 0. Matches throw nothing; any number of threads may match at the same time.
+class RegExMatcher {
 public:
+    // Keeps pointers into the tree; null matches nothing. Errors: std::bad_alloc, also as a PatternTooLarge.
+    explicit RegExMatcher(KZRegExSyntaxNode const * root);
+    RegExMatcher(RegExMatcher const &) = delete;
+    RegExMatcher & operator=(RegExMatcher const &) = delete;
+
+    [[nodiscard]] bool Match(std::u16string_view text) const noexcept;
+    [[nodiscard]] bool Match(std::u16string_view text, RegExTranslation const & translation) const noexcept;
+
+private:
     struct Identity {
         char16_t operator()(char16_t unit) const noexcept { return unit; }
     };
+    enum class Verdict { No, Yes, Open, Again };
+    // What must stand at the end of a text: the items behind the last ".*" of the outermost sequence.
+    struct Tail {
+        Tail(std::span<KZRegExSyntaxNode const * const> items, RegExSets & sets)
+            : nfa(BuildBackwardNFA(items, sets)) {}
 
-    // Targets that end a match.
-    static constexpr std::uint32_t dead = 0xFFFFFFFFU;
-    static constexpr std::uint32_t everything = 0xFFFFFFFEU;
-
-    MatchTables(std::vector<DFAState> const & states, Budget & budget);
-
-    [[nodiscard]] bool IsEmpty() const noexcept { return next_.empty(); }
-    // Matches all of `text` up to its first 0. Requires: not empty.
-    [[nodiscard]] bool Match(std::u16string_view text) const noexcept;
-    // The same with `translate(unit)` in place of each unit.
-    template <class Translate>
-    [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept;
-
-private:
-    // The units that lead a state to itself, if they are at most four ranges; if they are more, or none, the count is
-    // 0.
-    struct Loop {
-        std::uint32_t count = 0;
-        std::array<char16_t, 4> low{};
-        std::array<char16_t, 4> span{}; // last unit minus the first
+        RegExNFA nfa;
+        std::optional<RegExRows> rows;
+        std::atomic<RegExCell> start = unknownCell;
+        bool isAll = false; // there is nothing in front of the ".*"
     };
-
-    static std::vector<std::uint32_t> FindBounds(std::vector<DFAState> const & states, Budget & budget);
-    void MakeClasses(std::vector<DFAState> const & states, Budget & budget);
-    void MakeRows(std::vector<DFAState> const & states, Budget & budget);
-    static Loop MakeLoop(DFAState const & state, std::uint32_t self);
-    [[nodiscard]] std::uint32_t ClassOf(char16_t unit) const noexcept {
-        return classes_[std::uint32_t{pages_[unit >> 8]} + (unit & 0xFFU)];
-    }
-    static char16_t const * Skip(Loop const & loop, char16_t const * text, char16_t const * end) noexcept;
-
-    std::uint32_t start_ = dead;
-    std::uint32_t classCount_ = 1;
-    std::array<std::uint16_t, 256> pages_{}; // where in classes_ each page of 256 units begins
-    std::vector<std::uint16_t> classes_;     // the class of each unit, by pages
-    std::vector<std::uint32_t> next_;
-    std::vector<std::uint8_t> accepting_; // by state
-    std::vector<Loop> loops_;             // by state
-};
-
-struct RegExAutomaton {
-    std::vector<DFAState> states; // the start state first
-    MatchTables tables;
-
-    // Matches all of `text` up to its first 0.
-    [[nodiscard]] bool Match(std::u16string_view text) const noexcept {
-        return tables.IsEmpty() ? MatchByRanges(text, MatchTables::Identity()) : tables.Match(text);
-    }
-    // The same with `translate(unit)` in place of each unit.
+    class RowsInUse;
     template <class Translate>
-    [[nodiscard]] bool Match(std::u16string_view text, Translate translate) const noexcept {
-        return tables.IsEmpty() ? MatchByRanges(text, translate) : tables.Match(text, translate);
-    }
+    class Walk;
 
-private:
-    // Makes one binary search for each unit.
+    void FindEnd(KZRegExSyntaxNode const & root);
+    [[nodiscard]] RegExNFA const & ExactNFA() const noexcept { return exact_.nodes.empty() ? nfa_ : exact_; }
+    [[nodiscard]] bool HasEnd() const noexcept { return tail_ || lastSet_ != none; }
+    [[nodiscard]] Verdict LookAtEnd(std::u16string_view text) const noexcept;
+    [[nodiscard]] Verdict LookAtTail(std::u16string_view text) const noexcept;
+    template <class Make>
+    [[nodiscard]] RegExCell MakeTail(Make make) const noexcept;
     template <class Translate>
-    [[nodiscard]] bool MatchByRanges(std::u16string_view text, Translate translate) const noexcept;
+    [[nodiscard]] bool Go(std::u16string_view text, Translate translate) const noexcept;
+    template <class Translate>
+    [[nodiscard]] bool Simulate(std::u16string_view text, Translate translate) const noexcept;
+    [[nodiscard]] bool AcceptsEverything() const noexcept;
+    void Move(RegExNodes const & from, char16_t unit, RegExNodes & to) const noexcept;
+
+    RegExSets sets_;
+    RegExNFA nfa_;
+    RegExUnits units_;
+    RegExNFA exact_; // with branches apart; empty if it would be the same, or isn't needed
+    std::unique_ptr<Tail> tail_;
+    std::uint32_t lastSet_ = none; // where a match ends with a unit of this set, and there is no tail
+    mutable std::mutex lock_;      // for all below
+    mutable RegExRows rows_;
+    mutable std::atomic<RegExCell> start_ = unknownCell;
+    mutable std::unique_ptr<RegExRows> spare_; // one to borrow
+    mutable RegExNodes now_;
+    mutable RegExNodes next_;
+    mutable RegExNodes tried_;
 };
-
-template <class Translate>
-bool RegExAutomaton::MatchByRanges(std::u16string_view text, Translate translate) const noexcept {
-    DFAState const * state = &states.front();
-    for (char16_t const unit : text) {
-        if (unit == 0 || state->acceptsEverything) break;
-        std::uint32_t const next = state->transitions.Lookup(translate(unit));
-        if (next == noState) return false;
-        state = &states[next];
-    }
-    return state->isAccepting;
-}
-
-template <class Translate>
-bool MatchTables::Match(std::u16string_view text, Translate translate) const noexcept {
-    // When a state has stayed the same for `patience` units, and `worthwhile` units are left, a vector scan is tried.
-    constexpr std::uint32_t patience = 8;
-    constexpr std::ptrdiff_t worthwhile = 16;
-    std::uint32_t state = start_;
-    if (state >= everything) return state == everything;
-    std::uint32_t stayed = 0;
-    char16_t const * unit = text.data();
-    char16_t const * const end = unit + text.size();
-    while (unit != end && *unit != 0) {
-        std::uint32_t const next = next_[state + ClassOf(translate(*unit))];
-        ++unit;
-        if (next == state) {
-            if constexpr (std::is_same_v<Translate, Identity>) {
-                if (++stayed < patience) continue;
-                stayed = 0;
-                if (end - unit >= worthwhile) unit = Skip(loops_[state / classCount_], unit, end);
-            }
-            continue;
-        }
-        if (next >= everything) return next == everything;
-        state = next;
-        stayed = 0;
-    }
-    return accepting_[state / classCount_] != 0;
-}
 
 } // namespace KZDetail
