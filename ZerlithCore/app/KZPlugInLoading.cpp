@@ -77,6 +77,9 @@ Found FilesOfList(KZString const & listFile, KZString const & directory) {
         if (path.GetDirectory().IsNull()) path.SetDirectory(directory);
         found.files.push_back(path.AsString());
     }
+    // The names that were read are loaded; the error tells that there may be more.
+    if (stream.bad())
+        found.error = Refuse(KZString(u"The plug-ins list file ") + listFile + u" cannot be read.");
     return found;
 }
 

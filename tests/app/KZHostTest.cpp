@@ -240,10 +240,12 @@ TEST(KZHost, TellsWhatItCannotFind) {
                                    Quit + End + Exit);
     place.Write("text.osx", "no library\n");
     std::filesystem::create_directory(place.Path("directory.lst"));
+    std::filesystem::create_symlink("/proc/self/mem", place.Path("fails.lst")); // opens, but can't be read
     std::pair<char const *, std::string> const cases[] = {
         {"/osxpath:/no/such", "Invalid directory: /no/such\n"},
         {"/osxpath:/no/such/my.lst", "The plug-ins list file /no/such/my.lst does not exist.\n"},
         {"/osxpath:directory.lst", "The plug-ins list file directory.lst does not exist.\n"},
+        {"/osxpath:fails.lst", "The plug-ins list file fails.lst cannot be read.\n"},
         {"/osxpath:.", "LoadLibrary fails on " + place.Path("text.osx") + ": "},
     };
     for (auto const & [option, expected] : cases) {
