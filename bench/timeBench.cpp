@@ -59,11 +59,11 @@ void ParseByStrptime(benchmark::State & state) {
 BENCHMARK(ParseByStrptime);
 
 void AddAMonth(benchmark::State & state) {
-    KZDateEx date(2024, 1, 31);
+    KZDateTimeEx value(KZDateEx(2024, 1, 31), KZTimeEx(7, 8, 9));
     KZDurationEx const month(1, KZDurationEx::month);
     for (auto _ : state) {
-        benchmark::DoNotOptimize(date);
-        benchmark::DoNotOptimize(date + month);
+        benchmark::DoNotOptimize(value);
+        benchmark::DoNotOptimize(value + month);
     }
 }
 BENCHMARK(AddAMonth);
@@ -79,49 +79,42 @@ void AddAMonthByTimegm(benchmark::State & state) {
 BENCHMARK(AddAMonthByTimegm);
 
 void AddAThousandDays(benchmark::State & state) {
-    KZDateEx date(2024, 1, 31);
+    KZDateTimeEx value = sample;
+    KZDurationEx const days(1000, KZDurationEx::day);
     for (auto _ : state) {
-        benchmark::DoNotOptimize(date);
-        benchmark::DoNotOptimize(date + 1000L);
+        benchmark::DoNotOptimize(value);
+        benchmark::DoNotOptimize(value + days);
     }
 }
 BENCHMARK(AddAThousandDays);
 
 void WeekDay(benchmark::State & state) {
-    KZDateEx date(2024, 1, 31);
+    KZDateTimeEx value = sample;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(date);
-        benchmark::DoNotOptimize(date.GetWeekDay());
+        benchmark::DoNotOptimize(value);
+        benchmark::DoNotOptimize(value.GetWeekDay(UTC));
     }
 }
 BENCHMARK(WeekDay);
 
 void UTCToNewYork(benchmark::State & state) {
     KZTimeZone const zone = NewYork();
-    std::int64_t utc = sampleSeconds;
-    for (auto _ : state) {
-        benchmark::DoNotOptimize(utc);
-        benchmark::DoNotOptimize(utc + zone.GetLocalMinusUTC(utc));
-    }
-}
-BENCHMARK(UTCToNewYork);
-
-void ValueToNewYork(benchmark::State & state) {
-    KZTimeZone const zone = NewYork();
     for (auto _ : state) {
         KZDateTimeEx value = sample;
+        benchmark::DoNotOptimize(value);
         benchmark::DoNotOptimize(value.ConvertFromUTCTo(zone));
         benchmark::DoNotOptimize(value);
     }
 }
-BENCHMARK(ValueToNewYork);
+BENCHMARK(UTCToNewYork);
 
 void NewYorkToUTC(benchmark::State & state) {
     KZTimeZone const zone = NewYork();
-    std::int64_t local = sampleSeconds;
     for (auto _ : state) {
-        benchmark::DoNotOptimize(local);
-        benchmark::DoNotOptimize(zone.LocalToUTC(local));
+        KZDateTimeEx value = sample;
+        benchmark::DoNotOptimize(value);
+        benchmark::DoNotOptimize(value.ConvertToUTC(zone));
+        benchmark::DoNotOptimize(value);
     }
 }
 BENCHMARK(NewYorkToUTC);

@@ -172,7 +172,27 @@ unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
     return count;
 }
 
+// Decodes four blocks at a time while they are all ASCII.
+void DecodeAsciiBlocks(DecodeCursor & cursor) {
+    constexpr std::size_t step = 4 * blockBytes;
+    __m128i const zero = _mm_setzero_si128();
+    while (cursor.Left() >= step && cursor.Room() >= step) {
+        __m128i blocks[4];
+        for (unsigned i = 0; i < 4; ++i) blocks[i] = Load(cursor.in + i * blockBytes);
+        __m128i const all =
+            _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
+        if (MaskOf(all) != 0) return;
+        for (unsigned i = 0; i < 4; ++i) {
+            Store(cursor.out + i * blockBytes, _mm_unpacklo_epi8(blocks[i], zero));
+            Store(cursor.out + i * blockBytes + 8, _mm_unpackhi_epi8(blocks[i], zero));
+        }
+        cursor.in += step;
+        cursor.out += step;
+    }
+}
+
 void DecodeBlocks(DecodeCursor & cursor) {
+    DecodeAsciiBlocks(cursor);
     unsigned carry = 0; // the first bytes of the next block that must be continuation bytes
     alignas(16) char16_t lanes[blockBytes + 1];
     lanes[blockBytes] = 0;

@@ -76,6 +76,18 @@ Utf8Status EncodeOne(EncodeCursor & cursor, Utf8Mode mode, bool final) {
 // Encodes blocks that are all ASCII.
 void EncodeAsciiBlocks(EncodeCursor & cursor) {
 #if defined(__SSE2__)
+    while (cursor.Left() >= 2 * blockBytes && cursor.Room() >= 2 * blockBytes) {
+        __m128i blocks[4];
+        for (unsigned i = 0; i < 4; ++i) blocks[i] = Load(cursor.in + i * 8);
+        __m128i const all =
+            _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
+        __m128i const wide = _mm_and_si128(all, Splat16(0xFF80));
+        if (MaskOf(_mm_cmpeq_epi16(wide, _mm_setzero_si128())) != 0xFFFF) break;
+        Store(cursor.out, _mm_packus_epi16(blocks[0], blocks[1]));
+        Store(cursor.out + blockBytes, _mm_packus_epi16(blocks[2], blocks[3]));
+        cursor.in += 2 * blockBytes;
+        cursor.out += 2 * blockBytes;
+    }
     while (cursor.Left() >= blockBytes && cursor.Room() >= blockBytes) {
         __m128i const first = Load(cursor.in);
         __m128i const second = Load(cursor.in + 8);

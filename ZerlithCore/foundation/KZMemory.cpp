@@ -2,8 +2,11 @@
 
 #include "ZerlithCore/platform/ThreadEnd.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdint>
+#include <cstdlib>
+#include <cstring>
 #include <new>
 
 // Each thread counts its bytes in a counter of its own, so that counting costs no locked instruction and no shared
@@ -69,18 +72,37 @@ void Count(std::size_t bytes) noexcept {
     }
 }
 
+constexpr std::size_t largeSize = 128 * 1024;
+
+void * OrThrow(void * block) {
+    if (!block) throw std::bad_alloc();
+    return block;
+}
+
 } // namespace
 
 void * KMMemoryPool::New(std::size_t size) {
-    void * const block = ::operator new(size);
+    void * const block = size < largeSize ? ::operator new(size) : OrThrow(std::malloc(size));
     Count(size);
     return block;
+}
+
+void * KMMemoryPool::Resize(void * block, std::size_t size, std::size_t newSize) {
+    if (size >= largeSize && newSize >= largeSize) {
+        void * const moved = OrThrow(std::realloc(block, newSize));
+        Count(newSize - size);
+        return moved;
+    }
+    void * const fresh = New(newSize);
+    std::memcpy(fresh, block, std::min(size, newSize));
+    Delete(block, size);
+    return fresh;
 }
 
 void KMMemoryPool::Delete(void * block, std::size_t size) noexcept {
     if (!block) return;
     Count(0 - size);
-    ::operator delete(block, size);
+    size < largeSize ? ::operator delete(block, size) : std::free(block);
 }
 
 std::size_t KMMemoryPool::GetUsedMemory() noexcept {

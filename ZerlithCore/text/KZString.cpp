@@ -13,7 +13,8 @@
 
 // A block is a header of 12 bytes and the text, in one piece of KMMemoryPool. Before a function writes, it makes sure
 // that no other string shares the block and that the block is large enough. Otherwise the text moves to a new block,
-// and the old one is kept until the write is done, so that arguments may point into the string itself.
+// and the old one is kept until the write is done, so that arguments may point into the string itself. A large block
+// that is about full is resized instead, which spares the copy and the memory for both.
 
 namespace {
 
@@ -74,6 +75,20 @@ constexpr std::size_t Lead(std::uint32_t capacity) noexcept {
 
 constexpr std::size_t BlockSize(std::uint32_t capacity) noexcept {
     return Lead(capacity) + headerBytes + (std::size_t{capacity} + 1) * unitBytes;
+}
+
+/// Whether resizing `block` is better than copying its text: both sizes have the same lead, and most is text.
+bool IsResizable(KZString::DataDef const & block) noexcept {
+    return block.capacity >= largeCapacity && block.length >= block.capacity / 2;
+}
+
+KZString::DataDef * Resized(KZString::DataDef * block, std::uint32_t need) {
+    std::uint32_t const capacity = Grown(block->capacity, need);
+    auto * const memory = reinterpret_cast<std::byte *>(block) - Lead(capacity);
+    void * const moved = KMMemoryPool::Resize(memory, BlockSize(block->capacity), BlockSize(capacity));
+    block = reinterpret_cast<KZString::DataDef *>(static_cast<std::byte *>(moved) + Lead(capacity));
+    block->capacity = capacity;
+    return block;
 }
 
 } // namespace
@@ -144,7 +159,14 @@ void KZString::Append(char16_t const * text, unsigned int count) {
     if (size == 0) return;
     std::size_t const length = Length();
     std::uint32_t const need = AsCapacity(length + size + 1);
-    KZString const old = OwnsRoom(need) ? KZString() : Regrow(need);
+    KZString old;
+    if (need > Capacity() && OwnsRoom(0) && IsResizable(*data_)) {
+        std::size_t const place = PointsInto(*this, text) ? static_cast<std::size_t>(text - begin()) : npos;
+        data_ = Resized(data_, need);
+        if (place != npos) text = begin() + place;
+    } else if (!OwnsRoom(need)) {
+        old = Regrow(need);
+    }
     Move(data_->text + length, text, size);
     EndAt(length + size);
 }
@@ -254,7 +276,11 @@ void KZString::RTrim(char16_t const * set, unsigned int position) {
 // --- Blocks
 
 void KZString::ResizeCapacity(std::uint32_t need) {
-    if (!OwnsRoom(need)) Regrow(need);
+    if (OwnsRoom(need)) return;
+    if (OwnsRoom(0) && IsResizable(*data_))
+        data_ = Resized(data_, AsCapacity(need));
+    else
+        Regrow(need);
 }
 
 KZString::DataDef * KZString::Alloc(std::uint32_t capacity) {

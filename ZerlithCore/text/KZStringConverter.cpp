@@ -7,6 +7,9 @@
 #include "ZerlithCore/text/detail/OwnErrors.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <new>
 #include <string_view>
 
 namespace {
@@ -14,6 +17,27 @@ namespace {
 // A size as an argument of `Reserve`. A size beyond what a string can hold becomes one that `Reserve` refuses.
 std::uint32_t RoomFor(std::size_t size) {
     return static_cast<std::uint32_t>(std::min<std::size_t>(size, KZString::npos));
+}
+
+// Whether `bytes` are likely to be all ASCII: eight places in them are.
+bool LooksLikeAscii(std::string_view bytes) {
+    constexpr std::size_t places = 8;
+    std::uint64_t seen = 0;
+    for (std::size_t i = 0; i < places && bytes.size() >= sizeof seen; ++i) {
+        std::uint64_t piece;
+        std::memcpy(&piece, bytes.data() + (bytes.size() - sizeof piece) * i / (places - 1), sizeof piece);
+        seen |= piece;
+    }
+    return (seen & 0x8080808080808080) == 0;
+}
+
+// Moves a text that only looked like ASCII to a block of its size. Without memory for one it stays where it is.
+void TakeLessRoom(KZString & string) {
+    try {
+        string = KZString(static_cast<std::u16string_view>(string));
+    } catch (std::bad_alloc const &) {
+        return;
+    }
 }
 
 } // namespace
@@ -85,11 +109,12 @@ KZStringUTF8Converter::~KZStringUTF8Converter() = default;
 
 KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * src) const {
     std::string_view const bytes = KZBytesOf(src);
-    std::size_t size = KZEncoding::UnitsInUtf8(bytes);
     if (bytes.empty()) {
         dest.Clear();
         return {};
     }
+    // ASCII takes a unit for each byte, so its units needn't be counted.
+    std::size_t size = LooksLikeAscii(bytes) ? bytes.size() : KZEncoding::UnitsInUtf8(bytes);
     KZEncoding::Utf8Result result;
     for (;; size = bytes.size()) {
         dest.Reserve(RoomFor(size + 1));
@@ -101,6 +126,7 @@ KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * 
     }
     GetStrDataP(dest)[result.written] = u'\0';
     *GetStrDataLenP(dest) = static_cast<std::uint32_t>(result.written);
+    if (result.written < size - size / 8) TakeLessRoom(dest);
     return {};
 }
 

@@ -93,8 +93,7 @@ public:
     constexpr void SetNull() noexcept { packed_ = 0; }
     /// True when the calendar has this day.
     [[nodiscard]] constexpr bool IsValid() const noexcept {
-        return packed_ != 0 && GetMonth() != 0 && GetDay() != 0 &&
-               GetDay() <= GetDaysInMonth(GetYear(), GetMonth());
+        return GetDay() != 0 && GetDay() <= GetDaysInMonth(GetYear(), GetMonth());
     }
     [[nodiscard]] constexpr int AsInt() const noexcept { return packed_; }
     constexpr void FromInt(int packed) noexcept { packed_ = packed; }
@@ -204,19 +203,13 @@ KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateEx & date);
 // --- Definitions that may also run in constant expressions
 
 constexpr unsigned int KZDateEx::GetWeekDay() const noexcept {
-    if (IsNull() || GetYear() < 1970) return 0;
-    std::uint32_t month = GetMonth();
-    std::uint32_t year = static_cast<std::uint16_t>(GetYear());
-    if (month > 2) {
-        month -= 3;
-    } else {
-        month += 9;
-        year = static_cast<std::uint16_t>(year - 1);
-    }
-    std::uint32_t const number =
-        (153 * month + 2) / 5 + year / 100 * 146097 / 4 + year % 100 * 1461 / 4 + GetDay();
-    // A multiple of 7 is added, so that the difference isn't negative for years that were cut to small numbers.
-    return (number + 7 * 100000 - 693537) % 7;
+    // The weekday at the start of each month, in a year that begins in March; a year moves it by one, a leap year by
+    // one more.
+    constexpr std::uint8_t weekDayOfMonth[16] = {4, 0, 3, 2, 5, 0, 3, 5, 1, 4, 6, 2, 4, 0, 3, 5};
+    if (GetYear() < 1970) return 0;
+    auto const year = static_cast<std::uint16_t>(GetYear() - (GetMonth() <= 2 ? 1 : 0));
+    unsigned int const leapDays = year / 4U - year / 100U + year / 400U;
+    return (weekDayOfMonth[GetMonth()] + year + leapDays + GetDay()) % 7;
 }
 
 constexpr unsigned int KZDateEx::GetYearDay() const noexcept {

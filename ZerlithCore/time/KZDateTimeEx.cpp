@@ -35,8 +35,6 @@ KZDateTimeEx FromMilliseconds(std::int64_t milliseconds) {
     return {value.date, value.time};
 }
 
-std::int64_t Seconds(std::int64_t milliseconds) { return KZDetail::FloorDivide(milliseconds, 1000); }
-
 // Makes a value of the fields that were read, still in their zone; null if they make none. With a field that was
 // dropped the result is null, too: the other fields could make a value, but not the one in the text.
 KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
@@ -44,12 +42,9 @@ KZDateTimeEx ValueOf(KZDetail::CalendarFields const & read) {
     KZDateEx date;
     KZTimeEx time;
     if (read.read & KZDateAndTime::Date) {
-        KZDateAndTime fields;
-        fields.year = read.year;
-        fields.month = read.month;
-        fields.day = read.day;
-        fields.mask = KZDateAndTime::Date;
-        if (!date.SetDateAndTime(fields) || date.GetYear() == 0 || date.GetYear() != read.year) return {};
+        if (read.month > 12 || read.day > 31) return {};
+        date.SetDate(read.year, read.month, read.day);
+        if (!date.IsValid() || date.GetYear() == 0 || date.GetYear() != read.year) return {};
     }
     if (read.read & KZDateAndTime::Time) {
         if (read.hour > 23 || read.minute > 59 || read.second > 59 || read.millisecond > 999) return {};
@@ -129,22 +124,6 @@ KZDateTimeEx KZDateTimeEx::GetCurrentDateTime() {
     return FromMilliseconds(KZPlatform::WallClockMilliseconds());
 }
 
-KZDateEx KZDateTimeEx::GetDate(KZTimeZone const & zone) const noexcept { return ToLocal(zone).date_; }
-
-KZTimeEx KZDateTimeEx::GetTime(KZTimeZone const & zone) const noexcept { return ToLocal(zone).time_; }
-
-unsigned int KZDateTimeEx::GetWeekDay(KZTimeZone const & zone) const noexcept {
-    return GetDate(zone).GetWeekDay();
-}
-
-unsigned int KZDateTimeEx::GetYearDay(KZTimeZone const & zone) const noexcept {
-    return GetDate(zone).GetYearDay();
-}
-
-unsigned int KZDateTimeEx::GetYearWeek(KZTimeZone const & zone) const noexcept {
-    return GetDate(zone).GetYearWeek();
-}
-
 bool KZDateTimeEx::GetDateAndTime(KZDateAndTime & fields, KZTimeZone const & zone, unsigned int mask) const {
     if (IsNull()) return false;
     KZDateTimeEx const local = ToLocal(zone);
@@ -171,14 +150,13 @@ bool KZDateTimeEx::SetDateAndTime(KZDateAndTime const & fields, KZTimeZone const
 
 std::int32_t KZDateTimeEx::GetOffset(KZTimeZone const & zone) const noexcept {
     if (!zone.GetDstObserved() || !IsDateAndTime()) return zone.GetTimeZoneInfo().bias * 60;
-    return zone.GetLocalMinusUTC(Seconds(Milliseconds(date_, time_)));
+    return zone.GetLocalMinusUTC(Seconds());
 }
 
 bool KZDateTimeEx::ConvertToUTC(KZTimeZone const & zone) noexcept {
     if (!IsDateAndTime()) return false;
-    std::int64_t const local = Milliseconds(date_, time_);
-    std::int64_t const second = Seconds(local);
-    *this = FromMilliseconds(local + (zone.LocalToUTC(second) - second) * 1000);
+    std::int64_t const local = Seconds();
+    *this = Moved((zone.LocalToUTC(local) - local) * 1000);
     return true;
 }
 
@@ -206,18 +184,15 @@ bool KZDateTimeEx::AsString(KZString & out, KZString const & format, KZTimeZone 
         out.Clear();
         return true;
     }
-    std::int32_t const offset =
-        IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds(Milliseconds(date_, time_))) : 0;
-    KZDateTimeEx const local =
-        offset == 0 ? *this : FromMilliseconds(Milliseconds(date_, time_) + offset * std::int64_t{1000});
+    std::int32_t const offset = IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds()) : 0;
+    KZDateTimeEx const local = offset == 0 ? *this : Moved(offset * std::int64_t{1000});
     KZDetail::PrintCalendar(out, format, {local.date_, local.time_, offset}, KZDetail::AllLetters);
     return true;
 }
 
 bool KZDateTimeEx::AsString(char16_t * buffer, std::size_t capacity, KZString const & format,
                             KZTimeZone const & zone) const {
-    std::int32_t const offset =
-        IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds(Milliseconds(date_, time_))) : 0;
+    std::int32_t const offset = IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds()) : 0;
     KZDateTimeEx const local = ToLocal(zone);
     return KZDetail::PrintCalendar(buffer, capacity, IsNull() ? u"" : format.c_str(),
                                    {local.date_, local.time_, offset}, KZDetail::AllLetters);
@@ -271,7 +246,7 @@ bool KZDateTimeEx::AsDouble(double & out, KZTimeZone const & zone) const {
 bool KZDateTimeEx::AsKZDateTime(KZDateTime & out, KZTimeZone const & zone) const {
     if (IsOnlyDate()) return date_.AsKZDateTime(out, zone);
     if (!IsDateAndTime()) return time_.AsKZDateTime(out, zone);
-    std::int64_t const seconds = Seconds(Milliseconds(date_, time_));
+    std::int64_t const seconds = Seconds();
     if (!date_.IsValid() || seconds <= 0 || seconds > std::numeric_limits<std::uint32_t>::max()) return false;
     out = KZDateTime(static_cast<std::uint32_t>(seconds));
     return true;
@@ -358,11 +333,24 @@ KZDurationEx operator-(KZDateTimeEx const & a, KZDateTimeEx const & b) {
     return KZDurationEx(static_cast<long>(milliseconds / 1000), KZDurationEx::second);
 }
 
-KZDateTimeEx KZDateTimeEx::ToLocal(KZTimeZone const & zone) const noexcept {
-    if (!IsDateAndTime()) return *this;
-    std::int64_t const utc = Milliseconds(date_, time_);
-    std::int32_t const offset = zone.GetLocalMinusUTC(Seconds(utc));
-    return offset == 0 ? *this : FromMilliseconds(utc + offset * std::int64_t{1000});
+KZDateTimeEx KZDateTimeEx::MovedToLocal(KZTimeZone const & zone) const noexcept {
+    std::int32_t const offset = zone.GetLocalMinusUTC(Seconds());
+    return offset == 0 ? *this : Moved(offset * std::int64_t{1000});
+}
+
+// Most moves stay in the day.
+KZDateTimeEx KZDateTimeEx::Moved(std::int64_t milliseconds) const noexcept {
+    if (!date_.IsValid()) return FromMilliseconds(Milliseconds(date_, time_) + milliseconds);
+    std::int64_t const ofDay = time_.AsMilliseconds() + milliseconds;
+    bool const isSameDay = ofDay >= 0 && ofDay < KZDetail::millisecondsOfDay;
+    std::int64_t const days = isSameDay ? 0 : KZDetail::FloorDivide(ofDay, KZDetail::millisecondsOfDay);
+    KZDateTimeEx result(date_, KZTimeEx(static_cast<int>(ofDay - days * KZDetail::millisecondsOfDay)));
+    if (!isSameDay) result.date_.AddDays(days);
+    return result;
+}
+
+std::int64_t KZDateTimeEx::Seconds() const noexcept {
+    return date_.DayNumber() * KZDetail::secondsOfDay + time_.AsSeconds();
 }
 
 std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const & value) {

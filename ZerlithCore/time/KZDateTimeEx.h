@@ -94,15 +94,25 @@ public:
 
     // --- Fields
 
-    [[nodiscard]] KZDateEx GetDate(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
-    [[nodiscard]] KZTimeEx GetTime(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
+    [[nodiscard]] KZDateEx GetDate(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept {
+        return ToLocal(zone).date_;
+    }
+    [[nodiscard]] KZTimeEx GetTime(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept {
+        return ToLocal(zone).time_;
+    }
     /// These three are those of KZDateEx for the date in `zone`; 0 is Sunday, and any day before 1970.
     [[nodiscard]] unsigned int
-    GetWeekDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
+    GetWeekDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept {
+        return GetDate(zone).GetWeekDay();
+    }
     [[nodiscard]] unsigned int
-    GetYearDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
+    GetYearDay(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept {
+        return GetDate(zone).GetYearDay();
+    }
     [[nodiscard]] unsigned int
-    GetYearWeek(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept;
+    GetYearWeek(KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone()) const noexcept {
+        return GetDate(zone).GetYearWeek();
+    }
     /// Fills the fields that `mask` names and this value has, and the zone; sets `fields.mask` to them. Returns false
     /// for null.
     bool GetDateAndTime(KZDateAndTime & fields, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone(),
@@ -214,7 +224,14 @@ public:
     }
 
 private:
-    [[nodiscard]] KZDateTimeEx ToLocal(KZTimeZone const & zone) const noexcept;
+    [[nodiscard]] KZDateTimeEx ToLocal(KZTimeZone const & zone) const noexcept {
+        return zone.IsAlwaysUTC() || !IsDateAndTime() ? *this : MovedToLocal(zone);
+    }
+    [[nodiscard]] KZDateTimeEx MovedToLocal(KZTimeZone const & zone) const noexcept;
+    /// The moment `milliseconds` later; a date that isn't valid becomes the one that its fields add up to.
+    [[nodiscard]] KZDateTimeEx Moved(std::int64_t milliseconds) const noexcept;
+    /// Seconds since 1970. Requires: a date and a time.
+    [[nodiscard]] std::int64_t Seconds() const noexcept;
 
     KZTimeEx time_;
     KZDateEx date_;

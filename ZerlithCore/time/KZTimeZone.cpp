@@ -1,5 +1,6 @@
 // The offset at a moment, and that at a local time, both depend on one question: do the clocks show daylight time?
-// `IsDaylight` computes the answer from the two rules, without a table.
+// `IsDaylight` computes the answer from the two rules, without a table. In a month without a change the months alone
+// answer it.
 #include "ZerlithCore/time/KZTimeZone.h"
 
 #include "ZerlithCore/platform/Clock.h"
@@ -100,10 +101,7 @@ bool KZTimeZoneInfo::operator==(KZTimeZoneInfo const & other) const noexcept {
            std::u16string_view(daylightName) == other.daylightName;
 }
 
-KZTimeZone::KZTimeZone() noexcept {
-    Store(info_.standardName, u"UTC");
-    Store(info_.daylightName, u"UTC");
-}
+constinit KZTimeZone const KZTimeZone::utcZone;
 
 void KZTimeZone::Init() { static_cast<void>(GetPredefined()); }
 
@@ -113,11 +111,6 @@ KZTimeZone::PredefinedTimeZones const & KZTimeZone::GetPredefined() {
 }
 
 KZTimeZone const & KZTimeZone::GetLocalTimeZone() { return KZDetail::AskZoneStore(LocalZone); }
-
-KZTimeZone const & KZTimeZone::GetUTCTimeZone() noexcept {
-    static KZTimeZone const zone;
-    return zone;
-}
 
 std::optional<KZTimeZone> KZTimeZone::Read(KZString const & name) {
     if (name.IsNull()) return std::nullopt;
@@ -256,9 +249,16 @@ std::int32_t KZTimeZone::StandardOffset() const noexcept {
 bool KZTimeZone::IsDaylight(std::int64_t local, std::int64_t startShift,
                             std::int64_t endShift) const noexcept {
     using namespace KZDetail;
-    std::int32_t const year = CivilFromDays(FloorDivide(local, secondsOfDay)).year;
-    std::int64_t const start = SecondOfRule(info_.daylightDate, year) + startShift;
-    std::int64_t const end = SecondOfRule(info_.standardDate, year) + endShift;
-    if (start < end) return start <= local && local < end;
-    return local < end || start <= local;
+    auto const isDaylight = [](auto start, auto end, auto at) {
+        return start < end ? start <= at && at < end : at < end || start <= at;
+    };
+    KZSystemTime const & startRule = info_.daylightDate;
+    KZSystemTime const & endRule = info_.standardDate;
+    CivilDate const date = CivilFromDays(FloorDivide(local, secondsOfDay));
+    bool const isChangeNear = startRule.month == date.month || endRule.month == date.month;
+    if (!isChangeNear && startRule.month != endRule.month && StaysInMonth(startRule, startShift) &&
+        StaysInMonth(endRule, endShift))
+        return isDaylight(startRule.month, endRule.month, date.month);
+    return isDaylight(SecondOfRule(startRule, date.year) + startShift,
+                      SecondOfRule(endRule, date.year) + endShift, local);
 }

@@ -11,7 +11,9 @@
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 class KZDateTime;
@@ -41,7 +43,10 @@ public:
     };
 
     /// UTC.
-    KZTimeZone() noexcept;
+    constexpr KZTimeZone() noexcept {
+        for (char16_t * const name : {info_.standardName, info_.daylightName})
+            std::u16string_view(u"UTC").copy(name, 3);
+    }
     /// `observesDst` false means standard time all year round.
     KZTimeZone(KZTimeZoneInfo const & info, bool observesDst) noexcept
         : info_(info), dstObserved_(observesDst) {}
@@ -54,7 +59,7 @@ public:
     static void Init();
     [[nodiscard]] static PredefinedTimeZones const & GetPredefined();
     [[nodiscard]] static KZTimeZone const & GetLocalTimeZone();
-    [[nodiscard]] static KZTimeZone const & GetUTCTimeZone() noexcept;
+    [[nodiscard]] static KZTimeZone const & GetUTCTimeZone() noexcept { return utcZone; }
 
     /// Becomes the zone with that well-known name. Returns false, and changes nothing, for an unknown name, for damaged
     /// zone data, and for data that can't be read at present.
@@ -120,10 +125,15 @@ public:
 
 private:
     friend class KZTimeZoneObsolete;
+    friend class KZDateTimeEx;
+
+    static KZTimeZone const utcZone;
 
     /// The zone with that name; std::nullopt if the system has none. Errors: throws std::system_error when it can't be
     /// read at present.
     [[nodiscard]] static std::optional<KZTimeZone> Read(KZString const & name);
+    /// Whether local time is UTC in all years.
+    [[nodiscard]] bool IsAlwaysUTC() const noexcept { return !dstObserved_ && info_.bias == 0; }
     [[nodiscard]] std::int32_t StandardOffset() const noexcept;
     [[nodiscard]] std::int32_t DaylightOffset() const noexcept {
         return -60 * (info_.bias + info_.daylightBias);

@@ -94,7 +94,8 @@ std::string RandomText(Random & random, std::size_t size, bool withFaults) {
     while (text.size() < size) {
         auto const code = static_cast<char32_t>(random() % limits[random() % 5]);
         bool const isSurrogate = code >= 0xD800 && code < 0xE000;
-        for (auto run = random() % 20; run != 0; --run) text += EncodeByDefinition(isSurrogate ? u'a' : code);
+        for (auto run = random() % (random() % 8 == 0 ? 200 : 20); run != 0; --run)
+            text += EncodeByDefinition(isSurrogate ? u'a' : code);
         if (withFaults && random() % 4 == 0) text += static_cast<char>(random());
     }
     return text;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <barrier>
@@ -53,6 +54,23 @@ TEST(KMMemoryPool, CountsTheBytesOfAllThreads) {
     for (std::thread & thread : threads) thread.join();
     EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before);
     EXPECT_LE(glbMade, 5) << "no more counters than threads at once";
+}
+
+TEST(KMMemoryPool, ResizesAcrossTheLimitOfLargeBlocks) {
+    std::size_t const before = KMMemoryPool::GetUsedMemory();
+    std::size_t size = 1000;
+    auto * block = static_cast<unsigned char *>(KMMemoryPool::New(size));
+    for (std::size_t i = 0; i < size; ++i) block[i] = static_cast<unsigned char>(i);
+    for (std::size_t const next : {131'071U, 131'072U, 5'000'000U, 200'000U, 999U, 999'999U, 7U}) {
+        block = static_cast<unsigned char *>(KMMemoryPool::Resize(block, size, next));
+        size = next;
+        block[size - 1] = static_cast<unsigned char>(size - 1);
+        EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before + size);
+        for (std::size_t i = 0; i < std::min<std::size_t>(size, 999); ++i)
+            ASSERT_EQ(block[i], static_cast<unsigned char>(i)) << size;
+    }
+    KMMemoryPool::Delete(block, size);
+    EXPECT_EQ(KMMemoryPool::GetUsedMemory(), before);
 }
 
 } // namespace

@@ -87,6 +87,15 @@ TEST(KZStringConverter, Utf8ReplacesWhatIsBroken) {
         text.SetFromUTF8(std::string(size, '\x80'));
         EXPECT_EQ(text, KZString(std::u16string(size, u'\uFFFD'))) << size;
     }
+    // ASCII wherever the converter looks before it chooses the room.
+    std::string likeASCII = "xxxxxxxx";
+    for (int i = 0; i < 7; ++i) likeASCII += KZString(u'€', 100).AsUTF8() + "xxxxxxxx";
+    KZString text;
+    text.SetFromUTF8(likeASCII);
+    EXPECT_EQ(text.AsUTF8(), likeASCII);
+    EXPECT_EQ(text.Length(), 8 * 8 + 7 * 100);
+    EXPECT_LE(text.Capacity(), text.Length() + 1);
+
     KZString const shared = u"shared";
     KZString other = shared;
     other.SetFromUTF8(std::string("a\0b", 3));

@@ -5,6 +5,7 @@
 #include "ZerlithCore/text/KZCollator.h"
 #include "ZerlithCore/text/KZStringConverter.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include <stdexcept>
@@ -120,6 +121,14 @@ TEST(KZString, TakesItsOwnTextAsArgument) {
         EXPECT_EQ(All(shared), c.expected) << "line " << c.line;
         EXPECT_EQ(All(other), u"abcd") << "line " << c.line;
     }
+    // A large block moves when it grows.
+    KZString large(u'x', 100'000);
+    large += u"end";
+    while (large.Length() < 3'000'000) large.Append(large.c_str() + 1, large.Length() - 1);
+    auto const text = All(large);
+    EXPECT_TRUE(text.starts_with(std::u16string(100'000, u'x') + u"endxx"));
+    EXPECT_EQ(std::count(text.begin(), text.end(), u'e'), 32);
+    EXPECT_TRUE(text.ends_with(u"xend"));
 }
 
 TEST(KZString, RemovesTrimsAndReplaces) {

@@ -22,7 +22,8 @@ constexpr std::int64_t FloorDivide(std::int64_t a, std::int64_t b) noexcept {
     return a / b - (a % b < 0 ? 1 : 0);
 }
 
-constexpr bool IsLeapYear(int year) noexcept { return year % 4 == 0 && (year % 100 != 0 || year % 400 == 0); }
+// A multiple of 25 is a leap year if it is one of 16, any other year if it is one of 4.
+constexpr bool IsLeapYear(int year) noexcept { return (year & (year % 25 == 0 ? 15 : 3)) == 0; }
 
 /// 0 for a month that doesn't exist.
 constexpr unsigned int DaysInMonth(int year, unsigned int month) noexcept {
@@ -31,27 +32,34 @@ constexpr unsigned int DaysInMonth(int year, unsigned int month) noexcept {
     return days[month] + (month == 2 && IsLeapYear(year) ? 1U : 0U);
 }
 
+// Both functions count from a year of 400 times this number before 1970, so that they divide unsigned numbers by
+// constants, which the compiler does by multiplying.
+inline constexpr std::int64_t earlierEras = std::int64_t{1} << 36;
+inline constexpr std::int64_t daysOfEra = 146097;
+inline constexpr std::int64_t daysBefore1970 = earlierEras * daysOfEra + 719468;
+
 /// Days since 1970-01-01. The year starts in March here, so that the leap day is its last.
 constexpr std::int64_t DaysFromCivil(std::int32_t year, std::uint32_t month, std::uint32_t day) noexcept {
-    std::int64_t const shifted = std::int64_t{year} - (month <= 2 ? 1 : 0);
-    std::int64_t const era = FloorDivide(shifted, 400);
+    auto const shifted = static_cast<std::uint64_t>(earlierEras * 400 + year - (month <= 2 ? 1 : 0));
+    std::uint64_t const era = shifted / 400;
     auto const yearOfEra = static_cast<std::uint32_t>(shifted - era * 400);
     std::uint32_t const dayOfYear = (153 * (month + (month > 2 ? -3U : 9U)) + 2) / 5 + day - 1;
     std::uint32_t const dayOfEra = yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear;
-    return era * 146097 + std::int64_t{dayOfEra} - 719468;
+    return static_cast<std::int64_t>(era) * daysOfEra + dayOfEra - daysBefore1970;
 }
 
-/// The date of a day number; a year beyond 32 bits wraps round.
+/// The date of a day number; a year beyond 32 bits wraps round. Centuries, years and months are divided out in turn:
+/// the remainder of a division, times a constant, has the next quotient in its upper half and what is left in the lower.
 constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
-    std::int64_t const shifted = days + 719468;
-    std::int64_t const era = FloorDivide(shifted, 146097);
-    auto const dayOfEra = static_cast<std::uint32_t>(shifted - era * 146097);
-    std::uint32_t const yearOfEra = (dayOfEra - dayOfEra / 1460 + dayOfEra / 36524 - dayOfEra / 146096) / 365;
-    std::uint32_t const dayOfYear = dayOfEra - (365 * yearOfEra + yearOfEra / 4 - yearOfEra / 100);
-    std::uint32_t const shiftedMonth = (5 * dayOfYear + 2) / 153;
-    std::uint32_t const month = shiftedMonth < 10 ? shiftedMonth + 3 : shiftedMonth - 9;
-    std::int64_t const year = std::int64_t{yearOfEra} + era * 400 + (month <= 2 ? 1 : 0);
-    return {static_cast<std::int32_t>(year), month, dayOfYear - (153 * shiftedMonth + 2) / 5 + 1};
+    std::uint64_t const quarters = static_cast<std::uint64_t>(days + daysBefore1970) * 4 + 3;
+    std::uint64_t const century = quarters / daysOfEra;
+    std::uint64_t const years = (quarters % daysOfEra | 3) * 2939745; // 2^32 / 1461 days
+    std::uint32_t const dayOfYear = static_cast<std::uint32_t>(years) / 2939745 / 4;
+    std::uint32_t const months = dayOfYear * 2141 + 197913; // 2^16 / 30.6 days; the first is March
+    bool const isNextYear = dayOfYear >= 306;
+    std::uint64_t const year = century * 100 + (years >> 32) + isNextYear - earlierEras * 400;
+    return {static_cast<std::int32_t>(year), (months >> 16) - (isNextYear ? 12 : 0),
+            (months & 0xFFFF) / 2141 + 1};
 }
 
 /// Sunday is 0.

@@ -11,6 +11,12 @@ constexpr std::int32_t TimeOfRule(KZSystemTime const & rule) noexcept {
     return static_cast<std::int16_t>(rule.hour) * 3600 + rule.minute * 60 + rule.second;
 }
 
+// Whether `rule` names a month, and its change is in that month even if it is `shift` seconds later.
+constexpr bool StaysInMonth(KZSystemTime const & rule, std::int64_t shift) noexcept {
+    std::int64_t const time = TimeOfRule(rule) + shift;
+    return rule.month >= 1 && rule.month <= 12 && time >= 0 && time < secondsOfDay;
+}
+
 // The day of the month on which `rule` falls in `year`. Week 5 is the last; a week below 1 counts as 1, one above 5 as
 // 5.
 constexpr unsigned int DayOfRule(KZSystemTime const & rule, int year, std::int64_t firstOfMonth) noexcept {
