@@ -20,10 +20,12 @@ if(PROJECT_IS_TOP_LEVEL)
   endif()
 endif()
 
+# GCC 12 warns without cause about the inside of std::string in optimised code.
 # Clang warns about deprecated functions that libstdc++ itself calls, for example in std::stable_sort.
 add_library(zerlithcore_warnings INTERFACE)
 target_compile_options(zerlithcore_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
+  "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>,$<CONFIG:Release>>:-Wno-array-bounds;-Wno-restrict>"
   $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-declarations>
   $<$<BOOL:${ZERLITHCORE_WERROR}>:-Werror>)
 
