@@ -49,7 +49,7 @@ constexpr std::int64_t DaysFromCivil(std::int32_t year, std::uint32_t month, std
 }
 
 /// The date of a day number; a year beyond 32 bits wraps round. Centuries, years and months are divided out in turn:
-/// the remainder of a division, times a constant, has the next quotient in its upper half and what is left in the lower.
+/// the remainder of a division, times a constant, has the next quotient in its upper half and what is left below it.
 constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
     std::uint64_t const quarters = static_cast<std::uint64_t>(days + daysBefore1970) * 4 + 3;
     std::uint64_t const century = quarters / daysOfEra;
