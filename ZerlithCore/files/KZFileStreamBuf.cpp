@@ -1,5 +1,5 @@
 // Units go to the file as they are. Characters are gathered in the put area, which is emptied before units are written, and blocks of
-// units become the characters of the get area. A position among these is found by encoding the characters in front of it again,
+// units become the characters of the get area. A position among these is found by encoding the characters before it again,
 // which gives exactly the bytes they came from.
 
 #include "ZerlithCore/files/KZFileStreamBuf.h"

@@ -1,7 +1,7 @@
 // A state is the set of nodes in which the automaton may be. Of these only the nodes count that read units, and whether
 // the exit is among them. Two rules make states fewer, and change no match of a text without odd units:
 //
-// A state with a loop over any unit in front of the exit accepts all that follows. Its other nodes don't count.
+// A state with a loop over any unit before the exit accepts all that follows. Its other nodes don't count.
 //
 // In "a.*b.*c" nodes for "b" don't count in a state that has reached the second ".*": whatever would be matched by way
 // of them is matched by way of the loop.

@@ -22,7 +22,7 @@
 /// A wide stream buffer that keeps or passes on its text in units. The buffers of the library's streams are of this kind.
 ///
 /// Where a stream has such a buffer, strings and calendar values are written to it as units: they aren't widened to `wchar_t`
-/// first and narrowed again behind. All other text, as numbers, comes in characters; here it is split into units. A derived
+/// first and narrowed again later. All other text, such as numbers, comes in characters and is split into units. A derived
 /// class that gathers characters in a put area must take them out of it first in `PutUnits`, so that the order is kept.
 ///
 /// Thread safety: that of the derived class.

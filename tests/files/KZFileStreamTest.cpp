@@ -112,7 +112,7 @@ TEST_F(KZFileStreamTest, WritesOnInTheEncodingOfTheFile) {
 
 TEST_F(KZFileStreamTest, UnitsAndCharactersAreOneText) {
     std::mt19937 random(3);
-    // Pairs may be cut between two texts. The single byte is one of UTF-16; text behind it begins at the next unit.
+    // Pairs may be cut between two texts. The single byte is one of UTF-16; text after it begins at the next unit.
     std::wstring const texts[] = {L"a", L"\u20AC", L"\U0001F600", L"\xD83D", L"\xDE00", {wchar_t(0x1100FF)}};
     for (int round = 0; round < 400; ++round) {
         auto const encoding = static_cast<KZTextEncoding>(round % 4);

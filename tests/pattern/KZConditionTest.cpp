@@ -65,7 +65,7 @@ TEST(KZCondition, ReadsAndPrintsWhatIsTyped) {
         {u"t > TO_DATE(1970/01/02 00:00:00)", u"t > 1970/01/02 00:00:00", nullptr},
         {u"(t > TO_DATE(\" \t02.01.1970 \" , %d.%m.%Y ) AND t < TO_DATE( 1970/01/02 00:00:07 ))",
          u"t > 1970/01/02 00:00:00 AND t < 1970/01/02 00:00:07", nullptr},
-        // A quote counts in front of a value only; parentheses count everywhere but in quotes.
+        // A quote counts only before a value; parentheses count everywhere but in quotes.
         {u"(a = 5\")", u"a = 5\"", u"@@1@a@3@5@2@5\"@0@"},
         {u"(name = O\"Brien) AND (\"x = 1)", u"name = O\"Brien AND \"x = 1", nullptr},
         {u"((a = \"x)\"\"(\")AND b % (c|d)*\") and (e = f(\") )",
@@ -214,7 +214,7 @@ TEST(KZCondition, HasNoLimitsButOneOfParentheses) {
     };
     EXPECT_TRUE(FieldCondition(nested(1000)).isGood && !FieldCondition(nested(1001)).isGood);
 
-    // What a program builds: each condition has the last one joined to it, and something behind.
+    // What a program builds: each condition has the last one joined to it, and something after it.
     KZSmartPtr<KZCondition> deep(new FieldCondition);
     for (int i = 0; i < 20000; ++i) {
         KZSmartPtr<KZCondition> outer(new FieldCondition);

@@ -232,7 +232,7 @@ TEST(KZRegEx, MatchesLongPatternsOfManyUnits) {
     KZString units;
     for (char16_t unit = 0x100; unit < 0x100 + 3000; ++unit) units += unit;
     EXPECT_TRUE(Matches(units, units) && Matches(units + u".*x?", units + u"yx"));
-    EXPECT_TRUE(Matches(units + u".*", units + u'\xFFFF')) << "decided in front of it";
+    EXPECT_TRUE(Matches(units + u".*", units + u'\xFFFF')) << "decided before it";
     EXPECT_FALSE(Matches(units, units + u"x") || Matches(units, units.SubStr(0, 2999)));
     KZString other = units;
     other.Set(1500, u'x');

@@ -52,7 +52,7 @@ public:
     /// Gathers text, and writes it when there is a block of it. What the system refuses is dropped: false. A high surrogate at the end
     /// waits for its partner. Requires: `IsWriting`.
     [[nodiscard]] bool Write(std::u16string_view units);
-    /// Gathers a single byte of UTF-16, which was read as one. Text behind it begins at the next unit.
+    /// Gathers a single byte of UTF-16, which was read as one. Text after it begins at the next unit.
     [[nodiscard]] bool WriteLoneByte(unsigned char byte);
     /// Writes what is gathered. False when the system refuses; that text is dropped.
     [[nodiscard]] bool Flush();

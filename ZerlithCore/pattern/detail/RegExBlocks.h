@@ -48,7 +48,7 @@ inline char16_t const * Skip(RegExLoop const & loop, char16_t const * text, char
     return text;
 }
 
-// True when the units of a run stand at `text`. Requires: there are as many units.
+// True when the units at `text` are in the ranges of the run. Requires: there are as many units.
 inline bool Follows(RegExRun const & run, std::size_t length, char16_t const * text) noexcept {
     std::size_t i = 0;
 #if defined(__SSE2__)

@@ -46,7 +46,7 @@ private:
         char16_t operator()(char16_t unit) const noexcept { return unit; }
     };
     enum class Verdict { No, Yes, Open, Again };
-    // What must stand at the end of a text: the items behind the last ".*" of the outermost sequence.
+    // What must stand at the end of a text: the items after the last ".*" of the outermost sequence.
     struct Tail {
         Tail(std::span<KZRegExSyntaxNode const * const> items, RegExSets & sets)
             : nfa(BuildBackwardNFA(items, sets)) {}
@@ -54,7 +54,7 @@ private:
         RegExNFA nfa;
         std::optional<RegExRows> rows;
         std::atomic<RegExCell> start = unknownCell;
-        bool isAll = false; // there is nothing in front of the ".*"
+        bool isAll = false; // nothing comes before the ".*"
     };
     class RowsInUse;
     template <class Translate>

@@ -20,13 +20,13 @@ namespace KZDetail {
 
 struct RegExRow;
 
-// What stands in a cell: the address of a row. The lowest bit is set where the matcher can't just go on: for a row that
-// isn't plain, and for the values below.
+// The content of a cell is the address of a row. The lowest bit is set where the matcher can't simply go on: for a row
+// that isn't plain, and for the values below.
 using RegExCell = std::uintptr_t;
 inline constexpr RegExCell needsLook = 1;
-inline constexpr RegExCell unknownCell = 1; // nobody has been here
-inline constexpr RegExCell deadCell = 3;    // no match any more
-inline constexpr RegExCell singleCell = 5;  // of two units: go one by one
+inline constexpr RegExCell unknownCell = 1; // no row has been made yet
+inline constexpr RegExCell deadCell = 3;    // no match is possible any more
+inline constexpr RegExCell singleCell = 5;  // in a cell for two units: take them one by one
 inline constexpr RegExCell fullCell = 7;    // a result only: there is no room for one more row
 
 inline RegExRow const * RowOf(RegExCell cell) noexcept {
@@ -47,14 +47,14 @@ struct RegExRun {
     std::optional<KZUnitScan::Finder> finder;
 };
 
-// The cells stand behind the row in memory, which saves a load a unit: one for each class, then, where rows have pairs,
-// one for each two classes.
+// The cells follow the row in memory, which saves a load for each unit: one for each class and then, where rows have
+// pairs, one for each pair of classes.
 struct alignas(16) RegExRow {
     enum class Kind : std::uint8_t {
         Plain,
-        Run,    // the units of `run` must follow
-        Search, // ".*" in front of `run`: nothing counts but where its units first stand, each a single one
-        Rest,   // accepts whatever follows, if it has no odd units
+        Run, // the units of `run` must follow
+        Search, // ".*" before `run`, which has no ranges: only the first place of these units in the text matters
+        Rest, // accepts whatever follows, if it has no odd units
     };
 
     Kind kind = Kind::Plain;
