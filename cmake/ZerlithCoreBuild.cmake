@@ -25,7 +25,7 @@ endif()
 add_library(zerlithcore_warnings INTERFACE)
 target_compile_options(zerlithcore_warnings INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor
-  "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>,$<CONFIG:Release>>:-Wno-array-bounds;-Wno-restrict>"
+  "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>,$<CONFIG:Release>>:-Wno-array-bounds;-Wno-restrict;-Wno-stringop-overflow>"
   $<$<CXX_COMPILER_ID:Clang>:-Wno-deprecated-declarations>
   $<$<BOOL:${ZERLITHCORE_WERROR}>:-Werror>)
 

@@ -216,5 +216,6 @@ void * operator new(std::size_t size) {
     if (void * const block = std::malloc(size != 0 ? size : 1)) return block;
     throw std::bad_alloc();
 }
-void operator delete(void * block) noexcept { std::free(block); }
-void operator delete(void * block, std::size_t) noexcept { std::free(block); }
+// Inlined, they would look to the compiler as if they freed what another function allocates.
+[[gnu::noinline]] void operator delete(void * block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void * block, std::size_t) noexcept { std::free(block); }

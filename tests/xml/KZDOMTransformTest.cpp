@@ -19,7 +19,8 @@ KZDOMDocument Schema(KZString const & inside, KZString const & nameSpace = KZStr
 
 double volatile glbZero = 0.0;
 
-double DivideByZero() { return 1.0 / glbZero; }
+// Called by a pointer: a compiler that saw the function could prove that it doesn't throw.
+void (*volatile divideByZero)() = [] { glbZero = 1.0 / glbZero; };
 
 KZString AtRoot(KZString const & body) { return u"<x:template match='/'>" + body + u"</x:template>"; }
 
@@ -252,7 +253,7 @@ TEST(KZDOMTransform, ComputesWhereFloatingPointResultsAreFaults) {
             Schema(u"<s:element name='r'><s:complexType><s:sequence><s:element name='i' type='s:float'/>"
                    u"</s:sequence></s:complexType></s:element>"));
         EXPECT_TRUE(document.Validate());
-        EXPECT_THROW(DivideByZero(), KZSignalException) << "they are on again";
+        EXPECT_THROW(divideByZero(), KZSignalException) << "they are on again";
     });
 }
 
