@@ -81,7 +81,6 @@ TEST(RecursiveLock, KeepsThreadsApart) {
             for (int i = 0; i < 20000; ++i) {
                 lock.Lock();
                 EXPECT_TRUE(lock.TryLock());
-                if (i % 1000 == 0) std::this_thread::yield(); // the others have to sleep
                 ++count;
                 lock.Unlock();
                 lock.Unlock();
@@ -95,6 +94,16 @@ TEST(RecursiveLock, KeepsThreadsApart) {
         lock.Unlock(); // somebody else's
     }).join();
     EXPECT_EQ(lock.RecursionCount(), 1U);
+    std::atomic<bool> hasEntered{false};
+    std::thread sleeper([&] {
+        lock.Lock();
+        hasEntered = true;
+        lock.Unlock();
+    });
+    for (int i = 0; i < 10000 && !hasEntered; ++i) std::this_thread::yield();
+    EXPECT_FALSE(hasEntered);
+    lock.Unlock();
+    sleeper.join();
 }
 
 TEST(Locks, RefuseWhatMakesNoSense) {
