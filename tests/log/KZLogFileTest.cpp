@@ -183,8 +183,15 @@ TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
     EXPECT_FALSE(log.Open(folder.Path(u"no/such").c_str()) || log.IsOpen());
     ASSERT_TRUE(log.Open(u"/dev/full"));
     for (int i = 0; i < 5000; ++i) log.Log(u"lost, but counted");
+    log.PutString(u"an open line");
     log.Close();
-    EXPECT_EQ(log.GetLostRecordCount(), 5000U);
+    log.Close();
+    EXPECT_EQ(log.GetLostRecordCount(), 5001U);
+    folder.Remove(u"x.log");
+    ASSERT_TRUE(log.Open(path.c_str()));
+    log.PutString(u"5\n");
+    log.Close();
+    EXPECT_EQ(Units().substr(17), u"*** records lost: 5001\r\n5\r\n");
 }
 
 // Two objects write to one file, one with auto flush and one without, each from two threads.

@@ -62,6 +62,7 @@ TEST_F(FilesTest, KnowsTheProcess) {
     ASSERT_TRUE(SetWorkingDirectory(folder));
     EXPECT_EQ(GetWorkingDirectory(), FullPath(u"x/.."));
     EXPECT_TRUE(MakeDirectory(path) && SetWorkingDirectory(path) && RemoveEmptyDirectory(path));
+    SetLastErrorNumber(0);
     EXPECT_EQ(GetWorkingDirectory(), u"");
     EXPECT_EQ(LastErrorNumber(), ENOENT);
     EXPECT_TRUE(SetWorkingDirectory(before));

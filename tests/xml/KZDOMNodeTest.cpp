@@ -258,11 +258,14 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
               u"xml:id=\"i\"><b/></p:a></r>");
     KZDOMNode const twin = Parsed(u"<a xml:lang='en'/>").Clone(true); // its original is gone
     EXPECT_EQ(twin.GetXML(), u"<?xml version=\"1.0\"?>\n<a xml:lang=\"en\"/>\n");
-    KZDOMDocument plain = Parsed(u"<r xmlns='urn:d'><c xmlns=''/><d/></r>");
-    KZDOMNode const c = plain.SelectNode(u"//c");
-    KZDOMNode(c).AppendChild(plain.SelectNode(u"//*[local-name()='d']"));
-    to.GetRootElement().AppendChild(c);
-    EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//c/*[namespace-uri()='urn:d']"));
+    KZDOMDocument plain = Parsed(u"<r xmlns='urn:d'><c xmlns=''/><d/><d/></r>");
+    plain.GetRootElement().AppendChild(plain.CreateElement(u"e"));
+    for (KZString const name : {u"c", u"e"}) {
+        KZDOMNode without = plain.SelectNode(u"//" + name);
+        without.AppendChild(plain.SelectNode(u"/*/*[local-name()='d']"));
+        to.GetRootElement().AppendChild(without);
+        EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//" + name + u"/*[namespace-uri()='urn:d']"));
+    }
     to.GetRootElement().SetText(u"");
     for (KZDOMNode const & node : {a, copy})
         EXPECT_TRUE(

@@ -31,6 +31,8 @@ TEST(KZDOMTransform, MakesTextAndDocuments) {
     EXPECT_EQ(source.TransformNode(asText), u"[b][\u00e9]");
     EXPECT_EQ(source.SelectNode(u"//i[2]").TransformNode(asText), u"[\u00e9]"); // the node alone
     EXPECT_EQ(source.TransformNode(asText.GetRootElement()), u"[b][\u00e9]");
+    KZDOMDocument wide = Parsed(u"<r>" + Repeated(u"<i><j/></i>", 10'001) + u"</r>"); // not deep
+    EXPECT_EQ(wide.TransformNode(asText).Length(), 20'002U);
     KZDOMDocument const asHtml = Sheet(u"<x:output method='html' indent='no'/><x:strip-space elements='*'/>"
                                        u"<x:template match='/'><html><br/></html></x:template>");
     EXPECT_EQ(source.TransformNode(asHtml), u"<html><br></html>\n");
