@@ -45,6 +45,8 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     EXPECT_TRUE(other.IsOpen() && !file.IsOpen());
     file = std::move(other);
     EXPECT_TRUE(file.IsOpen() && !other.IsOpen());
+    EXPECT_EQ(file.Size(), 0);
+    EXPECT_EQ(reason(other.Size() >= 0), EBADF);
     EXPECT_EQ(reason(MakeDirectory(folder)), EEXIST);
     EXPECT_EQ(reason(RemoveEmptyDirectory(path)), ENOENT);
     EXPECT_EQ(reason(ListDirectory(path, entries)), ENOENT);

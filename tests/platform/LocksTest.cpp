@@ -223,12 +223,14 @@ TEST(Locks, NamesAreExactAndKindsAreApart) {
 
 TEST(Locks, NamedObjectsEndWithTheirLastHandle) {
     std::u16string const name = Unique(u"last");
+    auto const descriptors = [] { return std::filesystem::directory_iterator("/proc/self/fd"); };
+    auto const before = std::ranges::distance(descriptors());
     Owned first = Event(name, true), second = Event(name, false);
     first.reset();
     EXPECT_EQ(WaitFor(second.get(), 0), waitDone) << "the flag counts for the creator";
     // The memory that handles share is a file of the system, which goes with them.
     int file = -1;
-    for (auto const & each : std::filesystem::directory_iterator("/proc/self/fd"))
+    for (auto const & each : descriptors())
         if (file < 0 && std::filesystem::read_symlink(each).string().starts_with("/dev/shm/"))
             file = open(each.path().c_str(), O_RDONLY);
     struct stat status = {};
@@ -237,6 +239,7 @@ TEST(Locks, NamedObjectsEndWithTheirLastHandle) {
     EXPECT_TRUE(fstat(file, &status) == 0 && status.st_nlink == 0);
     close(file);
     EXPECT_EQ(WaitFor(Event(name).get(), 0), waitTimedOut);
+    EXPECT_EQ(std::ranges::distance(descriptors()), before);
 }
 
 TEST(Locks, OwnerKnowsItsNamedMutexThroughEachHandle) {

@@ -391,6 +391,7 @@ TEST(KZDOMElement, HasAttributes) {
         {u"", u"", KZDOMResult::InvalidName},
         {u"1", u"", KZDOMResult::InvalidName},
         {u"a b", u"", KZDOMResult::InvalidName},
+        {u" a", u"", KZDOMResult::InvalidName},
         {u"z:a", u"", KZDOMResult::InvalidName},
         {u"a", u"\x01", KZDOMResult::InvalidText},
         {u"a", u"\uFFFF", KZDOMResult::InvalidText},
