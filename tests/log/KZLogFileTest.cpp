@@ -273,7 +273,9 @@ TEST_F(KZLogFileTest, ConsoleAndDualStreamsReachTheConsole) {
     both.OnChar(u'\xD83D');
     both.OnChar(u'\xDE00');
     both.OnEOL();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\ntwo\n3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80");
+    KZDualLogStream(folder.Path(u"rest.log")) << L"rest";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\ntwo\n3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80rest");
+    EXPECT_EQ(folder.Read(u"rest.log"), "rest");
     EXPECT_EQ(folder.Read(u"x.log"), "3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80");
 }
 

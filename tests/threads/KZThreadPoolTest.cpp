@@ -213,6 +213,12 @@ TEST(KZThreadPool, RunsWhatItAcceptedWhateverIsRefused) {
             AtEveryResource(refusal, post, [&](bool) { EXPECT_EQ(run, accepted); });
             EXPECT_GT(accepted, 30) << "several requests failed";
         }
+    std::atomic<int> run{0};
+    {
+        KZThreadPool pool(2, nullptr, nullptr, true, false, 1000); // No thread starts with such a priority.
+        for (int i = 0; i < 3; ++i) EXPECT_TRUE(pool.Post(Callback([&run] { ++run; })));
+    }
+    EXPECT_EQ(run, 3);
 }
 
 // Four threads post a million callbacks, and the pool shuts down at some moment. Each accepted callback runs once.

@@ -164,6 +164,7 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
         {each(u"<x:value-of select='/r/t'/>"), u"200,000,000"},
         {each(u"<b k='{/r/t}'/>"), u"200,000,000"},
         {each(u"<x:copy-of select='/r/t'/>"), u"200,000,000"},
+        {each(u"<x:copy-of select='/r'/>"), u"200,000,000"},
         {each(KZString(u'y', 400'000U)), u"200,000,000"},
         {each(u"<x:if test='/r/t = 1'/>"), u"200,000,000"},
         {each(u"<x:apply-templates select='/r/t' mode='m'/>"), u"200,000,000"},
