@@ -62,6 +62,7 @@ TEST(LogStamp, IsLocalTimeToTheSecond) {
     EXPECT_EQ(stamp.At(1'772'420'706'999), u"20260302 040506> ");
     EXPECT_EQ(stamp.At(1'772'420'707'000), u"20260302 040507> ");
     EXPECT_EQ(stamp.At(-1), u"19700101 005959> ");
+    EXPECT_EQ(stamp.At(0), u"19700101 010000> ");
     EXPECT_EQ(stamp.At(-62'135'596'800'000), u"00010101 010000> ");
     zone ? setenv("TZ", before.c_str(), 1) : unsetenv("TZ");
     tzset();

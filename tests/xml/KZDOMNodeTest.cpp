@@ -125,6 +125,7 @@ TEST(KZDOMNode, ComputesInPaths) {
         u"//none = false() and //b = true() and not(//b = 'x') and //a[b] = 'x2' and string(//a[2]) = 'y3z'",
         // Operators are evaluated from left to right, those that bind more closely first.
         u"- - 1 = 1 and 7 - 2 - 1 = 4 and 2 + 3 * 4 mod 5 = 4 and -(2) * 3 = -6 and 8 div 2 div 2 = 2",
+        u"1 = '1' and '1' = 1.0 and '2' <= '2' and 'x' != 'y'",
         u"1 = 1 = true() and 3 > 2 > 0 and 1 or 1 div 0 and false() or false() = true()",
         u"1 div 0 > 10 and number('x') != number('x') and string(-1 div 0) = '-Infinity' and - //none != 0",
         u"string(1 div 4) = '0.25' and string(1000000) = '1000000' and 1e2 = 100 and .5 = 0.5 and '1' + '1' "
