@@ -8,23 +8,18 @@
 
 namespace {
 
-thread_local constinit FailingResources * present = nullptr;
+thread_local constinit bool isRefusing = false;
+
+bool IsRefused() noexcept {
+    if (isRefusing) errno = ENOMEM;
+    return isRefusing;
+}
 
 } // namespace
 
-FailingResources::FailingResources(long count, Refusal refusal) : left_(count), refusal_(refusal) {
-    present = this;
-}
+FailingResources::FailingResources() { isRefusing = true; }
 
-FailingResources::~FailingResources() { present = nullptr; }
-
-bool IsRefused() noexcept {
-    if (!present || present->left_-- > 0) return false;
-    bool const isRefused = present->refusal_ == FailingResources::All || !present->hasFailed_;
-    present->hasFailed_ = true;
-    if (isRefused) errno = ENOMEM;
-    return isRefused;
-}
+FailingResources::~FailingResources() { isRefusing = false; }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
