@@ -353,6 +353,7 @@ TEST(KZConfigLockable, ForwardsToItsOwnerAndUndoesOnChange) {
     EXPECT_EQ(a.depth, 0);
     section.AddLine(u"k", u"v")->Lock();
     section.Clear();
+    EXPECT_EQ(section.GetName(), u"");
     section.Unlock();
     EXPECT_EQ(b.depth, 0) << "nothing to undo";
 }

@@ -148,7 +148,7 @@ TEST(Locks, ClosingDoesNotUnlockButLeavesNothingDangling) {
     Mutex({}, true).reset();
     Owned unnamed = Mutex();
     std::u16string const name = Unique(u"closed");
-    Owned named = Mutex(name), mine = Mutex(name + u"mine", true);
+    Owned named = Mutex(name), mine = Mutex(name + u"mine", true), spare = Mutex(name + u"spare");
     Owned const held = Event(), closed = Event();
     std::thread owner([&] {
         WaitFor(unnamed.get(), waitForever);
@@ -163,6 +163,8 @@ TEST(Locks, ClosingDoesNotUnlockButLeavesNothingDangling) {
     ChildProcess holder([] { return pause(); });
     named.reset();
     mine.reset();
+    spare.reset();
+    EXPECT_EQ(ElsewhereWaitFor(Mutex(name + u"spare"), 0), waitDone);
     EXPECT_EQ(ElsewhereWaitFor(Mutex(name + u"mine"), 0), waitTimedOut);
     Owned const reopened = Mutex(name);
     EXPECT_EQ(WaitFor(reopened.get(), 0), waitTimedOut) << "the forked process has handles too";

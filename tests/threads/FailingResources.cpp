@@ -2,9 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <new>
-#include <pthread.h>
 
 namespace {
 
@@ -49,12 +47,6 @@ void * calloc(std::size_t count, std::size_t size) {
     return IsRefused() ? nullptr : __libc_calloc(count, size);
 }
 void * realloc(void * block, std::size_t size) { return IsRefused() ? nullptr : __libc_realloc(block, size); }
-int pthread_create(pthread_t * thread, pthread_attr_t const * attributes, void * (*body)(void *),
-                   void * argument) {
-    static auto * const next =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-    return IsRefused() ? EAGAIN : next(thread, attributes, body, argument);
-}
 
 } // extern "C"
 #pragma GCC visibility pop

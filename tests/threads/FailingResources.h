@@ -1,9 +1,9 @@
 /// @file
-/// Makes the system refuse memory and threads.
+/// Makes the system refuse memory.
 #pragma once
 
-/// While an object of this class exists, the calling thread gets no memory and no threads. Sanitizers have allocators
-/// of their own; with them only `operator new` fails.
+/// While an object of this class exists, the calling thread gets no memory. Sanitizers have allocators of their own;
+/// with them only `operator new` fails.
 class FailingResources {
 public:
     FailingResources();
