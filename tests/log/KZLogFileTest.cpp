@@ -108,6 +108,7 @@ TEST_F(KZLogFileTest, LogWritesStampedLines) {
         {u"%s", u"a\nb\n", u"a~b~"}, // a missing line end is judged by the format, not by the text
         {u"%s", u"a\r\n", u"a\r~"},
         {u"%s\r\n", u"b", u"b"},
+        {u"%s\n", u"", u""},
         {u"%s%s%s", nullptr, u"(null)"},
         {u"%s\n", atLimit.c_str(), atLimit},
         {u"%s\n", beyond.c_str(), atLimit},
