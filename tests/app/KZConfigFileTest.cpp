@@ -351,6 +351,9 @@ TEST(KZConfigLockable, ForwardsToItsOwnerAndUndoesOnChange) {
     EXPECT_EQ(a.depth, 1) << "the locks of a deleted line are undone";
     section.SetOwner(&b);
     EXPECT_EQ(a.depth, 0);
+    section.AddLine(u"k", u"v")->Lock();
+    section.Clear();
+    EXPECT_EQ(section.GetName(), u"");
     section.Unlock();
     EXPECT_EQ(b.depth, 0) << "nothing to undo";
 }

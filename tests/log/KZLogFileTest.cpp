@@ -62,6 +62,7 @@ TEST(LogStamp, IsLocalTimeToTheSecond) {
     EXPECT_EQ(stamp.At(1'772'420'706'999), u"20260302 040506> ");
     EXPECT_EQ(stamp.At(1'772'420'707'000), u"20260302 040507> ");
     EXPECT_EQ(stamp.At(-1), u"19700101 005959> ");
+    EXPECT_EQ(stamp.At(0), u"19700101 010000> ");
     EXPECT_EQ(stamp.At(-62'135'596'800'000), u"00010101 010000> ");
     zone ? setenv("TZ", before.c_str(), 1) : unsetenv("TZ");
     tzset();
@@ -107,6 +108,7 @@ TEST_F(KZLogFileTest, LogWritesStampedLines) {
         {u"%s", u"a\nb\n", u"a~b~"}, // a missing line end is judged by the format, not by the text
         {u"%s", u"a\r\n", u"a\r~"},
         {u"%s\r\n", u"b", u"b"},
+        {u"%s\n", u"", u""},
         {u"%s%s%s", nullptr, u"(null)"},
         {u"%s\n", atLimit.c_str(), atLimit},
         {u"%s\n", beyond.c_str(), atLimit},
@@ -183,8 +185,15 @@ TEST_F(KZLogFileTest, WritesWhatGatheredWhenItMust) {
     EXPECT_FALSE(log.Open(folder.Path(u"no/such").c_str()) || log.IsOpen());
     ASSERT_TRUE(log.Open(u"/dev/full"));
     for (int i = 0; i < 5000; ++i) log.Log(u"lost, but counted");
+    log.PutString(u"an open line");
     log.Close();
-    EXPECT_EQ(log.GetLostRecordCount(), 5000U);
+    log.Close();
+    EXPECT_EQ(log.GetLostRecordCount(), 5001U);
+    folder.Remove(u"x.log");
+    ASSERT_TRUE(log.Open(path.c_str()));
+    log.PutString(u"5\n");
+    log.Close();
+    EXPECT_EQ(Units().substr(17), u"*** records lost: 5001\r\n5\r\n");
 }
 
 // Two objects write to one file, one with auto flush and one without, each from two threads.
@@ -266,7 +275,9 @@ TEST_F(KZLogFileTest, ConsoleAndDualStreamsReachTheConsole) {
     both.OnChar(u'\xD83D');
     both.OnChar(u'\xDE00');
     both.OnEOL();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\ntwo\n3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80");
+    KZDualLogStream(folder.Path(u"rest.log")) << L"rest";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\ntwo\n3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80rest");
+    EXPECT_EQ(folder.Read(u"rest.log"), "rest");
     EXPECT_EQ(folder.Read(u"x.log"), "3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80");
 }
 

@@ -45,6 +45,8 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     EXPECT_TRUE(other.IsOpen() && !file.IsOpen());
     file = std::move(other);
     EXPECT_TRUE(file.IsOpen() && !other.IsOpen());
+    EXPECT_EQ(file.Size(), 0);
+    EXPECT_EQ(reason(other.Size() >= 0), EBADF);
     EXPECT_EQ(reason(MakeDirectory(folder)), EEXIST);
     EXPECT_EQ(reason(RemoveEmptyDirectory(path)), ENOENT);
     EXPECT_EQ(reason(ListDirectory(path, entries)), ENOENT);
@@ -59,12 +61,16 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
 
 TEST_F(FilesTest, KnowsTheProcess) {
     std::u16string const before = GetWorkingDirectory();
-    ASSERT_TRUE(SetWorkingDirectory(folder));
-    EXPECT_EQ(GetWorkingDirectory(), FullPath(u"x/.."));
-    EXPECT_TRUE(MakeDirectory(path) && SetWorkingDirectory(path) && RemoveEmptyDirectory(path));
-    EXPECT_EQ(GetWorkingDirectory(), u"");
-    EXPECT_EQ(LastErrorNumber(), ENOENT);
-    EXPECT_TRUE(SetWorkingDirectory(before));
+    {
+        WorkingDirectoryChange const change(folder);
+        EXPECT_EQ(std::filesystem::current_path(), std::filesystem::canonical(place.Root()));
+        EXPECT_EQ(GetWorkingDirectory(), FullPath(u"x/.."));
+        EXPECT_TRUE(MakeDirectory(path) && SetWorkingDirectory(path) && RemoveEmptyDirectory(path));
+        SetLastErrorNumber(0);
+        EXPECT_EQ(GetWorkingDirectory(), u"");
+        EXPECT_EQ(LastErrorNumber(), ENOENT);
+    }
+    EXPECT_EQ(GetWorkingDirectory(), before);
     EXPECT_EQ(GetEnvironment(u"KZ_NO_SUCH_VARIABLE"), std::nullopt);
     EXPECT_TRUE(SetEnvironment(u"KZ_TEST", u"\u00E9\xDCFF"));
     EXPECT_EQ(GetEnvironment(u"KZ_TEST"), u"\u00E9\xDCFF");

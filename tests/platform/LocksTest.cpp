@@ -7,9 +7,12 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <fcntl.h>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <vector>
 
@@ -145,7 +148,7 @@ TEST(Locks, ClosingDoesNotUnlockButLeavesNothingDangling) {
     Mutex({}, true).reset();
     Owned unnamed = Mutex();
     std::u16string const name = Unique(u"closed");
-    Owned named = Mutex(name);
+    Owned named = Mutex(name), mine = Mutex(name + u"mine", true), spare = Mutex(name + u"spare");
     Owned const held = Event(), closed = Event();
     std::thread owner([&] {
         WaitFor(unnamed.get(), waitForever);
@@ -159,6 +162,10 @@ TEST(Locks, ClosingDoesNotUnlockButLeavesNothingDangling) {
     unnamed.reset();
     ChildProcess holder([] { return pause(); });
     named.reset();
+    mine.reset();
+    spare.reset();
+    EXPECT_EQ(ElsewhereWaitFor(Mutex(name + u"spare"), 0), waitDone);
+    EXPECT_EQ(ElsewhereWaitFor(Mutex(name + u"mine"), 0), waitTimedOut);
     Owned const reopened = Mutex(name);
     EXPECT_EQ(WaitFor(reopened.get(), 0), waitTimedOut) << "the forked process has handles too";
     PostEvent(closed.get());
@@ -218,11 +225,23 @@ TEST(Locks, NamesAreExactAndKindsAreApart) {
 
 TEST(Locks, NamedObjectsEndWithTheirLastHandle) {
     std::u16string const name = Unique(u"last");
+    auto const descriptors = [] { return std::filesystem::directory_iterator("/proc/self/fd"); };
+    auto const before = std::ranges::distance(descriptors());
     Owned first = Event(name, true), second = Event(name, false);
     first.reset();
     EXPECT_EQ(WaitFor(second.get(), 0), waitDone) << "the flag counts for the creator";
+    // The memory that handles share is a file of the system, which goes with them.
+    int file = -1;
+    for (auto const & each : descriptors())
+        if (file < 0 && std::filesystem::read_symlink(each).string().starts_with("/dev/shm/"))
+            file = open(each.path().c_str(), O_RDONLY);
+    struct stat status = {};
+    EXPECT_TRUE(fstat(file, &status) == 0 && status.st_nlink == 1);
     second.reset();
+    EXPECT_TRUE(fstat(file, &status) == 0 && status.st_nlink == 0);
+    close(file);
     EXPECT_EQ(WaitFor(Event(name).get(), 0), waitTimedOut);
+    EXPECT_EQ(std::ranges::distance(descriptors()), before);
 }
 
 TEST(Locks, OwnerKnowsItsNamedMutexThroughEachHandle) {

@@ -130,8 +130,10 @@ TEST(ModuleMessages, AreNeverThoseOfAnotherModule) {
 }
 
 TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {
+    std::u16string const paths[] = {Folder() + u"messages.so", Folder() + u"copy.so"};
+    std::filesystem::copy_file(paths[0], paths[1], std::filesystem::copy_options::overwrite_existing);
     for (bool const byItself : {false, true}) {
-        KZErrorID id;
+        KZErrorID id, other;
         {
             Module const module(u"messages.so");
             auto * const own = FindSymbol(module.handle, "MessagesOwnModule");
@@ -142,18 +144,19 @@ TEST(ModuleMessages, AreThereAsLongAsAnErrorWantsThem) {
             // Sources that have been destroyed hold nothing.
             RCStringTableMsgSource const source(handle);
             RCStringTableMsgSource const copy(source);
+            other = KZErrorID(new KZErrorWithArgs(new RCMessageTableSource(Module(u"copy.so").handle), 2));
         }
-        std::u16string const path = Folder() + u"messages.so";
-        EXPECT_TRUE(IsModuleLoaded(path));
+        EXPECT_TRUE(IsModuleLoaded(paths[0]) && IsModuleLoaded(paths[1]));
         KZString text;
         EXPECT_TRUE(id->AsString(text, KZFormatContext(u"FRA")).Good());
         EXPECT_EQ(text, u"Bonjour, Ada");
         EXPECT_TRUE(id->AsString(text, KZFormatContext(u"enu")).Good());
         EXPECT_EQ(text, u"Good morning, Ada");
-        id = KZErrorID();
+        EXPECT_EQ(other.AsString(), u"OK");
+        id = other = KZErrorID();
         EXPECT_TRUE(byItself ? !FreeModule(nullptr)
                              : LoadModule(u"") == nullptr); // each call of the loader unloads it
-        EXPECT_FALSE(IsModuleLoaded(path));
+        EXPECT_FALSE(IsModuleLoaded(paths[0]) || IsModuleLoaded(paths[1]));
     }
 }
 

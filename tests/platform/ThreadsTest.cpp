@@ -1,6 +1,7 @@
 #include "ZerlithCore/platform/Threads.h"
 
 #include "ZerlithCore/platform/Stack.h"
+#include "ZerlithCore/platform/ThreadEnd.h"
 
 #include <algorithm>
 #include <array>
@@ -59,6 +60,16 @@ bool IsNamed(std::span<void * const> addresses, char const * function) {
 }
 
 } // namespace
+
+TEST(ThreadEnd, CallsTheLastTaskFirst) {
+    static std::string calls;
+    ThreadEndTask first{[](ThreadEndTask &) noexcept { calls += '1'; }};
+    ThreadEndTask second{[](ThreadEndTask &) noexcept { calls += '2'; }};
+    std::thread([&] {
+        EXPECT_TRUE(CallAtThreadEnd(first) && CallAtThreadEnd(second) && calls.empty());
+    }).join();
+    EXPECT_EQ(calls, "21");
+}
 
 TEST(Threads, AreKnownByTheirNumberBeforeTheyStart) {
     unsigned long inside = 0;

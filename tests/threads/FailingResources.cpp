@@ -2,29 +2,22 @@
 
 #include <cerrno>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <new>
-#include <pthread.h>
 
 namespace {
 
-thread_local constinit FailingResources * present = nullptr;
+thread_local constinit bool isRefusing = false;
+
+bool IsRefused() noexcept {
+    if (isRefusing) errno = ENOMEM;
+    return isRefusing;
+}
 
 } // namespace
 
-FailingResources::FailingResources(long count, Refusal refusal) : left_(count), refusal_(refusal) {
-    present = this;
-}
+FailingResources::FailingResources() { isRefusing = true; }
 
-FailingResources::~FailingResources() { present = nullptr; }
-
-bool IsRefused() noexcept {
-    if (!present || present->left_-- > 0) return false;
-    bool const isRefused = present->refusal_ == FailingResources::All || !present->hasFailed_;
-    present->hasFailed_ = true;
-    if (isRefused) errno = ENOMEM;
-    return isRefused;
-}
+FailingResources::~FailingResources() { isRefusing = false; }
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 
@@ -54,12 +47,6 @@ void * calloc(std::size_t count, std::size_t size) {
     return IsRefused() ? nullptr : __libc_calloc(count, size);
 }
 void * realloc(void * block, std::size_t size) { return IsRefused() ? nullptr : __libc_realloc(block, size); }
-int pthread_create(pthread_t * thread, pthread_attr_t const * attributes, void * (*body)(void *),
-                   void * argument) {
-    static auto * const next =
-        reinterpret_cast<decltype(&pthread_create)>(dlsym(RTLD_NEXT, "pthread_create"));
-    return IsRefused() ? EAGAIN : next(thread, attributes, body, argument);
-}
 
 } // extern "C"
 #pragma GCC visibility pop

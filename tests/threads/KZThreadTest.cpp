@@ -271,37 +271,12 @@ TEST(KZThread, RefusedPriorityLeavesItStartable) {
     EXPECT_FALSE(thread->SetThreadPriority(0)) << "the handle is closed";
 }
 
-TEST(KZThread, StartThatFailsChangesNothing) {
-    std::size_t const before = Possessions().back();
-    for (FailingResources::Refusal const refusal : {FailingResources::One, FailingResources::All}) {
-        int runs = 0, expected = 0;
-        KZSmartPtr<KZThread> thread = NewThread([&runs] { ++runs; });
-        bool isStarted = false;
-        auto const start = [&] {
-            isStarted = false;
-            isStarted = thread->Start(1).Good();
-        };
-        AtEveryResource(refusal, start, [&](bool wasRefused) {
-            EXPECT_TRUE(isStarted != wasRefused && isStarted == thread->IsStarted());
-            testing::internal::CaptureStderr();
-            if (!isStarted) KZDumpAllStacks();
-            EXPECT_EQ(testing::internal::GetCapturedStderr().find("\nThread "), std::string::npos);
-            EXPECT_TRUE(isStarted || thread->Start().Good());
-            thread->Join();
-            EXPECT_EQ(runs, ++expected);
-            thread = NewThread([&runs] { ++runs; });
-        });
-        EXPECT_GT(runs, 3) << "several requests failed";
-    }
-    EXPECT_TRUE(AwaitThreads(before)) << "no thread is left";
-}
-
 TEST(KZThread, OthersNeedNoMemoryForWhatTheyLeaveToTheirEnd) {
     std::size_t const before = KMMemoryPool::GetUsedMemory();
     void * const block = KMMemoryPool::New(64);
     bool isTold = false;
     std::thread([&isTold, block] {
-        FailingResources const failing(0, FailingResources::All);
+        FailingResources const failing;
         KMMemoryPool::Delete(block, 64);
         try {
             KZInitCatchSignal();

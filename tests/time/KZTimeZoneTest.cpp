@@ -240,7 +240,9 @@ TEST(KZTimeZone, ReadsKeysOfTheStore) {
     KZPlatform::PutZoneKey(settingKey, std::nullopt);
 
     std::vector<KZTimeZone> zones;
-    for (std::string const & bad : {rule.substr(0, 43), rule + '\0', std::string(44, '\x7F')}) {
+    for (std::string const & bad :
+         {rule.substr(0, 43), rule + '\0', std::string(44, '\x7F'),
+          std::string("\x61\x27").append(42, '\0')}) { // a bias of a week and a minute
         key.Set(u"TZI", bad);
         KZPlatform::PutZoneKey(path, key);
         EXPECT_FALSE(zone.FromWindowsTimeZoneName(u"Test") || KZTimeZone::GetWindowsTimeZones(zones));

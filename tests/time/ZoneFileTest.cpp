@@ -80,6 +80,12 @@ TEST(ZoneFile, TellsTheYearsChanges) {
     Case const cases[] = {
         {"the last line holds", usual, last, asLast},
         {"no table", {}, last, asLast},
+        {"the first day", {}, "AAA5BBB,0,300", "AAA-18000 BBB-14400 0.0.0/7200 0.0.300/7200"},
+        {"two changes at once", {{At(3, 8, 7), 'C'}, usual[0], usual[1]}, last, asLast},
+        {"a late start in the south",
+         {{At(1, 18, 7), 'B'}},
+         "AAA5BBB,M10.1.0,M4.3.0",
+         "AAA-18000 BBB-14400 10.1.0/7200 4.3.0/7200"},
         {"a table of former years", {{At(1, 1, 0, 2020), 'C'}}, last, asLast},
         {"no last line", usual, "", asLast},
         {"none this year, the last line later", none, last, "BBB-14400"},

@@ -108,7 +108,11 @@ TEST(KZDOMFormat, AppendsAndTakesSingleNodes) {
     for (unsigned size = 4070; size < 4110; ++size) {
         KZString const text(u'\u00fc', size);
         root.SetText(text);
-        EXPECT_EQ(Formatted(root), "<r>\n" + text.AsUTF8() + "</r>\n");
+        root.AppendChild(document.CreateElement(u"n"));
+        EXPECT_EQ(Formatted(root), "<r>\n" + text.AsUTF8() + "  <n/>\n</r>\n");
+        KZDOMElement named = document.CreateElement(u"e");
+        named.SetAttribute(u"k", text);
+        EXPECT_EQ(Formatted(named), "<e k=\"" + text.AsUTF8() + "\"/>\n");
     }
     root.SetText(u"");
     KZDOMNode at = root;

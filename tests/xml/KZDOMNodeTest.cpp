@@ -125,6 +125,7 @@ TEST(KZDOMNode, ComputesInPaths) {
         u"//none = false() and //b = true() and not(//b = 'x') and //a[b] = 'x2' and string(//a[2]) = 'y3z'",
         // Operators are evaluated from left to right, those that bind more closely first.
         u"- - 1 = 1 and 7 - 2 - 1 = 4 and 2 + 3 * 4 mod 5 = 4 and -(2) * 3 = -6 and 8 div 2 div 2 = 2",
+        u"1 = '1' and '1' = 1.0 and '2' <= '2' and 'x' != 'y'",
         u"1 = 1 = true() and 3 > 2 > 0 and 1 or 1 div 0 and false() or false() = true()",
         u"1 div 0 > 10 and number('x') != number('x') and string(-1 div 0) = '-Infinity' and - //none != 0",
         u"string(1 div 4) = '0.25' and string(1000000) = '1000000' and 1e2 = 100 and .5 = 0.5 and '1' + '1' "
@@ -258,11 +259,14 @@ TEST(KZDOMNode, CarriesNamespacesAlong) {
               u"xml:id=\"i\"><b/></p:a></r>");
     KZDOMNode const twin = Parsed(u"<a xml:lang='en'/>").Clone(true); // its original is gone
     EXPECT_EQ(twin.GetXML(), u"<?xml version=\"1.0\"?>\n<a xml:lang=\"en\"/>\n");
-    KZDOMDocument plain = Parsed(u"<r xmlns='urn:d'><c xmlns=''/><d/></r>");
-    KZDOMNode const c = plain.SelectNode(u"//c");
-    KZDOMNode(c).AppendChild(plain.SelectNode(u"//*[local-name()='d']"));
-    to.GetRootElement().AppendChild(c);
-    EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//c/*[namespace-uri()='urn:d']"));
+    KZDOMDocument plain = Parsed(u"<r xmlns='urn:d'><c xmlns=''/><d/><d/></r>");
+    plain.GetRootElement().AppendChild(plain.CreateElement(u"e"));
+    for (KZString const name : {u"c", u"e"}) {
+        KZDOMNode without = plain.SelectNode(u"//" + name);
+        without.AppendChild(plain.SelectNode(u"/*/*[local-name()='d']"));
+        to.GetRootElement().AppendChild(without);
+        EXPECT_TRUE(Parsed(to.GetXML()).ChildExists(u"//" + name + u"/*[namespace-uri()='urn:d']"));
+    }
     to.GetRootElement().SetText(u"");
     for (KZDOMNode const & node : {a, copy})
         EXPECT_TRUE(
@@ -388,6 +392,7 @@ TEST(KZDOMElement, HasAttributes) {
         {u"", u"", KZDOMResult::InvalidName},
         {u"1", u"", KZDOMResult::InvalidName},
         {u"a b", u"", KZDOMResult::InvalidName},
+        {u" a", u"", KZDOMResult::InvalidName},
         {u"z:a", u"", KZDOMResult::InvalidName},
         {u"a", u"\x01", KZDOMResult::InvalidText},
         {u"a", u"\uFFFF", KZDOMResult::InvalidText},

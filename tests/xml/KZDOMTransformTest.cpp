@@ -32,6 +32,8 @@ TEST(KZDOMTransform, MakesTextAndDocuments) {
     EXPECT_EQ(source.TransformNode(asText), u"[b][\u00e9]");
     EXPECT_EQ(source.SelectNode(u"//i[2]").TransformNode(asText), u"[\u00e9]"); // the node alone
     EXPECT_EQ(source.TransformNode(asText.GetRootElement()), u"[b][\u00e9]");
+    KZDOMDocument wide = Parsed(u"<r>" + Repeated(u"<i><j/></i>", 10'001) + u"</r>"); // not deep
+    EXPECT_EQ(wide.TransformNode(asText).Length(), 20'002U);
     KZDOMDocument const asHtml = Sheet(u"<x:output method='html' indent='no'/><x:strip-space elements='*'/>"
                                        u"<x:template match='/'><html><br/></html></x:template>");
     EXPECT_EQ(source.TransformNode(asHtml), u"<html><br></html>\n");
@@ -163,6 +165,7 @@ TEST(KZDOMTransform, EndsAtItsLimits) {
         {each(u"<x:value-of select='/r/t'/>"), u"200,000,000"},
         {each(u"<b k='{/r/t}'/>"), u"200,000,000"},
         {each(u"<x:copy-of select='/r/t'/>"), u"200,000,000"},
+        {each(u"<x:copy-of select='/r'/>"), u"200,000,000"},
         {each(KZString(u'y', 400'000U)), u"200,000,000"},
         {each(u"<x:if test='/r/t = 1'/>"), u"200,000,000"},
         {each(u"<x:apply-templates select='/r/t' mode='m'/>"), u"200,000,000"},
