@@ -155,7 +155,7 @@ TEST_F(KZSignalExceptionTest, TellsItsReportOnceWithoutTheLockOfDumps) {
     });
     GlbSetTraceLevel(1);
     testing::internal::CaptureStdout();
-    EXPECT_THROW(WriteNull(), KZSignalException);
+    EXPECT_THROW(writeNull(), KZSignalException);
     EXPECT_NE(testing::internal::GetCapturedStdout().find("Access violation"), std::string::npos);
     EXPECT_TRUE(glbIsDumped);
     isWanted = false;
