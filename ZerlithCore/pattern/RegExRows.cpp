@@ -274,12 +274,14 @@ void RegExRows::FillPairs() {
 }
 
 void RegExRows::MakeCells(RegExRow const & row) {
-    std::size_t const count = units_.GetCount();
-    std::size_t const end = hasPairs_ ? count + count * count : count;
-    for (std::size_t i = 0; i < end; ++i) {
-        bool const isOdd = i % count == RegExUnits::odd || (i >= count && i < 2 * count);
-        new (&row.At(i)) std::atomic<RegExCell>(isOdd ? singleCell : unknownCell);
-    }
+    // The cells for one unit, then for each class those for two units of which the first is in that class.
+    std::size_t const lists = hasPairs_ ? units_.GetCount() + 1 : 1;
+    std::size_t cell = 0;
+    for (std::size_t list = 0; list < lists; ++list)
+        for (std::size_t second = 0; second < units_.GetCount(); ++second) {
+            bool const isOdd = second == RegExUnits::odd || list == RegExUnits::odd + 1;
+            new (&row.At(cell++)) std::atomic<RegExCell>(isOdd ? singleCell : unknownCell);
+        }
 }
 
 bool RegExRows::HasUnits(std::uint32_t node) const {
