@@ -98,7 +98,7 @@ KZRegExParserBase::Node KZRegExParserBase::ParseGroupDef() {
     }
     while (token_ == Token::Character)
         if (!ReadGroupItem(*node, negate)) return Fail();
-    return token_ == Token::GroupEnd ? Node(std::move(node)) : Fail();
+    return token_ == Token::GroupEnd ? Node(node) : Fail();
 }
 
 void KZRegExParserBase::ReadToken(bool inGroup) {
