@@ -106,7 +106,8 @@ protected:
             line.erase(0, GetParam().stampUnits);
             if (line.ends_with('\r')) line.pop_back();
             if (line.starts_with("*** ")) numbers += " lost" + line.substr(line.find(':') + 1);
-            if (line.starts_with('<') && line.ends_with('>') && line.rfind('<') == 0)
+            bool const isFilled = line.find_first_not_of('.', line.find('.')) + 1 == line.size();
+            if (line.starts_with('<') && line.ends_with('>') && isFilled)
                 numbers += ' ' + std::to_string(std::atoi(&line[1]));
         }
         return numbers;
