@@ -40,6 +40,7 @@
 #include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/errors/KZSignalException.h"
 
+#include "ZerlithCore/time/KZChrono.h"
 #include "ZerlithCore/time/KZDSTAdjuster.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 #include "ZerlithCore/time/KZDateEx.h"

@@ -40,6 +40,13 @@ extern "C" int LLVMFuzzerTestOneInput(unsigned char const * data, std::size_t si
     // A date without a time is read by KZDateEx, unless the template has letters that KZDateEx doesn't know.
     bool const hasOthers = format.FindFirstOf(u"HMSLZz") != KZString::npos;
     if (isRead && value.IsOnlyDate() && !hasOthers && value.GetDate() != date) std::abort();
+    KZDateTimeEx iso;
+    if (iso.FromISOString(text).Good()) {
+        KZDateTimeEx back;
+        if (iso.IsNull() || back.FromISOString(iso.AsISOString()).Bad() || back != iso) std::abort();
+    } else if (!iso.IsNull()) {
+        std::abort();
+    }
     char16_t buffer[24];
     value.AsString(buffer, units.size() % 25, format);
     KZDurationEx duration;

@@ -38,7 +38,9 @@ KZ_MODULE_MESSAGES(
     Own(OwnMessage::BenchmarkMissed,
         u"The test named <%0:s> failed its benchmark's tolerance of %1:d%%. Before this test, the average time was %2:f "
         u"secs and for this one, it tooks %3:f secs. The absolute difference is %4:d%%. Delete the .PRF file if this is "
-        u"the new benchmark that you want to set."))
+        u"the new benchmark that you want to set."),
+    Own(OwnMessage::InvalidIsoDate,
+        u"'%0:s' isn't a date and time such as 2024-03-29T17:00:00.000+01:00: %2:s is expected at position %1:d."))
 // clang-format on
 
 // Initialised at compile time, so code that runs before `loading` is constructed finds null, not an arbitrary value.

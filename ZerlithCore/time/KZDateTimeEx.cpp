@@ -124,6 +124,20 @@ KZDateTimeEx KZDateTimeEx::GetCurrentDateTime() {
     return FromMilliseconds(KZPlatform::WallClockMilliseconds());
 }
 
+KZDateTimeEx KZDateTimeEx::FromUnixMilliseconds(std::int64_t milliseconds) {
+    // One year less at both ends than a KZDateEx holds, so that a conversion to local time stays in the range.
+    constexpr std::int64_t first = KZDetail::DaysFromCivil(-4194303, 1, 1) * KZDetail::millisecondsOfDay;
+    constexpr std::int64_t end = KZDetail::DaysFromCivil(4194303, 1, 1) * KZDetail::millisecondsOfDay;
+    if (milliseconds < first || milliseconds >= end)
+        throw KZDateExceptionEx(KZString(u"A moment must be in the years -4194303 to 4194302"));
+    return FromMilliseconds(milliseconds);
+}
+
+std::int64_t KZDateTimeEx::AsUnixMilliseconds() const {
+    if (!IsDateAndTime() || !date_.IsValid()) throw KZDateExceptionEx(*this);
+    return Milliseconds(date_, time_);
+}
+
 bool KZDateTimeEx::GetDateAndTime(KZDateAndTime & fields, KZTimeZone const & zone, unsigned int mask) const {
     if (IsNull()) return false;
     KZDateTimeEx const local = ToLocal(zone);

@@ -72,6 +72,12 @@ public:
 
     /// The present moment, to the millisecond.
     [[nodiscard]] static KZDateTimeEx GetCurrentDateTime();
+    [[nodiscard]] static KZDateTimeEx Now() { return GetCurrentDateTime(); }
+    /// The moment that many milliseconds after 1970-01-01 00:00 UTC, leap seconds not counted. KZChrono.h has the same for
+    /// the standard's time points. Errors: throws KZDateExceptionEx when the year isn't from -4,194,303 to 4,194,302.
+    [[nodiscard]] static KZDateTimeEx FromUnixMilliseconds(std::int64_t milliseconds);
+    /// The reverse. Errors: throws KZDateExceptionEx when the value isn't a moment, or its day isn't in the calendar.
+    [[nodiscard]] std::int64_t AsUnixMilliseconds() const;
 
     // --- What the value has
 
@@ -158,6 +164,17 @@ public:
     KZErrorID FromString(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
     KZErrorID FromString(KZString const & text, KZString const & format,
                          KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+
+    /// Reads a value in the form of ISO 8601 and RFC 3339, such as "2024-03-29T17:00:00.000+01:00". Between date and time
+    /// stands "T", "t" or a blank; seconds and their fraction may be missing, and a fraction may have any number of
+    /// digits, of which three count. The offset is "Z", "+01:00", "+0100", "+01", or missing: then the time is one of
+    /// `zone`. A date alone and a time alone are read, too. Years before 0 and after 9999 have a sign and six digits.
+    /// Errors: 17, with the position from 1 and what is expected there; the value is then null.
+    KZErrorID FromISOString(KZString const & text, KZTimeZone const & zone = KZTimeZone::GetLocalTimeZone());
+    /// Prints a moment in this form as a time of `zone`, with milliseconds and offset: "2024-03-29T16:00:00.000Z"; a date
+    /// alone, and a time alone, without an offset; null as an empty text. `FromISOString` reads the same value of it if
+    /// the year has at most six digits.
+    [[nodiscard]] KZString AsISOString(KZTimeZone const & zone = KZTimeZone::GetUTCTimeZone()) const;
 
     // --- Exchange. Each function returns false if the value can't be converted; a record is then unchanged, a value
     // null. A date alone gets the time 00:00:00, a time alone the date fields that KZTimeEx gives it.

@@ -99,7 +99,11 @@ TEST_F(FileContentTest, GoesWhereThereIsNoNameToReplace) {
     int const sealed = memfd_create("sealed", MFD_ALLOW_SEALING);
     ASSERT_TRUE(write(sealed, "the old content", 15) == 15 && pipe(ends) == 0);
     ASSERT_EQ(fcntl(sealed, F_ADD_SEALS, F_SEAL_SHRINK), 0);
+    int const nameless = memfd_create("nameless", 0);
     for (auto const write : ways) {
+        EXPECT_TRUE(write(OfDescriptor(nameless), "bytes"));
+        EXPECT_EQ(lseek(nameless, 0, SEEK_END), 5) << "the text of its link is no path";
+        ASSERT_EQ(ftruncate(nameless, 0), 0);
         EXPECT_TRUE(write(OfDescriptor(ends[1]), "bytes"));
         EXPECT_EQ(read(ends[0], bytes, sizeof bytes), 5);
         EXPECT_FALSE(write(OfDescriptor(sealed), "new"));
@@ -109,7 +113,7 @@ TEST_F(FileContentTest, GoesWhereThereIsNoNameToReplace) {
         EXPECT_TRUE(!write(Path(""), "bytes") && LastErrorNumber() == EISDIR);
         EXPECT_TRUE(!write(Path("no/file"), "bytes") && LastErrorNumber() == ENOENT);
     }
-    for (int const descriptor : {sealed, ends[0], ends[1]}) close(descriptor);
+    for (int const descriptor : {sealed, nameless, ends[0], ends[1]}) close(descriptor);
 }
 
 TEST_F(FileContentTest, IsWrittenByNobodyWhoMayNot) {

@@ -29,7 +29,8 @@ enum class OwnMessage : long {
     DependencyFailed = 13,
     NoSuchDependency = 14,
     ThreadStarted = 15,
-    BenchmarkMissed = 16
+    BenchmarkMissed = 16,
+    InvalidIsoDate = 17
 };
 
 /// What a template of the library's own messages refers to.
