@@ -59,6 +59,7 @@
 
 #include "ZerlithCore/messages/DBMessage.h"
 #include "ZerlithCore/messages/KZError.h"
+#include "ZerlithCore/messages/KZErrorCode.h"
 #include "ZerlithCore/messages/KZFormatContext.h"
 #include "ZerlithCore/messages/KZMessageSource.h"
 #include "ZerlithCore/messages/KZModuleMessages.h"

@@ -88,7 +88,7 @@ public:
         return *this;
     }
 
-    /// 0 for null, else the error's code.
+    /// 0 for null, else the error's code. So a condition is true for an error, as with `std::error_code`: `if (error) ...`
     operator int() const noexcept { return error_.IsNull() ? 0 : static_cast<int>(error_->GetCode()); }
 
     [[nodiscard]] bool Good() const noexcept { return error_.IsNull() || error_->GetCode() == 0; }

@@ -152,8 +152,8 @@ TEST(KZMsgException, SaysWhatTheSourceSays) {
 
 TEST(OwnMessages, AreThereBeforeMain) {
     EXPECT_EQ(textBeforeMain, u"The thread is already started.");
-    for (long code = 1; code <= 17; ++code)
-        EXPECT_EQ(KZErrorID(new KZError(glbKZOREMsgSourceP, code)).AsString().IsNull(), code == 17) << code;
+    for (long code = 1; code <= 18; ++code)
+        EXPECT_EQ(KZErrorID(new KZError(glbKZOREMsgSourceP, code)).AsString().IsNull(), code == 18) << code;
 }
 
 } // namespace
