@@ -83,6 +83,7 @@
 #include "ZerlithCore/log/KZConsoleLogSubscriber.h"
 #include "ZerlithCore/log/KZDualLogStream.h"
 #include "ZerlithCore/log/KZFileLogSubscriber.h"
+#include "ZerlithCore/log/KZFunctionLogSubscriber.h"
 #include "ZerlithCore/log/KZLogChannel.h"
 #include "ZerlithCore/log/KZLogFile.h"
 #include "ZerlithCore/log/KZLogManager.h"

@@ -4,13 +4,16 @@
 ///     struct Server { void Listen() {} } server;
 ///     KZSmartPtr<KZCallback> body(new KZCallbackMethVoid<Server>(u"listener", &server, &Server::Listen));
 ///     (*body)();
+///     body = KZMakeCallback([&server] { server.Listen(); });     // any function object will do
 #pragma once
 
 #include "ZerlithCore/foundation/KZRefCount.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/text/KZString.h"
 
+#include <concepts>
 #include <type_traits>
+#include <utility>
 
 /// The base class of what a callback gets as its argument. It has a reference count and nothing else.
 ///
@@ -21,7 +24,9 @@ public:
     virtual ~KZCallbackArgs();
 };
 
-/// A function object with a reference count, a name and a stored argument.
+/// A function object with a reference count, a name and a stored argument. A derived class overrides the call operator that
+/// takes `args`: the other one calls it with the stored argument. For a lambda or another function object no class is needed;
+/// see `KZMakeCallback`.
 ///
 /// Thread safety: handles may be copied and dropped on several threads. Whether several threads may call it at once depends on
 /// the derived class.
@@ -101,3 +106,34 @@ private:
     Class * object_;
     Method method_;
 };
+
+/// A function, lambda or other object that can be called without arguments and isn't a callback already.
+template <class Function>
+concept KZCallable = std::invocable < std::decay_t<Function>
+& > &&std::constructible_from<std::decay_t<Function>, Function> &&
+    !std::derived_from<std::decay_t<Function>, KZCallback>;
+
+/// Calls a function object that it holds; a result and an argument of the callback are ignored.
+///
+/// Thread safety: that of the function object.
+template <class Function>
+class KZCallbackFunction : public KZCallback {
+public:
+    using KZCallback::operator();
+
+    KZCallbackFunction(KZString const & name, Function function)
+        : KZCallback(name), function_(std::move(function)) {}
+
+    void operator()(KZSmartPtr<KZCallbackArgs> const &) override { static_cast<void>(function_()); }
+
+private:
+    Function function_;
+};
+
+/// A callback that holds a copy of `function`, or the object itself if it is passed by `std::move`. `name` is for people who
+/// look at it. Errors: std::bad_alloc, and what copying `function` throws.
+template <KZCallable Function>
+[[nodiscard]] KZSmartPtr<KZCallback> KZMakeCallback(Function && function,
+                                                    KZString const & name = KZString()) {
+    return new KZCallbackFunction<std::decay_t<Function>>(name, std::forward<Function>(function));
+}

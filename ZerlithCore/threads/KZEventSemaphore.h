@@ -9,6 +9,7 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/threads/detail/WaitTime.h"
 
 namespace KZPlatform {
 struct WaitObject;
@@ -44,6 +45,11 @@ public:
     /// time is over, and 0xFFFFFFFF when the wait failed; the thread's last error then has the reason.
     unsigned int Wait(unsigned int timeout = 0xFFFFFFFF) noexcept { return wait(timeout); }
     unsigned int wait(unsigned int timeout = 0xFFFFFFFF) noexcept;
+    /// The same with a duration of `<chrono>`, rounded up to milliseconds; without limit if it has more than 32 bits of them.
+    template <KZDetail::IsChronoDuration Duration>
+    unsigned int Wait(Duration const & timeout) noexcept {
+        return wait(KZDetail::WaitMilliseconds(timeout));
+    }
 
     /// Returns at once whether the event is posted. Errors: KZWindowsLastErrorException.
     [[nodiscard]] bool Posted() const { return posted(); }

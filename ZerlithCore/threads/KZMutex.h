@@ -10,6 +10,7 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/text/KZString.h"
+#include "ZerlithCore/threads/detail/WaitTime.h"
 
 namespace KZPlatform {
 struct WaitObject;
@@ -39,6 +40,11 @@ public:
     /// Callers rely on this. Errors: KZWindowsLastErrorException when the wait itself fails.
     bool Lock(unsigned int timeout = 0xFFFFFFFF) { return lock(timeout); }
     bool lock(unsigned int timeout = 0xFFFFFFFF);
+    /// The same with a duration of `<chrono>`, rounded up to milliseconds; without limit if it has more than 32 bits of them.
+    template <KZDetail::IsChronoDuration Duration>
+    bool Lock(Duration const & timeout) {
+        return lock(KZDetail::WaitMilliseconds(timeout));
+    }
     /// Locks without a limit.
     bool obtain() { return lock(); }
 

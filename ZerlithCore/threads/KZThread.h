@@ -1,11 +1,10 @@
 /// @file
 /// Threads, which run a callback and can be found and waited for by their identifiers.
 ///
-///     struct Job { void Do() {} } job;
-///     KZSmartPtr<KZCallback> const body(new KZCallbackMethVoid<Job>(u"job", &job, &Job::Do));
-///     KZSmartPtr<KZThread> thread(new KZThread(body));
-///     if (KZErrorID const id = thread->Start(); id.Bad()) KZGetConsole() << id.AsString() << std::endl;
-///     thread->Join();
+///     int sum = 0;
+///     KZThread thread([&] { sum = 1 + 1; });
+///     if (KZErrorID const id = thread.Start(); id.Bad()) KZGetConsole() << id.AsString() << std::endl;
+///     thread.Join();
 #pragma once
 
 #include "ZerlithCore/errors/KZErrorID.h"
@@ -13,9 +12,11 @@
 #include "ZerlithCore/threads/KZCallback.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 #include "ZerlithCore/threads/KZThread_t.h"
+#include "ZerlithCore/threads/detail/WaitTime.h"
 
 #include <atomic>
 #include <memory>
+#include <utility>
 #include <vector>
 
 namespace KZPlatform {
@@ -40,6 +41,9 @@ public:
 
     /// Starts nothing yet. The COM model is the present default of the process (`InitializeCOM`).
     explicit KZThread(KZSmartPtr<KZCallback> const & body);
+    /// The body is `KZMakeCallback(function)`.
+    template <KZCallable Function>
+    explicit KZThread(Function && function) : KZThread(KZMakeCallback(std::forward<Function>(function))) {}
     KZThread(KZThread const &) = delete;
     KZThread & operator=(KZThread const &) = delete;
     /// Waits for the end of the thread first, unless it is the caller's own.
@@ -80,6 +84,10 @@ public:
     /// has run doesn't run. The module of the function's class stays in memory as long as this object.
     /// Errors: std::bad_alloc, and nothing is added.
     void AddExitFunction(KZSmartPtr<KZCallback> const & function);
+    template <KZCallable Function>
+    void AddExitFunction(Function && function) {
+        AddExitFunction(KZMakeCallback(std::forward<Function>(function)));
+    }
 
     // As the static functions below, for this thread.
     bool SetThreadPriority(int priority) { return SetThreadPriority(GetThreadId(), priority); }
@@ -90,6 +98,11 @@ public:
     /// Sleeps for that time; without end for 0xFFFFFFFF milliseconds.
     static void Milli_sleep(unsigned int milliseconds) noexcept;
     static void Sleep(unsigned int seconds) noexcept;
+    /// The same with a duration of `<chrono>`, rounded up to milliseconds; without end if it has more than 32 bits of them.
+    template <KZDetail::IsChronoDuration Duration>
+    static void SleepFor(Duration const & duration) noexcept {
+        Milli_sleep(KZDetail::WaitMilliseconds(duration));
+    }
 
     /// The caller's identifier, with a null handle.
     [[nodiscard]] static KZThread_t GetCurrentThreadID() noexcept;

@@ -1,11 +1,12 @@
 /// @file
 /// A fixed number of threads that run callbacks.
 ///
-///     struct Job { void Do() {} };
-///     std::vector<Job> jobs(100); // before the pool, so that it outlives the pool
+///     std::vector<int> squares(100); // before the pool, so that it outlives the pool
 ///     KZThreadPool pool(4);
-///     for (Job & job : jobs)
-///         pool.Post(KZSmartPtr<KZCallback>(new KZCallbackMethVoid<Job>(u"job", &job, &Job::Do)));
+///     for (int & square : squares)
+///         pool.Post([&] { square *= square; });
+///     std::future<int> sum = pool.Submit([] { return 1 + 1; });
+///     int const two = sum.get();
 ///     // The destructor of the pool waits until all have run.
 #pragma once
 
@@ -16,7 +17,10 @@
 
 #include <atomic>
 #include <deque>
+#include <future>
 #include <memory>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 /// Runs callbacks on worker threads. A callback goes to the worker that has been idle for the longest time. If none is idle, a
@@ -65,6 +69,23 @@ public:
 
     /// Accepts `callback`. False, without effect, for null and after `Shutdown`. Errors: std::bad_alloc, without effect.
     bool Post(KZSmartPtr<KZCallback> callback);
+    /// Accepts `KZMakeCallback(function)`.
+    template <KZCallable Function>
+    bool Post(Function && function) {
+        return Post(KZMakeCallback(std::forward<Function>(function)));
+    }
+    /// Accepts `function` and returns a future of its result; an exception of the function goes to the future, too. After
+    /// `Shutdown`, and for a function that the pool discards, the future has the standard's error "broken promise".
+    /// Errors: std::bad_alloc, and what copying `function` throws; the function then won't run.
+    template <KZCallable Function>
+    [[nodiscard]] auto Submit(Function && function)
+        -> std::future<std::invoke_result_t<std::decay_t<Function> &>> {
+        std::packaged_task<std::invoke_result_t<std::decay_t<Function> &>()> task(
+            std::forward<Function>(function));
+        auto future = task.get_future();
+        static_cast<void>(Post(std::move(task)));
+        return future;
+    }
     /// Accepts no more callbacks and lets the workers end, without waiting for that. Callbacks that are running are finished.
     /// Those that were accepted before are run, unless the pool discards them. Those that the factory returns from now on are
     /// dropped.

@@ -2,6 +2,7 @@
 
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/errors/KZSignalException.h"
+#include "ZerlithCore/log/KZFunctionLogSubscriber.h"
 
 #include "platform/ChildProcess.h"
 
@@ -102,6 +103,16 @@ TEST_F(KZLogManagerTest, HandsOutByLevelAtAFlush) {
     stream.GetStream(1) << L"whole" << std::flush;
     std::u16string const lost = u"*** messages lost: 1\n";
     EXPECT_EQ(low->heard, (Heard{{0, u"0\n"}, {1, u"1\n"}, {2, u"2\n"}, {2, lost}, {1, u"whole"}}));
+}
+
+TEST_F(KZLogManagerTest, HandsOutToFunctions) {
+    Heard heard;
+    auto const listen = [&](int level, KZString const & text) {
+        heard.emplace_back(level, std::u16string_view(text));
+    };
+    EXPECT_TRUE(manager.Subscribe(index, KZMakeLogSubscriber(1, listen)));
+    for (int level = 0; level <= 2; ++level) stream.GetStream(level) << level << std::flush;
+    EXPECT_EQ(heard, (Heard{{0, u"0"}, {1, u"1"}}));
 }
 
 TEST_F(KZLogManagerTest, InterestFollowsSubscriptionsAndLevels) {

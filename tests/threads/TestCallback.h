@@ -1,17 +1,8 @@
-// Callbacks for tests.
+// A callback with any body.
 #pragma once
 
 #include "ZerlithCore/threads/KZCallback.h"
 
-#include <functional>
+#include <utility>
 
-/// A callback that calls `body`.
-inline KZSmartPtr<KZCallback> Callback(std::function<void()> body) {
-    struct Function : KZCallback {
-        explicit Function(std::function<void()> itsBody) : KZCallback(u"test"), body(std::move(itsBody)) {}
-        using KZCallback::operator();
-        void operator()(KZSmartPtr<KZCallbackArgs> const &) override { body(); }
-        std::function<void()> body;
-    };
-    return new Function(std::move(body));
-}
+inline KZSmartPtr<KZCallback> Callback(auto body) { return KZMakeCallback(std::move(body), u"test"); }
