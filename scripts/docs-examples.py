@@ -2,7 +2,8 @@
 """Compiles and runs the examples of pages: docs-examples.py page... -- compiler-argument...
 
 An example is a ```cpp block followed by its output as a ```text block. The code is a program with a `main`, or the body of a
-function. It runs with the local time of Berlin."""
+function. It runs with the local time of Berlin. A block that names a file, such as ```cpp examples/pool/pool.cpp, quotes that
+file: its text must be there, whatever the blanks and line ends."""
 import os
 import pathlib
 import re
@@ -11,6 +12,7 @@ import sys
 import tempfile
 
 EXAMPLE = re.compile(r"^```cpp\n((?:(?!```).*\n)*)```\n\n?```text\n((?:(?!```).*\n)*)```$", re.MULTILINE)
+QUOTE = re.compile(r"^```\w+ (\S+)\n((?:(?!```).*\n)*)```$", re.MULTILINE)
 HEADER = "#include <ZerlithCore/ZerlithCore.h>\n#include <iostream>\n#include <sstream>\n"
 
 
@@ -19,8 +21,21 @@ def build(program, source, flags):
     subprocess.run(["c++", "-std=c++20", program.with_suffix(".cpp"), "-o", program, *flags], check=True)
 
 
+def words(text):
+    return " ".join(text.split())
+
+
+def check_quotes(pages):
+    root = pathlib.Path(__file__).resolve().parent.parent
+    for page in pages:
+        for name, quoted in QUOTE.findall(pathlib.Path(page).read_text()):
+            if words(quoted) not in words((root / name).read_text()):
+                sys.exit(f"{page} quotes {name}, but this isn't in it:\n{quoted}")
+
+
 def main():
     pages, flags = sys.argv[1:sys.argv.index("--")], sys.argv[sys.argv.index("--") + 1:]
+    check_quotes(pages)
     examples = [(page, *found) for page in pages for found in EXAMPLE.findall(pathlib.Path(page).read_text())]
     with tempfile.TemporaryDirectory() as folder:
         bodies, programs = "", [pathlib.Path(folder, f"example{number}") for number in range(len(examples))]
