@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -84,6 +85,32 @@ void LookUpStdMap(benchmark::State & state) {
     for (auto _ : state) benchmark::DoNotOptimize(map.at(section).at(key));
 }
 BENCHMARK(LookUpStdMap);
+
+KZString KeyOf(std::int64_t number) {
+    KZString key;
+    key.Format(u"KEY%lld", static_cast<long long>(number));
+    return key;
+}
+
+/// So many lines in one section.
+KZSmartPtr<KZConfigFile> FileOfKeys(std::int64_t count) {
+    KZSmartPtr<KZConfigFile> file(new KZConfigFile(u""));
+    for (std::int64_t key = 0; key < count; ++key) file->SetBool(u"Section", KeyOf(key), true);
+    return file;
+}
+
+void LookUpAmongKeys(benchmark::State & state) {
+    KZSmartPtr<KZConfigFile> const file = FileOfKeys(state.range(0));
+    KZString const section = u"Section", key = KeyOf(state.range(0) / 2), none;
+    for (auto _ : state) benchmark::DoNotOptimize(file->GetString(section, key, none));
+}
+BENCHMARK(LookUpAmongKeys)->Arg(20)->Arg(1000)->Arg(100000);
+
+void SetNewKeys(benchmark::State & state) {
+    for (auto _ : state) benchmark::DoNotOptimize(FileOfKeys(state.range(0)));
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(SetNewKeys)->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMicrosecond);
 
 void LookUpInOpenFile(benchmark::State & state) {
     KZConfig const config(Sample().Name());

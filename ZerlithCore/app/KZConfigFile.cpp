@@ -1,15 +1,14 @@
-// The sections are values in one vector, so that a look-up goes through memory in order. When they move, their parts get the
-// new address as their owner (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
+// The sections are values in one vector, as iterators are pointers. When they move, their parts get the new address as their owner
+// (KZConfigSection.cpp). The grammar is in KZConfigStream.cpp.
 #include "ZerlithCore/app/KZConfigFile.h"
 
 #include "ZerlithCore/app/detail/KZConfigText.h"
-#include "ZerlithCore/app/detail/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/NamedListBody.h"
 #include "ZerlithCore/files/KZFile.h"
 #include "ZerlithCore/files/detail/KZEncodedText.h"
 #include "ZerlithCore/files/detail/UnitFile.h"
 #include "ZerlithCore/platform/LastError.h"
 
-#include <algorithm>
 #include <string>
 #include <utility>
 
@@ -57,7 +56,7 @@ bool KZConfigFile::Reload() {
     Guard guard(*this);
     // Set before anything can fail: an empty object must not be saved over a file that was never read.
     char16_t const * const former = whyPartial_;
-    if (sections_.empty()) whyPartial_ = u"the file could not be opened";
+    if (sections_.begin() == sections_.end()) whyPartial_ = u"the file could not be opened";
     try {
         KZDetail::UnitFile text;
         if (!text.Open(std::u16string_view(fileName_), std::ios_base::in)) {
@@ -90,16 +89,13 @@ bool KZConfigFile::SaveBy(bool (*write)(KZString const & path, void const * byte
 void KZConfigFile::Clear() {
     Guard guard(*this);
     for (KZConfigSection const & section : sections_) section.DropLocks();
-    sections_.clear();
+    sections_.Clear();
     whyPartial_ = nullptr;
 }
 
 KZConfigFile::const_iterator KZConfigFile::FindSection(KZString const & name, const_iterator start) const {
     Guard guard(*this);
-    return std::find_if(start ? start : GetSectionsBegin(), GetSectionsEnd(),
-                        [&name](KZConfigSection const & section) {
-                            return KZDetail::EqualIgnoringCase(section.GetName(), name);
-                        });
+    return sections_.Find(name, start);
 }
 
 KZConfigFile::iterator KZConfigFile::FindSection(KZString const & name, const_iterator start) {
@@ -118,7 +114,7 @@ void KZConfigFile::DeleteSection(const_iterator position) {
     Guard guard(*this);
     if (!position || position == GetSectionsEnd()) return;
     position->DropLocks();
-    sections_.erase(sections_.begin() + (position - GetSectionsBegin()));
+    sections_.Erase(position);
 }
 
 void KZConfigFile::DeleteSection(KZString const & name, const_iterator start) {
@@ -178,11 +174,5 @@ void KZConfigFile::Set(KZString const & section, KZString const & key, Value con
 
 KZConfigFile::iterator KZConfigFile::Insert(KZConfigSection && section, const_iterator position) {
     Guard guard(*this);
-    auto const place = sections_.insert(
-        position ? sections_.begin() + (position - GetSectionsBegin()) : sections_.end(), std::move(section));
-    place->Adopt(this);
-    // If a caller has assigned another section to this one, it has the other one's owner now.
-    for (KZConfigSection & each : sections_)
-        if (each.GetOwner() != this) each.Adopt(this);
-    return &*place;
+    return sections_.Insert(std::move(section), position, this);
 }

@@ -17,7 +17,6 @@
 
 #include <cstddef>
 #include <iosfwd>
-#include <vector>
 
 /// Sections of `key=value` lines with comments, all in memory, in the order of the file.
 ///
@@ -105,12 +104,10 @@ public:
     void DeleteSection(KZString const & name, const_iterator start = nullptr);
 
     // The sections in the order of the file.
-    [[nodiscard]] iterator GetSectionsBegin() noexcept { return sections_.data(); }
-    [[nodiscard]] iterator GetSectionsEnd() noexcept { return sections_.data() + sections_.size(); }
-    [[nodiscard]] const_iterator GetSectionsBegin() const noexcept { return sections_.data(); }
-    [[nodiscard]] const_iterator GetSectionsEnd() const noexcept {
-        return sections_.data() + sections_.size();
-    }
+    [[nodiscard]] iterator GetSectionsBegin() noexcept { return sections_.begin(); }
+    [[nodiscard]] iterator GetSectionsEnd() noexcept { return sections_.end(); }
+    [[nodiscard]] const_iterator GetSectionsBegin() const noexcept { return sections_.begin(); }
+    [[nodiscard]] const_iterator GetSectionsEnd() const noexcept { return sections_.end(); }
 
     // Both ignore case. A line is looked for only in the first section of that name.
     [[nodiscard]] bool IsSectionPresent(KZString const & section) const;
@@ -133,7 +130,7 @@ private:
     [[nodiscard]] bool SaveBy(bool (*write)(KZString const & path, void const * bytes,
                                             std::size_t size)) const;
 
-    std::vector<KZConfigSection> sections_;
+    KZDetail::NamedList<KZConfigSection, &KZConfigSection::GetName> sections_;
     KZString fileName_;
     mutable KZCriticalSection lock_;
     KZTextEncoding encoding_ = KZTextEncoding::Utf8;

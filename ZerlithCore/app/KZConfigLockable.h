@@ -12,6 +12,14 @@
 
 #include <cstdint>
 
+class KZString;
+
+namespace KZDetail {
+class NameIndex;
+template <class Item, KZString const & (Item::*nameOf)() const noexcept>
+class NamedList;
+} // namespace KZDetail
+
 /// Something that can be locked, const or not. Objects are never deleted through this interface.
 ///
 /// Thread safety: `Lock` and `Unlock` may be called from any thread.
@@ -39,8 +47,9 @@ protected:
 class KZ_EXPORT KZConfigLockable : public KZConfigLockableI {
 public:
     KZConfigLockable() noexcept = default;
-    KZConfigLockable(KZConfigLockable const & other) noexcept = default;
-    KZConfigLockable & operator=(KZConfigLockable const & other) noexcept = default;
+    KZConfigLockable(KZConfigLockable const & other) noexcept
+        : owner_(other.owner_), lockCount_(other.lockCount_) {}
+    KZConfigLockable & operator=(KZConfigLockable const & other) noexcept;
 
     /// Locks the owner, if there is one, and adds 1 to the count.
     void Lock() const override;
@@ -64,6 +73,8 @@ private:
     friend class KZConfigSection;
     friend class KZConfigFile;
     friend class KZConfigReader;
+    template <class Item, KZString const & (Item::*nameOf)() const noexcept>
+    friend class KZDetail::NamedList;
 
     /// Makes this a new part of `owner` without locks. For a copy: the count that it got belongs to the original.
     void Adopt(KZConfigLockableI const * owner) noexcept {
@@ -73,6 +84,20 @@ private:
     /// Sets the new address of the same owner; the count stays.
     void Rebind(KZConfigLockableI const * owner) noexcept { owner_ = owner; }
 
+    // The place in an index belongs to the memory in which a part stands: it is neither copied nor moved.
+    void SetPlace(KZDetail::NameIndex * index, std::uint32_t place) noexcept {
+        index_ = index;
+        place_ = place;
+    }
+    /// Tells the index, if there is one. To be called after every change of the name.
+    void Renamed(KZString const & name) noexcept {
+        if (index_) TellName(name);
+    }
+    void TellName(KZString const & name) noexcept;
+    void ChangeOwner(KZConfigLockableI const * owner) noexcept;
+
     KZConfigLockableI const * owner_ = nullptr;
     mutable std::uint32_t lockCount_ = 0;
+    std::uint32_t place_ = 0;
+    KZDetail::NameIndex * index_ = nullptr; // of the list; null when this part or its list has none
 };

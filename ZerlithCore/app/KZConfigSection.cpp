@@ -4,27 +4,12 @@
 #include "ZerlithCore/app/KZConfigSection.h"
 
 #include "ZerlithCore/app/detail/KZIgnoreCase.h"
+#include "ZerlithCore/app/detail/NamedListBody.h"
 #include "ZerlithCore/threads/KZCriticalSection.h"
 
 #include <algorithm>
 #include <array>
 #include <utility>
-
-namespace {
-
-/// The place for an insertion before `position`; the end for null.
-template <class T>
-typename std::vector<T>::iterator InsertPlace(std::vector<T> & items, T const * position) {
-    return position ? items.begin() + (position - items.data()) : items.end();
-}
-
-/// True when `position` is an item, neither null nor the end.
-template <class T>
-bool IsItem(std::vector<T> const & items, T const * position) {
-    return position && position != items.data() + items.size();
-}
-
-} // namespace
 
 // --- KZConfigComments
 
@@ -32,12 +17,14 @@ KZConfigComments::~KZConfigComments() = default;
 
 KZConfigComments::iterator KZConfigComments::AddComment(KZString const & text, const_iterator position) {
     KZGuard<KZConfigComments> guard(*this);
-    return &*texts_.insert(InsertPlace(texts_, position), text);
+    auto const place = position ? texts_.begin() + (position - GetCommentsBegin()) : texts_.end();
+    return &*texts_.insert(place, text);
 }
 
 void KZConfigComments::DeleteComment(const_iterator position) {
     KZGuard<KZConfigComments> guard(*this);
-    if (IsItem(texts_, position)) texts_.erase(InsertPlace(texts_, position));
+    if (position && position != GetCommentsEnd())
+        texts_.erase(texts_.begin() + (position - GetCommentsBegin()));
 }
 
 void KZConfigComments::Clear() {
@@ -62,6 +49,7 @@ KZConfigLine::KZConfigLine(KZConfigLine && other) noexcept
     , key_(std::move(other.key_))
     , value_(std::move(other.value_)) {
     comments_.Rebind(this);
+    other.Renamed(other.key_);
 }
 
 KZConfigLine & KZConfigLine::operator=(KZConfigLine const & other) {
@@ -75,6 +63,8 @@ KZConfigLine & KZConfigLine::operator=(KZConfigLine && other) noexcept {
     key_ = std::move(other.key_);
     value_ = std::move(other.value_);
     comments_.Rebind(this);
+    Renamed(key_);
+    other.Renamed(other.key_);
     return *this;
 }
 
@@ -95,7 +85,7 @@ bool KZConfigLine::GetValueAsBool() const {
 
 void KZConfigLine::Clear() {
     comments_.Clear();
-    key_.Clear();
+    SetKey(KZString());
     value_.Clear();
 }
 
@@ -119,6 +109,7 @@ KZConfigSection::KZConfigSection(KZConfigSection && other) noexcept
     , name_(std::move(other.name_))
     , lines_(std::move(other.lines_)) {
     RebindParts();
+    other.Renamed(other.name_);
 }
 
 KZConfigSection & KZConfigSection::operator=(KZConfigSection const & other) {
@@ -132,15 +123,15 @@ KZConfigSection & KZConfigSection::operator=(KZConfigSection && other) noexcept 
     name_ = std::move(other.name_);
     lines_ = std::move(other.lines_);
     RebindParts();
+    Renamed(name_);
+    other.Renamed(other.name_);
     return *this;
 }
 
 KZConfigSection::~KZConfigSection() = default;
 
 KZConfigSection::const_iterator KZConfigSection::FindLine(KZString const & key, const_iterator start) const {
-    return std::find_if(start ? start : GetLinesBegin(), GetLinesEnd(), [&key](KZConfigLine const & line) {
-        return KZDetail::EqualIgnoringCase(line.key_, key);
-    });
+    return lines_.Find(key, start);
 }
 
 KZConfigSection::iterator KZConfigSection::FindLine(KZString const & key, const_iterator start) {
@@ -158,9 +149,9 @@ KZConfigSection::iterator KZConfigSection::AddLine(KZString const & key, KZStrin
 
 void KZConfigSection::DeleteLine(const_iterator position) {
     KZGuard<KZConfigSection> guard(*this);
-    if (!IsItem(lines_, position)) return;
+    if (!position || position == GetLinesEnd()) return;
     position->DropLocks();
-    lines_.erase(InsertPlace(lines_, position));
+    lines_.Erase(position);
 }
 
 void KZConfigSection::DeleteLine(KZString const & key, const_iterator start) {
@@ -171,19 +162,14 @@ void KZConfigSection::DeleteLine(KZString const & key, const_iterator start) {
 void KZConfigSection::Clear() {
     KZGuard<KZConfigSection> guard(*this);
     comments_.Clear();
-    name_.Clear();
+    SetName(KZString());
     DropLinesLocks();
-    lines_.clear();
+    lines_.Clear();
 }
 
 KZConfigSection::iterator KZConfigSection::Insert(KZConfigLine && line, const_iterator position) {
     KZGuard<KZConfigSection> guard(*this);
-    auto const place = lines_.insert(InsertPlace(lines_, position), std::move(line));
-    place->Adopt(this);
-    // If a caller has assigned another line to this one, it has the other one's owner now.
-    for (KZConfigLine & each : lines_)
-        if (each.GetOwner() != this) each.Adopt(this);
-    return &*place;
+    return lines_.Insert(std::move(line), position, this);
 }
 
 void KZConfigSection::DropLocks() const {

@@ -22,6 +22,7 @@
 #pragma once
 
 #include "ZerlithCore/app/KZConfigLockable.h"
+#include "ZerlithCore/app/detail/NamedList.h"
 #include "ZerlithCore/text/KZString.h"
 
 #include <cstddef>
@@ -73,7 +74,10 @@ public:
     ~KZConfigLine() override;
 
     [[nodiscard]] KZString const & GetKey() const noexcept { return key_; }
-    void SetKey(KZString const & key) { key_ = key; }
+    void SetKey(KZString const & key) {
+        key_ = key;
+        Renamed(key_);
+    }
 
     [[nodiscard]] KZString const & GetValue() const noexcept { return value_; }
     void SetValue(KZString const & value) { value_ = value; }
@@ -125,18 +129,21 @@ public:
     ~KZConfigSection() override;
 
     [[nodiscard]] KZString const & GetName() const noexcept { return name_; }
-    void SetName(KZString const & name) { name_ = name; }
+    void SetName(KZString const & name) {
+        name_ = name;
+        Renamed(name_);
+    }
 
     [[nodiscard]] KZConfigComments & GetComments() noexcept { return comments_; }
     [[nodiscard]] KZConfigComments const & GetComments() const noexcept { return comments_; }
 
-    [[nodiscard]] iterator GetLinesBegin() noexcept { return lines_.data(); }
-    [[nodiscard]] iterator GetLinesEnd() noexcept { return lines_.data() + lines_.size(); }
-    [[nodiscard]] const_iterator GetLinesBegin() const noexcept { return lines_.data(); }
-    [[nodiscard]] const_iterator GetLinesEnd() const noexcept { return lines_.data() + lines_.size(); }
+    [[nodiscard]] iterator GetLinesBegin() noexcept { return lines_.begin(); }
+    [[nodiscard]] iterator GetLinesEnd() noexcept { return lines_.end(); }
+    [[nodiscard]] const_iterator GetLinesBegin() const noexcept { return lines_.begin(); }
+    [[nodiscard]] const_iterator GetLinesEnd() const noexcept { return lines_.end(); }
 
     /// The first line with this key at or after `start`, ignoring case; the end when there is none.
-    /// Cost: linear; for most lines only the lengths are compared.
+    /// Cost: the same for any number of lines, unless most of them have this key and `start` is in their midst.
     [[nodiscard]] const_iterator FindLine(KZString const & key, const_iterator start = nullptr) const;
     [[nodiscard]] iterator FindLine(KZString const & key, const_iterator start = nullptr);
 
@@ -164,7 +171,7 @@ private:
 
     KZConfigComments comments_;
     KZString name_;
-    std::vector<KZConfigLine> lines_;
+    KZDetail::NamedList<KZConfigLine, &KZConfigLine::GetKey> lines_;
 };
 
 // --- The text of the parts. Reading replaces what the part held.

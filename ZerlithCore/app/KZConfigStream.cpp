@@ -4,13 +4,14 @@
 #include "ZerlithCore/app/KZConfigStreamException.h"
 #include "ZerlithCore/app/detail/ConfigSource.h"
 #include "ZerlithCore/app/detail/KZConfigText.h"
+#include "ZerlithCore/app/detail/NamedListBody.h"
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/text/detail/KZWriteUnits.h"
 
 #include <istream>
-#include <iterator>
 #include <ostream>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -69,11 +70,12 @@ private:
     void ReadSections(KZConfigFile & file);
     void ReadComments(Texts & comments);
     KZString ReadComment();
-    void ReadLine(KZConfigSection & section, Texts && comments);
-    static void Append(KZConfigFile & file, KZConfigSection & working);
+    void ReadLine(Texts && comments);
+    void Append(KZConfigFile & file, KZConfigSection & section);
 
     ConfigSource & source_;
     std::u16string text_;
+    std::vector<KZConfigLine> lines_;  // since the last header
     bool hasDroppedZero_ = false;      // lines before the first header had 0 characters
     char16_t const * fault_ = nullptr; // the text of the exception that was thrown
 };
@@ -101,7 +103,7 @@ KZString KZConfigReader::ReadComment() {
 }
 
 void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
-    line.key_.Clear();
+    line.SetKey(KZString());
     line.value_.Clear();
     text_.clear();
     auto unit = source_.Take();
@@ -109,7 +111,7 @@ void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
         if (unit == endOfText) Refuse(keyCut);
         if (unit != u'\r') Gather(unit);
     }
-    line.key_ = WithoutTail(text_, IsWhiteSpace);
+    line.SetKey(WithoutTail(text_, IsWhiteSpace));
     if (unit == u'\n') return;
 
     text_.clear();
@@ -121,9 +123,9 @@ void KZConfigReader::ReadKeyAndValue(KZConfigLine & line) {
 }
 
 void KZConfigReader::ReadHeader(KZConfigSection & section) {
-    section.name_.Clear();
+    section.SetName(KZString());
     section.DropLinesLocks();
-    section.lines_.clear();
+    section.lines_.Clear();
     if (source_.IsAtEnd()) return;
     if (source_.Peek() != u'[') Refuse(noHeader);
     source_.Take();
@@ -133,7 +135,7 @@ void KZConfigReader::ReadHeader(KZConfigSection & section) {
         if (unit == endOfText) Refuse(nameCut);
         Gather(unit);
     }
-    section.name_ = KZString(std::u16string_view(text_));
+    section.SetName(KZString(std::u16string_view(text_)));
 
     for (auto unit = source_.Take(); unit != u'\n' && unit != endOfText; unit = source_.Take()) {
         if (unit == u' ' || unit == u'\t' || unit == u'\r') continue;
@@ -143,24 +145,16 @@ void KZConfigReader::ReadHeader(KZConfigSection & section) {
     }
 }
 
-void KZConfigReader::ReadLine(KZConfigSection & section, Texts && comments) {
-    KZConfigLine & line = section.lines_.emplace_back();
-    line.Adopt(&section);
+void KZConfigReader::ReadLine(Texts && comments) {
+    KZConfigLine & line = lines_.emplace_back();
     line.comments_.texts_ = std::move(comments);
     ReadKeyAndValue(line);
 }
 
-/// Appends the section that was read to the file and moves its lines into a vector of exactly their number. The memory of
-/// `working` is kept for the lines of the next section.
-void KZConfigReader::Append(KZConfigFile & file, KZConfigSection & working) {
-    KZConfigSection & section = file.sections_.emplace_back();
-    section.Adopt(&file);
-    section.comments_.texts_ = std::move(working.comments_.texts_);
-    section.name_ = std::move(working.name_);
-    section.lines_.assign(std::move_iterator(working.lines_.begin()),
-                          std::move_iterator(working.lines_.end()));
-    section.RebindParts();
-    working.lines_.clear();
+/// Moves the section that was read to the file. That makes it the owner of its lines.
+void KZConfigReader::Append(KZConfigFile & file, KZConfigSection & section) {
+    section.lines_.Take(lines_);
+    file.Insert(std::move(section), nullptr);
 }
 
 void KZConfigReader::ReadFile(KZConfigFile & file) {
@@ -195,12 +189,13 @@ void KZConfigReader::ReadSections(KZConfigFile & file) {
         ReadComments(comments);
         bool const isEnd = source_.IsAtEnd();
         if (!isEnd && source_.Peek() != u'[') {
-            ReadLine(working, std::move(comments));
-            hasDroppedZero_ |= !isPending && HasZero(working.lines_.back());
+            ReadLine(std::move(comments));
+            hasDroppedZero_ |= !isPending && HasZero(lines_.back());
             continue;
         }
         keepPending();
         if (isEnd && comments.empty()) break;
+        lines_.clear();
         ReadHeader(working);
         working.comments_.texts_ = std::move(comments);
         isPending = true;

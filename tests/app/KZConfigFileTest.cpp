@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <sstream>
@@ -315,6 +316,95 @@ TEST(KZConfigFile, InsertsAndDeletesAnywhere) {
     EXPECT_EQ(file.FindSection(u"")->GetLinesBegin(), file.FindSection(u"")->GetLinesEnd());
     file.Clear();
     EXPECT_EQ(file.GetSectionsBegin(), file.GetSectionsEnd());
+}
+
+/// The lines of a section and the sections of a file, as lists of names.
+struct Lines {
+    KZConfigSection list;
+    KZConfigLine * Begin() { return list.GetLinesBegin(); }
+    KZConfigLine * End() { return list.GetLinesEnd(); }
+    KZConfigLine * Find(KZString const & name, KZConfigLine * start) { return list.FindLine(name, start); }
+    KZConfigLine * Add(KZString const & name, KZConfigLine * place) { return list.AddLine(name, u"", place); }
+    void Delete(KZConfigLine * place) { list.DeleteLine(place); }
+    static KZString NameOf(KZConfigLine const & line) { return line.GetKey(); }
+    static void Rename(KZConfigLine & line, KZString const & name) { line.SetKey(name); }
+    void ReplaceByCopy() {
+        KZConfigSection copy(list);
+        list.Clear();
+        list = std::move(copy);
+    }
+};
+
+struct Sections {
+    KZConfigFile list{u""};
+    KZConfigSection * Begin() { return list.GetSectionsBegin(); }
+    KZConfigSection * End() { return list.GetSectionsEnd(); }
+    KZConfigSection * Find(KZString const & name, KZConfigSection * start) {
+        return list.FindSection(name, start);
+    }
+    KZConfigSection * Add(KZString const & name, KZConfigSection * place) {
+        return list.AddSection(name, place);
+    }
+    void Delete(KZConfigSection * place) { list.DeleteSection(place); }
+    static KZString NameOf(KZConfigSection const & section) { return section.GetName(); }
+    static void Rename(KZConfigSection & section, KZString const & name) { section.SetName(name); }
+    void ReplaceByCopy() {
+        std::wstringstream text;
+        text << list;
+        text >> list;
+    }
+};
+
+/// Every change that can be made to a list, its items and their names; after each one a name is looked for, also by going from
+/// item to item.
+template <class List>
+void FindsByNameAfterRandomChanges() {
+    std::mt19937 random(7);
+    auto const below = [&random](auto end) { return random() % static_cast<unsigned>(end); };
+    KZString const names[] = {
+        u"name", u"NAME",    u"nam\u00C4",           u"NAM\u00E4",           u"a much longer name",
+        u"x",    u"{[`@z/0", u"another LONGER name", u"ANOTHER longer NAME", u"{[`@Z/0"};
+    auto const anyName = [&] {
+        return names[below(std::size(names))] + (below(2) ? names[below(2)] : names[5]);
+    };
+    List tested, other;
+    auto * const foreign = other.Add(u"foreign", nullptr);
+    for (int round = 0; round < 20000; ++round) {
+        auto const place = tested.Begin() + below(tested.End() - tested.Begin() + 1);
+        auto const isItem = place != tested.End();
+        auto const change = below(400);
+        if (change < 130) {
+            auto const added = tested.Add(anyName(), change < 60 ? place : nullptr);
+            ASSERT_TRUE(std::all_of(tested.Begin(), tested.End(),
+                                    [added](auto & each) { return each.GetOwner() == added->GetOwner(); }));
+        } else if (change < 260 && isItem) {
+            tested.Delete(place);
+        } else if (change < 300 && isItem) {
+            List::Rename(*place, anyName());
+        } else if (change < 320 && isItem) {
+            std::swap(*place, *tested.Begin());
+        } else if (change < 330 && isItem) {
+            *place = *foreign;
+        } else if (change < 335 && isItem) {
+            place->Clear();
+            List::Rename(*place, u"x");
+        } else if (change == 399) {
+            tested.ReplaceByCopy();
+        }
+        KZString const name = anyName();
+        auto const start = below(3) ? tested.Begin() + below(tested.End() - tested.Begin() + 1) : nullptr;
+        auto const expected =
+            std::find_if(start ? start : tested.Begin(), tested.End(), [&](auto const & each) {
+                return List::NameOf(each).Compare(name, KZString::IgnoreCase) == 0;
+            });
+        ASSERT_EQ(tested.Find(name, start), expected) << "round " << round << ", " << name.AsUTF8();
+    }
+    EXPECT_GT(tested.End() - tested.Begin(), 40) << "long enough for an index";
+}
+
+TEST(KZConfigFile, FindsByNameAfterAnyChange) {
+    FindsByNameAfterRandomChanges<Lines>();
+    FindsByNameAfterRandomChanges<Sections>();
 }
 
 // --- Locks

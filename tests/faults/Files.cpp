@@ -45,13 +45,17 @@ private:
         number_ = file->GetString(u"First", u"key7", u"");
         file->SetString(u"Second", u"Only", u"Zo\u00EB");
         file->SetLong(u"Third", u"Number", 3);
+        // Makes an index of the lines, and lets it grow.
+        for (unsigned int length = 1; length <= 40; ++length)
+            file->SetBool(u"First", KZString(u'x', length), true);
         return isAtomic_ ? file->SaveAtomically() : file->Save();
     }
     void Check(bool isWhole) override {
         std::string const now = Read("file.ini");
         bool const isNew = now.find("Key29=value 29") != now.npos &&
                            now.find("Only=Zo\xC3\xAB") != now.npos &&
-                           now.find("[Third]\nNumber=3") != now.npos && now.find("; a comment") != now.npos;
+                           now.find("[Third]\nNumber=3") != now.npos && now.find("; a comment") != now.npos &&
+                           now.find('\n' + std::string(40, 'x') + "=yes\n") != now.npos;
         bool const isMixed = !isAtomic_ && FailsForGood() && now.size() >= old_.size();
         Expect(isNew || (!isWhole && (now == old_ || isMixed)),
                "neither the old file nor the new one: " + now);
