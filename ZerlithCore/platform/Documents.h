@@ -60,6 +60,7 @@ enum class DocumentCode : std::int32_t {
     BadStylesheet = -0x7FFBFDF7,
     TransformFailed = -0x7FFBFDF6,
     BadSchema = -0x7FFBFDF5,
+    NoModule = -0x7FFBFDF4, ///< the module with the parser can't be loaded
     // Of parsing and validating
     Malformed = -0x7FFBFCFF, ///< 0x80040301
     Empty = -0x7FFBFCFE,
@@ -263,7 +264,8 @@ protected:
     ~Document() = default;
 };
 
-/// A document without content.
+/// A document without content. The first call loads the module with the parser (DocumentModule.h). Null, with a text in
+/// the last error, when that is missing or belongs to another version of the library.
 [[nodiscard]] KZ_EXPORT Document * CreateDocument();
 
 } // namespace KZPlatform

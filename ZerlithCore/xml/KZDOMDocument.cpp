@@ -1,6 +1,7 @@
 // Handles on documents: all work is done by the document interface of the platform.
 #include "ZerlithCore/xml/KZDOMDocument.h"
 
+#include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/xml/KZDOMException.h"
 #include "ZerlithCore/xml/detail/DocumentSeam.h"
 
@@ -12,7 +13,11 @@ KZDOMDocument::KZDOMDocument(KZDOMNode const & node)
     : KZDOMNode(node.GetNodeType() == KZDOMNodeType::Document ? node : KZDOMNode()) {}
 
 KZDOMDocument KZDOMDocument::Create() {
-    return KZDOMDocument(KZSmartPtr<Document>(KZPlatform::CreateDocument()));
+    KZSmartPtr<Document> const document(KZPlatform::CreateDocument());
+    if (document.IsNull())
+        KZDetail::Fail(KZPlatform::DocumentCode::NoModule, InterfaceId,
+                       KZString(KZPlatform::ErrorText(KZPlatform::LastErrorNumber()).value_or(u"")));
+    return KZDOMDocument(document);
 }
 
 KZSmartPtr<Document> KZDOMDocument::GetDocumentSP() const {

@@ -28,7 +28,8 @@ public:
     /// The node as a document; an empty handle if it isn't one.
     explicit KZDOMDocument(KZDOMNode const & node);
 
-    /// A new document without content.
+    /// A new document without content. The first one loads the parser. Errors: NoModule if the library's module with the
+    /// parser, which is installed beside it, is missing or belongs to another version.
     [[nodiscard]] static KZDOMDocument Create();
 
     /// The document as the platform's interface; null for an empty handle.

@@ -37,6 +37,8 @@ struct KZDOMResult {
     static constexpr std::int32_t BadStylesheet = -0x7FFBFDF7;
     static constexpr std::int32_t TransformFailed = -0x7FFBFDF6;
     static constexpr std::int32_t BadSchema = -0x7FFBFDF5;
+    static constexpr std::int32_t NoModule =
+        -0x7FFBFDF4; ///< the part of the library that has the parser can't be loaded
 
     static constexpr std::int32_t Malformed = -0x7FFBFCFF; ///< 0x80040301
     static constexpr std::int32_t Empty = -0x7FFBFCFE;

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <dlfcn.h>
 #include <filesystem>
 #include <fstream>
 
@@ -56,14 +57,17 @@ TEST(Modules, ProgramKnowsItself) {
     EXPECT_EQ(GetModulePath(reinterpret_cast<void const *>(&Folder)), GetExecutablePath());
 }
 
+// Also for a library that the system itself has found by a relative name.
 TEST(Modules, RelativePathsKeepTheirPlace) {
     std::filesystem::path const before = std::filesystem::current_path();
-    std::filesystem::current_path(MODULES_FOLDER);
-    void * const module = LoadModule(u"./messages.so");
-    std::filesystem::current_path(before);
-    ASSERT_NE(module, nullptr);
-    EXPECT_EQ(GetModulePath(FindSymbol(module, "MessagesAnswer")), Folder() + u"messages.so");
-    FreeModule(module);
+    for (bool const isOurs : {true, false}) {
+        std::filesystem::current_path(MODULES_FOLDER);
+        void * const module = isOurs ? LoadModule(u"./messages.so") : dlopen("./messages.so", RTLD_NOW);
+        std::filesystem::current_path(before);
+        ASSERT_NE(module, nullptr);
+        EXPECT_EQ(GetModulePath(FindSymbol(module, "MessagesAnswer")), Folder() + u"messages.so");
+        FreeModule(module);
+    }
 }
 
 TEST(Modules, FailuresHaveClearTexts) {

@@ -20,14 +20,14 @@ inline KZDOMDocument Parsed(KZString const & text) {
 class LowLimits {
 public:
     LowLimits() {
-        KZPlatform::LibXml2::Limits & now = KZPlatform::LibXml2::limits;
+        KZPlatform::LibXml2::Limits & now = KZPlatform::LibXml2::CurrentLimits();
         now.pathWork /= 50;
         now.transformationWork /= 50;
         now.instructions /= 50;
         now.movedBytes /= 50;
         now.nameComparisons /= 50;
     }
-    ~LowLimits() { KZPlatform::LibXml2::limits = {}; }
+    ~LowLimits() { KZPlatform::LibXml2::CurrentLimits() = {}; }
     LowLimits(LowLimits const &) = delete;
     LowLimits & operator=(LowLimits const &) = delete;
 };

@@ -2,51 +2,17 @@
 #include "ZerlithCore/platform/libxml2/DocumentObject.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
-#include "ZerlithCore/platform/FileContent.h"
-#include "ZerlithCore/platform/FileHandle.h"
-#include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/libxml2/Paths.h"
 #include "ZerlithCore/platform/libxml2/Schemas.h"
 
 #include <libxml/xmlsave.h>
 
-#include <algorithm>
 #include <limits>
 #include <utility>
-
-namespace KZPlatform {
-
-Document * CreateDocument() {
-    LibXml2::Initialise();
-    return LibXml2::NewDocumentObject(LibXml2::NewDoc(), false);
-}
-
-} // namespace KZPlatform
 
 namespace KZPlatform::LibXml2 {
 
 namespace {
-
-std::u16string LastErrorReason() {
-    return ErrorText(LastErrorNumber()).value_or(u"The system has given no reason");
-}
-
-// Reads the whole file. False, with the reason in the last error.
-bool ReadFile(std::u16string_view path, std::string & bytes) {
-    constexpr std::size_t chunk = 65536;
-    FileHandle file;
-    if (!file.Open(path, FileAccess::Read, FileCreation::OpenExisting)) return false;
-    std::int64_t const size = file.Size();
-    bytes.reserve(static_cast<std::size_t>(
-        std::clamp<std::int64_t>(size, 0, std::numeric_limits<int>::max()))); // a device may claim any size
-    for (std::size_t read = 1; read != 0 && bytes.size() <= std::numeric_limits<int>::max();) {
-        std::size_t const filled = bytes.size();
-        bytes.resize(filled + chunk);
-        if (!file.Read(bytes.data() + filled, chunk, read)) return false;
-        bytes.resize(filled + read);
-    }
-    return true;
-}
 
 bool IsInstructionTarget(std::string const & name) {
     return xmlValidateNCName(Chars(name), 0) == 0 && xmlStrcasecmp(Chars(name), Chars("xml")) != 0;
@@ -103,11 +69,11 @@ bool DocumentObject::LoadFile(std::u16string_view path) {
     std::string bytes;
     Fault fault;
     OwnedDoc doc;
-    if (ReadFile(path, bytes)) {
+    if (Host().readFile(path, bytes)) {
         doc = Parse(bytes, false, Home().keepsWhiteSpace, fault);
     } else {
         fault.code = DocumentCode::CantRead;
-        fault.reason = LastErrorReason();
+        fault.reason = Host().lastErrorText();
     }
     if (!doc) fault.url = path;
     if (doc) doc->URL = CopyOfText(KZEncoding::UnitsToUtf8(path, KZEncoding::Utf8Mode::Escape)).release();
@@ -128,7 +94,7 @@ DocumentResult DocumentObject::Save(std::u16string_view path) const {
     if (closed < 0 || saved < 0) return {DocumentCode::CantWrite, call.Reason()};
     std::string_view const bytes(reinterpret_cast<char const *>(xmlBufferContent(buffer.get())),
                                  static_cast<std::size_t>(xmlBufferLength(buffer.get())));
-    if (!ReplaceFileContent(path, bytes)) return {DocumentCode::CantWrite, LastErrorReason()};
+    if (!Host().replaceFile(path, bytes)) return {DocumentCode::CantWrite, Host().lastErrorText()};
     return {};
 }
 

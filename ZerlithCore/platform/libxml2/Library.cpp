@@ -27,6 +27,8 @@ namespace {
 
 constexpr std::size_t maxTextBytes = 4096; // of error messages that are kept
 
+DocumentHost const * usedHost = nullptr;
+
 thread_local LibraryCall * currentCall = nullptr;
 
 xmlGenericErrorFunc hostXsltError = nullptr;
@@ -48,9 +50,10 @@ void XsltError(void *, char const * format, ...) noexcept {
 
 } // namespace
 
-void Initialise() {
+void Initialise(DocumentHost const & host) {
     static std::once_flag once;
-    std::call_once(once, [] {
+    std::call_once(once, [&host] {
+        usedHost = &host;
         UseReserve();
         QuietFloatingPoint const quiet; // the library computes a NaN when it starts
         LibraryCall const call;         // what is made once is whole, be it of the reserve
@@ -64,6 +67,8 @@ void Initialise() {
         Schemas::RegisterNames();
     });
 }
+
+DocumentHost const & Host() noexcept { return *usedHost; }
 
 std::string Utf8Of(std::u16string_view text) {
     std::string utf8 = KZEncoding::UnitsToUtf8(text, KZEncoding::Utf8Mode::Replace);

@@ -2,7 +2,7 @@
 /// What all sources of this folder need of libxml2: its start, owning pointers, and its errors, which mustn't be printed.
 #pragma once
 
-#include "ZerlithCore/platform/Documents.h"
+#include "ZerlithCore/platform/DocumentModule.h"
 
 #include <libxml/tree.h>
 #include <libxml/xmlerror.h>
@@ -16,7 +16,9 @@
 namespace KZPlatform::LibXml2 {
 
 /// Starts libxml2 and libxslt; the second call does nothing.
-void Initialise();
+void Initialise(DocumentHost const & host);
+/// What `Initialise` was given.
+[[nodiscard]] DocumentHost const & Host() noexcept;
 
 template <auto Free>
 struct FreeBy {

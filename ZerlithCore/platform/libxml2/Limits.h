@@ -2,6 +2,8 @@
 /// What work on a document may take. Each is some seconds of a machine of the day.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -18,6 +20,6 @@ struct Limits {
 };
 
 /// The limits that hold. Tests lower them, before they do anything else; nobody else changes them.
-inline constinit Limits limits;
+[[nodiscard]] KZ_EXPORT Limits & CurrentLimits() noexcept;
 
 } // namespace KZPlatform::LibXml2

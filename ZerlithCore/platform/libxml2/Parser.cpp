@@ -297,7 +297,7 @@ xmlEntity * OnReference(void * context, xmlChar const * name) noexcept {
     xmlNode const * const parent = static_cast<xmlParserCtxt *>(context)->node;
     xmlNode const * const last = parent ? parent->last : nullptr;
     if (last && last->type == XML_TEXT_NODE) state.moved += View(last->content).size();
-    if (state.moved > limits.movedBytes) StopAtLimit(context, u"Too many entities in one text");
+    if (state.moved > CurrentLimits().movedBytes) StopAtLimit(context, u"Too many entities in one text");
     return Expanded<xmlSAX2GetEntity>(context, name);
 }
 
@@ -351,7 +351,7 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
     auto const declared = static_cast<std::size_t>(static_cast<xmlParserCtxt *>(context)->nsNr) / 2;
     if (names > freeAttributes) state.lookUps += names * names;
     if (declared > freeNamespaces) state.lookUps += (declared - freeNamespaces) * (names + 1);
-    if (state.lookUps > limits.nameComparisons)
+    if (state.lookUps > CurrentLimits().nameComparisons)
         return StopAtLimit(context, u"Too many elements with very many attributes or namespaces");
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, count, defaultedCount,
                           attributes);

@@ -61,7 +61,7 @@ DocumentResult Paths::Select(xmlNode * context, std::u16string_view path, bool f
             return {DocumentCode::NotNodes, u"The path doesn't lead to nodes: " + std::u16string(path)};
         std::vector<std::string> const uris = Resolve(context, read.prefixes);
         QuietFloatingPoint const quiet; // numbers in paths may overflow or be NaN
-        PathBudget budget(limits.pathWork);
+        PathBudget budget(CurrentLimits().pathWork);
         PathEvaluator evaluator(reinterpret_cast<xmlNode *>(doc_), uris, budget, nullptr);
         PathNodes const nodes = evaluator.Nodes(read.expression, {{context}}, firstOnly);
         found.reserve(nodes.list.size());

@@ -128,9 +128,9 @@ DocumentResult Run(xmlNode const * node, xsltStylesheet * sheet, StylesheetProgr
     xsltSetTransformErrorFunc(context.get(), &call, LibraryCall::Generic);
     std::size_t const templates = std::max(program.TemplatesForANode(), freeTemplates);
     context->maxTemplateDepth = maxDepth;
-    context->opLimit = limits.instructions / (templates / freeTemplates);
-    context->xpathCtxt->opLimit = limits.transformationWork; // of what is left to libxml2
-    TransformHost const host(program, *context, limits.transformationWork);
+    context->opLimit = CurrentLimits().instructions / (templates / freeTemplates);
+    context->xpathCtxt->opLimit = CurrentLimits().transformationWork; // of what is left to libxml2
+    TransformHost const host(program, *context, CurrentLimits().transformationWork);
     call.StopWithoutMemory(
         [](void * stopped) { static_cast<xsltTransformContext *>(stopped)->state = XSLT_STATE_STOPPED; },
         context.get());

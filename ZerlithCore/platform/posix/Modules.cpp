@@ -13,7 +13,9 @@
 #include "ZerlithCore/platform/ModuleHold.h"
 #include "ZerlithCore/platform/ModuleMessages.h"
 
+#include <array>
 #include <cerrno>
+#include <climits>
 #include <cstdint>
 #include <dlfcn.h>
 #include <filesystem>
@@ -140,6 +142,17 @@ link_map const * RecordOfAddress(void const * address) noexcept {
 #endif
 }
 
+// The loader's name of a library, made absolute. A library that was found through a relative folder has a relative name,
+// which leads elsewhere once the working directory has changed; its folder is known by the full path.
+std::string FullPath(char const * name) {
+    if (*name == '/') return name;
+    void * const module = dlopen(name, RTLD_LAZY | RTLD_NOLOAD);
+    std::array<char, PATH_MAX> folder{};
+    bool const isKnown = module && dlinfo(module, RTLD_DI_ORIGIN, folder.data()) == 0;
+    if (module) dlclose(module);
+    return isKnown ? (folder.data() / fs::path(name).filename()).lexically_normal().string() : name;
+}
+
 } // namespace
 
 void * LoadModule(std::u16string_view path) {
@@ -187,9 +200,8 @@ std::u16string GetModulePath(void const * address) {
     link_map const * const record = RecordOfAddress(address);
     if (!record) return {};
     // The program's own record has no name.
-    return record->l_name && *record->l_name
-               ? KZEncoding::Utf8ToUnits(record->l_name, KZEncoding::Utf8Mode::Escape)
-               : GetExecutablePath();
+    if (!record->l_name || !*record->l_name) return GetExecutablePath();
+    return KZEncoding::Utf8ToUnits(FullPath(record->l_name), KZEncoding::Utf8Mode::Escape);
 }
 
 bool IsInModule(void * module, void const * address) noexcept {
