@@ -1,6 +1,6 @@
-// Text is expanded before the lock is taken, so that the lock is held only while text is copied. A record is complete before
-// it is added to the gathered ones: if a processor fault happens while a record is being made, the report of the fault
-// writes the gathered records, and the unfinished one isn't among them.
+// A line is made on the stack before the lock is taken, so that the lock is held only for the stamp and for copying bytes. A
+// record is complete before it is added to the gathered ones: if a processor fault happens while a record is being made, the
+// report of the fault writes the gathered records, and the unfinished one isn't among them.
 
 #include "ZerlithCore/log/KZLogFile.h"
 
@@ -9,6 +9,7 @@
 #include "ZerlithCore/log/detail/LogStamp.h"
 #include "ZerlithCore/log/detail/RecordFile.h"
 #include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/text/detail/KZUnitBuffer.h"
 #include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <new>
@@ -18,11 +19,24 @@ namespace {
 using Guard = KZGuard<KZCriticalSection>;
 using KZDetail::LogStamp;
 
-constexpr std::size_t mostKeptUnits = 32 * 1024; // a larger block isn't kept for the next record
-constexpr unsigned int lineUnits = 16368 - 3;    // a buffer of 16,368 units, less line end and terminator
+constexpr std::size_t lineUnits = 16368 - 3; // a buffer of 16,368 units, less line end and terminator
 
 std::string_view BytesOf(std::u16string_view units) {
     return {reinterpret_cast<char const *>(units.data()), units.size() * sizeof(char16_t)};
+}
+
+/// Makes `text` one line at most: line ends inside become "~", and the one at the end "\r\n".
+void MakeLine(KZDetail::UnitBuffer & text) {
+    bool const endsLine = text.View().ends_with(u'\n');
+    bool const isComplete = text.View().ends_with(u"\r\n");
+    std::size_t const size = text.Size() - (isComplete ? 2U : endsLine ? 1U : 0U);
+    char16_t * const units = text.Begin();
+    for (std::size_t at = 0; (at += KZUnitScan::FindUnit(units + at, size - at, u'\n')) != size;)
+        units[at] = u'~';
+    if (endsLine && !isComplete) {
+        text.Cut(size);
+        text.Put(u"\r\n");
+    }
 }
 
 void AppendNote(std::string & bytes, std::uint64_t count) {
@@ -115,7 +129,15 @@ void KZLogFile::SetAutoFlush(bool autoFlush) {
 void KZLogFile::PutDateTime() { PutRecord({}, true); }
 
 void KZLogFile::PutString(char16_t const * text) {
-    if (text && *text) PutRecord(text, false);
+    if (!IsOpen() || !text || !*text) return;
+    try {
+        KZDetail::UnitBuffer line;
+        line.Put(std::u16string_view(text));
+        MakeLine(line);
+        PutRecord(line.View(), false);
+    } catch (std::bad_alloc const &) {
+        CountLost();
+    }
 }
 
 void KZLogFile::Log(char16_t const * format, ...) {
@@ -128,17 +150,17 @@ void KZLogFile::Log(char16_t const * format, ...) {
 void KZLogFile::LogArgList(char16_t const * format, std::va_list arguments) {
     if (!IsOpen() || !format) return;
     try {
-        KZString text;
-        text.FormatArgumentList(format, arguments);
-        std::u16string_view const formatText(format);
-        bool isOpenLine = !formatText.empty() && formatText.back() != u'\n';
-        if (text.Length() > lineUnits) {
-            text.Remove(KZEncoding::IsHighSurrogate(text[lineUnits - 1]) ? lineUnits - 1 : lineUnits,
-                        text.Length());
+        KZDetail::UnitBuffer line;
+        KZDetail::FormatTo(line, format, arguments);
+        std::size_t const formatSize = KZUnitScan::Length(format);
+        bool isOpenLine = formatSize != 0 && format[formatSize - 1] != u'\n';
+        if (line.Size() > lineUnits) {
+            line.Cut(KZEncoding::IsHighSurrogate(line.View()[lineUnits - 1]) ? lineUnits - 1 : lineUnits);
             isOpenLine = true;
         }
-        if (isOpenLine) text += u"\r\n";
-        PutRecord(text.c_str(), true);
+        if (isOpenLine) line.Put(u"\r\n");
+        MakeLine(line);
+        PutRecord(line.View(), true);
     } catch (std::bad_alloc const &) {
         CountLost();
     }
@@ -162,29 +184,18 @@ std::uint64_t KZLogFile::GetLostRecordCount() const {
 
 void KZLogFile::FlushAll() noexcept { Registry::FlushAll(); }
 
-void KZLogFile::PutRecord(std::u16string_view text, bool isStamped) {
+void KZLogFile::PutRecord(std::u16string_view line, bool isStamped) noexcept {
+    std::int64_t moment = isStamped ? KZPlatform::WallClockMilliseconds() : 0;
     Guard const guard(lock_);
     if (!isOpen_) return;
-    try {
-        record_.clear();
-        if (isStamped) record_ += stamp_->At(KZPlatform::WallClockMilliseconds());
-        AppendLine(text);
-        file_->Put(BytesOf(record_), autoFlush_);
-    } catch (std::bad_alloc const &) {
-        CountLost();
+    std::u16string_view stamp;
+    if (isStamped) {
+        // While this thread waited for the lock, another may have written a later second. Stamps follow one another in the file,
+        // so the clock is read again.
+        if (!stamp_->IsKept(moment)) moment = KZPlatform::WallClockMilliseconds();
+        stamp = stamp_->At(moment);
     }
-    if (record_.capacity() > mostKeptUnits) record_ = std::u16string();
-}
-
-/// Appends `text` to the record. Line ends inside become "~", so that the record is one line at most.
-void KZLogFile::AppendLine(std::u16string_view text) {
-    bool const endsLine = text.ends_with(u'\n');
-    if (endsLine) text.remove_suffix(text.ends_with(u"\r\n") ? 2 : 1);
-    std::size_t at = record_.size();
-    record_ += text;
-    while ((at += KZUnitScan::FindUnit(&record_[at], record_.size() - at, u'\n')) != record_.size())
-        record_[at] = u'~';
-    if (endsLine) record_ += u"\r\n";
+    file_->Put(BytesOf(line), autoFlush_, BytesOf(stamp));
 }
 
 /// Counts a record for which memory failed.

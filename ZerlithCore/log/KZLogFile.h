@@ -111,8 +111,7 @@ public:
 private:
     class Registry;
 
-    void PutRecord(std::u16string_view text, bool isStamped);
-    void AppendLine(std::u16string_view text);
+    void PutRecord(std::u16string_view line, bool isStamped) noexcept;
     void CountLost() noexcept;
 
     bool autoFlush_ = false;
@@ -120,7 +119,6 @@ private:
     std::unique_ptr<KZDetail::RecordFile> file_;
 
     std::atomic<bool> isOpen_{false}; // may be asked without the lock
-    std::u16string record_;           // the record that is being made
     std::unique_ptr<KZDetail::LogStamp> stamp_;
     KZLogFile * next_ = nullptr; // in the list of all log files
 };

@@ -23,8 +23,7 @@ char16_t * Put(char16_t * out, int value, int digits) {
 } // namespace
 
 std::u16string_view KZDetail::LogStamp::At(std::int64_t milliseconds) {
-    std::int64_t const second = milliseconds / 1000 - (milliseconds % 1000 < 0 ? 1 : 0);
-    if (second != second_) {
+    if (!IsKept(milliseconds)) {
         KZPlatform::CalendarTime const time = KZPlatform::ToLocalTime(milliseconds);
         char16_t * out = Put(text_, time.year, 4);
         for (int const part : {time.month, time.day}) out = Put(out, part, 2);
@@ -33,7 +32,7 @@ std::u16string_view KZDetail::LogStamp::At(std::int64_t milliseconds) {
         *out++ = u'>';
         *out++ = u' ';
         length_ = static_cast<unsigned int>(out - text_);
-        second_ = second;
+        second_ = SecondOf(milliseconds);
     }
     return {text_, length_};
 }

@@ -36,10 +36,10 @@ void RecordFile::Close() noexcept {
     file_.Close();
 }
 
-void RecordFile::Put(std::string_view record, bool flush) noexcept {
-    if (untoldCount_ != 0 || !HasRoom(record.size())) WriteGathered();
-    if (!PutNote() || !HasRoom(record.size()) || !Gather(record)) return CountLost(true);
-    isLineOpen_ = !record.ends_with(form_.lines.LastUnit());
+void RecordFile::Put(std::string_view body, bool flush, std::string_view head) noexcept {
+    std::size_t const size = head.size() + body.size();
+    if (untoldCount_ != 0 || !HasRoom(size)) WriteGathered();
+    if (!PutNote() || !HasRoom(size) || !Gather(head, body)) return CountLost(true);
     if (flush || gathered_.size() > bufferBytes) WriteGathered();
 }
 
@@ -60,10 +60,10 @@ bool RecordFile::HasRoom(std::size_t size) const noexcept {
 }
 
 /// False, with nothing changed, when there is no memory.
-bool RecordFile::Gather(std::string_view record) noexcept {
+bool RecordFile::Gather(std::string_view head, std::string_view body) noexcept {
     std::size_t const size = gathered_.size();
     try {
-        gathered_ += record;
+        gathered_.append(head).append(body);
         ends_.push_back(gathered_.size());
         return true;
     } catch (std::bad_alloc const &) {
@@ -81,19 +81,20 @@ bool RecordFile::PutNote() noexcept {
         std::string note;
         if (isLineOpen_) note = form_.lines.lineEnd;
         form_.appendNote(note, untoldCount_);
-        if (!Gather(note)) return false;
+        if (!Gather({}, note)) return false;
     } catch (std::bad_alloc const &) {
         return false;
     }
     ends_.pop_back(); // The line is no record, so it must not count as one if it is lost.
-    isLineOpen_ = false;
     untoldCount_ = 0;
     return true;
 }
 
 void RecordFile::WriteGathered() noexcept {
+    if (gathered_.empty()) return;
     std::size_t const done = file_.Append(gathered_);
     if (done == gathered_.size()) {
+        isLineOpen_ = !gathered_.ends_with(form_.lines.LastUnit());
         gathered_.clear();
         ends_.clear();
         // The memory of a very large record isn't kept.

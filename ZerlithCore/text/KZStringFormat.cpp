@@ -4,21 +4,22 @@
 
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/KZUnitBuffer.h"
 #include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <memory>
 #include <utility>
 
 // The format is read once. Each conversion is put together in pieces (prefix, zeros, body) and written to a buffer that
 // starts on the stack and moves to the heap when it grows. The string gets the result at the end, so arguments may
 // point into the string. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's
-// locale is.
+// locale is; for most doubles in "%f" a shorter way leads to the same digits.
 //
 // Arguments come with their types, or from a started list, from which each is read with the type that its conversion
 // says. The class `Arguments` hides that difference.
@@ -28,49 +29,13 @@
 namespace {
 
 using KZDetail::FormatArgument;
+using KZDetail::UnitBuffer;
 using Kind = FormatArgument::Kind;
 
 constexpr int maxPadding = 1 << 20;
 
 /// More digits than any double has after its point; the digits beyond are zeros.
 constexpr int maxDoubleDigits = 1100;
-
-/// Collects units, on the stack as long as they fit there.
-class Buffer {
-public:
-    std::size_t Size() const noexcept { return static_cast<std::size_t>(end_ - begin_); }
-    void Put(char16_t unit) { *Extend(1) = unit; }
-    void Fill(char16_t unit, std::size_t count) { std::fill_n(Extend(count), count, unit); }
-    template <class Unit>
-    void Put(std::basic_string_view<Unit> text) {
-        std::copy(text.begin(), text.end(), Extend(text.size()));
-    }
-    /// Valid until the next change.
-    char16_t const * Begin() const noexcept { return begin_; }
-
-private:
-    char16_t * Extend(std::size_t count) {
-        if (static_cast<std::size_t>(limit_ - end_) < count) Grow(count);
-        return std::exchange(end_, end_ + count);
-    }
-
-    void Grow(std::size_t count) {
-        std::size_t const size = Size();
-        std::size_t const room = std::max(size + count, size * 2);
-        auto larger = std::make_unique_for_overwrite<char16_t[]>(room);
-        std::copy(begin_, end_, larger.get());
-        heap_ = std::move(larger);
-        begin_ = heap_.get();
-        end_ = begin_ + size;
-        limit_ = begin_ + room;
-    }
-
-    std::array<char16_t, 512> local_;
-    std::unique_ptr<char16_t[]> heap_;
-    char16_t * begin_ = local_.data();
-    char16_t * end_ = begin_;
-    char16_t * limit_ = begin_ + local_.size();
-};
 
 enum class ArgumentSize { Char, Short, Default, Long, Quad };
 
@@ -90,7 +55,23 @@ struct Number {
     std::string_view digits;
     std::size_t moreZeros = 0; // after the digits
     std::string_view exponent;
+
+    [[nodiscard]] std::size_t Size() const noexcept {
+        return sign.size() + zeros + digits.size() + moreZeros + exponent.size();
+    }
 };
+
+/// The letters of all conversions, as bits from 'A' on.
+constexpr std::uint64_t conversionLetters = [] {
+    std::uint64_t letters = 0;
+    for (char const letter : std::string_view("dsuxcfgiXpSeEGoCn"))
+        letters |= std::uint64_t{1} << (letter - 'A');
+    return letters;
+}();
+
+constexpr bool IsConversion(char16_t letter) noexcept {
+    return letter >= u'A' && letter < u'A' + 64 && (conversionLetters >> (letter - u'A') & 1) != 0;
+}
 
 /// Reads a decimal number, stopping at the largest int.
 int ReadNumber(char16_t const *& format) noexcept {
@@ -202,16 +183,52 @@ private:
     std::va_list list_;
 };
 
+/// The most digits after the point that `PutFixed` makes.
+constexpr int mostFixedDigits = 17;
+
+/// Writes a double from 1/256 to below 2^52, or 0, in the form of "%f", and returns the end of the text; null for
+/// others. The value is a whole number of 2^-shift. So its digits after the point come out exactly, one with each
+/// multiplication by 10. What is left then says how to round: to the nearest, or to the even digit when two are equally
+/// near.
+char * PutFixed(char * out, char * limit, double value, int precision) noexcept {
+    auto const bits = std::bit_cast<std::uint64_t>(value);
+    constexpr int mostShift = 60; // ten times the part after the point fits in 64 bits
+    int const shift = bits == 0 ? 1 : 1075 - static_cast<int>(bits >> 52);
+    if (shift < 1 || shift > mostShift || precision > mostFixedDigits) return nullptr;
+    std::uint64_t const one = std::uint64_t{1} << shift;
+    std::uint64_t const mantissa =
+        bits == 0 ? 0 : (bits & ((std::uint64_t{1} << 52) - 1)) | std::uint64_t{1} << 52;
+    std::uint64_t whole = mantissa >> shift, rest = mantissa & (one - 1), digits = 0, digitsLimit = 1;
+    for (int i = 0; i < precision; ++i) {
+        rest *= 10;
+        digits = digits * 10 + (rest >> shift);
+        digitsLimit *= 10;
+        rest &= one - 1;
+    }
+    bool const isOdd = ((precision == 0 ? whole : digits) & 1) != 0;
+    if (rest > one / 2 || (rest == one / 2 && isOdd)) ++digits;
+    if (digits == digitsLimit) {
+        ++whole;
+        digits = 0;
+    }
+    out = std::to_chars(out, limit, whole).ptr;
+    if (precision == 0) return out;
+    *out = '.';
+    char * const end = out + 1 + precision;
+    for (char * place = end; --place != out; digits /= 10) *place = static_cast<char>('0' + digits % 10);
+    return end;
+}
+
 class Formatter {
 public:
-    explicit Formatter(Arguments & arguments) noexcept : arguments_(arguments) {}
+    Formatter(UnitBuffer & out, Arguments & arguments) noexcept : arguments_(arguments), out_(out) {}
 
-    std::u16string_view Run(char16_t const * format) {
+    void Run(char16_t const * format) {
         for (;;) {
             char16_t const * const start = format;
             while (*format != u'%' && *format != u'\0') ++format;
             out_.Put(std::u16string_view(start, static_cast<std::size_t>(format - start)));
-            if (*format == u'\0') return {out_.Begin(), std::min(out_.Size(), end_)};
+            if (*format == u'\0') return out_.Cut(std::min(out_.Size(), end_));
             ++format;
             Conversion conversion = Read(format);
             Write(conversion);
@@ -280,8 +297,7 @@ private:
     }
 
     void Write(Conversion & conversion) {
-        constexpr std::u16string_view known = u"dsuxcfgiXpSeEGoCn";
-        if (known.find(conversion.letter) == known.npos) {
+        if (!IsConversion(conversion.letter)) {
             if (conversion.letter != u'\0') out_.Put(conversion.letter); // "%%" too
             return;
         }
@@ -394,7 +410,10 @@ private:
         // Room for at most 309 digits before the point, the point itself and the digits after it.
         std::array<char, maxDoubleDigits + 320> digits;
         int const made = std::min(precision, maxDoubleDigits);
-        char * end = std::to_chars(digits.data(), digits.data() + digits.size(), value, style, made).ptr;
+        char * const limit = digits.data() + digits.size();
+        char * end =
+            style == std::chars_format::fixed ? PutFixed(digits.data(), limit, value, made) : nullptr;
+        if (!end) end = std::to_chars(digits.data(), limit, value, style, made).ptr;
         char * exponent = style == std::chars_format::fixed ? end : std::find(digits.data(), end, 'e');
         if (conversion.alternate && std::find(digits.data(), exponent, '.') == exponent) {
             std::copy_backward(exponent, end, end + 1);
@@ -474,7 +493,11 @@ private:
         if (!argument.pointer && (isTerminated || argument.kind == Kind::None)) {
             WriteField(conversion, std::u16string_view(u"(null)").substr(0, limit));
         } else if (argument.kind == Kind::Bytes || (argument.kind == Kind::Untyped && IsNarrow(conversion))) {
-            WriteField(conversion, std::u16string_view(Decode(argument, limit)));
+            std::string_view const bytes = TextOf<char>(argument, limit);
+            if (std::ranges::all_of(bytes, [](char byte) { return (byte & 0x80) == 0; }))
+                WriteField(conversion, bytes);
+            else
+                WriteField(conversion, std::u16string_view(Decode(argument, limit)));
         } else if (argument.kind == Kind::Wide) {
             std::wstring_view const wide = TextOf<wchar_t>(argument, limit);
             WriteField(conversion, std::u16string_view(KZFromWide(wide)).substr(0, limit));
@@ -534,23 +557,23 @@ private:
     template <class Unit>
     void WriteField(Conversion const & conversion, std::basic_string_view<Unit> text) {
         std::size_t const blanks = Padding(conversion, text.size());
-        if (!conversion.left) out_.Fill(u' ', blanks);
-        out_.Put(text);
-        if (conversion.left) out_.Fill(u' ', blanks);
+        char16_t * out = out_.Extend(blanks + text.size());
+        if (!conversion.left) out = std::fill_n(out, blanks, u' ');
+        out = std::copy(text.begin(), text.end(), out);
+        if (conversion.left) std::fill_n(out, blanks, u' ');
     }
 
     void WriteNumber(Conversion const & conversion, bool padWithZeros, Number number) {
-        std::size_t const size = number.sign.size() + number.zeros + number.digits.size() + number.moreZeros +
-                                 number.exponent.size();
-        std::size_t blanks = Padding(conversion, size);
+        std::size_t blanks = Padding(conversion, number.Size());
         if (padWithZeros && !conversion.left) number.zeros += std::exchange(blanks, 0);
-        if (!conversion.left) out_.Fill(u' ', blanks);
-        out_.Put(number.sign);
-        out_.Fill(u'0', number.zeros);
-        out_.Put(number.digits);
-        out_.Fill(u'0', number.moreZeros);
-        out_.Put(number.exponent);
-        if (conversion.left) out_.Fill(u' ', blanks);
+        char16_t * out = out_.Extend(blanks + number.Size());
+        if (!conversion.left) out = std::fill_n(out, blanks, u' ');
+        out = std::ranges::copy(number.sign, out).out;
+        out = std::fill_n(out, number.zeros, u'0');
+        out = std::ranges::copy(number.digits, out).out;
+        out = std::fill_n(out, number.moreZeros, u'0');
+        out = std::ranges::copy(number.exponent, out).out;
+        if (conversion.left) std::fill_n(out, blanks, u' ');
     }
 
     static std::size_t Padding(Conversion const & conversion, std::size_t size) noexcept {
@@ -559,18 +582,26 @@ private:
     }
 
     Arguments & arguments_;
-    Buffer out_;
+    UnitBuffer & out_;
     std::size_t end_ = static_cast<std::size_t>(-1); // the position of a unit 0 that ends the text
 };
 
 } // namespace
 
-void KZString::FormatArgumentList(char16_t const * format, std::va_list arguments) {
+void KZDetail::FormatTo(UnitBuffer & out, char16_t const * format, std::va_list arguments) {
     Arguments listed(arguments);
-    AssignAll(format ? Formatter(listed).Run(format) : std::u16string_view());
+    Formatter(out, listed).Run(format);
+}
+
+void KZString::FormatArgumentList(char16_t const * format, std::va_list arguments) {
+    UnitBuffer out;
+    if (format) KZDetail::FormatTo(out, format, arguments);
+    AssignAll(out.View());
 }
 
 void KZString::FormatArguments(char16_t const * format, FormatArgument const * arguments, std::size_t count) {
+    UnitBuffer out;
     Arguments typed(arguments, count);
-    AssignAll(format ? Formatter(typed).Run(format) : std::u16string_view());
+    if (format) Formatter(out, typed).Run(format);
+    AssignAll(out.View());
 }

@@ -52,8 +52,9 @@ TEST(KZStringFormat, WritesTextsUnitsAndOddities) {
          u"abc|  abc|abc  |ab|    a|"},
         {__LINE__, F(u"%ls%lS%Fs", u"a", u"b", u"c"), u"abc"},
         {__LINE__, F(u"%S%hs%hS", "a", "b", "c"), u"abc"},
-        {__LINE__, F(u"%S|%.2S|%.1S", "\xC3\xA9t\xE2\x82\xAC", "\xC3\xA9t\xE2\x82\xAC", "\xFFz"),
-         u"\u00E9t\u20AC|\u00E9t|\uFFFD"},
+        {__LINE__,
+         F(u"%S|%.2S|%.1S|%-4S|%.1S", "\xC3\xA9t\xE2\x82\xAC", "\xC3\xA9t\xE2\x82\xAC", "\xFFz", "ab", "ab"),
+         u"\u00E9t\u20AC|\u00E9t|\uFFFD|ab  |a"},
         {__LINE__, F(u"%s|%.3s|%S|%8s", noText, noText, noText, noText), u"(null)|(nu|(null)|  (null)"},
         {__LINE__, F(u"%.s|%.0s|%05s", u"abc", u"abc", u"abc"), u"||  abc"},
         {__LINE__, F(u"%*s|%-*s|%*s|%.*s|%.*s", 4, u"a", 4, u"b", -4, u"c", 1, u"de", -1, u"fg"),
@@ -198,7 +199,7 @@ TEST(KZStringFormat, PrintsNumbersAsThePrintfOfTheSystem) {
     using Limits = std::numeric_limits<double>;
     constexpr double values[] = {0.0,   -0.0,     1.0,       -1.5,   0.5,        2.5,     3.14159265358979,
                                  1e15,  123456.0, 1234567.0, 0.0001, 0.00001234, 99999.0, 9.9999999,
-                                 1e100, 1e-100};
+                                 1e100, 1e-100,   0.0039062, 0.0625, 2.0625,     7.9996,  4503599627370495.5};
     for (double value : values) CompareWithPrintf("feEgG", value);
     for (double value : {Limits::max(), Limits::denorm_min(), -Limits::infinity(), Limits::quiet_NaN()})
         CompareWithPrintf("feEgG", value);

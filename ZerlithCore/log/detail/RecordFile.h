@@ -38,8 +38,9 @@ public:
     /// Writes what is gathered and closes the file. Records that can't be written count as lost.
     void Close() noexcept;
 
-    /// Gathers a record, and writes what is gathered if `flush` is true or it is more than 64 KB. Requires: the file is open.
-    void Put(std::string_view record, bool flush) noexcept;
+    /// Gathers a record, and writes what is gathered if `flush` is true or it is more than 64 KB. The record consists of `head`
+    /// and `body`. Requires: the file is open.
+    void Put(std::string_view body, bool flush, std::string_view head = {}) noexcept;
     /// Writes what is gathered.
     void Flush() noexcept;
 
@@ -50,7 +51,7 @@ public:
 
 private:
     [[nodiscard]] bool HasRoom(std::size_t size) const noexcept;
-    [[nodiscard]] bool Gather(std::string_view record) noexcept;
+    [[nodiscard]] bool Gather(std::string_view head, std::string_view body) noexcept;
     bool PutNote() noexcept;
     void WriteGathered() noexcept;
 
@@ -58,7 +59,7 @@ private:
     LineFile file_;
     std::string gathered_;
     std::vector<std::size_t> ends_; // where each record in `gathered_` ends
-    bool isLineOpen_ = false;       // the last record has left its line open
+    bool isLineOpen_ = false;       // the last record that was written has left its line open
     std::uint64_t lostCount_ = 0;
     std::uint64_t untoldCount_ = 0; // lost records that no line has reported yet
 };
