@@ -15,7 +15,6 @@
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <atomic>
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -74,7 +73,7 @@ public:
 
 private:
     using Worker = KZSmartPtr<ChildThreadInfo>;
-    using Queue = std::deque<KZSmartPtr<KZCallback>>;
+    struct Queue;
     enum class Look : unsigned char { Work, Nothing, Idle, End };
 
     KZThreadPool(Factory factory, void * factoryData, bool discardOnShutdown, int priority);
