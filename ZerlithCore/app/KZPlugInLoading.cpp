@@ -15,6 +15,7 @@
 #include "ZerlithCore/text/KZWideText.h"
 #include "ZerlithCore/text/detail/OwnErrors.h"
 
+#include <algorithm>
 #include <optional>
 #include <ostream>
 #include <string>

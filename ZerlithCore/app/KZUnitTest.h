@@ -10,9 +10,11 @@
 #include "ZerlithCore/foundation/KZSmartPtr.h"
 #include "ZerlithCore/text/KZString.h"
 
-#include <functional>
+#include <concepts>
+#include <cstddef>
 #include <iosfwd>
 #include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -21,7 +23,37 @@
 /// Thread safety: the name may be read from any thread. Whether several threads may call `Run` depends on the test.
 class KZ_EXPORT KZTestCase : public KZRefCount {
 public:
-    using Body = std::function<bool()>;
+    /// Any function or function object without parameters whose result is true or false; by default none. Copies share the
+    /// function object.
+    class Body {
+    public:
+        Body() noexcept = default;
+        Body(std::nullptr_t) noexcept {}
+        template <class Function>
+        requires std::is_invocable_r_v<bool, Function &> &&
+            (!std::same_as<Function, Body>)Body(Function function) {
+            if constexpr (std::is_constructible_v<bool, Function const &> && !std::is_empty_v<Function>)
+                if (!static_cast<bool>(function)) return;
+            held_ = new Held<Function>(std::move(function));
+        }
+
+        explicit operator bool() const noexcept { return !held_.IsNull(); }
+        bool operator()() const { return held_->Call(); }
+
+    private:
+        struct Callable : KZRefCount {
+            virtual bool Call() = 0;
+        };
+        template <class Function>
+        struct Held final : Callable {
+            explicit Held(Function && given) : function(std::move(given)) {}
+            bool Call() override { return function(); }
+
+            Function function;
+        };
+
+        KZSmartPtr<Callable> held_;
+    };
 
     explicit KZTestCase(KZString const & name, Body body = {});
     ~KZTestCase() override;

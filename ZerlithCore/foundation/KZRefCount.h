@@ -10,8 +10,8 @@
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
+#include "ZerlithCore/foundation/detail/AtomicCount.h"
 
-#include <atomic>
 #include <cstdint>
 
 /// What every counted object can do. Handles (KZSmartPtr) need no more than this.
@@ -42,16 +42,16 @@ public:
     KZCounter & operator=(KZCounter const &) noexcept { return *this; }
 
     /// Adds one; returns the new count.
-    unsigned long Increment() const noexcept { return count_.fetch_add(1, std::memory_order_relaxed) + 1U; }
+    unsigned long Increment() const noexcept { return count_.Increment(); }
 
     /// Subtracts one; returns the new count. The caller that gets 0 deletes the object.
-    unsigned long Decrement() const noexcept { return count_.fetch_sub(1, std::memory_order_acq_rel) - 1U; }
+    unsigned long Decrement() const noexcept { return count_.Decrement(); }
 
     /// The present count.
-    unsigned long Get() const noexcept { return count_.load(std::memory_order_relaxed); }
+    unsigned long Get() const noexcept { return count_.load(); }
 
 private:
-    mutable std::atomic<std::uint32_t> count_{0};
+    mutable KZDetail::AtomicCount<std::uint32_t> count_;
 };
 
 namespace KZDetail {

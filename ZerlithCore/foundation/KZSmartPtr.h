@@ -12,7 +12,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
+#include <string_view> // std::hash
 #include <type_traits>
 #include <utility>
 

@@ -12,9 +12,6 @@
 
 #include "ZerlithCore/foundation/KZTypedRawVector.h"
 
-#include <algorithm>
-#include <mutex>
-
 class KZCriticalSection;
 
 /// A dynamic array of handles `T` (KZSmartPtr or KZSmartPtrToConst): each element in it counts as one owner.
@@ -60,19 +57,20 @@ protected:
     /// Assigns the handles one by one, backwards where the ranges overlap so.
     unsigned char * OptCopy(unsigned char const * first, unsigned char const * last,
                             unsigned char * dest) override {
-        T const * const from = Base::Typed(first);
-        T const * const until = Base::Typed(last);
+        T const * from = Base::Typed(first);
+        T const * until = Base::Typed(last);
         T * const to = Base::Typed(dest);
         if (to <= from) {
-            std::copy(from, until, to);
+            for (T * slot = to; from != until; ++from) *slot++ = *from;
         } else {
-            std::copy_backward(from, until, to + (until - from));
+            for (T * slot = to + (until - from); from != until;) *--slot = *--until;
         }
         return dest + (last - first);
     }
     /// Assigns the handle to each slot.
     void OptFill(unsigned char * dest, unsigned int count, unsigned char const * value) override {
-        std::fill_n(Base::Typed(dest), count, *Base::Typed(value));
+        T const & handle = *Base::Typed(value);
+        for (T * slot = Base::Typed(dest); count > 0; --count) *slot++ = handle;
     }
     /// Releases all slots up to the capacity, then frees the block.
     void DeAlloc() override {
@@ -82,7 +80,7 @@ protected:
 
 private:
     static void ReleaseSlots(unsigned char * first, unsigned char * last) {
-        std::for_each(Base::Typed(first), Base::Typed(last), [](T & slot) { slot.Clear(); });
+        for (T * slot = Base::Typed(first); slot != Base::Typed(last); ++slot) slot->Clear();
     }
 };
 
@@ -113,10 +111,19 @@ public:
     using Base::erase;
 
     unsigned char * erase(unsigned char * where) override {
-        std::lock_guard<LockType> const guard(*lock_);
+        Guard const guard(*lock_);
         return Base::erase(where);
     }
 
 private:
+    struct Guard {
+        explicit Guard(LockType & taken) : lock(taken) { lock.lock(); }
+        Guard(Guard const &) = delete;
+        Guard & operator=(Guard const &) = delete;
+        ~Guard() { lock.unlock(); }
+
+        LockType & lock;
+    };
+
     LockType * lock_;
 };

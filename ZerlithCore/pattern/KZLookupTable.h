@@ -7,7 +7,6 @@
 ///     char const grade = grades.Lookup(69);      // 'C'
 #pragma once
 
-#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -57,8 +56,9 @@ public:
             return;
         }
         // Ranges that only touch the new one are included, so that they can be merged with it.
-        auto first = std::ranges::lower_bound(ranges_, low, {}, &Range::high);
-        auto last = std::ranges::upper_bound(first, ranges_.end(), high, {}, &Range::low);
+        auto first =
+            FirstNot(ranges_.begin(), ranges_.end(), [&](Range const & range) { return range.high < low; });
+        auto last = FirstNot(first, ranges_.end(), [&](Range const & range) { return !(high < range.low); });
         Range fresh{low, high, value};
         Range left = fresh;
         Range right = fresh;
@@ -84,7 +84,7 @@ public:
     void Erase(Key low, Key high) {
         if (!(low < high)) return;
         auto first = FirstBehind(low);
-        auto last = std::ranges::lower_bound(first, ranges_.end(), high, {}, &Range::low);
+        auto last = FirstNot(first, ranges_.end(), [&](Range const & range) { return range.low < high; });
         if (first == last) return;
         Range const left{first->low, low, first->value};
         Range const right{high, (last - 1)->high, (last - 1)->value};
@@ -104,12 +104,26 @@ public:
     }
 
 private:
+    /// A binary search: the first range for which `isBefore` is false.
+    template <class Iterator, class Predicate>
+    static Iterator FirstNot(Iterator first, Iterator last, Predicate isBefore) {
+        while (first != last) {
+            Iterator const middle = first + (last - first) / 2;
+            if (isBefore(*middle))
+                first = middle + 1;
+            else
+                last = middle;
+        }
+        return first;
+    }
     /// The first range that ends after `key`.
     [[nodiscard]] auto FirstBehind(Key key) const {
-        return std::ranges::upper_bound(ranges_, key, {}, &Range::high);
+        return FirstNot(ranges_.begin(), ranges_.end(),
+                        [&](Range const & range) { return !(key < range.high); });
     }
     [[nodiscard]] auto FirstBehind(Key key) {
-        return std::ranges::upper_bound(ranges_, key, {}, &Range::high);
+        return FirstNot(ranges_.begin(), ranges_.end(),
+                        [&](Range const & range) { return !(key < range.high); });
     }
 
     using Place = typename std::vector<Range>::iterator;

@@ -10,8 +10,7 @@
 
 #include "ZerlithCore/pattern/KZLookupTable.h"
 
-#include <algorithm>
-#include <compare>
+#include <utility>
 
 /// A set of keys. A range doesn't include its end, so the greatest value of `T` can't be in a set.
 ///
@@ -78,7 +77,7 @@ public:
         auto a = GetBegin();
         auto b = other.GetBegin();
         while (a != GetEnd() && b != other.GetEnd()) {
-            if (std::max(a->low, b->low) < std::min(a->high, b->high)) return true;
+            if (a->low < b->high && b->low < a->high) return true;
             a->high < b->high ? ++a : ++b;
         }
         return false;
@@ -87,10 +86,13 @@ public:
     /// Compares range by range, first the low ends, then the high ones. When all ranges of one set are those with which
     /// the other begins, the shorter set comes first.
     friend bool operator<(KZRangeSet const & a, KZRangeSet const & b) {
-        return std::lexicographical_compare(
-            a.GetBegin(), a.GetEnd(), b.GetBegin(), b.GetEnd(), [](auto const & left, auto const & right) {
-                return left.low != right.low ? left.low < right.low : left.high < right.high;
-            });
+        auto left = a.GetBegin();
+        auto right = b.GetBegin();
+        for (; left != a.GetEnd() && right != b.GetEnd(); ++left, ++right) {
+            if (left->low != right->low) return left->low < right->low;
+            if (left->high != right->high) return left->high < right->high;
+        }
+        return left == a.GetEnd() && right != b.GetEnd();
     }
 
 protected:
@@ -99,8 +101,8 @@ protected:
         auto left = a.begin();
         auto right = b.begin();
         while (left != a.end() && right != b.end()) {
-            T const low = std::max(left->low, right->low);
-            T const high = std::min(left->high, right->high);
+            T const low = left->low < right->low ? right->low : left->low;
+            T const high = right->high < left->high ? right->high : left->high;
             if (low < high) result.Append(low, high, true);
             left->high < right->high ? ++left : ++right;
         }

@@ -296,14 +296,13 @@ void KZString::Free(DataDef * block) noexcept {
 void KZString::Drop(DataDef * block) noexcept {
     // If this is the only string of the block, no atomic write is needed: no other string is there that another
     // thread could copy.
-    if (block->references.load(std::memory_order_acquire) == 0 ||
-        block->references.fetch_sub(1, std::memory_order_acq_rel) == 0) {
+    if (block->references.load() == 0 || block->references.Decrement() < 0) {
         Free(block);
     }
 }
 
 bool KZString::OwnsRoom(std::uint32_t need) const noexcept {
-    return need <= data_->capacity && data_->references.load(std::memory_order_acquire) < 1;
+    return need <= data_->capacity && data_->references.load() < 1;
 }
 
 KZString KZString::Regrow(std::uint32_t need) {

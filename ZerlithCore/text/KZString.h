@@ -10,14 +10,13 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/foundation/KZSmartPtr.h"
+#include "ZerlithCore/foundation/detail/AtomicCount.h"
 #include "ZerlithCore/text/KZFormatArgument.h"
 
-#include <atomic>
 #include <concepts>
 #include <cstdarg>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -65,7 +64,8 @@ public:
     /// allocated.
     struct DataDef {
         std::uint32_t capacity;
-        std::atomic<std::int32_t> references; // the number of strings that share the block, minus one
+        KZDetail::AtomicCount<std::int32_t>
+            references; // the number of strings that share the block, minus one
         std::uint32_t length;
         char16_t text[1];
     };
@@ -84,7 +84,7 @@ public:
 
     KZString() noexcept : data_(&glbEmptyData) {}
     KZString(KZString const & other) noexcept : data_(other.data_) {
-        if (data_ != &glbEmptyData) data_->references.fetch_add(1, std::memory_order_relaxed);
+        if (data_ != &glbEmptyData) data_->references.Increment();
     }
     KZString(KZString && other) noexcept : data_(other.data_) { other.data_ = &glbEmptyData; }
     /// Copies up to the terminator; null gives the empty string. The number is accepted and ignored.
@@ -191,7 +191,7 @@ public:
         std::uint32_t const length = block->length;
         // The quick way, if no other string shares the block and the block has as much room as ResizeCapacity would
         // want.
-        if (length + 2 <= block->capacity && block->references.load(std::memory_order_acquire) == 0) {
+        if (length + 2 <= block->capacity && block->references.load() == 0) {
             block->text[length] = unit;
             block->text[length + 1] = u'\0';
             block->length = length + 1;

@@ -13,11 +13,12 @@
 
 #include "ZerlithCore/KZExport.h"
 #include "ZerlithCore/encoding/WideText.h"
-#include "ZerlithCore/text/KZString.h"
 
 #include <cstddef>
 #include <string>
 #include <string_view>
+
+class KZString;
 
 /// Converts all of the text, 0 units included.
 [[nodiscard]] inline std::wstring KZToWide(std::u16string_view units) { return KZEncoding::ToWide(units); }

@@ -2,6 +2,9 @@
 
 #include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/platform/Locks.h"
+#include "ZerlithCore/text/KZString.h"
+
+KZEventSemaphore::KZEventSemaphore() : KZEventSemaphore(KZString()) {}
 
 KZEventSemaphore::KZEventSemaphore(KZString const & name, bool initiallyPosted)
     : handle_(KZPlatform::NewEvent(name.c_str(), initiallyPosted)) {

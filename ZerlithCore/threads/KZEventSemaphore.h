@@ -8,8 +8,9 @@
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
-#include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/detail/WaitTime.h"
+
+class KZString;
 
 namespace KZPlatform {
 struct WaitObject;
@@ -24,7 +25,8 @@ class KZ_EXPORT KZEventSemaphore {
 public:
     /// Makes the event, or opens the one with that name. An empty name makes an event without a name. `initiallyPosted` has no
     /// effect on an event that exists already. Errors: KZWindowsLastErrorException.
-    explicit KZEventSemaphore(KZString const & name = KZString(), bool initiallyPosted = false);
+    KZEventSemaphore();
+    explicit KZEventSemaphore(KZString const & name, bool initiallyPosted = false);
     KZEventSemaphore(KZEventSemaphore const &) = delete;
     KZEventSemaphore & operator=(KZEventSemaphore const &) = delete;
     ~KZEventSemaphore();

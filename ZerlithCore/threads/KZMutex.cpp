@@ -2,6 +2,9 @@
 
 #include "ZerlithCore/errors/KZException.h"
 #include "ZerlithCore/platform/Locks.h"
+#include "ZerlithCore/text/KZString.h"
+
+KZMutex::KZMutex() : KZMutex(KZString()) {}
 
 KZMutex::KZMutex(KZString const & name, bool initiallyOwned)
     : handle_(KZPlatform::NewMutex(name.c_str(), initiallyOwned)) {

@@ -9,8 +9,9 @@
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
-#include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/threads/detail/WaitTime.h"
+
+class KZString;
 
 namespace KZPlatform {
 struct WaitObject;
@@ -28,7 +29,8 @@ public:
     /// Makes the mutex, or opens the one with that name. An empty name makes a mutex without a name. `initiallyOwned` locks a
     /// new mutex for the caller, and has no effect on one that exists already. Never waits for an owner.
     /// Errors: KZWindowsLastErrorException.
-    explicit KZMutex(KZString const & name = KZString(), bool initiallyOwned = false);
+    KZMutex();
+    explicit KZMutex(KZString const & name, bool initiallyOwned = false);
     KZMutex(KZMutex const &) = delete;
     KZMutex & operator=(KZMutex const &) = delete;
     /// Doesn't unlock: through other objects of the name the mutex stays locked until the owner's thread ends.

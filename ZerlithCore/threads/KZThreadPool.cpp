@@ -11,6 +11,7 @@
 #include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
+#include <deque>
 #include <utility>
 
 namespace {
@@ -35,6 +36,8 @@ Handle TakeFirst(std::vector<Handle> & handles) noexcept {
 }
 
 } // namespace
+
+struct KZThreadPool::Queue : std::deque<KZSmartPtr<KZCallback>> {};
 
 KZThreadPool::ChildThreadInfo::ChildThreadInfo(KZThreadPool * pool) : pool_(pool) {}
 

@@ -16,7 +16,6 @@
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <atomic>
-#include <deque>
 #include <future>
 #include <memory>
 #include <type_traits>
@@ -95,7 +94,7 @@ public:
 
 private:
     using Worker = KZSmartPtr<ChildThreadInfo>;
-    using Queue = std::deque<KZSmartPtr<KZCallback>>;
+    struct Queue;
     enum class Look : unsigned char { Work, Nothing, Idle, End };
 
     KZThreadPool(Factory factory, void * factoryData, bool discardOnShutdown, int priority);

@@ -4,6 +4,7 @@
 #include "ZerlithCore/encoding/Units.h"
 #include "ZerlithCore/time/KZDateAndTime.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdlib>

@@ -1,6 +1,8 @@
 // Strings, converters, collators, character data, calendar values and zones.
 #include "faults/Work.h"
 
+#include <unordered_map>
+
 namespace {
 
 class Strings : public Work {

@@ -1,8 +1,6 @@
 // A directory that exists for one test, and functions to write and read files in it as bytes.
 #pragma once
 
-#include "ZerlithCore/text/KZString.h"
-
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -28,7 +26,7 @@ public:
     TemporaryDirectory(TemporaryDirectory const &) = delete;
     TemporaryDirectory & operator=(TemporaryDirectory const &) = delete;
 
-    [[nodiscard]] KZString Path(char16_t const * name) const { return KZString((path_ / name).u16string()); }
+    [[nodiscard]] std::u16string Path(char16_t const * name) const { return (path_ / name).u16string(); }
     [[nodiscard]] std::filesystem::path const & Root() const { return path_; }
     void Write(char16_t const * name, std::string const & bytes) const {
         std::ofstream(path_ / name, std::ios::binary) << bytes;

@@ -261,7 +261,7 @@ TEST_F(KZLogFileTest, ConsoleAndDualStreamsReachTheConsole) {
     KZGetConsole().rdbuf(own);
     EXPECT_EQ(elsewhere.str(), L"\U0001F600");
     ChildProcess child([this] {
-        bool const isOpen = std::freopen(folder.Path(u"out").AsUTF8().c_str(), "w", stdout) != nullptr;
+        bool const isOpen = std::freopen((folder.Root() / "out").c_str(), "w", stdout) != nullptr;
         KZConsoleLogSubscriber(1).OnFlush(1, u"heard\n");
         return isOpen && folder.Read(u"out") == "heard\n" ? 0 : 1; // before anybody else flushes
     });

@@ -6,6 +6,7 @@
 #include "ZerlithCore/text/KZStringConverter.h"
 
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 
 #include <stdexcept>

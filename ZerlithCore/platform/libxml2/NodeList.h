@@ -4,6 +4,11 @@
 
 #include "ZerlithCore/platform/libxml2/Tree.h"
 
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
 namespace KZPlatform::LibXml2 {
 
 /// The nodes of a list, which are all of one tree at first. Objects for them are made when a node is asked for, or before nodes
