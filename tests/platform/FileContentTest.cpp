@@ -187,6 +187,12 @@ TEST_F(FileContentTest, PrivateFilesAreNobodyElses) {
         EXPECT_TRUE(!isOpen || c.kind == 'l' || StateOf(name).st_size == 0);
         EXPECT_TRUE(c.kind != '-' || (StateOf(name).st_mode & 0777U) == 0600);
     }
+    // In another's folder that all share, own files are one's own.
+    Prepare("old", 0600);
+    ASSERT_TRUE(chmod(folder.Root().c_str(), shared) == 0 &&
+                chown(folder.Root().c_str(), stranger, own) == 0);
+    EXPECT_TRUE(FileHandle().Open(Path("file"), FileAccess::Write, FileCreation::CreateAlways,
+                                  FileShare::ReadWrite, FileProtection::Private));
 }
 
 } // namespace
