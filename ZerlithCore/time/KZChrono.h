@@ -37,10 +37,9 @@ std::int64_t LimitedMilliseconds(Duration duration, Convert convert) {
 /// Errors: throws KZDateExceptionEx when the year isn't from -4,194,303 to 4,194,302.
 template <class Duration>
 [[nodiscard]] KZDateTimeEx KZFromChrono(std::chrono::sys_time<Duration> time) {
-    return KZDateTimeEx::FromUnixMilliseconds(
-        KZDetail::LimitedMilliseconds(time.time_since_epoch(), [time] {
-            return std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch();
-        }));
+    return KZDateTimeEx::FromUnixMilliseconds(KZDetail::LimitedMilliseconds(time.time_since_epoch(), [time] {
+        return std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch();
+    }));
 }
 
 /// Errors: throws KZDateExceptionEx when `moment` isn't a date and a time, or its day isn't in the calendar.
