@@ -18,6 +18,17 @@ constexpr std::size_t pieceCharacters = 256; // that are converted on the stack
 
 using std::ios_base;
 
+/// Does what comes before a write. If there is no memory, the text is lost, and `file` knows it.
+template <class Action>
+auto Prepare(KZDetail::UnitFile & file, Action action) {
+    try {
+        return action();
+    } catch (std::bad_alloc const &) {
+        file.Fail();
+        throw;
+    }
+}
+
 } // namespace
 
 KZFileStreamBuf::KZFileStreamBuf() = default;
@@ -99,18 +110,13 @@ int KZFileStreamBuf::sync() { return !is_open() || (WriteArea() && file_->Flush(
 bool KZFileStreamBuf::StartWriting() {
     if (!is_open() || !file_->Is(ios_base::out)) return false;
     if (file_->IsWriting()) return true;
-    if (!file_->StartWriting(ReadPosition())) return false;
+    if (!Prepare(*file_, [this] { return file_->StartWriting(ReadPosition()); })) return false;
     DropAreas();
     return true;
 }
 
 void KZFileStreamBuf::MakePutArea() {
-    try {
-        characters_.resize(blockCharacters);
-    } catch (std::bad_alloc const &) {
-        file_->Fail();
-        throw;
-    }
+    Prepare(*file_, [this] { characters_.resize(blockCharacters); });
     setp(characters_.data(), characters_.data() + characters_.size());
 }
 

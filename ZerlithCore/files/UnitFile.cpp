@@ -59,6 +59,7 @@ bool UnitFile::Close() noexcept {
     } catch (std::bad_alloc const &) { // `Flush` has set `failed_`.
     }
     bytes_.clear();
+    line_ = {};
     direction_ = Direction::None;
     return file_.Close() && !failed_;
 }

@@ -18,6 +18,8 @@ constexpr std::uint32_t mostPairClasses = 20;
 // Runs shorter than this are matched by cells as fast.
 constexpr std::size_t leastRun = 8;
 constexpr std::size_t mostInRun = 64;
+// Looking for a loop tries each class with each edge. What takes longer isn't worth a scan.
+constexpr std::size_t mostLoopTries = 1'000'000;
 
 } // namespace
 
@@ -146,6 +148,12 @@ RegExCell RegExRows::Restart(RegExRow const & row) {
 RegExLoop const & RegExRows::LoopOf(RegExRow const & row) {
     static constexpr RegExLoop noLoop;
     if (RegExLoop const * const known = row.loop.load(std::memory_order_relaxed)) return *known;
+    std::size_t edges = 0;
+    for (std::uint32_t const node : row.nodes) nfa_.ForEachEdge(node, [&](auto const &) { ++edges; });
+    if (edges * units_.GetCount() > mostLoopTries) {
+        row.loop.store(&noLoop, std::memory_order_release);
+        return noLoop;
+    }
     RegExLoop loop;
     std::vector<bool> stays(units_.GetCount());
     for (std::uint32_t i = 1; i < units_.GetCount(); ++i) {
@@ -335,7 +343,7 @@ bool RegExRows::MakeRun(RegExRow & row, std::uint32_t node, std::size_t least, b
         char16_t const first = std::max<char16_t>(set.GetBegin()->low, 1);
         if (first >= set.GetBegin()->high) break;
         auto const more = static_cast<char16_t>(set.GetBegin()->high - 1 - first);
-        if (onlySingle && more != 0) break;
+        if (onlySingle && (more != 0 || RegExUnits::IsOdd(first))) break;
         low[count] = first;
         span[count] = more;
         node = edge->target;

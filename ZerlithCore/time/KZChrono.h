@@ -23,14 +23,23 @@ namespace KZDetail {
 KZ_EXPORT KZDurationEx DurationOfMilliseconds(std::int64_t milliseconds);
 /// The reverse. Errors: throws KZDurationExceptionEx for an invalid duration.
 KZ_EXPORT std::int64_t MillisecondsOf(KZDurationEx const & duration);
+
+/// `convert()`, a number of milliseconds; the largest number if `duration` has more than 64 bits of them, or is no number.
+/// That one is beyond what a calendar value or a duration can hold.
+template <class Duration, class Convert>
+std::int64_t LimitedMilliseconds(Duration duration, Convert convert) {
+    double const about = std::chrono::duration<double, std::milli>(duration).count();
+    return about > -9e18 && about < 9e18 ? convert().count() : INT64_MAX;
+}
 } // namespace KZDetail
 
 /// The moment of `time`, rounded down to a millisecond.
 /// Errors: throws KZDateExceptionEx when the year isn't from -4,194,303 to 4,194,302.
 template <class Duration>
 [[nodiscard]] KZDateTimeEx KZFromChrono(std::chrono::sys_time<Duration> time) {
-    return KZDateTimeEx::FromUnixMilliseconds(
-        std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch().count());
+    return KZDateTimeEx::FromUnixMilliseconds(KZDetail::LimitedMilliseconds(time.time_since_epoch(), [time] {
+        return std::chrono::floor<std::chrono::milliseconds>(time).time_since_epoch();
+    }));
 }
 
 /// Errors: throws KZDateExceptionEx when `moment` isn't a date and a time, or its day isn't in the calendar.
@@ -44,8 +53,8 @@ KZToChrono(KZDateTimeEx const & moment) {
 /// Errors: throws KZDurationExceptionEx if the number doesn't fit 32 bits in that unit.
 template <class Number, class Period>
 [[nodiscard]] KZDurationEx KZFromChrono(std::chrono::duration<Number, Period> duration) {
-    return KZDetail::DurationOfMilliseconds(
-        std::chrono::duration_cast<std::chrono::milliseconds>(duration).count());
+    return KZDetail::DurationOfMilliseconds(KZDetail::LimitedMilliseconds(
+        duration, [duration] { return std::chrono::duration_cast<std::chrono::milliseconds>(duration); }));
 }
 
 /// A year counts 365 days and a month 30.

@@ -74,12 +74,21 @@ class Streams : public Work {
             for (int line = 0; line < 200; ++line) out << KZString(u"line ") << line << L" \u00E9\n";
             if (!out.close()) return false;
         }
-        KZFileStream in(Path("copy"));
+        KZFileStream in(Path("copy"), std::ios_base::in | std::ios_base::out);
         if (!in.is_open()) return false;
         for (std::wstring line; std::getline(in, line);) ++lines_;
-        return in.eof() && !in.bad();
+        if (!in.eof() || in.bad()) return false;
+        in.clear();
+        in.seekg(0);
+        std::wstring first;
+        if (!std::getline(in, first)) return false;
+        std::wostream(in.rdbuf()) << KZString(u"Line"); // over that of the second line
+        return in.rdbuf()->close();
     }
-    void Check(bool isWhole) override { Expect(!isWhole || lines_ == 200, "lines are lost"); }
+    void Check(bool isWhole) override {
+        Expect(!isWhole || lines_ == 200, "lines are lost");
+        Expect(!isWhole || Read("copy").starts_with("line 0 \xC3\xA9\nLine 1"), "a write is lost");
+    }
     int lines_ = 0;
 };
 

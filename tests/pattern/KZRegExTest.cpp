@@ -54,6 +54,7 @@ TEST(KZRegEx, MatchesWholeTexts) {
         {u"[]", {}, {u"", u"a"}},
         {u"[^]", {u"a"}, {u""}},
         {u"[^a-c]", {u"d", u"\uFFF8", u"\uFFFE"}, {u"b", u"\uFFFF"}},
+        {u".*\uFFFEb*", {u"aa\uFFFEbb", u"\uFFFE"}, {u"aa"}},
         {u"(a|ab)c", {u"ac", u"abc"}, {u"ab"}},
         {u"a{2}", {u"aa"}, {u"a", u"aaa"}},
         {u"a{12}", {u"aa"}, {u"aaaaaaaaaaaa"}},
