@@ -5,10 +5,13 @@
 #include <benchmark/benchmark.h>
 
 #include <atomic>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <string_view>
+#include <type_traits>
 #include <vector>
 
 namespace {
@@ -127,6 +130,52 @@ void AppendWord(benchmark::State & state) {
 }
 BENCHMARK(AppendWord<KZString>);
 BENCHMARK(AppendWord<std::u16string>);
+
+/// The least that a growing text costs: memory that the C library resizes, and writing each unit.
+class BareText {
+public:
+    BareText() = default;
+    BareText(BareText const &) = delete;
+    BareText & operator=(BareText const &) = delete;
+    ~BareText() { std::free(units_); }
+    void push_back(char16_t unit) { *this += {&unit, 1}; }
+    void operator+=(std::u16string_view text) {
+        if (capacity_ - length_ < text.size()) {
+            capacity_ += capacity_ / 2 + text.size();
+            units_ = static_cast<char16_t *>(std::realloc(units_, capacity_ * sizeof *units_));
+            if (!units_) std::abort();
+        }
+        std::memcpy(units_ + length_, text.data(), text.size() * sizeof *units_);
+        length_ += text.size();
+    }
+
+private:
+    char16_t * units_ = nullptr;
+    std::size_t length_ = 0, capacity_ = 0;
+};
+
+/// To 64 MiB, by units or by pieces of 16, so that nearly all memory is fresh from the system.
+template <class String>
+void AppendCold(benchmark::State & state) {
+    std::conditional_t<std::is_same_v<String, KZString>, KZString, std::u16string> const piece(
+        u"0123456789abcdef");
+    std::int64_t const pieces = (std::int64_t{32} << 20) / state.range(0);
+    for (auto _ : state) {
+        String text;
+        for (std::int64_t i = 0; i < pieces; ++i) {
+            if (state.range(0) == 1)
+                text.push_back(static_cast<char16_t>(u'a' + i % 16));
+            else
+                text += piece;
+            benchmark::ClobberMemory();
+        }
+        benchmark::DoNotOptimize(text);
+    }
+    state.SetItemsProcessed(state.iterations() * pieces);
+}
+BENCHMARK(AppendCold<KZString>)->Arg(1)->Arg(16)->Unit(benchmark::kMillisecond);
+BENCHMARK(AppendCold<std::u16string>)->Arg(1)->Arg(16)->Unit(benchmark::kMillisecond);
+BENCHMARK(AppendCold<BareText>)->Arg(1)->Arg(16)->Unit(benchmark::kMillisecond);
 
 template <class String>
 void CopyLarge(benchmark::State & state) {

@@ -64,6 +64,8 @@ KZ_EXPORT bool AppendUtf8(std::string & out, std::u16string_view units, Utf8Mode
 /// Returns the converted text; in Strict mode what precedes the first fault.
 [[nodiscard]] KZ_EXPORT std::u16string Utf8ToUnits(std::string_view bytes, Utf8Mode mode);
 [[nodiscard]] KZ_EXPORT std::string UnitsToUtf8(std::u16string_view units, Utf8Mode mode);
+/// The same for the units before the first 0.
+[[nodiscard]] KZ_EXPORT std::string TerminatedToUtf8(std::u16string_view units, Utf8Mode mode);
 
 /// Decodes bytes that come in pieces, which may cut a sequence anywhere.
 class KZ_EXPORT Utf8Decoder {

@@ -175,20 +175,25 @@ unsigned PutLanes(char16_t * out, char16_t const * lanes, unsigned starts) {
 // Decodes four blocks at a time while they are all ASCII.
 void DecodeAsciiBlocks(DecodeCursor & cursor) {
     constexpr std::size_t step = 4 * blockBytes;
+    // Not the cursor's members, since the compiler must take it that any write to the output changes those.
+    unsigned char const * const in = cursor.in;
+    char16_t * const out = cursor.out;
     __m128i const zero = _mm_setzero_si128();
-    while (cursor.Left() >= step && cursor.Room() >= step) {
+    std::size_t done = 0;
+    for (std::size_t const end = std::min(cursor.Left(), cursor.Room()) / step * step; done < end;
+         done += step) {
         __m128i blocks[4];
-        for (unsigned i = 0; i < 4; ++i) blocks[i] = Load(cursor.in + i * blockBytes);
+        for (unsigned i = 0; i < 4; ++i) blocks[i] = Load(in + done + i * blockBytes);
         __m128i const all =
             _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
-        if (MaskOf(all) != 0) return;
+        if (MaskOf(all) != 0) break;
         for (unsigned i = 0; i < 4; ++i) {
-            Store(cursor.out + i * blockBytes, _mm_unpacklo_epi8(blocks[i], zero));
-            Store(cursor.out + i * blockBytes + 8, _mm_unpackhi_epi8(blocks[i], zero));
+            Store(out + done + i * blockBytes, _mm_unpacklo_epi8(blocks[i], zero));
+            Store(out + done + i * blockBytes + 8, _mm_unpackhi_epi8(blocks[i], zero));
         }
-        cursor.in += step;
-        cursor.out += step;
     }
+    cursor.in += done;
+    cursor.out += done;
 }
 
 void DecodeBlocks(DecodeCursor & cursor) {

@@ -4,6 +4,7 @@
 
 #include "ZerlithCore/encoding/detail/Utf8Detail.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <utility>
@@ -73,30 +74,30 @@ Utf8Status EncodeOne(EncodeCursor & cursor, Utf8Mode mode, bool final) {
     return status;
 }
 
-// Encodes blocks that are all ASCII.
+// Encodes as long as the next `2 * Pairs` times eight units are all ASCII.
+template <unsigned Pairs>
 void EncodeAsciiBlocks(EncodeCursor & cursor) {
 #if defined(__SSE2__)
-    while (cursor.Left() >= 2 * blockBytes && cursor.Room() >= 2 * blockBytes) {
-        __m128i blocks[4];
-        for (unsigned i = 0; i < 4; ++i) blocks[i] = Load(cursor.in + i * 8);
-        __m128i const all =
-            _mm_or_si128(_mm_or_si128(blocks[0], blocks[1]), _mm_or_si128(blocks[2], blocks[3]));
+    constexpr std::size_t step = Pairs * blockBytes;
+    // Not the cursor's members, since the compiler must take it that any write to the output changes those.
+    char16_t const * const in = cursor.in;
+    char * const out = cursor.out;
+    std::size_t const end = std::min(cursor.Left(), cursor.Room()) / step * step;
+    std::size_t done = 0;
+    for (; done < end; done += step) {
+        __m128i blocks[2 * Pairs];
+        __m128i all = _mm_setzero_si128();
+        for (unsigned i = 0; i < 2 * Pairs; ++i) {
+            blocks[i] = Load(in + done + i * 8);
+            all = _mm_or_si128(all, blocks[i]);
+        }
         __m128i const wide = _mm_and_si128(all, Splat16(0xFF80));
         if (MaskOf(_mm_cmpeq_epi16(wide, _mm_setzero_si128())) != 0xFFFF) break;
-        Store(cursor.out, _mm_packus_epi16(blocks[0], blocks[1]));
-        Store(cursor.out + blockBytes, _mm_packus_epi16(blocks[2], blocks[3]));
-        cursor.in += 2 * blockBytes;
-        cursor.out += 2 * blockBytes;
+        for (unsigned i = 0; i < Pairs; ++i)
+            Store(out + done + i * blockBytes, _mm_packus_epi16(blocks[2 * i], blocks[2 * i + 1]));
     }
-    while (cursor.Left() >= blockBytes && cursor.Room() >= blockBytes) {
-        __m128i const first = Load(cursor.in);
-        __m128i const second = Load(cursor.in + 8);
-        __m128i const wide = _mm_and_si128(_mm_or_si128(first, second), Splat16(0xFF80));
-        if (MaskOf(_mm_cmpeq_epi16(wide, _mm_setzero_si128())) != 0xFFFF) return;
-        Store(cursor.out, _mm_packus_epi16(first, second));
-        cursor.in += blockBytes;
-        cursor.out += blockBytes;
-    }
+    cursor.in += done;
+    cursor.out += done;
 #else
     while (cursor.in != cursor.inEnd && cursor.out != cursor.outEnd && *cursor.in < 0x80)
         *cursor.out++ = static_cast<char>(*cursor.in++);
@@ -145,7 +146,8 @@ bool EncodeBlock(EncodeCursor &) { return false; }
 #endif
 
 void EncodeBlocks(EncodeCursor & cursor) {
-    do EncodeAsciiBlocks(cursor);
+    EncodeAsciiBlocks<4>(cursor);
+    do EncodeAsciiBlocks<1>(cursor);
     while (EncodeBlock(cursor));
 }
 
@@ -189,6 +191,20 @@ bool AppendUtf8(std::string & out, std::u16string_view units, Utf8Mode mode) {
 std::string UnitsToUtf8(std::u16string_view units, Utf8Mode mode) {
     std::string bytes;
     AppendUtf8(bytes, units, mode);
+    return bytes;
+}
+
+/// Only a 0 unit becomes a 0 byte. That is found sooner in the bytes, which are fewer.
+std::string TerminatedToUtf8(std::u16string_view units, Utf8Mode mode) {
+    std::string bytes;
+    auto const encode = [=](std::u16string_view in, std::span<char> buffer) {
+        Utf8Result const result = EncodeUtf8(in, buffer, mode);
+        void const * const zero = std::memchr(buffer.data(), 0, result.written);
+        if (!zero) return result;
+        auto const before = static_cast<std::size_t>(static_cast<char const *>(zero) - buffer.data());
+        return Utf8Result{in.size(), before, Utf8Status::Done};
+    };
+    AppendInChunks<2 * chunkSize>(bytes, units, encode, Utf8BytesOf);
     return bytes;
 }
 

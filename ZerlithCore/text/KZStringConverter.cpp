@@ -131,6 +131,6 @@ KZErrorID KZStringUTF8Converter::ConvertToUnicode(KZString & dest, char const * 
 }
 
 KZErrorID KZStringUTF8Converter::ConvertFromUnicode(std::string & dest, KZString const & src) const {
-    dest = KZEncoding::UnitsToUtf8(KZTextOf(src), KZEncoding::Utf8Mode::Replace);
+    dest = KZEncoding::TerminatedToUtf8(std::u16string_view(src), KZEncoding::Utf8Mode::Replace);
     return {};
 }

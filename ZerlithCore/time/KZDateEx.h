@@ -203,13 +203,11 @@ KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateEx & date);
 // --- Definitions that may also run in constant expressions
 
 constexpr unsigned int KZDateEx::GetWeekDay() const noexcept {
-    // The weekday at the start of each month, in a year that begins in March; a year moves it by one, a leap year by
-    // one more.
-    constexpr std::uint8_t weekDayOfMonth[16] = {4, 0, 3, 2, 5, 0, 3, 5, 1, 4, 6, 2, 4, 0, 3, 5};
     if (GetYear() < 1970) return 0;
     auto const year = static_cast<std::uint16_t>(GetYear() - (GetMonth() <= 2 ? 1 : 0));
-    unsigned int const leapDays = year / 4U - year / 100U + year / 400U;
-    return (weekDayOfMonth[GetMonth()] + year + leapDays + GetDay()) % 7;
+    unsigned int const century = year / 100U;
+    unsigned int const leapDays = year / 4U - century + century / 4U;
+    return (KZDetail::weekDayOfMonth[GetMonth()] + year + leapDays + GetDay()) % 7;
 }
 
 constexpr unsigned int KZDateEx::GetYearDay() const noexcept {

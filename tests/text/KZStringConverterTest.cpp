@@ -77,13 +77,15 @@ TEST(KZStringConverter, LatinTellsUnitsItLacksAndConvertsAllTheSame) {
 
 TEST(KZStringConverter, Utf8ReplacesWhatIsBroken) {
     // Sizes around 4096, where the buffer changes. Invalid bytes take more units than were counted.
-    for (std::size_t const size : {0U, 1U, 4094U, 4095U, 4096U, 4097U, 20000U}) {
+    for (std::size_t const size : {0U, 1U, 4094U, 4095U, 4096U, 4097U, 8185U, 8186U, 20000U}) {
         KZString text(u"old");
         std::string const bytes(size, 'x');
         EXPECT_TRUE(text.SetFromUTF8(bytes + "\xE2\x82\xAC\xE2\x82").Good());
         EXPECT_EQ(text, KZString(std::u16string(size, u'x') + u"€\uFFFD")) << size;
         EXPECT_EQ(text.Length(), size + 2);
         EXPECT_EQ(text.AsUTF8(), bytes + "\xE2\x82\xAC\xEF\xBF\xBD");
+        for (char16_t const rest : {u'\0', u'b', u'\xD800', u'\0'}) text += rest;
+        EXPECT_EQ(text.AsUTF8(), bytes + "\xE2\x82\xAC\xEF\xBF\xBD") << "up to the first 0 unit";
         text.SetFromUTF8(std::string(size, '\x80'));
         EXPECT_EQ(text, KZString(std::u16string(size, u'\uFFFD'))) << size;
     }

@@ -62,6 +62,10 @@ constexpr CivilDate CivilFromDays(std::int64_t days) noexcept {
             (months & 0xFFFF) / 2141 + 1};
 }
 
+/// The weekday at the start of each month, in a year that begins in March; a year moves it by one, a leap year by one
+/// more. Any number of four bits counts as a month.
+inline constexpr std::uint8_t weekDayOfMonth[16] = {4, 0, 3, 2, 5, 0, 3, 5, 1, 4, 6, 2, 4, 0, 3, 5};
+
 /// Sunday is 0.
 constexpr unsigned int WeekDayOfDays(std::int64_t days) noexcept {
     std::int64_t const fromSunday = (days + 4) % 7;
