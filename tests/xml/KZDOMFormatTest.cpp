@@ -76,6 +76,9 @@ TEST(KZDOMFormat, LeavesOutBlanksBetweenElements) {
         {u"<a> <!--c--> <b/> </a>", u"<a><!--c--><b/></a>"},
         {u"<a>x <b/> <c/> y</a>", u"<a>x <b/><c/> y</a>"},
         {u"<a> <![CDATA[ ]]> <b/></a>", u"<a> <![CDATA[ ]]> <b/></a>"},
+        {u"<a><b/> <![CDATA[x]]> <c/> <?p d?> <d/> </a>", u"<a><b/> <![CDATA[x]]> <c/><?p d?><d/></a>"},
+        {u"<a> <b/> <c xml:space='preserve'> <d/> </c> </a>",
+         u"<a><b/><c xml:space=\"preserve\"> <d/> </c></a>"},
         {u"<a xml:space='preserve'> <b/> </a>", u"<a xml:space=\"preserve\"> <b/> </a>"},
         {u"<a xml:space='preserve'><b xml:space='default'> <c/></b></a>",
          u"<a xml:space=\"preserve\"><b xml:space=\"default\"><c/></b></a>"},
@@ -90,6 +93,10 @@ TEST(KZDOMFormat, LeavesOutBlanksBetweenElements) {
         written.Replace(u"'", u"\"");
         EXPECT_EQ(copy.GetRootElement().GetXML(), written);
     }
+    EXPECT_EQ(Parsed(u"<!DOCTYPE a [<!ENTITY e '<b> <c/> </b>'>]><a> &e; <d/>&#32;\t&#x20;x</a>")
+                  .GetRootElement()
+                  .GetXML(),
+              u"<a><b><c/></b><d/> \t x</a>");
     KZDOMDocument text = KZDOMDocument::Create();
     text.SetPreserveWhiteSpace(true);
     EXPECT_TRUE(text.Load(u"<p><b>very</b> <i>important</i></p>"));

@@ -8,8 +8,10 @@
 // The first error ends the work: after it the parser gets no more source, and entities count as undefined. The parser isn't
 // stopped at every error, because after reporting some it still uses pointers into the source.
 //
-// Texts of white space only are removed from the finished tree. During parsing it isn't known whether an element follows such
-// a text, and nodes that come from an entity don't go through the handlers.
+// A text of white space only is held back until the next event, which nearly always shows that it is to be dropped, so no node
+// is made for it. Where that isn't shown (only comments and instructions before it), its parent is looked at in the end. Nodes
+// that come from an entity don't go through the handlers, and xml:space may hold for a part of the document only: as soon as
+// either appears, every text becomes a node, and blank ones are removed from the finished tree.
 #include "ZerlithCore/platform/libxml2/Parser.h"
 
 #include "ZerlithCore/encoding/Utf8.h"
@@ -24,6 +26,7 @@
 #include <array>
 #include <limits>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace KZPlatform::LibXml2 {
@@ -70,6 +73,13 @@ struct ParseState {
     int declaredAttributes = 0;
     int declaredIds = 0;
     std::unordered_map<xmlEntity const *, std::size_t> entitySizes{}; // the size of the nodes of each entity
+    bool dropsBlanks = false;                                         // so blank texts may be held back
+    bool hasSpaceAttribute = false; // xml:space, or another one of that name
+    // White space in front of all nodes of its parent, or behind one that isn't character data, and the line of its end.
+    std::string heldBlank{};
+    int heldLine = 0;
+    std::vector<xmlNode *> doubtful{}; // elements in which a blank text was kept that may have to go
+    xmlChar const * spaceName = nullptr;
     bool isOutOfMemory = false;
 
     [[nodiscard]] bool HasEnded() const noexcept {
@@ -236,6 +246,80 @@ void StopAtLimit(void * context, char16_t const * reason) noexcept {
     xmlStopParser(static_cast<xmlParserCtxt *>(context));
 }
 
+// --- Blank texts
+
+// Makes a node of the white space that is held back.
+void PutHeldBlank(void * context) noexcept {
+    ParseState & state = StateOf(context);
+    if (state.heldBlank.empty()) return;
+    xmlParserInput & input = *static_cast<xmlParserCtxt *>(context)->input;
+    int const line = std::exchange(input.line, state.heldLine);
+    xmlSAX2Characters(context, Chars(state.heldBlank), static_cast<int>(state.heldBlank.size()));
+    input.line = line;
+    state.heldBlank.clear();
+}
+
+bool IsCharacterData(xmlNode const * node) {
+    return node && (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
+                    node->type == XML_ENTITY_REF_NODE);
+}
+
+// Holds back `text` if it is blank and doesn't continue other character data. False if it is to become a node.
+bool HoldsBack(void * context, std::string_view text) noexcept {
+    ParseState & state = StateOf(context);
+    xmlNode const * const parent = static_cast<xmlParserCtxt *>(context)->node;
+    if (!state.dropsBlanks || !parent || IsCharacterData(parent->last)) return false;
+    if (!std::ranges::all_of(text, IsBlank)) return false;
+    Guarded(context, [&] {
+        if (state.heldBlank.empty()) state.heldLine = static_cast<xmlParserCtxt *>(context)->input->line;
+        state.heldBlank += text;
+    });
+    return true;
+}
+
+// Drops what is held back before a node that isn't character data, or before the end of its parent, if the parent is known
+// to have elements.
+void EndHeldBlank(void * context, bool isEndOfParent) noexcept {
+    ParseState & state = StateOf(context);
+    if (state.heldBlank.empty()) return;
+    xmlNode * const parent = static_cast<xmlParserCtxt *>(context)->node;
+    if (parent->last && parent->last->type == XML_ELEMENT_NODE) return state.heldBlank.clear();
+    bool const isDoubtful = parent->last || !isEndOfParent;
+    if (isDoubtful)
+        Guarded(context, [&] {
+            if (state.doubtful.empty() || state.doubtful.back() != parent) state.doubtful.push_back(parent);
+        });
+    PutHeldBlank(context);
+}
+
+void OnEndElement(void * context, xmlChar const * name, xmlChar const * prefix,
+                  xmlChar const * uri) noexcept {
+    EndHeldBlank(context, true);
+    xmlSAX2EndElementNs(context, name, prefix, uri);
+}
+
+void OnComment(void * context, xmlChar const * text) noexcept {
+    EndHeldBlank(context, false);
+    xmlSAX2Comment(context, text);
+}
+
+void OnInstruction(void * context, xmlChar const * target, xmlChar const * data) noexcept {
+    EndHeldBlank(context, false);
+    xmlSAX2ProcessingInstruction(context, target, data);
+}
+
+void OnCData(void * context, xmlChar const * text, int length) noexcept {
+    PutHeldBlank(context);
+    xmlSAX2CDataBlock(context, text, length);
+}
+
+void OnUnresolved(void * context, xmlChar const * name) noexcept {
+    PutHeldBlank(context);
+    xmlSAX2Reference(context, name);
+}
+
+// --- Limits
+
 void OnEntity(void * context, xmlChar const * name, int type, xmlChar const * publicId,
               xmlChar const * systemId, xmlChar * content) noexcept {
     bool const isExternal =
@@ -294,6 +378,8 @@ xmlEntity * Expanded(void * context, xmlChar const * name) noexcept {
 // counted.
 xmlEntity * OnReference(void * context, xmlChar const * name) noexcept {
     ParseState & state = StateOf(context);
+    PutHeldBlank(context);
+    state.dropsBlanks = false;
     xmlNode const * const parent = static_cast<xmlParserCtxt *>(context)->node;
     xmlNode const * const last = parent ? parent->last : nullptr;
     if (last && last->type == XML_TEXT_NODE) state.moved += View(last->content).size();
@@ -353,18 +439,32 @@ void OnStartElement(void * context, xmlChar const * name, xmlChar const * prefix
     if (declared > freeNamespaces) state.lookUps += (declared - freeNamespaces) * (names + 1);
     if (state.lookUps > CurrentLimits().nameComparisons)
         return StopAtLimit(context, u"Too many elements with very many attributes or namespaces");
+    state.heldBlank.clear();
+    for (int i = 0; i < count; ++i)
+        if (attributes[5 * i] == state.spaceName) state.hasSpaceAttribute = true;
+    if (state.hasSpaceAttribute) state.dropsBlanks = false;
     xmlSAX2StartElementNs(context, name, prefix, uri, namespaceCount, namespaces, count, defaultedCount,
                           attributes);
 }
 
+constexpr char16_t const * longText = u"A text has more than 10,000,000 bytes";
+
 // The parser reports a text that is too long as a lack of memory, so the length is checked before.
 void OnText(void * context, xmlChar const * text, int length) noexcept {
     if (StateOf(context).HasEnded()) return xmlStopParser(static_cast<xmlParserCtxt *>(context));
+    ParseState & state = StateOf(context);
+    auto const size = static_cast<std::size_t>(length);
+    if (HoldsBack(context, {reinterpret_cast<char const *>(text), size})) {
+        if (state.heldBlank.size() > maxText && state.heldBlank.size() != size)
+            StopAtLimit(context, longText);
+        return;
+    }
+    PutHeldBlank(context);
     xmlParserCtxt const & parser = *static_cast<xmlParserCtxt *>(context);
     xmlNode const * const last = parser.node ? parser.node->last : nullptr;
     bool const isJoined = last && last->type == XML_TEXT_NODE && parser.nodemem != 0;
-    if (isJoined && static_cast<std::size_t>(parser.nodelen) + static_cast<std::size_t>(length) > maxText)
-        return StopAtLimit(context, u"A text has more than 10,000,000 bytes");
+    if (isJoined && static_cast<std::size_t>(parser.nodelen) + size > maxText)
+        return StopAtLimit(context, longText);
     xmlSAX2Characters(context, text, length);
 }
 
@@ -385,12 +485,7 @@ int Feed(void * self, char * buffer, int length) noexcept {
     return static_cast<int>(piece.size());
 }
 
-// --- White space
-
-bool IsCharacterData(xmlNode const * node) {
-    return node && (node->type == XML_TEXT_NODE || node->type == XML_CDATA_SECTION_NODE ||
-                    node->type == XML_ENTITY_REF_NODE);
-}
+// --- White space in the finished tree
 
 bool HasElement(xmlNode const * parent) {
     for (xmlNode const * child = parent->children; child; child = child->next)
@@ -423,8 +518,8 @@ bool KeepsSpace(xmlNode const * element, bool outer) {
     return outer;
 }
 
-void RemoveBlanks(xmlDoc * doc) {
-    bool const mayKeep = !doc->dict || xmlDictExists(doc->dict, Chars("space"), 5) != nullptr;
+// Unless `mayKeep` is set, no element has xml:space.
+void RemoveBlanks(xmlDoc * doc, bool mayKeep) {
     xmlNode * const root = xmlDocGetRootElement(doc);
     std::vector<bool> keeps{false}; // one entry for each element around the node, the outermost first
     for (xmlNode * at = root; at;) {
@@ -439,6 +534,13 @@ void RemoveBlanks(xmlDoc * doc) {
     }
 }
 
+// The elements for which it was in doubt, or all, if the handlers don't know everything.
+void RemoveBlanks(xmlDoc * doc, ParseState const & state) {
+    if (!state.dropsBlanks) return RemoveBlanks(doc, state.hasSpaceAttribute);
+    for (xmlNode * const parent : state.doubtful)
+        if (HasElement(parent)) RemoveBlanks(parent);
+}
+
 OwnedContext MakeContext(ParseState & state) {
     OwnedContext context(Need(xmlNewParserCtxt()));
     context->_private = &state;
@@ -449,7 +551,13 @@ OwnedContext MakeContext(ParseState & state) {
     context->sax->getParameterEntity = OnParameterReference;
     context->sax->attributeDecl = OnAttributeDeclaration;
     context->sax->startElementNs = OnStartElement;
+    context->sax->endElementNs = OnEndElement;
     context->sax->characters = context->sax->ignorableWhitespace = OnText;
+    context->sax->comment = OnComment;
+    context->sax->processingInstruction = OnInstruction;
+    context->sax->cdataBlock = OnCData;
+    context->sax->reference = OnUnresolved;
+    state.spaceName = Need(xmlDictLookup(context->dict, Chars("space"), -1));
     return context;
 }
 
@@ -463,13 +571,14 @@ OwnedDoc Parse(std::string_view bytes, bool isUtf8, bool keepsWhiteSpace, Fault 
     }
     LibraryCall const call;
     ParseState state{bytes, call};
+    state.dropsBlanks = !keepsWhiteSpace;
     OwnedContext const context = MakeContext(state);
     OwnedDoc doc(xmlCtxtReadIO(context.get(), Feed, nullptr, &state, nullptr, nullptr,
                                options | (isUtf8 ? XML_PARSE_IGNORE_ENC : 0)));
     call.CheckMemory();
     if (state.isOutOfMemory) throw std::bad_alloc();
     if (doc && state.fault.code == DocumentCode::Good) {
-        if (!keepsWhiteSpace) RemoveBlanks(doc.get());
+        if (!keepsWhiteSpace) RemoveBlanks(doc.get(), state);
         return doc;
     }
     if (state.fault.code == DocumentCode::Good) {
