@@ -18,12 +18,18 @@
 
 #include <algorithm>
 #include <new>
+#include <optional>
 #include <ostream>
+#include <utility>
 
 namespace {
 
 constexpr char16_t const * coreSection = u"KZCore";
 constexpr char16_t const * channelName = u"KZApplicationChannel";
+
+// The options that take the next argument as their value; none when long options aren't asked for. Guarded by the lock of the
+// newest application.
+std::optional<std::vector<KZString>> glbLongOptions;
 
 std::wostream & ApplicationConsole(unsigned int level) {
     KZApplication const * const application = KZApplication::GetApp();
@@ -88,7 +94,18 @@ void KZApplication::Construct(KZLogSubscriberI * subscriber) {
     }
 }
 
+void KZApplication::UseLongOptions(std::vector<KZString> const & withValue) {
+    std::vector<KZString> names{u"config", u"trace", u"osxpath"};
+    names.insert(names.end(), withValue.begin(), withValue.end());
+    KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
+    glbLongOptions = std::move(names);
+}
+
 void KZApplication::SetUp(KZSmartPtr<KZLogSubscriberI> const & given) {
+    {
+        KZGuard<KZCriticalSection> const guard(glbLastAppPCS_);
+        if (glbLongOptions) commandLine_.UseLongOptions(*glbLongOptions);
+    }
     programPath_ = KZString(KZPlatform::GetExecutablePath());
     LoadConfiguration();
     SetTraceLevel(GetArg(u"trace", coreSection, 1U));
@@ -201,12 +218,26 @@ std::vector<KZUsageInfo> KZApplication::AllUsage() const {
 
 void KZApplication::DisplayUsage(std::wostream * stream) const {
     KZLockedCOUT console;
-    KZWriteUsage(stream ? *stream : console.GetCout(0), GetAppName(), AllUsage());
+    KZWriteUsage(stream ? *stream : console.GetCout(0), GetAppName(), AllUsage(),
+                 commandLine_.UsesLongOptions());
 }
 
 bool KZApplication::DisplayUsageIfNecessary(std::wostream * stream) const {
     if (!commandLine_.ArgPresent(u"help") && !commandLine_.ArgPresent(u"?")) return false;
     DisplayUsage(stream);
+    return true;
+}
+
+bool KZApplication::ReportUnknownOptions(std::wostream * stream) const {
+    std::vector<KZString> known{u"help", u"?"}, unknown;
+    for (KZUsageInfo const & info : AllUsage())
+        for (KZString const & name : info.GetCmdLineArgNames()) known.push_back(name);
+    if (commandLine_.GetInvalidArguments(known, unknown) == 0) return false;
+    KZLockedCOUT console;
+    std::wostream & out = stream ? *stream : console.GetCout(0);
+    char16_t const * const lead = commandLine_.UsesLongOptions() ? u"--" : u"/";
+    for (KZString const & name : unknown) out << L"The option " << (lead + name) << L" is unknown.\n";
+    out << L"The options are listed by " << KZString(lead) << L"help." << std::endl;
     return true;
 }
 

@@ -29,7 +29,7 @@
 /// Every program has the options `/config:{filename}`, `/trace:{level}`, `/consoleToFile[:filename]` and `/noConsole`. Section
 /// "KZCore" of the configuration file may have the last three, and "DebugPath". The configuration file is the one that
 /// `/config` names; without it, the file with the program's name and the extension "ini", beside the program or in the
-/// current directory.
+/// current directory. A program that calls `UseLongOptions` first has them as `--config=file`, `--config file` and so on.
 ///
 /// Thread safety: construct and destroy it on the main thread. `PostExitRequest` and the questions may be called on any thread;
 /// other changes need that no other thread uses the object.
@@ -50,12 +50,25 @@ public:
     /// files have lost messages, a line on standard output says how many.
     virtual ~KZApplication();
 
+    /// Makes the applications that are constructed from now on take options as `KZCommandLine::UseLongOptions` describes, with
+    /// "config", "trace", "osxpath" and those of `withValue` taking the next argument as their value. They also show their usage
+    /// in that form. Without this call there are no long options. Thread safety: any thread may call it.
+    ///
+    ///     KZApplication::UseLongOptions({u"port"});
+    ///     KZApplication application(u"tool --config tool.ini --port 80 --trace=2");
+    static void UseLongOptions(std::vector<KZString> const & withValue = {});
+
     /// The options of the application itself.
     virtual KZUsageInfo GetUsageInfo() const;
     /// Writes the usage of the program to `stream`, or to the application's console if `stream` is null.
     virtual void DisplayUsage(std::wostream * stream = nullptr) const;
     /// Writes the usage and returns true if "help" or "?" is among the options.
     virtual bool DisplayUsageIfNecessary(std::wostream * stream = nullptr) const;
+    /// Writes a line for each option of the command line that the usage doesn't name, such as "The option --prot is unknown.",
+    /// and returns true if there is one. "help" and "?" are known. The lines go to `stream`, or to the application's console if
+    /// `stream` is null. The usage has the application's own options, those of loaded plug-ins, and those of
+    /// `AddCustomUsageInfo`; so call it after these.
+    bool ReportUnknownOptions(std::wostream * stream = nullptr) const;
     /// Asks the program to end. Does nothing here; derived classes override it.
     virtual void RequestExit(bool wait);
     /// Whether this is a KZApplicationWithPlugIns.

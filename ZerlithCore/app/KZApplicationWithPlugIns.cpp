@@ -32,6 +32,7 @@ using KZDetail::Report;
 namespace {
 
 constexpr unsigned int longestStartPoll = 100; // milliseconds
+constexpr std::size_t maxFailures = 1000;
 
 // The message about a request to exit is written only once in a process.
 std::atomic<bool> glbExitAnnounced{false};
@@ -110,6 +111,17 @@ private:
     std::vector<Entry> entries_;
 };
 
+/// Moves the failures that `isWanted` out of the list, so that they can be released without its lock.
+template <class Wanted>
+std::list<KZHostState::Failure> Take(std::list<KZHostState::Failure> & failures, Wanted isWanted) {
+    std::list<KZHostState::Failure> taken;
+    for (auto next = failures.begin(); next != failures.end();) {
+        auto const each = next++;
+        if (isWanted(*each)) taken.splice(taken.end(), failures, each);
+    }
+    return taken;
+}
+
 } // namespace
 
 // --- Construction
@@ -148,31 +160,40 @@ KZHostedPlugIn * KZHostState::Find(KZPlugIn const * plugIn) noexcept {
 }
 
 void KZHostState::NoteFailure(KZFailedPlugIn const & failed, KZPlugIn const * plugIn) {
-    KZGuard<KZCriticalSection> const guard(listLock);
-    failures.push_back({plugIn, failed});
     auto const isReplaced = [&](Failure const & each) {
         if (plugIn || each.plugIn) return each.plugIn == plugIn;
         return each.report.name == failed.name && each.report.id == failed.id &&
                each.report.path == failed.path;
     };
-    failures.erase(std::remove_if(failures.begin(), failures.end() - 1, isReplaced), failures.end() - 1);
+    std::list<Failure> noted{{plugIn, failed}}, gone;
+    KZGuard<KZCriticalSection> const guard(listLock);
+    gone = Take(failures, isReplaced);
+    if (failures.size() == maxFailures) gone.splice(gone.end(), failures, failures.begin());
+    failures.splice(failures.end(), noted);
 }
 
-void KZHostState::NoteFailure(KZHostedPlugIn const & candidate, KZErrorID const & error) {
-    KZGuard<KZCriticalSection> const guard(listLock);
-    KZHostedPlugIn const * const registered = Find(candidate.plugIn);
-    NoteFailure({candidate.description.name, candidate.description.id, candidate.path, error},
-                registered ? registered->plugIn.GetPtr() : nullptr);
+void KZHostState::NoteFailure(KZHostedPlugIn const & candidate, KZErrorID const & error,
+                              KZFailedPlugIn::Step step) {
+    KZPlugIn const * const plugIn = candidate.plugIn.GetPtr();
+    bool isRegistered = false;
+    {
+        KZGuard<KZCriticalSection> const guard(listLock);
+        isRegistered = Find(plugIn) != nullptr;
+    }
+    NoteFailure({candidate.description.name, candidate.description.id, candidate.path, error, step},
+                isRegistered ? plugIn : nullptr);
 }
 
 void KZHostState::ForgetFailure(KZPlugIn const * plugIn) {
+    std::list<Failure> gone;
     KZGuard<KZCriticalSection> const guard(listLock);
-    std::erase_if(failures, [=](Failure const & each) { return each.plugIn == plugIn; });
+    gone = Take(failures, [=](Failure const & each) { return each.plugIn == plugIn; });
 }
 
 void KZHostState::ForgetFailure(KZString const & path) {
+    std::list<Failure> gone;
     KZGuard<KZCriticalSection> const guard(listLock);
-    std::erase_if(failures, [&](Failure const & each) { return !each.plugIn && each.report.path == path; });
+    gone = Take(failures, [&](Failure const & each) { return !each.plugIn && each.report.path == path; });
 }
 
 std::vector<KZFailedPlugIn> KZApplicationWithPlugIns::GetFailedPlugIns() const {
@@ -183,8 +204,16 @@ std::vector<KZFailedPlugIn> KZApplicationWithPlugIns::GetFailedPlugIns() const {
 }
 
 void KZApplicationWithPlugIns::NoteRunFailure(KZPlugIn const & plugIn, KZErrorID const & error) {
-    KZGuard<KZCriticalSection> const guard(state_->listLock);
-    if (KZHostedPlugIn const * const hosted = state_->Find(&plugIn)) state_->NoteFailure(*hosted, error);
+    KZFailedPlugIn failed{{}, {}, {}, error, KZFailedPlugIn::Run};
+    {
+        KZGuard<KZCriticalSection> const guard(state_->listLock);
+        KZHostedPlugIn const * const hosted = state_->Find(&plugIn);
+        if (!hosted) return;
+        failed.name = hosted->description.name;
+        failed.id = hosted->description.id;
+        failed.path = hosted->path;
+    }
+    state_->NoteFailure(failed, &plugIn);
 }
 
 // --- The end
@@ -220,7 +249,7 @@ void KZApplicationWithPlugIns::Unload(KZPlugIn & plugIn) {
 // released one by one and the libraries stay in memory.
 void KZApplicationWithPlugIns::LetGoOfAll() noexcept {
     KZUnitTest::TestList tests = mainMenu_->TakeTestCases();
-    std::vector<KZHostState::Failure> failures;
+    std::list<KZHostState::Failure> failures;
     {
         KZGuard<KZCriticalSection> const guard(state_->listLock);
         failures.swap(state_->failures);
@@ -323,21 +352,28 @@ KZErrorID KZApplicationWithPlugIns::AddPlugIn(KZSmartPtr<KZPlugIn> plugIn, bool 
     KZGuard<KZFairLock> const guard(state_->lock);
     KZHostedPlugIn const * const known = state_->Find(plugIn);
     KZHostedPlugIn candidate{plugIn, known ? known->path : state_->loadingPath, {}};
-    KZErrorID const error = Add(candidate, checkDependents);
-    if (error.Bad()) state_->NoteFailure(candidate, error);
+    KZFailedPlugIn::Step step = KZFailedPlugIn::Register;
+    KZErrorID const error = Add(candidate, checkDependents, step);
+    if (error.Bad()) state_->NoteFailure(candidate, error, step);
     return error;
 }
 
-KZErrorID KZApplicationWithPlugIns::Add(KZHostedPlugIn & candidate, bool checkDependents) {
+/// Sets `step` to each step that it begins, so that the caller knows which one has failed.
+KZErrorID KZApplicationWithPlugIns::Add(KZHostedPlugIn & candidate, bool checkDependents,
+                                        KZFailedPlugIn::Step & step) {
     KZErrorID error = Attempt([&] { Describe(*candidate.plugIn, candidate.description); });
     if (error.Bad()) return Report(error);
     error = Register(candidate);
-    if (error.Good()) error = AddMembers(candidate, checkDependents);
+    if (error.Bad()) return error;
+    step = KZFailedPlugIn::Dependency;
+    error = AddMembers(candidate, checkDependents);
     // A plug-in is initialised only once. A member of a container may have been initialised before, by itself during a scan.
     bool const isDue = checkDependents && StatusOf(*candidate.plugIn) == KZPlugIn::NotInitialised;
     if (error.Bad() || !isDue) return error;
     error = CheckDependents(candidate.plugIn, true);
-    return error.Bad() ? error : Initialise(candidate);
+    if (error.Bad()) return error;
+    step = KZFailedPlugIn::Init;
+    return Initialise(candidate);
 }
 
 // The plug-in is registered wholly or not at all, so everything that allocates comes first.
@@ -441,7 +477,10 @@ void KZApplicationWithPlugIns::Start(KZPlugIn & plugIn) {
 void KZApplicationWithPlugIns::RunHere(KZRunPlugIn & plugIn) {
     Write(L"\n");
     plugIn.status_ = KZPlugIn::Running;
-    KZErrorID const error = Attempt([&] { static_cast<void>(plugIn.Run()); });
+    KZErrorID const error = Attempt([&] {
+        KZErrorID const result = plugIn.Run();
+        if (result.Bad()) NoteRunFailure(plugIn, result);
+    });
     plugIn.status_ = KZPlugIn::Ended;
     if (error.Bad()) NoteRunFailure(plugIn, Report(error));
 }

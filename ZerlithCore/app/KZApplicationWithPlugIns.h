@@ -21,14 +21,27 @@ struct KZHostedPlugIn;
 struct KZHostState;
 class KZThreadedRunPlugIn;
 
-/// A plug-in that has failed, or a library from which no plug-in could be made.
+/// A plug-in that has failed, a library from which no plug-in could be made, or a directory or list file that could not be
+/// read.
 ///
 /// Thread safety: a plain record.
 struct KZFailedPlugIn {
+    /// What the host was doing.
+    enum Step : int {
+        Search = 0,   ///< reading the directory or list file `path`
+        Load = 1,     ///< loading the library and calling its entry point
+        Register = 2, ///< asking the plug-in for its name, identity and so on
+        Dependency =
+            3, ///< looking for initialised plug-ins that it depends on, or initialising the members of a container
+        Init = 4,
+        Run = 5 ///< starting its run or running it
+    };
+
     KZString name;   ///< empty when the plug-in failed before it was asked
     KZGuid id;       ///< null when the plug-in failed before it was asked
     KZString path;   ///< of the library; empty for a plug-in of the program itself
     KZErrorID error; ///< why
+    Step step = Load;
 };
 
 /// A host of plug-ins. A program constructs it, calls `LoadAndRun` once, and destroys it.
@@ -92,8 +105,9 @@ public:
 
     /// The loaded plug-in of that identity; null when there is none. Doesn't wait for the host's lock.
     [[nodiscard]] KZSmartPtr<KZPlugIn> FindPlugIn(KZGuid const & id) const;
-    /// The plug-ins that could not be loaded, added, initialised or started, and those whose run ended by an exception, in the
-    /// order in which they failed. Each has its last error. A plug-in that is initialised later is removed from the list.
+    /// The plug-ins that could not be loaded, added, initialised or started, those whose run ended by an exception or returned an
+    /// error, and the directories and list files that could not be read, in the order in which they failed. Each is listed once,
+    /// with its last error, and is removed when the same thing works later. Of more than 1,000 the oldest are dropped.
     [[nodiscard]] std::vector<KZFailedPlugIn> GetFailedPlugIns() const;
     /// The loaded plug-ins in the order of adding. Call it only on the thread that adds plug-ins.
     [[nodiscard]] KZSmartPtrVector<KZSmartPtr<KZPlugIn>> const & GetLoadedPlugIns() const { return loaded_; }
@@ -132,7 +146,7 @@ private:
     friend class KZThreadedRunPlugIn;
 
     void Ctor();
-    KZErrorID Add(KZHostedPlugIn & candidate, bool checkDependents);
+    KZErrorID Add(KZHostedPlugIn & candidate, bool checkDependents, KZFailedPlugIn::Step & step);
     KZErrorID Register(KZHostedPlugIn const & candidate);
     KZErrorID AddMembers(KZHostedPlugIn const & container, bool checkDependents);
     KZErrorID Initialise(KZHostedPlugIn const & hosted);

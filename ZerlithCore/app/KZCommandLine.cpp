@@ -1,4 +1,8 @@
 // Splits a command line into arguments, each an option or a file name, and joins them again.
+//
+// What is joined with long options must be split into the same again. Quotes are removed without a look at what is around
+// them: n quotes in a row become n/2, rounded down. So a text's own quotes are doubled, and one more at both ends holds blanks
+// together.
 #include "ZerlithCore/app/KZCommandLine.h"
 
 #include "ZerlithCore/app/detail/KZIgnoreCase.h"
@@ -11,7 +15,7 @@ namespace {
 
 constexpr char16_t quote = u'"';
 
-bool Contains(KZString const & set, char16_t unit) {
+bool HasUnit(KZString const & set, char16_t unit) {
     return std::u16string_view(set).find(unit) != std::u16string_view::npos;
 }
 
@@ -38,6 +42,23 @@ void SplitAtBlanks(std::u16string_view line, Take take) {
     takeUpTo(line.size());
 }
 
+bool IsOption(KZCommandLineArgument const & argument) {
+    return argument.GetArgType() == KZCommandLineArgument::WithoutValue ||
+           argument.GetArgType() == KZCommandLineArgument::WithValue;
+}
+
+/// The text from which splitting makes `text` again.
+KZString Quoted(KZString const & text) {
+    bool const hasBlank = std::ranges::any_of(std::u16string_view(text), KZEncoding::IsBlank);
+    KZString quoted(hasBlank ? u"\"" : u"");
+    for (char16_t const unit : std::u16string_view(text)) {
+        if (unit == quote) quoted += quote;
+        quoted += unit;
+    }
+    if (hasBlank) quoted += quote;
+    return quoted;
+}
+
 } // namespace
 
 KZCommandLine::KZCommandLine(unsigned int argCount, char16_t const * const * argValues,
@@ -52,6 +73,14 @@ KZCommandLine::KZCommandLine(KZString const & commandLine, KZString const & argD
 }
 
 KZCommandLine::~KZCommandLine() = default;
+
+void KZCommandLine::UseLongOptions(std::vector<KZString> const & withValue) {
+    std::vector<KZString> names = withValue;
+    std::vector<KZCommandLineArgument> arguments = ParseLong(names);
+    usesLongOptions_ = true;
+    withValue_.swap(names);
+    arguments_.swap(arguments);
+}
 
 bool KZCommandLine::ArgPresent(KZString const & name) const {
     return GetCommandLineArgument(name).GetArgType() != KZCommandLineArgument::Absent;
@@ -110,10 +139,7 @@ unsigned int KZCommandLine::GetInvalidArguments(std::vector<KZString> const & va
                                                 std::vector<KZString> & invalid) const {
     std::vector<KZString> unknown; // gathered apart, since `valid` and `invalid` may be the same vector
     for (KZCommandLineArgument const & argument : arguments_) {
-        bool const isOption = argument.GetArgType() == KZCommandLineArgument::WithoutValue ||
-                              argument.GetArgType() == KZCommandLineArgument::WithValue;
-        auto const isThis = [&](KZString const & name) { return IsSameName(argument.GetArgument(), name); };
-        if (isOption && std::none_of(valid.begin(), valid.end(), isThis))
+        if (IsOption(argument) && !Contains(valid, argument.GetArgument()))
             unknown.push_back(argument.GetArgument());
     }
     invalid.insert(invalid.end(), unknown.begin(), unknown.end());
@@ -121,6 +147,7 @@ unsigned int KZCommandLine::GetInvalidArguments(std::vector<KZString> const & va
 }
 
 KZString KZCommandLine::GetCompleteCmdLine() const {
+    if (usesLongOptions_) return GetLongCmdLine();
     KZString const argDelimiter = argDelimiters_.SubStr(0, 1), valueDelimiter = valueDelimiters_.SubStr(0, 1);
     KZString line = appName_;
     for (KZCommandLineArgument const & argument : arguments_) {
@@ -129,12 +156,54 @@ KZString KZCommandLine::GetCompleteCmdLine() const {
         line += argument.GetArgument();
         if (argument.GetArgType() != KZCommandLineArgument::WithValue) continue;
         line += valueDelimiter;
-        bool const isQuoted = Contains(argument.GetValueAsString(), u' ');
+        bool const isQuoted = HasUnit(argument.GetValueAsString(), u' ');
         if (isQuoted) line += quote;
         line += argument.GetValueAsString();
         if (isQuoted) line += quote;
     }
     return line;
+}
+
+// Behind "--" an option can't stand, so an option that was added behind such a file name comes before it.
+KZString KZCommandLine::GetLongCmdLine() const {
+    using Argument = KZCommandLineArgument;
+    std::vector<Argument> arguments = arguments_;
+    std::erase_if(arguments, [](Argument const & each) { return each.GetArgType() == Argument::Absent; });
+    auto const mustFollowTheEnd = [&](Argument const & each) {
+        bool const isFirst = &each == arguments.data();
+        return !IsOption(each) && ((isFirst && appName_.IsNull()) || each.GetArgument() == u"--" ||
+                                   IsOption(ParseLongArgument(each.GetArgument())));
+    };
+    auto const protectedFrom = std::ranges::find_if(arguments, mustFollowTheEnd);
+    auto const end = std::stable_partition(protectedFrom, arguments.end(), IsOption);
+
+    // A name in quotes doesn't look like an option.
+    bool const looksLikeOption = HasUnit(argDelimiters_, appName_[0]) && !appName_.IsNull();
+    KZString const name = Quoted(appName_);
+    KZString line = looksLikeOption && name[0] != quote ? u'"' + name + u'"' : name;
+    for (auto each = arguments.begin(); each != arguments.end(); ++each) {
+        if (!line.IsNull()) line += u' ';
+        if (each == end) line += u"-- ";
+        line += IsOption(*each) ? SpelledLong(*each) : Quoted(each->GetArgument());
+    }
+    return line;
+}
+
+/// The option as `--name=value`; in the form of another delimiter if that would be read as something else.
+KZString KZCommandLine::SpelledLong(KZCommandLineArgument const & option) const {
+    KZString const & name = option.GetArgument();
+    bool const hasValue = option.GetArgType() == KZCommandLineArgument::WithValue;
+    bool const isMisread =
+        HasUnit(name, u'=') || (!hasValue && (name.IsNull() || Contains(withValue_, name)));
+    std::size_t const other = std::u16string_view(argDelimiters_).find_first_not_of(u'-');
+    bool const isLong = !isMisread || other == std::u16string_view::npos;
+
+    KZString text = isLong ? KZString(u"--") : KZString(argDelimiters_[static_cast<std::uint32_t>(other)]);
+    text += Quoted(name);
+    if (!hasValue) return text;
+    text += isLong ? u'=' : valueDelimiters_[0];
+    text += Quoted(option.GetValueAsString());
+    return text;
 }
 
 void KZCommandLine::Init(unsigned int argCount, char16_t const * const * argValues,
@@ -172,6 +241,8 @@ void KZCommandLine::Init(KZString const & commandLine, KZString const & argDelim
 }
 
 void KZCommandLine::ParseCommandLine() {
+    usesLongOptions_ = false;
+    withValue_.clear();
     appName_ = argCount_ > 0 ? KZString(GetArgValues()[0]) : KZString();
     rawArguments_.clear();
     arguments_.clear();
@@ -184,7 +255,7 @@ void KZCommandLine::ParseCommandLine() {
 KZCommandLineArgument KZCommandLine::ParseArgument(KZString const & text) const {
     using Argument = KZCommandLineArgument;
     if (text.IsNull()) return {};
-    if (!Contains(argDelimiters_, text[0])) return {Argument::NonStandard, text};
+    if (!HasUnit(argDelimiters_, text[0])) return {Argument::NonStandard, text};
 
     std::u16string_view const units(text);
     std::size_t const split = units.find_first_of(std::u16string_view(valueDelimiters_));
@@ -194,6 +265,44 @@ KZCommandLineArgument KZCommandLine::ParseArgument(KZString const & text) const 
     if (split == std::u16string_view::npos) return {Argument::WithoutValue, KZString(units.substr(1))};
     std::u16string_view const name = split > 1 ? units.substr(1, split - 1) : std::u16string_view();
     return {Argument::WithValue, KZString(name), KZString(units.substr(split + 1))};
+}
+
+std::vector<KZCommandLineArgument> KZCommandLine::ParseLong(std::vector<KZString> const & withValue) const {
+    using Argument = KZCommandLineArgument;
+    std::vector<Argument> arguments;
+    auto text = rawArguments_.begin();
+    for (; text != rawArguments_.end() && *text != u"--"; ++text) {
+        Argument argument = ParseLongArgument(*text);
+        bool const takesNext = IsDashed(*text) && argument.GetArgType() == Argument::WithoutValue &&
+                               Contains(withValue, argument.GetArgument());
+        if (takesNext && text + 1 != rawArguments_.end())
+            argument = {Argument::WithValue, argument.GetArgument(), *++text};
+        arguments.push_back(argument);
+    }
+    if (text == rawArguments_.end()) return arguments;
+    while (++text != rawArguments_.end())
+        arguments.emplace_back(text->IsNull() ? Argument::Absent : Argument::NonStandard, *text);
+    return arguments;
+}
+
+KZCommandLineArgument KZCommandLine::ParseLongArgument(KZString const & text) const {
+    using Argument = KZCommandLineArgument;
+    if (!IsDashed(text)) return ParseArgument(text);
+    if (text.Length() == 1) return {Argument::NonStandard, text};
+    std::u16string_view units(text);
+    units.remove_prefix(units.starts_with(u"--") ? 2 : 1);
+    std::size_t const split = units.find_first_of(std::u16string_view(u"=" + valueDelimiters_));
+    if (split == std::u16string_view::npos) return {Argument::WithoutValue, KZString(units)};
+    return {Argument::WithValue, KZString(units.substr(0, split)), KZString(units.substr(split + 1))};
+}
+
+bool KZCommandLine::Contains(std::vector<KZString> const & names, KZString const & name) const {
+    return std::ranges::any_of(names, [&](KZString const & each) { return IsSameName(each, name); });
+}
+
+/// True when "-" opens an option and `text` begins with it.
+bool KZCommandLine::IsDashed(KZString const & text) const {
+    return text[0] == u'-' && HasUnit(argDelimiters_, u'-');
 }
 
 KZString KZCommandLine::RemoveQuotes(KZString const & text) const {
@@ -234,7 +343,7 @@ bool KZCommandLine::IsSameName(KZString const & a, KZString const & b) const {
 /// True when the line begins with an option instead of the program's name. A first token that looks like a path is the name,
 /// although paths begin like options on some systems.
 bool KZCommandLine::LacksProgramName(KZString const & firstToken, char16_t firstUnit) const {
-    if (!Contains(argDelimiters_, firstUnit)) return false;
+    if (!HasUnit(argDelimiters_, firstUnit)) return false;
     if (firstUnit != u'/' && firstUnit != u'\\') return true;
     std::u16string_view const behind = std::u16string_view(firstToken).substr(firstToken.IsNull() ? 0 : 1);
     bool const hasValue =

@@ -71,6 +71,8 @@ private:
 ///     /usr/lib/x   a path and not an option, since the name contains a second "/"
 ///     -a-b         option `a-b`
 ///
+/// `UseLongOptions` adds the forms that are usual on Linux.
+///
 /// If two options have the same name, the first one is found. Splitting can't fail: an argument that isn't an option is kept
 /// for `GetNonStandardArguments`. Errors: std::bad_alloc only.
 ///
@@ -89,6 +91,21 @@ public:
     KZCommandLine(KZCommandLine const & other) = default;
     KZCommandLine & operator=(KZCommandLine const & other) = default;
     virtual ~KZCommandLine();
+
+    /// Splits the arguments again, so that `--name=value`, `--name value` and `-x` are options, too. Values that were set and
+    /// arguments that were added before are lost, so call it first. "-" must be among the argument delimiters.
+    ///
+    ///     --name=value   option `name` with the value `value`; so are `--name:value` and `-name=value`
+    ///     --name value   the same if `withValue` has the name; otherwise an option without a value, and a file name
+    ///     --name         option `name` without a value; so is `-name`
+    ///     --             ends the options: all arguments behind it are file names
+    ///     -              a file name
+    ///
+    /// Options that begin with another delimiter, such as `/name:value`, are split as before. An option of `withValue` takes any
+    /// next argument as its value, also one that looks like an option; at the end of the line it has no value. Errors:
+    /// std::bad_alloc, and nothing has changed.
+    void UseLongOptions(std::vector<KZString> const & withValue = {});
+    [[nodiscard]] bool UsesLongOptions() const noexcept { return usesLongOptions_; }
 
     [[nodiscard]] KZString const & GetArgDelimiters() const noexcept { return argDelimiters_; }
     [[nodiscard]] KZString const & GetValueDelimiters() const noexcept { return valueDelimiters_; }
@@ -145,6 +162,11 @@ public:
                                      std::vector<KZString> & invalid) const;
     /// The arguments joined into one command line, with the first delimiter of each kind. A value with a blank gets double
     /// quotes, a name never does.
+    ///
+    /// With long options, a KZCommandLine made of the result with the same delimiters and the same `UseLongOptions` has the same
+    /// options and file names. Options come before a "--". What can't be kept: empty arguments that are no values, names with
+    /// delimiters that `AddArg` gave, and, in a line without a program's name, a first option that looks like a path, such as
+    /// `/a=\b`.
     [[nodiscard]] KZString GetCompleteCmdLine() const;
 
 protected:
@@ -168,6 +190,12 @@ protected:
 
 private:
     [[nodiscard]] bool IsSameName(KZString const & a, KZString const & b) const;
+    [[nodiscard]] std::vector<KZCommandLineArgument> ParseLong(std::vector<KZString> const & withValue) const;
+    [[nodiscard]] KZCommandLineArgument ParseLongArgument(KZString const & text) const;
+    [[nodiscard]] bool Contains(std::vector<KZString> const & names, KZString const & name) const;
+    [[nodiscard]] bool IsDashed(KZString const & text) const;
+    [[nodiscard]] KZString GetLongCmdLine() const;
+    [[nodiscard]] KZString SpelledLong(KZCommandLineArgument const & option) const;
     [[nodiscard]] bool LacksProgramName(KZString const & firstToken, char16_t firstUnit) const;
     template <class Value>
     void SetValue(KZString const & name, Value const & value);
@@ -181,6 +209,8 @@ private:
     KZString argDelimiters_;
     KZString valueDelimiters_;
     bool caseSensitive_ = false;
+    bool usesLongOptions_ = false;
+    std::vector<KZString> withValue_; // the long options that take the next argument as their value
     std::vector<KZCommandLineArgument> arguments_;
     // The texts are never changed, so copies of this object share them and the pointers stay valid.
     std::vector<KZString> ownTexts_;

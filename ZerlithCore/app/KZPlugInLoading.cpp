@@ -234,6 +234,10 @@ KZErrorID KZApplicationWithPlugIns::GetDLLPlugInsFromDirectory(char16_t const * 
     if (changeDirectory && files.error.Good()) current.emplace(std::u16string_view(files.directory));
     KZErrorID result = files.error;
     KZGuard<KZFairLock> const guard(state_->lock);
+    if (files.error.Bad())
+        state_->NoteFailure({{}, {}, place, files.error, KZFailedPlugIn::Search});
+    else
+        state_->ForgetFailure(place);
     KZPlugInScan const scan(*state_, complete.size());
     for (KZString const & file : complete) {
         WriteLine(L"LoadLibrary on ", file, L"...");
@@ -252,7 +256,7 @@ KZErrorID KZApplicationWithPlugIns::LoadPlugIn(char16_t const * path, char const
     if (!candidate.Load()) {
         KZErrorID const error = KZDetail::LastSystemError();
         WriteLine(L"LoadLibrary fails on ", file, L": ", error.AsString());
-        state_->NoteFailure({{}, {}, file, error});
+        state_->NoteFailure({{}, {}, file, error, KZFailedPlugIn::Load});
         return error;
     }
     KZErrorID const error = TakePlugIn(candidate.library, file, entryPoint, candidate.plugIn);
@@ -270,14 +274,14 @@ KZErrorID KZApplicationWithPlugIns::TakePlugIn(void * library, KZString const & 
         KZString reason;
         reason.Format(u"Cannot locate \"%S\" entry point", entryPoint);
         WriteLine(L"LoadPlugIn failed on ", file, L": ", reason);
-        state_->NoteFailure({{}, {}, file, KZErrorID(new KZErrorString(reason))});
+        state_->NoteFailure({{}, {}, file, KZErrorID(new KZErrorString(reason)), KZFailedPlugIn::Load});
         return KZErrorID(0);
     }
     KZErrorID error = KZDetail::Attempt([&] { plugIn = make(); });
     if (error.Good() && plugIn.IsNull())
         error = KZErrorID(new KZErrorString(file + u": the entry point made no plug-in"));
     if (error.Bad()) {
-        state_->NoteFailure({{}, {}, file, error});
+        state_->NoteFailure({{}, {}, file, error, KZFailedPlugIn::Load});
         return KZDetail::Report(error);
     }
     Meanwhile const loading(state_->loadingPath, file);

@@ -28,7 +28,10 @@ void KZThreadedRunPlugIn::RunInThread() {
         explicit RunningMark(KZThreadedRunPlugIn & of) : plugIn(of) { plugIn.SetRunning(true); }
         ~RunningMark() { plugIn.SetRunning(false); } // also after an exception, since the host waits for it
     } const mark(*this);
-    KZErrorID const error = KZDetail::Attempt([this] { static_cast<void>(Run()); });
+    KZErrorID const error = KZDetail::Attempt([this] {
+        KZErrorID const result = Run();
+        if (result.Bad() && host_) host_->NoteRunFailure(*this, result);
+    });
     if (error.Good()) return;
     KZDetail::Report(error);
     if (host_) host_->NoteRunFailure(*this, error);

@@ -36,9 +36,17 @@ std::u16string_view TakeLine(std::u16string_view & rest) {
     return line;
 }
 
-void WriteRow(std::wostream & stream, KZString const & option, KZString const & description) {
+/// The option with "=" in place of the first ":".
+KZString LongOption(KZString const & option) {
+    std::u16string text(option);
+    if (std::size_t const colon = text.find(u':'); colon != std::u16string::npos) text[colon] = u'=';
+    return KZString(std::u16string_view(text));
+}
+
+void WriteRow(std::wostream & stream, KZString const & option, KZString const & description,
+              std::u16string_view lead) {
     std::u16string_view rest(description);
-    std::u16string text = u"   /" + Padded(std::u16string_view(option), optionWidth);
+    std::u16string text = std::u16string(lead) + Padded(std::u16string_view(option), optionWidth);
     if (option.Length() > optionWidth)
         text += u'\n';
     else
@@ -60,6 +68,15 @@ bool KZUsageInfo::GetCmdLineArgDesc(unsigned int index, KZString & option, KZStr
     return true;
 }
 
+std::vector<KZString> KZUsageInfo::GetCmdLineArgNames() const {
+    std::vector<KZString> names;
+    for (Description const & each : descriptions_) {
+        std::u16string_view const option(each.option);
+        names.emplace_back(option.substr(0, option.find_first_of(u":[={ ")));
+    }
+    return names;
+}
+
 void KZUsageInfo::AddCmdLineArgDesc(KZString const & option, KZString const & description, bool flag) {
     descriptions_.push_back({option, description, flag});
 }
@@ -68,7 +85,8 @@ void KZUsageInfo::AddCmdLineArgDesc(char const * option, char const * descriptio
     AddCmdLineArgDesc(FromNarrow(option), FromNarrow(description), flag);
 }
 
-void KZWriteUsage(std::wostream & stream, KZString const & appName, std::vector<KZUsageInfo> const & infos) {
+void KZWriteUsage(std::wostream & stream, KZString const & appName, std::vector<KZUsageInfo> const & infos,
+                  bool longOptions) {
     std::wstring const banner = std::wstring(bannerWidth, L'*') + L'\n';
     stream << banner << banner << L"USAGE: ";
     KZDetail::WriteUnits(stream, std::u16string_view(appName));
@@ -79,6 +97,9 @@ void KZWriteUsage(std::wostream & stream, KZString const & appName, std::vector<
         KZString option, description;
         bool flag = false;
         for (unsigned int i = 0; info.GetCmdLineArgDesc(i, option, description, flag); ++i)
-            WriteRow(stream, option, description);
+            if (longOptions)
+                WriteRow(stream, LongOption(option), description, u"  --");
+            else
+                WriteRow(stream, option, description, u"   /");
     }
 }

@@ -30,6 +30,8 @@ public:
     /// doesn't use it. Narrow texts are UTF-8; null counts as empty.
     void AddCmdLineArgDesc(KZString const & option, KZString const & description, bool flag = false);
     void AddCmdLineArgDesc(char const * option, char const * description, bool flag = false);
+    /// The names of the options: of "level:{number}" and "log[:file]" the parts "level" and "log".
+    [[nodiscard]] std::vector<KZString> GetCmdLineArgNames() const;
 
 private:
     struct Description {
@@ -43,6 +45,7 @@ private:
 };
 
 /// Writes how `appName` is used: a banner, and for each of `infos` the general text and the options in two columns of 20
-/// and 54 units. A long option gets a line of its own; descriptions are broken at blanks. Thread safety: as `stream`.
+/// and 54 units. A long option gets a line of its own; descriptions are broken at blanks. An option "level:{number}" is shown
+/// as "/level:{number}", with `longOptions` as "--level={number}". Thread safety: as `stream`.
 KZ_EXPORT void KZWriteUsage(std::wostream & stream, KZString const & appName,
-                            std::vector<KZUsageInfo> const & infos);
+                            std::vector<KZUsageInfo> const & infos, bool longOptions = false);

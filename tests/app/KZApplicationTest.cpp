@@ -3,6 +3,7 @@
 #include "ZerlithCore/diagnostics/KZLockedCOUT.h"
 #include "ZerlithCore/diagnostics/KZTrace.h"
 #include "app/HostProcess.h"
+#include "platform/ChildProcess.h"
 
 #include <gtest/gtest.h>
 
@@ -138,6 +139,42 @@ TEST_F(KZApplicationTest, ShowsItsUsageInColumns) {
     EXPECT_NE(text.find(L"   /osxpath:{directory}  Specify to load"), std::wstring::npos);
     EXPECT_NE(text.find(L"   /much-too-long-for-the-column:{value}\n"), std::wstring::npos);
     EXPECT_LT(text.find(L"noConsole"), text.find(L"Counts things."));
+}
+
+TEST_F(KZApplicationTest, TellsUnknownOptions) {
+    KZApplicationWithPlugIns application(Line(Config("") + "/Trace:1 /osxpath:x /?  /help /-a:b /c file"),
+                                         capture);
+    std::wostringstream out;
+    EXPECT_TRUE(application.ReportUnknownOptions(&out));
+    EXPECT_EQ(out.str(), L"The option /-a is unknown.\nThe option /c is unknown.\n"
+                         L"The options are listed by /help.\n");
+    KZUsageInfo own;
+    own.AddCmdLineArgDesc("-a:{x}", "");
+    own.AddCmdLineArgDesc("C", "");
+    application.AddCustomUsageInfo(own);
+    EXPECT_FALSE(application.ReportUnknownOptions(&out));
+}
+
+// In a process of its own, since long options are asked for until the process ends.
+TEST_F(KZApplicationTest, TakesLongOptionsWhenAskedBefore) {
+    auto const body = [&] {
+        KZApplication const before(Line(Config("[KZCore]\nDebugPath=/var/tmp\n") + "--trace=4"), capture);
+        KZApplication::UseLongOptions({u"port"});
+        EXPECT_EQ(before.GetTraceLevel(), 1U);
+        std::string const config = "--config " + place.Path("tool.ini");
+        KZApplicationWithPlugIns const application(Line(config + " --port 80 --trace=2 --prot"), capture);
+        EXPECT_EQ(application.GetTmpDirectory(), u"/var/tmp");
+        EXPECT_EQ(application.GetTraceLevel(), 2U);
+        EXPECT_EQ(application.GetArg(u"port", KZString(), 0), 80);
+        std::wostringstream out;
+        EXPECT_TRUE(application.ReportUnknownOptions(&out));
+        EXPECT_EQ(out.str(), L"The option --port is unknown.\nThe option --prot is unknown.\n"
+                             L"The options are listed by --help.\n");
+        application.DisplayUsage(&out);
+        EXPECT_NE(out.str().find(L"\n  --consoleToFile[=filename]\n"), std::wstring::npos);
+        return HasFailure() ? 1 : 0;
+    };
+    EXPECT_EQ(ChildProcess(body).Status(), 0);
 }
 
 } // namespace

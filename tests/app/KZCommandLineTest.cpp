@@ -74,6 +74,53 @@ TEST(KZCommandLine, PutsTheLineTogetherAgain) {
         EXPECT_EQ(Parse(each.in).GetCompleteCmdLine(), each.expected) << "line " << each.line;
 }
 
+KZCommandLine ParseLong(KZString const & text) {
+    KZCommandLine line = Parse(text);
+    line.UseLongOptions({u"out", u"o"});
+    return line;
+}
+
+TEST(KZCommandLine, TakesLongOptionsWhenAsked) {
+    constexpr Case cases[] = {
+        {u"p --a -b --", __LINE__, u"p|0:a|0:b"},
+        {u"p --a=1=2:3 --b:4=5 -c=6 --d= --=e", __LINE__, u"p|1:a=1=2:3|1:b=4=5|1:c=6|1:d=|1:=e"},
+        {u"p --out f --OUT=g -o -x h", __LINE__, u"p|1:out=f|1:OUT=g|1:o=-x|2:h"},
+        {u"p --a f --out", __LINE__, u"p|0:a|2:f|0:out"},
+        {u"p --out -- f", __LINE__, u"p|1:out=--|2:f"},
+        {u"p - --a -- --b /c -- f", __LINE__, u"p|2:-|0:a|2:--b|2:/c|2:--|2:f"},
+        // As without long options.
+        {u"p /a:1 /out f /b=c /usr/x ---d", __LINE__, u"p|1:a=1|0:out|2:f|0:b=c|2:/usr/x|0:-d"},
+    };
+    for (Case const & each : cases)
+        EXPECT_EQ(Shape(ParseLong(each.in)), each.expected) << "line " << each.line;
+    EXPECT_EQ(Shape(Parse(u"p --a=1 --b:2 --")), u"p|0:-a=1|1:-b=2|0:-") << "isn't asked";
+    KZCommandLine line(u"p --a=1 /b", u"/", u":", false);
+    line.UseLongOptions();
+    EXPECT_EQ(Shape(line), u"p|2:--a=1|0:b") << "a dash is no delimiter";
+}
+
+TEST(KZCommandLine, PutsLongOptionsTogetherSoThatTheyAreReadAgain) {
+    constexpr Case cases[] = {
+        {u"p --a -b:\"x y\" --out f g", __LINE__, u"p --a --b=\"x y\" --out=f g"},
+        {u"\"a b\" --\"c d\" \"e\tf\" -- -x", __LINE__, u"\"a b\" --\"c d\" \"e\tf\" -- -x"},
+        {u"p --a=\"1\"\"2\" --b=\"\" --c=\"\"\" \"", __LINE__, u"p --a=1\"\"2 --b=\"\" --c=\"\"\" \""},
+        {u"p /out / /b=c:d - --out", __LINE__, u"p /out / /b=c:d - /out"},
+        {u"--a f", __LINE__, u"--a f"},
+        {u"-- f --g", __LINE__, u"-- f --g"},
+        {u"\"-p\" -- --", __LINE__, u"\"-p\" -- --"},
+        {u"", __LINE__, u""},
+    };
+    for (Case const & each : cases) {
+        KZCommandLine const line = ParseLong(each.in);
+        KZString const joined = line.GetCompleteCmdLine();
+        EXPECT_EQ(joined, each.expected) << "line " << each.line;
+        EXPECT_EQ(Shape(ParseLong(joined)), Shape(line)) << "line " << each.line;
+    }
+    KZCommandLine line = ParseLong(u"p f -- -x");
+    line.AddArg(u"a", u"b");
+    EXPECT_EQ(line.GetCompleteCmdLine(), u"p f --a=b -- -x");
+}
+
 TEST(KZCommandLine, HoldsTheArrays) {
     char16_t const * const arguments[] = {u"tool", u"/x", nullptr, u"f"};
     KZCommandLine const given(4, arguments, u"/-", u":", false);

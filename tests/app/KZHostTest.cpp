@@ -77,13 +77,14 @@ TEST(KZHost, RefusesWhatItCannotUseAndGoesOn) {
                 "deleted\n" +
                 Exit;
     // These texts are made after the libraries from which some of them come have been unloaded.
-    expected += "FAILED Clash, 1, clash.osx: <Clash> ID's is used by another plugin or the plugin is already "
-                "loaded in the application.\n"
-                "FAILED , 0, noentry.osx: Cannot locate \"GetPlugInObject\" entry point\n"
-                "FAILED Failing, 5, failing.osx: refused\n"
-                "FAILED Missing, 7, needsmissing.osx: <Missing> Can't find dependent <Nobody>\n"
-                "FAILED Nameless, 8, nameless.osx: <Nameless> failed dependency checking (NOT LOADED).\n"
-                "FAILED Needs failing, 6, needsfailing.osx: <Needs failing> Can't find dependent <Failing>\n";
+    expected +=
+        "FAILED Clash, 1, clash.osx: <Clash> ID's is used by another plugin or the plugin is already "
+        "loaded in the application., step 2\n"
+        "FAILED , 0, noentry.osx: Cannot locate \"GetPlugInObject\" entry point, step 1\n"
+        "FAILED Failing, 5, failing.osx: refused, step 4\n"
+        "FAILED Missing, 7, needsmissing.osx: <Missing> Can't find dependent <Nobody>, step 3\n"
+        "FAILED Nameless, 8, nameless.osx: <Nameless> failed dependency checking (NOT LOADED)., step 3\n"
+        "FAILED Needs failing, 6, needsfailing.osx: <Needs failing> Can't find dependent <Failing>, step 3\n";
     EXPECT_EQ(result.console, expected);
 }
 
@@ -98,18 +99,28 @@ TEST(KZHost, ContainsWhateverAPlugInFailsIn) {
         std::vector<std::string> told;
     };
     Case const cases[] = {
-        {"GetPlugInObject", false, {"ERR> ***in D GetPlugInObject\n" + refused, unnamed + "GetPlugInObject"}},
-        {"GetName", false, {"ERR> ***in D GetName\n" + refused + "D is deleted\n", unnamed + "GetName\n"}},
+        {"GetPlugInObject",
+         false,
+         {"ERR> ***in D GetPlugInObject\n" + refused, unnamed + "GetPlugInObject, step 1\n"}},
+        {"GetName",
+         false,
+         {"ERR> ***in D GetName\n" + refused + "D is deleted\n", unnamed + "GetName, step 2\n"}},
         {"GetName fault", false, {"ERR> ***", refused + "D is deleted\n"}},
-        {"GetId", false, {"ERR> ***in D GetId\n" + refused, "FAILED D, 0, d.osx: in D GetId\n"}},
-        {"GetStatus", false, {"ERR> ***in D GetStatus\n" + refused, named + "GetStatus\n"}},
-        {"GetDependentV", false, {"ERR> ***in D GetDependentV\n" + refused, named + "GetDependentV\n"}},
+        {"GetId", false, {"ERR> ***in D GetId\n" + refused, "FAILED D, 0, d.osx: in D GetId, step 2\n"}},
+        {"GetStatus", false, {"ERR> ***in D GetStatus\n" + refused, named + "GetStatus, step 2\n"}},
+        {"GetDependentV",
+         false,
+         {"ERR> ***in D GetDependentV\n" + refused, named + "GetDependentV, step 2\n"}},
         {"GetDependentV fault", false, {"ERR> ***", refused + "D is deleted\n"}},
-        {"GetUsageInfo", false, {"ERR> ***in D GetUsageInfo\n" + refused, named + "GetUsageInfo\n"}},
-        {"QueryInterface", false, {">>>> Initializing <D>... Done.\n", named + "QueryInterface\n", unloaded}},
-        {"Init", false, {">>>> Initializing <D>...Failed.\nERR> ***in D Init\n", named + "Init\n", unloaded}},
+        {"GetUsageInfo", false, {"ERR> ***in D GetUsageInfo\n" + refused, named + "GetUsageInfo, step 2\n"}},
+        {"QueryInterface",
+         false,
+         {">>>> Initializing <D>... Done.\n", named + "QueryInterface, step 5\n", unloaded}},
+        {"Init",
+         false,
+         {">>>> Initializing <D>...Failed.\nERR> ***in D Init\n", named + "Init, step 4\n", unloaded}},
         {"Init fault", false, {">>>> Initializing <D>...", "Failed.\nERR> ***", unloaded}},
-        {"Run", false, {"RUN> Running <D>...\nERR> ***in D Run\n", named + "Run\n", unloaded}},
+        {"Run", false, {"RUN> Running <D>...\nERR> ***in D Run\n", named + "Run, step 5\n", unloaded}},
         {"Run fault", false, {"RUN> Running <D>...\n", "ERR> ***", named.substr(0, 20), unloaded}},
         {"GetName later", true, {"ERR> ***in D GetName\nRUN> Running <D>...\n", unloaded}},
         {"GetStatus later", true, {"ERR> ***in D GetStatus\nRUN> Running <D>...\n", unloaded}},
@@ -149,11 +160,12 @@ TEST(KZHost, LetsGoOfWhatPlugInsLeaveBeforeTheirLibraries) {
     TestVariable const thread("HOST_ON_THREAD", "1");
     EXPECT_EQ(run({}), told + "error is deleted\n" + Exit + "left exit function runs\n" + gone);
     // So does an object of the library that somebody holds.
-    EXPECT_EQ(run({"/failures"}),
-              told + "The library " + Library("threaded") +
-                  " stays in memory: objects of it are still held\n" + Exit + "left exit function runs\n" +
-                  "FAILED Threaded, 100, threaded.osx: an error of this library's own\nerror is deleted\n" +
-                  gone);
+    EXPECT_EQ(
+        run({"/failures"}),
+        told + "The library " + Library("threaded") + " stays in memory: objects of it are still held\n" +
+            Exit + "left exit function runs\n" +
+            "FAILED Threaded, 100, threaded.osx: an error of this library's own, step 4\nerror is deleted\n" +
+            gone);
 }
 
 TEST(KZHost, KeepsALibraryInWhichThreadsRun) {
@@ -241,16 +253,18 @@ TEST(KZHost, TellsWhatItCannotFind) {
     place.Write("text.osx", "no library\n");
     std::filesystem::create_directory(place.Path("directory.lst"));
     std::filesystem::create_symlink("/proc/self/mem", place.Path("fails.lst")); // opens, but can't be read
-    std::pair<char const *, std::string> const cases[] = {
-        {"/osxpath:/no/such", "Invalid directory: /no/such\n"},
-        {"/osxpath:/no/such/my.lst", "The plug-ins list file /no/such/my.lst does not exist.\n"},
-        {"/osxpath:directory.lst", "The plug-ins list file directory.lst does not exist.\n"},
-        {"/osxpath:fails.lst", "The plug-ins list file fails.lst cannot be read.\n"},
-        {"/osxpath:.", "LoadLibrary fails on " + place.Path("text.osx") + ": "},
+    std::tuple<char const *, std::string, char const *> const cases[] = {
+        {"/osxpath:/no/such", "Invalid directory: /no/such\n", "FAILED , 0, such: Invalid dir"},
+        {"/osxpath:/no/such/my.lst", "The plug-ins list file /no/such/my.lst does not exist.\n",
+         ", step 0\n"},
+        {"/osxpath:directory.lst", "The plug-ins list file directory.lst does not exist.\n", ", step 0\n"},
+        {"/osxpath:fails.lst", "The plug-ins list file fails.lst cannot be read.\n", ", step 0\n"},
+        {"/osxpath:.", "LoadLibrary fails on " + place.Path("text.osx") + ": ", ", step 1\n"},
     };
-    for (auto const & [option, expected] : cases) {
-        HostResult const result = RunHost(TEST_HOST, {option}, place.Path());
-        EXPECT_NE(result.console.find(expected), std::string::npos) << option << '\n' << result.console;
+    for (auto const & [option, expected, listed] : cases) {
+        HostResult const result = RunHost(TEST_HOST, {option, "/failures"}, place.Path());
+        for (std::string const & text : {expected, std::string(listed)})
+            EXPECT_NE(result.console.find(text), std::string::npos) << option << '\n' << result.console;
         EXPECT_EQ(result.status, 0) << option;
     }
 }

@@ -4,6 +4,7 @@
 #include "ZerlithCore/app/KZThreadedRunPlugIn.h"
 #include "ZerlithCore/app/detail/KZFairLock.h"
 #include "ZerlithCore/errors/KZException.h"
+#include "ZerlithCore/messages/KZError.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
 #include "foundation/EndsWithItsLastHandle.h"
 
@@ -130,6 +131,40 @@ TEST(KZApplicationWithPlugIns, WaitsForAPlugInThatNeedsIt) {
     static_cast<void>(busy->isRunning.Wait(0xFFFFFFFFU));
     host.RequestExit(true);
     EXPECT_FALSE(host.FindPlugIn({7, 0, 0, 0}).IsNull());
+}
+
+TEST(KZApplicationWithPlugIns, ListsBadResultsOfRunsAndTheLatestFailures) {
+    struct Failing : Named {
+        using Named::Named;
+        KZErrorID Run() override { return KZErrorID(new KZErrorString(u"no paper")); }
+    };
+    struct FailingThread : Threaded {
+        KZErrorID Run() override { return KZErrorID(new KZErrorString(u"no ink")); }
+    };
+    Host host;
+    host.SetPollInterval(1);
+    host.LoadPlugIn(KZSmartPtr<KZPlugIn>(new Failing(u"f", 1, {})));
+    host.LoadPlugIn(KZSmartPtr<KZPlugIn>(new FailingThread));
+    host.Run();
+    auto const texts = [&] {
+        std::vector<KZString> all;
+        for (KZFailedPlugIn const & each : host.GetFailedPlugIns())
+            all.push_back(each.name + each.path + each.error.AsString());
+        return all;
+    };
+    EXPECT_EQ(texts(), (std::vector<KZString>{u"fno paper", u"Threadedno ink"}));
+    EXPECT_EQ(host.GetFailedPlugIns()[1].step, KZFailedPlugIn::Run);
+
+    KZString path;
+    for (int i = 0; i < 1001; ++i) {
+        path.Format(u"/no/%d.osx", i);
+        host.LoadPlugIn(path.c_str(), "GetPlugInObject");
+    }
+    host.LoadPlugIn(u"/no/1.osx", "GetPlugInObject");
+    std::vector<KZFailedPlugIn> const failed = host.GetFailedPlugIns();
+    ASSERT_EQ(failed.size(), 1000U);
+    EXPECT_EQ(failed.front().path, u"/no/2.osx");
+    EXPECT_EQ(failed.back().path, u"/no/1.osx");
 }
 
 TEST(KZFairLock, LetsInWhoAskedBeforeTheOwnerAsksAgain) {

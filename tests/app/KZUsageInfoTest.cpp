@@ -37,6 +37,14 @@ TEST(KZUsageInfo, IsWrittenUnderABanner) {
     bool flag = false;
     EXPECT_TRUE(first.GetCmdLineArgDesc(0, option, description, flag) && flag && option == u"level:{number}");
     EXPECT_FALSE(first.GetCmdLineArgDesc(1, option, description, flag));
+
+    first.AddCmdLineArgDesc("log[:file:name]", "");
+    out.str({});
+    KZWriteUsage(out, u"tool", {first, second}, true);
+    for (wchar_t const * row :
+         {L"\n  --level={number}       How", L"\n  --log[=file:name]      ", L"\n  --x  "})
+        EXPECT_NE(out.str().find(row), std::wstring::npos) << row;
+    EXPECT_EQ(first.GetCmdLineArgNames(), (std::vector<KZString>{u"level", u"log"}));
 }
 
 TEST(KZUsageInfo, BreaksLinesAtBlanks) {

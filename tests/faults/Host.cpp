@@ -39,12 +39,19 @@ class HostRun : public Work {
 
 class CommandLines : public Work {
     bool Act() override {
-        KZCommandLine const line(u"program /name:\"a value\" /flag other", u"/-", u":", false);
+        KZCommandLine line(u"program /name:\"a value\" /flag other --out", u"/-", u":", false);
         value_ = line.GetArg(u"name", KZString());
-        return true;
+        try {
+            line.UseLongOptions({u"out", u"a name of some length"});
+        } catch (std::bad_alloc const &) {
+            if (line.UsesLongOptions() || !line.ArgPresent(u"-out")) value_ = u"half split";
+            return false;
+        }
+        return line.GetCompleteCmdLine() == u"program --name=\"a value\" --flag other /out";
     }
     void Check(bool isWhole) override {
-        Expect(!isWhole || value_ == u"a value", "another value " + value_.AsUTF8());
+        Expect(!(isWhole || value_ == u"half split") || value_ == u"a value",
+               "another value " + value_.AsUTF8());
     }
     KZString value_;
 };

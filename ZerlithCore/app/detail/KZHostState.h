@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <list>
 #include <utility>
 #include <vector>
 
@@ -48,17 +49,18 @@ struct KZHostState {
 
     /// The entry of a plug-in; null when it isn't registered. Requires: the caller holds one of the locks.
     [[nodiscard]] KZHostedPlugIn * Find(KZPlugIn const * plugIn) noexcept;
-    /// Records why a plug-in has failed, in place of an earlier record about it.
+    /// Records why a plug-in has failed, in place of an earlier record about it. Call it without `listLock`: the earlier error
+    /// is released, and its class may be in a plug-in.
     void NoteFailure(KZFailedPlugIn const & failed, KZPlugIn const * plugIn = nullptr);
-    void NoteFailure(KZHostedPlugIn const & candidate, KZErrorID const & error);
+    void NoteFailure(KZHostedPlugIn const & candidate, KZErrorID const & error, KZFailedPlugIn::Step step);
     void ForgetFailure(KZPlugIn const * plugIn);
-    /// Forgets the failures of a library from which no plug-in was made.
+    /// Forgets the failures of a library from which no plug-in was made, or of a place that could not be searched.
     void ForgetFailure(KZString const & path);
 
     KZFairLock lock;
     KZCriticalSection listLock;
     std::deque<KZHostedPlugIn> plugIns; // in the order of adding
-    std::vector<Failure> failures;
+    std::list<Failure> failures;        // a list, so that records leave it without allocating
 
     // Guarded by `lock`.
     KZPlugInLibraries libraries;

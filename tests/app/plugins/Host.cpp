@@ -21,7 +21,8 @@ struct Program {
     void Afterwards() const {
         for (KZFailedPlugIn const & each : failed)
             KZGetConsole() << L"FAILED " << each.name << L", " << each.id.Word(0) << L", "
-                           << KZPath(each.path).GetFileName() << L": " << each.error.AsString() << std::endl;
+                           << KZPath(each.path).GetFileName() << L": " << each.error.AsString() << L", step "
+                           << static_cast<int>(each.step) << std::endl;
         KZLogManager const & manager = KZApplication::GetLogManager();
         for (auto place = manager.GetFirstChannelItr(); KZLogChannel * const channel = *place; ++place)
             channel->GetStream().GetStream(0) << L"heard by nobody" << std::endl;
