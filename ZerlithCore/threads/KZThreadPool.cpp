@@ -16,7 +16,6 @@
 #include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
-#include <deque>
 #include <utility>
 
 namespace {
