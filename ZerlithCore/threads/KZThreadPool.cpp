@@ -1,13 +1,18 @@
 // A worker is unstarted, idle or at work. A thread that takes a worker out of the list of idle ones gives it a callback and
-// wakes it once, so the worker's event is posted exactly once for each sleep.
+// wakes it once.
 //
 // Only the construction and the queue allocate. The lists have room for all workers from the start, so a worker can
 // always become idle, and a shut-down can't fail.
+//
+// What costs is not the work but passing memory from one processor to another. So the lock and what each call changes
+// under it lie in one cache line.
 //
 // Code of the program, a callback or the factory, may destroy the pool that calls it. So a worker checks after each such call
 // whether the pool still exists.
 #include "ZerlithCore/threads/KZThreadPool.h"
 
+#include "ZerlithCore/threads/KZCriticalSection.h"
+#include "ZerlithCore/threads/detail/Fifo.h"
 #include "ZerlithCore/threads/detail/UnhandledException.h"
 
 #include <algorithm>
@@ -27,36 +32,58 @@ void Run(KZSmartPtr<KZCallback> & callback) noexcept {
     callback.Clear();
 }
 
-template <class Handle>
-Handle TakeFirst(std::vector<Handle> & handles) noexcept {
-    Handle first = std::move(handles.front());
-    handles.erase(handles.begin());
-    return first;
-}
+using Guard = KZGuard<KZCriticalSection>;
 
 } // namespace
 
+/// What the lock guards, together with the callbacks that are given to idle workers.
+struct alignas(64) KZThreadPool::Lists {
+    KZCriticalSection section;
+    KZDetail::Fifo<KZSmartPtr<KZCallback>> queue;
+    KZDetail::Fifo<ChildThreadInfo *> idle; // first the one that has been idle for the longest time
+    KZDetail::Fifo<ChildThreadInfo *> unstarted;
+    bool isShutDown = false;
+};
+
 KZThreadPool::ChildThreadInfo::ChildThreadInfo(KZThreadPool * pool) : pool_(pool) {}
+
+// Only a worker that has gone to sleep needs the event; one that still looks sees `Woken`.
+void KZThreadPool::ChildThreadInfo::WakeUp() noexcept {
+    if (rest_.exchange(Woken, std::memory_order_acq_rel) == Asleep) wakeUp_.post();
+}
+
+void KZThreadPool::ChildThreadInfo::AwaitWakeUp() noexcept {
+    for (int look = 0; look < looksBeforeSleep && rest_.load(std::memory_order_acquire) != Woken; ++look)
+        KZThread::yield();
+    Rest rest = Awake;
+    if (rest_.compare_exchange_strong(rest, Asleep, std::memory_order_acq_rel)) {
+        wakeUp_.wait();
+        wakeUp_.reset();
+    }
+    rest_.store(Awake, std::memory_order_relaxed);
+}
 
 KZThreadPool::ChildThreadInfo::~ChildThreadInfo() = default;
 
 KZThreadPool::KZThreadPool(Factory factory, void * factoryData, bool discardOnShutdown, int priority)
     : priority_(priority)
-    , queue_(std::make_unique<Queue>())
     , factory_(factory)
     , factoryData_(factoryData)
-    , discardOnShutdown_(discardOnShutdown) {}
+    , discardOnShutdown_(discardOnShutdown)
+    , lists_(std::make_unique<Lists>()) {}
 
 // This constructor delegates, so if it throws, the destructor runs and joins the workers that were started.
 KZThreadPool::KZThreadPool(int threads, Factory factory, void * factoryData, bool startLazily,
                            bool discardOnShutdown, int priority)
     : KZThreadPool(factory, factoryData, discardOnShutdown, priority) {
     auto const count = static_cast<std::size_t>(std::max(threads, 0));
-    for (std::vector<Worker> * const list : {&workers_, &idle_, &unstarted_}) list->reserve(count);
+    workers_.reserve(count);
+    lists_->idle.Reserve(count);
+    lists_->unstarted.Reserve(count);
     while (workers_.size() < count) workers_.push_back(MakeWorker());
-    KZGuard<KZCriticalSection> const guard(section_);
+    Guard const guard(lists_->section);
     for (Worker const & worker : workers_)
-        if (startLazily || !StartWorker(*worker)) unstarted_.push_back(worker);
+        if (startLazily || !StartWorker(*worker)) lists_->unstarted.Add(worker.GetPtr());
 }
 
 KZThreadPool::Worker KZThreadPool::MakeWorker() {
@@ -89,35 +116,29 @@ bool KZThreadPool::Post(KZSmartPtr<KZCallback> callback) {
     if (callback.IsNull()) return false;
     Worker idle;
     {
-        KZGuard<KZCriticalSection> const guard(section_);
-        if (isShutDown_) return false;
-        if (!idle_.empty()) {
-            idle = TakeFirst(idle_);
+        Guard const guard(lists_->section);
+        if (lists_->isShutDown) return false;
+        if (!lists_->idle.IsEmpty()) {
+            idle = lists_->idle.Take();
             idle->pending_ = std::move(callback);
         } else {
-            queue_->push_back(std::move(callback));
-            if (!unstarted_.empty() && StartWorker(*unstarted_.front())) TakeFirst(unstarted_);
+            lists_->queue.Add(std::move(callback));
+            auto & unstarted = lists_->unstarted;
+            if (!unstarted.IsEmpty() && StartWorker(*unstarted.First())) unstarted.Take();
         }
     }
     // Woken after the lock is released, so that the worker doesn't have to wait for it at once.
-    if (!idle.IsNull()) {
-        idle->isWoken_.store(true, std::memory_order_release);
-        idle->wakeUp_.post();
-    }
+    if (!idle.IsNull()) idle->WakeUp();
     return true;
 }
 
 void KZThreadPool::Shutdown() {
     // Declared before the guard, so its callbacks are destroyed after the lock is released.
-    std::unique_ptr<Queue> discarded;
-    KZGuard<KZCriticalSection> const guard(section_);
-    if (std::exchange(isShutDown_, true)) return;
-    if (discardOnShutdown_) discarded = std::move(queue_);
-    for (Worker const & worker : idle_) {
-        worker->isWoken_.store(true, std::memory_order_release);
-        worker->wakeUp_.post();
-    }
-    idle_.clear();
+    KZDetail::Fifo<KZSmartPtr<KZCallback>> discarded;
+    Guard const guard(lists_->section);
+    if (std::exchange(lists_->isShutDown, true)) return;
+    if (discardOnShutdown_) std::swap(discarded, lists_->queue);
+    while (!lists_->idle.IsEmpty()) lists_->idle.Take()->WakeUp();
 }
 
 void KZThreadPool::GetThreadIds(std::vector<KZThread_t> & ids) const {
@@ -147,21 +168,18 @@ void KZThreadPool::ChildThread(ChildThreadInfo * info) {
 }
 
 KZSmartPtr<KZCallback> KZThreadPool::TakeFromQueue() noexcept {
-    if (!queue_ || queue_->empty()) return {};
-    KZSmartPtr<KZCallback> callback = std::move(queue_->front());
-    queue_->pop_front();
-    return callback;
+    return lists_->queue.IsEmpty() ? KZSmartPtr<KZCallback>() : lists_->queue.Take();
 }
 
 // Looks for the worker's own callback, then for one in the queue. Without either the worker becomes idle, if `mayRest`.
 KZThreadPool::Look KZThreadPool::LookForWork(ChildThreadInfo & info, bool mayRest,
                                              KZSmartPtr<KZCallback> & callback) {
-    KZGuard<KZCriticalSection> const guard(section_);
+    Guard const guard(lists_->section);
     callback = !info.pending_.IsNull() ? std::exchange(info.pending_, {}) : TakeFromQueue();
     if (!callback.IsNull()) return Look::Work;
-    if (isShutDown_) return Look::End;
+    if (lists_->isShutDown) return Look::End;
     if (!mayRest) return Look::Nothing;
-    idle_.push_back(Worker(&info));
+    lists_->idle.Add(&info);
     return Look::Idle;
 }
 
@@ -172,15 +190,15 @@ KZSmartPtr<KZCallback> KZThreadPool::NextCallback(ChildThreadInfo & info) {
         switch (LookForWork(info, mayRest, callback)) {
         case Look::Work: return callback;
         case Look::End: return {};
-        case Look::Idle: return WaitForWork(info);
+        case Look::Idle: info.AwaitWakeUp(); return std::exchange(info.pending_, {});
         case Look::Nothing: break;
         }
         callback = AskFactory(info);
         if (!info.pool_) return {};
         if (callback.IsNull()) continue;
         {
-            KZGuard<KZCriticalSection> const guard(section_);
-            if (!isShutDown_) return callback;
+            Guard const guard(lists_->section);
+            if (!lists_->isShutDown) return callback;
         }
         callback.Clear();
         if (!info.pool_) return {};
@@ -196,20 +214,11 @@ KZSmartPtr<KZCallback> KZThreadPool::AskFactory(ChildThreadInfo const & info) co
     }
 }
 
-KZSmartPtr<KZCallback> KZThreadPool::WaitForWork(ChildThreadInfo & info) noexcept {
-    for (int look = 0; look < looksBeforeSleep && !info.isWoken_.load(std::memory_order_acquire); ++look)
-        KZThread::yield();
-    info.wakeUp_.wait();
-    info.wakeUp_.reset();
-    info.isWoken_.store(false, std::memory_order_relaxed);
-    return std::exchange(info.pending_, {});
-}
-
 void KZThreadPool::RunWhatIsLeft() noexcept {
     for (;;) {
         KZSmartPtr<KZCallback> callback;
         {
-            KZGuard<KZCriticalSection> const guard(section_);
+            Guard const guard(lists_->section);
             callback = TakeFromQueue();
         }
         if (callback.IsNull()) return;

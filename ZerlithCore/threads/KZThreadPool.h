@@ -10,12 +10,10 @@
 #pragma once
 
 #include "ZerlithCore/threads/KZCallback.h"
-#include "ZerlithCore/threads/KZCriticalSection.h"
 #include "ZerlithCore/threads/KZEventSemaphore.h"
 #include "ZerlithCore/threads/KZThread.h"
 
 #include <atomic>
-#include <deque>
 #include <memory>
 #include <vector>
 
@@ -43,12 +41,15 @@ public:
     private:
         friend class KZThreadPool;
         explicit ChildThreadInfo(KZThreadPool * pool);
+        enum Rest : unsigned char { Awake, Asleep, Woken };
+        void WakeUp() noexcept;
+        void AwaitWakeUp() noexcept;
 
         KZThreadPool * pool_; // null after this worker has destroyed the pool
         KZSmartPtr<KZThread> thread_;
-        KZEventSemaphore wakeUp_;
         KZSmartPtr<KZCallback> pending_;
-        std::atomic<bool> isWoken_{false}; // lets a worker that hasn't gone to sleep yet notice the post
+        KZEventSemaphore wakeUp_;
+        std::atomic<Rest> rest_{Awake};
     };
 
     /// Makes `threads` workers, none for 0 or less. With `startLazily` a worker is started when a callback finds no idle one;
@@ -74,7 +75,7 @@ public:
 
 private:
     using Worker = KZSmartPtr<ChildThreadInfo>;
-    using Queue = std::deque<KZSmartPtr<KZCallback>>;
+    struct Lists;
     enum class Look : unsigned char { Work, Nothing, Idle, End };
 
     KZThreadPool(Factory factory, void * factoryData, bool discardOnShutdown, int priority);
@@ -85,17 +86,12 @@ private:
     Look LookForWork(ChildThreadInfo & info, bool mayRest, KZSmartPtr<KZCallback> & callback);
     KZSmartPtr<KZCallback> NextCallback(ChildThreadInfo & info);
     KZSmartPtr<KZCallback> AskFactory(ChildThreadInfo const & info) const;
-    static KZSmartPtr<KZCallback> WaitForWork(ChildThreadInfo & info) noexcept;
     void RunWhatIsLeft() noexcept;
 
     int priority_;
     std::vector<Worker> workers_;
-    std::vector<Worker> idle_; // first the one that has been idle for the longest time
-    std::vector<Worker> unstarted_;
-    std::unique_ptr<Queue> queue_; // null after it was discarded
     Factory factory_;
     void * factoryData_;
     bool discardOnShutdown_;
-    bool isShutDown_ = false;
-    mutable KZCriticalSection section_;
+    std::unique_ptr<Lists> lists_;
 };
