@@ -4,12 +4,12 @@
 
 #include "ZerlithCore/encoding/Utf8.h"
 #include "ZerlithCore/text/KZWideText.h"
+#include "ZerlithCore/text/detail/KZFixedDigits.h"
 #include "ZerlithCore/text/detail/KZUnitBuffer.h"
 #include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <charconv>
 #include <climits>
 #include <cmath>
@@ -19,7 +19,7 @@
 // The format is read once. Each conversion is put together in pieces (prefix, zeros, body) and written to a buffer that
 // starts on the stack and moves to the heap when it grows. The string gets the result at the end, so arguments may
 // point into the string. Numbers are made by std::to_chars, whose digits are the C locale's whatever the program's
-// locale is; for most doubles in "%f" a shorter way leads to the same digits.
+// locale is; for most doubles in "%f" a shorter way leads to the same digits (KZFixedDigits.h).
 //
 // Arguments come with their types, or from a started list, from which each is read with the type that its conversion
 // says. The class `Arguments` hides that difference.
@@ -182,42 +182,6 @@ private:
     bool isTyped_ = true;
     std::va_list list_;
 };
-
-/// The most digits after the point that `PutFixed` makes.
-constexpr int mostFixedDigits = 17;
-
-/// Writes a double from 1/256 to below 2^52, or 0, in the form of "%f", and returns the end of the text; null for
-/// others. The value is a whole number of 2^-shift. So its digits after the point come out exactly, one with each
-/// multiplication by 10. What is left then says how to round: to the nearest, or to the even digit when two are equally
-/// near.
-char * PutFixed(char * out, char * limit, double value, int precision) noexcept {
-    auto const bits = std::bit_cast<std::uint64_t>(value);
-    constexpr int mostShift = 60; // ten times the part after the point fits in 64 bits
-    int const shift = bits == 0 ? 1 : 1075 - static_cast<int>(bits >> 52);
-    if (shift < 1 || shift > mostShift || precision > mostFixedDigits) return nullptr;
-    std::uint64_t const one = std::uint64_t{1} << shift;
-    std::uint64_t const mantissa =
-        bits == 0 ? 0 : (bits & ((std::uint64_t{1} << 52) - 1)) | std::uint64_t{1} << 52;
-    std::uint64_t whole = mantissa >> shift, rest = mantissa & (one - 1), digits = 0, digitsLimit = 1;
-    for (int i = 0; i < precision; ++i) {
-        rest *= 10;
-        digits = digits * 10 + (rest >> shift);
-        digitsLimit *= 10;
-        rest &= one - 1;
-    }
-    bool const isOdd = ((precision == 0 ? whole : digits) & 1) != 0;
-    if (rest > one / 2 || (rest == one / 2 && isOdd)) ++digits;
-    if (digits == digitsLimit) {
-        ++whole;
-        digits = 0;
-    }
-    out = std::to_chars(out, limit, whole).ptr;
-    if (precision == 0) return out;
-    *out = '.';
-    char * const end = out + 1 + precision;
-    for (char * place = end; --place != out; digits /= 10) *place = static_cast<char>('0' + digits % 10);
-    return end;
-}
 
 class Formatter {
 public:
@@ -411,8 +375,8 @@ private:
         std::array<char, maxDoubleDigits + 320> digits;
         int const made = std::min(precision, maxDoubleDigits);
         char * const limit = digits.data() + digits.size();
-        char * end =
-            style == std::chars_format::fixed ? PutFixed(digits.data(), limit, value, made) : nullptr;
+        char * end = style == std::chars_format::fixed ? KZDetail::PutFixed(digits.data(), limit, value, made)
+                                                       : nullptr;
         if (!end) end = std::to_chars(digits.data(), limit, value, style, made).ptr;
         char * exponent = style == std::chars_format::fixed ? end : std::find(digits.data(), end, 'e');
         if (conversion.alternate && std::find(digits.data(), exponent, '.') == exponent) {

@@ -40,8 +40,8 @@ using Guard = KZGuard<KZCriticalSection>;
 struct alignas(64) KZThreadPool::Lists {
     KZCriticalSection section;
     KZDetail::Fifo<KZSmartPtr<KZCallback>> queue;
-    KZDetail::Fifo<Worker> idle; // first the one that has been idle for the longest time
-    KZDetail::Fifo<Worker> unstarted;
+    KZDetail::Fifo<ChildThreadInfo *> idle; // first the one that has been idle for the longest time
+    KZDetail::Fifo<ChildThreadInfo *> unstarted;
     bool isShutDown = false;
 };
 
@@ -83,7 +83,7 @@ KZThreadPool::KZThreadPool(int threads, Factory factory, void * factoryData, boo
     while (workers_.size() < count) workers_.push_back(MakeWorker());
     Guard const guard(lists_->section);
     for (Worker const & worker : workers_)
-        if (startLazily || !StartWorker(*worker)) lists_->unstarted.Add(Worker(worker));
+        if (startLazily || !StartWorker(*worker)) lists_->unstarted.Add(worker.GetPtr());
 }
 
 KZThreadPool::Worker KZThreadPool::MakeWorker() {
@@ -179,7 +179,7 @@ KZThreadPool::Look KZThreadPool::LookForWork(ChildThreadInfo & info, bool mayRes
     if (!callback.IsNull()) return Look::Work;
     if (lists_->isShutDown) return Look::End;
     if (!mayRest) return Look::Nothing;
-    lists_->idle.Add(Worker(&info));
+    lists_->idle.Add(&info);
     return Look::Idle;
 }
 

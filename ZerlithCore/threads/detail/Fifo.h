@@ -12,7 +12,7 @@ namespace KZDetail {
 /// First in, first out, in a ring that grows when it is full. Small enough that a lock and two of them share a cache line, so
 /// that a thread that gets the lock gets them with it.
 ///
-/// `Item` is a handle: moving it can't fail and leaves an empty one.
+/// `Item` is a handle, which is empty after a move, or a pointer.
 template <class Item>
 class Fifo {
 public:
