@@ -27,7 +27,7 @@ std::string Write(std::vector<DBMessage> const & messages) {
 }
 
 bool IsSame(DBMessage const & a, DBMessage const & b) {
-    return a.GetId() == b.GetId() && a.GetText() == b.GetText();
+    return a.GetId() == b.GetId() && a.GetText() == b.GetText() && a.IsUtf8() == b.IsUtf8();
 }
 
 } // namespace

@@ -165,7 +165,7 @@ KZErrorID MessageFile::WriteMessage(long id, KZString const & text) {
     std::ostringstream record;
     record.exceptions(
         std::ios_base::badbit); // Without this, it would keep a part of the record when memory is short.
-    record << DBMessage(id, text, ConverterOf(language_));
+    record << MakeMessage(language_, id, text);
     std::string const bytes = std::move(record).str();
     std::int64_t const end = writer_.Size();
     std::size_t written = 0;
@@ -228,6 +228,13 @@ KZSmartPtr<KZStringConverter> MessageFile::ConverterOf(KZString const & language
         if (IsSame(language, page.language))
             return KZSmartPtr<KZStringConverter>(new KZMbCodePageConverter(page.number));
     return {};
+}
+
+DBMessage MessageFile::MakeMessage(KZString const & language, long id, KZString const & text) {
+    DBMessage message(id, text, ConverterOf(language));
+    bool const isLatin = std::ranges::all_of(std::u16string_view(text), [](char16_t u) { return u <= 0xFF; });
+    message.SetUtf8(message.GetConverter().IsNull() && !isLatin);
+    return message;
 }
 
 KZString MessageFile::GetMessageFileName(KZString const & language) const {

@@ -22,6 +22,8 @@
 #include <map>
 #include <vector>
 
+class DBMessage;
+
 /// The message files of one product, `prefix.language.LAN` in one directory. One of the languages is the current one.
 ///
 /// A file is read once, into an index in memory. The index stays until `Reload`, even while another language is current.
@@ -76,7 +78,7 @@ public:
     /// Calls `Close` and forgets all files that were read, so that the next `SetLanguage` reads its file again.
     void Reload();
 
-    /// Appends a message to the file that is open for writing, in the code page of the current language. The message has been
+    /// Appends `MakeMessage` of the current language to the file that is open for writing. The message has been
     /// passed to the system when this returns. The texts in memory don't change.
     /// Errors: 6 when no file is open for writing; the system's when it can't write, and then no part of the message is left
     /// in the file, unless another process has written after it.
@@ -103,6 +105,10 @@ public:
     /// The converter for the code page of a language, in letters of either case: 932 for "jpn", 949 for "kor", 950 for "cht",
     /// 936 for "chs". Null, which means Latin-1, for every other language.
     [[nodiscard]] static KZSmartPtr<KZStringConverter> ConverterOf(KZString const & language);
+
+    /// A message as it is written for `language`: in the code page that `ConverterOf` gives. In a language without a code page of
+    /// its own, a text that isn't Latin-1 is written in UTF-8, too (`DBMessage::SetUtf8`).
+    [[nodiscard]] static DBMessage MakeMessage(KZString const & language, long id, KZString const & text);
 
     /// The complete path of the file of a language. Empty when the path can't be made, because the directory is a relative one
     /// and the current directory of the process no longer exists.

@@ -2,6 +2,8 @@
 /// Writes UTF-8 to the standard output and the standard error of the process.
 #pragma once
 
+#include "ZerlithCore/KZExport.h"
+
 #include <string_view>
 
 namespace KZPlatform {
@@ -18,5 +20,8 @@ bool FlushStandardOutput() noexcept;
 
 /// The same for the standard error, which has no buffer.
 bool WriteToStandardError(std::string_view bytes) noexcept;
+
+/// Whether a person reads the standard error: true for a terminal, false for a file and for a pipe.
+[[nodiscard]] KZ_EXPORT bool IsStandardErrorATerminal() noexcept;
 
 } // namespace KZPlatform

@@ -14,7 +14,7 @@ class MessageTexts : public Work {
         // Returns false, since no messages are in memory, but the file is open for writing.
         file->Open(MessageFile::Write);
         for (long id = 1; id <= 20; ++id)
-            if (file->WriteMessage(id, u"Datei fehlt: %s").Bad()) return false;
+            if (file->WriteMessage(id, u"Datei fehlt (ł): %s").Bad()) return false;
         if (!file->Close()) return false;
 
         KZSmartPtr<MSGLibMessageSource> const source(
@@ -26,7 +26,7 @@ class MessageTexts : public Work {
         return id->AsString(text_, KZFormatContext(u"deu")).Good();
     }
     void Check(bool isWhole) override {
-        Expect(!isWhole || text_ == u"Datei fehlt: a name of some length", "another text: " + text_.AsUTF8());
+        Expect(!isWhole || text_ == u"Datei fehlt (ł): a name of some length", "another text: " + text_.AsUTF8());
     }
     KZString text_;
 };

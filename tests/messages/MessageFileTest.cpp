@@ -75,6 +75,39 @@ TEST(DBMessage, WritesWhatItReads) {
     EXPECT_EQ(out.str(), Record(1, "?")) << "what the page lacks";
 }
 
+TEST(DBMessage, KeepsWhatTheCodePageLacksInUtf8) {
+    struct Case {
+        char const * what;
+        char16_t const * language;
+        char16_t const * text;
+        bool isUtf8;
+        std::string bytes;
+    };
+    std::string const mark("\0\xEF\xBB\xBF", 4);
+    Case const cases[] = {
+        {"Latin-1 stays so", u"pol", u"é %s", false, "\xE9 %s"},
+        {"Polish", u"pol", u"łé %s", true, "?\xE9 %s" + mark + "łé %s"},
+        {"above U+FFFF", u"x", u"😀", true, "??" + mark + "😀"},
+        {"a language with a code page", u"jpn", u"日ł", false, "\x93\xFA?"},
+    };
+    for (Case const & c : cases) {
+        SCOPED_TRACE(c.what);
+        std::ostringstream out;
+        out << MessageFile::MakeMessage(c.language, 7, c.text);
+        EXPECT_EQ(out.str(), Record(7, c.bytes));
+        std::istringstream in(out.str() + Record(8, "\xE9"));
+        DBMessage message(MessageFile::ConverterOf(c.language));
+        EXPECT_TRUE(in >> message);
+        EXPECT_EQ(message.IsUtf8(), c.isUtf8);
+        EXPECT_TRUE(!c.isUtf8 || message.GetText() == c.text);
+        EXPECT_TRUE(in >> message && !message.IsUtf8()) << "the next one is of the usual form";
+    }
+    for (std::string const & bytes : {"a" + mark + "\xFF", "a" + mark + std::string("b\0", 2),
+                                      "a" + mark.substr(0, 3), "a" + std::string(1, '\0') + mark + "b"})
+        EXPECT_EQ(IndexOf(Record(1, bytes)), (Index{{1, u"a"}}))
+            << "read as ever: " << testing::PrintToString(bytes);
+}
+
 TEST(MessageFile, KeepsWholeRecordsOfAFileCutAnywhere) {
     std::string const records[] = {Record(1, "one"), Record(2, ""), Record(3, "three")};
     std::string const bytes = records[0] + records[1] + records[2];

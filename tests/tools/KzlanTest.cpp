@@ -4,8 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <pty.h>
 #include <string>
 #include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
 
@@ -32,6 +34,8 @@ TEST(Kzlan, ListsWhatItMakes) {
         {"nothing", "app.enu.LAN", "", ""},
         {"Latin-1", "app.deu.LAN", "7 = Größe: %s\n-8 = 100%%\n", ""},
         {"Japanese", "app.jpn.LAN", "1 = 日本語\n2 =\n", ""},
+        {"any text", "app.pol.LAN", "1 = złoty %s\n2 = é\n", ""},
+        {"more than the code page", "app.jpn.LAN --utf8", "1 = 日本😀\n2 = a\n", ""},
         {"any case", "APP.Chs.lan", "1 = 中文\n", ""},
         {"a language of its own", "messages --language kor", "1 = 한국\n", ""},
         {"escapes", "app.enu.LAN", "1 = \\sa\\nb\\rc\\td \\\\n e\\s\n2 = \\s\n3 = \\t\n", ""},
@@ -45,7 +49,8 @@ TEST(Kzlan, ListsWhatItMakes) {
         Result const made = Kzlan(directory, std::string("make text ") + c.lan);
         EXPECT_EQ(made.status, 0);
         EXPECT_EQ(made.error, "");
-        Result const listed = Kzlan(directory, std::string("list ") + c.lan);
+        std::string const lan(c.lan);
+        Result const listed = Kzlan(directory, "list " + lan.substr(0, lan.find(" --utf8")));
         EXPECT_EQ(listed.status, 0);
         EXPECT_EQ(listed.out, c.listed.empty() ? c.text : c.listed);
     }
@@ -66,7 +71,7 @@ TEST(Kzlan, TellsWhatIsWrongWithATextAndWritesNothing) {
         {"1 = \\", "text:1: a backslash stands in front of one of n, r, t, s and backslash\n"},
         {"1 = \xFF", "text:1: this isn't UTF-8\n"},
         {std::string("1 = a\0b", 7), "text:1: a text can't have a 0 character\n"},
-        {"1 = a\u20ACb", "text:1: U+20AC isn't in the code page of the language\n"},
+        {"1 = a\u0142b", "text:1: U+0142 isn't in the code page of the language\n"},
         {"1 = \xF0\x9F\x98\x80\n2", "text:1: U+1F600 isn't in the code page of the language\n"
                                     "text:2: there is no \"=\": a message is \"number = text\"\n"},
     };
@@ -75,7 +80,7 @@ TEST(Kzlan, TellsWhatIsWrongWithATextAndWritesNothing) {
     for (Case const & c : cases) {
         SCOPED_TRACE(c.error);
         directory.Write(u"text", c.text);
-        Result const result = Kzlan(directory, "make text app.deu.LAN");
+        Result const result = Kzlan(directory, "make text app.deu.LAN --language=jpn");
         EXPECT_EQ(result.status, 1);
         EXPECT_EQ(result.error, c.error);
     }
@@ -139,18 +144,90 @@ TEST(Kzlan, ListsBrokenFilesAsFarAsTheyGo) {
               "app.jpn.LAN: at byte 27: the file is cut short here\n");
 }
 
+TEST(Kzlan, ConvertsFromAnotherCodePage) {
+    TemporaryDirectory const directory;
+    directory.Write(u"old.LAN", std::string("\0\0\0\7\0\0\0\2\xB3%\0\0\0\10\0\0\0\1\xE9", 19));
+    EXPECT_EQ(Kzlan(directory, "convert old.LAN app.pol.LAN --codepage 1250").status, 0);
+    EXPECT_EQ(directory.Read(u"app.pol.LAN"),
+              std::string("\0\0\0\7\0\0\0\11?%\0\xEF\xBB\xBF\xC5\x82%\0\0\0\10\0\0\0\1\xE9", 26));
+    EXPECT_EQ(Kzlan(directory, "list app.pol.LAN").out, "7 = ł%\n8 = é\n");
+    EXPECT_EQ(Kzlan(directory, "convert none app.pol.LAN --codepage 1250").status, 1);
+    EXPECT_EQ(Kzlan(directory, "convert old.LAN app.pol.LAN --codepage 99999").error,
+              "kzlan: the system lacks the code page 99999\n");
+}
+
+TEST(Kzlan, ChecksTemplatesAndNumbers) {
+    TemporaryDirectory const directory;
+    directory.Write(u"app.enu.txt",
+                    "7 = %1:s isn't in %0:-3d\n8 = 100%% %s\n\n10 = 10% of\n11 = %lt %-6.2f\n");
+    directory.Write(u"app.deu.txt", "8 = %2:s und %\n7 = %s\n11 = %x:s\nx\n10 = \n12 = a\n");
+    std::string const
+        enu = "app.enu.txt:4: \"% of\" prints an argument; a percent sign is \"%%\"\n",
+        deu = "app.deu.txt:1: no letter of \"sdfuatm\" follows a \"%\"; a percent sign is \"%%\"\n"
+              "app.deu.txt:3: \"%x:s\" prints an argument; a percent sign is \"%%\"\n"
+              "app.deu.txt:4: there is no \"=\": a message is \"number = text\"\n";
+    Result const both = Kzlan(directory, "check app.enu.txt app.deu.txt");
+    EXPECT_EQ(both.status, 1);
+    EXPECT_EQ(both.error, enu + deu +
+                              "app.deu.txt:1: argument 2 isn't in app.enu.txt:2\n"
+                              "app.deu.txt:6: 12 is missing in app.enu.txt\n");
+
+    directory.Write(u"app.enu.txt", "7 = %s\n9 = %s\n");
+    Kzlan(directory, "make app.enu.txt app.enu.LAN");
+    EXPECT_EQ(Kzlan(directory, "check app.enu.txt app.enu.LAN").status, 0);
+    directory.Write(u"app.deu.txt", "9 = \n");
+    Result const missing = Kzlan(directory, "check app.enu.LAN app.deu.txt");
+    EXPECT_EQ(missing.status, 1);
+    EXPECT_EQ(missing.error, "app.enu.LAN: at byte 0: 7 is missing in app.deu.txt\n");
+}
+
+// What the program writes to a terminal as its standard error.
+std::string OnTerminal(TemporaryDirectory const & directory, std::string const & arguments) {
+    int terminal = -1;
+    pid_t const child = forkpty(&terminal, nullptr, nullptr, nullptr);
+    if (child == 0) {
+        std::string const command =
+            "cd '" + directory.Root().string() + "' && TERM=xterm NO_COLOR= exec '" KZLAN "' " + arguments;
+        execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+        _exit(127);
+    }
+    std::string text;
+    char buffer[4096];
+    for (ssize_t got; (got = read(terminal, buffer, sizeof buffer)) > 0;)
+        text.append(buffer, static_cast<std::size_t>(got));
+    close(terminal);
+    waitpid(child, nullptr, 0);
+    return text;
+}
+
+TEST(Kzlan, ShowsColoursAndProgressOnATerminalOnly) {
+    TemporaryDirectory const directory;
+    std::string text;
+    for (int id = 0; id < 2500; ++id) text += std::to_string(id) + " = a\n";
+    directory.Write(u"text", text);
+    EXPECT_EQ(OnTerminal(directory, "make text app.deu.LAN"),
+              "\r\x1b[K1000 of 2500 messages\r\x1b[K2000 of 2500 messages\r\x1b[K");
+    EXPECT_EQ(Kzlan(directory, "make text app.deu.LAN").error, "");
+    EXPECT_EQ(OnTerminal(directory, "check none"),
+              "\x1b[1mkzlan: \x1b[0m\x1b[31mnone: No such file or directory\x1b[0m\r\n");
+    EXPECT_EQ(Kzlan(directory, "check none").error, "kzlan: none: No such file or directory\n");
+}
+
 TEST(Kzlan, RefusesWrongUse) {
     TemporaryDirectory const directory;
     directory.Write(u"text", "");
     for (char const * arguments :
          {"", "make", "make text", "make text app.deu.LAN more", "list", "erase app.deu.LAN",
           "list app.deu.LAN --color", "make text app.deu.LAN --language", "make text app.LAN",
-          "make text messages"}) {
+          "make text messages", "check", "convert text", "list app.deu.LAN --codepage=x",
+          "make text app.LAN --utf8=1"}) {
         Result const result = Kzlan(directory, arguments);
         EXPECT_EQ(result.status, 2) << arguments;
         EXPECT_FALSE(result.error.empty()) << arguments;
     }
-    EXPECT_EQ(Kzlan(directory, "--help").status, 0);
+    Result const help = Kzlan(directory, "--help");
+    EXPECT_EQ(help.status, 0);
+    EXPECT_EQ(help.out.substr(0, 17), "usage: kzlan make");
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 #include "ZerlithCore/platform/Console.h"
 
 #include <cstdio>
+#include <unistd.h>
 
 namespace KZPlatform {
 
@@ -14,5 +15,7 @@ bool FlushStandardOutput() noexcept { return std::fflush(stdout) == 0; }
 bool WriteToStandardError(std::string_view bytes) noexcept {
     return std::fwrite(bytes.data(), 1, bytes.size(), stderr) == bytes.size();
 }
+
+bool IsStandardErrorATerminal() noexcept { return isatty(STDERR_FILENO) == 1; }
 
 } // namespace KZPlatform
