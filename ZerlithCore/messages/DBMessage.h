@@ -53,8 +53,9 @@ public:
     /// with U+FFFD for a lone surrogate. The text is written up to its first 0 unit.
     friend KZ_EXPORT std::ostream & operator<<(std::ostream & stream, DBMessage const & message);
     /// Reads one message. If it has a text in UTF-8, that is the text. Otherwise the text is read up to its first byte 0, and one
-    /// that isn't valid in the code page becomes empty, which is no error. At the end of the stream, and when the message is cut short, `failbit` is set and the text is empty; the
-    /// number is set if the stream has all its bytes. A wrong length takes at most 64 KB of memory more than the stream has bytes.
+    /// that isn't valid in the code page becomes empty, which is no error. At the end of the stream, and when the message is cut
+    /// short, `failbit` is set and the text is empty; the number is set if the stream has all its bytes. A wrong length takes at
+    /// most 64 KB of memory more than the stream has bytes.
     friend KZ_EXPORT std::istream & operator>>(std::istream & stream, DBMessage & message);
 
 private:
