@@ -137,13 +137,19 @@ public:
         return cell;
     }
 
-    // Returns `step(rows, row)`, or `fullCell` if there is no memory.
+    // A cell, and the row that has it: another one than before when rows were borrowed or dropped.
+    struct Made {
+        RegExRow const * row;
+        RegExCell cell;
+    };
+
+    // Returns `step(rows, row)`, or `fullCell` if there is no memory. The match must go on from the row in the result.
     template <class Step>
-    RegExCell Make(RegExRow const & row, Step step) noexcept {
+    Made Make(RegExRow const & row, Step step) noexcept {
         try {
             return own_ ? MakeOwn(row, step) : MakeShared(row, step);
         } catch (std::bad_alloc const &) {
-            return fullCell;
+            return {nullptr, fullCell};
         }
     }
 
@@ -161,11 +167,11 @@ public:
 
 private:
     template <class Step>
-    RegExCell MakeShared(RegExRow const & row, Step step) {
+    Made MakeShared(RegExRow const & row, Step step) {
         {
             std::lock_guard const lock(matcher_.lock_);
             RegExCell const cell = step(matcher_.rows_, row);
-            if (cell != fullCell) return cell;
+            if (cell != fullCell) return {&row, cell};
             own_ = std::move(matcher_.spare_);
         }
         if (!own_)
@@ -174,9 +180,11 @@ private:
     }
 
     template <class Step>
-    RegExCell MakeOwn(RegExRow const & row, Step step) {
+    Made MakeOwn(RegExRow const & row, Step step) {
         RegExCell const cell = step(*own_, row);
-        return cell != fullCell ? cell : step(*own_, *RowOf(own_->Restart(row)));
+        if (cell != fullCell) return {&row, cell};
+        RegExRow const & same = *RowOf(own_->Restart(row));
+        return {&same, step(*own_, same)};
     }
 
     RegExMatcher const & matcher_;
@@ -251,8 +259,7 @@ private:
         at.unit += at.row->runLength;
         at.cell = at.row->afterRun.load(std::memory_order_acquire);
         if (at.cell == unknownCell)
-            at.cell =
-                rows_.Make(*at.row, [](RegExRows & rows, RegExRow const & row) { return rows.StepRun(row); });
+            Make(at, [](RegExRows & rows, RegExRow const & row) { return rows.StepRun(row); });
     }
 
     // Goes as far as nothing needs a look. Returns false when one unit must be passed next.
@@ -267,7 +274,7 @@ private:
             SkipLoop(at);
             return true;
         }
-        if (at.cell == unknownCell) at.cell = MakePair(*at.row, at.unit);
+        if (at.cell == unknownCell) MakePair(at);
         if (at.cell == 0 || at.cell == singleCell) return false;
         at.unit += 2;
         return true;
@@ -291,9 +298,8 @@ private:
         ++at.unit;
         at.cell = row.At(unitClass).load(std::memory_order_acquire);
         if (at.cell == unknownCell)
-            at.cell = rows_.Make(row, [unitClass](RegExRows & rows, RegExRow const & from) {
-                return rows.Step(from, unitClass);
-            });
+            Make(at,
+                 [unitClass](RegExRows & rows, RegExRow const & from) { return rows.Step(from, unitClass); });
         return Verdict::Open;
     }
 
@@ -307,12 +313,19 @@ private:
         }
     }
 
-    [[gnu::always_inline]] RegExCell MakePair(RegExRow const & row, char16_t const * unit) noexcept {
-        std::uint32_t const first = matcher_.units_.ClassOf(unit[0]);
-        std::uint32_t const second = matcher_.units_.ClassOf(unit[1]);
-        return rows_.Make(row, [first, second](RegExRows & rows, RegExRow const & from) {
+    [[gnu::always_inline]] void MakePair(Position & at) noexcept {
+        std::uint32_t const first = matcher_.units_.ClassOf(at.unit[0]);
+        std::uint32_t const second = matcher_.units_.ClassOf(at.unit[1]);
+        Make(at, [first, second](RegExRows & rows, RegExRow const & from) {
             return rows.StepTwice(from, first, second);
         });
+    }
+
+    template <class Step>
+    [[gnu::always_inline]] void Make(Position & at, Step step) noexcept {
+        auto const [row, cell] = rows_.Make(*at.row, step);
+        at.row = row;
+        at.cell = cell;
     }
 
     [[nodiscard]] std::size_t LeftAt(char16_t const * unit) const noexcept {

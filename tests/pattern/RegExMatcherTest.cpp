@@ -252,6 +252,9 @@ TEST(RegExMatcher, MatchesWithMoreStatesThanFitInMemory) {
     for (unsigned int seed = 0; seed < 4; ++seed) {
         KZString const text = RandomText(seed, 12000 + seed);
         EXPECT_EQ(regEx.Match(text), HasAInFrontOf18(text));
+        // These end where the shared rows end.
+        for (unsigned int i = 0; i < 300; ++i)
+            EXPECT_FALSE(regEx.Match(RandomText(1000 * seed + i, 8 + i % 30) + u"cc"));
     }
     EXPECT_LT(usedBytes - before, 8'000'000U);
 }
