@@ -198,7 +198,7 @@ bool KZDateTimeEx::AsString(KZString & out, KZString const & format, KZTimeZone 
         out.Clear();
         return true;
     }
-    std::int32_t const offset = IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds()) : 0;
+    std::int32_t const offset = IsDateAndTime() ? LocalMinusUTC(zone) : 0;
     KZDateTimeEx const local = offset == 0 ? *this : Moved(offset * std::int64_t{1000});
     KZDetail::PrintCalendar(out, format, {local.date_, local.time_, offset}, KZDetail::AllLetters);
     return true;
@@ -206,7 +206,7 @@ bool KZDateTimeEx::AsString(KZString & out, KZString const & format, KZTimeZone 
 
 bool KZDateTimeEx::AsString(char16_t * buffer, std::size_t capacity, KZString const & format,
                             KZTimeZone const & zone) const {
-    std::int32_t const offset = IsDateAndTime() ? zone.GetLocalMinusUTC(Seconds()) : 0;
+    std::int32_t const offset = IsDateAndTime() ? LocalMinusUTC(zone) : 0;
     KZDateTimeEx const local = ToLocal(zone);
     return KZDetail::PrintCalendar(buffer, capacity, IsNull() ? u"" : format.c_str(),
                                    {local.date_, local.time_, offset}, KZDetail::AllLetters);
@@ -348,8 +348,15 @@ KZDurationEx operator-(KZDateTimeEx const & a, KZDateTimeEx const & b) {
 }
 
 KZDateTimeEx KZDateTimeEx::MovedToLocal(KZTimeZone const & zone) const noexcept {
-    std::int32_t const offset = zone.GetLocalMinusUTC(Seconds());
+    std::int32_t const offset = LocalMinusUTC(zone);
     return offset == 0 ? *this : Moved(offset * std::int64_t{1000});
+}
+
+// On most days the month tells, so that nothing is to be computed.
+std::int32_t KZDateTimeEx::LocalMinusUTC(KZTimeZone const & zone) const noexcept {
+    std::int32_t const ofMonth = zone.offsetOfMonth_[date_.GetMonth()];
+    bool const isInside = date_.GetDay() > 1 && date_.GetDay() < 28;
+    return isInside && ofMonth != KZTimeZone::unknownOffset ? ofMonth : zone.GetLocalMinusUTC(Seconds());
 }
 
 // Most moves stay in the day.

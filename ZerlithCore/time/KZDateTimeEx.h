@@ -245,6 +245,8 @@ private:
         return zone.IsAlwaysUTC() || !IsDateAndTime() ? *this : MovedToLocal(zone);
     }
     [[nodiscard]] KZDateTimeEx MovedToLocal(KZTimeZone const & zone) const noexcept;
+    /// Local time minus UTC in seconds. Requires: a date and a time.
+    [[nodiscard]] std::int32_t LocalMinusUTC(KZTimeZone const & zone) const noexcept;
     /// The moment `milliseconds` later; a date that isn't valid becomes the one that its fields add up to.
     [[nodiscard]] KZDateTimeEx Moved(std::int64_t milliseconds) const noexcept;
     /// Seconds since 1970. Requires: a date and a time.

@@ -28,6 +28,11 @@ constexpr std::u16string_view settingPath = u"System\\CurrentControlSet\\Control
 // Later than every calendar value, and small enough for arithmetic that can't overflow.
 constexpr std::int64_t farthestSecond = std::int64_t{1} << 50;
 
+// South of the equator daylight time begins late in a year and ends early in the next.
+constexpr bool LiesInPeriod(std::int64_t at, std::int64_t start, std::int64_t end) {
+    return start < end ? start <= at && at < end : at < end || start <= at;
+}
+
 template <std::size_t Size>
 void Store(char16_t (&target)[Size], std::u16string_view text) {
     std::size_t const length = std::min(text.size(), Size - 1);
@@ -104,6 +109,12 @@ bool KZTimeZoneInfo::operator==(KZTimeZoneInfo const & other) const noexcept {
 constinit KZTimeZone const KZTimeZone::utcZone;
 
 void KZTimeZone::Init() { static_cast<void>(GetPredefined()); }
+
+KZTimeZone::KZTimeZone(KZTimeZoneInfo const & info, bool observesDst) noexcept
+    : info_(info), dstObserved_(observesDst) {
+    for (unsigned int month = 0; month < offsetOfMonth_.size(); ++month)
+        offsetOfMonth_[month] = ComputeOffsetOfMonth(month);
+}
 
 KZTimeZone::PredefinedTimeZones const & KZTimeZone::GetPredefined() {
     static PredefinedTimeZones const zones{&GetLocalTimeZone(), &GetUTCTimeZone()};
@@ -245,20 +256,32 @@ std::int32_t KZTimeZone::StandardOffset() const noexcept {
     return -60 * (dstObserved_ ? info_.bias + info_.standardBias : info_.bias);
 }
 
-// South of the equator daylight time begins late in a year and ends early in the next.
+std::int32_t KZTimeZone::ComputeOffsetOfMonth(unsigned int month) const noexcept {
+    std::int32_t const standard = StandardOffset();
+    if (!dstObserved_) return standard;
+    bool const isBelowDay = standard > -KZDetail::secondsOfDay && standard < KZDetail::secondsOfDay;
+    if (!isBelowDay || month < 1 || month > 12) return unknownOffset;
+    std::int32_t const inSummer = DaylightOffset();
+    std::optional<bool> const isDaylight = IsDaylightMonth(month, 0, standard - inSummer);
+    return !isDaylight ? unknownOffset : *isDaylight ? inSummer : standard;
+}
+
+std::optional<bool> KZTimeZone::IsDaylightMonth(unsigned int month, std::int64_t startShift,
+                                                std::int64_t endShift) const noexcept {
+    unsigned int const start = info_.daylightDate.month;
+    unsigned int const end = info_.standardDate.month;
+    bool const isChangeNear = start == month || end == month || start == end ||
+                              !KZDetail::StaysInMonth(info_.daylightDate, startShift) ||
+                              !KZDetail::StaysInMonth(info_.standardDate, endShift);
+    if (isChangeNear) return std::nullopt;
+    return LiesInPeriod(month, start, end);
+}
+
 bool KZTimeZone::IsDaylight(std::int64_t local, std::int64_t startShift,
                             std::int64_t endShift) const noexcept {
     using namespace KZDetail;
-    auto const isDaylight = [](auto start, auto end, auto at) {
-        return start < end ? start <= at && at < end : at < end || start <= at;
-    };
-    KZSystemTime const & startRule = info_.daylightDate;
-    KZSystemTime const & endRule = info_.standardDate;
     CivilDate const date = CivilFromDays(FloorDivide(local, secondsOfDay));
-    bool const isChangeNear = startRule.month == date.month || endRule.month == date.month;
-    if (!isChangeNear && startRule.month != endRule.month && StaysInMonth(startRule, startShift) &&
-        StaysInMonth(endRule, endShift))
-        return isDaylight(startRule.month, endRule.month, date.month);
-    return isDaylight(SecondOfRule(startRule, date.year) + startShift,
-                      SecondOfRule(endRule, date.year) + endShift, local);
+    if (auto const isDaylight = IsDaylightMonth(date.month, startShift, endShift)) return *isDaylight;
+    return LiesInPeriod(local, SecondOfRule(info_.daylightDate, date.year) + startShift,
+                        SecondOfRule(info_.standardDate, date.year) + endShift);
 }

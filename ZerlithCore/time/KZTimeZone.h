@@ -10,6 +10,7 @@
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/time/KZTimeZoneInfo.h"
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -48,8 +49,7 @@ public:
             std::u16string_view(u"UTC").copy(name, 3);
     }
     /// `observesDst` false means standard time all year round.
-    KZTimeZone(KZTimeZoneInfo const & info, bool observesDst) noexcept
-        : info_(info), dstObserved_(observesDst) {}
+    KZTimeZone(KZTimeZoneInfo const & info, bool observesDst) noexcept;
 
     /// Reads the local zone; a second call does nothing. Programs needn't call it: the next two functions read the
     /// zone, too, if it hasn't been read.
@@ -138,6 +138,11 @@ private:
     [[nodiscard]] std::int32_t DaylightOffset() const noexcept {
         return -60 * (info_.bias + info_.daylightBias);
     }
+    static constexpr std::int32_t unknownOffset = INT32_MIN;
+    [[nodiscard]] std::int32_t ComputeOffsetOfMonth(unsigned int month) const noexcept;
+    /// The same answer as `IsDaylight` for all moments of a month; std::nullopt if a change may fall into it.
+    [[nodiscard]] std::optional<bool> IsDaylightMonth(unsigned int month, std::int64_t startShift,
+                                                      std::int64_t endShift) const noexcept;
     /// Whether daylight time holds at `local` (seconds), if it begins `startShift` and ends `endShift` seconds later
     /// than the rules say.
     [[nodiscard]] bool IsDaylight(std::int64_t local, std::int64_t startShift,
@@ -145,6 +150,9 @@ private:
 
     KZTimeZoneInfo info_;
     bool dstObserved_ = false;
+    /// What `GetLocalMinusUTC` returns on the days of a month that aren't next to another month; `unknownOffset` if the
+    /// month doesn't tell. Any number of four bits counts as a month.
+    std::array<std::int32_t, 16> offsetOfMonth_{};
 };
 
 /// Its constructor reads the local zone: a static object does so before `main`.

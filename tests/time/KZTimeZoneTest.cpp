@@ -5,6 +5,7 @@
 #include "ZerlithCore/time/KZDSTAdjuster.h"
 #include "ZerlithCore/time/KZDateException.h"
 #include "ZerlithCore/time/KZDateTime.h"
+#include "ZerlithCore/time/KZDateTimeEx.h"
 #include "ZerlithCore/time/KZTimeZoneObsolete.h"
 
 #include <gtest/gtest.h>
@@ -60,6 +61,12 @@ std::int64_t OffsetOfSystem(std::int64_t utc) {
     return fields.tm_gmtoff;
 }
 
+KZDateTimeEx At(std::int64_t seconds, KZTimeZone const & zone = KZTimeZone::GetUTCTimeZone()) {
+    KZDateTimeEx moment{KZDateTime(static_cast<std::uint32_t>(seconds))};
+    moment.ConvertFromUTCTo(zone);
+    return moment;
+}
+
 // The C library reads the same zone files, but uses their tables of changes. Each zone is compared from the first
 // year in which its present rule is used.
 TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
@@ -96,6 +103,8 @@ TEST(KZTimeZone, AgreesWithTheSystemAtEachChange) {
                 (OffsetOfSystem((before + behind) / 2) == old ? before : behind) = (before + behind) / 2;
             ASSERT_EQ(zone.GetLocalMinusUTC(behind - 1), old) << row.city << behind;
             ASSERT_EQ(zone.GetLocalMinusUTC(behind), now) << row.city << behind;
+            ASSERT_EQ(At(behind - 1, zone), At(behind - 1 + old)) << row.city << behind;
+            ASSERT_EQ(At(behind, zone), At(behind + now)) << row.city << behind;
             // Local times around the change, including those that don't exist and those that exist twice.
             std::int64_t const wall = behind + old, ahead = std::abs(now - old);
             ASSERT_EQ(zone.LocalToUTC(wall - 1), behind - 1) << row.city;
@@ -155,7 +164,8 @@ TEST(KZTimeZone, TellsTheYearAsTheSystemDoes) {
         std::int64_t before = first;
         for (std::int64_t moment = newYear + day; moment < newYear + 364 * day; moment += day / 4) {
             std::int64_t const offset = OffsetOfSystem(moment);
-            wrong += zone.GetLocalMinusUTC(moment) != offset ? 1 : 0;
+            wrong +=
+                zone.GetLocalMinusUTC(moment) != offset || At(moment, zone) != At(moment + offset) ? 1 : 0;
             changes += offset != std::exchange(before, offset) ? 1 : 0;
         }
         bool const fits = changes + (before != first ? 1 : 0) <= 2;
