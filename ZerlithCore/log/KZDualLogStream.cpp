@@ -75,7 +75,9 @@ void KZDualLogStream::OnEOL() {
 std::uint64_t KZDualLogStream::GetLostRecordCount() const { return file_ ? file_->GetLostCount() : 0; }
 
 void KZDualLogStream::GatherForFile(char16_t unit) {
-    if (gathered_.size() >= mostGatheredUnits && !KZEncoding::IsLowSurrogate(unit)) PutToFile();
+    bool const isPair = KZEncoding::IsLowSurrogate(unit) && !gathered_.empty() &&
+                        KZEncoding::IsHighSurrogate(gathered_.back());
+    if (gathered_.size() >= mostGatheredUnits && !isPair) PutToFile();
     try {
         if (!isTextLost_) gathered_ += unit;
     } catch (std::bad_alloc const &) {

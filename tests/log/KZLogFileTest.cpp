@@ -279,6 +279,10 @@ TEST_F(KZLogFileTest, ConsoleAndDualStreamsReachTheConsole) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "one\ntwo\n3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80rest");
     EXPECT_EQ(folder.Read(u"rest.log"), "rest");
     EXPECT_EQ(folder.Read(u"x.log"), "3 \xF0\x9F\x98\x80\n\xF0\x9F\x98\x80");
+    testing::internal::CaptureStdout();
+    both << KZString(u'\xDC80', 40000);
+    EXPECT_GT(folder.Read(u"x.log").size(), 30000U) << "bytes that are no text don't wait for a flush either";
+    static_cast<void>(testing::internal::GetCapturedStdout());
 }
 
 } // namespace
