@@ -4,12 +4,6 @@
 
 // The count is changed only while the owner is locked, so threads that share a part don't race on it.
 
-KZConfigLockable & KZConfigLockable::operator=(KZConfigLockable const & other) noexcept {
-    ChangeOwner(other.owner_);
-    lockCount_ = other.lockCount_;
-    return *this;
-}
-
 void KZConfigLockable::Lock() const {
     if (owner_) owner_->Lock();
     ++lockCount_;
@@ -35,8 +29,4 @@ void KZConfigLockable::RemoveAllLocks() const {
 
 void KZConfigLockable::TellName(KZString const & name) noexcept { index_->Rename(place_, name); }
 
-/// The list looks for parts of other owners only after it was told of one.
-void KZConfigLockable::ChangeOwner(KZConfigLockableI const * owner) noexcept {
-    if (index_ && owner != owner_) index_->hasStranger = true;
-    owner_ = owner;
-}
+void KZConfigLockable::TellOwner() noexcept { index_->hasStranger = true; }

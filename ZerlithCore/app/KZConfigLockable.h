@@ -49,7 +49,11 @@ public:
     KZConfigLockable() noexcept = default;
     KZConfigLockable(KZConfigLockable const & other) noexcept
         : owner_(other.owner_), lockCount_(other.lockCount_) {}
-    KZConfigLockable & operator=(KZConfigLockable const & other) noexcept;
+    KZConfigLockable & operator=(KZConfigLockable const & other) noexcept {
+        ChangeOwner(other.owner_);
+        lockCount_ = other.lockCount_;
+        return *this;
+    }
 
     /// Locks the owner, if there is one, and adds 1 to the count.
     void Lock() const override;
@@ -94,7 +98,12 @@ private:
         if (index_) TellName(name);
     }
     void TellName(KZString const & name) noexcept;
-    void ChangeOwner(KZConfigLockableI const * owner) noexcept;
+    /// The list looks for parts of other owners only after it was told of one.
+    void ChangeOwner(KZConfigLockableI const * owner) noexcept {
+        if (index_ && owner != owner_) TellOwner();
+        owner_ = owner;
+    }
+    void TellOwner() noexcept;
 
     KZConfigLockableI const * owner_ = nullptr;
     mutable std::uint32_t lockCount_ = 0;

@@ -68,7 +68,6 @@ void NameIndex::Erase(std::size_t place) noexcept {
 }
 
 void NameIndex::Rename(Place place, KZString const & name) noexcept {
-    if (isPaused) return;
     std::uint32_t const hash = HashOf(name);
     if (hash == entries_[place].hash) return;
     Unlink(place);

@@ -31,15 +31,13 @@ public:
     /// Requires: room.
     void Insert(std::size_t place, std::uint32_t hash) noexcept;
     void Erase(std::size_t place) noexcept;
-    /// The item at `place` has another name now. Does nothing while the list moves its items.
+    /// The item at `place` has another name now.
     void Rename(Place place, KZString const & name) noexcept;
 
     /// The first place at or behind `start` whose name has this hash, and the next one; `none` if there is none.
     [[nodiscard]] Place First(std::uint32_t hash, std::size_t start) const noexcept;
     [[nodiscard]] Place Next(Place place) const noexcept;
 
-    /// True while the list moves its items.
-    bool isPaused = false;
     /// True when an item may have another owner than the list's.
     bool hasStranger = false;
 

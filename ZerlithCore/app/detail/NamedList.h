@@ -44,23 +44,23 @@ private:
     /// In shorter lists a search from item to item is as fast.
     static constexpr std::size_t leastIndexed = 32;
 
-    /// While one exists, the index doesn't hear of the names that change because items move.
-    class Pause {
+    /// While one exists, the items from `first` on don't know their places: what moves then isn't told to the index.
+    class Moving {
     public:
-        explicit Pause(NameIndex * index) : index_(index) { Set(true); }
-        Pause(Pause const &) = delete;
-        Pause & operator=(Pause const &) = delete;
-        ~Pause() { Set(false); }
+        Moving(NamedList & list, std::size_t first) : list_(list), first_(first) {
+            list_.TellPlaces(first_, nullptr);
+        }
+        Moving(Moving const &) = delete;
+        Moving & operator=(Moving const &) = delete;
+        ~Moving() { list_.TellPlaces(first_, list_.index_.get()); }
 
     private:
-        void Set(bool isPaused) {
-            if (index_) index_->isPaused = isPaused;
-        }
-        NameIndex * index_;
+        NamedList & list_;
+        std::size_t first_;
     };
 
     void MakeIndex(std::size_t count);
-    void TellPlaces(std::size_t from) noexcept;
+    void TellPlaces(std::size_t first, NameIndex * index) noexcept;
 
     std::vector<Item> items_;
     std::unique_ptr<NameIndex> index_; // null while the list is short

@@ -23,17 +23,14 @@ template <class Item, KZString const & (Item::*nameOf)() const noexcept>
 Item * NamedList<Item, nameOf>::Insert(Item && item, Item const * position, KZConfigLockableI const * owner) {
     auto const place = position ? position - begin() : end() - begin();
     MakeIndex(items_.size() + 1);
-    Item const * const formerBlock = begin();
     {
-        Pause const pause(index_.get());
+        bool const allMove = items_.size() == items_.capacity();
+        Moving const moving(*this, allMove ? 0 : static_cast<std::size_t>(place));
         items_.insert(items_.begin() + place, std::move(item));
     }
     Item & added = items_[static_cast<std::size_t>(place)];
     added.Adopt(owner);
-    if (index_) {
-        index_->Insert(static_cast<std::size_t>(place), NameIndex::HashOf((added.*nameOf)()));
-        TellPlaces(formerBlock == begin() ? items_.size() - 1 : 0);
-    }
+    if (index_) index_->Insert(static_cast<std::size_t>(place), NameIndex::HashOf((added.*nameOf)()));
     // If a caller has assigned another item to one of these, it has the other one's owner now.
     if (!index_ || std::exchange(index_->hasStranger, false))
         for (Item & each : items_)
@@ -45,7 +42,7 @@ template <class Item, KZString const & (Item::*nameOf)() const noexcept>
 void NamedList<Item, nameOf>::Erase(Item const * position) noexcept {
     auto const place = position - begin();
     {
-        Pause const pause(index_.get());
+        Moving const moving(*this, static_cast<std::size_t>(place));
         items_.erase(items_.begin() + place);
     }
     if (index_) index_->Erase(static_cast<std::size_t>(place));
@@ -75,13 +72,14 @@ void NamedList<Item, nameOf>::MakeIndex(std::size_t count) {
         index->Insert(place, NameIndex::HashOf((items_[place].*nameOf)()));
     index->hasStranger = true; // nobody was told until now
     index_ = std::move(index);
-    TellPlaces(0);
+    TellPlaces(0, index_.get());
 }
 
 template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-void NamedList<Item, nameOf>::TellPlaces(std::size_t from) noexcept {
-    for (std::size_t place = from; place < items_.size(); ++place)
-        items_[place].SetPlace(index_.get(), static_cast<NameIndex::Place>(place));
+void NamedList<Item, nameOf>::TellPlaces(std::size_t first, NameIndex * index) noexcept {
+    if (!index_) return;
+    for (std::size_t place = first; place < items_.size(); ++place)
+        items_[place].SetPlace(index, static_cast<NameIndex::Place>(place));
 }
 
 } // namespace KZDetail
