@@ -231,9 +231,10 @@ KZSmartPtr<KZStringConverter> MessageFile::ConverterOf(KZString const & language
 }
 
 DBMessage MessageFile::MakeMessage(KZString const & language, long id, KZString const & text) {
-    DBMessage message(id, text, ConverterOf(language));
+    KZSmartPtr<KZStringConverter> const converter = ConverterOf(language);
+    DBMessage message(id, text, converter);
     bool const isLatin = std::ranges::all_of(std::u16string_view(text), [](char16_t u) { return u <= 0xFF; });
-    message.SetUtf8(message.GetConverter().IsNull() && !isLatin);
+    message.SetUtf8(converter.IsNull() && !isLatin);
     return message;
 }
 
