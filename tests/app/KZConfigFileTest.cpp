@@ -474,6 +474,8 @@ TEST(KZConfigLockable, AnyPartLocksTheFile) {
             KZGuard guard(lockable);
             file.SetLong(u"B", u"k", file.GetLong(u"B", u"k", 0) + 1);
             if (i % 100 == 0) file.FindSection(u"B")->GetComments().AddComment(u"c");
+            file.SetLong(u"C", KZString(u'x', static_cast<unsigned int>(i / 40 + 1)),
+                         i); // until there is an index
         }
     };
     std::thread byLine([&] { count(*file.FindSection(u"B")->FindLine(u"k")); });
@@ -482,6 +484,7 @@ TEST(KZConfigLockable, AnyPartLocksTheFile) {
     byLine.join();
     bySection.join();
     EXPECT_EQ(file.GetLong(u"B", u"k", 0), 3 * rounds);
+    EXPECT_EQ(file.FindSection(u"C")->GetLinesEnd() - file.FindSection(u"C")->GetLinesBegin(), 51);
     EXPECT_EQ(file.FindSection(u"B")->GetLockCount(), 0U);
 }
 

@@ -12,9 +12,9 @@ namespace KZDetail {
 
 /// Finds the places of a name in a list, in the order of the list and ignoring case.
 ///
-/// Places whose names have the same hash are linked into a chain, in ascending order. Adding at the end, removing and finding take
-/// the same time whatever the length of the list; only changes in the middle renumber the places behind them. A search never looks
-/// at more names than a search from item to item would.
+/// Places whose names have the same hash are linked into a chain, in ascending order. Finding, and adding and removing at the
+/// end, take the same time whatever the length of the list; changes in the middle renumber the places behind them. A search
+/// never looks at more names than a search from item to item would.
 ///
 /// The items know their index and tell it when their name changes (KZConfigLockable::Renamed), so it is always true and a search
 /// changes nothing. Thread safety: searches may run at the same time as each other.
