@@ -26,7 +26,8 @@ class MessageTexts : public Work {
         return id->AsString(text_, KZFormatContext(u"deu")).Good();
     }
     void Check(bool isWhole) override {
-        Expect(!isWhole || text_ == u"Datei fehlt (ł): a name of some length", "another text: " + text_.AsUTF8());
+        Expect(!isWhole || text_ == u"Datei fehlt (ł): a name of some length",
+               "another text: " + text_.AsUTF8());
     }
     KZString text_;
 };
