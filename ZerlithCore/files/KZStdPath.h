@@ -17,4 +17,5 @@
 ///
 /// Thread safety: may be called from any thread.
 [[nodiscard]] KZ_EXPORT KZString KZFromPath(std::filesystem::path const & path);
+/// The way back. Errors and thread safety are the same.
 [[nodiscard]] KZ_EXPORT std::filesystem::path KZToPath(KZString const & path);
