@@ -18,6 +18,7 @@
 #include "ZerlithCore/text/KZFormatArgument.h"
 #include "ZerlithCore/text/KZString.h"
 #include "ZerlithCore/text/KZStringConverter.h"
+#include "ZerlithCore/text/KZStringVector.h"
 #include "ZerlithCore/text/KZUnicode.h"
 #include "ZerlithCore/text/KZUnicodeInfoReader.h"
 #include "ZerlithCore/text/KZUnitStreamBuf.h"

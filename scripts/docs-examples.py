@@ -13,7 +13,8 @@ import tempfile
 
 EXAMPLE = re.compile(r"^```cpp\n((?:(?!```).*\n)*)```\n\n?```text\n((?:(?!```).*\n)*)```$", re.MULTILINE)
 QUOTE = re.compile(r"^```\w+ (\S+)\n((?:(?!```).*\n)*)```$", re.MULTILINE)
-HEADER = "#include <ZerlithCore/ZerlithCore.h>\n#include <iostream>\n#include <sstream>\n"
+STANDARD = ("algorithm", "deque", "functional", "iostream", "mutex", "sstream", "thread", "vector")
+HEADER = "#include <ZerlithCore/ZerlithCore.h>\n" + "".join(f"#include <{name}>\n" for name in STANDARD)
 
 
 def build(program, source, flags):

@@ -9,6 +9,8 @@ sys.dont_write_bytecode = True
 import rooms
 
 OTHER_NAMES = "DBMessage|MessageFile|MSGLibMessageSource"  # public classes without the usual prefix
+# Public headers that a program includes by themselves, because what they take of the standard costs as much as all the others.
+LEFT_OUT = {"files": ["KZStdPath.h"], "text": ["KZFormatter.h"]}
 LIBRARY = pathlib.Path(__file__).resolve().parent.parent / "ZerlithCore"
 
 
@@ -20,7 +22,7 @@ def public_headers(room):
 def umbrella():
     text = "/// @file\n/// Everything that ZerlithCore offers.\n#pragma once\n"
     for room in rooms.rooms():
-        if names := public_headers(room):
+        if names := [name for name in public_headers(room) if name not in LEFT_OUT.get(room, [])]:
             text += "\n" + "".join(f'#include "ZerlithCore/{room}/{name}"\n' for name in names)
     return text
 
@@ -33,4 +35,5 @@ def main():
         sys.exit("ZerlithCore/ZerlithCore.h is out of date: run scripts/umbrella.py")
 
 
-main()
+if __name__ == "__main__":
+    main()

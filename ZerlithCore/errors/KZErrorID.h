@@ -104,3 +104,9 @@ public:
 private:
     KZSmartPtrToConst<KZErrorI> error_;
 };
+
+/// By the code, as `==` compares identifiers.
+template <>
+struct std::hash<KZErrorID> {
+    std::size_t operator()(KZErrorID const & value) const noexcept { return std::hash<int>()(value); }
+};

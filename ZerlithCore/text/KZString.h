@@ -6,6 +6,7 @@
 ///     copy += u".txt";                   // unshares on the first write
 ///     KZString line;
 ///     line.Format(u"%s has %d words", copy, 42);
+///     bool const isText = copy.EndsWith(u".txt") && copy < u"s"_kz;
 #pragma once
 
 #include "ZerlithCore/KZExport.h"
@@ -13,6 +14,7 @@
 #include "ZerlithCore/foundation/detail/AtomicCount.h"
 #include "ZerlithCore/text/KZFormatArgument.h"
 
+#include <compare>
 #include <concepts>
 #include <cstdarg>
 #include <cstddef>
@@ -28,6 +30,7 @@ class KZDateTimeEx;
 class KZDurationEx;
 class KZErrorID;
 class KZStringConverter;
+class KZStringVector;
 class KZTimeEx;
 
 /// A duration in whole seconds, as `KZString::AsKZDuration` reads it and `KZPrintDuration` prints it.
@@ -40,6 +43,10 @@ concept IsUnit = std::same_as<T, char16_t> || std::same_as<T, char>;
 /// warning.
 template <class T>
 concept IsNumber = !IsUnit<T> && std::is_convertible_v<T, char16_t>;
+/// A number of at most 64 bits that isn't a character or a truth value.
+template <class T>
+concept IsPrintableNumber =
+    std::is_arithmetic_v<T> && !isOneOf<T, bool, char, char8_t, char16_t, char32_t, wchar_t, long double>;
 } // namespace KZDetail
 
 /// Text as 16-bit units, copied by sharing and unshared on the first write.
@@ -71,6 +78,10 @@ public:
     };
 
     using value_type = char16_t;
+    using size_type = std::uint32_t;
+    using difference_type = std::ptrdiff_t;
+    using reference = char16_t const &;
+    using const_reference = reference;
     using const_iterator = char16_t const *;
     using iterator = const_iterator;
 
@@ -108,6 +119,24 @@ public:
     KZString(std::u16string const & text);
     /// All units of `text`, 0 units included.
     explicit KZString(std::u16string_view text);
+    /// The text of bytes in UTF-8, 0 bytes included; what isn't valid becomes U+FFFD.
+    [[nodiscard]] static KZString FromUTF8(std::string_view text);
+    [[nodiscard]] static KZString FromUTF8(std::u8string_view text);
+    /// The text of wide characters, 0 included. Where `wchar_t` has 32 bits, one above U+FFFF becomes two units.
+    [[nodiscard]] static KZString FromWide(std::wstring_view text);
+    /// A number as decimal text, the same in every locale; of a floating-point number the shortest text from which the same
+    /// type reads the same number: u"0.1", u"1e+300".
+    template <KZDetail::IsPrintableNumber Value>
+    [[nodiscard]] static KZString Number(Value value) {
+        if constexpr (std::is_same_v<Value, float>)
+            return TextOf(value);
+        else if constexpr (std::is_floating_point_v<Value>)
+            return TextOf(static_cast<double>(value));
+        else if constexpr (std::is_signed_v<Value>)
+            return TextOf(static_cast<std::int64_t>(value));
+        else
+            return TextOf(static_cast<std::uint64_t>(value));
+    }
     ~KZString() {
         if (data_ != &glbEmptyData) Drop(data_);
     }
@@ -144,7 +173,7 @@ public:
     /// A standard string of the text up to the first 0.
     operator std::u16string() const { return std::u16string(c_str()); }
     /// All units, 0 units included; valid until the string changes.
-    explicit operator std::u16string_view() const noexcept { return {data_->text, data_->length}; }
+    explicit operator std::u16string_view() const noexcept { return AsView(); }
 
     // --- Access
 
@@ -161,6 +190,18 @@ public:
     }
     [[nodiscard]] const_iterator begin() const noexcept { return data_->text; }
     [[nodiscard]] const_iterator end() const noexcept { return data_->text + data_->length; }
+    // The names by which the standard's ranges and algorithms ask. All units count, 0 units included. A string is a
+    // range of const units: to change one, use `Set`.
+    [[nodiscard]] const_iterator cbegin() const noexcept { return begin(); }
+    [[nodiscard]] const_iterator cend() const noexcept { return end(); }
+    [[nodiscard]] std::uint32_t size() const noexcept { return data_->length; }
+    [[nodiscard]] bool empty() const noexcept { return data_->length == 0; }
+    [[nodiscard]] char16_t const * data() const noexcept { return data_->text; }
+    /// The first and the last unit; 0 if the string is empty.
+    [[nodiscard]] char16_t front() const noexcept { return data_->text[0]; }
+    [[nodiscard]] char16_t back() const noexcept { return empty() ? u'\0' : data_->text[data_->length - 1]; }
+    /// All units, 0 units included; valid until the string changes.
+    [[nodiscard]] std::u16string_view AsView() const noexcept { return {data_->text, data_->length}; }
 
     /// Stores `unit` at `index`; at or past the length nothing changes.
     void Set(unsigned int index, char16_t unit);
@@ -307,6 +348,9 @@ public:
     [[nodiscard]] std::string AsMbString(unsigned int codePage) const;
     /// The text as UTF-8; lone surrogates become U+FFFD.
     [[nodiscard]] std::string AsUTF8() const;
+    [[nodiscard]] std::u8string AsU8String() const;
+    /// The text up to its first 0 as wide characters. Where `wchar_t` has 32 bits, a surrogate pair becomes one.
+    [[nodiscard]] std::wstring AsWide() const;
     KZErrorID SetFromUTF8(std::string const & text);
 
     // --- Comparison, of the texts up to their first 0
@@ -329,8 +373,13 @@ public:
 
     friend bool operator==(KZString const & a, KZString const & b) { return a.Compare(b, 0) == 0; }
     friend bool operator==(KZString const & a, char16_t const * b) { return a.Compare(b, 0) == 0; }
-    friend bool operator<(KZString const & a, KZString const & b) { return a.Compare(b, 0) < 0; }
-    friend bool operator<(KZString const & a, char16_t const * b) { return a.Compare(b, 0) < 0; }
+    // By unit values. The ordering is weak, because equal texts may differ in what follows their first 0.
+    friend std::weak_ordering operator<=>(KZString const & a, KZString const & b) {
+        return a.Compare(b, 0) <=> 0;
+    }
+    friend std::weak_ordering operator<=>(KZString const & a, char16_t const * b) {
+        return a.Compare(b, 0) <=> 0;
+    }
 
     // --- Searching. All see the text up to its first 0; the result is a position or `npos`.
 
@@ -373,6 +422,48 @@ public:
         return FindLastNotOf(set.c_str(), position);
     }
 
+    /// Whether the text begins with, ends with, or contains `part`. All see the text up to its first 0. An empty part is
+    /// in every text, and null counts as empty; a 0 unit is in none.
+    [[nodiscard]] bool StartsWith(char16_t const * part) const noexcept;
+    [[nodiscard]] bool StartsWith(KZString const & part) const noexcept { return StartsWith(part.c_str()); }
+    [[nodiscard]] bool StartsWith(char16_t unit) const noexcept;
+    template <KZDetail::IsNumber Number>
+    bool StartsWith(Number) const = delete;
+    [[nodiscard]] bool EndsWith(char16_t const * part) const noexcept;
+    [[nodiscard]] bool EndsWith(KZString const & part) const noexcept { return EndsWith(part.c_str()); }
+    [[nodiscard]] bool EndsWith(char16_t unit) const noexcept;
+    template <KZDetail::IsNumber Number>
+    bool EndsWith(Number) const = delete;
+    [[nodiscard]] bool Contains(char16_t const * part) const;
+    [[nodiscard]] bool Contains(KZString const & part) const { return Contains(part.c_str()); }
+    [[nodiscard]] bool Contains(char16_t unit) const;
+    template <KZDetail::IsNumber Number>
+    bool Contains(Number) const = delete;
+
+    /// The pieces of the text, up to its first 0, between the places where `separator` is; also those that are empty, so
+    /// that there is always one piece. An empty separator gives the text as one piece. The result is a
+    /// `std::vector<KZString>`: include KZStringVector.h.
+    [[nodiscard]] KZStringVector Split(KZString const & separator) const;
+    /// The texts of a range, each up to its first 0, with `separator` between them: what `Split` took apart.
+    template <class Texts>
+    [[nodiscard]] static KZString Join(Texts const & texts, KZString const & separator) {
+        KZString joined;
+        bool isFirst = true;
+        for (auto const & text : texts) {
+            if (!isFirst) joined += separator;
+            joined += text;
+            isFirst = false;
+        }
+        return joined;
+    }
+
+    /// Reads a word, or a line, as these functions of the standard do: from wide characters, or from bytes in UTF-8. Where
+    /// the stream has nothing to give, the string stays as it is.
+    friend KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZString & string);
+    friend KZ_EXPORT std::istream & operator>>(std::istream & stream, KZString & string);
+    friend KZ_EXPORT std::wistream & getline(std::wistream & stream, KZString & string);
+    friend KZ_EXPORT std::istream & getline(std::istream & stream, KZString & string);
+
     /// The block of every empty string: never counted, freed or written.
     static DataDef glbEmptyData;
 
@@ -401,6 +492,10 @@ private:
     /// Drops the block and takes `fresh` in its place.
     void Take(DataDef * fresh) noexcept;
     void AssignAll(std::u16string_view text);
+    static KZString TextOf(std::int64_t value);
+    static KZString TextOf(std::uint64_t value);
+    static KZString TextOf(float value);
+    static KZString TextOf(double value);
     void FormatArguments(char16_t const * format, KZDetail::FormatArgument const * arguments,
                          std::size_t count);
 
@@ -421,6 +516,18 @@ KZString operator+(Text const & left, Number right) = delete;
 /// Writes the text up to its first 0. Where `wchar_t` has 32 bits, a surrogate pair becomes one character; a lone
 /// surrogate is written as it is.
 KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZString const & string);
+/// The same for a text of units, on the streams of the console and of the channels as on any other. Like the standard's
+/// operators it sets `badbit` for null.
+KZ_EXPORT std::wostream & operator<<(std::wostream & stream, char16_t const * text);
+/// Writes the text up to its first 0 as UTF-8, filled up to the stream's width in bytes; lone surrogates become U+FFFD.
+KZ_EXPORT std::ostream & operator<<(std::ostream & stream, KZString const & string);
+
+inline namespace KZLiterals {
+/// `u"text"_kz` is a KZString of all units between the quotes, 0 units included.
+[[nodiscard]] inline KZString operator""_kz(char16_t const * text, std::size_t length) {
+    return KZString(std::u16string_view(text, length));
+}
+} // namespace KZLiterals
 
 /// The upper case of a unit, the same in every locale; the unit itself if it has none of one unit.
 KZ_EXPORT char16_t KZtowupper(char16_t unit) noexcept;

@@ -1,6 +1,8 @@
 // KZString::Find and its relatives, and the hashes.
 #include "ZerlithCore/text/KZString.h"
 
+#include "ZerlithCore/text/KZStringVector.h"
+#include "ZerlithCore/text/detail/KZStringText.h"
 #include "ZerlithCore/text/detail/KZUnitScan.h"
 
 #include <algorithm>
@@ -127,6 +129,40 @@ std::uint32_t KZString::FindLastOf(char16_t const * set, unsigned int position) 
 std::uint32_t KZString::FindLastNotOf(char16_t const * set, unsigned int position) const {
     if (IsEmpty(set)) return Length() - 1;
     return LastInSet(*this, position, UnitSet(set), false);
+}
+
+bool KZString::StartsWith(char16_t const * part) const noexcept {
+    if (IsEmpty(part)) return true;
+    char16_t const * unit = c_str(); // ends with a 0, so it differs from a longer part in time
+    while (*part != u'\0' && *part == *unit) ++part, ++unit;
+    return *part == u'\0';
+}
+
+bool KZString::StartsWith(char16_t unit) const noexcept { return unit != u'\0' && front() == unit; }
+
+bool KZString::EndsWith(char16_t const * part) const noexcept {
+    return IsEmpty(part) || KZTextOf(*this).ends_with(part);
+}
+
+bool KZString::EndsWith(char16_t unit) const noexcept { return KZTextOf(*this).ends_with(unit); }
+
+bool KZString::Contains(char16_t const * part) const { return IsEmpty(part) || Find(part) != npos; }
+
+bool KZString::Contains(char16_t unit) const { return unit != u'\0' && Find(unit) != npos; }
+
+KZStringVector KZString::Split(KZString const & separator) const {
+    std::u16string_view const mark = KZTextOf(separator);
+    std::u16string_view rest = KZTextOf(*this);
+    KZStringVector pieces;
+    if (!mark.empty()) {
+        KZUnitScan::Finder const find(mark.data(), mark.size());
+        for (std::size_t place; (place = find(rest.data(), rest.size())) != rest.size();) {
+            pieces.emplace_back(rest.substr(0, place));
+            rest.remove_prefix(place + mark.size());
+        }
+    }
+    pieces.emplace_back(rest);
+    return pieces;
 }
 
 int KZStringHash::operator()(KZString const & string) const noexcept {

@@ -81,8 +81,21 @@ std::wostream & KZDetail::WriteUnits(std::wostream & stream, std::u16string_view
     return stream;
 }
 
-std::wostream & operator<<(std::wostream & stream, KZString const & string) {
-    std::u16string_view const units = KZTextOf(string);
+namespace {
+
+std::wostream & WriteText(std::wostream & stream, std::u16string_view units) {
     if (stream.width() != 0) return stream << KZToWide(units);
     return units.empty() || !stream ? stream : KZDetail::WriteUnits(stream, units);
+}
+
+} // namespace
+
+std::wostream & operator<<(std::wostream & stream, KZString const & string) {
+    return WriteText(stream, KZTextOf(string));
+}
+
+std::wostream & operator<<(std::wostream & stream, char16_t const * text) {
+    if (text) return WriteText(stream, text);
+    stream.setstate(std::ios_base::badbit);
+    return stream;
 }

@@ -5,6 +5,9 @@
 ///     KZGetConsole() << L"thread " << static_cast<unsigned long>(here) << std::endl;
 #pragma once
 
+#include <cstddef>
+#include <string_view> // std::hash
+
 /// A thread's identifier and its system handle. The handle is for the library's own use. It is valid until the thread has been
 /// waited for, and null for a thread that wasn't started by a KZThread. No operation can fail.
 ///
@@ -29,4 +32,11 @@ public:
 private:
     unsigned long id_ = 0;
     void * handle_ = nullptr;
+};
+
+template <>
+struct std::hash<KZThread_t> {
+    std::size_t operator()(KZThread_t const & value) const noexcept {
+        return std::hash<unsigned long>()(value);
+    }
 };

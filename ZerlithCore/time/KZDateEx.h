@@ -18,6 +18,7 @@
 #include <cstdint>
 #include <ctime>
 #include <iosfwd>
+#include <string_view> // std::hash
 
 class KZDateTime;
 class KZTimeZone;
@@ -279,3 +280,8 @@ constexpr KZDurationEx operator-(KZDateEx const & a, KZDateEx const & b) {
     if (!a.IsValid() || !b.IsValid()) return KZDurationEx(0, KZDurationEx::invalid);
     return KZDurationEx(static_cast<long>(a.DayNumber() - b.DayNumber()), KZDurationEx::day);
 }
+
+template <>
+struct std::hash<KZDateEx> {
+    std::size_t operator()(KZDateEx const & value) const noexcept { return std::hash<int>()(value.AsInt()); }
+};

@@ -70,3 +70,10 @@ private:
 /// Prints `duration` seconds as "01:02:03", after the days if there are any: "2 01:02:03". The text of a negative
 /// duration begins with "-".
 KZ_EXPORT KZString KZPrintDuration(KZDuration duration);
+
+template <>
+struct std::hash<KZDateTime> {
+    std::size_t operator()(KZDateTime const & value) const noexcept {
+        return std::hash<std::uint32_t>()(value.AsSeconds());
+    }
+};

@@ -263,3 +263,10 @@ KZ_EXPORT std::wostream & operator<<(std::wostream & stream, KZDateTimeEx const 
 /// Reads a value as `FromString` does: one word, and after a date the next word, too, if it begins with a digit. Sets
 /// failbit if that fails.
 KZ_EXPORT std::wistream & operator>>(std::wistream & stream, KZDateTimeEx & value);
+
+template <>
+struct std::hash<KZDateTimeEx> {
+    std::size_t operator()(KZDateTimeEx const & value) const noexcept {
+        return std::hash<std::int64_t>()(value.AsInt64());
+    }
+};

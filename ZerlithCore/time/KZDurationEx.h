@@ -258,3 +258,11 @@ constexpr KZDurationEx::Relation KZDurationEx::Relate(KZDurationEx const & other
     if (left == right) return Relation::Equivalent;
     return left < right ? Relation::Less : Relation::Greater;
 }
+
+/// Of the number and the unit, as `==` compares: equivalent durations of different units have different hashes.
+template <>
+struct std::hash<KZDurationEx> {
+    std::size_t operator()(KZDurationEx const & value) const noexcept {
+        return std::hash<std::int64_t>()(std::int64_t{value.GetDuration()} * 16 + value.GetUnit());
+    }
+};

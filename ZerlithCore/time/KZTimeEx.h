@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <ctime>
 #include <iosfwd>
+#include <string_view> // std::hash
 
 class KZDateTime;
 class KZTimeZone;
@@ -224,3 +225,8 @@ constexpr long KZTimeEx::Move(std::int64_t milliseconds) noexcept {
     milliseconds_ = static_cast<std::int32_t>(total - days * KZDetail::millisecondsOfDay);
     return static_cast<long>(days);
 }
+
+template <>
+struct std::hash<KZTimeEx> {
+    std::size_t operator()(KZTimeEx const & value) const noexcept { return std::hash<int>()(value.AsInt()); }
+};

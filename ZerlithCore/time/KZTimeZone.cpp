@@ -106,6 +106,12 @@ bool KZTimeZoneInfo::operator==(KZTimeZoneInfo const & other) const noexcept {
            std::u16string_view(daylightName) == other.daylightName;
 }
 
+std::size_t std::hash<KZTimeZone>::operator()(KZTimeZone const & zone) const noexcept {
+    // Zones that share a name rarely differ otherwise.
+    KZTimeZoneInfo const & info = zone.GetTimeZoneInfo();
+    return std::hash<std::u16string_view>()(info.standardName) ^ std::hash<std::int32_t>()(info.bias) << 1;
+}
+
 constinit KZTimeZone const KZTimeZone::utcZone;
 
 void KZTimeZone::Init() { static_cast<void>(GetPredefined()); }

@@ -162,3 +162,9 @@ class KZ_EXPORT KZTimeZoneInitialiser {
 public:
     KZTimeZoneInitialiser() { KZTimeZone::Init(); }
 };
+
+/// Of what `==` compares.
+template <>
+struct KZ_EXPORT std::hash<KZTimeZone> {
+    std::size_t operator()(KZTimeZone const & zone) const noexcept;
+};

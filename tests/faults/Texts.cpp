@@ -15,6 +15,7 @@ class Strings : public Work {
         upper_.Upper();
         if (broken_.SetFromUTF8("abc" + std::string(30, '\x80')).Bad()) return false;
         if (back_.SetFromUTF8(text_.AsUTF8()).Bad()) return false;
+        joined_ = KZString::Join(text_.Split(u"own"), u"own") + KZString::Number(1.5);
         std::unordered_map<KZString, int> counts;
         for (char16_t const unit : text_) ++counts[KZString(unit)];
         isSame_ = text_.IsEqual(back_, KZString::IgnoreCase | KZString::IgnoreAccent) && counts.size() > 10;
@@ -22,6 +23,7 @@ class Strings : public Work {
     }
     void Check(bool isWhole) override {
         Expect(!isWhole || (text_ == back_ && isSame_ && upper_ == u"ZO\u00CB"), "another text");
+        Expect(!isWhole || joined_ == text_ + u"1.5", "another text from its pieces");
         Expect(broken_.IsNull() || broken_ == u"kept" ||
                    broken_ == KZString(u"abc") + KZString(u'\uFFFD', 30),
                "half a text");
@@ -29,7 +31,7 @@ class Strings : public Work {
         accent.Upper();
         Expect(accent == u"\u00C9", "upper case is lost");
     }
-    KZString text_, upper_, back_, broken_{u"kept"};
+    KZString text_, upper_, back_, joined_, broken_{u"kept"};
     bool isSame_ = false;
 };
 

@@ -1,6 +1,7 @@
 #include "ZerlithCore/files/KZPath.h"
 #include "ZerlithCore/files/KZDirectory.h"
 #include "ZerlithCore/files/KZFile.h"
+#include "ZerlithCore/files/KZStdPath.h"
 
 #include "files/TemporaryDirectory.h"
 
@@ -63,6 +64,12 @@ TEST(KZPath, PutsPathsTogether) {
         {"complete beyond the root", KZPath(u"/../..").MakeComplete(u"base").AsString(), u"/"},
     };
     for (Case const & c : cases) EXPECT_TRUE(c.made == c.expected) << c.what << ": " << c.made.AsUTF8();
+}
+
+TEST(KZStdPath, KeepsEveryByte) {
+    for (std::string const bytes : {"", "/tmp/\xC3\xA9", "\xFF\xC3/\x80"})
+        EXPECT_EQ(KZToPath(KZFromPath(bytes)).native(), bytes);
+    EXPECT_EQ(KZFromPath("a/\xC3\xA9\xFF"), u"a/\u00E9\xDCFF");
 }
 
 TEST(KZDirectory, MatchesPatterns) {
