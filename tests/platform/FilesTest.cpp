@@ -1,6 +1,7 @@
 #include "ZerlithCore/platform/Files.h"
 
 #include "ZerlithCore/platform/Clock.h"
+#include "ZerlithCore/platform/Console.h"
 #include "ZerlithCore/platform/FileHandle.h"
 #include "ZerlithCore/platform/LastError.h"
 #include "ZerlithCore/platform/Process.h"
@@ -12,6 +13,7 @@
 #include <cerrno>
 #include <csignal>
 #include <string>
+#include <sys/stat.h>
 #include <tuple>
 
 namespace {
@@ -55,6 +57,9 @@ TEST_F(FilesTest, LeavesTheReasonOfAFailure) {
     std::filesystem::create_directory_symlink("/", place.Root() / "link");
     EXPECT_TRUE(ListDirectory(folder, entries) && entries.size() == 1 &&
                 entries[0].kind == PathKind::Directory);
+    umask(0022);
+    EXPECT_TRUE(MakeDirectory(folder + u"/made"));
+    EXPECT_EQ(std::filesystem::status(place.Root() / "made").permissions(), std::filesystem::perms(0755));
     EXPECT_EQ(reason(SetEnvironment(u"", u"x")), EINVAL);
     EXPECT_TRUE(KindOfPath(path) == PathKind::Missing && IsDirectory(folder) && MayRead(folder));
 }
@@ -89,6 +94,12 @@ TEST(ClockTest, BreaksMomentsDown) {
     EXPECT_EQ(std::tie(leap.year, leap.month, leap.day, leap.weekDay, leap.second, leap.millisecond),
               std::make_tuple(2000, 2, 29, 2, 1, 7));
     EXPECT_EQ(ToUtcTime(INT64_MIN).year, -292275055);
+}
+
+TEST(ConsoleTest, WritesToStandardError) {
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(WriteToStandardError("bytes"));
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "bytes");
 }
 
 TEST(SignalsTest, QuitSignalsSetAFlag) {
