@@ -1,0 +1,3 @@
+#include <ZerlithCore/ZerlithCore.h>
+
+int main() { KZGetConsole() << KZString(u"embedded") << std::endl; }
