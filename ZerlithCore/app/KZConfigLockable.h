@@ -16,7 +16,7 @@ class KZString;
 
 namespace KZDetail {
 class NameIndex;
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
 class NamedList;
 } // namespace KZDetail
 
@@ -77,7 +77,7 @@ private:
     friend class KZConfigSection;
     friend class KZConfigFile;
     friend class KZConfigReader;
-    template <class Item, KZString const & (Item::*nameOf)() const noexcept>
+    template <class Item, KZString const & (Item::*NameOf)() const noexcept>
     friend class KZDetail::NamedList;
 
     /// Makes this a new part of `owner` without locks. For a copy: the count that it got belongs to the original.

@@ -30,7 +30,7 @@ KZErrorID SystemError(int number) {
 } // namespace
 
 // Never destroyed, since destructors of static objects may hold error codes.
-std::error_category const & KZErrorCategory() noexcept {
+std::error_category const & KZErrorCategory() {
     static Category const & category = *new Category;
     return category;
 }

@@ -19,7 +19,8 @@
 
 /// The category of error codes that stand for errors other than the system's: the value is the error's code. An error code
 /// has no room for arguments and message source, so its message is only the number; pass the text of the error on beside it.
-[[nodiscard]] KZ_EXPORT std::error_category const & KZErrorCategory() noexcept;
+/// Errors: std::bad_alloc at the first call only.
+[[nodiscard]] KZ_EXPORT std::error_category const & KZErrorCategory();
 
 /// An error of the system (KZWinLastError) becomes a code of `std::system_category()`, any other one a code of
 /// `KZErrorCategory()`, success an empty code.

@@ -43,7 +43,7 @@ public:
     explicit KZThread(KZSmartPtr<KZCallback> const & body);
     /// The body is `KZMakeCallback(function)`.
     template <KZCallable Function>
-    explicit KZThread(Function && function) : KZThread(KZMakeCallback(std::forward<Function>(function))) {}
+    explicit KZThread(Function function) : KZThread(KZMakeCallback(std::move(function))) {}
     KZThread(KZThread const &) = delete;
     KZThread & operator=(KZThread const &) = delete;
     /// Waits for the end of the thread first, unless it is the caller's own.

@@ -17,7 +17,7 @@ namespace KZDetail {
 ///
 /// A position is an item of the list or its end; null is the end for adding, and the beginning for searching.
 /// Errors: std::bad_alloc, and nothing has changed. Thread safety: searches may run at the same time as each other.
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
 class NamedList {
 public:
     NamedList() noexcept = default;

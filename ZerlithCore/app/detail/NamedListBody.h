@@ -9,9 +9,9 @@
 
 namespace KZDetail {
 
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-Item const * NamedList<Item, nameOf>::Find(KZString const & name, Item const * start) const {
-    auto const isNamed = [&name](Item const & item) { return EqualIgnoringCase((item.*nameOf)(), name); };
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+Item const * NamedList<Item, NameOf>::Find(KZString const & name, Item const * start) const {
+    auto const isNamed = [&name](Item const & item) { return EqualIgnoringCase((item.*NameOf)(), name); };
     if (!start) start = begin();
     if (!index_) return std::find_if(start, end(), isNamed);
     auto place = index_->First(NameIndex::HashOf(name), static_cast<std::size_t>(start - begin()));
@@ -19,8 +19,8 @@ Item const * NamedList<Item, nameOf>::Find(KZString const & name, Item const * s
     return place == NameIndex::none ? end() : begin() + place;
 }
 
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-Item * NamedList<Item, nameOf>::Insert(Item && item, Item const * position, KZConfigLockableI const * owner) {
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+Item * NamedList<Item, NameOf>::Insert(Item && item, Item const * position, KZConfigLockableI const * owner) {
     auto const place = position ? position - begin() : end() - begin();
     MakeIndex(items_.size() + 1);
     {
@@ -30,7 +30,7 @@ Item * NamedList<Item, nameOf>::Insert(Item && item, Item const * position, KZCo
     }
     Item & added = items_[static_cast<std::size_t>(place)];
     added.Adopt(owner);
-    if (index_) index_->Insert(static_cast<std::size_t>(place), NameIndex::HashOf((added.*nameOf)()));
+    if (index_) index_->Insert(static_cast<std::size_t>(place), NameIndex::HashOf((added.*NameOf)()));
     // If a caller has assigned another item to one of these, it has the other one's owner now.
     if (!index_ || std::exchange(index_->hasStranger, false))
         for (Item & each : items_)
@@ -38,8 +38,8 @@ Item * NamedList<Item, nameOf>::Insert(Item && item, Item const * position, KZCo
     return &added;
 }
 
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-void NamedList<Item, nameOf>::Erase(Item const * position) noexcept {
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+void NamedList<Item, NameOf>::Erase(Item const * position) noexcept {
     auto const place = position - begin();
     {
         Moving const moving(*this, static_cast<std::size_t>(place));
@@ -48,35 +48,35 @@ void NamedList<Item, nameOf>::Erase(Item const * position) noexcept {
     if (index_) index_->Erase(static_cast<std::size_t>(place));
 }
 
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-void NamedList<Item, nameOf>::Clear() noexcept {
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+void NamedList<Item, NameOf>::Clear() noexcept {
     items_.clear();
     index_.reset();
 }
 
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-void NamedList<Item, nameOf>::Take(std::vector<Item> & source) {
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+void NamedList<Item, NameOf>::Take(std::vector<Item> & source) {
     items_.assign(std::move_iterator(source.begin()), std::move_iterator(source.end()));
     source.clear();
     MakeIndex(items_.size());
 }
 
 /// Makes an index if a list of `count` items needs one, with room for them.
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-void NamedList<Item, nameOf>::MakeIndex(std::size_t count) {
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+void NamedList<Item, NameOf>::MakeIndex(std::size_t count) {
     if (index_) return index_->Reserve(count);
     if (count < leastIndexed) return;
     auto index = std::make_unique<NameIndex>();
     index->Reserve(count);
     for (std::size_t place = 0; place < items_.size(); ++place)
-        index->Insert(place, NameIndex::HashOf((items_[place].*nameOf)()));
+        index->Insert(place, NameIndex::HashOf((items_[place].*NameOf)()));
     index->hasStranger = true; // nobody was told until now
     index_ = std::move(index);
     TellPlaces(0, index_.get());
 }
 
-template <class Item, KZString const & (Item::*nameOf)() const noexcept>
-void NamedList<Item, nameOf>::TellPlaces(std::size_t first, NameIndex * index) noexcept {
+template <class Item, KZString const & (Item::*NameOf)() const noexcept>
+void NamedList<Item, NameOf>::TellPlaces(std::size_t first, NameIndex * index) noexcept {
     if (!index_) return;
     for (std::size_t place = first; place < items_.size(); ++place)
         items_[place].SetPlace(index, static_cast<NameIndex::Place>(place));
